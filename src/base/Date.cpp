@@ -1,0 +1,132 @@
+#include "base/Date.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+
+#include "base/Error.h"
+
+namespace mv {
+namespace {
+
+constexpr std::int64_t kSecondsPerDay = 86400;
+constexpr double kFirstDay = -657434;  // 0100-01-01
+constexpr double kEndDay = 2958466;    // 10000-01-01
+/// Days from 0000-03-01, the start of the era arithmetic below, to 1899-12-30.
+constexpr std::int64_t kEpochShift = 693899;
+
+bool IsLeapYear(int year) {
+  return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+}
+
+int DaysInMonth(int year, int month) {
+  constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  return month == 2 && IsLeapYear(year) ? 29 : kDays[month - 1];
+}
+
+CivilTime CivilFromDayNumber(std::int64_t dayNumber) {
+  // Years that begin in March put the leap day last, so that months have a linear day formula.
+  const std::int64_t days = dayNumber + kEpochShift;
+  const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
+  const std::int64_t dayOfEra = days - era * 146097;
+  const std::int64_t yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+  const std::int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+  const std::int64_t monthFromMarch = (5 * dayOfYear + 2) / 153;
+  CivilTime civil;
+  civil.day = static_cast<int>(dayOfYear - (153 * monthFromMarch + 2) / 5 + 1);
+  civil.month = static_cast<int>(monthFromMarch < 10 ? monthFromMarch + 3 : monthFromMarch - 9);
+  civil.year = static_cast<int>(yearOfEra + era * 400 + (civil.month <= 2 ? 1 : 0));
+  return civil;
+}
+
+bool ReadDigits(std::string_view& text, std::size_t count, int& value) {
+  if (text.size() < count) return false;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + count, value);
+  if (error != std::errc() || end != text.data() + count || text[0] == '-') return false;
+  text.remove_prefix(count);
+  return true;
+}
+
+bool ReadMark(std::string_view& text, std::string_view allowed) {
+  if (text.empty() || allowed.find(text[0]) == std::string_view::npos) return false;
+  text.remove_prefix(1);
+  return true;
+}
+
+bool ReadTime(std::string_view text, CivilTime& civil) {
+  if (!ReadDigits(text, 2, civil.hour) || !ReadMark(text, ":") || !ReadDigits(text, 2, civil.minute)) return false;
+  if (!text.empty() && (!ReadMark(text, ":") || !ReadDigits(text, 2, civil.second))) return false;
+  return text.empty() && civil.hour < 24 && civil.minute < 60 && civil.second < 60;
+}
+
+}  // namespace
+
+std::int64_t DayNumber(int year, int month, int day) {
+  const std::int64_t y = year - (month <= 2 ? 1 : 0);
+  const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
+  const std::int64_t yearOfEra = y - era * 400;
+  const std::int64_t dayOfYear = (153 * (month > 2 ? month - 3 : month + 9) + 2) / 5 + day - 1;
+  const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+  return era * 146097 + dayOfEra - kEpochShift;
+}
+
+std::int64_t SecondsFromDate(Date date) {
+  if (!(date.days > kFirstDay - 1 && date.days < kEndDay)) throw StandardError(errors::kOverflow);
+  const double whole = std::trunc(date.days);
+  const double fraction = std::fabs(date.days - whole);
+  return static_cast<std::int64_t>(whole) * kSecondsPerDay +
+         static_cast<std::int64_t>(std::llround(fraction * static_cast<double>(kSecondsPerDay)));
+}
+
+Date DateFromSeconds(std::int64_t seconds) {
+  std::int64_t day = seconds / kSecondsPerDay;
+  std::int64_t rest = seconds % kSecondsPerDay;
+  if (rest < 0) {
+    rest += kSecondsPerDay;
+    --day;
+  }
+  const double fraction = static_cast<double>(rest) / static_cast<double>(kSecondsPerDay);
+  const auto whole = static_cast<double>(day);
+  return Date{day < 0 ? whole - fraction : whole + fraction};
+}
+
+CivilTime CivilFromDate(Date date) {
+  const std::int64_t seconds = SecondsFromDate(date);
+  std::int64_t day = seconds / kSecondsPerDay;
+  std::int64_t rest = seconds % kSecondsPerDay;
+  if (rest < 0) {
+    rest += kSecondsPerDay;
+    --day;
+  }
+  CivilTime civil = CivilFromDayNumber(day);
+  civil.hour = static_cast<int>(rest / 3600);
+  civil.minute = static_cast<int>(rest / 60 % 60);
+  civil.second = static_cast<int>(rest % 60);
+  return civil;
+}
+
+Date DateFromCivil(const CivilTime& civil) {
+  const std::int64_t day = DayNumber(civil.year, civil.month, civil.day);
+  return DateFromSeconds(day * kSecondsPerDay + civil.hour * 3600 + civil.minute * 60 + civil.second);
+}
+
+std::string IsoFromDate(Date date) {
+  const CivilTime c = CivilFromDate(date);
+  char text[32];
+  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d", c.year, c.month, c.day, c.hour, c.minute, c.second);
+  return text;
+}
+
+std::optional<Date> DateFromIso(std::string_view text) {
+  CivilTime civil;
+  if (!ReadDigits(text, 4, civil.year) || !ReadMark(text, "-") || !ReadDigits(text, 2, civil.month) ||
+      !ReadMark(text, "-") || !ReadDigits(text, 2, civil.day)) {
+    return std::nullopt;
+  }
+  if (civil.year < 100 || civil.month < 1 || civil.month > 12) return std::nullopt;
+  if (civil.day < 1 || civil.day > DaysInMonth(civil.year, civil.month)) return std::nullopt;
+  if (!text.empty() && (!ReadMark(text, "T ") || !ReadTime(text, civil))) return std::nullopt;
+  return DateFromCivil(civil);
+}
+
+}  // namespace mv

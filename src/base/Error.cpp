@@ -1,0 +1,47 @@
+#include "base/Error.h"
+
+#include <array>
+#include <utility>
+
+namespace mv {
+namespace {
+
+struct StandardText {
+  std::int32_t number;
+  const char* text;
+};
+
+constexpr std::array kStandardTexts = {
+    StandardText{errors::kOverflow, "Overflow"},
+    StandardText{errors::kSubscriptOutOfRange, "Subscript out of range"},
+    StandardText{errors::kTypeMismatch, "Type mismatch"},
+    StandardText{errors::kFileNotFound, "File not found"},
+    StandardText{errors::kDeviceIo, "Device I/O error"},
+    StandardText{errors::kFileAlreadyExists, "File already exists"},
+    StandardText{errors::kDiskFull, "Disk full"},
+    StandardText{errors::kPermissionDenied, "Permission denied"},
+    StandardText{errors::kPathFileAccess, "Path/File access error"},
+    StandardText{errors::kPathNotFound, "Path not found"},
+    StandardText{errors::kRecordsetArgument,
+                 "Arguments are of the wrong type, are out of acceptable range, or are in conflict with one another."},
+    StandardText{errors::kNoCurrentRecord,
+                 "Either BOF or EOF is True, or the current record has been deleted. Requested operation requires a "
+                 "current record."},
+    StandardText{errors::kItemNotFound,
+                 "Item cannot be found in the collection corresponding to the requested name or ordinal."},
+    StandardText{errors::kJetNotAValidPassword, "Not a valid password."},
+};
+
+}  // namespace
+
+Error::Error(std::int32_t number, std::string source, std::string description)
+    : number_(number), source_(std::move(source)), description_(std::move(description)) {}
+
+Error StandardError(std::int32_t number, std::string source) {
+  for (const StandardText& entry : kStandardTexts) {
+    if (entry.number == number) return Error(number, std::move(source), entry.text);
+  }
+  return Error(number, std::move(source), "Application-defined or object-defined error");
+}
+
+}  // namespace mv

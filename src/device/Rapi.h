@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "base/Bytes.h"
+
+namespace mv {
+
+/// A handle of the remote API: a file or find handle on the handheld, or the connection event.
+using RapiHandle = std::uintptr_t;
+/// The invalid handle, all bits set.
+inline constexpr RapiHandle kInvalidRapiHandle = ~RapiHandle{0};
+
+/// The connection start-up record. The production adapter lays it out as the API publishes it.
+struct RAPIINIT {
+  std::uint32_t cbSize = 0;     ///< set to 12 by the caller
+  RapiHandle heRapiInit = 0;    ///< event, signalled when the connection is up or has failed
+  std::int32_t hrRapiInit = 0;  ///< result, 0 = success
+};
+
+/// The remote API of the handheld's operating system: connection set-up and remote file calls. Names, arguments and
+/// results are those of the published calls; every implementation reports as the device would.
+///
+/// CeRapiGetError is asked right after a failing call: non-zero when the transport failed, 0 when the device itself
+/// refused.
+class Rapi {
+ public:
+  virtual ~Rapi() = default;
+
+  /// Starts connecting; returns 0 on success and fills `init`.
+  virtual std::int32_t CeRapiInitEx(RAPIINIT& init) = 0;
+  /// Ends the connection; open handles go with it.
+  virtual std::int32_t CeRapiUninit() = 0;
+  virtual std::int32_t CeRapiGetError() = 0;
+  /// A valid handle when `path` exists on the device.
+  virtual RapiHandle CeFindFirstFile(const std::string& path) = 0;
+  virtual RapiHandle CeCreateFile(const std::string& path, std::uint32_t access, std::uint32_t shareMode,
+                                  std::uint32_t securityAttributes, std::uint32_t disposition,
+                                  std::uint32_t flagsAndAttributes) = 0;
+  /// Low 32 bits of the size; 0xFFFFFFFF on failure.
+  virtual std::uint32_t CeGetFileSize(RapiHandle file) = 0;
+  /// Reads from the file's position; non-zero on success, `bytesRead` tells how many bytes of `out` were filled.
+  virtual std::int32_t CeReadFile(RapiHandle file, ByteSpan out, std::uint32_t& bytesRead) = 0;
+  virtual std::int32_t CeWriteFile(RapiHandle file, ByteView data, std::uint32_t& bytesWritten) = 0;
+  virtual std::int32_t CeCloseHandle(RapiHandle handle) = 0;
+  virtual std::int32_t CeFindClose(RapiHandle handle) = 0;
+  /// Waits on the connection event; 0 = signalled, 258 = timed out.
+  virtual std::uint32_t WaitForSingleObject(RapiHandle event, std::uint32_t milliseconds) = 0;
+};
+
+}  // namespace mv

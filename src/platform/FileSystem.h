@@ -1,0 +1,93 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/Bytes.h"
+
+namespace mv::platform {
+
+enum class Access { Read, Write, ReadWrite };
+enum class Disposition {
+  OpenExisting,  ///< error 53 when missing
+  OpenAlways,    ///< created empty when missing
+  CreateAlways,  ///< created, or cut to nothing
+};
+enum class Sharing {
+  None,  ///< nobody else may have it open or locked
+  Read,  ///< others may read it, nobody may write it
+  All,   ///< no promise asked for
+};
+
+/// One open file. Not opened for appending: every read and write names its offset. The destructor closes silently.
+class File {
+ public:
+  virtual ~File() = default;
+  /// Bytes in the file now.
+  virtual std::uint64_t Size() const = 0;
+  /// Fills `out` from `offset` on; returns the number of bytes read, fewer than asked only at the end of the file.
+  /// Error 57.
+  virtual std::size_t ReadAt(std::uint64_t offset, ByteSpan out) = 0;
+  /// Writes all of `data`; a gap before `offset` is filled with zeros. Error 61 when the disk is full, 57 else.
+  virtual void WriteAt(std::uint64_t offset, ByteView data) = 0;
+  /// Cuts or extends (with zeros) to `size` bytes.
+  virtual void Resize(std::uint64_t size) = 0;
+  /// Returns when the contents are on the disk.
+  virtual void Sync() = 0;
+};
+
+/// The operating system's files. Paths are UTF-8 and may use "\" and "/" alike.
+///
+/// Errors are mv::Error: 53 missing file, 76 missing folder on the way, 70 no permission or locked by somebody, 75 a
+/// folder where a file is wanted (or the reverse), 61 disk full, 57 any other failure of the device.
+///
+/// Sharing is enforced among programs that use the same means: share modes on Windows, advisory locks (both kinds) on
+/// POSIX systems.
+class FileSystem {
+ public:
+  virtual ~FileSystem() = default;
+
+  virtual std::unique_ptr<File> Open(const std::string& path, Access access, Disposition disposition,
+                                     Sharing sharing) = 0;
+
+  virtual bool FileExists(const std::string& path) const = 0;
+  virtual bool FolderExists(const std::string& path) const = 0;
+  /// Names (not paths) of the files and folders in `folder`, in no order.
+  virtual std::vector<std::string> List(const std::string& folder) const = 0;
+
+  /// Error 53 when missing.
+  virtual void RemoveFile(const std::string& path) = 0;
+  /// Moves a file within a volume, replacing `to` in one step.
+  virtual void RenameFile(const std::string& from, const std::string& to) = 0;
+  /// The folder and every missing one above it. An existing one is no error.
+  virtual void CreateFolders(const std::string& folder) = 0;
+
+  /// Copies `from` over `to`: at every instant `to` holds its old content or all of the new, and on return the new is
+  /// on disk. Error 70 when somebody else has either of them locked or open without sharing.
+  virtual void CopyWhole(const std::string& from, const std::string& to) = 0;
+  /// The same for content from memory; keeps the mode of an existing file.
+  virtual void WriteWhole(const std::string& path, ByteView content) = 0;
+
+  /// A name for the file that StageOver opens: the folder of `path` and a name of our own made from its name.
+  virtual std::string StagedName(const std::string& path) const = 0;
+  /// Puts a completely written file in the place of another in one step. `staged` was opened on StagedName(path) with
+  /// Sharing::None, `current` on `path` with Sharing::None; both are given up. Returns `path` opened anew (ReadWrite,
+  /// Sharing::None), its old mode and owner kept, on disk with its folder entry. At every instant `path` is the old
+  /// file or the new one. When it fails the old one is in place and the staged one is removed.
+  virtual std::unique_ptr<File> ReplaceOpen(std::unique_ptr<File> staged, std::unique_ptr<File> current,
+                                            const std::string& path) = 0;
+
+  /// Absolute form with links resolved, so that replacing the file does not replace a link to it. A missing file: its
+  /// folder's.
+  virtual std::string RealPath(const std::string& path) const = 0;
+};
+
+/// The file system of this machine.
+std::unique_ptr<FileSystem> MakeFileSystem();
+
+/// Reads a whole file. Error 53 and the rest as FileSystem::Open.
+Bytes ReadWhole(FileSystem& files, const std::string& path);
+
+}  // namespace mv::platform

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+namespace mv::platform {
+
+/// What the desktop environment does for a file.
+class Shell {
+ public:
+  virtual ~Shell() = default;
+  /// Moves a file to the user's recycle bin (trash). Returns false when that failed; the file is then where it was.
+  virtual bool Recycle(const std::string& path) = 0;
+};
+
+/// The shell of this machine's desktop.
+class SystemShell : public Shell {
+ public:
+  bool Recycle(const std::string& path) override;
+};
+
+}  // namespace mv::platform
