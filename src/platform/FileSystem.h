@@ -40,8 +40,8 @@ class File {
 
 /// The operating system's files. Paths are UTF-8 and may use "\" and "/" alike.
 ///
-/// Errors are mv::Error: 53 missing file, 76 missing folder on the way, 70 no permission or locked by somebody, 75 a
-/// folder where a file is wanted (or the reverse), 61 disk full, 57 any other failure of the device.
+/// Errors are mv::Error: 53 missing file, 76 missing folder on the way, 70 held or locked by somebody else, 75 no
+/// permission, or a folder where a file is wanted, 61 disk full, 57 any other failure of the device.
 ///
 /// Sharing is enforced among programs that use the same means: share modes on Windows, advisory locks (both kinds) on
 /// POSIX systems.
@@ -78,6 +78,10 @@ class FileSystem {
   /// file or the new one. When it fails the old one is in place and the staged one is removed.
   virtual std::unique_ptr<File> ReplaceOpen(std::unique_ptr<File> staged, std::unique_ptr<File> current,
                                             const std::string& path) = 0;
+
+  /// True when another program holds a lock on any of the bytes `first` to `first + count - 1`, which may lie behind
+  /// the file's end, or has the file open without sharing. False for a missing file.
+  virtual bool IsRangeLocked(const std::string& path, std::uint64_t first, std::uint64_t count) const = 0;
 
   /// Absolute form with links resolved, so that replacing the file does not replace a link to it. A missing file: its
   /// folder's.
