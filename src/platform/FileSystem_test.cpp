@@ -1,0 +1,175 @@
+#include "platform/FileSystem.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "base/Error.h"
+#include "support/ExpectError.h"
+#include "support/TempFolder.h"
+
+namespace mv::platform {
+namespace {
+
+using mv::testing::ErrorNumberOf;
+using mv::testing::TempFolder;
+
+Bytes BytesOf(std::string_view text) {
+  return Bytes(text.begin(), text.end());
+}
+std::string TextOf(const Bytes& bytes) {
+  return std::string(bytes.begin(), bytes.end());
+}
+
+class FileSystemTest : public ::testing::Test {
+ protected:
+  std::unique_ptr<File> Open(std::string_view name, Access access, Disposition disposition,
+                             Sharing sharing = Sharing::None) {
+    return files_->Open(folder_.File(name), access, disposition, sharing);
+  }
+
+  TempFolder folder_;
+  std::unique_ptr<FileSystem> files_ = MakeFileSystem();
+};
+
+TEST_F(FileSystemTest, BothSeparatorsLeadToTheSameFile) {
+  folder_.Write("sub/file.txt", "x");
+  EXPECT_TRUE(files_->FileExists(folder_.Path() + "\\sub\\file.txt"));
+  EXPECT_TRUE(files_->FileExists(folder_.Path() + "/sub/file.txt"));
+  EXPECT_TRUE(files_->FileExists(folder_.Path() + "\\sub\\\\file.txt"));
+}
+
+TEST_F(FileSystemTest, NamesWithAccentsAndAstralCharactersWork) {
+  const std::string path = folder_.File("caf\xC3\xA9 \xF0\x9F\x9A\x97.txt");
+  files_->WriteWhole(path, BytesOf("x"));
+  EXPECT_TRUE(files_->FileExists(path));
+  EXPECT_EQ(files_->List(folder_.Path()), std::vector<std::string>{"caf\xC3\xA9 \xF0\x9F\x9A\x97.txt"});
+}
+
+TEST_F(FileSystemTest, AMissingFileIsError53AndAMissingFolderError76) {
+  EXPECT_EQ(ErrorNumberOf([&] { Open("none", Access::Read, Disposition::OpenExisting); }), 53);
+  EXPECT_EQ(ErrorNumberOf([&] { Open("no\\file", Access::Read, Disposition::OpenExisting); }), 76);
+  EXPECT_EQ(ErrorNumberOf([&] { Open("no\\file", Access::Write, Disposition::CreateAlways); }), 76);
+  EXPECT_EQ(ErrorNumberOf([&] { files_->RemoveFile(folder_.File("none")); }), 53);
+}
+
+TEST_F(FileSystemTest, AFolderIsNoFile) {
+  std::filesystem::create_directories(folder_.Path() + "/sub");
+  EXPECT_FALSE(files_->FileExists(folder_.File("sub")));
+  EXPECT_TRUE(files_->FolderExists(folder_.File("sub")));
+  EXPECT_EQ(ErrorNumberOf([&] { Open("sub", Access::ReadWrite, Disposition::OpenAlways); }), 75);
+}
+
+TEST_F(FileSystemTest, OpenAlwaysKeepsTheContentAndCreateAlwaysCutsIt) {
+  folder_.Write("file", "abc");
+  EXPECT_EQ(Open("file", Access::ReadWrite, Disposition::OpenAlways)->Size(), 3u);
+  EXPECT_EQ(Open("file", Access::ReadWrite, Disposition::CreateAlways)->Size(), 0u);
+}
+
+TEST_F(FileSystemTest, ReadsAndWritesNameTheirOffset) {
+  const auto file = Open("file", Access::ReadWrite, Disposition::CreateAlways);
+  file->WriteAt(4, BytesOf("ef"));
+  Bytes all(10);
+  EXPECT_EQ(file->ReadAt(0, all), 6u);
+  EXPECT_EQ(Bytes(all.begin(), all.begin() + 6), (Bytes{0, 0, 0, 0, 'e', 'f'}));
+  EXPECT_EQ(file->ReadAt(6, all), 0u);
+  file->Resize(5);
+  EXPECT_EQ(file->Size(), 5u);
+}
+
+TEST_F(FileSystemTest, AFileHeldWithoutSharingCannotBeOpenedAgain) {
+  folder_.Write("file", "abc");
+  const auto held = Open("file", Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
+  EXPECT_EQ(ErrorNumberOf([&] { Open("file", Access::ReadWrite, Disposition::OpenExisting); }), 70);
+  EXPECT_EQ(ErrorNumberOf([&] { Open("file", Access::Read, Disposition::OpenExisting, Sharing::Read); }), 70);
+  EXPECT_EQ(ErrorNumberOf([&] { Open("file", Access::ReadWrite, Disposition::CreateAlways); }), 70);
+  EXPECT_EQ(held->Size(), 3u) << "a refused opening cut the file";
+}
+
+TEST_F(FileSystemTest, TwoReadersShareAFileAndKeepWritersOut) {
+  folder_.Write("file", "abc");
+  const auto one = Open("file", Access::Read, Disposition::OpenExisting, Sharing::Read);
+  const auto two = Open("file", Access::Read, Disposition::OpenExisting, Sharing::Read);
+  EXPECT_EQ(ErrorNumberOf([&] { Open("file", Access::ReadWrite, Disposition::OpenExisting); }), 70);
+}
+
+TEST_F(FileSystemTest, WriteWholeReplacesTheContentAndLeavesNothingBeside) {
+  folder_.Write("file", "a longer old content");
+  files_->WriteWhole(folder_.File("file"), BytesOf("new"));
+  EXPECT_EQ(folder_.Read("file"), "new");
+  EXPECT_EQ(files_->List(folder_.Path()).size(), 1u);
+}
+
+TEST_F(FileSystemTest, CopyWholeCopiesLargeFilesAndReplacesTheTarget) {
+  std::string content(3 * 1024 * 1024 + 17, 'x');
+  content[1024 * 1024] = 'y';
+  folder_.Write("from", content);
+  folder_.Write("to", "old");
+  files_->CopyWhole(folder_.File("from"), folder_.File("to"));
+  EXPECT_TRUE(folder_.Read("to") == content);
+}
+
+TEST_F(FileSystemTest, CopyWholeOfAMissingFileLeavesTheTarget) {
+  folder_.Write("to", "old");
+  EXPECT_EQ(ErrorNumberOf([&] { files_->CopyWhole(folder_.File("none"), folder_.File("to")); }), 53);
+  EXPECT_EQ(folder_.Read("to"), "old");
+}
+
+TEST_F(FileSystemTest, CopyWholeOverAHeldFileIsError70AndLeavesIt) {
+  folder_.Write("from", "new");
+  folder_.Write("to", "old");
+  {
+    const auto held = Open("to", Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
+    EXPECT_EQ(ErrorNumberOf([&] { files_->CopyWhole(folder_.File("from"), folder_.File("to")); }), 70);
+    EXPECT_EQ(ErrorNumberOf([&] { files_->CopyWhole(folder_.File("to"), folder_.File("copy")); }), 70);
+  }
+  EXPECT_EQ(folder_.Read("to"), "old");
+  EXPECT_FALSE(folder_.Has("copy"));
+}
+
+TEST_F(FileSystemTest, ReplaceOpenPutsTheStagedFileInPlaceAndKeepsItHeld) {
+  folder_.Write("file", "old");
+  const std::string path = folder_.File("file");
+  auto current = Open("file", Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
+  auto staged = files_->Open(files_->StagedName(path), Access::ReadWrite, Disposition::CreateAlways, Sharing::None);
+  staged->WriteAt(0, BytesOf("new content"));
+
+  const auto replaced = files_->ReplaceOpen(std::move(staged), std::move(current), path);
+
+  Bytes content(32);
+  content.resize(replaced->ReadAt(0, content));
+  EXPECT_EQ(TextOf(content), "new content");
+  EXPECT_EQ(ErrorNumberOf([&] { Open("file", Access::ReadWrite, Disposition::OpenExisting); }), 70);
+  EXPECT_FALSE(files_->FileExists(files_->StagedName(path)));
+}
+
+TEST_F(FileSystemTest, ALockBehindTheEndOfAFileIsSeen) {
+  folder_.Write("file.ldb", "");
+  EXPECT_FALSE(files_->IsRangeLocked(folder_.File("file.ldb"), 0x10000001, 255));
+  EXPECT_FALSE(files_->IsRangeLocked(folder_.File("none.ldb"), 0x10000001, 255));
+  const auto held = Open("file.ldb", Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
+  EXPECT_TRUE(files_->IsRangeLocked(folder_.File("file.ldb"), 0x10000001, 255));
+}
+
+TEST_F(FileSystemTest, CreateFoldersMakesEveryMissingLevelAndAcceptsAnExistingOne) {
+  files_->CreateFolders(folder_.File("a\\b\\c"));
+  files_->CreateFolders(folder_.File("a\\b\\c"));
+  EXPECT_TRUE(files_->FolderExists(folder_.File("a\\b\\c")));
+}
+
+TEST_F(FileSystemTest, RenameFileReplacesTheTarget) {
+  folder_.Write("from", "new");
+  folder_.Write("to", "old");
+  files_->RenameFile(folder_.File("from"), folder_.File("to"));
+  EXPECT_EQ(folder_.Read("to"), "new");
+  EXPECT_FALSE(folder_.Has("from"));
+}
+
+TEST_F(FileSystemTest, ReadWholeGivesEveryByte) {
+  folder_.Write("file", std::string("a\0\xFF\r\n", 5));
+  EXPECT_EQ(ReadWhole(*files_, folder_.File("file")), (Bytes{'a', 0, 0xFF, '\r', '\n'}));
+}
+
+}  // namespace
+}  // namespace mv::platform

@@ -1,0 +1,319 @@
+#include "platform/FileSystem.h"
+
+#include <windows.h>
+
+#include <utility>
+
+#include "base/Error.h"
+#include "base/Text.h"
+#include "platform/windows/Wide.h"
+
+namespace mv::platform {
+namespace {
+
+constexpr std::size_t kCopyPiece = 1 << 20;
+constexpr const char* kStagedSuffix = ".writing";
+
+/// The program's error for a system error code.
+Error ErrorFromCode(DWORD code) {
+  switch (code) {
+    case ERROR_FILE_NOT_FOUND:
+      return StandardError(errors::kFileNotFound);
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_INVALID_NAME:
+    case ERROR_BAD_PATHNAME:
+    case ERROR_FILENAME_EXCED_RANGE:
+      return StandardError(errors::kPathNotFound);
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_LOCK_VIOLATION:
+    case ERROR_USER_MAPPED_FILE:
+      return StandardError(errors::kPermissionDenied);
+    case ERROR_ACCESS_DENIED:
+    case ERROR_WRITE_PROTECT:
+    case ERROR_ALREADY_EXISTS:
+    case ERROR_FILE_EXISTS:
+    case ERROR_DIRECTORY:
+      return StandardError(errors::kPathFileAccess);
+    case ERROR_DISK_FULL:
+    case ERROR_HANDLE_DISK_FULL:
+      return StandardError(errors::kDiskFull);
+    default:
+      return Error(errors::kDeviceIo, "", "Device I/O error: system error " + std::to_string(code));
+  }
+}
+
+Error LastError() {
+  return ErrorFromCode(::GetLastError());
+}
+
+/// A file handle that closes itself.
+class Handle {
+ public:
+  explicit Handle(HANDLE handle) : handle_(handle) {}
+  ~Handle() {
+    if (handle_ != INVALID_HANDLE_VALUE) ::CloseHandle(handle_);
+  }
+  Handle(const Handle&) = delete;
+  Handle& operator=(const Handle&) = delete;
+  HANDLE Get() const { return handle_; }
+  bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
+
+ private:
+  HANDLE handle_;
+};
+
+OVERLAPPED AtOffset(std::uint64_t offset) {
+  OVERLAPPED position = {};
+  position.Offset = static_cast<DWORD>(offset);
+  position.OffsetHigh = static_cast<DWORD>(offset >> 32);
+  return position;
+}
+
+class WindowsFile : public File {
+ public:
+  explicit WindowsFile(HANDLE handle) : handle_(handle) {}
+
+  std::uint64_t Size() const override {
+    LARGE_INTEGER size = {};
+    if (!::GetFileSizeEx(handle_.Get(), &size)) throw LastError();
+    return static_cast<std::uint64_t>(size.QuadPart);
+  }
+
+  std::size_t ReadAt(std::uint64_t offset, ByteSpan out) override {
+    std::size_t done = 0;
+    while (done < out.size()) {
+      OVERLAPPED position = AtOffset(offset + done);
+      DWORD count = 0;
+      const BOOL good = ::ReadFile(handle_.Get(), out.data() + done, PieceLength(out.size() - done), &count, &position);
+      if (!good && ::GetLastError() != ERROR_HANDLE_EOF) throw LastError();
+      if (count == 0) break;
+      done += count;
+    }
+    return done;
+  }
+
+  void WriteAt(std::uint64_t offset, ByteView data) override {
+    std::size_t done = 0;
+    while (done < data.size()) {
+      OVERLAPPED position = AtOffset(offset + done);
+      DWORD count = 0;
+      if (!::WriteFile(handle_.Get(), data.data() + done, PieceLength(data.size() - done), &count, &position)) {
+        throw LastError();
+      }
+      done += count;
+    }
+  }
+
+  void Resize(std::uint64_t size) override {
+    LARGE_INTEGER end = {};
+    end.QuadPart = static_cast<LONGLONG>(size);
+    if (!::SetFilePointerEx(handle_.Get(), end, nullptr, FILE_BEGIN) || !::SetEndOfFile(handle_.Get())) {
+      throw LastError();
+    }
+  }
+
+  void Sync() override {
+    if (!::FlushFileBuffers(handle_.Get())) throw LastError();
+  }
+
+ private:
+  static DWORD PieceLength(std::size_t length) { return static_cast<DWORD>(length < kCopyPiece ? length : kCopyPiece); }
+
+  Handle handle_;
+};
+
+DWORD AccessBits(Access access) {
+  if (access == Access::Read) return GENERIC_READ;
+  return access == Access::Write ? GENERIC_WRITE : GENERIC_READ | GENERIC_WRITE;
+}
+
+DWORD ShareBits(Sharing sharing) {
+  if (sharing == Sharing::None) return 0;
+  return sharing == Sharing::Read ? FILE_SHARE_READ : FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+}
+
+DWORD DispositionCode(Disposition disposition) {
+  if (disposition == Disposition::OpenExisting) return OPEN_EXISTING;
+  return disposition == Disposition::OpenAlways ? OPEN_ALWAYS : CREATE_ALWAYS;
+}
+
+bool HasAttribute(const std::wstring& native, DWORD attribute) {
+  const DWORD attributes = ::GetFileAttributesW(native.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & attribute) != 0;
+}
+
+bool IsFolder(const std::wstring& native) {
+  return HasAttribute(native, FILE_ATTRIBUTE_DIRECTORY);
+}
+
+std::unique_ptr<File> OpenNative(const std::wstring& native, Access access, Disposition disposition, Sharing sharing) {
+  const HANDLE handle = ::CreateFileW(native.c_str(), AccessBits(access), ShareBits(sharing), nullptr,
+                                      DispositionCode(disposition), FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) throw LastError();
+  return std::make_unique<WindowsFile>(handle);
+}
+
+void MoveOver(const std::wstring& from, const std::wstring& to) {
+  if (::MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) return;
+  // A file that somebody holds open cannot be replaced; the system calls that "access denied".
+  if (::GetLastError() == ERROR_ACCESS_DENIED &&
+      !HasAttribute(to, FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) {
+    throw StandardError(errors::kPermissionDenied);
+  }
+  throw LastError();
+}
+
+/// A file that is written beside `target` and takes its place in Finish; removed when it never does.
+class StagedFile {
+ public:
+  explicit StagedFile(std::wstring target)
+      : target_(std::move(target)),
+        staged_(target_ + Wide(kStagedSuffix)),
+        file_(OpenNative(staged_, Access::ReadWrite, Disposition::CreateAlways, Sharing::None)) {}
+  /// Takes over a staged file that the caller has written.
+  StagedFile(std::wstring target, std::unique_ptr<File> written)
+      : target_(std::move(target)), staged_(target_ + Wide(kStagedSuffix)), file_(std::move(written)) {}
+  ~StagedFile() {
+    file_.reset();
+    if (!finished_) ::DeleteFileW(staged_.c_str());
+  }
+  StagedFile(const StagedFile&) = delete;
+  StagedFile& operator=(const StagedFile&) = delete;
+
+  File& Contents() { return *file_; }
+
+  /// Open files cannot be renamed here, so staged and old file are closed first; who opens the old one in between
+  /// makes the move fail and keeps the old content.
+  void Finish() {
+    file_->Sync();
+    file_.reset();
+    MoveOver(staged_, target_);
+    finished_ = true;
+  }
+
+ private:
+  std::wstring target_;
+  std::wstring staged_;
+  std::unique_ptr<File> file_;
+  bool finished_ = false;
+};
+
+/// Fails when somebody else has the file open.
+void CheckNotHeld(const std::wstring& native) {
+  if (::GetFileAttributesW(native.c_str()) == INVALID_FILE_ATTRIBUTES) return;
+  OpenNative(native, Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
+}
+
+void CopyContent(File& from, File& to) {
+  Bytes piece(kCopyPiece);
+  std::size_t count = piece.size();
+  for (std::uint64_t offset = 0; count == piece.size(); offset += count) {
+    count = from.ReadAt(offset, piece);
+    to.WriteAt(offset, ByteView(piece).first(count));
+  }
+}
+
+class WindowsFileSystem : public FileSystem {
+ public:
+  std::unique_ptr<File> Open(const std::string& path, Access access, Disposition disposition,
+                             Sharing sharing) override {
+    return OpenNative(NativePath(path), access, disposition, sharing);
+  }
+
+  bool FileExists(const std::string& path) const override {
+    const std::wstring native = NativePath(path);
+    return ::GetFileAttributesW(native.c_str()) != INVALID_FILE_ATTRIBUTES && !IsFolder(native);
+  }
+
+  bool FolderExists(const std::string& path) const override { return IsFolder(NativePath(path)); }
+
+  std::vector<std::string> List(const std::string& folder) const override {
+    WIN32_FIND_DATAW found = {};
+    const HANDLE search = ::FindFirstFileW((NativePath(folder) + L"\\*").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) throw LastError();
+    std::vector<std::string> names;
+    do {
+      const std::wstring name = found.cFileName;
+      if (name != L"." && name != L"..") names.push_back(Narrow(name));
+    } while (::FindNextFileW(search, &found));
+    ::FindClose(search);
+    return names;
+  }
+
+  void RemoveFile(const std::string& path) override {
+    if (!::DeleteFileW(NativePath(path).c_str())) throw LastError();
+  }
+
+  void RenameFile(const std::string& from, const std::string& to) override {
+    MoveOver(NativePath(from), NativePath(to));
+  }
+
+  void CreateFolders(const std::string& folder) override {
+    const std::wstring native = NativePath(folder);
+    for (std::size_t end = native.find(L'\\'); end != std::wstring::npos; end = native.find(L'\\', end + 1)) {
+      // A drive or a share at the front cannot be created and is there already.
+      ::CreateDirectoryW(native.substr(0, end).c_str(), nullptr);
+    }
+    if (!::CreateDirectoryW(native.c_str(), nullptr) && !IsFolder(native)) throw LastError();
+  }
+
+  void CopyWhole(const std::string& from, const std::string& to) override {
+    const auto source = OpenNative(NativePath(from), Access::Read, Disposition::OpenExisting, Sharing::Read);
+    const std::wstring target = NativePath(to);
+    CheckNotHeld(target);
+    StagedFile staged(target);
+    CopyContent(*source, staged.Contents());
+    staged.Finish();
+  }
+
+  void WriteWhole(const std::string& path, ByteView content) override {
+    const std::wstring target = NativePath(path);
+    CheckNotHeld(target);
+    StagedFile staged(target);
+    staged.Contents().WriteAt(0, content);
+    staged.Finish();
+  }
+
+  std::string StagedName(const std::string& path) const override { return path + kStagedSuffix; }
+
+  std::unique_ptr<File> ReplaceOpen(std::unique_ptr<File> staged, std::unique_ptr<File> current,
+                                    const std::string& path) override {
+    const std::wstring target = NativePath(path);
+    StagedFile written(target, std::move(staged));
+    current.reset();
+    written.Finish();
+    return OpenNative(target, Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
+  }
+
+  bool IsRangeLocked(const std::string& path, std::uint64_t first, std::uint64_t count) const override {
+    const std::wstring native = NativePath(path);
+    const Handle file(::CreateFileW(native.c_str(), GENERIC_READ | GENERIC_WRITE,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file.IsOpen()) return ::GetLastError() == ERROR_SHARING_VIOLATION;
+    OVERLAPPED range = AtOffset(first);
+    const auto low = static_cast<DWORD>(count);
+    const auto high = static_cast<DWORD>(count >> 32);
+    if (!::LockFileEx(file.Get(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, low, high, &range))
+      return true;
+    ::UnlockFileEx(file.Get(), 0, low, high, &range);
+    return false;
+  }
+
+  std::string RealPath(const std::string& path) const override {
+    const std::wstring native = NativePath(path);
+    const DWORD length = ::GetFullPathNameW(native.c_str(), 0, nullptr, nullptr);
+    if (length == 0) return path;
+    std::wstring full(length, L'\0');
+    full.resize(::GetFullPathNameW(native.c_str(), length, full.data(), nullptr));
+    return Narrow(full);
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<FileSystem> MakeFileSystem() {
+  return std::make_unique<WindowsFileSystem>();
+}
+
+}  // namespace mv::platform
