@@ -1,0 +1,70 @@
+#include "base/Date.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "support/ExpectError.h"
+
+namespace mv {
+namespace {
+
+using testing::ErrorNumberOf;
+
+TEST(DateTest, DayZeroIsThirtiethOfDecember1899) {
+  EXPECT_EQ(DayNumber(1899, 12, 30), 0);
+  EXPECT_EQ(DayNumber(1904, 1, 1), 1462);
+  EXPECT_EQ(DayNumber(1972, 1, 1), 26299);
+  EXPECT_EQ(DayNumber(2000, 2, 29), 36585);
+  EXPECT_EQ(DayNumber(100, 1, 1), -657434);
+  EXPECT_EQ(DayNumber(9999, 12, 31), 2958465);
+}
+
+TEST(DateTest, EveryDayOfTheRangeRoundTripsThroughTheCalendar) {
+  for (std::int64_t day = -657434; day <= 2958465; day += 13) {
+    const CivilTime civil = CivilFromDate(Date{static_cast<double>(day)});
+    ASSERT_EQ(DayNumber(civil.year, civil.month, civil.day), day);
+  }
+}
+
+TEST(DateTest, BeforeDayZeroTheFractionStillCountsForward) {
+  EXPECT_EQ(IsoFromDate(Date{-1.25}), "1899-12-29T06:00:00");
+  EXPECT_EQ(DateFromIso("1899-12-29T06:00:00"), Date{-1.25});
+  EXPECT_EQ(IsoFromDate(Date{0.5}), "1899-12-30T12:00:00");
+}
+
+TEST(DateTest, TheTimeOfDayIsRoundedToTheNearestSecond) {
+  EXPECT_EQ(IsoFromDate(Date{36585 + 0.99999999}), "2000-03-01T00:00:00");
+  EXPECT_EQ(SecondsFromDate(Date{1 + 0.4 / 86400}), 86400);
+  EXPECT_EQ(SecondsFromDate(Date{1 + 0.6 / 86400}), 86401);
+}
+
+TEST(DateTest, SecondsRoundTrip) {
+  for (const std::int64_t seconds : {std::int64_t{0}, std::int64_t{1}, std::int64_t{-1}, std::int64_t{-86400},
+                                     std::int64_t{-86399}, std::int64_t{3999999999}, std::int64_t{126316800}}) {
+    EXPECT_EQ(SecondsFromDate(DateFromSeconds(seconds)), seconds);
+  }
+}
+
+TEST(DateTest, ValuesOutsideTheCalendarOverflow) {
+  EXPECT_EQ(ErrorNumberOf([] { CivilFromDate(Date{2958466}); }), 6);
+  EXPECT_EQ(ErrorNumberOf([] { CivilFromDate(Date{-657435}); }), 6);
+  EXPECT_EQ(ErrorNumberOf([] { CivilFromDate(Date{std::numeric_limits<double>::quiet_NaN()}); }), 6);
+  EXPECT_EQ(ErrorNumberOf([] { CivilFromDate(Date{std::numeric_limits<double>::infinity()}); }), 6);
+}
+
+TEST(DateTest, IsoTextsAreReadInTheirThreeForms) {
+  EXPECT_EQ(IsoFromDate(*DateFromIso("2026-11-21")), "2026-11-21T00:00:00");
+  EXPECT_EQ(IsoFromDate(*DateFromIso("2026-11-21T14:05")), "2026-11-21T14:05:00");
+  EXPECT_EQ(IsoFromDate(*DateFromIso("2026-11-21 14:05:09")), "2026-11-21T14:05:09");
+}
+
+TEST(DateTest, OtherTextsAreNoDates) {
+  for (const char* text : {"", "2026", "2026-11-31", "2026-02-29", "2026-13-01", "2026-11-21T24:00", "2026-11-21T1:00",
+                           "2026-11-21T10:00:00Z", "21.11.2026", "0099-01-01", "-001-01-01"}) {
+    EXPECT_EQ(DateFromIso(text), std::nullopt) << text;
+  }
+}
+
+}  // namespace
+}  // namespace mv
