@@ -22,6 +22,7 @@ constexpr std::array kStandardTexts = {
     StandardText{errors::kPermissionDenied, "Permission denied"},
     StandardText{errors::kPathFileAccess, "Path/File access error"},
     StandardText{errors::kPathNotFound, "Path not found"},
+    StandardText{errors::kObjectNotSet, "Object variable or With block variable not set"},
     StandardText{errors::kRecordsetArgument,
                  "Arguments are of the wrong type, are out of acceptable range, or are in conflict with one another."},
     StandardText{errors::kNoCurrentRecord,
@@ -29,6 +30,7 @@ constexpr std::array kStandardTexts = {
                  "current record."},
     StandardText{errors::kItemNotFound,
                  "Item cannot be found in the collection corresponding to the requested name or ordinal."},
+    StandardText{errors::kObjectInCollection, "Object is already in collection. Cannot append."},
     StandardText{errors::kJetNotAValidPassword, "Not a valid password."},
 };
 
