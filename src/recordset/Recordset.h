@@ -53,6 +53,7 @@ class Recordset {
   /// Deletes the current row.
   virtual void Delete() = 0;
 
+  /// Both moves: error 3021 when there is no row.
   virtual void MoveFirst() = 0;
   virtual void MoveLast() = 0;
   /// From the last row to EOF; error 3021 when EOF already.

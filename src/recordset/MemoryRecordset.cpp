@@ -1,0 +1,161 @@
+#include "recordset/MemoryRecordset.h"
+
+#include <unordered_set>
+#include <utility>
+
+#include "base/Checked.h"
+#include "base/Error.h"
+#include "base/Text.h"
+#include "base/Utf.h"
+#include "recordset/Conversions.h"
+#include "recordset/FindCriterion.h"
+
+namespace mv {
+namespace {
+
+/// What stands in `field` after `value` was assigned to it.
+Value StoredValue(const FieldDefinition& field, const Value& value) {
+  Value stored = ConvertedTo(field.type, value);
+  if (field.definedSize <= 0) return stored;
+  const auto limit = static_cast<std::size_t>(field.definedSize);
+  const auto* text = std::get_if<std::string>(&stored);
+  const auto* bytes = std::get_if<Bytes>(&stored);
+  const bool fits = text ? CharacterCount(*text) <= limit : !bytes || bytes->size() <= limit;
+  if (!fits) throw Error(errors::kJetConstraint, {}, "The value is too long for the field '" + field.name + "'.");
+  return stored;
+}
+
+}  // namespace
+
+MemoryRecordset::MemoryRecordset(std::vector<FieldDefinition> fields) : fields_(std::move(fields)) {
+  std::unordered_set<std::string> names;
+  for (const FieldDefinition& field : fields_) {
+    if (!names.insert(AsciiLower(field.name)).second) throw StandardError(errors::kObjectInCollection);
+  }
+}
+
+void MemoryRecordset::RequireField(std::size_t index) const {
+  if (index >= fields_.size()) throw StandardError(errors::kItemNotFound);
+}
+
+void MemoryRecordset::RequireLiveRow() const {
+  if (current_ == kNoRow || !rows_[current_].live) throw StandardError(errors::kNoCurrentRecord);
+}
+
+Value MemoryRecordset::FieldValue(std::size_t index) const {
+  RequireField(index);
+  if (pending_ != Pending::Nothing) return pendingValues_[index];
+  RequireLiveRow();
+  return rows_[current_].values[index];
+}
+
+void MemoryRecordset::SetFieldValue(std::size_t index, const Value& value) {
+  RequireField(index);
+  if (pending_ == Pending::Nothing) RequireLiveRow();
+  Value stored = StoredValue(fields_[index], value);
+  if (pending_ == Pending::Nothing) {
+    pendingValues_ = rows_[current_].values;
+    pending_ = Pending::Edit;
+  }
+  pendingValues_[index] = std::move(stored);
+}
+
+void MemoryRecordset::AddNew() {
+  Update();
+  pendingValues_.assign(fields_.size(), Null{});
+  pending_ = Pending::NewRow;
+}
+
+void MemoryRecordset::Update() {
+  if (pending_ == Pending::Edit) SaveEdit();
+  if (pending_ == Pending::NewRow) SaveNewRow();
+  CancelUpdate();
+}
+
+void MemoryRecordset::SaveEdit() {
+  std::vector<Value>& values = rows_[current_].values;
+  for (auto& [field, index] : indexes_) {
+    if (values[field] == pendingValues_[field]) continue;
+    index.Remove(values[field], current_);
+    index.Add(pendingValues_[field], current_);
+  }
+  values = std::move(pendingValues_);
+}
+
+void MemoryRecordset::SaveNewRow() {
+  const auto number = CheckedCast<RowNumber>(rows_.size());
+  for (auto& [field, index] : indexes_) index.Add(pendingValues_[field], number);
+  rows_.push_back({std::move(pendingValues_), last_, kNoRow, true});
+  (last_ == kNoRow ? first_ : rows_[last_].next) = number;
+  last_ = number;
+  current_ = number;
+  ++liveRows_;
+}
+
+void MemoryRecordset::CancelUpdate() {
+  pending_ = Pending::Nothing;
+  pendingValues_.clear();
+}
+
+void MemoryRecordset::Delete() {
+  if (pending_ == Pending::NewRow) throw StandardError(errors::kNoCurrentRecord);
+  RequireLiveRow();
+  CancelUpdate();
+  Row& row = rows_[current_];
+  for (auto& [field, index] : indexes_) index.Remove(row.values[field], current_);
+  Unlink(row);
+  row.live = false;
+  row.values = {};
+  --liveRows_;
+}
+
+void MemoryRecordset::Unlink(const Row& row) {
+  (row.previous == kNoRow ? first_ : rows_[row.previous].next) = row.next;
+  (row.next == kNoRow ? last_ : rows_[row.next].previous) = row.previous;
+}
+
+void MemoryRecordset::MoveFirst() {
+  Update();
+  if (liveRows_ == 0) throw StandardError(errors::kNoCurrentRecord);
+  current_ = first_;
+}
+
+void MemoryRecordset::MoveLast() {
+  Update();
+  if (liveRows_ == 0) throw StandardError(errors::kNoCurrentRecord);
+  current_ = last_;
+}
+
+void MemoryRecordset::MoveNext() {
+  Update();
+  if (Eof()) throw StandardError(errors::kNoCurrentRecord);
+  current_ = rows_[current_].next;
+}
+
+bool MemoryRecordset::Bof() const {
+  return pending_ != Pending::NewRow && liveRows_ == 0;
+}
+
+bool MemoryRecordset::Eof() const {
+  return pending_ != Pending::NewRow && (liveRows_ == 0 || current_ == kNoRow);
+}
+
+void MemoryRecordset::Find(std::string_view criterion) {
+  const FindCriterion wanted = ParseFindCriterion(criterion);
+  const std::size_t field = FieldIndex(wanted.fieldName);
+  Update();
+  if (Eof()) throw StandardError(errors::kNoCurrentRecord);
+  current_ = IndexOf(field).FirstFrom(wanted.text, current_).value_or(kNoRow);
+}
+
+TextIndex& MemoryRecordset::IndexOf(std::size_t index) {
+  const auto [entry, isNew] = indexes_.try_emplace(index);
+  if (isNew) {
+    for (RowNumber row = first_; row != kNoRow; row = rows_[row].next) {
+      entry->second.Add(rows_[row].values[index], row);
+    }
+  }
+  return entry->second;
+}
+
+}  // namespace mv

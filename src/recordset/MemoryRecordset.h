@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string_view>
+#include <vector>
+
+#include "recordset/Recordset.h"
+#include "recordset/TextIndex.h"
+
+namespace mv {
+
+/// A recordset without a database behind it: its rows live as long as the object does, in the order in which they were
+/// added. Open, and empty, from its construction on.
+///
+/// Costs. Every move, Delete and RecordCount take constant time whatever was deleted before. The first Find on a field
+/// reads all rows once; further ones cost one look-up, wherever the match is.
+class MemoryRecordset : public Recordset {
+ public:
+  /// Error 3367 when two fields have the same name (case of A to Z apart).
+  explicit MemoryRecordset(std::vector<FieldDefinition> fields);
+
+  using Recordset::FieldValue;
+  using Recordset::SetFieldValue;
+
+  const std::vector<FieldDefinition>& Fields() const override { return fields_; }
+  Value FieldValue(std::size_t index) const override;
+  /// Besides the errors of ConvertedTo, -2147217887 when text or bytes are longer than the field's defined size.
+  void SetFieldValue(std::size_t index, const Value& value) override;
+
+  /// The new row's fields are null until assigned.
+  void AddNew() override;
+  void Update() override;
+  void CancelUpdate() override;
+  /// Error 3021 for a new row that has not been saved.
+  void Delete() override;
+
+  void MoveFirst() override;
+  void MoveLast() override;
+  void MoveNext() override;
+  bool Bof() const override;
+  bool Eof() const override;
+  std::int64_t RecordCount() const override { return liveRows_; }
+
+  void Find(std::string_view criterion) override;
+
+ private:
+  using RowNumber = TextIndex::RowNumber;
+  static constexpr RowNumber kNoRow = ~RowNumber{0};
+
+  enum class Pending { Nothing, Edit, NewRow };
+
+  /// Live rows are chained in row order. A deleted row keeps its `next`, because it may still be the current one.
+  struct Row {
+    std::vector<Value> values;
+    RowNumber previous = kNoRow;
+    RowNumber next = kNoRow;
+    bool live = true;
+  };
+
+  /// Error 3265 when there is no field `index`.
+  void RequireField(std::size_t index) const;
+  /// Error 3021 unless the current row is there and not deleted.
+  void RequireLiveRow() const;
+  void SaveEdit();
+  void SaveNewRow();
+  void Unlink(const Row& row);
+  /// The index of field `index`, built from the rows when this is its first use.
+  TextIndex& IndexOf(std::size_t index);
+
+  std::vector<FieldDefinition> fields_;
+  std::vector<Row> rows_;  ///< deleted ones included, so that a row keeps its number
+  RowNumber first_ = kNoRow;
+  RowNumber last_ = kNoRow;
+  RowNumber current_ = kNoRow;  ///< kNoRow at EOF
+  std::int64_t liveRows_ = 0;
+
+  Pending pending_ = Pending::Nothing;
+  std::vector<Value> pendingValues_;  ///< the row being edited, when pending_ says so
+
+  std::map<std::size_t, TextIndex> indexes_;  ///< by field
+};
+
+}  // namespace mv
