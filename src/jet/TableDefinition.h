@@ -110,9 +110,24 @@ struct TableDefinition {
   std::string IndexName(std::size_t dataNumber) const;
 };
 
+/// Limits of the format.
+inline constexpr std::size_t kMaxColumns = 255;
+inline constexpr std::size_t kMaxIndexes = 32;
+inline constexpr std::size_t kMaxIndexColumns = 10;
+inline constexpr std::size_t kMaxNameUnits = 64;   ///< UTF-16 units of a table's, column's or index's name
+inline constexpr std::size_t kMaxTextBytes = 510;  ///< of a Text or Binary column
+inline constexpr std::size_t kMaxRowSize = 4060;   ///< long values not counted
+
+/// Bytes that a column takes in the fixed area, when it lies there; 0 for Boolean, which is a bit of the null mask.
+std::size_t FixedSize(const Column& column);
+/// Bytes of the shortest row that the columns and the two counters allow; a table may have no more than kMaxRowSize.
+std::size_t ShortestRow(const TableDefinition& table);
+
 /// Reads and checks a definition. Throws DamagedFileError for one that contradicts itself, UnsupportedError for column
 /// types of later engines.
 TableDefinition ReadDefinition(const PageFile& file, PageNumber page, const std::string& name);
+/// The same from the bytes of a definition, the headers of continuation pages left out. `pages` of the result is empty.
+TableDefinition ParseDefinition(ByteView definition, PageNumber page, const std::string& name);
 
 /// Counters in the definition's first page that change with the rows.
 std::uint32_t RowCount(const PageFile& file, const TableDefinition& table);
@@ -123,7 +138,8 @@ void SetLastAutonumber(PageFile& file, const TableDefinition& table, std::int32_
 /// only when the definition is long, but always in the first 4096 bytes for the 32 blocks allowed.
 void AddToDistinctKeys(PageFile& file, const TableDefinition& table, std::size_t dataNumber, std::int32_t delta);
 
-/// The bytes of a new definition as they are laid over pages (see WriteDefinition), counters 0, step 1.
+/// The bytes of a new definition as they are laid over pages (see WriteDefinition), counters 0, step 1. Takes columns
+/// and indexes in the order given.
 Bytes BuildDefinition(const TableDefinition& table);
 /// Writes definition bytes over pages[0] and as many of `pages` as they need, linking them; free-space words and the
 /// 8-byte reserve included.
