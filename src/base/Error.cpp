@@ -12,9 +12,12 @@ struct StandardText {
 };
 
 constexpr std::array kStandardTexts = {
+    StandardText{errors::kInvalidProcedureCall, "Invalid procedure call or argument"},
     StandardText{errors::kOverflow, "Overflow"},
+    StandardText{errors::kOutOfMemory, "Out of memory"},
     StandardText{errors::kSubscriptOutOfRange, "Subscript out of range"},
     StandardText{errors::kTypeMismatch, "Type mismatch"},
+    StandardText{errors::kInternalError, "Internal error"},
     StandardText{errors::kFileNotFound, "File not found"},
     StandardText{errors::kDeviceIo, "Device I/O error"},
     StandardText{errors::kFileAlreadyExists, "File already exists"},

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+#include "config/RegistryStrings.h"
+
+namespace mv {
+
+/// Tells the device-connection manager to start the program whenever a handheld connects, with `switchText` ("-Mode0",
+/// "-Mode1" or "-Mode2") as its command line. The program's path in the entry is fixed; it does not follow the folder
+/// the program was installed to. Fails silently.
+void RegisterAutoStart(RegistryStrings& registry, const std::string& switchText);
+
+/// Empties the entry; the value itself stays. Fails silently.
+void UnregisterAutoStart(RegistryStrings& registry);
+
+}  // namespace mv

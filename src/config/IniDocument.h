@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mv {
+
+/// The text of one settings file, which users edit by hand:
+///
+///   ; a comment (or #), always a line of its own
+///   [Section]
+///   Key = value
+///   Padded = "  a value with blanks at an end stands in quotes  "
+///
+/// Lines end in LF or CR LF; a UTF-8 byte-order mark may come first. Blanks and tabs around a section's name, a key and
+/// a value do not count, nor does the case of sections and keys. Where a key stands twice, in one part of its section
+/// or in two, the first counts. Lines of any other form mean nothing and are kept.
+///
+/// Setting a key changes the bytes of its value and no other byte.
+class IniDocument {
+ public:
+  IniDocument() = default;
+  explicit IniDocument(std::string_view text);
+
+  /// The value as UTF-8, what is malformed in it replaced; nothing when the key is missing.
+  std::optional<std::string> Get(std::string_view section, std::string_view key) const;
+
+  /// Replaces the key's value, or adds the key at the end of its section, or the section at the end of the text.
+  /// A value of more than one line cannot be kept: error 5 "Invalid procedure call or argument".
+  void Set(std::string_view section, std::string_view key, std::string_view value);
+
+  /// The whole text, byte for byte as it came in but for what was set.
+  std::string Text() const;
+
+ private:
+  enum class LineKind { Other, Section, Entry };
+  struct Line {
+    std::string raw;  ///< with its line end, if it has one
+    LineKind kind = LineKind::Other;
+    std::string name;            ///< section or key, in the folded form under which names compare
+    std::size_t valueBegin = 0;  ///< Entry: where the value's bytes stand in `raw`
+    std::size_t valueEnd = 0;
+  };
+  /// Where a key is, or where it would go.
+  struct Place {
+    std::optional<std::size_t> entry;     ///< the key's line
+    std::optional<std::size_t> lastLine;  ///< header or last entry of the first part of the section
+  };
+
+  static Line Parsed(std::string raw);
+  Place Locate(std::string_view section, std::string_view key) const;
+  void AddSection(std::string_view section);
+  void InsertLine(std::size_t position, std::string_view content);
+  void EndLine(std::size_t index);
+
+  std::vector<Line> lines_;
+  std::string lineEnd_ = "\n";
+};
+
+}  // namespace mv

@@ -1,0 +1,65 @@
+#include "config/IniSettingsStore.h"
+
+#include <utility>
+
+#include "base/Error.h"
+#include "base/Text.h"
+
+namespace mv {
+namespace {
+
+bool IsAbsolutePath(const std::string& path) {
+  return path.starts_with('/') || path.starts_with('\\') || (path.size() > 1 && path[1] == ':');
+}
+
+bool IsMissing(const Error& error) {
+  return error.Number() == errors::kFileNotFound || error.Number() == errors::kPathNotFound;
+}
+
+}  // namespace
+
+IniSettingsStore::IniSettingsStore(platform::FileSystem& files, std::string folder)
+    : files_(files), folder_(std::move(folder)) {}
+
+std::optional<std::string> IniSettingsStore::GetSetting(const std::string& application, const std::string& section,
+                                                        const std::string& key) {
+  return Load(PathOf(application)).Get(section, key);
+}
+
+void IniSettingsStore::SaveSetting(const std::string& application, const std::string& section, const std::string& key,
+                                   const std::string& text) {
+  const std::string path = PathOf(application);
+  IniDocument document = Load(path);
+  if (document.Get(section, key) == text) return;
+  document.Set(section, key, text);
+  const std::string content = document.Text();
+  files_.CreateFolders(folder_);
+  files_.WriteWhole(path, Bytes(content.begin(), content.end()));
+}
+
+std::string IniSettingsStore::PathOf(const std::string& application) const {
+  return JoinPath(folder_, application + ".ini");
+}
+
+IniDocument IniSettingsStore::Load(const std::string& path) {
+  try {
+    const Bytes content = platform::ReadWhole(files_, path);
+    return IniDocument(std::string(content.begin(), content.end()));
+  } catch (const Error& error) {
+    if (!IsMissing(error)) throw;
+    return {};
+  }
+}
+
+std::string SettingsFolder(const std::function<std::optional<std::string>(const std::string& name)>& variable,
+                           const std::string& programFolder) {
+  const std::string xdg = variable("XDG_CONFIG_HOME").value_or("");
+  if (IsAbsolutePath(xdg)) return xdg;
+  const std::string home = variable("HOME").value_or("");
+  if (IsAbsolutePath(home)) return JoinPath(home, ".config");
+  const std::string appData = variable("APPDATA").value_or("");
+  if (IsAbsolutePath(appData)) return appData;
+  return programFolder;
+}
+
+}  // namespace mv

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "config/SettingsStore.h"
+#include "platform/System.h"
+
+namespace mv {
+
+/// The application under which both editions keep their settings.
+inline constexpr const char* kSettingsApplication = "Motorva32";
+
+/// The settings of a run, held in memory for the life of the process. On/off settings are 0 for off; they are shown in
+/// check boxes, which set 0 or 1.
+struct Settings {
+  std::string DesktopDBPath;     ///< the desktop database file
+  std::string PDADBPath;         ///< folder of the table files on the handheld
+  std::string PCSyncSourcePath;  ///< local folder for the tables copied from the handheld
+  std::string PCSyncDestPath;    ///< local folder for the merged tables before they go back
+  std::string SyncLogPath;       ///< the sync log file
+  std::int16_t SyncMode = 0;     ///< 0 Synchronize, 1 Overwrite PDA, 2 Overwrite PC
+  std::int16_t SyncLogHistory = 0;
+  std::int16_t SyncLog = 1;
+  std::int16_t AutoStart = 0;
+
+  friend bool operator==(const Settings&, const Settings&) = default;
+};
+
+/// Reads every setting, a missing one as its default. The desktop edition's own keys "DBFileName" and "DBPath" only
+/// make defaults: the database, the work folders and the log lie beside the desktop database, and beside this program
+/// (`programFolder`, without a separator at its end) when "DBPath" is missing.
+/// Error 13 for an integer setting that is no number, error 6 for one beyond 16 bits.
+Settings LoadSettings(SettingsStore& store, const std::string& programFolder);
+
+/// Writes every setting. From then on the database's path is stored, and the desktop edition's keys no longer move it.
+void SaveSettings(SettingsStore& store, const Settings& settings);
+
+/// Writes the current time, in the user's own form, as the time of the last run.
+void SaveLastSync(SettingsStore& store, const platform::Clock& clock);
+
+/// The local folder that stands for the handheld's root; empty when the handheld is no folder.
+std::string LoadHandheldRoot(SettingsStore& store);
+
+}  // namespace mv
