@@ -62,9 +62,12 @@ TEST(CheckedTest, LeavingTheTypeIsOverflow) {
 }
 
 TEST(ErrorTest, StandardErrorsCarryThePlatformsTexts) {
+  EXPECT_EQ(StandardError(5).Description(), "Invalid procedure call or argument");
   EXPECT_EQ(StandardError(6).Description(), "Overflow");
+  EXPECT_EQ(StandardError(7).Description(), "Out of memory");
   EXPECT_EQ(StandardError(9).Description(), "Subscript out of range");
   EXPECT_EQ(StandardError(13).Description(), "Type mismatch");
+  EXPECT_EQ(StandardError(51).Description(), "Internal error");
   EXPECT_EQ(StandardError(53).Description(), "File not found");
   EXPECT_EQ(StandardError(70).Description(), "Permission denied");
   EXPECT_EQ(StandardError(75).Description(), "Path/File access error");
