@@ -3,16 +3,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 
 #include "base/Error.h"
 #include "support/ExpectError.h"
+#include "support/MemoryFileSystem.h"
 #include "support/TempFolder.h"
 
 namespace mv::platform {
 namespace {
 
 using mv::testing::ErrorNumberOf;
+using mv::testing::MemoryFileSystem;
 using mv::testing::TempFolder;
 
 Bytes BytesOf(std::string_view text) {
@@ -22,52 +23,102 @@ std::string TextOf(const Bytes& bytes) {
   return std::string(bytes.begin(), bytes.end());
 }
 
-class FileSystemTest : public ::testing::Test {
+/// A file system with an empty folder, and a way around it to see what is really there.
+class World {
+ public:
+  virtual ~World() = default;
+  virtual FileSystem& Files() = 0;
+  /// The folder, without a separator at its end.
+  virtual std::string Path() const = 0;
+  virtual void Write(std::string_view name, std::string_view content) = 0;
+  virtual std::string Read(std::string_view name) const = 0;
+  virtual bool Has(std::string_view name) const = 0;
+  std::string File(std::string_view name) const { return Path() + "\\" + std::string(name); }
+};
+
+/// This machine's files.
+class DiskWorld : public World {
+ public:
+  FileSystem& Files() override { return *files_; }
+  std::string Path() const override { return folder_.Path(); }
+  void Write(std::string_view name, std::string_view content) override { folder_.Write(name, content); }
+  std::string Read(std::string_view name) const override { return folder_.Read(name); }
+  bool Has(std::string_view name) const override { return folder_.Has(name); }
+
+ private:
+  TempFolder folder_;
+  std::unique_ptr<FileSystem> files_ = MakeFileSystem();
+};
+
+/// The files in memory that other tests use in their place.
+class MemoryWorld : public World {
+ public:
+  MemoryWorld() { files_.CreateFolders(Path()); }
+  FileSystem& Files() override { return files_; }
+  std::string Path() const override { return "C:\\folder"; }
+  void Write(std::string_view name, std::string_view content) override { files_.Put(File(name), BytesOf(content)); }
+  std::string Read(std::string_view name) const override { return TextOf(files_.Content(File(name))); }
+  bool Has(std::string_view name) const override { return files_.FileExists(File(name)); }
+
+ private:
+  MemoryFileSystem files_;
+};
+
+template <typename Kind>
+std::unique_ptr<World> Make() {
+  return std::make_unique<Kind>();
+}
+
+class FileSystemTest : public ::testing::TestWithParam<std::unique_ptr<World> (*)()> {
  protected:
   std::unique_ptr<File> Open(std::string_view name, Access access, Disposition disposition,
                              Sharing sharing = Sharing::None) {
     return files_->Open(folder_.File(name), access, disposition, sharing);
   }
 
-  TempFolder folder_;
-  std::unique_ptr<FileSystem> files_ = MakeFileSystem();
+  std::unique_ptr<World> world_ = GetParam()();
+  World& folder_ = *world_;
+  FileSystem* files_ = &world_->Files();
 };
 
-TEST_F(FileSystemTest, BothSeparatorsLeadToTheSameFile) {
+INSTANTIATE_TEST_SUITE_P(OfThisMachine, FileSystemTest, ::testing::Values(&Make<DiskWorld>));
+INSTANTIATE_TEST_SUITE_P(InMemory, FileSystemTest, ::testing::Values(&Make<MemoryWorld>));
+
+TEST_P(FileSystemTest, BothSeparatorsLeadToTheSameFile) {
   folder_.Write("sub/file.txt", "x");
   EXPECT_TRUE(files_->FileExists(folder_.Path() + "\\sub\\file.txt"));
   EXPECT_TRUE(files_->FileExists(folder_.Path() + "/sub/file.txt"));
   EXPECT_TRUE(files_->FileExists(folder_.Path() + "\\sub\\\\file.txt"));
 }
 
-TEST_F(FileSystemTest, NamesWithAccentsAndAstralCharactersWork) {
+TEST_P(FileSystemTest, NamesWithAccentsAndAstralCharactersWork) {
   const std::string path = folder_.File("caf\xC3\xA9 \xF0\x9F\x9A\x97.txt");
   files_->WriteWhole(path, BytesOf("x"));
   EXPECT_TRUE(files_->FileExists(path));
   EXPECT_EQ(files_->List(folder_.Path()), std::vector<std::string>{"caf\xC3\xA9 \xF0\x9F\x9A\x97.txt"});
 }
 
-TEST_F(FileSystemTest, AMissingFileIsError53AndAMissingFolderError76) {
+TEST_P(FileSystemTest, AMissingFileIsError53AndAMissingFolderError76) {
   EXPECT_EQ(ErrorNumberOf([&] { Open("none", Access::Read, Disposition::OpenExisting); }), 53);
   EXPECT_EQ(ErrorNumberOf([&] { Open("no\\file", Access::Read, Disposition::OpenExisting); }), 76);
   EXPECT_EQ(ErrorNumberOf([&] { Open("no\\file", Access::Write, Disposition::CreateAlways); }), 76);
   EXPECT_EQ(ErrorNumberOf([&] { files_->RemoveFile(folder_.File("none")); }), 53);
 }
 
-TEST_F(FileSystemTest, AFolderIsNoFile) {
-  std::filesystem::create_directories(folder_.Path() + "/sub");
+TEST_P(FileSystemTest, AFolderIsNoFile) {
+  files_->CreateFolders(folder_.File("sub"));
   EXPECT_FALSE(files_->FileExists(folder_.File("sub")));
   EXPECT_TRUE(files_->FolderExists(folder_.File("sub")));
   EXPECT_EQ(ErrorNumberOf([&] { Open("sub", Access::ReadWrite, Disposition::OpenAlways); }), 75);
 }
 
-TEST_F(FileSystemTest, OpenAlwaysKeepsTheContentAndCreateAlwaysCutsIt) {
+TEST_P(FileSystemTest, OpenAlwaysKeepsTheContentAndCreateAlwaysCutsIt) {
   folder_.Write("file", "abc");
   EXPECT_EQ(Open("file", Access::ReadWrite, Disposition::OpenAlways)->Size(), 3u);
   EXPECT_EQ(Open("file", Access::ReadWrite, Disposition::CreateAlways)->Size(), 0u);
 }
 
-TEST_F(FileSystemTest, ReadsAndWritesNameTheirOffset) {
+TEST_P(FileSystemTest, ReadsAndWritesNameTheirOffset) {
   const auto file = Open("file", Access::ReadWrite, Disposition::CreateAlways);
   file->WriteAt(4, BytesOf("ef"));
   Bytes all(10);
@@ -78,7 +129,7 @@ TEST_F(FileSystemTest, ReadsAndWritesNameTheirOffset) {
   EXPECT_EQ(file->Size(), 5u);
 }
 
-TEST_F(FileSystemTest, AFileHeldWithoutSharingCannotBeOpenedAgain) {
+TEST_P(FileSystemTest, AFileHeldWithoutSharingCannotBeOpenedAgain) {
   folder_.Write("file", "abc");
   const auto held = Open("file", Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
   EXPECT_EQ(ErrorNumberOf([&] { Open("file", Access::ReadWrite, Disposition::OpenExisting); }), 70);
@@ -87,21 +138,21 @@ TEST_F(FileSystemTest, AFileHeldWithoutSharingCannotBeOpenedAgain) {
   EXPECT_EQ(held->Size(), 3u) << "a refused opening cut the file";
 }
 
-TEST_F(FileSystemTest, TwoReadersShareAFileAndKeepWritersOut) {
+TEST_P(FileSystemTest, TwoReadersShareAFileAndKeepWritersOut) {
   folder_.Write("file", "abc");
   const auto one = Open("file", Access::Read, Disposition::OpenExisting, Sharing::Read);
   const auto two = Open("file", Access::Read, Disposition::OpenExisting, Sharing::Read);
   EXPECT_EQ(ErrorNumberOf([&] { Open("file", Access::ReadWrite, Disposition::OpenExisting); }), 70);
 }
 
-TEST_F(FileSystemTest, WriteWholeReplacesTheContentAndLeavesNothingBeside) {
+TEST_P(FileSystemTest, WriteWholeReplacesTheContentAndLeavesNothingBeside) {
   folder_.Write("file", "a longer old content");
   files_->WriteWhole(folder_.File("file"), BytesOf("new"));
   EXPECT_EQ(folder_.Read("file"), "new");
   EXPECT_EQ(files_->List(folder_.Path()).size(), 1u);
 }
 
-TEST_F(FileSystemTest, CopyWholeCopiesLargeFilesAndReplacesTheTarget) {
+TEST_P(FileSystemTest, CopyWholeCopiesLargeFilesAndReplacesTheTarget) {
   std::string content(3 * 1024 * 1024 + 17, 'x');
   content[1024 * 1024] = 'y';
   folder_.Write("from", content);
@@ -110,13 +161,13 @@ TEST_F(FileSystemTest, CopyWholeCopiesLargeFilesAndReplacesTheTarget) {
   EXPECT_TRUE(folder_.Read("to") == content);
 }
 
-TEST_F(FileSystemTest, CopyWholeOfAMissingFileLeavesTheTarget) {
+TEST_P(FileSystemTest, CopyWholeOfAMissingFileLeavesTheTarget) {
   folder_.Write("to", "old");
   EXPECT_EQ(ErrorNumberOf([&] { files_->CopyWhole(folder_.File("none"), folder_.File("to")); }), 53);
   EXPECT_EQ(folder_.Read("to"), "old");
 }
 
-TEST_F(FileSystemTest, CopyWholeOverAHeldFileIsError70AndLeavesIt) {
+TEST_P(FileSystemTest, CopyWholeOverAHeldFileIsError70AndLeavesIt) {
   folder_.Write("from", "new");
   folder_.Write("to", "old");
   {
@@ -128,7 +179,7 @@ TEST_F(FileSystemTest, CopyWholeOverAHeldFileIsError70AndLeavesIt) {
   EXPECT_FALSE(folder_.Has("copy"));
 }
 
-TEST_F(FileSystemTest, ReplaceOpenPutsTheStagedFileInPlaceAndKeepsItHeld) {
+TEST_P(FileSystemTest, ReplaceOpenPutsTheStagedFileInPlaceAndKeepsItHeld) {
   folder_.Write("file", "old");
   const std::string path = folder_.File("file");
   auto current = Open("file", Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
@@ -144,7 +195,7 @@ TEST_F(FileSystemTest, ReplaceOpenPutsTheStagedFileInPlaceAndKeepsItHeld) {
   EXPECT_FALSE(files_->FileExists(files_->StagedName(path)));
 }
 
-TEST_F(FileSystemTest, ALockBehindTheEndOfAFileIsSeen) {
+TEST_P(FileSystemTest, ALockBehindTheEndOfAFileIsSeen) {
   folder_.Write("file.ldb", "");
   EXPECT_FALSE(files_->IsRangeLocked(folder_.File("file.ldb"), 0x10000001, 255));
   EXPECT_FALSE(files_->IsRangeLocked(folder_.File("none.ldb"), 0x10000001, 255));
@@ -152,13 +203,13 @@ TEST_F(FileSystemTest, ALockBehindTheEndOfAFileIsSeen) {
   EXPECT_TRUE(files_->IsRangeLocked(folder_.File("file.ldb"), 0x10000001, 255));
 }
 
-TEST_F(FileSystemTest, CreateFoldersMakesEveryMissingLevelAndAcceptsAnExistingOne) {
+TEST_P(FileSystemTest, CreateFoldersMakesEveryMissingLevelAndAcceptsAnExistingOne) {
   files_->CreateFolders(folder_.File("a\\b\\c"));
   files_->CreateFolders(folder_.File("a\\b\\c"));
   EXPECT_TRUE(files_->FolderExists(folder_.File("a\\b\\c")));
 }
 
-TEST_F(FileSystemTest, RenameFileReplacesTheTarget) {
+TEST_P(FileSystemTest, RenameFileReplacesTheTarget) {
   folder_.Write("from", "new");
   folder_.Write("to", "old");
   files_->RenameFile(folder_.File("from"), folder_.File("to"));
@@ -166,7 +217,7 @@ TEST_F(FileSystemTest, RenameFileReplacesTheTarget) {
   EXPECT_FALSE(folder_.Has("from"));
 }
 
-TEST_F(FileSystemTest, ReadWholeGivesEveryByte) {
+TEST_P(FileSystemTest, ReadWholeGivesEveryByte) {
   folder_.Write("file", std::string("a\0\xFF\r\n", 5));
   EXPECT_EQ(ReadWhole(*files_, folder_.File("file")), (Bytes{'a', 0, 0xFF, '\r', '\n'}));
 }

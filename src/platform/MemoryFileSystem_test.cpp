@@ -1,0 +1,81 @@
+#include "support/MemoryFileSystem.h"
+
+#include <gtest/gtest.h>
+
+#include "support/ExpectError.h"
+
+namespace mv::platform {
+namespace {
+
+using mv::testing::ErrorNumberOf;
+using mv::testing::MemoryFileSystem;
+
+class MemoryFileSystemTest : public ::testing::Test {
+ protected:
+  std::unique_ptr<File> OpenFile() {
+    return files_.Open("C:\\file", Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
+  }
+
+  MemoryFileSystemTest() { files_.Put("C:\\file", {1, 2, 3, 4}); }
+  MemoryFileSystem files_;
+};
+
+TEST_F(MemoryFileSystemTest, TheChosenWriteFailsOnceAndKeepsHalfOfItsData) {
+  const auto file = OpenFile();
+  files_.FailWrite(2);
+  file->WriteAt(0, Bytes{9});
+  EXPECT_EQ(ErrorNumberOf([&] { file->WriteAt(4, Bytes{5, 6, 7, 8}); }), errors::kDiskFull);
+  EXPECT_EQ(files_.Content("C:\\file"), (Bytes{9, 2, 3, 4, 5, 6}));
+  file->WriteAt(4, Bytes{7});
+  EXPECT_EQ(files_.Content("C:\\file"), (Bytes{9, 2, 3, 4, 7, 6}));
+}
+
+TEST_F(MemoryFileSystemTest, AFailingWriteOfAWholeFileLeavesTheOldOne) {
+  files_.FailWrite(1, errors::kDeviceIo);
+  EXPECT_EQ(ErrorNumberOf([&] { files_.WriteWhole("C:\\file", Bytes{9}); }), errors::kDeviceIo);
+  EXPECT_EQ(files_.Content("C:\\file"), (Bytes{1, 2, 3, 4}));
+}
+
+TEST_F(MemoryFileSystemTest, AFailingReplacementLeavesTheOldFileAndRemovesTheStagedOne) {
+  auto current = OpenFile();
+  auto staged = files_.Open(files_.StagedName("C:\\file"), Access::ReadWrite, Disposition::CreateAlways, Sharing::None);
+  files_.FailWrite(1);
+  EXPECT_EQ(ErrorNumberOf([&] { files_.ReplaceOpen(std::move(staged), std::move(current), "C:\\file"); }),
+            errors::kDiskFull);
+  EXPECT_EQ(files_.Content("C:\\file"), (Bytes{1, 2, 3, 4}));
+  EXPECT_FALSE(files_.FileExists(files_.StagedName("C:\\file")));
+}
+
+TEST_F(MemoryFileSystemTest, TheChosenReadAndTheChosenSyncFail) {
+  const auto file = OpenFile();
+  Bytes out(4);
+  files_.FailRead(1);
+  EXPECT_EQ(ErrorNumberOf([&] { file->ReadAt(0, out); }), errors::kDeviceIo);
+  EXPECT_EQ(file->ReadAt(0, out), 4u);
+  files_.FailSync(1);
+  EXPECT_EQ(ErrorNumberOf([&] { file->Sync(); }), errors::kDiskFull);
+}
+
+TEST_F(MemoryFileSystemTest, CallsThatReachAFileAreCounted) {
+  const auto file = OpenFile();
+  Bytes out(1);
+  file->ReadAt(0, out);
+  file->WriteAt(0, out);
+  file->Resize(2);
+  EXPECT_EQ(files_.Opens(), 1u);
+  EXPECT_EQ(files_.Reads(), 1u);
+  EXPECT_EQ(files_.Writes(), 2u);
+}
+
+TEST_F(MemoryFileSystemTest, AFileMayOutliveTheFileSystem) {
+  std::unique_ptr<File> file;
+  {
+    MemoryFileSystem shortLived;
+    file = shortLived.Open("x", Access::ReadWrite, Disposition::CreateAlways, Sharing::None);
+  }
+  file->WriteAt(0, Bytes{1});
+  EXPECT_EQ(file->Size(), 1u);
+}
+
+}  // namespace
+}  // namespace mv::platform

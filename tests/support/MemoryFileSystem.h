@@ -1,0 +1,280 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/Error.h"
+#include "platform/FileSystem.h"
+
+namespace mv::testing {
+
+/// A file system in memory with the contract of platform::FileSystem, for tests: it counts what reaches the "disk" and
+/// fails when told to. Names are case-sensitive; a drive ("C:") is a folder like any other.
+class MemoryFileSystem : public platform::FileSystem {
+ public:
+  /// Creates or replaces a file and the folders above it. Not counted, never fails.
+  void Put(const std::string& path, Bytes content) {
+    CreateFolders(FolderOf(Normal(path)));
+    NodeOf(Normal(path))->content = std::move(content);
+  }
+  /// What a file holds. Error 53.
+  Bytes Content(const std::string& path) const { return Existing(Normal(path))->content; }
+
+  /// The `count`th write from now on (1: the next) fails with `error`. A write is a call of WriteAt, Resize,
+  /// WriteWhole, CopyWhole or ReplaceOpen. WriteAt keeps the first half of the data, as a full disk does; the others
+  /// change nothing.
+  void FailWrite(std::size_t count, std::int32_t error = errors::kDiskFull) { disk_->writeFault = {count, error}; }
+  /// The `count`th ReadAt from now on fails with `error`.
+  void FailRead(std::size_t count, std::int32_t error = errors::kDeviceIo) { disk_->readFault = {count, error}; }
+  /// The `count`th Sync from now on fails with `error`.
+  void FailSync(std::size_t count, std::int32_t error = errors::kDiskFull) { disk_->syncFault = {count, error}; }
+
+  /// Calls so far that reached a file.
+  std::size_t Opens() const { return opens_; }
+  std::size_t Reads() const { return disk_->reads; }
+  std::size_t Writes() const { return disk_->writes; }
+
+  std::unique_ptr<platform::File> Open(const std::string& path, platform::Access access,
+                                       platform::Disposition disposition, platform::Sharing sharing) override {
+    const std::string name = Normal(path);
+    if (folders_.contains(name)) throw StandardError(errors::kPathFileAccess);
+    RequireFolder(name);
+    const bool creates = disposition != platform::Disposition::OpenExisting;
+    const std::shared_ptr<Node> node = creates ? NodeOf(name) : Existing(name);
+    auto file = std::make_unique<MemoryFile>(disk_, node, name, access, sharing);
+    if (disposition == platform::Disposition::CreateAlways) node->content.clear();
+    ++opens_;
+    return file;
+  }
+
+  bool FileExists(const std::string& path) const override { return files_.contains(Normal(path)); }
+  bool FolderExists(const std::string& path) const override { return folders_.contains(Normal(path)); }
+
+  std::vector<std::string> List(const std::string& folder) const override {
+    const std::string name = Normal(folder);
+    if (!folders_.contains(name)) throw StandardError(errors::kPathNotFound);
+    std::vector<std::string> names;
+    const auto add = [&](const std::string& path) {
+      if (path != name && FolderOf(path) == name) names.push_back(path.substr(name.empty() ? 0 : name.size() + 1));
+    };
+    for (const auto& [path, node] : files_) add(path);
+    for (const std::string& path : folders_) add(path);
+    return names;
+  }
+
+  void RemoveFile(const std::string& path) override {
+    const std::string name = Normal(path);
+    if (folders_.contains(name)) throw StandardError(errors::kPathFileAccess);
+    RequireFree(*Existing(name));
+    files_.erase(name);
+  }
+
+  void RenameFile(const std::string& from, const std::string& to) override {
+    const std::shared_ptr<Node> node = Existing(Normal(from));
+    RequireFolder(Normal(to));
+    RequireFree(*node);
+    if (FileExists(to)) RequireFree(*files_.at(Normal(to)));
+    files_.erase(Normal(from));
+    files_[Normal(to)] = node;
+  }
+
+  void CreateFolders(const std::string& folder) override {
+    std::string name = Normal(folder);
+    if (files_.contains(name)) throw StandardError(errors::kPathFileAccess);
+    while (folders_.insert(name).second) name = FolderOf(name);
+  }
+
+  void CopyWhole(const std::string& from, const std::string& to) override {
+    const std::shared_ptr<Node> source = Existing(Normal(from));
+    const MemoryFile held(disk_, source, Normal(from), platform::Access::Read, platform::Sharing::Read);
+    WriteWhole(to, source->content);
+  }
+
+  void WriteWhole(const std::string& path, ByteView content) override {
+    const std::string name = Normal(path);
+    if (folders_.contains(name)) throw StandardError(errors::kPathFileAccess);
+    RequireFolder(name);
+    if (files_.contains(name)) RequireFree(*files_.at(name));
+    ++disk_->writes;
+    disk_->writeFault.Count();
+    NodeOf(name)->content.assign(content.begin(), content.end());
+  }
+
+  std::string StagedName(const std::string& path) const override { return path + ".writing"; }
+
+  std::unique_ptr<platform::File> ReplaceOpen(std::unique_ptr<platform::File> staged,
+                                              std::unique_ptr<platform::File> current,
+                                              const std::string& path) override {
+    const std::string stagedName = static_cast<MemoryFile&>(*staged).Name();
+    const std::shared_ptr<Node> node = Existing(stagedName);
+    files_.erase(stagedName);
+    staged.reset();
+    current.reset();
+    ++disk_->writes;
+    disk_->writeFault.Count();
+    files_[Normal(path)] = node;
+    return std::make_unique<MemoryFile>(disk_, node, Normal(path), platform::Access::ReadWrite,
+                                        platform::Sharing::None);
+  }
+
+  bool IsRangeLocked(const std::string& path, std::uint64_t, std::uint64_t) const override {
+    const auto found = files_.find(Normal(path));
+    if (found == files_.end()) return false;
+    const std::vector<Opening>& openings = found->second->openings;
+    return std::any_of(openings.begin(), openings.end(),
+                       [](const Opening& opening) { return opening.sharing == platform::Sharing::None; });
+  }
+
+  std::string RealPath(const std::string& path) const override { return Normal(path); }
+
+ private:
+  /// Counts calls down to the one that fails; 0 when none will.
+  struct Fault {
+    std::size_t remaining = 0;
+    std::int32_t error = 0;
+
+    void Count() {
+      if (remaining > 0 && --remaining == 0) throw StandardError(error);
+    }
+  };
+  /// What the files share with the file system, which they may outlive.
+  struct Disk {
+    Fault writeFault;
+    Fault readFault;
+    Fault syncFault;
+    std::size_t reads = 0;
+    std::size_t writes = 0;
+  };
+  struct Opening {
+    platform::Access access;
+    platform::Sharing sharing;
+
+    bool Writes() const { return access != platform::Access::Read; }
+    bool Excludes(const Opening& other) const {
+      return sharing == platform::Sharing::None || (sharing == platform::Sharing::Read && other.Writes());
+    }
+  };
+  struct Node {
+    Bytes content;
+    std::vector<Opening> openings;
+  };
+
+  class MemoryFile : public platform::File {
+   public:
+    MemoryFile(std::shared_ptr<Disk> disk, std::shared_ptr<Node> node, std::string name, platform::Access access,
+               platform::Sharing sharing)
+        : disk_(std::move(disk)), node_(std::move(node)), name_(std::move(name)), opening_{access, sharing} {
+      for (const Opening& other : node_->openings) {
+        if (opening_.Excludes(other) || other.Excludes(opening_)) throw StandardError(errors::kPermissionDenied);
+      }
+      node_->openings.push_back(opening_);
+    }
+    ~MemoryFile() override {
+      std::vector<Opening>& openings = node_->openings;
+      openings.erase(std::find_if(openings.begin(), openings.end(), [&](const Opening& other) {
+        return other.access == opening_.access && other.sharing == opening_.sharing;
+      }));
+    }
+
+    const std::string& Name() const { return name_; }
+
+    std::uint64_t Size() const override { return node_->content.size(); }
+
+    std::size_t ReadAt(std::uint64_t offset, ByteSpan out) override {
+      if (opening_.access == platform::Access::Write) throw StandardError(errors::kDeviceIo);
+      ++disk_->reads;
+      disk_->readFault.Count();
+      const Bytes& content = node_->content;
+      const std::size_t start = static_cast<std::size_t>(std::min<std::uint64_t>(offset, content.size()));
+      const std::size_t count = std::min(out.size(), content.size() - start);
+      std::copy_n(content.begin() + static_cast<std::ptrdiff_t>(start), count, out.begin());
+      return count;
+    }
+
+    void WriteAt(std::uint64_t offset, ByteView data) override {
+      RequireWritable();
+      ++disk_->writes;
+      try {
+        disk_->writeFault.Count();
+      } catch (const Error&) {
+        Store(offset, data.first(data.size() / 2));
+        throw;
+      }
+      Store(offset, data);
+    }
+
+    void Resize(std::uint64_t size) override {
+      RequireWritable();
+      ++disk_->writes;
+      disk_->writeFault.Count();
+      node_->content.resize(static_cast<std::size_t>(size));
+    }
+
+    void Sync() override { disk_->syncFault.Count(); }
+
+   private:
+    void RequireWritable() const {
+      if (!opening_.Writes()) throw StandardError(errors::kDeviceIo);
+    }
+
+    void Store(std::uint64_t offset, ByteView data) {
+      if (data.empty()) return;
+      const auto start = static_cast<std::size_t>(offset);
+      if (node_->content.size() < start + data.size()) node_->content.resize(start + data.size());
+      std::copy(data.begin(), data.end(), node_->content.begin() + static_cast<std::ptrdiff_t>(start));
+    }
+
+    std::shared_ptr<Disk> disk_;
+    std::shared_ptr<Node> node_;
+    std::string name_;
+    Opening opening_;
+  };
+
+  /// "C:\data\\x" and "C:/data/x/" as "C:/data/x"; a leading separator goes too.
+  static std::string Normal(const std::string& path) {
+    std::string name;
+    for (const char c : path) {
+      const bool separator = c == '\\' || c == '/';
+      if (separator && (name.empty() || name.back() == '/')) continue;
+      name += separator ? '/' : c;
+    }
+    if (name.ends_with('/')) name.pop_back();
+    return name;
+  }
+  static std::string FolderOf(const std::string& name) {
+    const std::size_t separator = name.rfind('/');
+    return separator == std::string::npos ? std::string() : name.substr(0, separator);
+  }
+
+  void RequireFolder(const std::string& name) const {
+    if (!folders_.contains(FolderOf(name))) throw StandardError(errors::kPathNotFound);
+  }
+  static void RequireFree(const Node& node) {
+    if (!node.openings.empty()) throw StandardError(errors::kPermissionDenied);
+  }
+  std::shared_ptr<Node> Existing(const std::string& name) const {
+    RequireFolder(name);
+    const auto found = files_.find(name);
+    if (found == files_.end()) throw StandardError(errors::kFileNotFound);
+    return found->second;
+  }
+  std::shared_ptr<Node> NodeOf(const std::string& name) {
+    std::shared_ptr<Node>& node = files_[name];
+    if (!node) node = std::make_shared<Node>();
+    return node;
+  }
+
+  std::shared_ptr<Disk> disk_ = std::make_shared<Disk>();
+  std::map<std::string, std::shared_ptr<Node>> files_;
+  std::set<std::string> folders_ = {""};
+  std::size_t opens_ = 0;
+};
+
+}  // namespace mv::testing
