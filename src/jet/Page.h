@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/ByteOrder.h"
 #include "base/Bytes.h"
 
 namespace mv::jet {
@@ -29,7 +30,7 @@ struct RowId {
   constexpr bool IsNone() const { return page == 0 && slot == 0; }
 };
 
-/// First two bytes of a page.
+/// First two bytes of a page, little-endian (a data page begins 01 01, a definition 02 01).
 enum class PageKind : std::uint16_t {
   Header = 0x0100,
   Data = 0x0101,
@@ -40,5 +41,13 @@ enum class PageKind : std::uint16_t {
   FreedDefinition = 0x0108,
   FreedData = 0x0109,
 };
+
+/// The kind a page claims to be; freed pages may claim anything, see UsageMap.h.
+inline PageKind KindOf(const Page& page) {
+  return static_cast<PageKind>(LoadLittle<std::uint16_t>(page.data()));
+}
+inline void SetKind(Page& page, PageKind kind) {
+  StoreLittle(page.data(), static_cast<std::uint16_t>(kind));
+}
 
 }  // namespace mv::jet
