@@ -29,8 +29,6 @@ inline constexpr std::size_t kSlotCountOffset = 12;
 inline constexpr std::size_t kSlotsOffset = 14;
 inline constexpr std::size_t kSlotSize = 2;
 inline constexpr std::size_t kMaxSlots = 255;
-/// The platform's engine cannot read longer rows back, though up to 4080 bytes would fit a page.
-inline constexpr std::size_t kMaxRowSize = 4060;
 
 /// Owner words that are no definition page.
 inline constexpr std::uint32_t kOwnerMaps = 0;

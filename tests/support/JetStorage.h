@@ -1,0 +1,51 @@
+#pragma once
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+#include "base/Bytes.h"
+#include "jet/DataPage.h"
+#include "jet/PageFile.h"
+#include "jet/UsageMap.h"
+#include "platform/FileSystem.h"
+#include "support/TempFolder.h"
+
+namespace mv::testing {
+
+/// A database file in memory that holds nothing but page 0 (zeros) and page 1 with the maps of free and of released
+/// pages. `pages` counts both; the rest are zeros and count as used.
+class JetStorage {
+ public:
+  explicit JetStorage(jet::PageNumber pages = 2) : files_(platform::MakeFileSystem()) {
+    file_ = jet::PageFile::Create(*files_, folder_.File("storage.mdb"));
+    while (file_->PageCount() < pages) file_->Append();
+    jet::DataPage::Format(file_->Write(1), jet::kOwnerGlobalMaps);
+    jet::DataPage maps(*file_, 1);
+    Bytes freeMap(69, 0);
+    for (jet::PageNumber page = pages; page < 512; ++page) {
+      freeMap[5 + page / 8] = static_cast<std::uint8_t>(freeMap[5 + page / 8] | 1U << page % 8);
+    }
+    maps.Append(freeMap, jet::SlotState::Live);
+    maps.Append(Bytes(69, 0), jet::SlotState::Live);
+  }
+
+  jet::PageFile& File() { return *file_; }
+  platform::FileSystem& Files() { return *files_; }
+  const TempFolder& Folder() const { return folder_; }
+
+  /// A new page of map rows with one empty inline map, for tests that need a map.
+  jet::RowId AddMap() {
+    jet::FreePages freePages(*file_);
+    const jet::PageNumber page = freePages.Allocate();
+    jet::DataPage::Format(file_->Write(page), jet::kOwnerMaps);
+    return {page, jet::DataPage(*file_, page).Append(Bytes(69, 0), jet::SlotState::Live)};
+  }
+
+ private:
+  TempFolder folder_;
+  std::unique_ptr<platform::FileSystem> files_;
+  std::unique_ptr<jet::PageFile> file_;
+};
+
+}  // namespace mv::testing
