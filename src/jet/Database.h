@@ -53,8 +53,9 @@ class Database {
   std::vector<std::string> TableNames() const;
   /// A table by name, without regard to case; NoSuchTableError. The object lives as long as the database.
   Table& OpenTable(const std::string& name);
-  /// Adds a table with its indexes and catalog rows. Throws ConstraintError for a specification that Jet would refuse.
-  void CreateTable(const TableSpec& table);
+  /// Adds a table with its indexes and catalog rows; `created` becomes the table's date. Throws ConstraintError for a
+  /// specification that Jet would refuse, UnsupportedError for an index that the engine could not keep.
+  void CreateTable(const TableSpec& table, const CivilTime& created);
 
   bool Changed() const;
   void Commit();

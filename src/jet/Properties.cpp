@@ -1,0 +1,137 @@
+#include "jet/Properties.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+#include "base/ByteOrder.h"
+#include "base/Text.h"
+#include "base/Utf.h"
+#include "jet/JetErrors.h"
+
+namespace mv::jet {
+namespace {
+
+constexpr std::array<std::uint8_t, 4> kMagic = {'M', 'R', '2', 0};
+
+constexpr std::size_t kBlockSizeAt = 0;
+constexpr std::size_t kBlockKindAt = 4;
+constexpr std::size_t kBlockHeader = 6;
+constexpr std::uint16_t kNamesBlock = 0x80;
+constexpr std::uint16_t kColumnBlock = 1;
+
+constexpr std::size_t kOwnerSizeAt = 0;
+constexpr std::size_t kOwnerNameAt = 4;
+
+constexpr std::size_t kEntrySizeAt = 0;
+constexpr std::size_t kEntryTypeAt = 3;
+constexpr std::size_t kEntryNameAt = 4;
+constexpr std::size_t kEntryValueSizeAt = 6;
+constexpr std::size_t kEntryHeader = 8;
+
+/// Bytes of the list, every access checked.
+class PropertyReader {
+ public:
+  PropertyReader(ByteView bytes, const std::string& table) : bytes_(bytes), table_(table) {}
+
+  [[noreturn]] void Fail() const {
+    throw DamagedFileError("table '" + table_ + "': its property list contradicts itself");
+  }
+
+  std::size_t Size() const { return bytes_.size(); }
+
+  PropertyReader Part(std::size_t at, std::size_t size) const {
+    if (at > bytes_.size() || size > bytes_.size() - at) Fail();
+    return {bytes_.subspan(at, size), table_};
+  }
+
+  template <std::integral T>
+  T Number(std::size_t at) const {
+    return LoadLittle<T>(Part(at, sizeof(T)).bytes_.data());
+  }
+
+  /// u16 byte length and UTF-16 at `at`, which advances past it.
+  std::string Name(std::size_t& at) const {
+    const std::size_t size = Number<std::uint16_t>(at);
+    if (size % 2 != 0) Fail();
+    const PropertyReader part = Part(at + 2, size);
+    std::u16string units;
+    for (std::size_t i = 0; i < size; i += 2) units += static_cast<char16_t>(part.Number<std::uint16_t>(i));
+    at += 2 + size;
+    return Utf8FromUtf16(units);
+  }
+
+  bool AnyByteSet() const {
+    return std::any_of(bytes_.begin(), bytes_.end(), [](std::uint8_t byte) { return byte != 0; });
+  }
+
+  bool StartsWith(ByteView start) const {
+    return bytes_.size() >= start.size() && std::equal(start.begin(), start.end(), bytes_.begin());
+  }
+
+ private:
+  ByteView bytes_;
+  const std::string& table_;
+};
+
+std::vector<std::string> ReadNames(const PropertyReader& body) {
+  std::vector<std::string> names;
+  for (std::size_t at = 0; at < body.Size();) names.push_back(body.Name(at));
+  return names;
+}
+
+/// Applies one entry; `rules` is null for a column that the table no longer has.
+void ReadEntry(const PropertyReader& entry, const std::vector<std::string>& names, ColumnRules* rules) {
+  const auto type = static_cast<ColumnType>(entry.Number<std::uint8_t>(kEntryTypeAt));
+  const std::size_t number = entry.Number<std::uint16_t>(kEntryNameAt);
+  // True is 01 or FF, sometimes in four bytes.
+  const PropertyReader value = entry.Part(kEntryHeader, entry.Number<std::uint16_t>(kEntryValueSizeAt));
+  if (number >= names.size()) entry.Fail();
+  if (rules == nullptr || type != ColumnType::Boolean) return;
+  if (names[number] == "Required") rules->required = value.AnyByteSet();
+  if (names[number] == "AllowZeroLength") rules->allowZeroLength = value.AnyByteSet();
+}
+
+ColumnRules* RulesOf(const std::string& column, const TableDefinition& table, std::vector<ColumnRules>& rules) {
+  const std::string wanted = FoldCase(column);
+  for (std::size_t i = 0; i < table.columns.size(); ++i) {
+    if (FoldCase(table.columns[i].name) == wanted) return &rules[i];
+  }
+  return nullptr;
+}
+
+void ReadColumnBlock(const PropertyReader& body, const std::vector<std::string>& names, const TableDefinition& table,
+                     std::vector<ColumnRules>& rules) {
+  std::size_t nameEnd = kOwnerNameAt;
+  ColumnRules* columnRules = RulesOf(body.Name(nameEnd), table, rules);
+  std::size_t at = body.Number<std::uint32_t>(kOwnerSizeAt);
+  if (at < nameEnd || at > body.Size()) body.Fail();
+  while (at < body.Size()) {
+    const std::size_t size = body.Number<std::uint16_t>(at + kEntrySizeAt);
+    if (size < kEntryHeader) body.Fail();
+    ReadEntry(body.Part(at, size), names, columnRules);
+    at += size;
+  }
+}
+
+}  // namespace
+
+std::vector<ColumnRules> RulesFromProperties(ByteView list, const TableDefinition& table) {
+  std::vector<ColumnRules> rules(table.columns.size());
+  if (list.empty()) return rules;
+  const PropertyReader reader(list, table.name);
+  if (!reader.StartsWith(kMagic)) reader.Fail();
+  std::vector<std::string> names;
+  for (std::size_t at = kMagic.size(); at < reader.Size();) {
+    const std::size_t size = reader.Number<std::uint32_t>(at + kBlockSizeAt);
+    const auto kind = reader.Number<std::uint16_t>(at + kBlockKindAt);
+    if (size < kBlockHeader) reader.Fail();
+    const PropertyReader body = reader.Part(at, size).Part(kBlockHeader, size - kBlockHeader);
+    if (kind == kNamesBlock) names = ReadNames(body);
+    if (kind == kColumnBlock) ReadColumnBlock(body, names, table, rules);
+    at += size;
+  }
+  return rules;
+}
+
+}  // namespace mv::jet
