@@ -5,9 +5,12 @@
 #include <random>
 
 #include "base/Error.h"
+#include "support/ExpectError.h"
 
 namespace mv::jet {
 namespace {
+
+using testing::ErrorNumberOf;
 
 const Bytes kCafe = {0xFF, 0xFE, 0x63, 0x61, 0x66, 0xE9, 0x00, 0x2D, 0x4E};
 
@@ -104,13 +107,13 @@ TEST(TextCompression, SwitchAtTheEnd_IsAccepted) {
 }
 
 TEST(TextCompression, CompressedTextThatEndsWithinACharacter_IsDamage) {
-  EXPECT_THROW(DecodeText(Bytes{0xFF, 0xFE, 'a', 0x00, 0x2D}), Error);
-  EXPECT_THROW(DecodeUnits(Bytes{0xFF, 0xFE, 'a', 0x00, 0x2D, 0x4E, 0x2D}), Error);
+  EXPECT_EQ(ErrorNumberOf([] { DecodeText(Bytes{0xFF, 0xFE, 'a', 0x00, 0x2D}); }), errors::kJetGeneral);
+  EXPECT_EQ(ErrorNumberOf([] { DecodeUnits(Bytes{0xFF, 0xFE, 'a', 0x00, 0x2D, 0x4E, 0x2D}); }), errors::kJetGeneral);
 }
 
 TEST(TextCompression, PlainTextOfOddLength_IsDamage) {
-  EXPECT_THROW(DecodeText(Bytes{'a', 0, 'b'}), Error);
-  EXPECT_THROW(DecodeText(Bytes{0xFF}), Error);
+  EXPECT_EQ(ErrorNumberOf([] { DecodeText(Bytes{'a', 0, 'b'}); }), errors::kJetGeneral);
+  EXPECT_EQ(ErrorNumberOf([] { DecodeText(Bytes{0xFF}); }), errors::kJetGeneral);
 }
 
 TEST(TextCompression, AstralCharacter_IsItsTwoUnits) {
