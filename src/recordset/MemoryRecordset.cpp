@@ -128,7 +128,7 @@ void MemoryRecordset::MoveLast() {
 
 void MemoryRecordset::MoveNext() {
   Update();
-  if (Eof()) throw StandardError(errors::kNoCurrentRecord);
+  if (current_ == kNoRow) throw StandardError(errors::kNoCurrentRecord);
   current_ = rows_[current_].next;
 }
 

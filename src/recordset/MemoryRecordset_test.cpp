@@ -256,6 +256,21 @@ TEST(MemoryRecordset, OnlyRowDeleted_IsEmptyAtBothEndsAtOnce) {
   EXPECT_EQ(ErrorNumberOf([&] { rows.MoveFirst(); }), errors::kNoCurrentRecord);
 }
 
+TEST(MemoryRecordset, MoveNextFromTheOnlyRowDeleted_IsNoErrorOnce) {
+  MemoryRecordset rows = EmptyTable();
+  Add(rows, "a", 1);
+  rows.Delete();
+  rows.MoveNext();
+  EXPECT_TRUE(rows.Eof());
+  EXPECT_EQ(ErrorNumberOf([&] { rows.MoveNext(); }), errors::kNoCurrentRecord);
+}
+
+TEST(MemoryRecordset, LoopThatDeletesEveryRow_EndsEmpty) {
+  MemoryRecordset rows = ThreeRows();
+  for (rows.MoveFirst(); !rows.Eof(); rows.MoveNext()) rows.Delete();
+  EXPECT_EQ(rows.RecordCount(), 0);
+}
+
 TEST(MemoryRecordset, RowAddedAfterAllWereDeleted_IsTheOnlyRow) {
   MemoryRecordset rows = EmptyTable();
   Add(rows, "a", 1);

@@ -56,7 +56,8 @@ class Recordset {
   /// Both moves: error 3021 when there is no row.
   virtual void MoveFirst() = 0;
   virtual void MoveLast() = 0;
-  /// From the last row to EOF; error 3021 when EOF already.
+  /// From the last row to EOF; error 3021 when EOF already. From a deleted row to the one behind it, or to EOF; that is
+  /// no error even when the deleted row was the only one, so that a loop may delete as it goes.
   virtual void MoveNext() = 0;
   /// "Eof" and "Bof" because EOF is a macro of the C library.
   virtual bool Bof() const = 0;
