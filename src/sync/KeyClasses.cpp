@@ -1,0 +1,36 @@
+#include "sync/KeyClasses.h"
+
+#include "recordset/Conversions.h"
+
+namespace mv {
+namespace {
+
+/// The first of `Keys` whose table is `tableName`.
+template <typename... Keys>
+std::unique_ptr<IKeyInfo> MakeOneOf(std::string_view tableName) {
+  std::unique_ptr<IKeyInfo> key;
+  ((Keys::kTable == tableName ? void(key = std::make_unique<Keys>()) : void()), ...);
+  return key;
+}
+
+}  // namespace
+
+std::string SingleFieldKeyInfo::Criteria(const Recordset& rs) const {
+  std::string criterion(keyField_);
+  criterion += "='";
+  criterion += TextOf(rs.FieldValue(keyField_));
+  criterion += '\'';
+  return criterion;
+}
+
+std::string SingleFieldKeyInfo::PrintableString(const Recordset& rs) const {
+  return TextOf(rs.FieldValue("animal"));
+}
+
+std::unique_ptr<IKeyInfo> MakeKeyInfo(std::string_view tableName) {
+  return MakeOneOf<clsKeyInfo_Accessories, clsKeyInfo_AccItems, clsKeyInfo_Customer, clsKeyInfo_FieldValues,
+                   clsKeyInfo_Fuel, clsKeyInfo_Maintenance, clsKeyInfo_MaintTasks, clsKeyInfo_Models, clsKeyInfo_Parts,
+                   clsKeyInfo_Payment, clsKeyInfo_SchedMaint, clsKeyInfo_Trip, clsKeyInfo_Vehicle>(tableName);
+}
+
+}  // namespace mv

@@ -1,0 +1,28 @@
+#include "sync/clsSyncableRS_ADO.h"
+
+#include "base/Checked.h"
+#include "base/Error.h"
+
+namespace mv {
+
+bool clsSyncableRS_ADO::copyRecordToNative(ISyncableRS& source) {
+  const Recordset& sourceRow = source.adors();
+  Recordset& row = adors();
+  const std::int16_t count = source.nSyncableFields();
+  for (std::int16_t i = 0; i < count; ++i) {
+    const auto field = static_cast<std::size_t>(i);
+    row.SetFieldValue(field, sourceRow.FieldValue(field));
+  }
+  return false;
+}
+
+Recordset& clsSyncableRS_ADO::adors() const {
+  if (records_ == nullptr) throw StandardError(errors::kObjectNotSet);
+  return *records_;
+}
+
+std::int16_t clsSyncableRS_ADO::nSyncableFields() const {
+  return CheckedCast<std::int16_t>(adors().Fields().size());
+}
+
+}  // namespace mv
