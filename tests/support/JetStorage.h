@@ -8,8 +8,7 @@
 #include "jet/DataPage.h"
 #include "jet/PageFile.h"
 #include "jet/UsageMap.h"
-#include "platform/FileSystem.h"
-#include "support/TempFolder.h"
+#include "support/MemoryFileSystem.h"
 
 namespace mv::testing {
 
@@ -17,8 +16,7 @@ namespace mv::testing {
 /// pages. `pages` counts both; the rest are zeros and count as used.
 class JetStorage {
  public:
-  explicit JetStorage(jet::PageNumber pages = 2) : files_(platform::MakeFileSystem()) {
-    file_ = jet::PageFile::Create(*files_, folder_.File("storage.mdb"));
+  explicit JetStorage(jet::PageNumber pages = 2) : file_(jet::PageFile::Create(files_, "storage.mdb")) {
     while (file_->PageCount() < pages) file_->Append();
     jet::DataPage::Format(file_->Write(1), jet::kOwnerGlobalMaps);
     jet::DataPage maps(*file_, 1);
@@ -31,8 +29,6 @@ class JetStorage {
   }
 
   jet::PageFile& File() { return *file_; }
-  platform::FileSystem& Files() { return *files_; }
-  const TempFolder& Folder() const { return folder_; }
 
   /// A new page of map rows with one empty inline map, for tests that need a map.
   jet::RowId AddMap() {
@@ -43,8 +39,7 @@ class JetStorage {
   }
 
  private:
-  TempFolder folder_;
-  std::unique_ptr<platform::FileSystem> files_;
+  MemoryFileSystem files_;
   std::unique_ptr<jet::PageFile> file_;
 };
 
