@@ -1,0 +1,112 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace mv::tool {
+
+/// Deepest nesting of arrays and objects that is read; deeper text is refused.
+inline constexpr std::size_t kMaxJsonDepth = 64;
+
+/// Place in the text, both from 1; the column counts characters.
+struct JsonPosition {
+  std::size_t line = 1;
+  std::size_t column = 1;
+};
+
+/// A number with the text it was written as, so that no digit is lost on the way to a currency or decimal column.
+struct JsonNumber {
+  std::string text;
+  double real = 0;
+  std::optional<std::int64_t> integer;  ///< set when written without point and exponent and within 64 bits
+};
+
+/// One value of a JSON text, remembering where it stood. The accessors below throw ToolError "line L, column C: ..."
+/// when the value is not what the caller needs, so a reader of schemas states its wishes and gets the messages free.
+class Json {
+ public:
+  struct Member;
+  using Array = std::vector<Json>;
+  /// In the order of the text; every name occurs once.
+  using Object = std::vector<Member>;
+  using Content = std::variant<std::nullptr_t, bool, JsonNumber, std::string, Array, Object>;
+
+  Json() = default;
+  Json(Content content, JsonPosition position);
+
+  bool IsNull() const;
+  /// The content when it is of type T (bool, JsonNumber, std::string, Array, Object); else nullptr.
+  template <typename T>
+  const T* As() const {
+    return std::get_if<T>(&content_);
+  }
+  JsonPosition Position() const { return position_; }
+
+  bool Boolean() const;
+  const JsonNumber& Number() const;
+  /// A whole number between the limits, both included.
+  std::int64_t Integer(std::int64_t lowest, std::int64_t highest) const;
+  const std::string& Text() const;
+  const Array& Elements() const;
+  const Object& Members() const;
+
+  /// Member of an object; nullptr when it has none of that name. Case counts.
+  const Json* Find(std::string_view name) const;
+  /// Member of an object that must be there.
+  const Json& At(std::string_view name) const;
+  /// Refuses an object with a member that is not in `names`: a misspelt member must not go unnoticed.
+  void AllowOnly(std::initializer_list<std::string_view> names) const;
+
+  /// Throws ToolError "line L, column C: `message`".
+  [[noreturn]] void Fail(const std::string& message) const;
+
+ private:
+  Content content_ = nullptr;
+  JsonPosition position_;
+};
+
+struct Json::Member {
+  std::string name;
+  Json value;
+};
+
+/// Reads one whole JSON text (UTF-8, a byte order mark in front is skipped). `firstLine` is the number of its first
+/// line in messages. Throws ToolError with line and column for anything that RFC 8259 does not allow, for malformed
+/// UTF-8, unpaired surrogates, repeated member names, numbers beyond a double and nesting below kMaxJsonDepth.
+Json ParseJson(std::string_view text, std::size_t firstLine = 1);
+
+/// Builds one JSON text without blanks, members in the order of the calls. The caller keeps calls in a valid order.
+class JsonWriter {
+ public:
+  JsonWriter& BeginObject();
+  JsonWriter& EndObject();
+  JsonWriter& BeginArray();
+  JsonWriter& EndArray();
+  /// Name of the next member.
+  JsonWriter& Name(std::string_view name);
+  JsonWriter& Text(std::string_view text);
+  /// Digits of a number as they shall stand.
+  JsonWriter& Number(std::string_view digits);
+  JsonWriter& Integer(std::int64_t value);
+  JsonWriter& Boolean(bool value);
+  JsonWriter& Null();
+
+  const std::string& Result() const { return result_; }
+  /// Starts over, keeping the memory: rows are written by the thousand.
+  void Clear();
+
+ private:
+  void Separate();
+  void AppendQuoted(std::string_view text);
+
+  std::string result_;
+  bool needsComma_ = false;
+};
+
+}  // namespace mv::tool

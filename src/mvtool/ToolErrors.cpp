@@ -1,0 +1,15 @@
+#include "mvtool/ToolErrors.h"
+
+#include <utility>
+
+namespace mv::tool {
+
+Error ToolError(std::string description) {
+  return Error(kFailed, "mvtool", std::move(description));
+}
+
+Error UsageError(std::string description) {
+  return Error(kWrongUsage, "mvtool", std::move(description));
+}
+
+}  // namespace mv::tool
