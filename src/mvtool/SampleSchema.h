@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "jet/Database.h"
+
+namespace mv::tool {
+
+/// Creator of the handheld's table files.
+inline constexpr std::string_view kHandheldCreator = "BRND";
+
+/// Position of the key column in every table.
+inline constexpr std::size_t kKeyColumn = 0;
+
+/// The thirteen tables of the application in the order of a run, as the demo data and the template database have them.
+/// Columns stand in the order of the handheld's fields: the two sides are matched by position. Every table has one
+/// index, its primary key.
+std::vector<jet::TableSpec> SampleTables();
+
+}  // namespace mv::tool

@@ -1,0 +1,214 @@
+#include "mvtool/SchemaJson.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "mvtool/ColumnTypes.h"
+#include "mvtool/ValueText.h"
+
+namespace mv::tool {
+namespace {
+
+using jet::ColumnSpec;
+using jet::ColumnType;
+using jet::IndexSpec;
+using jet::TableSpec;
+
+constexpr std::int64_t kMostTextCharacters = 255;
+constexpr std::int64_t kMostBinaryBytes = 510;
+constexpr std::int64_t kMostPrecision = 28;
+
+bool BooleanMember(const Json& object, std::string_view name, bool otherwise) {
+  const Json* const value = object.Find(name);
+  return value == nullptr ? otherwise : value->Boolean();
+}
+
+ColumnType TypeFromJson(const Json& json) {
+  const std::optional<ColumnType> type = ColumnTypeNamed(json.Text());
+  if (!type) json.Fail("unknown column type \"" + json.Text() + "\"");
+  return *type;
+}
+
+/// A member that only columns of some types have; nullptr when it is absent. Fails when it is there and `belongs` is
+/// false.
+const Json* TypeMember(const Json& column, std::string_view name, bool belongs) {
+  const Json* const value = column.Find(name);
+  if (value != nullptr && !belongs) value->Fail("a column of this type has no \"" + std::string(name) + "\"");
+  return value;
+}
+
+ColumnSpec ColumnFromJson(const Json& json) {
+  json.AllowOnly({"name", "type", "size", "compressed", "autonumber", "precision", "scale"});
+  ColumnSpec column;
+  column.name = json.At("name").Text();
+  column.type = TypeFromJson(json.At("type"));
+  const bool isText = column.type == ColumnType::Text;
+  const bool isDecimal = column.type == ColumnType::Decimal;
+  const bool hasSize = isText || column.type == ColumnType::Binary;
+  if (hasSize) json.At("size");
+  if (const Json* const size = TypeMember(json, "size", hasSize)) {
+    column.characters = static_cast<std::uint16_t>(size->Integer(1, isText ? kMostTextCharacters : kMostBinaryBytes));
+  }
+  if (const Json* const compressed = TypeMember(json, "compressed", isText || column.type == ColumnType::Memo)) {
+    column.compressed = compressed->Boolean();
+  }
+  if (const Json* const autonumber = TypeMember(json, "autonumber", column.type == ColumnType::Long)) {
+    column.autonumber = autonumber->Boolean();
+  }
+  if (const Json* const precision = TypeMember(json, "precision", isDecimal)) {
+    column.precision = static_cast<std::uint8_t>(precision->Integer(1, kMostPrecision));
+  }
+  if (const Json* const scale = TypeMember(json, "scale", isDecimal)) {
+    column.scale = static_cast<std::uint8_t>(scale->Integer(0, kMostPrecision));
+  }
+  return column;
+}
+
+std::optional<std::size_t> ColumnNamed(const TableSpec& table, std::string_view name) {
+  const auto found = std::find_if(table.columns.begin(), table.columns.end(),
+                                  [&](const ColumnSpec& column) { return column.name == name; });
+  if (found == table.columns.end()) return std::nullopt;
+  return static_cast<std::size_t>(found - table.columns.begin());
+}
+
+IndexSpec::KeyColumn KeyColumnFromJson(const TableSpec& table, const Json& json) {
+  IndexSpec::KeyColumn key;
+  const Json* name = &json;
+  if (json.As<Json::Object>() != nullptr) {
+    json.AllowOnly({"name", "descending"});
+    name = &json.At("name");
+    key.ascending = !BooleanMember(json, "descending", false);
+  }
+  key.column = name->Text();
+  if (!ColumnNamed(table, key.column)) name->Fail("the table has no column \"" + key.column + "\"");
+  return key;
+}
+
+IndexSpec IndexFromJson(const TableSpec& table, const Json& json) {
+  json.AllowOnly({"name", "columns", "primary", "unique", "required", "ignoreNulls"});
+  IndexSpec index;
+  index.name = json.At("name").Text();
+  for (const Json& column : json.At("columns").Elements()) index.columns.push_back(KeyColumnFromJson(table, column));
+  index.primaryKey = BooleanMember(json, "primary", false);
+  index.unique = BooleanMember(json, "unique", false) || index.primaryKey;
+  index.required = BooleanMember(json, "required", false) || index.primaryKey;
+  index.ignoreNulls = BooleanMember(json, "ignoreNulls", false);
+  return index;
+}
+
+SchemaRow RowFromJson(const TableSpec& table, const Json& json) {
+  SchemaRow row{json.Position(), std::vector<Value>(table.columns.size())};
+  for (const Json::Member& member : json.Members()) {
+    const std::optional<std::size_t> column = ColumnNamed(table, member.name);
+    if (!column) member.value.Fail("the table has no column \"" + member.name + "\"");
+    row.values[*column] = ValueFromJson(DataTypeOf(table.columns[*column].type), member.value);
+  }
+  return row;
+}
+
+SchemaTable TableFromJson(const Json& json) {
+  json.AllowOnly({"name", "columns", "indexes", "rows"});
+  SchemaTable table;
+  table.spec.name = json.At("name").Text();
+  for (const Json& column : json.At("columns").Elements()) table.spec.columns.push_back(ColumnFromJson(column));
+  if (const Json* const indexes = json.Find("indexes")) {
+    for (const Json& index : indexes->Elements()) table.spec.indexes.push_back(IndexFromJson(table.spec, index));
+  }
+  if (const Json* const rows = json.Find("rows")) {
+    for (const Json& row : rows->Elements()) table.rows.push_back(RowFromJson(table.spec, row));
+  }
+  return table;
+}
+
+void WriteColumn(JsonWriter& writer, const ColumnSpec& column) {
+  writer.BeginObject().Name("name").Text(column.name).Name("type").Text(NameOf(column.type));
+  if (column.type == ColumnType::Text || column.type == ColumnType::Binary) {
+    writer.Name("size").Integer(column.characters);
+  }
+  if (column.type == ColumnType::Text || column.type == ColumnType::Memo) {
+    writer.Name("compressed").Boolean(column.compressed);
+  }
+  if (column.autonumber) writer.Name("autonumber").Boolean(true);
+  if (column.type == ColumnType::Decimal) {
+    writer.Name("precision").Integer(column.precision).Name("scale").Integer(column.scale);
+  }
+  writer.EndObject();
+}
+
+void WriteIndex(JsonWriter& writer, const IndexSpec& index) {
+  writer.BeginObject().Name("name").Text(index.name).Name("columns").BeginArray();
+  for (const IndexSpec::KeyColumn& key : index.columns) {
+    if (key.ascending) {
+      writer.Text(key.column);
+    } else {
+      writer.BeginObject().Name("name").Text(key.column).Name("descending").Boolean(true).EndObject();
+    }
+  }
+  writer.EndArray();
+  if (index.primaryKey) writer.Name("primary").Boolean(true);
+  if (index.unique) writer.Name("unique").Boolean(true);
+  if (index.required) writer.Name("required").Boolean(true);
+  if (index.ignoreNulls) writer.Name("ignoreNulls").Boolean(true);
+  writer.EndObject();
+}
+
+ColumnSpec SpecOf(const jet::Column& column) {
+  ColumnSpec spec;
+  spec.name = column.name;
+  spec.type = column.type;
+  const bool isText = column.type == ColumnType::Text;
+  if (isText || column.type == ColumnType::Binary) {
+    spec.characters = static_cast<std::uint16_t>(isText ? column.length / 2 : column.length);
+  }
+  spec.compressed = column.IsCompressed();
+  spec.autonumber = column.IsAutonumber() && column.type == ColumnType::Long;
+  spec.precision = column.precision;
+  spec.scale = column.scale;
+  return spec;
+}
+
+IndexSpec SpecOf(const jet::TableDefinition& definition, const jet::LogicalIndex& index) {
+  IndexSpec spec;
+  spec.name = index.name;
+  spec.primaryKey = index.kind == jet::LogicalIndex::Kind::PrimaryKey;
+  const jet::IndexData& data = definition.indexData.at(index.dataNumber);
+  for (const jet::IndexData::KeyColumn& key : data.columns) {
+    const jet::Column* const column = definition.ColumnById(key.columnId);
+    spec.columns.push_back({column == nullptr ? std::string() : column->name, key.ascending});
+  }
+  spec.unique = data.IsUnique();
+  spec.ignoreNulls = data.IgnoresNulls();
+  spec.required = data.IsRequired();
+  return spec;
+}
+
+}  // namespace
+
+std::vector<SchemaTable> SchemaFromJson(const Json& schema) {
+  schema.AllowOnly({"tables"});
+  std::vector<SchemaTable> tables;
+  for (const Json& table : schema.At("tables").Elements()) tables.push_back(TableFromJson(table));
+  return tables;
+}
+
+void WriteTableSpec(JsonWriter& writer, const TableSpec& table) {
+  writer.BeginObject().Name("name").Text(table.name).Name("columns").BeginArray();
+  for (const ColumnSpec& column : table.columns) WriteColumn(writer, column);
+  writer.EndArray().Name("indexes").BeginArray();
+  for (const IndexSpec& index : table.indexes) WriteIndex(writer, index);
+  writer.EndArray().EndObject();
+}
+
+TableSpec SpecOf(const jet::TableDefinition& definition) {
+  TableSpec table;
+  table.name = definition.name;
+  for (const jet::Column& column : definition.columns) table.columns.push_back(SpecOf(column));
+  for (const jet::LogicalIndex& index : definition.indexes) {
+    if (index.kind != jet::LogicalIndex::Kind::Relation) table.indexes.push_back(SpecOf(definition, index));
+  }
+  return table;
+}
+
+}  // namespace mv::tool
