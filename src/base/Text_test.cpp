@@ -68,6 +68,8 @@ TEST(ErrorTest, StandardErrorsCarryThePlatformsTexts) {
   EXPECT_EQ(StandardError(9).Description(), "Subscript out of range");
   EXPECT_EQ(StandardError(13).Description(), "Type mismatch");
   EXPECT_EQ(StandardError(51).Description(), "Internal error");
+  EXPECT_EQ(StandardError(52).Description(), "Bad file name or number");
+  EXPECT_EQ(StandardError(54).Description(), "Bad file mode");
   EXPECT_EQ(StandardError(53).Description(), "File not found");
   EXPECT_EQ(StandardError(70).Description(), "Permission denied");
   EXPECT_EQ(StandardError(75).Description(), "Path/File access error");

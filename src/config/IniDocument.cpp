@@ -26,7 +26,7 @@ std::string FoldedName(std::string_view name) {
 }
 
 bool IsQuoted(std::string_view value) {
-  return value.size() >= 2 && value.front() == '"' && value.back() == '"';
+  return value.size() >= 2 && value.front() == value.back() && (value.front() == '"' || value.front() == '\'');
 }
 
 /// The form that reads back as `value`.
@@ -42,14 +42,15 @@ std::string_view WithoutLineEnd(std::string_view raw) {
 
 }  // namespace
 
-IniDocument::IniDocument(std::string_view text) {
+IniDocument::IniDocument(std::string_view text, std::string_view lineEnd) : lineEnd_(lineEnd) {
   while (!text.empty()) {
     const std::size_t end = text.find('\n');
     const std::size_t length = end == std::string_view::npos ? text.size() : end + 1;
     lines_.push_back(Parsed(std::string(text.substr(0, length))));
     text.remove_prefix(length);
   }
-  if (!lines_.empty() && lines_.front().raw.ends_with("\r\n")) lineEnd_ = "\r\n";
+  if (lines_.empty() || !lines_.front().raw.ends_with('\n')) return;
+  lineEnd_ = lines_.front().raw.ends_with("\r\n") ? "\r\n" : "\n";
 }
 
 IniDocument::Line IniDocument::Parsed(std::string raw) {
@@ -103,11 +104,27 @@ IniDocument::Place IniDocument::Locate(std::string_view section, std::string_vie
 std::optional<std::string> IniDocument::Get(std::string_view section, std::string_view key) const {
   const Place place = Locate(section, key);
   if (!place.entry) return std::nullopt;
-  const Line& line = lines_[*place.entry];
-  std::string_view value(line.raw);
-  value = value.substr(line.valueBegin, line.valueEnd - line.valueBegin);
+  return EntryOf(lines_[*place.entry]).value;
+}
+
+IniDocument::Entry IniDocument::EntryOf(const Line& line) {
+  const std::string_view raw(line.raw);
+  std::string_view key = raw.substr(0, raw.find('='));
+  if (key.starts_with(kByteOrderMark)) key.remove_prefix(kByteOrderMark.size());
+  std::string_view value = raw.substr(line.valueBegin, line.valueEnd - line.valueBegin);
   if (IsQuoted(value)) value = value.substr(1, value.size() - 2);
-  return ValidUtf8(value);
+  return {ValidUtf8(WithoutBlanks(key)), ValidUtf8(value)};
+}
+
+std::vector<IniDocument::Entry> IniDocument::Entries(std::string_view section) const {
+  const std::string wanted = FoldedName(section);
+  std::vector<Entry> entries;
+  bool inSection = false;
+  for (const Line& line : lines_) {
+    if (line.kind == LineKind::Section) inSection = line.name == wanted;
+    if (inSection && line.kind == LineKind::Entry) entries.push_back(EntryOf(line));
+  }
+  return entries;
 }
 
 void IniDocument::Set(std::string_view section, std::string_view key, std::string_view value) {
@@ -125,6 +142,21 @@ void IniDocument::Set(std::string_view section, std::string_view key, std::strin
     place.lastLine = lines_.size() - 1;
   }
   InsertLine(*place.lastLine + 1, std::string(key) + "=" + Written(value));
+}
+
+void IniDocument::Remove(std::string_view section, std::string_view key) {
+  for (Place place = Locate(section, key); place.entry; place = Locate(section, key)) {
+    lines_.erase(lines_.begin() + static_cast<std::ptrdiff_t>(*place.entry));
+  }
+}
+
+void IniDocument::RemoveSection(std::string_view section) {
+  const std::string removed = FoldedName(section);
+  bool inSection = false;
+  std::erase_if(lines_, [&](const Line& line) {
+    if (line.kind == LineKind::Section) inSection = line.name == removed;
+    return inSection;
+  });
 }
 
 void IniDocument::AddSection(std::string_view section) {

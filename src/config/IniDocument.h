@@ -13,7 +13,7 @@ namespace mv {
 ///   ; a comment (or #), always a line of its own
 ///   [Section]
 ///   Key = value
-///   Padded = "  a value with blanks at an end stands in quotes  "
+///   Padded = "  a value with blanks at an end stands in quotes, double or single  "
 ///
 /// Lines end in LF or CR LF; a UTF-8 byte-order mark may come first. Blanks and tabs around a section's name, a key and
 /// a value do not count, nor does the case of sections and keys. Where a key stands twice, in one part of its section
@@ -22,8 +22,16 @@ namespace mv {
 /// Setting a key changes the bytes of its value and no other byte.
 class IniDocument {
  public:
+  /// A key and its value as Get returns it.
+  struct Entry {
+    std::string key;
+    std::string value;
+    friend bool operator==(const Entry&, const Entry&) = default;
+  };
+
   IniDocument() = default;
-  explicit IniDocument(std::string_view text);
+  /// Added lines end as the first line of `text` does; `lineEnd` decides when that has none.
+  explicit IniDocument(std::string_view text, std::string_view lineEnd = "\n");
 
   /// The value as UTF-8, what is malformed in it replaced; nothing when the key is missing.
   std::optional<std::string> Get(std::string_view section, std::string_view key) const;
@@ -32,7 +40,15 @@ class IniDocument {
   /// A value of more than one line cannot be kept: error 5 "Invalid procedure call or argument".
   void Set(std::string_view section, std::string_view key, std::string_view value);
 
-  /// The whole text, byte for byte as it came in but for what was set.
+  /// The keys of a section in the order of the text, in all parts of the section; a key that stands twice comes twice.
+  std::vector<Entry> Entries(std::string_view section) const;
+
+  /// Takes every line of the key out. Without one nothing changes.
+  void Remove(std::string_view section, std::string_view key);
+  /// Takes every part of the section out, up to the next section: keys, comments and blank lines.
+  void RemoveSection(std::string_view section);
+
+  /// The whole text, byte for byte as it came in but for what was set or removed.
   std::string Text() const;
 
  private:
@@ -51,6 +67,7 @@ class IniDocument {
   };
 
   static Line Parsed(std::string raw);
+  static Entry EntryOf(const Line& line);
   Place Locate(std::string_view section, std::string_view key) const;
   void AddSection(std::string_view section);
   void InsertLine(std::size_t position, std::string_view content);

@@ -135,5 +135,42 @@ TEST(IniDocumentTest, AValueOfTwoLinesIsRefused) {
   }
 }
 
+TEST(IniDocumentTest, SingleQuotesAroundAValueAreNotPartOfIt) {
+  IniDocument document("[S]\nA='  x '\nB='mixed\"\n");
+  EXPECT_EQ(document.Get("S", "A"), "  x ");
+  EXPECT_EQ(document.Get("S", "B"), "'mixed\"");
+  document.Set("S", "C", "'kept'");
+  EXPECT_EQ(document.Get("S", "C"), "'kept'");
+}
+
+TEST(IniDocumentTest, EntriesListsAllPartsOfASectionInOrder) {
+  const IniDocument document("[S]\nB = 1\n; c\nA=\" 2 \"\n[T]\nX=0\n[s]\nb=3\n");
+  EXPECT_EQ(document.Entries("S"), (std::vector<IniDocument::Entry>{{"B", "1"}, {"A", " 2 "}, {"b", "3"}}));
+  EXPECT_TRUE(document.Entries("U").empty());
+}
+
+TEST(IniDocumentTest, RemovingAKeyTakesEveryLineOfItAndNothingElse) {
+  IniDocument document("; top\r\n[S]\r\nA=1\r\n; about B\r\nB=2\r\na=3\r\n[T]\r\nA=4");
+  document.Remove("s", "A");
+  EXPECT_EQ(document.Text(), "; top\r\n[S]\r\n; about B\r\nB=2\r\n[T]\r\nA=4");
+  document.Remove("s", "A");
+  EXPECT_EQ(document.Text(), "; top\r\n[S]\r\n; about B\r\nB=2\r\n[T]\r\nA=4");
+}
+
+TEST(IniDocumentTest, RemovingASectionTakesAllItsParts) {
+  IniDocument document("K=0\n[S]\nA=1\n; note\n\n[T]\nA=2\n[s]\nB=3\n");
+  document.RemoveSection("S");
+  EXPECT_EQ(document.Text(), "K=0\n[T]\nA=2\n");
+}
+
+TEST(IniDocumentTest, AddedLinesEndAsAskedWhenTheTextHasNoLineEnd) {
+  IniDocument document("", "\r\n");
+  document.Set("S", "A", "1");
+  EXPECT_EQ(document.Text(), "[S]\r\nA=1\r\n");
+  IniDocument existing("[S]\n", "\r\n");
+  existing.Set("S", "A", "1");
+  EXPECT_EQ(existing.Text(), "[S]\nA=1\n");
+}
+
 }  // namespace
 }  // namespace mv
