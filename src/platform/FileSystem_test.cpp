@@ -145,6 +145,15 @@ TEST_P(FileSystemTest, TwoReadersShareAFileAndKeepWritersOut) {
   EXPECT_EQ(ErrorNumberOf([&] { Open("file", Access::ReadWrite, Disposition::OpenExisting); }), 70);
 }
 
+TEST_P(FileSystemTest, AWriterThatSharesReadingKeepsOtherWritersOut) {
+  folder_.Write("file", "abc");
+  const auto held = Open("file", Access::Write, Disposition::OpenAlways, Sharing::Read);
+  EXPECT_EQ(ErrorNumberOf([&] { Open("file", Access::Write, Disposition::OpenAlways, Sharing::Read); }), 70);
+  EXPECT_EQ(ErrorNumberOf([&] { Open("file", Access::Write, Disposition::CreateAlways, Sharing::Read); }), 70);
+  const auto reader = Open("file", Access::Read, Disposition::OpenExisting, Sharing::All);
+  EXPECT_EQ(reader->Size(), 3u);
+}
+
 TEST_P(FileSystemTest, WriteWholeReplacesTheContentAndLeavesNothingBeside) {
   folder_.Write("file", "a longer old content");
   files_->WriteWhole(folder_.File("file"), BytesOf("new"));

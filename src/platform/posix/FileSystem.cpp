@@ -135,7 +135,8 @@ bool LocksUnsupported(int code) {
 /// holds one that excludes this.
 bool TakeLocks(int descriptor, Access access, Sharing sharing) {
   if (sharing == Sharing::All) return true;
-  const bool exclusive = sharing == Sharing::None;
+  // Who writes and lets others read asks no less of them than who shares nothing: readers that take no lock get by.
+  const bool exclusive = sharing == Sharing::None || access != Access::Read;
   if (::flock(descriptor, (exclusive ? LOCK_EX : LOCK_SH) | LOCK_NB) != 0 && !LocksUnsupported(errno)) return false;
   // A write lock needs a descriptor that may write, a read lock one that may read.
   const bool wantsWriteLock = exclusive && access != Access::Read;
