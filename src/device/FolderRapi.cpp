@@ -1,0 +1,250 @@
+#include "device/FolderRapi.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "base/Error.h"
+#include "base/Text.h"
+
+namespace mv {
+namespace {
+
+using platform::Access;
+using platform::Disposition;
+using platform::Sharing;
+
+constexpr std::uint32_t kGenericRead = 0x80000000;
+constexpr std::uint32_t kGenericWrite = 0x40000000;
+constexpr std::uint32_t kCreateAlways = 2;
+constexpr std::uint32_t kOpenExisting = 3;
+constexpr std::uint32_t kNoFileSize = 0xFFFFFFFF;
+constexpr std::uint32_t kWaitSignalled = 0;
+constexpr std::int32_t kSuccess = 1;
+/// E_FAIL: what a transport that has lost its device answers.
+constexpr std::int32_t kTransportFailed = static_cast<std::int32_t>(0x80004005);
+
+/// Blanks and dots at a name's end are dropped by some systems, so ".. " may mean ".." and "a." may mean "a".
+bool IsPlainName(std::string_view name) {
+  constexpr std::string_view kForbidden("<>:\"|?*\0", 8);
+  const bool endsOddly = name.ends_with('.') || name.ends_with(' ');
+  return !name.empty() && !endsOddly && name.find_first_of(kForbidden) == name.npos;
+}
+
+/// The names between the separators of a device path; nothing when one of them is no plain name or there is none.
+std::vector<std::string> SegmentsOf(std::string_view path) {
+  constexpr std::string_view kSeparators = "\\/";
+  std::vector<std::string> segments;
+  for (std::size_t start = path.find_first_not_of(kSeparators); start != path.npos;) {
+    const std::size_t end = std::min(path.find_first_of(kSeparators, start), path.size());
+    const std::string_view name = path.substr(start, end - start);
+    if (!IsPlainName(name)) return {};
+    segments.emplace_back(name);
+    start = path.find_first_not_of(kSeparators, end);
+  }
+  return segments;
+}
+
+std::string WithoutSeparatorsAtEnd(std::string_view path) {
+  const std::size_t last = path.find_last_not_of("\\/");
+  return std::string(path.substr(0, last == path.npos ? 0 : last + 1));
+}
+
+}  // namespace
+
+FolderRapi::FolderRapi(platform::FileSystem& files, const std::string& root)
+    : files_(files), prefix_(WithoutSeparatorsAtEnd(root)) {}
+
+FolderRapi::~FolderRapi() {
+  for (auto& [handle, open] : openFiles_) Discard(open);
+}
+
+template <typename Result, typename Call>
+Result FolderRapi::Report(Result failure, Call call) {
+  rapiError_ = 0;
+  try {
+    if (connected_) return call();
+  } catch (const Error&) {
+    // Callers of the remote API learn of failures by result and error code only.
+  }
+  rapiError_ = connected_ && IsUsable() ? 0 : kTransportFailed;
+  return failure;
+}
+
+std::string FolderRapi::RootFolder() const {
+  return prefix_ + '\\';
+}
+
+bool FolderRapi::IsUsable() const {
+  try {
+    return files_.FolderExists(RootFolder()) && files_.RealPath(RootFolder()) != files_.RealPath("\\");
+  } catch (const Error&) {
+    return false;  // a folder that cannot be looked at is as good as gone
+  }
+}
+
+std::int32_t FolderRapi::CeRapiInitEx(RAPIINIT& init) {
+  connected_ = IsUsable();
+  rapiError_ = connected_ ? 0 : kTransportFailed;
+  init.heRapiInit = nextHandle_++;
+  init.hrRapiInit = rapiError_;
+  return rapiError_;
+}
+
+std::int32_t FolderRapi::CeRapiUninit() {
+  for (auto& [handle, open] : openFiles_) Discard(open);
+  openFiles_.clear();
+  findHandles_.clear();
+  connected_ = false;
+  rapiError_ = 0;
+  return 0;
+}
+
+std::uint32_t FolderRapi::WaitForSingleObject(RapiHandle, std::uint32_t) {
+  return kWaitSignalled;
+}
+
+std::optional<std::string> FolderRapi::EntryName(const std::string& folder, const std::string& name) const {
+  const std::string exact = JoinPath(folder, name);
+  if (files_.FileExists(exact) || files_.FolderExists(exact)) return name;
+  std::optional<std::string> match;
+  for (const std::string& entry : files_.List(folder + '\\')) {
+    if (FoldCase(entry) != FoldCase(name)) continue;
+    if (!match || entry < *match) match = entry;  // the listing has no order, the answer must have one
+  }
+  return match;
+}
+
+std::optional<std::string> FolderRapi::LocalPath(const std::string& devicePath) const {
+  std::vector<std::string> segments = SegmentsOf(devicePath);
+  if (segments.empty()) return std::nullopt;
+  const std::string last = std::move(segments.back());
+  segments.pop_back();
+  std::string folder = prefix_;
+  for (const std::string& segment : segments) {
+    const std::optional<std::string> entry = EntryName(folder, segment);
+    if (!entry) return std::nullopt;
+    folder = JoinPath(folder, *entry);
+  }
+  return JoinPath(folder, EntryName(folder, last).value_or(last));
+}
+
+RapiHandle FolderRapi::CeFindFirstFile(const std::string& path) {
+  return Report(kInvalidRapiHandle, [&] {
+    const std::optional<std::string> local = LocalPath(path);
+    const bool exists = local && (files_.FileExists(*local) || files_.FolderExists(*local));
+    if (!exists) throw StandardError(errors::kFileNotFound);
+    return *findHandles_.insert(nextHandle_++).first;
+  });
+}
+
+RapiHandle FolderRapi::CeCreateFile(const std::string& path, std::uint32_t access, std::uint32_t, std::uint32_t,
+                                    std::uint32_t disposition, std::uint32_t) {
+  return Report(kInvalidRapiHandle, [&] {
+    const std::optional<std::string> local = LocalPath(path);
+    if (!local) throw StandardError(errors::kPathNotFound);
+    const bool reads = access == kGenericRead && disposition == kOpenExisting;
+    const bool uploads = access == kGenericWrite && disposition == kCreateAlways;
+    if (!reads && !uploads) throw StandardError(errors::kPathFileAccess);
+    const RapiHandle handle = nextHandle_++;
+    openFiles_.emplace(handle, reads ? OpenForReading(*local) : OpenForUpload(*local));
+    return handle;
+  });
+}
+
+FolderRapi::OpenFile FolderRapi::OpenForReading(const std::string& localPath) {
+  OpenFile open;
+  open.file = files_.Open(localPath, Access::Read, Disposition::OpenExisting, Sharing::Read);
+  return open;
+}
+
+FolderRapi::OpenFile FolderRapi::OpenForUpload(const std::string& localPath) {
+  if (files_.FolderExists(localPath)) throw StandardError(errors::kPathFileAccess);
+  Upload upload;
+  upload.targetPath = files_.RealPath(localPath);
+  upload.stagedPath = files_.StagedName(upload.targetPath);
+  if (files_.FileExists(upload.targetPath)) {
+    upload.oldFile = files_.Open(upload.targetPath, Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
+  }
+  OpenFile open;
+  open.file = files_.Open(upload.stagedPath, Access::ReadWrite, Disposition::CreateAlways, Sharing::None);
+  open.upload = std::move(upload);
+  return open;
+}
+
+FolderRapi::OpenFile& FolderRapi::FileOf(RapiHandle handle) {
+  const auto found = openFiles_.find(handle);
+  if (found == openFiles_.end()) throw StandardError(errors::kDeviceIo);
+  return found->second;
+}
+
+std::uint32_t FolderRapi::CeGetFileSize(RapiHandle file) {
+  return Report(kNoFileSize, [&] { return static_cast<std::uint32_t>(FileOf(file).file->Size()); });
+}
+
+std::int32_t FolderRapi::CeReadFile(RapiHandle file, ByteSpan out, std::uint32_t& bytesRead) {
+  bytesRead = 0;
+  return Report(std::int32_t{0}, [&] {
+    OpenFile& open = FileOf(file);
+    const std::size_t count = open.file->ReadAt(open.position, out);
+    open.position += count;
+    bytesRead = static_cast<std::uint32_t>(count);
+    return kSuccess;
+  });
+}
+
+std::int32_t FolderRapi::CeWriteFile(RapiHandle file, ByteView data, std::uint32_t& bytesWritten) {
+  bytesWritten = 0;
+  return Report(std::int32_t{0}, [&] {
+    OpenFile& open = FileOf(file);
+    if (!open.upload) throw StandardError(errors::kPermissionDenied);
+    open.file->WriteAt(open.position, data);
+    open.position += data.size();
+    bytesWritten = static_cast<std::uint32_t>(data.size());
+    return kSuccess;
+  });
+}
+
+std::int32_t FolderRapi::CeCloseHandle(RapiHandle handle) {
+  return Report(std::int32_t{0}, [&] {
+    OpenFile open = std::move(FileOf(handle));
+    openFiles_.erase(handle);
+    if (open.upload) PutInPlace(open);
+    return kSuccess;
+  });
+}
+
+void FolderRapi::PutInPlace(OpenFile& open) {
+  Upload& upload = *open.upload;
+  if (upload.oldFile) {
+    files_.ReplaceOpen(std::move(open.file), std::move(upload.oldFile), upload.targetPath);
+    return;
+  }
+  try {
+    open.file->Sync();
+    open.file.reset();
+    files_.RenameFile(upload.stagedPath, upload.targetPath);
+  } catch (const Error&) {
+    Discard(open);
+    throw;
+  }
+}
+
+void FolderRapi::Discard(OpenFile& open) {
+  open.file.reset();
+  if (!open.upload) return;
+  try {
+    files_.RemoveFile(open.upload->stagedPath);
+  } catch (const Error&) {
+    // The unfinished file is in nobody's way; the next upload replaces it.
+  }
+}
+
+std::int32_t FolderRapi::CeFindClose(RapiHandle handle) {
+  return Report(std::int32_t{0}, [&] {
+    if (findHandles_.erase(handle) == 0) throw StandardError(errors::kDeviceIo);
+    return kSuccess;
+  });
+}
+
+}  // namespace mv

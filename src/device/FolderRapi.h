@@ -1,0 +1,94 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "device/Rapi.h"
+#include "platform/FileSystem.h"
+
+namespace mv {
+
+/// A local folder that stands for the root "\" of a handheld: a mounted card, a share, a folder of tests. Only the uses
+/// that the program makes of the remote API are there: reading an existing file from start to end, and replacing or
+/// creating a whole file.
+///
+/// Device paths name files and folders below the root without regard to case, an exact match first. Paths with a "."
+/// or ".." segment, or with characters that leave the folder ("C:..."), name nothing.
+///
+/// An upload goes into a file beside the table's and takes its place in one step when its handle is closed: until then,
+/// and for ever when the handle is never closed, the table is the old one. A process that dies in mid-upload leaves the
+/// unfinished file behind; the next upload of that table replaces it. Meanwhile the old file is held, so that no other
+/// program changes it.
+///
+/// Errors as a device reports them: while the root folder is there CeRapiGetError is 0 after a failure, and non-zero
+/// when it has vanished or there is no connection.
+class FolderRapi : public Rapi {
+ public:
+  /// `root` is a local folder; `files` must outlive this object.
+  FolderRapi(platform::FileSystem& files, const std::string& root);
+  ~FolderRapi() override;
+  FolderRapi(const FolderRapi&) = delete;
+  FolderRapi& operator=(const FolderRapi&) = delete;
+
+  /// Fails when the root is no folder, or is the desktop's own root folder: there the paths of both sides would name
+  /// the same files, and the clean-up after an upload would remove what was just sent.
+  std::int32_t CeRapiInitEx(RAPIINIT& init) override;
+  std::int32_t CeRapiUninit() override;
+  std::int32_t CeRapiGetError() override { return rapiError_; }
+  RapiHandle CeFindFirstFile(const std::string& path) override;
+  /// Generic read with "open existing", or generic write with "create always"; anything else fails.
+  RapiHandle CeCreateFile(const std::string& path, std::uint32_t access, std::uint32_t shareMode,
+                          std::uint32_t securityAttributes, std::uint32_t disposition,
+                          std::uint32_t flagsAndAttributes) override;
+  std::uint32_t CeGetFileSize(RapiHandle file) override;
+  std::int32_t CeReadFile(RapiHandle file, ByteSpan out, std::uint32_t& bytesRead) override;
+  std::int32_t CeWriteFile(RapiHandle file, ByteView data, std::uint32_t& bytesWritten) override;
+  /// For an upload this is the moment at which the new file counts; a failure leaves the old one.
+  std::int32_t CeCloseHandle(RapiHandle handle) override;
+  std::int32_t CeFindClose(RapiHandle handle) override;
+  std::uint32_t WaitForSingleObject(RapiHandle event, std::uint32_t milliseconds) override;
+
+ private:
+  /// Where an unfinished upload lies and what it will replace.
+  struct Upload {
+    std::string stagedPath;
+    std::string targetPath;
+    std::unique_ptr<platform::File> oldFile;  ///< null when the upload creates the file
+  };
+  struct OpenFile {
+    std::unique_ptr<platform::File> file;
+    std::uint64_t position = 0;
+    std::optional<Upload> upload;  ///< nothing for a file being read
+  };
+
+  bool IsUsable() const;
+  std::string RootFolder() const;
+  /// The local path that `devicePath` names, whether or not its last segment exists; nothing when a folder on the way
+  /// is missing.
+  std::optional<std::string> LocalPath(const std::string& devicePath) const;
+  /// The name of the entry of `folder` that `name` names; nothing when there is none.
+  std::optional<std::string> EntryName(const std::string& folder, const std::string& name) const;
+
+  OpenFile OpenForReading(const std::string& localPath);
+  OpenFile OpenForUpload(const std::string& localPath);
+  OpenFile& FileOf(RapiHandle handle);
+  void PutInPlace(OpenFile& open);
+  void Discard(OpenFile& open);
+
+  /// Runs one call; notes whether it failed, and whether the transport is to blame. `failure` is its failed result.
+  template <typename Result, typename Call>
+  Result Report(Result failure, Call call);
+
+  platform::FileSystem& files_;
+  std::string prefix_;  ///< the root folder without separators at its end
+  bool connected_ = false;
+  std::int32_t rapiError_ = 0;
+  RapiHandle nextHandle_ = 1;
+  std::map<RapiHandle, OpenFile> openFiles_;
+  std::set<RapiHandle> findHandles_;
+};
+
+}  // namespace mv

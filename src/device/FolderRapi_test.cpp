@@ -1,0 +1,253 @@
+#include "device/FolderRapi.h"
+
+#include <gtest/gtest.h>
+
+#include "base/Error.h"
+#include "device/modWinCEFileManagement.h"
+#include "support/MemoryFileSystem.h"
+#include "support/TempFolder.h"
+
+namespace mv {
+namespace {
+
+constexpr const char* kDevicePath = "\\Program Files\\Motorva\\brnd_Fuel.pdb";
+constexpr const char* kLocalPath = "D:\\card\\Program Files\\Motorva\\brnd_Fuel.pdb";
+constexpr std::uint32_t kRead = 0x80000000;
+constexpr std::uint32_t kWrite = 0x40000000;
+constexpr std::uint32_t kCreateAlways = 2;
+constexpr std::uint32_t kOpenExisting = 3;
+
+class FolderRapiTest : public ::testing::Test {
+ protected:
+  FolderRapiTest() {
+    files_.Put(kLocalPath, {1, 2, 3});
+    files_.Put("C:\\work\\new.pdb", {7, 8});
+    Connect(rapi_);
+  }
+
+  static std::int32_t Connect(FolderRapi& rapi) {
+    RAPIINIT init;
+    return rapi.CeRapiInitEx(init);
+  }
+  RapiHandle OpenForRead(const std::string& path) { return rapi_.CeCreateFile(path, kRead, 1, 1, kOpenExisting, 0x80); }
+  RapiHandle OpenForUpload(const std::string& path) {
+    return rapi_.CeCreateFile(path, kWrite, 1, 1, kCreateAlways, 0x80);
+  }
+  std::int32_t Write(RapiHandle file, const Bytes& data) {
+    std::uint32_t written = 0;
+    return rapi_.CeWriteFile(file, data, written);
+  }
+  bool CanRead(const std::string& path) {
+    const RapiHandle file = OpenForRead(path);
+    if (file == kInvalidRapiHandle) return false;
+    rapi_.CeCloseHandle(file);
+    return true;
+  }
+  /// Copies C:\work\new.pdb over the table, as a run does.
+  std::int32_t CopyToDevice() {
+    const DeviceHooks hooks;
+    modWinCERAPIConnectionHandler connection(rapi_, hooks);
+    modWinCEFileManagement copies(rapi_, connection, files_, hooks);
+    return static_cast<std::int32_t>(copies.CopyFileToDevice("C:\\work\\new.pdb", kDevicePath, Overwrite::Yes));
+  }
+  std::string StagedPath() const { return files_.StagedName(files_.RealPath(kLocalPath)); }
+
+  testing::MemoryFileSystem files_;
+  FolderRapi rapi_{files_, "D:\\card"};
+};
+
+TEST_F(FolderRapiTest, MissingRoot_IsAFailedConnection) {
+  FolderRapi missing(files_, "D:\\nowhere");
+  RAPIINIT init;
+  EXPECT_NE(missing.CeRapiInitEx(init), 0);
+  EXPECT_NE(init.hrRapiInit, 0);
+}
+
+TEST_F(FolderRapiTest, RootThatIsAFile_IsAFailedConnection) {
+  FolderRapi file(files_, kLocalPath);
+  EXPECT_NE(Connect(file), 0);
+}
+
+TEST_F(FolderRapiTest, DesktopsOwnRootFolder_IsAFailedConnection) {
+  for (const char* root : {"", "\\", "/"}) {
+    FolderRapi desktop(files_, root);
+    EXPECT_NE(Connect(desktop), 0) << root;
+  }
+}
+
+TEST_F(FolderRapiTest, RootWithSeparatorsAtItsEnd_IsTheSameRoot) {
+  for (const char* root : {"D:\\card\\", "D:/card/", "D:\\card\\\\"}) {
+    FolderRapi rapi(files_, root);
+    EXPECT_EQ(Connect(rapi), 0) << root;
+    EXPECT_NE(rapi.CeFindFirstFile(kDevicePath), kInvalidRapiHandle) << root;
+  }
+}
+
+TEST_F(FolderRapiTest, NamesMatchWithoutRegardToCase_SegmentBySegment) {
+  EXPECT_TRUE(CanRead("\\PROGRAM FILES\\motorva\\BRND_FUEL.PDB"));
+}
+
+TEST_F(FolderRapiTest, ExactMatch_ComesBeforeOneThatDiffersInCase) {
+  files_.Put("D:\\card\\Program Files\\Motorva\\BRND_FUEL.PDB", {9, 9, 9, 9, 9});
+  const RapiHandle lower = OpenForRead(kDevicePath);
+  const RapiHandle upper = OpenForRead("\\Program Files\\Motorva\\BRND_FUEL.PDB");
+  EXPECT_EQ(rapi_.CeGetFileSize(lower), 3U);
+  EXPECT_EQ(rapi_.CeGetFileSize(upper), 5U);
+}
+
+TEST_F(FolderRapiTest, SeveralMatchesOfWhichNoneIsExact_GiveTheFirstInByteOrder) {
+  files_.Put("D:\\card\\Program Files\\Motorva\\BRND_FUEL.PDB", {9, 9, 9, 9, 9});
+  EXPECT_EQ(rapi_.CeGetFileSize(OpenForRead("\\Program Files\\Motorva\\Brnd_Fuel.Pdb")), 5U);
+}
+
+TEST_F(FolderRapiTest, UploadUnderAnotherCase_ReplacesTheFileThatIsThere) {
+  const RapiHandle file = OpenForUpload("\\program files\\motorva\\BRND_fuel.pdb");
+  Write(file, {5});
+  EXPECT_NE(rapi_.CeCloseHandle(file), 0);
+  EXPECT_EQ(files_.Content(kLocalPath), Bytes{5});
+  EXPECT_EQ(files_.List("D:\\card\\Program Files\\Motorva").size(), 1U);
+}
+
+TEST_F(FolderRapiTest, PathsThatLeaveTheRoot_NameNothing) {
+  files_.Put("D:\\secret.pdb", {1});
+  files_.Put("D:\\card\\Program Files\\x.pdb", {1});
+  for (const char* path :
+       {"\\..\\secret.pdb", "..\\secret.pdb", "\\Program Files\\..\\..\\secret.pdb", "\\Program Files\\..\\..",
+        "\\.. \\secret.pdb", "\\...\\secret.pdb", "\\.\\Program Files\\x.pdb", "D:\\secret.pdb", "\\D:\\secret.pdb",
+        "\\Program Files/../../secret.pdb", "", "\\", "\\\\"}) {
+    EXPECT_EQ(rapi_.CeFindFirstFile(path), kInvalidRapiHandle) << path;
+    EXPECT_EQ(OpenForRead(path), kInvalidRapiHandle) << path;
+    EXPECT_EQ(OpenForUpload(path), kInvalidRapiHandle) << path;
+  }
+  EXPECT_EQ(files_.Content("D:\\secret.pdb"), Bytes{1});
+}
+
+TEST_F(FolderRapiTest, UnfinishedUpload_LeavesTheOldTableWhole) {
+  const RapiHandle file = OpenForUpload(kDevicePath);
+  Write(file, {9, 9, 9, 9});
+  EXPECT_EQ(files_.Content(kLocalPath), (Bytes{1, 2, 3}));
+}
+
+TEST_F(FolderRapiTest, UploadDroppedByTheEndOfTheConnection_LeavesNothingBehind) {
+  Write(OpenForUpload(kDevicePath), {9, 9});
+  rapi_.CeRapiUninit();
+  EXPECT_EQ(files_.Content(kLocalPath), (Bytes{1, 2, 3}));
+  EXPECT_FALSE(files_.FileExists(StagedPath()));
+}
+
+TEST_F(FolderRapiTest, UploadDroppedWithTheObject_LeavesNothingBehind) {
+  {
+    FolderRapi rapi(files_, "D:\\card");
+    Connect(rapi);
+    rapi.CeCreateFile(kDevicePath, kWrite, 1, 1, kCreateAlways, 0x80);
+    EXPECT_TRUE(files_.FileExists(StagedPath()));
+  }
+  EXPECT_EQ(files_.Content(kLocalPath), (Bytes{1, 2, 3}));
+  EXPECT_FALSE(files_.FileExists(StagedPath()));
+}
+
+TEST_F(FolderRapiTest, StaleUnfinishedUpload_IsReplacedByTheNext) {
+  files_.Put(StagedPath(), {9, 9, 9, 9, 9, 9});
+  EXPECT_EQ(CopyToDevice(), 0);
+  EXPECT_EQ(files_.Content(kLocalPath), (Bytes{7, 8}));
+  EXPECT_FALSE(files_.FileExists(StagedPath()));
+}
+
+TEST_F(FolderRapiTest, FullCard_IsAFailedWriteAndKeepsTheOldTable) {
+  files_.FailWrite(1);
+  EXPECT_EQ(CopyToDevice(), 5);
+  EXPECT_EQ(files_.Content(kLocalPath), (Bytes{1, 2, 3}));
+  EXPECT_FALSE(files_.FileExists(StagedPath()));
+}
+
+TEST_F(FolderRapiTest, UploadThatCannotTakeItsPlace_IsAFailedWriteAndKeepsTheOldTable) {
+  files_.FailWrite(2);
+  EXPECT_EQ(CopyToDevice(), 5);
+  EXPECT_EQ(files_.Content(kLocalPath), (Bytes{1, 2, 3}));
+  EXPECT_FALSE(files_.FileExists(StagedPath()));
+}
+
+TEST_F(FolderRapiTest, NewTableThatCannotBeSynced_IsAFailedCloseAndLeavesNothing) {
+  const RapiHandle file = OpenForUpload("\\Program Files\\Motorva\\brnd_Trip.pdb");
+  Write(file, {1});
+  files_.FailSync(1);
+  EXPECT_EQ(rapi_.CeCloseHandle(file), 0);
+  EXPECT_EQ(files_.List("D:\\card\\Program Files\\Motorva").size(), 1U);
+}
+
+TEST_F(FolderRapiTest, TableHeldByAnotherProgram_CannotBeReadNorReplaced) {
+  const auto held =
+      files_.Open(kLocalPath, platform::Access::Read, platform::Disposition::OpenExisting, platform::Sharing::None);
+  EXPECT_FALSE(CanRead(kDevicePath));
+  EXPECT_EQ(rapi_.CeRapiGetError(), 0);
+  EXPECT_EQ(CopyToDevice(), 7);
+  EXPECT_EQ(files_.Content(kLocalPath), (Bytes{1, 2, 3}));
+}
+
+TEST_F(FolderRapiTest, UploadIntoAMissingFolder_CannotBeCreated) {
+  EXPECT_EQ(OpenForUpload("\\Missing\\brnd_Fuel.pdb"), kInvalidRapiHandle);
+  EXPECT_EQ(rapi_.CeRapiGetError(), 0);
+}
+
+TEST_F(FolderRapiTest, UploadOverAFolder_CannotBeCreated) {
+  EXPECT_EQ(OpenForUpload("\\Program Files"), kInvalidRapiHandle);
+}
+
+TEST_F(FolderRapiTest, OtherWaysOfOpening_Fail) {
+  EXPECT_EQ(rapi_.CeCreateFile(kDevicePath, kRead | kWrite, 1, 1, kOpenExisting, 0x80), kInvalidRapiHandle);
+  EXPECT_EQ(rapi_.CeCreateFile(kDevicePath, kWrite, 1, 1, kOpenExisting, 0x80), kInvalidRapiHandle);
+  EXPECT_EQ(rapi_.CeCreateFile(kDevicePath, kRead, 1, 1, kCreateAlways, 0x80), kInvalidRapiHandle);
+  EXPECT_EQ(files_.Content(kLocalPath), (Bytes{1, 2, 3}));
+}
+
+TEST_F(FolderRapiTest, FileOpenedForReading_CannotBeWritten) {
+  const RapiHandle file = OpenForRead(kDevicePath);
+  EXPECT_EQ(Write(file, {9}), 0);
+  EXPECT_EQ(rapi_.CeRapiGetError(), 0);
+}
+
+TEST(FolderRapiOnDisk, UploadAndDownload_RoundTripOnTheRealFileSystem) {
+  const testing::TempFolder folder;
+  folder.Write("card/Program Files/Motorva/brnd_Fuel.pdb", "old content");
+  folder.Write("new.pdb", "new");
+  const auto files = platform::MakeFileSystem();
+  FolderRapi rapi(*files, folder.File("card"));
+  const DeviceHooks hooks;
+  modWinCERAPIConnectionHandler connection(rapi, hooks);
+  modWinCEFileManagement copies(rapi, connection, *files, hooks);
+  ASSERT_EQ(copies.CopyFileToDevice(folder.File("new.pdb"), "\\program files\\MOTORVA\\BRND_Fuel.pdb", Overwrite::Yes),
+            DeviceCopyResult::Copied);
+  EXPECT_EQ(folder.Read("card/Program Files/Motorva/brnd_Fuel.pdb"), "new");
+  ASSERT_EQ(copies.CopyFileFromDevice(kDevicePath, folder.File("back.pdb"), Overwrite::Yes), DeviceCopyResult::Copied);
+  EXPECT_EQ(folder.Read("back.pdb"), "new");
+  EXPECT_EQ(files->List(folder.File("card\\Program Files\\Motorva")).size(), 1U);
+}
+
+TEST(FolderRapiOnDisk, UploadOfANewTable_AppearsWhole) {
+  const testing::TempFolder folder;
+  folder.Write("card/x.txt", "x");
+  folder.Write("new.pdb", "new");
+  const auto files = platform::MakeFileSystem();
+  FolderRapi rapi(*files, folder.File("card"));
+  const DeviceHooks hooks;
+  modWinCERAPIConnectionHandler connection(rapi, hooks);
+  modWinCEFileManagement copies(rapi, connection, *files, hooks);
+  ASSERT_EQ(copies.CopyFileToDevice(folder.File("new.pdb"), "\\t.pdb", Overwrite::No), DeviceCopyResult::Copied);
+  EXPECT_EQ(folder.Read("card/t.pdb"), "new");
+  EXPECT_EQ(files->List(folder.File("card")).size(), 2U);
+}
+
+TEST(FolderRapiOnDisk, RootThatVanishesDuringTheConnection_IsATransportError) {
+  const testing::TempFolder folder;
+  folder.Write("card/t.pdb", "x");
+  const auto files = platform::MakeFileSystem();
+  FolderRapi rapi(*files, folder.File("card"));
+  RAPIINIT init;
+  ASSERT_EQ(rapi.CeRapiInitEx(init), 0);
+  std::filesystem::remove_all(std::filesystem::path(folder.Path()) / "card");
+  EXPECT_EQ(rapi.CeFindFirstFile("\\t.pdb"), kInvalidRapiHandle);
+  EXPECT_NE(rapi.CeRapiGetError(), 0);
+}
+
+}  // namespace
+}  // namespace mv

@@ -1,0 +1,359 @@
+#include "device/modWinCEFileManagement.h"
+
+#include <gtest/gtest.h>
+
+#include <numeric>
+
+#include "base/Error.h"
+#include "support/ExpectError.h"
+#include "support/FakeRapi.h"
+#include "support/MemoryFileSystem.h"
+
+namespace mv {
+namespace {
+
+using testing::ErrorNumberOf;
+
+constexpr const char* kDesktopFile = "C:\\work\\brnd_Fuel.pdb";
+constexpr const char* kDeviceFile = "\\Program Files\\Motorva\\brnd_Fuel.pdb";
+constexpr std::int32_t kTransportError = -2147467259;
+
+Bytes Pattern(std::size_t length) {
+  Bytes bytes(length);
+  for (std::size_t i = 0; i < length; ++i) bytes[i] = static_cast<std::uint8_t>(i * 7 + 1);
+  return bytes;
+}
+
+class FileManagement : public ::testing::Test {
+ protected:
+  FileManagement() { files_.CreateFolders("C:\\work"); }
+
+  std::int32_t Upload(Overwrite overwrite = Overwrite::Yes) {
+    return static_cast<std::int32_t>(copies_.CopyFileToDevice(kDesktopFile, kDeviceFile, overwrite));
+  }
+  std::int32_t Download(Overwrite overwrite = Overwrite::Yes) {
+    return static_cast<std::int32_t>(copies_.CopyFileFromDevice(kDeviceFile, kDesktopFile, overwrite));
+  }
+  /// Sizes of the writes, "2 2 1 ".
+  std::string ChunksOf(std::size_t length) {
+    files_.Put(kDesktopFile, Pattern(length));
+    rapi_.calls.clear();
+    Upload();
+    std::string chunks;
+    for (const std::string& call : rapi_.calls) {
+      if (call.starts_with("CeWriteFile ")) chunks += call.substr(12) + " ";
+    }
+    return chunks;
+  }
+
+  testing::FakeRapi rapi_;
+  testing::MemoryFileSystem files_;
+  std::vector<std::string> log_;
+  std::size_t spins_ = 0;
+  DeviceHooks hooks_{[this](const std::string& line) { log_.push_back(line); }, [this] { ++spins_; }, {}, {}};
+  modWinCERAPIConnectionHandler connection_{rapi_, hooks_};
+  modWinCEFileManagement copies_{rapi_, connection_, files_, hooks_};
+};
+
+// ---- Upload
+
+TEST_F(FileManagement, Upload_ConnectsWritesClosesAndLogs) {
+  files_.Put(kDesktopFile, Pattern(10));
+  EXPECT_EQ(Upload(), 0);
+  EXPECT_EQ(rapi_.Content(kDeviceFile), Pattern(10));
+  EXPECT_EQ(rapi_.calls,
+            (std::vector<std::string>{"CeRapiInitEx", "WaitForSingleObject 77 5000",
+                                      "CeCreateFile \\Program Files\\Motorva\\brnd_Fuel.pdb 40000000 1 1 2 80",
+                                      "CeWriteFile 10", "CeCloseHandle"}));
+  EXPECT_EQ(log_,
+            std::vector<std::string>{"     10 bytes written to device at: \\Program Files\\Motorva\\brnd_Fuel.pdb"});
+}
+
+TEST_F(FileManagement, SuccessfulUpload_LeavesTheConnectionUp) {
+  files_.Put(kDesktopFile, Pattern(10));
+  Upload();
+  EXPECT_TRUE(connection_.IsDeviceConnected());
+  EXPECT_EQ(rapi_.OpenHandles(), 0U);
+}
+
+TEST_F(FileManagement, UploadWithoutAHandheld_IsSixAndDoesNotDisconnect) {
+  files_.Put(kDesktopFile, Pattern(10));
+  rapi_.waitResult = 258;
+  EXPECT_EQ(Upload(), 6);
+  EXPECT_EQ(rapi_.Count("CeRapiUninit"), 1U);
+  EXPECT_EQ(rapi_.Count("CeCreateFile"), 0U);
+}
+
+TEST_F(FileManagement, UploadOverAnExistingFileWithoutOverwrite_IsFourAndEndsTheConnection) {
+  files_.Put(kDesktopFile, Pattern(10));
+  rapi_.Put(kDeviceFile, {1});
+  EXPECT_EQ(Upload(Overwrite::No), 4);
+  EXPECT_FALSE(connection_.IsDeviceConnected());
+  EXPECT_EQ(rapi_.Content(kDeviceFile), Bytes{1});
+  EXPECT_EQ(rapi_.Count("CeFindClose"), 1U);
+}
+
+TEST_F(FileManagement, UploadOverAnExistingFileWithOverwrite_ReplacesIt) {
+  files_.Put(kDesktopFile, Pattern(10));
+  rapi_.Put(kDeviceFile, Pattern(50));
+  EXPECT_EQ(Upload(Overwrite::Yes), 0);
+  EXPECT_EQ(rapi_.Content(kDeviceFile), Pattern(10));
+  EXPECT_EQ(rapi_.Count("CeFindFirstFile"), 0U);
+}
+
+TEST_F(FileManagement, UploadOfANewFileWithoutOverwrite_Copies) {
+  files_.Put(kDesktopFile, Pattern(10));
+  EXPECT_EQ(Upload(Overwrite::No), 0);
+  EXPECT_EQ(rapi_.Content(kDeviceFile), Pattern(10));
+}
+
+TEST_F(FileManagement, TransportErrorInTheExistenceTest_IsSixAndEndsTheConnection) {
+  files_.Put(kDesktopFile, Pattern(10));
+  rapi_.Fail("CeFindFirstFile", kTransportError);
+  EXPECT_EQ(Upload(Overwrite::No), 6);
+  EXPECT_FALSE(connection_.IsDeviceConnected());
+  EXPECT_EQ(rapi_.Count("CeCreateFile"), 0U);
+}
+
+TEST_F(FileManagement, MissingDesktopFile_IsOneAndEndsTheConnection) {
+  EXPECT_EQ(Upload(), 1);
+  EXPECT_FALSE(connection_.IsDeviceConnected());
+  EXPECT_EQ(rapi_.Count("CeCreateFile"), 0U);
+}
+
+TEST_F(FileManagement, MissingDesktopFileAndExistingDeviceFile_IsFourBecauseTheDeviceIsAskedFirst) {
+  rapi_.Put(kDeviceFile, {1});
+  EXPECT_EQ(Upload(Overwrite::No), 4);
+}
+
+TEST_F(FileManagement, DeviceFileThatCannotBeCreated_IsSevenAndEndsTheConnection) {
+  files_.Put(kDesktopFile, Pattern(10));
+  rapi_.Fail("CeCreateFile", 0);
+  EXPECT_EQ(Upload(), 7);
+  EXPECT_FALSE(connection_.IsDeviceConnected());
+}
+
+TEST_F(FileManagement, TransportErrorWhileCreating_IsSixAndEndsTheConnection) {
+  files_.Put(kDesktopFile, Pattern(10));
+  rapi_.Fail("CeCreateFile", kTransportError);
+  EXPECT_EQ(Upload(), 6);
+  EXPECT_FALSE(connection_.IsDeviceConnected());
+}
+
+TEST_F(FileManagement, EmptyDesktopFile_IsTwoAfterTheDeviceFileWasOpened) {
+  files_.Put(kDesktopFile, {});
+  EXPECT_EQ(Upload(), 2);
+  EXPECT_FALSE(connection_.IsDeviceConnected());
+  EXPECT_EQ(rapi_.Count("CeCreateFile"), 1U);
+  EXPECT_EQ(rapi_.Count("CeWriteFile"), 0U);
+}
+
+TEST_F(FileManagement, UnreadableDesktopFile_IsTwo) {
+  files_.Put(kDesktopFile, Pattern(10));
+  files_.FailRead(1);
+  EXPECT_EQ(Upload(), 2);
+}
+
+TEST_F(FileManagement, RefusedWrite_IsFiveStopsAndEndsTheConnection) {
+  files_.Put(kDesktopFile, Pattern(1000));
+  rapi_.Fail("CeWriteFile", 0, 3);
+  EXPECT_EQ(Upload(), 5);
+  EXPECT_EQ(rapi_.Count("CeWriteFile"), 3U);
+  EXPECT_FALSE(connection_.IsDeviceConnected());
+  EXPECT_TRUE(log_.empty());
+}
+
+TEST_F(FileManagement, RefusedLastWrite_IsFive) {
+  files_.Put(kDesktopFile, Pattern(1000));
+  rapi_.Fail("CeWriteFile", 0, 20);
+  EXPECT_EQ(Upload(), 5);
+}
+
+TEST_F(FileManagement, TransportErrorWhileWriting_IsSixAndEndsTheConnection) {
+  files_.Put(kDesktopFile, Pattern(1000));
+  rapi_.Fail("CeWriteFile", kTransportError, 2);
+  EXPECT_EQ(Upload(), 6);
+  EXPECT_FALSE(connection_.IsDeviceConnected());
+}
+
+TEST_F(FileManagement, RefusedClose_IsFiveAndNothingIsLogged) {
+  files_.Put(kDesktopFile, Pattern(10));
+  rapi_.Fail("CeCloseHandle", 0);
+  EXPECT_EQ(Upload(), 5);
+  EXPECT_FALSE(connection_.IsDeviceConnected());
+  EXPECT_TRUE(log_.empty());
+}
+
+TEST_F(FileManagement, TransportErrorWhileClosing_IsSix) {
+  files_.Put(kDesktopFile, Pattern(10));
+  rapi_.Fail("CeCloseHandle", kTransportError);
+  EXPECT_EQ(Upload(), 6);
+}
+
+TEST_F(FileManagement, UploadUpToTenBytes_IsOneChunk) {
+  EXPECT_EQ(ChunksOf(1), "1 ");
+  EXPECT_EQ(ChunksOf(9), "9 ");
+  EXPECT_EQ(ChunksOf(10), "10 ");
+}
+
+TEST_F(FileManagement, UploadOfElevenBytes_IsCutIntoSingleBytes) {
+  EXPECT_EQ(ChunksOf(11), "1 1 1 1 1 1 1 1 1 1 1 ");
+}
+
+TEST_F(FileManagement, ChunkSizeHalfwayBetween_RoundsToEven) {
+  EXPECT_EQ(ChunksOf(30), "2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 ");
+  EXPECT_EQ(ChunksOf(50), "2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 ");
+  EXPECT_EQ(ChunksOf(70), "4 4 4 4 4 4 4 4 4 4 4 4 4 4 4 4 4 2 ");
+}
+
+TEST_F(FileManagement, UploadOf1010Bytes_IsTwentyChunksOfFiftyAndOneOfTen) {
+  EXPECT_EQ(ChunksOf(1010), "50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 10 ");
+  EXPECT_EQ(rapi_.Content(kDeviceFile), Pattern(1010));
+}
+
+TEST_F(FileManagement, Upload_AdvancesTheSpinnerPerChunkAndPer256BytesRead) {
+  files_.Put(kDesktopFile, Pattern(1010));
+  Upload();
+  EXPECT_EQ(spins_, 21U + 3U);
+}
+
+// ---- Download
+
+TEST_F(FileManagement, Download_ReadsTheWholeFileAtOnceAndLogs) {
+  rapi_.Put(kDeviceFile, Pattern(3000));
+  connection_.ConnectDevice();
+  rapi_.calls.clear();
+  EXPECT_EQ(Download(), 0);
+  EXPECT_EQ(files_.Content(kDesktopFile), Pattern(3000));
+  EXPECT_EQ(rapi_.calls,
+            (std::vector<std::string>{"CeCreateFile \\Program Files\\Motorva\\brnd_Fuel.pdb 80000000 1 1 3 80",
+                                      "CeGetFileSize", "CeReadFile 3000", "CeCloseHandle"}));
+  EXPECT_EQ(log_,
+            std::vector<std::string>{"     3000 bytes read from device at: \\Program Files\\Motorva\\brnd_Fuel.pdb"});
+  EXPECT_TRUE(connection_.IsDeviceConnected());
+}
+
+TEST_F(FileManagement, DownloadWithoutAConnection_IsSixAndDoesNotConnect) {
+  rapi_.Put(kDeviceFile, Pattern(10));
+  EXPECT_EQ(Download(), 6);
+  EXPECT_TRUE(rapi_.calls.empty());
+}
+
+TEST_F(FileManagement, DownloadOverAnExistingFileWithoutOverwrite_IsFourAndEndsTheConnection) {
+  rapi_.Put(kDeviceFile, Pattern(10));
+  files_.Put(kDesktopFile, {1});
+  connection_.ConnectDevice();
+  EXPECT_EQ(Download(Overwrite::No), 4);
+  EXPECT_FALSE(connection_.IsDeviceConnected());
+  EXPECT_EQ(files_.Content(kDesktopFile), Bytes{1});
+}
+
+TEST_F(FileManagement, DownloadOfANewFileWithoutOverwrite_Copies) {
+  rapi_.Put(kDeviceFile, Pattern(10));
+  connection_.ConnectDevice();
+  EXPECT_EQ(Download(Overwrite::No), 0);
+  EXPECT_EQ(files_.Content(kDesktopFile), Pattern(10));
+}
+
+TEST_F(FileManagement, MissingDeviceFile_IsOneAndEndsTheConnection) {
+  connection_.ConnectDevice();
+  EXPECT_EQ(Download(), 1);
+  EXPECT_FALSE(connection_.IsDeviceConnected());
+  EXPECT_FALSE(files_.FileExists(kDesktopFile));
+}
+
+TEST_F(FileManagement, DeviceFileThatCannotBeSizedOrRead_IsOneAndEndsTheConnection) {
+  for (const char* call : {"CeGetFileSize", "CeReadFile"}) {
+    rapi_.Put(kDeviceFile, Pattern(10));
+    connection_.ConnectDevice();
+    rapi_.Fail(call, 0);
+    EXPECT_EQ(Download(), 1) << call;
+    EXPECT_FALSE(connection_.IsDeviceConnected()) << call;
+    EXPECT_FALSE(files_.FileExists(kDesktopFile)) << call;
+  }
+}
+
+TEST_F(FileManagement, TransportErrorInAnyCall_IsSixAndEndsTheConnection) {
+  for (const char* call : {"CeCreateFile", "CeGetFileSize", "CeReadFile"}) {
+    rapi_.Put(kDeviceFile, Pattern(10));
+    connection_.ConnectDevice();
+    rapi_.Fail(call, kTransportError);
+    EXPECT_EQ(Download(), 6) << call;
+    EXPECT_FALSE(connection_.IsDeviceConnected()) << call;
+  }
+}
+
+TEST_F(FileManagement, DesktopFileThatCannotBeWritten_IsFiveAndEndsTheConnection) {
+  rapi_.Put(kDeviceFile, Pattern(10));
+  connection_.ConnectDevice();
+  files_.FailWrite(1);
+  EXPECT_EQ(Download(), 5);
+  EXPECT_FALSE(connection_.IsDeviceConnected());
+  EXPECT_TRUE(log_.empty());
+}
+
+TEST_F(FileManagement, EmptyDeviceFile_RaisesToTheCaller) {
+  rapi_.Put(kDeviceFile, {});
+  connection_.ConnectDevice();
+  EXPECT_EQ(ErrorNumberOf([&] { Download(); }), errors::kSubscriptOutOfRange);
+  EXPECT_TRUE(connection_.IsDeviceConnected());
+  EXPECT_EQ(rapi_.OpenHandles(), 0U);
+  EXPECT_FALSE(files_.FileExists(kDesktopFile));
+}
+
+TEST_F(FileManagement, Download_AdvancesTheSpinnerThreeTimesAndPer1024BytesWritten) {
+  rapi_.Put(kDeviceFile, Pattern(3000));
+  connection_.ConnectDevice();
+  Download();
+  EXPECT_EQ(spins_, 3U + 2U);
+}
+
+// ---- Whole desktop files
+
+TEST_F(FileManagement, ReadFileBytes_ReturnsTheLengthAndTheBytes) {
+  files_.Put(kDesktopFile, Pattern(600));
+  Bytes buffer;
+  EXPECT_EQ(copies_.ReadFileBytes(kDesktopFile, buffer), 600);
+  EXPECT_EQ(buffer, Pattern(600));
+  EXPECT_EQ(spins_, 2U);
+}
+
+TEST_F(FileManagement, ReadFileBytesOfAMissingOrEmptyFile_IsZero) {
+  Bytes buffer;
+  EXPECT_EQ(copies_.ReadFileBytes(kDesktopFile, buffer), 0);
+  EXPECT_EQ(copies_.ReadFileBytes("Z:\\nowhere\\x", buffer), 0);
+  files_.Put(kDesktopFile, {});
+  EXPECT_EQ(copies_.ReadFileBytes(kDesktopFile, buffer), 0);
+}
+
+TEST_F(FileManagement, WriteFileBytes_CreatesTheFile) {
+  EXPECT_TRUE(copies_.WriteFileBytes(kDesktopFile, Pattern(2048)));
+  EXPECT_EQ(files_.Content(kDesktopFile), Pattern(2048));
+  EXPECT_EQ(spins_, 2U);
+}
+
+TEST_F(FileManagement, WriteFileBytesOverALongerFile_LeavesItsOldTail) {
+  files_.Put(kDesktopFile, {9, 9, 9, 9, 9});
+  EXPECT_TRUE(copies_.WriteFileBytes(kDesktopFile, {1, 2}));
+  EXPECT_EQ(files_.Content(kDesktopFile), (Bytes{1, 2, 9, 9, 9}));
+}
+
+TEST_F(FileManagement, WriteFileBytesThatFails_IsFalse) {
+  EXPECT_FALSE(copies_.WriteFileBytes("Z:\\nowhere\\x", {1}));
+  EXPECT_FALSE(copies_.WriteFileBytes(kDesktopFile, {}));
+  EXPECT_FALSE(files_.FileExists(kDesktopFile));
+  files_.FailWrite(1);
+  EXPECT_FALSE(copies_.WriteFileBytes(kDesktopFile, {1}));
+}
+
+TEST_F(FileManagement, WithoutHooks_CopiesAllTheSame) {
+  const DeviceHooks none;
+  modWinCERAPIConnectionHandler connection(rapi_, none);
+  modWinCEFileManagement copies(rapi_, connection, files_, none);
+  files_.Put(kDesktopFile, Pattern(3000));
+  EXPECT_EQ(copies.CopyFileToDevice(kDesktopFile, kDeviceFile, Overwrite::Yes), DeviceCopyResult::Copied);
+  EXPECT_EQ(copies.CopyFileFromDevice(kDeviceFile, kDesktopFile, Overwrite::Yes), DeviceCopyResult::Copied);
+}
+
+}  // namespace
+}  // namespace mv

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "device/DeviceHooks.h"
+#include "device/Rapi.h"
+
+namespace mv {
+
+/// The connection to the handheld and the one flag that says whether it is up. There is one object of it in a process.
+class modWinCERAPIConnectionHandler {
+ public:
+  /// Both must outlive this object.
+  modWinCERAPIConnectionHandler(Rapi& rapi, const DeviceHooks& hooks) : rapi_(rapi), hooks_(hooks) {}
+
+  /// One attempt to connect, which waits up to five seconds. Shows the hourglass and leaves it. True when a new
+  /// connection was made; false when that failed, and also when there was a connection already, which is kept. Never
+  /// raises: an unexpected error clears the flag.
+  bool ConnectDevice();
+  /// Ends the connection if there is one. Always true.
+  bool DisconnectDevice();
+  bool IsDeviceConnected() const { return deviceConnected_; }
+
+ private:
+  bool Connect();
+
+  Rapi& rapi_;
+  const DeviceHooks& hooks_;
+  bool deviceConnected_ = false;
+};
+
+}  // namespace mv
