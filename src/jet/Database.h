@@ -1,43 +1,19 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
+#include "base/Date.h"
+#include "jet/Catalog.h"
+#include "jet/Header.h"
 #include "jet/PageFile.h"
 #include "jet/Table.h"
-#include "platform/System.h"
+#include "jet/TableDesign.h"
+#include "platform/FileSystem.h"
 
 namespace mv::jet {
-
-/// What a new table looks like.
-struct ColumnSpec {
-  std::string name;
-  ColumnType type = ColumnType::Text;
-  std::uint16_t characters = 0;  ///< Text: 1 to 255 characters; Binary: 1 to 510 bytes
-  bool compressed = true;        ///< Text and Memo
-  bool autonumber = false;       ///< Long
-  std::uint8_t precision = 18;   ///< Decimal
-  std::uint8_t scale = 0;        ///< Decimal
-};
-struct IndexSpec {
-  struct KeyColumn {
-    std::string column;
-    bool ascending = true;
-  };
-  std::string name;
-  std::vector<KeyColumn> columns;
-  bool primaryKey = false;
-  bool unique = false;
-  bool ignoreNulls = false;
-  bool required = false;
-};
-struct TableSpec {
-  std::string name;
-  std::vector<ColumnSpec> columns;
-  std::vector<IndexSpec> indexes;
-};
 
 /// An open Jet 4 database file.
 class Database {
@@ -49,17 +25,37 @@ class Database {
   static std::unique_ptr<Database> Create(platform::FileSystem& files, const std::string& path,
                                           const CivilTime& created);
 
+  /// Only Open and Create make one.
+  class Key {
+    friend class Database;
+    Key() = default;
+  };
+  Database(Key, std::unique_ptr<PageFile> pages);
+  Database(const Database&) = delete;
+  Database& operator=(const Database&) = delete;
+
   /// Names of the user's tables, in the order of the catalog.
   std::vector<std::string> TableNames() const;
-  /// A table by name, without regard to case; NoSuchTableError. The object lives as long as the database.
+  /// A table by name, without regard to case; NoSuchTableError, UnsupportedError for a query or a linked table. The
+  /// object lives as long as the database; the same name gives the same object.
   Table& OpenTable(const std::string& name);
   /// Adds a table with its indexes and catalog rows; `created` becomes the table's date. Throws ConstraintError for a
-  /// specification that Jet would refuse, UnsupportedError for an index that the engine could not keep.
+  /// specification that Jet would refuse, UnsupportedError for an index that the engine could not keep. When it fails
+  /// nothing was changed.
   void CreateTable(const TableSpec& table, const CivilTime& created);
 
-  bool Changed() const;
-  void Commit();
-  PageFile& Pages();
+  /// The three below: see PageFile.
+  bool Changed() const { return pages_->Changed(); }
+  void Commit() { pages_->Commit(); }
+  PageFile& Pages() { return *pages_; }
+
+ private:
+  Table& SystemTable(PageNumber page, const std::string& name);
+
+  std::unique_ptr<PageFile> pages_;
+  Header header_;
+  std::unordered_map<PageNumber, std::unique_ptr<Table>> tables_;  ///< open tables by definition page
+  Catalog catalog_;
 };
 
 }  // namespace mv::jet

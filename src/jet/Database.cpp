@@ -1,0 +1,126 @@
+#include "jet/Database.h"
+
+#include <utility>
+
+#include "jet/CreateDatabase.h"
+#include "jet/IndexKey.h"
+#include "jet/IndexTree.h"
+#include "jet/JetErrors.h"
+#include "jet/MapPages.h"
+#include "jet/Properties.h"
+#include "jet/SystemTables.h"
+
+namespace mv::jet {
+namespace {
+
+std::vector<ColumnRules> NoRules(const TableDefinition& table) {
+  return std::vector<ColumnRules>(table.columns.size());
+}
+
+void CheckIndexes(const TableDefinition& table) {
+  for (std::size_t i = 0; i < table.indexData.size(); ++i) {
+    const std::string why = WhyNotWritable(table, table.indexData[i]);
+    if (!why.empty())
+      throw UnsupportedError("index '" + table.IndexName(i) + "' of table '" + table.name + "': " + why);
+  }
+}
+
+void AllocateDefinition(FreePages& freePages, TableDefinition& table) {
+  const std::size_t count = DefinitionPages(BuildDefinition(table).size());
+  while (table.pages.size() < count) table.pages.push_back(freePages.Allocate());
+  table.page = table.pages.front();
+}
+
+/// Maps in Jet's order: owned pages, free space, one for each index, two for each long value column.
+void AllocateMaps(PageFile& file, FreePages& freePages, TableDefinition& table) {
+  std::vector<RowId*> places = {&table.ownedPages, &table.freeSpacePages};
+  for (IndexData& index : table.indexData) places.push_back(&index.map);
+  for (Column& column : table.columns) {
+    if (column.IsLongValue()) places.insert(places.end(), {&column.longValuePages, &column.longValueFreeSpace});
+  }
+  const std::vector<RowId> maps = AddMaps(file, freePages, places.size());
+  for (std::size_t i = 0; i < places.size(); ++i) *places[i] = maps[i];
+}
+
+void AllocateRoots(PageFile& file, FreePages& freePages, TableDefinition& table) {
+  for (IndexData& index : table.indexData) {
+    index.root = freePages.Allocate();
+    FormatEmptyLeaf(file.Write(index.root), table.page);
+    UsageMap(file, index.map).Add(index.root, freePages);
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<Database> Database::Open(platform::FileSystem& files, const std::string& path, PageFile::Mode mode) {
+  auto pages = PageFile::Open(files, path, mode);
+  CheckFileKind(path, pages->Read(0), std::uint64_t{pages->PageCount()} * kPageSize);
+  const Header header = Header::FromPage(pages->Read(0));
+  CheckAccess(path, header);
+  if (mode == PageFile::Mode::ReadWrite) CheckWritable(path, header);
+  return std::make_unique<Database>(Key(), std::move(pages));
+}
+
+std::unique_ptr<Database> Database::Create(platform::FileSystem& files, const std::string& path,
+                                           const CivilTime& created) {
+  auto pages = PageFile::Create(files, path);
+  FillNewDatabase(*pages, DateFromCivil(created));
+  return std::make_unique<Database>(Key(), std::move(pages));
+}
+
+Database::Database(Key, std::unique_ptr<PageFile> pages)
+    : pages_(std::move(pages)),
+      header_(Header::FromPage(pages_->Read(0))),
+      catalog_(SystemTable(kObjectsPage, "MSysObjects"), SystemTable(kPermissionsPage, "MSysACEs")) {}
+
+Table& Database::SystemTable(PageNumber page, const std::string& name) {
+  TableDefinition definition = ReadDefinition(*pages_, page, name);
+  std::vector<ColumnRules> rules = NoRules(definition);
+  return *tables_.emplace(page, std::make_unique<Table>(*pages_, std::move(definition), std::move(rules)))
+              .first->second;
+}
+
+std::vector<std::string> Database::TableNames() const {
+  std::vector<std::string> names;
+  for (CatalogObject& object : catalog_.Objects()) {
+    if (object.IsUserTable()) names.push_back(std::move(object.name));
+  }
+  return names;
+}
+
+Table& Database::OpenTable(const std::string& name) {
+  const auto object = catalog_.FindRowSource(name);
+  if (!object) throw NoSuchTableError(name);
+  if (object->type == ObjectType::Query) throw UnsupportedError("'" + object->name + "' is a query, not a table");
+  if (object->type != ObjectType::Table) {
+    throw UnsupportedError("'" + object->name + "' is a linked table; its rows are in another database");
+  }
+  const auto page = static_cast<PageNumber>(object->id);
+  std::unique_ptr<Table>& table = tables_[page];
+  if (!table) {
+    TableDefinition definition = ReadDefinition(*pages_, page, object->name);
+    std::vector<ColumnRules> rules = RulesFromProperties(catalog_.PropertyList(*object), definition);
+    table = std::make_unique<Table>(*pages_, std::move(definition), std::move(rules));
+  }
+  return *table;
+}
+
+void Database::CreateTable(const TableSpec& spec, const CivilTime& created) {
+  TableDefinition table = DesignTable(spec);
+  CheckIndexes(table);
+  if (catalog_.FindRowSource(spec.name)) throw ConstraintError("Table '" + spec.name + "' already exists.");
+
+  Statement statement(*pages_);
+  FreePages freePages(*pages_);
+  AllocateDefinition(freePages, table);
+  AllocateMaps(*pages_, freePages, table);
+  AllocateRoots(*pages_, freePages, table);
+  WriteDefinition(*pages_, BuildDefinition(table), table.pages);
+  const auto id = static_cast<std::int32_t>(table.page);
+  catalog_.AddObject({id, kTablesId, table.name, ObjectType::Table, 0}, header_.Identifier(Account::Admin),
+                     DateFromCivil(created));
+  catalog_.InheritPermissions(id, header_);
+  statement.Complete();
+}
+
+}  // namespace mv::jet

@@ -1,0 +1,198 @@
+#include "jet/TableDesign.h"
+
+#include <algorithm>
+#include <set>
+
+#include "base/Text.h"
+#include "base/Utf.h"
+#include "jet/JetErrors.h"
+
+namespace mv::jet {
+namespace {
+
+constexpr std::uint8_t kFixed = 0x01;
+constexpr std::uint8_t kUpdatable = 0x02;
+constexpr std::uint8_t kAutonumber = 0x04;
+constexpr std::uint8_t kCompressed = 0x01;
+
+constexpr std::uint8_t kPlainIndex = 0x80;
+constexpr std::uint8_t kUniqueIndex = 0x01;
+constexpr std::uint8_t kIgnoreNullsIndex = 0x02;
+constexpr std::uint8_t kRequiredIndex = 0x08;
+
+constexpr std::uint16_t kMaxTextCharacters = kMaxTextBytes / 2;
+constexpr std::uint8_t kMaxPrecision = 28;
+
+void CheckName(const std::string& what, const std::string& name) {
+  const std::u16string units = Utf16FromUtf8(name);
+  const bool hasForbidden = std::any_of(units.begin(), units.end(), [](char16_t unit) {
+    return unit < u' ' || std::u16string_view(u".![]`").find(unit) != std::u16string_view::npos;
+  });
+  if (units.empty() || units.size() > kMaxNameUnits || hasForbidden || units[0] == u' ') {
+    throw ConstraintError("'" + name + "' is not a valid name for " + what + ".");
+  }
+}
+
+/// Adds `name` to the names in use; `what` ("a field in table 'T'") is for the message.
+void CheckUnused(std::set<std::string>& names, const std::string& what, const std::string& name) {
+  if (!names.insert(FoldCase(name)).second)
+    throw ConstraintError("'" + name + "' is already the name of " + what + ".");
+}
+
+bool HasFixedSize(ColumnType type) {
+  switch (type) {
+    case ColumnType::Text:
+    case ColumnType::Binary:
+    case ColumnType::Memo:
+    case ColumnType::Ole:
+      return false;
+    default:
+      return true;
+  }
+}
+
+/// Length in bytes as the column block has it.
+std::uint16_t LengthOf(const ColumnSpec& spec) {
+  switch (spec.type) {
+    case ColumnType::Text:
+      return static_cast<std::uint16_t>(2 * spec.characters);
+    case ColumnType::Binary:
+      return spec.characters;
+    case ColumnType::Boolean:
+      return 1;
+    case ColumnType::Memo:
+    case ColumnType::Ole:
+      return 0;
+    default: {
+      Column column;
+      column.type = spec.type;
+      return static_cast<std::uint16_t>(FixedSize(column));
+    }
+  }
+}
+
+void CheckColumn(const std::string& table, const ColumnSpec& spec) {
+  const auto refuse = [&](const std::string& why) {
+    throw ConstraintError("Field '" + spec.name + "' of table '" + table + "' " + why + ".");
+  };
+  if (spec.type == ColumnType::Text && (spec.characters < 1 || spec.characters > kMaxTextCharacters)) {
+    refuse("must hold 1 to 255 characters");
+  }
+  if (spec.type == ColumnType::Binary && (spec.characters < 1 || spec.characters > kMaxTextBytes)) {
+    refuse("must hold 1 to 510 bytes");
+  }
+  if (spec.type == ColumnType::Decimal &&
+      (spec.precision < 1 || spec.precision > kMaxPrecision || spec.scale > spec.precision)) {
+    refuse("must have a precision of 1 to 28 and no larger scale");
+  }
+  if (spec.autonumber && spec.type != ColumnType::Long) refuse("must be of type Long to number its rows");
+  if (spec.type == ColumnType::RawBlock) refuse("is of a type that only Jet itself uses");
+}
+
+Column DesignColumn(const ColumnSpec& spec) {
+  Column column;
+  column.name = spec.name;
+  column.type = spec.type;
+  column.length = LengthOf(spec);
+  column.flags = kUpdatable;
+  if (HasFixedSize(spec.type)) column.flags |= kFixed;
+  if (spec.autonumber) column.flags |= kAutonumber;
+  const bool isText = spec.type == ColumnType::Text || spec.type == ColumnType::Memo;
+  if (isText && spec.compressed) column.moreFlags |= kCompressed;
+  if (spec.type == ColumnType::Decimal) {
+    column.precision = spec.precision;
+    column.scale = spec.scale;
+  }
+  return column;
+}
+
+void AddColumns(TableDefinition& table, const std::vector<ColumnSpec>& specs) {
+  std::set<std::string> names;
+  std::size_t fixedEnd = 0;
+  for (const ColumnSpec& spec : specs) {
+    CheckName("a field", spec.name);
+    CheckUnused(names, "a field in table '" + table.name + "'", spec.name);
+    CheckColumn(table.name, spec);
+    Column column = DesignColumn(spec);
+    column.id = table.nextColumnId++;
+    if (!column.IsFixed()) column.variableIndex = table.nextVariableIndex++;
+    if (column.IsFixed() && column.type != ColumnType::Boolean) {
+      column.fixedOffset = static_cast<std::uint16_t>(fixedEnd);
+      fixedEnd += FixedSize(column);
+    }
+    table.columns.push_back(column);
+  }
+  const auto autonumbers = std::count_if(table.columns.begin(), table.columns.end(),
+                                         [](const Column& column) { return column.IsAutonumber(); });
+  if (autonumbers > 1) throw ConstraintError("Table '" + table.name + "' can have only one autonumber field.");
+}
+
+const Column& KeyColumnOf(const TableDefinition& table, const IndexSpec& index, const std::string& name) {
+  const std::string wanted = FoldCase(name);
+  const auto found = std::find_if(table.columns.begin(), table.columns.end(),
+                                  [&](const Column& column) { return FoldCase(column.name) == wanted; });
+  const std::string where = "Index '" + index.name + "' of table '" + table.name + "'";
+  if (found == table.columns.end())
+    throw ConstraintError(where + " names the field '" + name + "', which is not there.");
+  if (found->type == ColumnType::Ole) throw ConstraintError(where + " cannot have the OLE field '" + name + "'.");
+  return *found;
+}
+
+IndexData DesignTree(const TableDefinition& table, const IndexSpec& spec) {
+  const std::string where = "Index '" + spec.name + "' of table '" + table.name + "'";
+  if (spec.columns.empty() || spec.columns.size() > kMaxIndexColumns) {
+    throw ConstraintError(where + " must have 1 to 10 fields.");
+  }
+  IndexData tree;
+  std::set<std::uint16_t> ids;
+  for (const IndexSpec::KeyColumn& key : spec.columns) {
+    const Column& column = KeyColumnOf(table, spec, key.column);
+    if (!ids.insert(column.id).second) throw ConstraintError(where + " has the field '" + key.column + "' twice.");
+    tree.columns.push_back({column.id, key.ascending});
+  }
+  tree.flags = kPlainIndex;
+  if (spec.unique || spec.primaryKey) tree.flags |= kUniqueIndex;
+  if (spec.ignoreNulls) tree.flags |= kIgnoreNullsIndex;
+  if (spec.required || spec.primaryKey) tree.flags |= kRequiredIndex;
+  return tree;
+}
+
+void AddIndexes(TableDefinition& table, const std::vector<IndexSpec>& specs) {
+  if (specs.size() > kMaxIndexes) throw ConstraintError("Table '" + table.name + "' can have at most 32 indexes.");
+  std::set<std::string> names;
+  bool hasPrimaryKey = false;
+  for (const IndexSpec& spec : specs) {
+    CheckName("an index", spec.name);
+    CheckUnused(names, "an index of table '" + table.name + "'", spec.name);
+    if (spec.primaryKey && hasPrimaryKey)
+      throw ConstraintError("Table '" + table.name + "' already has a primary key.");
+    hasPrimaryKey = hasPrimaryKey || spec.primaryKey;
+    LogicalIndex logical;
+    logical.name = spec.name;
+    logical.number = logical.dataNumber = static_cast<std::uint32_t>(table.indexData.size());
+    if (spec.primaryKey) logical.kind = LogicalIndex::Kind::PrimaryKey;
+    table.indexData.push_back(DesignTree(table, spec));
+    table.indexes.push_back(logical);
+  }
+  std::sort(table.indexes.begin(), table.indexes.end(), [](const LogicalIndex& left, const LogicalIndex& right) {
+    return FoldCase(left.name) < FoldCase(right.name);
+  });
+}
+
+}  // namespace
+
+TableDefinition DesignTable(const TableSpec& spec) {
+  CheckName("a table", spec.name);
+  if (spec.columns.empty() || spec.columns.size() > kMaxColumns) {
+    throw ConstraintError("Table '" + spec.name + "' must have 1 to 255 fields.");
+  }
+  TableDefinition table;
+  table.name = spec.name;
+  AddColumns(table, spec.columns);
+  if (ShortestRow(table) > kMaxRowSize)
+    throw ConstraintError("The rows of table '" + spec.name + "' would be too large.");
+  AddIndexes(table, spec.indexes);
+  return table;
+}
+
+}  // namespace mv::jet

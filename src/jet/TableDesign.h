@@ -1,0 +1,43 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "jet/TableDefinition.h"
+
+namespace mv::jet {
+
+/// What a new table looks like.
+struct ColumnSpec {
+  std::string name;
+  ColumnType type = ColumnType::Text;
+  std::uint16_t characters = 0;  ///< Text: 1 to 255 characters; Binary: 1 to 510 bytes
+  bool compressed = true;        ///< Text and Memo
+  bool autonumber = false;       ///< Long
+  std::uint8_t precision = 18;   ///< Decimal
+  std::uint8_t scale = 0;        ///< Decimal
+};
+struct IndexSpec {
+  struct KeyColumn {
+    std::string column;
+    bool ascending = true;
+  };
+  std::string name;
+  std::vector<KeyColumn> columns;
+  bool primaryKey = false;
+  bool unique = false;
+  bool ignoreNulls = false;
+  bool required = false;
+};
+struct TableSpec {
+  std::string name;
+  std::vector<ColumnSpec> columns;
+  std::vector<IndexSpec> indexes;
+};
+
+/// The definition of a new table: ids, places in a row and flags as Jet gives them, each index a tree of its own,
+/// logical indexes sorted by name. Pages, maps and roots are left to the caller. Throws ConstraintError, naming table,
+/// column or index, for what Jet would refuse.
+TableDefinition DesignTable(const TableSpec& table);
+
+}  // namespace mv::jet
