@@ -5,6 +5,7 @@
 #include "base/ByteOrder.h"
 #include "support/ExpectError.h"
 #include "support/Hex.h"
+#include "support/JetStorage.h"
 
 namespace mv::jet {
 namespace {
@@ -343,6 +344,120 @@ TEST(BuildDefinition, SystemTable_HasPositionsOfZero) {
   const Bytes definition = BuildDefinition(table);
   EXPECT_EQ(definition[kFirstColumnAt + 3 * kColumnSize + 9], 0);
   EXPECT_EQ(ParseDefinition(definition, 1, "x").tableType, 0x53);
+}
+
+/// A table whose definition has many bytes: `columns` Booleans with names of 64 letters, 155 bytes each.
+TableDefinition WideTable(std::size_t columns) {
+  TableDefinition table;
+  table.name = "Wide";
+  for (std::size_t i = 0; i < columns; ++i) {
+    Column column;
+    column.name = std::to_string(1000 + i) + std::string(60, 'x');
+    column.type = ColumnType::Boolean;
+    column.id = static_cast<std::uint16_t>(i);
+    column.flags = 0x03;
+    column.length = 1;
+    table.columns.push_back(column);
+  }
+  table.nextColumnId = static_cast<std::uint16_t>(columns);
+  return table;
+}
+
+std::uint16_t FreeWord(const PageFile& file, PageNumber page) {
+  return LoadLittle<std::uint16_t>(file.Read(page).data() + 2);
+}
+
+std::uint32_t NextPage(const PageFile& file, PageNumber page) {
+  return LoadLittle<std::uint32_t>(file.Read(page).data() + 4);
+}
+
+TEST(DefinitionPages, ReserveOfEightBytes_CountsAsTaken) {
+  EXPECT_EQ(DefinitionPages(541), 1u);
+  EXPECT_EQ(DefinitionPages(4086), 1u);
+  EXPECT_EQ(DefinitionPages(4088), 1u);
+  EXPECT_EQ(DefinitionPages(4089), 2u);
+  EXPECT_EQ(DefinitionPages(8176), 2u);
+  EXPECT_EQ(DefinitionPages(8181), 3u);
+}
+
+TEST(WriteDefinition, OnePage_KeepsTheReserveFree) {
+  testing::JetStorage storage(4);
+  WriteDefinition(storage.File(), CategoriesDefinition(), {2});
+  EXPECT_EQ(FreeWord(storage.File(), 2), 3547);
+  EXPECT_EQ(NextPage(storage.File(), 2), 0u);
+  WriteDefinition(storage.File(), Bytes(4086), {2});
+  EXPECT_EQ(FreeWord(storage.File(), 2), 2);
+  WriteDefinition(storage.File(), Bytes(4088), {2});
+  EXPECT_EQ(FreeWord(storage.File(), 2), 0);
+}
+
+TEST(WriteDefinition, ReserveAloneBehindTheBorder_TakesAnotherPage) {
+  testing::JetStorage storage(4);
+  WriteDefinition(storage.File(), Bytes(4090), {3, 2});
+  EXPECT_EQ(FreeWord(storage.File(), 3), 0);
+  EXPECT_EQ(NextPage(storage.File(), 3), 2u);
+  EXPECT_EQ(FreeWord(storage.File(), 2), 4086);
+  EXPECT_EQ(NextPage(storage.File(), 2), 0u);
+  EXPECT_EQ(KindOf(storage.File().Read(2)), PageKind::Definition);
+}
+
+TEST(WriteDefinition, LongDefinition_ReadsBackOverItsPages) {
+  testing::JetStorage storage(8);
+  const TableDefinition wide = WideTable(80);
+  const Bytes bytes = BuildDefinition(wide);
+  ASSERT_EQ(DefinitionPages(bytes.size()), 4u);
+  WriteDefinition(storage.File(), bytes, {4, 7, 2, 3});
+  const TableDefinition read = ReadDefinition(storage.File(), 4, "Wide");
+  EXPECT_EQ(read.page, 4u);
+  EXPECT_EQ(read.pages, (std::vector<PageNumber>{4, 7, 2, 3}));
+  ASSERT_EQ(read.columns.size(), 80u);
+  EXPECT_EQ(read.columns[79].name, wide.columns[79].name);
+  EXPECT_EQ(ToHex(BuildDefinition(read)), ToHex(bytes));
+}
+
+TEST(ReadDefinition, ChainThatRunsInACircle_IsDamage) {
+  testing::JetStorage storage(4);
+  WriteDefinition(storage.File(), Bytes(5000), {2, 3});
+  StoreLittle<std::uint32_t>(storage.File().Write(3).data() + 4, 2);
+  EXPECT_EQ(ErrorOf([&] { ReadDefinition(storage.File(), 2, "T"); }).Description(),
+            "The database file is damaged: table 'T': the chain of its definition pages does not end. Nothing was "
+            "changed.");
+}
+
+TEST(ReadDefinition, PageOfAnotherKind_IsDamage) {
+  testing::JetStorage storage(4);
+  EXPECT_EQ(ErrorOf([&] { ReadDefinition(storage.File(), 1, "T"); }).Description(),
+            "The database file is damaged: table 'T': page 1 is no definition page. Nothing was changed.");
+  EXPECT_EQ(ErrorOf([&] { ReadDefinition(storage.File(), 9, "T"); }).Number(), errors::kJetGeneral);
+  EXPECT_EQ(ErrorOf([&] { ReadDefinition(storage.File(), 0, "T"); }).Number(), errors::kJetGeneral);
+}
+
+TEST(Counters, ChangeTheirWordsOfTheFirstPageOnly) {
+  testing::JetStorage storage(3);
+  Bytes expected = CategoriesDefinition();
+  WriteDefinition(storage.File(), expected, {2});
+  const TableDefinition table = ReadDefinition(storage.File(), 2, "Categories");
+  EXPECT_EQ(RowCount(storage.File(), table), 8u);
+  EXPECT_EQ(LastAutonumber(storage.File(), table), 8);
+  SetRowCount(storage.File(), table, 9);
+  SetLastAutonumber(storage.File(), table, -2);
+  AddToDistinctKeys(storage.File(), table, 1, 1);
+  EXPECT_EQ(RowCount(storage.File(), table), 9u);
+  EXPECT_EQ(LastAutonumber(storage.File(), table), -2);
+  expected[2] = 0xDB;
+  expected[3] = 0x0D;
+  expected[16] = 9;
+  StoreLittle<std::int32_t>(expected.data() + 20, -2);
+  expected[63 + 12 + 4] = 9;
+  EXPECT_EQ(ToHex(ByteView(storage.File().Read(2)).first(expected.size())), ToHex(expected));
+}
+
+TEST(Counters, DistinctKeys_NeverGoBelowZero) {
+  testing::JetStorage storage(3);
+  WriteDefinition(storage.File(), CategoriesDefinition(), {2});
+  const TableDefinition table = ReadDefinition(storage.File(), 2, "Categories");
+  AddToDistinctKeys(storage.File(), table, 0, -9);
+  EXPECT_EQ(LoadLittle<std::uint32_t>(storage.File().Read(2).data() + 63 + 4), 0u);
 }
 
 }  // namespace
