@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 
 #include "base/Error.h"
 
@@ -59,6 +58,12 @@ bool ReadTime(std::string_view text, CivilTime& civil) {
   return text.empty() && civil.hour < 24 && civil.minute < 60 && civil.second < 60;
 }
 
+/// The last `count` decimal digits of a number that is not negative.
+void AppendDigits(std::string& text, int number, std::size_t count) {
+  text.append(count, '0');
+  for (std::size_t i = text.size(); count-- > 0; number /= 10) text[--i] = static_cast<char>('0' + number % 10);
+}
+
 }  // namespace
 
 std::int64_t DayNumber(int year, int month, int day) {
@@ -111,10 +116,19 @@ Date DateFromCivil(const CivilTime& civil) {
 }
 
 std::string IsoFromDate(Date date) {
-  const CivilTime c = CivilFromDate(date);
-  char text[32];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d", c.year, c.month, c.day, c.hour, c.minute, c.second);
+  std::string text;
+  AppendIso(text, date);
   return text;
+}
+
+void AppendIso(std::string& text, Date date) {
+  const CivilTime civil = CivilFromDate(date);
+  AppendDigits(text, civil.year, 4);
+  AppendDigits(text += '-', civil.month, 2);
+  AppendDigits(text += '-', civil.day, 2);
+  AppendDigits(text += 'T', civil.hour, 2);
+  AppendDigits(text += ':', civil.minute, 2);
+  AppendDigits(text += ':', civil.second, 2);
 }
 
 std::optional<Date> DateFromIso(std::string_view text) {

@@ -42,6 +42,8 @@ Date DateFromSeconds(std::int64_t seconds);
 
 /// "2026-11-21T14:05:09"; with no time of day "2026-11-21T00:00:00".
 std::string IsoFromDate(Date date);
+/// The same, appended to a text that the caller reuses.
+void AppendIso(std::string& text, Date date);
 /// Reads "2026-11-21", "2026-11-21T14:05" and "2026-11-21T14:05:09" (a blank may stand for the T); nothing else.
 std::optional<Date> DateFromIso(std::string_view text);
 
