@@ -82,8 +82,12 @@ std::unique_ptr<platform::File> PageFile::OpenFile() const {
   }
 }
 
+bool PageFile::IsLockedByEngine(const platform::FileSystem& files, const std::string& path) {
+  return files.IsRangeLocked(LockFileName(files.RealPath(path)), kUserLocksFirst, kUserLocksCount);
+}
+
 void PageFile::RefuseWhenLocked() const {
-  if (files_.IsRangeLocked(LockFileName(realPath_), kUserLocksFirst, kUserLocksCount)) throw FileInUseError(path_);
+  if (IsLockedByEngine(files_, path_)) throw FileInUseError(path_);
 }
 
 /// How many pages from `number` on to fetch together: one, or a run when the page before it is in memory, because

@@ -40,6 +40,9 @@ class PageFile {
   /// file there is held from now on; FileInUseError when somebody else holds it.
   static std::unique_ptr<PageFile> Create(platform::FileSystem& files, const std::string& path);
 
+  /// True when the engine of the platform shows by its lock file that it has the database open.
+  static bool IsLockedByEngine(const platform::FileSystem& files, const std::string& path);
+
   /// Only Open and Create make one.
   class Key {
     friend class PageFile;
