@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "base/Error.h"
 #include "device/modWinCEFileManagement.h"
+#include "support/ExpectError.h"
 #include "support/MemoryFileSystem.h"
 #include "support/TempFolder.h"
 
@@ -95,9 +98,30 @@ TEST_F(FolderRapiTest, ExactMatch_ComesBeforeOneThatDiffersInCase) {
   EXPECT_EQ(rapi_.CeGetFileSize(upper), 5U);
 }
 
-TEST_F(FolderRapiTest, SeveralMatchesOfWhichNoneIsExact_GiveTheFirstInByteOrder) {
-  files_.Put("D:\\card\\Program Files\\Motorva\\BRND_FUEL.PDB", {9, 9, 9, 9, 9});
-  EXPECT_EQ(rapi_.CeGetFileSize(OpenForRead("\\Program Files\\Motorva\\Brnd_Fuel.Pdb")), 5U);
+/// Lists folders backwards: the order of a listing is the file system's own affair.
+class BackwardFileSystem : public testing::MemoryFileSystem {
+ public:
+  std::vector<std::string> List(const std::string& folder) const override {
+    std::vector<std::string> names = MemoryFileSystem::List(folder);
+    std::reverse(names.begin(), names.end());
+    return names;
+  }
+};
+
+template <typename AFileSystem>
+std::uint32_t SizeOfTheMatch() {
+  AFileSystem files;
+  files.Put("D:\\card\\T.PDB", {1});
+  files.Put("D:\\card\\t.pdb", {1, 2});
+  FolderRapi rapi(files, "D:\\card");
+  RAPIINIT init;
+  rapi.CeRapiInitEx(init);
+  return rapi.CeGetFileSize(rapi.CeCreateFile("\\t.PDB", kRead, 1, 1, kOpenExisting, 0x80));
+}
+
+TEST(FolderRapiNames, SeveralMatchesOfWhichNoneIsExact_GiveTheFirstInByteOrder) {
+  EXPECT_EQ(SizeOfTheMatch<testing::MemoryFileSystem>(), 1U);
+  EXPECT_EQ(SizeOfTheMatch<BackwardFileSystem>(), 1U);
 }
 
 TEST_F(FolderRapiTest, UploadUnderAnotherCase_ReplacesTheFileThatIsThere) {
@@ -114,7 +138,7 @@ TEST_F(FolderRapiTest, PathsThatLeaveTheRoot_NameNothing) {
   for (const char* path :
        {"\\..\\secret.pdb", "..\\secret.pdb", "\\Program Files\\..\\..\\secret.pdb", "\\Program Files\\..\\..",
         "\\.. \\secret.pdb", "\\...\\secret.pdb", "\\.\\Program Files\\x.pdb", "D:\\secret.pdb", "\\D:\\secret.pdb",
-        "\\Program Files/../../secret.pdb", "", "\\", "\\\\"}) {
+        "\\secret.pdb:stream", "D:", "\\Program Files/../../secret.pdb", "", "\\", "\\\\"}) {
     EXPECT_EQ(rapi_.CeFindFirstFile(path), kInvalidRapiHandle) << path;
     EXPECT_EQ(OpenForRead(path), kInvalidRapiHandle) << path;
     EXPECT_EQ(OpenForUpload(path), kInvalidRapiHandle) << path;
@@ -126,6 +150,16 @@ TEST_F(FolderRapiTest, UnfinishedUpload_LeavesTheOldTableWhole) {
   const RapiHandle file = OpenForUpload(kDevicePath);
   Write(file, {9, 9, 9, 9});
   EXPECT_EQ(files_.Content(kLocalPath), (Bytes{1, 2, 3}));
+}
+
+TEST_F(FolderRapiTest, TableBeingReplaced_IsHeldAgainstOtherPrograms) {
+  const RapiHandle file = OpenForUpload(kDevicePath);
+  EXPECT_NE(file, kInvalidRapiHandle);
+  EXPECT_EQ(testing::ErrorNumberOf([&] {
+              files_.Open(kLocalPath, platform::Access::Write, platform::Disposition::OpenExisting,
+                          platform::Sharing::All);
+            }),
+            errors::kPermissionDenied);
 }
 
 TEST_F(FolderRapiTest, UploadDroppedByTheEndOfTheConnection_LeavesNothingBehind) {
@@ -235,6 +269,20 @@ TEST(FolderRapiOnDisk, UploadOfANewTable_AppearsWhole) {
   ASSERT_EQ(copies.CopyFileToDevice(folder.File("new.pdb"), "\\t.pdb", Overwrite::No), DeviceCopyResult::Copied);
   EXPECT_EQ(folder.Read("card/t.pdb"), "new");
   EXPECT_EQ(files->List(folder.File("card")).size(), 2U);
+}
+
+TEST(FolderRapiOnDisk, DotSegments_DoNotLeaveTheRoot) {
+  const testing::TempFolder folder;
+  folder.Write("secret.pdb", "secret");
+  folder.Write("card/t.pdb", "x");
+  const auto files = platform::MakeFileSystem();
+  FolderRapi rapi(*files, folder.File("card"));
+  RAPIINIT init;
+  ASSERT_EQ(rapi.CeRapiInitEx(init), 0);
+  EXPECT_EQ(rapi.CeFindFirstFile("\\..\\secret.pdb"), kInvalidRapiHandle);
+  EXPECT_EQ(rapi.CeFindFirstFile("\\.. \\secret.pdb"), kInvalidRapiHandle);
+  EXPECT_EQ(rapi.CeCreateFile("\\..\\secret.pdb", kWrite, 1, 1, kCreateAlways, 0x80), kInvalidRapiHandle);
+  EXPECT_EQ(folder.Read("secret.pdb"), "secret");
 }
 
 TEST(FolderRapiOnDisk, RootThatVanishesDuringTheConnection_IsATransportError) {
