@@ -1,0 +1,296 @@
+#include "sync/clsSyncableRS_PDB.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "base/Checked.h"
+#include "base/Error.h"
+#include "base/Text.h"
+#include "config/cFileIO.h"
+#include "recordset/Conversions.h"
+
+namespace mv {
+namespace {
+
+constexpr std::int32_t kUnknownTypeError = -1;
+constexpr std::int32_t kNoRecordsetError = -2;
+
+constexpr const char* kDeletedField = "_D";
+constexpr const char* kModifiedField = "_M";
+constexpr std::int32_t kDeletedBit = 0x80;
+constexpr std::int32_t kModifiedBit = 0x40;
+
+constexpr const char* kCreator = "BRND";
+constexpr std::size_t kExtensionLength = 4;
+
+/// As arguments of PDBDatabase::Update.
+constexpr std::int32_t kAppend = -1;
+constexpr std::int32_t kNewId = 0;
+constexpr std::int16_t kNoCategory = 0;
+constexpr std::int32_t kNoFlags = 0;
+
+/// What a date field whose word is 0 holds: 1904-01-01.
+constexpr Date kZeroDate{1462};
+
+/// The recordset types that table files are read into, at the place of their field type less 1.
+constexpr std::array kRecordsetTypes = {
+    DataType::UnsignedTinyInt, DataType::SmallInt, DataType::Integer, DataType::Single,  DataType::BStr,
+    DataType::Boolean,         DataType::Date,     DataType::Double,  DataType::Currency};
+
+bool IsKnownFieldType(std::int32_t type) {
+  return type >= fieldtypes::kByte && type <= fieldtypes::kCurrency;
+}
+
+bool IsFlagField(const std::string& name) {
+  return name == kModifiedField || name == kDeletedField;
+}
+
+/// "brnd_Fuel" for "C:\work\brnd_Fuel.pdb".
+std::string BaseName(std::string_view fileName) {
+  const std::size_t separator = fileName.rfind('\\');
+  if (separator != fileName.npos) fileName.remove_prefix(separator + 1);
+  fileName = Trim(fileName);
+  fileName.remove_suffix(std::min(fileName.size(), kExtensionLength));
+  return std::string(fileName);
+}
+
+/// The folder with a separator at its end: without it, PDBFilePath takes a folder with a dot in its name for a file.
+std::string AsFolder(const std::string& folder) {
+  return folder.empty() || folder.ends_with('\\') || folder.ends_with('/') ? folder : folder + '\\';
+}
+
+/// `value` as a field of `type` stores it, null as `zero`.
+template <typename Stored>
+Stored StoredAs(DataType type, const Value& value, Stored zero = {}) {
+  if (const auto* stored = std::get_if<Stored>(&value)) return *stored;
+  if (IsNull(value)) return zero;
+  return std::get<Stored>(ConvertedTo(type, value));
+}
+
+}  // namespace
+
+clsSyncableRS_PDB::clsSyncableRS_PDB(const SyncContext& context)
+    : context_(context), database_(cFileIO(context.files, context.shell, context.currentPdbFolder), context.clock) {}
+
+std::int32_t clsSyncableRS_PDB::adoTypeToPDBType(DataType type) {
+  switch (type) {
+    case DataType::UnsignedTinyInt:
+    case DataType::Char:
+      return fieldtypes::kByte;
+    case DataType::SmallInt:
+      return fieldtypes::kInteger;
+    case DataType::Integer:
+      return fieldtypes::kLong;
+    case DataType::Single:
+      return fieldtypes::kSingle;
+    case DataType::BStr:
+    case DataType::VarWChar:
+    case DataType::LongVarWChar:
+      return fieldtypes::kString;
+    case DataType::Boolean:
+      return fieldtypes::kBoolean;
+    case DataType::Date:
+    case DataType::DBDate:
+    case DataType::DBTimeStamp:
+      return fieldtypes::kDate;
+    case DataType::Double:
+      return fieldtypes::kDouble;
+    case DataType::Currency:
+      return fieldtypes::kCurrency;
+    default:
+      throw Error(kUnknownTypeError, "adoTypeToPDBType",
+                  "Unknown field type: " + std::to_string(static_cast<std::int32_t>(type)));
+  }
+}
+
+void clsSyncableRS_PDB::SetDatabaseName(const std::string& fileName) {
+  database_.PDBFilePath(AsFolder(context_.currentPdbFolder));
+  database_.PDBDatabaseName(BaseName(fileName));
+}
+
+// --- The handheld's side --------------------------------------------------------------------------------------------
+
+void clsSyncableRS_PDB::createADORS() {
+  SetDatabaseName(name_);
+  std::vector<FieldDefinition> fields;
+  if (OpenTable()) fields = FieldsOfTable();
+  records_ = std::make_unique<MemoryRecordset>(std::move(fields));
+  if (context_.syncMode == sync_modes::kSynchronize || context_.syncMode == sync_modes::kOverwritePc) LoadRecords();
+  database_.CloseDatabase();
+}
+
+bool clsSyncableRS_PDB::OpenTable() {
+  fieldTypes_.clear();
+  if (!database_.OpenDatabase()) return false;
+  const auto definition = std::make_shared<PDBAppforgeDefinition>();
+  if (!definition->IsAppforgeData(database_.ReadAppInfoBlock())) return false;
+  syncableFields_ = definition->FieldCount();
+  for (std::int32_t i = 1; i <= syncableFields_; ++i) {
+    fieldTypes_.push_back(definition->FieldType(static_cast<std::int16_t>(i)));
+  }
+  record_.AppforgeDefinition(definition);
+  return true;
+}
+
+std::vector<FieldDefinition> clsSyncableRS_PDB::FieldsOfTable() {
+  const PDBAppforgeDefinition& definition = *record_.AppforgeDefinition();
+  std::vector<FieldDefinition> fields;
+  std::int16_t i = 0;
+  for (const std::int32_t type : fieldTypes_) {
+    ++i;
+    if (!IsKnownFieldType(type)) {
+      context_.showMessage("Unknown PDB field type: " + std::to_string(type));
+      continue;
+    }
+    fields.push_back({definition.FieldName(i), kRecordsetTypes[static_cast<std::size_t>(type) - 1], 0});
+  }
+  fields.push_back({kDeletedField, DataType::Boolean, 0});
+  fields.push_back({kModifiedField, DataType::Boolean, 0});
+  return fields;
+}
+
+void clsSyncableRS_PDB::LoadRecords() {
+  const std::int32_t count = database_.RecordCount();
+  if (count == 0) return;
+  const std::size_t deletedField = records_->FieldIndex(kDeletedField);
+  const std::size_t modifiedField = records_->FieldIndex(kModifiedField);
+  // The total count decides, not the record's: as shipped, a table moves the spinner at each record or never.
+  const bool reportsProgress = count % 8 == 0;
+  for (std::int32_t i = 1; i <= count; ++i) {
+    const std::int32_t attributes = ReadRecord(i);
+    if (reportsProgress) context_.reportProgress();
+    records_->AddNew();
+    records_->SetFieldValue(deletedField, (attributes & kDeletedBit) != 0);
+    records_->SetFieldValue(modifiedField, (attributes & kModifiedBit) != 0);
+    FillRow();
+    records_->Update();
+  }
+}
+
+std::int32_t clsSyncableRS_PDB::ReadRecord(std::int32_t index) {
+  std::int32_t uniqueId = 0;
+  std::int16_t category = 0;
+  std::int32_t attributes = 0;
+  PDBByteStream stream;
+  stream.ByteArray(database_.ReadNextByIndex(index, uniqueId, category, attributes));
+  record_.ByteStream(stream);
+  return attributes;
+}
+
+void clsSyncableRS_PDB::FillRow() {
+  std::int16_t field = 0;
+  for (const std::int32_t type : fieldTypes_) {
+    ++field;
+    // The place counts fields of unknown types too, although the recordset lacks them.
+    const auto place = static_cast<std::size_t>(field) - 1;
+    if (IsKnownFieldType(type)) records_->SetFieldValue(place, RecordValue(field, type));
+  }
+}
+
+Value clsSyncableRS_PDB::RecordValue(std::int16_t i, std::int32_t type) const {
+  switch (type) {
+    case fieldtypes::kByte:
+      return record_.ByteValue(i);
+    case fieldtypes::kInteger:
+      return record_.IntegerValue(i);
+    case fieldtypes::kLong:
+      return record_.LongValue(i);
+    case fieldtypes::kSingle:
+      return record_.SingleValue(i);
+    case fieldtypes::kBoolean:
+      return record_.BooleanValue(i);
+    case fieldtypes::kDate:
+      return record_.DateValue(i);
+    case fieldtypes::kDouble:
+      return record_.DoubleValue(i);
+    case fieldtypes::kCurrency:
+      return Currency{record_.CurrencyValue(i)};
+    default:
+      return record_.StringValue(i);
+  }
+}
+
+Recordset& clsSyncableRS_PDB::adors() const {
+  if (!records_) throw StandardError(errors::kObjectNotSet);
+  return *records_;
+}
+
+std::string clsSyncableRS_PDB::keyCriteria(const Recordset& rs) const {
+  if (!keyInfo_) throw StandardError(errors::kObjectNotSet);
+  return keyInfo_->Criteria(rs);
+}
+
+bool clsSyncableRS_PDB::Flag(const char* field, const char* member) const {
+  if (!records_) throw Error(kNoRecordsetError, member, "Unexpected null recordset");
+  return StoredAs<bool>(DataType::Boolean, records_->FieldValue(field));
+}
+
+// --- The output -----------------------------------------------------------------------------------------------------
+
+void clsSyncableRS_PDB::createDB(const std::string& fileName, const Recordset& templateRS) {
+  syncableFields_ = CheckedCast<std::int16_t>(templateRS.Fields().size());
+  if (!database_.CreateDatabase()) {
+    context_.showMessage("Failed to create PDB: " + fileName);
+    return;
+  }
+  SetDatabaseName(fileName);
+  database_.CreatorId(kCreator);
+  PDBAppforgeDefinition definition;
+  for (const FieldDefinition& field : templateRS.Fields()) {
+    if (!IsFlagField(field.name)) definition.AddFieldName(field.name, adoTypeToPDBType(field.type));
+  }
+  database_.WriteAppInfoBlock(definition.AppInfoBlock());
+  database_.CloseDatabase();
+}
+
+void clsSyncableRS_PDB::openDB(const std::string& fileName) {
+  SetDatabaseName(fileName);
+  if (!database_.OpenDatabase()) return;
+  const auto definition = std::make_shared<PDBAppforgeDefinition>();
+  definition->IsAppforgeData(database_.ReadAppInfoBlock());
+  record_.AppforgeDefinition(definition);
+}
+
+void clsSyncableRS_PDB::closeDB() {
+  database_.CloseDatabase();
+}
+
+bool clsSyncableRS_PDB::copyRecordToNative(ISyncableRS& source) {
+  const Recordset& row = source.adors();
+  const std::vector<FieldDefinition>& fields = row.Fields();
+  const auto count = static_cast<std::size_t>(syncableFields_);
+  for (std::size_t place = 0; place < count; ++place) {
+    const Value value = row.FieldValue(place);
+    SetRecordValue(static_cast<std::int16_t>(place + 1), fields[place].type, value);
+  }
+  database_.Update(kAppend, kNewId, kNoCategory, kNoFlags, record_.ByteStream().ByteArray());
+  return false;
+}
+
+void clsSyncableRS_PDB::SetRecordValue(std::int16_t i, DataType type, const Value& value) {
+  switch (adoTypeToPDBType(type)) {
+    case fieldtypes::kByte:
+      return record_.ByteValue(i, StoredAs<std::uint8_t>(DataType::UnsignedTinyInt, value));
+    case fieldtypes::kInteger:
+      return record_.IntegerValue(i, StoredAs<std::int16_t>(type, value));
+    case fieldtypes::kLong:
+      return record_.LongValue(i, StoredAs<std::int32_t>(type, value));
+    case fieldtypes::kSingle:
+      return record_.SingleValue(i, StoredAs<float>(type, value));
+    case fieldtypes::kString:
+      return record_.StringValue(i, StoredAs<std::string>(type, value));
+    case fieldtypes::kBoolean:
+      return record_.BooleanValue(i, StoredAs<bool>(type, value));
+    case fieldtypes::kDate:
+      return record_.DateValue(i, StoredAs<Date>(type, value, kZeroDate));
+    case fieldtypes::kDouble:
+      return record_.DoubleValue(i, StoredAs<double>(type, value));
+    case fieldtypes::kCurrency:
+      return record_.CurrencyValue(i, StoredAs<Currency>(type, value).tenThousandths);
+    default:
+      throw Error(kUnknownTypeError, "PDB:copyRecordToNative", "Unknown field type.");
+  }
+}
+
+}  // namespace mv
