@@ -157,6 +157,7 @@ void PageFile::RestoreOldContents() {
   changedCount_ -= entries_.size() - countAtBegin_;
   entries_.resize(countAtBegin_);
   ++writableNow_;
+  ++undone_;
   DropOldContents();
 }
 
@@ -269,7 +270,7 @@ void PageFile::Discard() {
   depth_ = 0;
   DropOldContents();
   ++writableNow_;
-  ++discards_;
+  ++undone_;
 }
 
 }  // namespace mv::jet

@@ -85,8 +85,9 @@ class PageFile {
   void Commit();
   /// Forgets all changes since opening or the last Commit, and a statement under way.
   void Discard();
-  /// How often Discard was called: what was derived from the pages before is worthless when this has changed.
-  std::uint64_t Discards() const { return discards_; }
+  /// How often changes were undone, by Discard or an outermost Rollback: what was derived from the pages before is
+  /// worthless when this has changed.
+  std::uint64_t Undone() const { return undone_; }
 
  private:
   struct Entry {
@@ -123,7 +124,7 @@ class PageFile {
   mutable std::vector<Entry> entries_;    ///< by page number; loading a page changes nothing that callers can see
   std::size_t changedCount_ = 0;
   std::uint64_t writableNow_ = 1;
-  std::uint64_t discards_ = 0;
+  std::uint64_t undone_ = 0;
 
   int depth_ = 0;        ///< of statements
   bool doomed_ = false;  ///< a statement inside the one under way was rolled back

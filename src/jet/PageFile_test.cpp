@@ -261,9 +261,8 @@ TEST_F(PageFileTest, Discard_ForgetsChangesAndPagesAdded) {
   const auto file = OpenWith(3);
   file->Write(1).fill(0x55);
   file->Append();
-  EXPECT_EQ(file->Discards(), 0U);
   file->Discard();
-  EXPECT_EQ(file->Discards(), 1U);
+  EXPECT_EQ(file->Undone(), 1U);
   EXPECT_FALSE(file->Changed());
   EXPECT_EQ(file->PageCount(), 3U);
   EXPECT_EQ(file->Read(1), PageOf(1));
@@ -307,7 +306,9 @@ TEST_F(PageFileTest, Rollback_RestoresPagesCountAndTheUnchangedState) {
   file->Begin();
   file->Write(1).fill(0x55);
   file->Write(file->Append()).fill(0x66);
+  EXPECT_EQ(file->Undone(), 0U);
   file->Rollback();
+  EXPECT_EQ(file->Undone(), 1U);
   EXPECT_EQ(file->Read(1), PageOf(1));
   EXPECT_EQ(file->PageCount(), 3U);
   EXPECT_FALSE(file->Changed());

@@ -1,12 +1,17 @@
 #pragma once
 
-#include <memory>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "jet/IndexKey.h"
+#include "jet/IndexTree.h"
+#include "jet/LongValues.h"
 #include "jet/PageFile.h"
+#include "jet/Row.h"
+#include "jet/RowStore.h"
 #include "jet/TableDefinition.h"
 #include "jet/UsageMap.h"
 #include "recordset/Value.h"
@@ -21,33 +26,105 @@ struct ColumnRules {
 };
 
 /// The rows of one table. Reads and changes rows with every index, the maps, the free-space words and the row count
-/// kept right. Values are by position in TableDefinition::columns. Checks come before the first change; a change that
-/// fails is rolled back whole.
+/// kept right. Values are by position in TableDefinition::columns and of the types of DataTypeOf; values to store are
+/// converted as ConvertedTo does.
+///
+/// Checks come before the first change, and a change that fails is rolled back whole. They raise ConstraintError, with
+/// the platform's text and the names of table and column or index, for a value that does not fit its column, a null
+/// where one is not allowed and a duplicate key; UnsupportedError for a table that takes part in an enforced relation
+/// and for an index that the engine could not keep right.
+///
+/// The work for one row does not grow with the table (but with the depth of its indexes). One object for each table at
+/// a time; it may stay open while others change other tables.
 class Table {
  public:
+  /// `rules` may be shorter than the list of columns; the rest have none.
   Table(PageFile& file, TableDefinition definition, std::vector<ColumnRules> rules);
+  Table(const Table&) = delete;
+  Table& operator=(const Table&) = delete;
 
-  const TableDefinition& Definition() const;
+  const TableDefinition& Definition() const { return definition_; }
 
-  /// Live rows in physical order: data pages by number, rows by slot; a moved row stands at its home address.
-  std::optional<RowId> First() const;
-  std::optional<RowId> Last() const;
+  /// Live rows in physical order: data pages by number, rows by slot; a moved row stands at its home address. An
+  /// address is all that a scan needs to go on, whatever is changed in between.
+  std::optional<RowId> First() const { return rows_.First(); }
+  std::optional<RowId> Last() const { return rows_.Last(); }
   /// The first live row after `row`, which need not be live itself.
-  std::optional<RowId> Next(RowId row) const;
+  std::optional<RowId> Next(RowId row) const { return rows_.Next(row); }
   /// True when the address names a live row.
-  bool IsLive(RowId row) const;
+  bool IsLive(RowId row) const { return rows_.IsLive(row); }
   /// Live rows, counted on first use and kept up.
   std::int64_t Count() const;
 
+  /// Error 3021 for a row that is not live.
   std::vector<Value> ReadRow(RowId row) const;
+  /// Decodes only the column asked for. Error 3021 for a row that is not live.
   Value ReadValue(RowId row, std::size_t column) const;
 
-  /// Adds a row; null in an autonumber column draws the next number. Returns its address.
+  /// Adds a row; null in an autonumber column draws the next number. Returns its address. Error 3001 when the number
+  /// of values is not that of the columns.
   RowId Insert(std::vector<Value> values);
   /// Replaces the values at `columns` (positions) of a row; the address stays. Values of other columns keep their
-  /// bytes.
+  /// bytes, and a row whose values are equal already is not written at all. Error 3021 for a row that is not live.
   void Update(RowId row, std::span<const std::size_t> columns, std::span<const Value> values);
+  /// Error 3021 for a row that is not live.
   void Delete(RowId row);
+
+ private:
+  /// A row on its way to a page.
+  struct Draft {
+    std::vector<Bytes> bytes;                            ///< cells made anew, by position
+    std::vector<std::optional<ByteView>> cells;          ///< all cells, viewing `bytes` or the old row
+    std::vector<std::optional<LongValues::Plan>> plans;  ///< long values made anew
+    std::size_t fixedArea = 0;
+  };
+  struct KeyChange {
+    std::size_t index = 0;
+    IndexKey oldKey;
+    IndexKey newKey;
+  };
+
+  Value CellValue(const RowLayout::Row& row, std::size_t column) const;
+  bool HoldsValue(const RowLayout::Row& row, std::size_t column, const Draft& draft, const Value& value) const;
+
+  void RequireNoRelation() const;
+  void RequireWritable(std::size_t index) const;
+  void RequireAllWritable() const;
+  Value CheckedValue(std::size_t column, const Value& value) const;
+  void SetCell(Draft& draft, std::size_t column, Value& value) const;
+  Draft EmptyDraft();
+  Draft DraftOf(const RowLayout::Row& row);
+  void CheckSize(const Draft& draft) const;
+  Bytes FinishRow(Draft& draft);
+  void RemoveLongValue(const RowLayout::Row& row, std::size_t column);
+  std::size_t FixedAreaOfNewRows();
+
+  void DrawAutonumbers(std::vector<Value>& values) const;
+  void NoteAutonumber(std::size_t column, const Value& value);
+
+  bool IsPrimaryKey(std::size_t index) const;
+  bool HasEntry(std::size_t index, const IndexKey& key) const;
+  void CheckKey(std::size_t index, const IndexKey& key, std::optional<RowId> except) const;
+  IndexKey StoredKey(std::size_t index, const std::vector<Value>& values) const;
+  std::vector<KeyChange> KeyChanges(const RowLayout::Row& oldRow, RowId address,
+                                    const std::vector<std::optional<Value>>& changed) const;
+  void AddEntry(std::size_t index, const IndexKey& key, RowId row);
+  void RemoveEntry(std::size_t index, const IndexKey& key, RowId row);
+  void AddToCount(std::int32_t difference);
+
+  PageFile& file_;
+  FreePages freePages_;
+  TableDefinition definition_;
+  std::vector<ColumnRules> rules_;
+  RowLayout layout_;
+  RowStore rows_;
+  std::vector<std::optional<LongValues>> longValues_;   ///< by position of the column
+  std::vector<IndexTree> trees_;                        ///< by number of the index data block
+  std::vector<std::vector<std::size_t>> keyPositions_;  ///< columns of each index, by position
+  std::optional<std::size_t> fixedAreaOfNewRows_;
+
+  mutable std::optional<std::int64_t> count_;
+  mutable std::uint64_t countedAt_ = 0;  ///< PageFile::Undone when the rows were counted
 };
 
 }  // namespace mv::jet

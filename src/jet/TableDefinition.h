@@ -133,6 +133,8 @@ TableDefinition ParseDefinition(ByteView definition, PageNumber page, const std:
 std::uint32_t RowCount(const PageFile& file, const TableDefinition& table);
 void SetRowCount(PageFile& file, const TableDefinition& table, std::uint32_t count);
 std::int32_t LastAutonumber(const PageFile& file, const TableDefinition& table);
+/// What is added to the last autonumber to get the next one.
+std::int32_t AutonumberStep(const PageFile& file, const TableDefinition& table);
 void SetLastAutonumber(PageFile& file, const TableDefinition& table, std::int32_t value);
 /// The "number of different keys" word of an index data block's statistics; it may lie on any of the definition's pages
 /// only when the definition is long, but always in the first 4096 bytes for the 32 blocks allowed.

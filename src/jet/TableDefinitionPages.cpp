@@ -52,6 +52,10 @@ std::int32_t LastAutonumber(const PageFile& file, const TableDefinition& table) 
   return LoadLittle<std::int32_t>(file.Read(table.page).data() + layout::kLastAutonumberAt);
 }
 
+std::int32_t AutonumberStep(const PageFile& file, const TableDefinition& table) {
+  return LoadLittle<std::int32_t>(file.Read(table.page).data() + layout::kAutonumberStepAt);
+}
+
 void SetLastAutonumber(PageFile& file, const TableDefinition& table, std::int32_t value) {
   StoreLittle(file.Write(table.page).data() + layout::kLastAutonumberAt, value);
 }

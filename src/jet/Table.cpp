@@ -1,0 +1,72 @@
+#include "jet/Table.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/Error.h"
+#include "jet/ColumnValue.h"
+
+namespace mv::jet {
+namespace {
+
+std::size_t PositionOf(const TableDefinition& table, std::uint16_t columnId) {
+  return static_cast<std::size_t>(table.ColumnById(columnId) - table.columns.data());
+}
+
+}  // namespace
+
+Table::Table(PageFile& file, TableDefinition definition, std::vector<ColumnRules> rules)
+    : file_(file),
+      freePages_(file),
+      definition_(std::move(definition)),
+      rules_(std::move(rules)),
+      layout_(definition_),
+      rows_(file, definition_.page, definition_.ownedPages, definition_.freeSpacePages) {
+  rules_.resize(definition_.columns.size());
+  for (const Column& column : definition_.columns) {
+    longValues_.emplace_back();
+    if (column.IsLongValue()) longValues_.back().emplace(file_, column);
+  }
+  for (const IndexData& index : definition_.indexData) {
+    trees_.emplace_back(file_, freePages_, definition_.page, index);
+    keyPositions_.emplace_back();
+    for (const IndexData::KeyColumn& key : index.columns) {
+      keyPositions_.back().push_back(PositionOf(definition_, key.columnId));
+    }
+  }
+}
+
+std::int64_t Table::Count() const {
+  if (!count_ || countedAt_ != file_.Undone()) {
+    count_ = rows_.Count();
+    countedAt_ = file_.Undone();
+  }
+  return *count_;
+}
+
+std::vector<Value> Table::ReadRow(RowId row) const {
+  const RowLayout::Row parsed = layout_.Parse(rows_.Read(row));
+  std::vector<Value> values;
+  values.reserve(definition_.columns.size());
+  for (std::size_t column = 0; column < definition_.columns.size(); ++column) {
+    values.push_back(CellValue(parsed, column));
+  }
+  return values;
+}
+
+Value Table::ReadValue(RowId row, std::size_t column) const {
+  if (column >= definition_.columns.size()) throw StandardError(errors::kItemNotFound);
+  return CellValue(layout_.Parse(rows_.Read(row)), column);
+}
+
+Value Table::CellValue(const RowLayout::Row& row, std::size_t column) const {
+  const std::optional<ByteView> cell = layout_.Cell(row, column);
+  if (definition_.columns[column].type == ColumnType::Boolean) return cell.has_value();
+  if (!cell) return Null();
+  if (!longValues_[column]) return ValueFromBytes(definition_.columns[column], *cell);
+  // A descriptor of no bytes at all is what some writers leave for a null.
+  if (cell->empty()) return Null();
+  return longValues_[column]->Load(*cell);
+}
+
+}  // namespace mv::jet

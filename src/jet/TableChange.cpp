@@ -1,0 +1,369 @@
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <utility>
+
+#include "base/Error.h"
+#include "jet/ColumnValue.h"
+#include "jet/JetErrors.h"
+#include "jet/Table.h"
+#include "recordset/Conversions.h"
+
+// Inserting, updating and deleting rows: all checks, then one statement that changes the pages.
+
+namespace mv::jet {
+namespace {
+
+const char* const kDuplicateKey =
+    "The changes you requested to the table were not successful because they would create duplicate values in the "
+    "index, primary key, or relationship. Change the data in the field or fields that contain duplicate data, remove "
+    "the index, or redefine the index to permit duplicate entries and try again.";
+const char* const kNullKey = "Index or primary key cannot contain a Null value.";
+const char* const kRecordTooLarge = "Record is too large.";
+const char* const kNoMoreNumbers = "There are no more numbers for new records.";
+
+Error RequiredError(const std::string& field) {
+  return ConstraintError("The field '" + field +
+                         "' cannot contain a Null value because the Required property for this field is set to True. "
+                         "Enter a value in this field.");
+}
+
+Error ZeroLengthError(const std::string& field) {
+  return ConstraintError("Field '" + field + "' cannot be a zero-length string.");
+}
+
+std::string TableAnd(const TableDefinition& table, const std::string& what, const std::string& name) {
+  return " Table '" + table.name + "', " + what + " '" + name + "'.";
+}
+
+/// Runs `action`; an error about a value becomes a ConstraintError that names the column.
+template <typename Action>
+auto Naming(const TableDefinition& table, const Column& column, Action action) {
+  try {
+    return action();
+  } catch (const Error& error) {
+    if (error.Number() == errors::kJetGeneral) throw;  // about the file, not the value
+    throw ConstraintError(error.Description() + TableAnd(table, "column", column.name));
+  }
+}
+
+/// True for types whose stored form may differ from the value given: cut, filled or written in another way.
+bool IsNormalised(const Column& column) {
+  const bool padded = column.IsFixed() && (column.type == ColumnType::Text || column.type == ColumnType::Binary);
+  return padded || column.type == ColumnType::Decimal || column.type == ColumnType::Guid;
+}
+
+bool IsAutonumber(const Column& column) {
+  return column.type == ColumnType::Long && column.IsAutonumber();
+}
+
+}  // namespace
+
+RowId Table::Insert(std::vector<Value> values) {
+  if (values.size() != definition_.columns.size()) throw StandardError(errors::kRecordsetArgument);
+  RequireAllWritable();
+  DrawAutonumbers(values);
+  Draft draft = EmptyDraft();
+  for (std::size_t column = 0; column < values.size(); ++column) {
+    values[column] = CheckedValue(column, values[column]);
+    SetCell(draft, column, values[column]);
+  }
+  CheckSize(draft);
+  std::vector<IndexKey> keys;
+  for (std::size_t index = 0; index < trees_.size(); ++index) {
+    keys.push_back(KeyOf(definition_, definition_.indexData[index], values));
+    CheckKey(index, keys[index], std::nullopt);
+  }
+
+  Statement statement(file_);
+  const RowId row = rows_.Insert(FinishRow(draft));
+  for (std::size_t index = 0; index < trees_.size(); ++index) AddEntry(index, keys[index], row);
+  for (std::size_t column = 0; column < values.size(); ++column) NoteAutonumber(column, values[column]);
+  AddToCount(1);
+  statement.Complete();
+  if (count_) ++*count_;
+  return row;
+}
+
+void Table::Update(RowId row, std::span<const std::size_t> columns, std::span<const Value> values) {
+  if (columns.size() != values.size()) throw StandardError(errors::kRecordsetArgument);
+  RequireNoRelation();
+  const ByteView stored = rows_.Read(row);
+  const Bytes oldBytes(stored.begin(), stored.end());
+  const RowLayout::Row oldRow = layout_.Parse(oldBytes);
+  Draft draft = DraftOf(oldRow);
+  std::vector<std::optional<Value>> changed(definition_.columns.size());
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    const std::size_t column = columns[i];
+    if (column >= changed.size()) throw StandardError(errors::kItemNotFound);
+    Value value = CheckedValue(column, values[i]);
+    SetCell(draft, column, value);
+    if (!HoldsValue(oldRow, column, draft, value)) {
+      changed[column] = std::move(value);
+      continue;
+    }
+    changed[column].reset();
+    draft.cells[column] = layout_.Cell(oldRow, column);
+    draft.plans[column].reset();
+  }
+  if (std::none_of(changed.begin(), changed.end(), [](const auto& value) { return value.has_value(); })) return;
+  CheckSize(draft);
+  const std::vector<KeyChange> keyChanges = KeyChanges(oldRow, row, changed);
+
+  Statement statement(file_);
+  for (std::size_t column = 0; column < changed.size(); ++column) {
+    if (changed[column]) RemoveLongValue(oldRow, column);
+  }
+  rows_.Replace(row, FinishRow(draft));
+  for (const KeyChange& change : keyChanges) {
+    RemoveEntry(change.index, change.oldKey, row);
+    AddEntry(change.index, change.newKey, row);
+  }
+  for (std::size_t column = 0; column < changed.size(); ++column) {
+    if (changed[column]) NoteAutonumber(column, *changed[column]);
+  }
+  statement.Complete();
+}
+
+void Table::Delete(RowId row) {
+  RequireAllWritable();
+  const ByteView stored = rows_.Read(row);
+  const Bytes oldBytes(stored.begin(), stored.end());
+  const RowLayout::Row oldRow = layout_.Parse(oldBytes);
+  std::vector<Value> values(definition_.columns.size());
+  std::vector<IndexKey> keys;
+  for (std::size_t index = 0; index < trees_.size(); ++index) {
+    for (const std::size_t column : keyPositions_[index]) values[column] = CellValue(oldRow, column);
+    keys.push_back(StoredKey(index, values));
+  }
+
+  Statement statement(file_);
+  for (std::size_t index = 0; index < trees_.size(); ++index) RemoveEntry(index, keys[index], row);
+  for (std::size_t column = 0; column < values.size(); ++column) RemoveLongValue(oldRow, column);
+  rows_.Remove(row);
+  AddToCount(-1);
+  statement.Complete();
+  if (count_) --*count_;
+}
+
+// Checks.
+
+void Table::RequireNoRelation() const {
+  const auto isRelation = [](const LogicalIndex& index) { return index.kind == LogicalIndex::Kind::Relation; };
+  if (std::any_of(definition_.indexes.begin(), definition_.indexes.end(), isRelation)) {
+    throw UnsupportedError("table '" + definition_.name + "' takes part in an enforced relation");
+  }
+}
+
+void Table::RequireWritable(std::size_t index) const {
+  const std::string reason = WhyNotWritable(definition_, definition_.indexData[index]);
+  if (reason.empty()) return;
+  throw UnsupportedError("table '" + definition_.name + "', index '" + definition_.IndexName(index) + "': " + reason);
+}
+
+void Table::RequireAllWritable() const {
+  RequireNoRelation();
+  for (std::size_t index = 0; index < trees_.size(); ++index) RequireWritable(index);
+}
+
+/// The value as its column holds it, or the error that says why it cannot.
+Value Table::CheckedValue(std::size_t position, const Value& value) const {
+  const Column& column = definition_.columns[position];
+  const std::string field = definition_.name + "." + column.name;
+  if (IsNull(value)) {
+    if (column.type == ColumnType::Boolean) return false;
+    if (rules_[position].required) throw RequiredError(field);
+    return value;
+  }
+  Value converted = Naming(definition_, column, [&] { return ConvertedTo(DataTypeOf(column.type), value); });
+  const auto* text = std::get_if<std::string>(&converted);
+  const bool isText = column.type == ColumnType::Text || column.type == ColumnType::Memo;
+  if (isText && text->empty() && !rules_[position].allowZeroLength) throw ZeroLengthError(field);
+  return converted;
+}
+
+/// Makes the cell of a checked value; the value becomes what the cell will read as.
+void Table::SetCell(Draft& draft, std::size_t position, Value& value) const {
+  const Column& column = definition_.columns[position];
+  draft.cells[position].reset();
+  draft.plans[position].reset();
+  if (IsNull(value)) return;
+  Bytes& bytes = draft.bytes[position];
+  if (column.type == ColumnType::Boolean) {
+    if (std::get<bool>(value)) draft.cells[position] = ByteView();
+    return;
+  }
+  Naming(definition_, column, [&] {
+    if (longValues_[position]) {
+      draft.plans[position] = longValues_[position]->PlanFor(value);
+      bytes.resize(draft.plans[position]->SizeInRow());
+    } else {
+      BytesFromValue(column, value, bytes);
+    }
+  });
+  if (IsNormalised(column)) value = ValueFromBytes(column, bytes);
+  draft.cells[position] = bytes;
+}
+
+Table::Draft Table::EmptyDraft() {
+  const std::size_t columns = definition_.columns.size();
+  Draft draft;
+  draft.bytes.resize(columns);
+  draft.cells.resize(columns);
+  draft.plans.resize(columns);
+  draft.fixedArea = FixedAreaOfNewRows();
+  return draft;
+}
+
+Table::Draft Table::DraftOf(const RowLayout::Row& row) {
+  Draft draft = EmptyDraft();
+  draft.fixedArea = std::max(draft.fixedArea, layout_.FixedAreaLike(row));
+  for (std::size_t column = 0; column < draft.cells.size(); ++column) draft.cells[column] = layout_.Cell(row, column);
+  return draft;
+}
+
+void Table::CheckSize(const Draft& draft) const {
+  if (layout_.RowSize(draft.cells, draft.fixedArea) <= kMaxRowSize) return;
+  throw ConstraintError(std::string(kRecordTooLarge) + " Table '" + definition_.name + "'.");
+}
+
+/// True when a row holds this value already, the draft's cell having been made from it.
+bool Table::HoldsValue(const RowLayout::Row& row, std::size_t position, const Draft& draft, const Value& value) const {
+  const ColumnType type = definition_.columns[position].type;
+  // The same text may be stored in two ways, and a long value in two places.
+  if (type == ColumnType::Text || longValues_[position]) return CellValue(row, position) == value;
+  const std::optional<ByteView> oldCell = layout_.Cell(row, position);
+  const std::optional<ByteView>& newCell = draft.cells[position];
+  if (!oldCell || !newCell) return oldCell.has_value() == newCell.has_value();
+  return std::equal(oldCell->begin(), oldCell->end(), newCell->begin(), newCell->end());
+}
+
+/// Tables whose last rows have a longer fixed area than the columns ask for have had columns deleted.
+std::size_t Table::FixedAreaOfNewRows() {
+  if (!fixedAreaOfNewRows_) {
+    const std::optional<RowId> last = rows_.Last();
+    fixedAreaOfNewRows_ = last ? layout_.FixedAreaLike(layout_.Parse(rows_.Read(*last))) : layout_.FixedArea();
+  }
+  return *fixedAreaOfNewRows_;
+}
+
+// Autonumbers.
+
+void Table::DrawAutonumbers(std::vector<Value>& values) const {
+  for (std::size_t column = 0; column < values.size(); ++column) {
+    if (!IsAutonumber(definition_.columns[column]) || !IsNull(values[column])) continue;
+    const std::int64_t next = std::int64_t{LastAutonumber(file_, definition_)} + AutonumberStep(file_, definition_);
+    if (!std::in_range<std::int32_t>(next)) {
+      throw ConstraintError(kNoMoreNumbers + TableAnd(definition_, "column", definition_.columns[column].name));
+    }
+    values[column] = static_cast<std::int32_t>(next);
+  }
+}
+
+/// Numbers are not given twice, so one that is farther than the last one given becomes the last.
+void Table::NoteAutonumber(std::size_t column, const Value& value) {
+  if (!IsAutonumber(definition_.columns[column]) || IsNull(value)) return;
+  const std::int32_t number = std::get<std::int32_t>(value);
+  const std::int32_t last = LastAutonumber(file_, definition_);
+  const bool farther = AutonumberStep(file_, definition_) < 0 ? number < last : number > last;
+  if (farther) SetLastAutonumber(file_, definition_, number);
+}
+
+// Indexes.
+
+bool Table::IsPrimaryKey(std::size_t index) const {
+  return std::any_of(definition_.indexes.begin(), definition_.indexes.end(), [index](const LogicalIndex& logical) {
+    return logical.dataNumber == index && logical.kind == LogicalIndex::Kind::PrimaryKey;
+  });
+}
+
+bool Table::HasEntry(std::size_t index, const IndexKey& key) const {
+  return !(key.allNull && definition_.indexData[index].IgnoresNulls());
+}
+
+/// `except`: the row that the key is for, when it is in the table already.
+void Table::CheckKey(std::size_t index, const IndexKey& key, std::optional<RowId> except) const {
+  const IndexData& data = definition_.indexData[index];
+  if (key.anyNull && (data.IsRequired() || IsPrimaryKey(index))) {
+    throw ConstraintError(kNullKey + TableAnd(definition_, "index", definition_.IndexName(index)));
+  }
+  // Wholly null keys are never duplicates of each other.
+  if (data.IsUnique() && !key.allNull && trees_[index].Find(key.bytes, except)) {
+    throw ConstraintError(kDuplicateKey + TableAnd(definition_, "index", definition_.IndexName(index)));
+  }
+}
+
+/// The key under which a stored row should be in an index. A row whose key cannot be built (a character without a known
+/// place in the sort order, written by another engine) gets an empty one: the tree then finds the entry by the row.
+IndexKey Table::StoredKey(std::size_t index, const std::vector<Value>& values) const {
+  try {
+    return KeyOf(definition_, definition_.indexData[index], values);
+  } catch (const Error&) {
+    return {{}, false, false};
+  }
+}
+
+std::vector<Table::KeyChange> Table::KeyChanges(const RowLayout::Row& oldRow, RowId address,
+                                                const std::vector<std::optional<Value>>& changed) const {
+  std::vector<KeyChange> changes;
+  std::vector<Value> oldValues(changed.size());
+  std::vector<Value> newValues(changed.size());
+  for (std::size_t index = 0; index < trees_.size(); ++index) {
+    const std::vector<std::size_t>& positions = keyPositions_[index];
+    if (std::none_of(positions.begin(), positions.end(), [&](std::size_t at) { return changed[at].has_value(); })) {
+      continue;
+    }
+    RequireWritable(index);
+    for (const std::size_t column : positions) {
+      oldValues[column] = CellValue(oldRow, column);
+      newValues[column] = changed[column] ? *changed[column] : oldValues[column];
+    }
+    KeyChange change = {index, StoredKey(index, oldValues),
+                        KeyOf(definition_, definition_.indexData[index], newValues)};
+    if (change.oldKey.bytes == change.newKey.bytes) continue;
+    CheckKey(index, change.newKey, address);
+    changes.push_back(std::move(change));
+  }
+  return changes;
+}
+
+void Table::AddEntry(std::size_t index, const IndexKey& key, RowId row) {
+  if (!HasEntry(index, key)) return;
+  const bool isUnique = definition_.indexData[index].IsUnique() && !key.allNull;
+  const bool isNewKey = isUnique || !trees_[index].Find(key.bytes);
+  trees_[index].Insert(key.bytes, row);
+  if (isNewKey) AddToDistinctKeys(file_, definition_, index, 1);
+}
+
+void Table::RemoveEntry(std::size_t index, const IndexKey& key, RowId row) {
+  // A row without an entry was not found through this index before and is not afterwards: nothing to mend here.
+  if (HasEntry(index, key)) trees_[index].Remove(key.bytes, row);
+}
+
+// Storing.
+
+/// Puts the long values on their pages and builds the row's bytes.
+Bytes Table::FinishRow(Draft& draft) {
+  for (std::size_t column = 0; column < draft.plans.size(); ++column) {
+    if (!draft.plans[column]) continue;
+    draft.bytes[column] = longValues_[column]->Store(*draft.plans[column]);
+    draft.cells[column] = draft.bytes[column];
+  }
+  Bytes row;
+  layout_.Write(draft.cells, draft.fixedArea, row);
+  return row;
+}
+
+void Table::RemoveLongValue(const RowLayout::Row& row, std::size_t column) {
+  if (!longValues_[column]) return;
+  const std::optional<ByteView> cell = layout_.Cell(row, column);
+  if (cell && !cell->empty()) longValues_[column]->Remove(*cell);
+}
+
+/// The row count of a file that another engine has written may be wrong; it must not become absurd as well.
+void Table::AddToCount(std::int32_t difference) {
+  const std::int64_t count = std::int64_t{RowCount(file_, definition_)} + difference;
+  SetRowCount(file_, definition_, static_cast<std::uint32_t>(std::max<std::int64_t>(count, 0)));
+}
+
+}  // namespace mv::jet
