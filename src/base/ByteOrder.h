@@ -1,8 +1,10 @@
 #pragma once
 
+#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 namespace mv {
@@ -12,6 +14,11 @@ namespace mv {
 
 template <std::integral T>
 constexpr T LoadLittle(const std::uint8_t* bytes) {
+  if (!std::is_constant_evaluated() && std::endian::native == std::endian::little) {
+    T loaded;  // one load; compilers do not see through the loop below
+    std::memcpy(&loaded, bytes, sizeof loaded);
+    return loaded;
+  }
   std::uint64_t value = 0;
   for (std::size_t i = sizeof(T); i-- > 0;) value = value << 8 | bytes[i];
   return static_cast<T>(value);
