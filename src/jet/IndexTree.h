@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <vector>
 
+#include "jet/IndexPage.h"
 #include "jet/PageFile.h"
 #include "jet/TableDefinition.h"
 #include "jet/UsageMap.h"
@@ -11,7 +13,10 @@ namespace mv::jet {
 
 /// One index as a B-tree on pages. Entries are key bytes and row address, ascending as byte strings; keeps leaf links,
 /// parents, prefix, end marks and the tree's page map right. The root page keeps its number. Works on the pages only,
-/// so a statement's Rollback needs no help.
+/// so a statement's Rollback needs no help. Nothing is allocated for an entry; splits and removals of pages do.
+///
+/// Every call throws DamagedFileError when it meets a malformed page or a chain of pages without an end, changes then
+/// being incomplete: callers change trees within a Statement.
 class IndexTree {
  public:
   /// `tablePage`: definition page of the table, the owner field of new pages.
@@ -22,7 +27,8 @@ class IndexTree {
     RowId row;
   };
 
-  /// Adds an entry. Needs that it is not there. Throws DamagedFileError when the tree is malformed.
+  /// Adds an entry. Needs that it is not there; DamagedFileError when it is. UnsupportedError for a key of more than
+  /// kLongestKey bytes.
   void Insert(ByteView key, RowId row);
   /// Removes an entry. When the key is not there under this row, looks through the leaves for the row's address and
   /// removes that entry. Returns false when the row has no entry at all.
@@ -31,6 +37,47 @@ class IndexTree {
   std::optional<RowId> Find(ByteView key, std::optional<RowId> except = std::nullopt) const;
   /// All entries in order, following the leaf links; for checks and tests.
   std::vector<Entry> Entries() const;
+
+  /// Two entries of this length, in a node, fit on a page, so that every page can be split.
+  static constexpr std::size_t kLongestKey = kEntryAreaSize / 2 - kRowAddressSize - kChildSize;
+
+ private:
+  class Path;
+  struct Split;
+  struct Overfull;
+
+  IndexPageView View(PageNumber page) const { return IndexPageView(file_, page, tablePage_); }
+  IndexPage Edit(PageNumber page) { return IndexPage(file_, page, tablePage_); }
+
+  Path PathTo(ByteView entry) const;
+  PageNumber FirstLeaf() const;
+  template <typename Visitor>
+  void VisitEntries(PageNumber leaf, std::size_t at, Visitor visit) const;
+  bool FindByRow(RowId row, EntryBytes& found) const;
+
+  Split SplitLeaf(Path& path, const Overfull& leaf);
+  Split SplitNode(Path& path, std::size_t depth, const Overfull& node);
+  Split AddSibling(const Path& path, std::size_t depth);
+  void PassUp(Path& path, std::size_t depth, Split split);
+  void PushRootDown(Path& path);
+
+  void RemoveAt(Path& path, std::size_t at);
+  void RemoveEmptyPages(Path& path);
+  bool DetachChild(Path& path, std::size_t depth);
+  void UpdateAncestorEntry(Path& path, std::size_t depth, ByteView last);
+  void CollapseRoot();
+
+  PageNumber NewPage(std::uint8_t level);
+  void DropPage(PageNumber page);
+  void LinkBetween(PageNumber left, PageNumber added, PageNumber right);
+  void Unlink(PageNumber page);
+  void CutNodeLink(PageNumber left, PageNumber right);
+
+  PageFile& file_;
+  FreePages& freePages_;
+  PageNumber tablePage_;
+  PageNumber root_;
+  RowId map_;
 };
 
 /// An empty root leaf for a new index.
