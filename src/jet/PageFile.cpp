@@ -6,6 +6,7 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "jet/Header.h"
 #include "jet/JetErrors.h"
 
 namespace mv::jet {
@@ -33,13 +34,17 @@ std::string LockFileName(const std::string& path) {
   return path.substr(0, hasExtension ? dot : path.size()) + ".ldb";
 }
 
-void CheckLength(const std::string& path, std::uint64_t length) {
-  if (length % kPageSize != 0) {
-    throw UnrecognizedFormatError(
-        path, "Its length of " + std::to_string(length) + " bytes is no multiple of 4096: the file is cut or damaged.");
+void CheckLength(const std::string& path, platform::File& file) {
+  const std::uint64_t length = file.Size();
+  const bool isWhole = length % kPageSize == 0 && length >= 2 * kPageSize;
+  if (isWhole && length / kPageSize > PageFile::kMaxPages) {
+    throw UnrecognizedFormatError(path, "The file is longer than 2 GiB.");
   }
-  if (length < 2 * kPageSize) throw UnrecognizedFormatError(path, "The file is too short.");
-  if (length / kPageSize > PageFile::kMaxPages) throw UnrecognizedFormatError(path, "The file is longer than 2 GiB.");
+  if (isWhole) return;
+  // Files of older engines have smaller pages: what kind of file it is tells more than its length.
+  Page start{};
+  const std::size_t got = file.ReadAt(0, start);
+  CheckFileKind(path, ByteView(start).first(got), length);
 }
 
 }  // namespace
@@ -51,9 +56,8 @@ std::unique_ptr<PageFile> PageFile::Open(platform::FileSystem& files, const std:
   auto pages = std::make_unique<PageFile>(Key(), files, path, mode);
   pages->file_ = pages->OpenFile();
   pages->RefuseWhenLocked();
-  const std::uint64_t length = pages->file_->Size();
-  CheckLength(path, length);
-  pages->fileCount_ = static_cast<PageNumber>(length / kPageSize);
+  CheckLength(path, *pages->file_);
+  pages->fileCount_ = static_cast<PageNumber>(pages->file_->Size() / kPageSize);
   pages->entries_.resize(pages->fileCount_);
   return pages;
 }

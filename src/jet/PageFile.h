@@ -32,9 +32,9 @@ class PageFile {
   /// The format's 2 GiB in pages.
   static constexpr PageNumber kMaxPages = 524288;
 
-  /// Opens an existing file. Does not look into it beyond its length.
-  /// Throws FileNotFoundError, FileInUseError, UnrecognizedFormatError (shorter than two pages, longer than 2 GiB or no
-  /// multiple of a page).
+  /// Opens an existing file. Does not look into it unless its length is not that of a database.
+  /// Throws FileNotFoundError, FileInUseError, UnrecognizedFormatError (shorter than two pages or no multiple of a
+  /// page: with the reason of CheckFileKind; longer than 2 GiB).
   static std::unique_ptr<PageFile> Open(platform::FileSystem& files, const std::string& path, Mode mode);
   /// A new database of no pages that exists in memory only until Commit, which replaces what is at `path`. An existing
   /// file there is held from now on; FileInUseError when somebody else holds it.
