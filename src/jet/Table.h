@@ -56,6 +56,9 @@ class Table {
   /// Live rows, counted on first use and kept up.
   std::int64_t Count() const;
 
+  /// A number that is another one whenever a row may have changed: what was read before is then to be read again.
+  std::uint64_t Changes() const { return changes_ + file_.Undone(); }
+
   /// Error 3021 for a row that is not live.
   std::vector<Value> ReadRow(RowId row) const;
   /// Decodes only the column asked for. Error 3021 for a row that is not live.
@@ -123,6 +126,7 @@ class Table {
   std::vector<std::vector<std::size_t>> keyPositions_;  ///< columns of each index, by position
   std::optional<std::size_t> fixedAreaOfNewRows_;
 
+  std::uint64_t changes_ = 0;
   mutable std::optional<std::int64_t> count_;
   mutable std::uint64_t countedAt_ = 0;  ///< PageFile::Undone when the rows were counted
 };

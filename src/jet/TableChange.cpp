@@ -81,6 +81,7 @@ RowId Table::Insert(std::vector<Value> values) {
   for (std::size_t column = 0; column < values.size(); ++column) NoteAutonumber(column, values[column]);
   AddToCount(1);
   statement.Complete();
+  ++changes_;
   if (count_) ++*count_;
   return row;
 }
@@ -123,6 +124,7 @@ void Table::Update(RowId row, std::span<const std::size_t> columns, std::span<co
     if (changed[column]) NoteAutonumber(column, *changed[column]);
   }
   statement.Complete();
+  ++changes_;
 }
 
 void Table::Delete(RowId row) {
@@ -143,6 +145,7 @@ void Table::Delete(RowId row) {
   rows_.Remove(row);
   AddToCount(-1);
   statement.Complete();
+  ++changes_;
   if (count_) --*count_;
 }
 

@@ -1,0 +1,190 @@
+#include "jet/JetConnection.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "base/Error.h"
+#include "jet/Header.h"
+#include "support/ExpectError.h"
+#include "support/MemoryFileSystem.h"
+
+namespace mv::jet {
+namespace {
+
+using testing::ErrorNumberOf;
+using testing::ErrorOf;
+
+TEST(ConnectionString, DataSource_IsFoundWhateverStandsAroundIt) {
+  EXPECT_EQ(DataSourceOf("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=C:\\Motorva\\Motorva.db;"),
+            "C:\\Motorva\\Motorva.db");
+  EXPECT_EQ(DataSourceOf("Data Source=a.mdb"), "a.mdb");
+  EXPECT_EQ(DataSourceOf(" data SOURCE = a b.mdb ;Mode=Share Deny None"), "a b.mdb");
+}
+
+TEST(ConnectionString, EqualsSign_BelongsToThePath) {
+  EXPECT_EQ(DataSourceOf("Data Source=C:\\a=b\\c.mdb;User ID=Admin"), "C:\\a=b\\c.mdb");
+}
+
+TEST(ConnectionString, QuotedPath_MayHoldSemicolons) {
+  EXPECT_EQ(DataSourceOf("Data Source=\"C:\\a;b.mdb\";x=y"), "C:\\a;b.mdb");
+  EXPECT_EQ(DataSourceOf("Data Source='C:\\it''s;b.mdb';x=y"), "C:\\it's;b.mdb");
+  EXPECT_EQ(DataSourceOf("x=\"Data Source=no\";Data Source=yes"), "yes");
+}
+
+TEST(ConnectionString, QuoteInsideAPath_IsACharacterLikeAnyOther) {
+  EXPECT_EQ(DataSourceOf("Data Source=C:\\John's\\a.mdb;"), "C:\\John's\\a.mdb");
+}
+
+TEST(ConnectionString, WithoutDataSource_NamesNothing) {
+  EXPECT_EQ(DataSourceOf(""), "");
+  EXPECT_EQ(DataSourceOf("Provider=x"), "");
+  EXPECT_EQ(DataSourceOf("Data Source;a=b"), "");
+  EXPECT_EQ(DataSourceOf("Data Source"), "");
+  EXPECT_EQ(DataSourceOf("Data Source="), "");
+  EXPECT_EQ(DataSourceOf("Data Source=\"unfinished"), "unfinished");
+}
+
+TEST(ConnectionString, LastOfSeveralDataSources_Counts) {
+  EXPECT_EQ(DataSourceOf("Data Source=a;Data Source=b"), "b");
+}
+
+const CivilTime kCreated{2026, 11, 21, 14, 5, 9};
+
+/// Databases in memory: "data.mdb" has the table Parts(Key Text(10)) with the row "a".
+class JetConnectionTest : public ::testing::Test {
+ protected:
+  JetConnectionTest() {
+    const auto database = Database::Create(files_, "data.mdb", kCreated);
+    ColumnSpec key;
+    key.name = "Key";
+    key.characters = 10;
+    database->CreateTable({"Parts", {key}, {}}, kCreated);
+    database->OpenTable("Parts").Insert({std::string("a")});
+    database->Commit();
+  }
+
+  std::unique_ptr<Connection> Open(const std::string& path = "data.mdb") {
+    return JetDatabaseProvider(files_).Open("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + path + ";");
+  }
+
+  static void Add(Recordset& rows, const std::string& key) {
+    rows.AddNew();
+    rows.SetFieldValue("Key", key);
+    rows.Update();
+  }
+
+  /// Rows that a new connection finds.
+  std::int64_t RowsOnDisk() { return Open()->OpenTable("Parts")->RecordCount(); }
+
+  testing::MemoryFileSystem files_;
+};
+
+TEST_F(JetConnectionTest, OpenTable_IgnoresCaseAndStartsAtTheFirstRow) {
+  const auto connection = Open();
+  const auto rows = connection->OpenTable("PARTS");
+  EXPECT_EQ(rows->FieldValue("Key"), Value(std::string("a")));
+}
+
+TEST_F(JetConnectionTest, UnknownTable_IsTheProvidersError) {
+  EXPECT_EQ(ErrorNumberOf([&] { Open()->OpenTable("brnd_Trip"); }), -2147217865);
+}
+
+TEST_F(JetConnectionTest, OpenConnection_HoldsTheFileAlone) {
+  const auto connection = Open();
+  const Error error = ErrorOf([&] { Open(); });
+  EXPECT_EQ(error.Number(), -2147467259);
+  EXPECT_EQ(error.Description(), "Could not use 'data.mdb'; file already in use.");
+}
+
+TEST_F(JetConnectionTest, Commit_PutsAllEditsOnDiskTogether) {
+  const auto connection = Open();
+  const auto rows = connection->OpenTable("Parts");
+  Add(*rows, "b");
+  Add(*rows, "c");
+  connection->Commit();
+  connection->Close();
+  EXPECT_EQ(RowsOnDisk(), 3);
+}
+
+TEST_F(JetConnectionTest, EditsBeforeCommit_AreInMemoryOnly) {
+  const Bytes before = files_.Content("data.mdb");
+  const auto connection = Open();
+  Add(*connection->OpenTable("Parts"), "b");
+  EXPECT_EQ(files_.Content("data.mdb"), before);
+}
+
+TEST_F(JetConnectionTest, PendingEdit_IsNotPartOfACommit) {
+  {
+    const auto connection = Open();
+    const auto rows = connection->OpenTable("Parts");
+    Add(*rows, "b");
+    rows->AddNew();
+    rows->SetFieldValue("Key", std::string("pending"));
+    connection->Commit();
+    EXPECT_EQ(rows->FieldValue("Key"), Value(std::string("pending")));
+  }
+  EXPECT_EQ(RowsOnDisk(), 2);
+}
+
+TEST_F(JetConnectionTest, PendingEditOfARowAtCommit_CanStillBeSaved) {
+  const auto connection = Open();
+  auto rows = connection->OpenTable("Parts");
+  rows->SetFieldValue("Key", std::string("x"));
+  connection->Commit();
+  rows->Update();
+  connection->Commit();
+  rows.reset();
+  connection->Close();
+  EXPECT_EQ(Open()->OpenTable("Parts")->FieldValue("Key"), Value(std::string("x")));
+}
+
+TEST_F(JetConnectionTest, Close_DropsWhatWasNotCommittedAndReleasesTheFile) {
+  const auto connection = Open();
+  Add(*connection->OpenTable("Parts"), "b");
+  connection->Close();
+  EXPECT_EQ(RowsOnDisk(), 1);
+  EXPECT_NO_THROW(connection->Close());
+  EXPECT_EQ(ErrorOf([&] { connection->Commit(); }).Description(), "The database is closed.");
+  EXPECT_EQ(ErrorNumberOf([&] { connection->OpenTable("Parts"); }), -2147467259);
+}
+
+TEST_F(JetConnectionTest, Destructor_DropsWhatWasNotCommittedAndReleasesTheFile) {
+  Add(*Open()->OpenTable("Parts"), "b");
+  EXPECT_EQ(RowsOnDisk(), 1);
+}
+
+TEST_F(JetConnectionTest, CommitThatFails_LeavesTheFileAndMayBeTriedAgain) {
+  const Bytes before = files_.Content("data.mdb");
+  const auto connection = Open();
+  Add(*connection->OpenTable("Parts"), "b");
+  files_.FailWrite(1);
+  EXPECT_EQ(ErrorNumberOf([&] { connection->Commit(); }), errors::kDiskFull);
+  EXPECT_EQ(files_.Content("data.mdb"), before);
+  connection->Commit();
+  connection->Close();
+  EXPECT_EQ(RowsOnDisk(), 2);
+}
+
+TEST_F(JetConnectionTest, MissingFile_CouldNotBeFound) {
+  EXPECT_EQ(ErrorOf([&] { Open("C:\\none.mdb"); }).Description(), "Could not find file 'C:\\none.mdb'.");
+  EXPECT_EQ(ErrorOf([&] { JetDatabaseProvider(files_).Open("Provider=x"); }).Description(), "Could not find file ''.");
+}
+
+TEST_F(JetConnectionTest, FileOfAForeignFormat_IsUnrecognized) {
+  files_.Put("text.mdb", Bytes(10000, 'x'));
+  EXPECT_EQ(ErrorOf([&] { Open("text.mdb"); }).Description(), "Unrecognized database format 'text.mdb'.");
+  files_.Put("short.mdb", Bytes(100, 'x'));
+  EXPECT_EQ(ErrorNumberOf([&] { Open("short.mdb"); }), -2147467259);
+}
+
+TEST_F(JetConnectionTest, ProtectedFile_HasNotAValidPassword) {
+  Bytes content = files_.Content("data.mdb");
+  content[0x42] ^= 0x55;
+  files_.Put("secret.mdb", content);
+  EXPECT_EQ(ErrorNumberOf([&] { Open("secret.mdb"); }), -2147217843);
+}
+
+}  // namespace
+}  // namespace mv::jet
