@@ -22,14 +22,14 @@ const char* const kNullKey = "Index or primary key cannot contain a Null value."
 const char* const kRecordTooLarge = "Record is too large.";
 const char* const kNoMoreNumbers = "There are no more numbers for new records.";
 
-Error RequiredError(const std::string& field) {
-  return ConstraintError("The field '" + field +
+Error RequiredError(const TableDefinition& table, const Column& column) {
+  return ConstraintError("The field '" + table.name + "." + column.name +
                          "' cannot contain a Null value because the Required property for this field is set to True. "
                          "Enter a value in this field.");
 }
 
-Error ZeroLengthError(const std::string& field) {
-  return ConstraintError("Field '" + field + "' cannot be a zero-length string.");
+Error ZeroLengthError(const TableDefinition& table, const Column& column) {
+  return ConstraintError("Field '" + table.name + "." + column.name + "' cannot be a zero-length string.");
 }
 
 std::string TableAnd(const TableDefinition& table, const std::string& what, const std::string& name) {
@@ -43,7 +43,8 @@ auto Naming(const TableDefinition& table, const Column& column, Action action) {
     return action();
   } catch (const Error& error) {
     if (error.Number() == errors::kJetGeneral) throw;  // about the file, not the value
-    throw ConstraintError(error.Description() + TableAnd(table, "column", column.name));
+    const std::string end = error.Description().ends_with('.') ? "" : ".";
+    throw ConstraintError(error.Description() + end + TableAnd(table, "column", column.name));
   }
 }
 
@@ -172,16 +173,15 @@ void Table::RequireAllWritable() const {
 /// The value as its column holds it, or the error that says why it cannot.
 Value Table::CheckedValue(std::size_t position, const Value& value) const {
   const Column& column = definition_.columns[position];
-  const std::string field = definition_.name + "." + column.name;
   if (IsNull(value)) {
     if (column.type == ColumnType::Boolean) return false;
-    if (rules_[position].required) throw RequiredError(field);
+    if (rules_[position].required) throw RequiredError(definition_, column);
     return value;
   }
   Value converted = Naming(definition_, column, [&] { return ConvertedTo(DataTypeOf(column.type), value); });
   const auto* text = std::get_if<std::string>(&converted);
   const bool isText = column.type == ColumnType::Text || column.type == ColumnType::Memo;
-  if (isText && text->empty() && !rules_[position].allowZeroLength) throw ZeroLengthError(field);
+  if (isText && text->empty() && !rules_[position].allowZeroLength) throw ZeroLengthError(definition_, column);
   return converted;
 }
 
