@@ -40,6 +40,10 @@ const NamedType& Entry(ColumnType type) {
   throw ToolError("unknown column type " + std::to_string(static_cast<int>(type)));
 }
 
+Error UnknownFieldType(HandheldType type) {
+  return ToolError("unknown field type " + std::to_string(static_cast<int>(type)));
+}
+
 }  // namespace
 
 std::string_view NameOf(ColumnType type) {
@@ -78,7 +82,7 @@ DataType DataTypeOf(HandheldType type) {
     case HandheldType::Currency:
       return DataType::Currency;
   }
-  throw ToolError("unknown field type " + std::to_string(static_cast<int>(type)));
+  throw UnknownFieldType(type);
 }
 
 std::optional<HandheldType> HandheldTypeNumbered(std::int64_t code) {
@@ -86,6 +90,30 @@ std::optional<HandheldType> HandheldTypeNumbered(std::int64_t code) {
   const auto last = static_cast<std::int64_t>(HandheldType::Currency);
   if (code < first || code > last) return std::nullopt;
   return static_cast<HandheldType>(code);
+}
+
+Value ZeroValueOf(HandheldType type) {
+  switch (type) {
+    case HandheldType::Byte:
+      return std::uint8_t{0};
+    case HandheldType::Integer:
+      return std::int16_t{0};
+    case HandheldType::Long:
+      return std::int32_t{0};
+    case HandheldType::Single:
+      return 0.0f;
+    case HandheldType::Text:
+      return std::string();
+    case HandheldType::Boolean:
+      return false;
+    case HandheldType::Date:
+      return DateFromCivil({1904, 1, 1, 0, 0, 0});
+    case HandheldType::Double:
+      return 0.0;
+    case HandheldType::Currency:
+      return Currency{};
+  }
+  throw UnknownFieldType(type);
 }
 
 HandheldType HandheldTypeOf(ColumnType type) {

@@ -33,6 +33,9 @@ DataType DataTypeOf(HandheldType type);
 /// The type of a number from a table file; nothing for a number that has no meaning there.
 std::optional<HandheldType> HandheldTypeNumbered(std::int64_t code);
 
+/// What a handheld stores for a null: "", 0, false, its earliest date.
+Value ZeroValueOf(HandheldType type);
+
 /// The handheld's type for a column of the desktop; ToolError for a column that handhelds have no type for.
 HandheldType HandheldTypeOf(jet::ColumnType type);
 

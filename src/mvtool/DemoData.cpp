@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/Text.h"
+#include "mvtool/ColumnTypes.h"
 #include "mvtool/DemoRows.h"
 #include "mvtool/SampleSchema.h"
 
@@ -14,7 +15,8 @@ namespace {
 using Row = std::vector<Value>;
 
 /// Rows a table of the varied plan, in the order of SampleTables().
-constexpr std::array<std::size_t, 13> kVariedCounts = {28, 40, 36, 30, 54, 46, 50, 32, 44, 38, 34, 52, 26};
+constexpr std::array<std::size_t, kSampleTableCount> kVariedCounts = {28, 40, 36, 30, 54, 46, 50,
+                                                                      32, 44, 38, 34, 52, 26};
 
 /// Histories of the varied plan by row number; they repeat. No table has fewer rows than this has entries.
 constexpr std::array<RowHistory, 20> kVariedHistories = {
@@ -116,7 +118,7 @@ class TableMaker {
         break;
     }
     const std::optional<std::size_t> column = NullColumn(number, history);
-    if (column) row[*column] = ZeroValueOf(table_.spec.columns[*column].type);
+    if (column) row[*column] = ZeroValueOf(HandheldTypeOf(table_.spec.columns[*column].type));
     return row;
   }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "jet/Database.h"
+#include "mvtool/TableFile.h"
 #include "recordset/Value.h"
 
 namespace mv::tool {
@@ -13,13 +14,6 @@ namespace mv::tool {
 /// Attribute bits of a handheld's record.
 inline constexpr std::uint8_t kRecordModified = 0x40;
 inline constexpr std::uint8_t kRecordDeleted = 0x80;
-
-/// One record of a handheld's table file. No value is null: handhelds know no null.
-struct HandheldRecord {
-  std::uint8_t attributes = 0;
-  std::uint32_t uniqueId = 0;  ///< 1 to 16,777,215
-  std::vector<Value> values;
-};
 
 /// One table as either side holds it before a run.
 struct DemoTable {

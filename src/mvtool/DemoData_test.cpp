@@ -10,6 +10,7 @@
 #include "base/Cp1252.h"
 #include "base/Text.h"
 #include "base/Utf.h"
+#include "mvtool/ColumnTypes.h"
 #include "mvtool/DemoRows.h"
 #include "mvtool/Json.h"
 #include "mvtool/SampleSchema.h"
@@ -18,7 +19,6 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::size_t kTables = 13;
 constexpr std::size_t kMaintenance = 5;
 constexpr std::size_t kVehicle = 12;
 
@@ -43,7 +43,7 @@ std::string CaseOf(const DemoTable& table, const HandheldRecord& record) {
 }
 
 TEST(DemoDataTest, EveryCaseOfTheMerge_OccursInEveryTable) {
-  for (std::size_t i = 0; i < kTables; ++i) {
+  for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     const DemoTable table = MakeDemoTable(i, DemoPlan::Varied());
     std::map<std::string, int> counts;
     std::set<std::string> handheldKeys;
@@ -61,7 +61,7 @@ TEST(DemoDataTest, EveryCaseOfTheMerge_OccursInEveryTable) {
 }
 
 TEST(DemoDataTest, RepeatedKeysOnTheHandheld_OccurInBothOrders) {
-  for (std::size_t i = 0; i < kTables; ++i) {
+  for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     const DemoTable table = MakeDemoTable(i, DemoPlan::Varied());
     std::map<std::string, std::vector<int>> flags;
     for (const HandheldRecord& record : table.handheldRecords) {
@@ -76,7 +76,7 @@ TEST(DemoDataTest, RepeatedKeysOnTheHandheld_OccurInBothOrders) {
 }
 
 TEST(DemoDataTest, KeyThatDiffersInCaseOnly_OccursInEveryTable) {
-  for (std::size_t i = 0; i < kTables; ++i) {
+  for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     const DemoTable table = MakeDemoTable(i, DemoPlan::Varied());
     const bool occurs =
         std::any_of(table.handheldRecords.begin(), table.handheldRecords.end(), [&](const HandheldRecord& record) {
@@ -88,7 +88,7 @@ TEST(DemoDataTest, KeyThatDiffersInCaseOnly_OccursInEveryTable) {
 }
 
 TEST(DemoDataTest, EachSideHas20To60Rows) {
-  for (std::size_t i = 0; i < kTables; ++i) {
+  for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     const DemoTable table = MakeDemoTable(i, DemoPlan::Varied());
     EXPECT_GE(table.desktopRows.size(), 20u) << table.spec.name;
     EXPECT_LE(table.desktopRows.size(), 60u) << table.spec.name;
@@ -98,7 +98,7 @@ TEST(DemoDataTest, EachSideHas20To60Rows) {
 }
 
 TEST(DemoDataTest, DesktopKeysAreUniqueWithoutRegardToCaseAndHoldNoQuote) {
-  for (std::size_t i = 0; i < kTables; ++i) {
+  for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     for (const DemoPlan& plan : {DemoPlan::Varied(), DemoPlan::Uniform(4000)}) {
       const DemoTable table = MakeDemoTable(i, plan);
       std::set<std::string> keys;
@@ -111,14 +111,14 @@ TEST(DemoDataTest, DesktopKeysAreUniqueWithoutRegardToCaseAndHoldNoQuote) {
 }
 
 TEST(DemoDataTest, ValuesFitTheirColumns) {
-  for (std::size_t i = 0; i < kTables; ++i) {
+  for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     const DemoTable table = MakeDemoTable(i, DemoPlan::Varied());
     const auto check = [&](const std::vector<Value>& row) {
       ASSERT_EQ(row.size(), table.spec.columns.size());
       for (std::size_t c = 0; c < row.size(); ++c) {
         const jet::ColumnSpec& column = table.spec.columns[c];
         if (!IsNull(row[c])) {
-          EXPECT_EQ(row[c].index(), ZeroValueOf(column.type).index()) << column.name;
+          EXPECT_EQ(row[c].index(), ZeroValueOf(HandheldTypeOf(column.type)).index()) << column.name;
         }
         if (column.type == jet::ColumnType::Text && !IsNull(row[c])) {
           EXPECT_LE(CharacterCount(std::get<std::string>(row[c])), column.characters) << column.name;
@@ -131,7 +131,7 @@ TEST(DemoDataTest, ValuesFitTheirColumns) {
 }
 
 TEST(DemoDataTest, HandheldRecordsHoldNoNull_DesktopRowsHoldSome) {
-  for (std::size_t i = 0; i < kTables; ++i) {
+  for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     const DemoTable table = MakeDemoTable(i, DemoPlan::Varied());
     const auto hasNull = [](const std::vector<Value>& row) { return std::any_of(row.begin(), row.end(), &IsNull); };
     EXPECT_TRUE(std::any_of(table.desktopRows.begin(), table.desktopRows.end(), hasNull)) << table.spec.name;
@@ -140,7 +140,7 @@ TEST(DemoDataTest, HandheldRecordsHoldNoNull_DesktopRowsHoldSome) {
 }
 
 TEST(DemoDataTest, TextsSurviveTheHandheldsCharacterCoding) {
-  for (std::size_t i = 0; i < kTables; ++i) {
+  for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     for (const auto& record : MakeDemoTable(i, DemoPlan::Varied()).handheldRecords) {
       for (const Value& value : record.values) {
         const auto* const text = std::get_if<std::string>(&value);

@@ -4,9 +4,10 @@
 #include <string_view>
 
 #include "base/Utf.h"
+#include "mvtool/ColumnTypes.h"
 #include "mvtool/DemoRandom.h"
 #include "mvtool/DemoWords.h"
-#include "mvtool/ToolErrors.h"
+#include "mvtool/SampleSchema.h"
 
 namespace mv::tool {
 namespace {
@@ -259,7 +260,7 @@ struct RowMaker {
 };
 
 /// In the order of SampleTables().
-constexpr std::array<RowMaker, 13> kRowMakers = {{
+constexpr std::array<RowMaker, kSampleTableCount> kRowMakers = {{
     {"brnd_Accessories", &AccessoryRow},
     {"brnd_AccItems", &AccessoryItemRow},
     {"brnd_Customer", &CustomerRow},
@@ -279,7 +280,7 @@ constexpr std::array<RowMaker, 13> kRowMakers = {{
 struct Edit {
   const jet::ColumnSpec& column;
 
-  Value operator()(Null) const { return ZeroValueOf(column.type); }
+  Value operator()(Null) const { return ZeroValueOf(HandheldTypeOf(column.type)); }
   Value operator()(bool value) const { return !value; }
   Value operator()(std::uint8_t value) const { return static_cast<std::uint8_t>(value ^ 1); }
   Value operator()(std::int16_t value) const { return static_cast<std::int16_t>(value ^ 1); }
@@ -316,32 +317,6 @@ std::vector<Value> EditedRow(const jet::TableSpec& table, std::vector<Value> row
   EditColumn(table, row, number);
   if (number % 2 == 0) EditColumn(table, row, number + 1);
   return row;
-}
-
-Value ZeroValueOf(jet::ColumnType type) {
-  switch (type) {
-    case jet::ColumnType::Boolean:
-      return false;
-    case jet::ColumnType::Byte:
-      return std::uint8_t{0};
-    case jet::ColumnType::Integer:
-      return std::int16_t{0};
-    case jet::ColumnType::Long:
-      return std::int32_t{0};
-    case jet::ColumnType::Currency:
-      return Currency{};
-    case jet::ColumnType::Single:
-      return 0.0f;
-    case jet::ColumnType::Double:
-      return 0.0;
-    case jet::ColumnType::DateTime:
-      return DateFromCivil({1904, 1, 1, 0, 0, 0});
-    case jet::ColumnType::Text:
-    case jet::ColumnType::Memo:
-      return std::string();
-    default:
-      throw ToolError("handhelds have no field for such a column");
-  }
 }
 
 }  // namespace mv::tool

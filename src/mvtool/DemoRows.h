@@ -19,7 +19,4 @@ std::vector<Value> DemoRow(std::size_t table, std::size_t number);
 /// The row as somebody edited it: one or two columns differ from `row`, never the key; which ones depends on `number`.
 std::vector<Value> EditedRow(const jet::TableSpec& table, std::vector<Value> row, std::size_t number);
 
-/// What a handheld stores for a null: "", 0, false, its earliest date.
-Value ZeroValueOf(jet::ColumnType type);
-
 }  // namespace mv::tool

@@ -10,6 +10,8 @@ namespace mv::tool {
 /// Creator of the handheld's table files.
 inline constexpr std::string_view kHandheldCreator = "BRND";
 
+inline constexpr std::size_t kSampleTableCount = 13;
+
 /// Position of the key column in every table.
 inline constexpr std::size_t kKeyColumn = 0;
 

@@ -12,4 +12,8 @@ Error UsageError(std::string description) {
   return Error(kWrongUsage, "mvtool", std::move(description));
 }
 
+Error At(const std::string& place, const Error& error) {
+  return Error(error.Number(), error.Source(), place + ": " + error.Description());
+}
+
 }  // namespace mv::tool

@@ -13,4 +13,7 @@ inline constexpr std::int32_t kWrongUsage = 514;  ///< the command line is not u
 Error ToolError(std::string description);
 Error UsageError(std::string description);
 
+/// `error` with the place where it happened in front of its description: "place: description". Number and source stay.
+Error At(const std::string& place, const Error& error);
+
 }  // namespace mv::tool
