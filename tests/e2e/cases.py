@@ -38,7 +38,8 @@ def value(rng, kind, size, nullable):
     if kind == "Long":
         return rng.choice([0, -1, 2**31 - 1, -2**31, rng.randint(-10**6, 10**6)])
     if kind == "Single":
-        return single(rng.choice([0.0, -1.5, 1e10, rng.uniform(-1000, 1000)]))
+        # Few digits: mdbtools prints six of them.
+        return single(rng.choice([0.0, -1.5, 1e10, rng.randint(-799, 799) / 8]))
     if kind == "Double":
         return rng.choice([0.0, -2.25, 1e100, round(rng.uniform(-1e6, 1e6), 3)])
     if kind == "Currency":

@@ -1,6 +1,7 @@
 """Bad input and bad luck: a clear line in the log, an exit status that says so, and nothing lost."""
 
-import fcntl
+import contextlib
+import datetime
 import os
 import pathlib
 import random
@@ -17,6 +18,16 @@ from .test_sync import comparable, lay_out, structure_findings
 from .world import BIN, SILENT_TABLES, World
 
 SEED = int(os.environ.get("MV_SEED", "20240517"))
+
+
+@contextlib.contextmanager
+def lock_held_elsewhere(path, call):
+    """Another process holds a lock on the file; `call` takes it on the open file `f`."""
+    code = f"import fcntl, sys; f = open(sys.argv[1], 'r+b'); {call}; print('held', flush=True); sys.stdin.read()"
+    with subprocess.Popen(["python3", "-c", code, str(path)], stdin=subprocess.PIPE, stdout=subprocess.PIPE) as holder:
+        holder.stdout.readline()
+        yield
+        holder.stdin.close()
 
 
 class Faults(unittest.TestCase):
@@ -72,7 +83,7 @@ class Faults(unittest.TestCase):
         columns = self.case["brnd_Customer"][0]
         records = [pdbfile.Record([f"K{i}" if n == "TX_NAME" else None for n, _, _ in columns], pdbfile.MODIFIED)
                    for i in range(5)]
-        whole = pdbfile.build("brnd_Customer", merge.fields_of(columns), records, __import__("datetime").date.today())
+        whole = pdbfile.build("brnd_Customer", merge.fields_of(columns), records, datetime.date.today())
         first_record = struct.unpack_from(">I", whole, 78)[0]
         for length in (1, 40, 77, 78, 90, 117, first_record - 30, first_record + 1):
             with self.subTest(length=length):
@@ -117,25 +128,23 @@ class Faults(unittest.TestCase):
                 self.expect_stop("Error: -2147467259 has occurred. Description: Unrecognized database format '")
 
     def test_a_database_in_use_stops_the_run(self):
-        for take in (lambda f: fcntl.flock(f, fcntl.LOCK_EX), lambda f: fcntl.lockf(f, fcntl.LOCK_EX)):
-            with open(self.world.database, "r+b") as held:
-                take(held)
+        for call in ("fcntl.flock(f, fcntl.LOCK_EX)", "fcntl.lockf(f, fcntl.LOCK_EX)",
+                     "fcntl.flock(f, fcntl.LOCK_SH)", "fcntl.lockf(f, fcntl.LOCK_EX, 1, 100)"):
+            with self.subTest(call=call), lock_held_elsewhere(self.world.database, call):
                 self.expect_stop("Error: -2147467259 has occurred. Description: Could not use '",
                                  "'; file already in use.\r\n")
 
     def test_a_locked_lock_file_means_in_use_and_a_stale_one_does_not(self):
         lock_file = self.world.folder / "Motorva.ldb"
         lock_file.write_bytes(b"\0" * 64)
-        with open(lock_file, "r+b") as held:
-            fcntl.lockf(held, fcntl.LOCK_EX, 1, 0x10000001)
+        with lock_held_elsewhere(lock_file, "fcntl.lockf(f, fcntl.LOCK_EX, 1, 0x10000001)"):
             self.expect_stop("'; file already in use.\r\n")
         self.assertEqual(self.world.sync(0), 0, self.world.log_text())
 
     def test_overwrite_pc_with_the_database_in_use_stops_in_the_backup(self):
         handheld = self.handheld()
         before = self.world.database.read_bytes()
-        with open(self.world.database, "r+b") as held:
-            fcntl.lockf(held, fcntl.LOCK_EX)
+        with lock_held_elsewhere(self.world.database, "fcntl.lockf(f, fcntl.LOCK_EX)"):
             self.assertEqual(self.world.sync(2), 2)
         self.assert_log_ends(f"Unable to overwite [{self.world.folder}\\Motorva.db] database. Database in use.\r\n")
         self.assertEqual((self.world.database.read_bytes(), self.handheld()), (before, handheld))
@@ -193,7 +202,7 @@ class Faults(unittest.TestCase):
 
     def test_an_unknown_field_type_never_crashes_or_harms(self):
         columns, _, _ = self.case["brnd_Customer"]
-        data = bytearray(pdbfile.build("brnd_Customer", merge.fields_of(columns), [], __import__("datetime").date.today()))
+        data = bytearray(pdbfile.build("brnd_Customer", merge.fields_of(columns), [], datetime.date.today()))
         for kind in (0, 10, 99, 65535):
             with self.subTest(kind=kind):
                 struct.pack_into(">H", data, 78 + 302, kind)
