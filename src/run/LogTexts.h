@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "base/Error.h"
+#include "run/RunState.h"
+
+/// The lines of the sync log, word for word: support people and scripts look for them, misspellings included. `now` is
+/// the local date and time in the user's form.
+namespace mv::log_texts {
+
+/// Both kinds of run count all tables, although the silent one leaves two out.
+inline constexpr std::int16_t kCountedTables = 13;
+
+std::string Rule();
+
+std::vector<std::string> SilentBanner(const std::string& now);
+/// `version` is the program's "major.minor.revision".
+std::vector<std::string> InteractiveBanner(const Settings& settings, const std::string& version,
+                                           const std::string& now);
+std::string BackupLine(const std::string& backupPath);
+
+/// One table's lines, in their order. `code` is what the failed copy returned.
+std::string Retrieving(const std::string& table);
+std::string Retrieved(const std::string& table);
+std::string NotRetrieved(const std::string& table, std::int32_t code);
+std::string Converting(const std::string& table);
+std::string SourceCreated(const std::string& table);
+std::string ResultCreated(const std::string& table);
+std::string Synchronizing(const std::string& table);
+std::string Transferring(const std::string& table);
+std::string Successful(const std::string& table, const std::string& modeResultText);
+std::string NotReturned(const std::string& table, std::int32_t code);
+inline constexpr const char* kTableEnd = " ";
+
+/// End lines without the empty one that closes the log.
+std::vector<std::string> SilentEnd(std::int16_t tablesSynchronized, const std::string& now);
+std::vector<std::string> InteractiveEnd(std::int16_t tablesSynchronized, const std::string& now);
+
+/// A silent run that found no handheld.
+std::vector<std::string> NoHandheld(const std::string& now);
+
+/// What stopped a silent run. Error 70 is explained as a database in use, whatever was denied.
+std::string StoppedBy(const Error& error, const std::string& desktopDBPath);
+std::string StoppedAt(const std::string& now);
+
+}  // namespace mv::log_texts

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "config/Settings.h"
+
+namespace mv {
+
+/// The tables, under the names they have on both sides, in the order of an interactive run.
+inline constexpr std::array<const char*, 13> kTables = {
+    "brnd_Accessories", "brnd_AccItems",   "brnd_Customer", "brnd_FieldValues", "brnd_Fuel",
+    "brnd_Maintenance", "brnd_MaintTasks", "brnd_Models",   "brnd_Parts",       "brnd_Payment",
+    "brnd_SchedMaint",  "brnd_Trip",       "brnd_Vehicle"};
+
+/// A silent run leaves out the first two tables, although its log counts them: accessories are synchronised from the
+/// main window only.
+inline constexpr std::size_t kFirstSilentTable = 2;
+
+/// What every part of a run knows of it: one object, made at start, handed on by reference, living as long as the
+/// process.
+struct RunState {
+  /// SyncMode in it is the mode of this process: the stored one, or that of the command line.
+  Settings settings;
+  /// True when the main window is shown.
+  bool InteractiveRun = false;
+  /// Tables of the current run that succeeded.
+  std::int16_t TablesSynchronized = 0;
+  /// By mode: its name, and the end of a table's success line.
+  std::array<std::string, 3> ModeNames;
+  std::array<std::string, 3> ModeResultTexts;
+  /// The table now being merged.
+  std::string CurrentTableName;
+  /// The local folder that table files are read from or written to at this moment.
+  std::string CurrentPdbFolder;
+};
+
+/// Result of the process: of a silent run, or of a start that led to none.
+enum class ExitStatus {
+  Success = 0,       ///< the run wrote its end lines and every table it was asked for succeeded
+  TablesFailed = 1,  ///< the run wrote its end lines, some table failed
+  Stopped = 2,       ///< stopped by an error
+  NoHandheld = 3,
+};
+
+}  // namespace mv
