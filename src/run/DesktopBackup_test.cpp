@@ -1,0 +1,96 @@
+#include "run/DesktopBackup.h"
+
+#include <gtest/gtest.h>
+
+#include "support/ExpectError.h"
+#include "support/RunWorld.h"
+
+namespace mv {
+namespace {
+
+using testing::ErrorNumberOf;
+using testing::FakeClock;
+
+const std::string kDatabase = "C:\\Cars\\Motorva.db";
+const std::string kBackup = "C:\\Cars\\Motorva.db.presyncbackup.20261121-140509";
+
+class DesktopBackupTest : public ::testing::Test {
+ protected:
+  DesktopBackupTest() {
+    world_.files.Put(kDatabase, {1, 2, 3});
+    world_.files.Put("C:\\Motorva\\_20", {9, 9});
+  }
+
+  std::int32_t ErrorOfBackup() {
+    return ErrorNumberOf([&] { BackupDesktopDatabase(world_.run); });
+  }
+
+  testing::RunWorld world_;
+};
+
+TEST_F(DesktopBackupTest, TheDatabaseIsKeptAsideAndTheTemplateTakesItsPlace) {
+  BackupDesktopDatabase(world_.run);
+  EXPECT_EQ(world_.files.Content(kBackup), (Bytes{1, 2, 3}));
+  EXPECT_EQ(world_.files.Content(kDatabase), (Bytes{9, 9}));
+  EXPECT_EQ(world_.files.Content("C:\\Motorva\\_20"), (Bytes{9, 9}));
+  EXPECT_EQ(world_.Log(), "   Backup Desktop Database to: " + kBackup + "\r\n");
+}
+
+TEST_F(DesktopBackupTest, DayAndTimeOfTheNameAreTwoReadingsOfTheClock) {
+  world_.clock = FakeClock({{2026, 1, 2, 23, 59, 59}, {2026, 1, 3, 0, 4, 5}});
+  BackupDesktopDatabase(world_.run);
+  EXPECT_TRUE(world_.files.FileExists("C:\\Cars\\Motorva.db.presyncbackup.20260102-000405"));
+}
+
+TEST_F(DesktopBackupTest, ASecondBackupOfTheSameSecondReplacesTheFirst) {
+  BackupDesktopDatabase(world_.run);
+  world_.files.Put(kDatabase, {7});
+  BackupDesktopDatabase(world_.run);
+  EXPECT_EQ(world_.files.Content(kBackup), Bytes{7});
+}
+
+TEST_F(DesktopBackupTest, AMissingDatabaseIsError53) {
+  world_.files.RemoveFile(kDatabase);
+  EXPECT_EQ(ErrorOfBackup(), 53);
+  EXPECT_FALSE(world_.files.FileExists(kDatabase)) << "the template shall not stand in for it";
+  EXPECT_EQ(world_.Log(), "   Backup Desktop Database to: " + kBackup + "\r\n");
+}
+
+TEST_F(DesktopBackupTest, AMissingTemplateIsError53AndLeavesTheDatabase) {
+  world_.files.RemoveFile("C:\\Motorva\\_20");
+  EXPECT_EQ(ErrorOfBackup(), 53);
+  EXPECT_EQ(world_.files.Content(kDatabase), (Bytes{1, 2, 3}));
+  EXPECT_EQ(world_.files.Content(kBackup), (Bytes{1, 2, 3})) << "the backup comes first";
+}
+
+TEST_F(DesktopBackupTest, ADatabaseHeldByAnotherProgramIsError70AndStaysAsItIs) {
+  for (const platform::Sharing sharing : {platform::Sharing::None, platform::Sharing::Read, platform::Sharing::All}) {
+    const auto held =
+        world_.files.Open(kDatabase, platform::Access::ReadWrite, platform::Disposition::OpenExisting, sharing);
+    EXPECT_EQ(ErrorOfBackup(), 70);
+    EXPECT_EQ(world_.files.Content(kDatabase), (Bytes{1, 2, 3}));
+  }
+}
+
+TEST_F(DesktopBackupTest, ADatabaseHeldByItsLockFileIsError70) {
+  world_.files.Put("C:\\Cars\\Motorva.ldb", {1});
+  {
+    const auto locked = world_.files.Open("C:\\Cars\\Motorva.ldb", platform::Access::ReadWrite,
+                                          platform::Disposition::OpenExisting, platform::Sharing::None);
+    EXPECT_EQ(ErrorOfBackup(), 70);
+    EXPECT_EQ(world_.files.Content(kDatabase), (Bytes{1, 2, 3}));
+  }
+  EXPECT_NO_THROW(BackupDesktopDatabase(world_.run)) << "a lock file that a crash left behind holds nothing";
+}
+
+TEST_F(DesktopBackupTest, ACopyThatFailsLeavesTheDatabase) {
+  for (const std::size_t copy : {1, 2}) {
+    world_.log.WriteLogLine("", true);
+    world_.files.FailWrite(1 + copy);  // The first write is the log line.
+    EXPECT_EQ(ErrorOfBackup(), 61) << "copy " << copy;
+    EXPECT_EQ(world_.files.Content(kDatabase), (Bytes{1, 2, 3}));
+  }
+}
+
+}  // namespace
+}  // namespace mv

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "config/SettingsStore.h"
+#include "device/IFileTransfer.h"
+#include "device/modWinCEFileManagement.h"
+#include "device/modWinCERAPIConnectionHandler.h"
+#include "platform/FileSystem.h"
+#include "platform/Shell.h"
+#include "platform/System.h"
+#include "recordset/Connection.h"
+#include "run/RunState.h"
+#include "run/SyncLog.h"
+#include "ui/UserInterface.h"
+
+namespace mv {
+
+/// Everything that a run works with. Whoever wires the program together owns it all; it must outlive the run.
+struct RunContext {
+  RunState& state;
+  SyncLog& log;
+  UserInterface& ui;
+  SettingsStore& settings;
+  DatabaseProvider& databases;
+  modWinCERAPIConnectionHandler& connection;
+  modWinCEFileManagement& deviceFiles;
+  /// Makes a table's file transfer; null means that there is none.
+  std::function<std::unique_ptr<IFileTransfer>()> createFileTransfer;
+  platform::FileSystem& files;
+  platform::Shell& shell;
+  platform::Clock& clock;
+  /// Folder of this program's executable, without a separator at its end.
+  std::string programFolder;
+};
+
+/// The current time as the log and the window show it.
+inline std::string NowText(const RunContext& run) {
+  return platform::LocalDateTimeText(run.clock.Now());
+}
+
+}  // namespace mv

@@ -1,0 +1,71 @@
+#include "run/SilentSync.h"
+
+#include <vector>
+
+#include "config/Settings.h"
+#include "run/CurrentError.h"
+#include "run/DesktopBackup.h"
+#include "run/LogTexts.h"
+#include "run/TableDriver.h"
+
+namespace mv {
+namespace {
+
+constexpr std::int16_t kSilentTables = static_cast<std::int16_t>(kTables.size() - kFirstSilentTable);
+
+void LogLines(SyncLog& log, const std::vector<std::string>& lines) {
+  for (const std::string& line : lines) log.WriteLogLine(line, false);
+}
+
+void LogLastLine(SyncLog& log) {
+  log.WriteLogLine("", true);
+}
+
+ExitStatus ReportNoHandheld(const RunContext& run) {
+  LogLines(run.log, log_texts::NoHandheld(NowText(run)));
+  run.ui.SetHourglass(false);
+  run.connection.DisconnectDevice();
+  return ExitStatus::NoHandheld;
+}
+
+void SynchronizeTables(const RunContext& run) {
+  TableDriver driver(run);
+  for (std::size_t i = kFirstSilentTable; i < kTables.size(); ++i) driver.SynchronizeTable(kTables[i]);
+}
+
+ExitStatus RunConnected(const RunContext& run) {
+  run.connection.DisconnectDevice();
+  run.state.TablesSynchronized = 0;
+  LogLines(run.log, log_texts::SilentBanner(NowText(run)));
+  if (run.state.settings.SyncMode == sync_modes::kOverwritePc) BackupDesktopDatabase(run);
+  SynchronizeTables(run);
+  SaveLastSync(run.settings, run.clock);
+  LogLines(run.log, log_texts::SilentEnd(run.state.TablesSynchronized, NowText(run)));
+  LogLastLine(run.log);
+  run.connection.DisconnectDevice();
+  run.ui.SetHourglass(false);
+  run.ui.ProcessMessages();
+  return run.state.TablesSynchronized == kSilentTables ? ExitStatus::Success : ExitStatus::TablesFailed;
+}
+
+ExitStatus ReportStop(const RunContext& run, const Error& error) {
+  run.log.WriteLogLine(log_texts::StoppedBy(error, run.state.settings.DesktopDBPath), false);
+  run.log.WriteLogLine(log_texts::StoppedAt(NowText(run)), false);
+  LogLastLine(run.log);
+  return ExitStatus::Stopped;
+}
+
+}  // namespace
+
+ExitStatus SilentSync(const RunContext& run) {
+  run.ui.SetHourglass(true);
+  run.ui.ProcessMessages();
+  if (!run.connection.ConnectDevice()) return ReportNoHandheld(run);
+  try {
+    return RunConnected(run);
+  } catch (...) {
+    return ReportStop(run, CurrentError());
+  }
+}
+
+}  // namespace mv

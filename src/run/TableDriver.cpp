@@ -1,0 +1,269 @@
+#include "run/TableDriver.h"
+
+#include <utility>
+
+#include "base/Error.h"
+#include "base/NumberText.h"
+#include "base/Text.h"
+#include "device/clsWin32FileTransfer.h"
+#include "run/LogTexts.h"
+#include "sync/KeyClasses.h"
+#include "sync/clsSyncPolicy.h"
+
+namespace mv {
+namespace {
+
+std::string FileNameOf(const std::string& table) {
+  return table + ".pdb";
+}
+
+/// What the run did is already told; a failing clean-up shall not turn a finished table into a failed run.
+void CloseQuietly(Connection& connection) {
+  try {
+    connection.Close();
+  } catch (...) {
+  }
+}
+
+/// Keeps what the merge changed before it failed. When that fails too, the merge's own error says more.
+void CommitAfterError(Connection& connection) {
+  try {
+    connection.Commit();
+  } catch (...) {
+  }
+}
+
+/// For a file that may be written but not removed.
+void EmptyFile(platform::FileSystem& files, const std::string& path) {
+  try {
+    files.Open(path, platform::Access::Write, platform::Disposition::CreateAlways, platform::Sharing::None);
+  } catch (const Error&) {
+    // It cannot be written either; that shows as a failed copy.
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<IFileTransfer> CreateFileTransfer(modWinCERAPIConnectionHandler& connection,
+                                                  modWinCEFileManagement& deviceFiles, platform::FileSystem& files) {
+  return std::make_unique<clsWin32FileTransfer>(connection, deviceFiles, files);
+}
+
+const std::string& ModeResultText(const RunState& state) {
+  const std::int16_t mode = state.settings.SyncMode;
+  if (mode < 0 || static_cast<std::size_t>(mode) >= state.ModeResultTexts.size()) {
+    throw StandardError(errors::kSubscriptOutOfRange);
+  }
+  return state.ModeResultTexts[static_cast<std::size_t>(mode)];
+}
+
+TableDriver::TableDriver(const RunContext& run)
+    : run_(run),
+      context_{
+          run.state.settings.SyncMode,
+          run.state.CurrentPdbFolder,
+          [this] {
+            AdvanceSpinner();
+            run_.ui.ProcessMessages();
+          },
+          [this](const std::string& text) { run_.ui.ShowMessage(text, "", MessageButtons::Ok, MessageIcon::None); },
+          run.files,
+          run.shell,
+          run.clock} {}
+
+void TableDriver::SynchronizeTable(const std::string& table) {
+  const std::unique_ptr<IFileTransfer> transfer = run_.createFileTransfer();
+  if (!transfer) return;
+  ShowStatus("Initializing Communications");
+  transfer->Initialize();
+  if (!RetrieveTable(table)) return;
+
+  clsSyncableRS_PDB source(context_);
+  LoadSource(source, table);
+  const std::unique_ptr<Connection> connection = OpenDatabase();
+  {
+    clsSyncableRS_ADO desktop;
+    const std::unique_ptr<Recordset> records = OpenDesktopTable(*connection, desktop, table);
+    clsSyncableRS_PDB result(context_);
+    CreateResult(result, *records, table);
+    SetKeyInfo(source, table);
+    Merge(source, desktop, result, *connection, table);
+    WriteResult(source, desktop, result, table);
+    ReturnTable(*transfer, table);
+  }
+  CloseQuietly(*connection);
+}
+
+bool TableDriver::RetrieveTable(const std::string& table) {
+  ShowStatus("Retrieving Table " + table + " from Device");
+  Log(log_texts::Retrieving(table));
+  run_.ui.ProcessMessages();
+  PrepareFolders();
+  RemoveStaleFile(LocalSourceFile(table));
+  const DeviceCopyResult result =
+      run_.deviceFiles.CopyFileFromDevice(DeviceFile(table), LocalSourceFile(table), Overwrite::Yes);
+  AdvanceSpinner();
+  if (result == DeviceCopyResult::Copied) return true;
+  ReportNotRetrieved(table, static_cast<std::int32_t>(result));
+  return false;
+}
+
+void TableDriver::ReportNotRetrieved(const std::string& table, std::int32_t code) {
+  // Told to the window's status bar even when the window is not shown.
+  run_.ui.SetStatus("Unable to Retrieve Table " + table + " from Device - SYNC FAILED");
+  Log(log_texts::NotRetrieved(table, code));
+  AddProgressLine("Unable to retrieve table [" + table +
+                  "] from device. Function returned code: " + TextOfInteger(code) + " - Not Avail/In-Use");
+  run_.ui.ProcessMessages();
+}
+
+void TableDriver::LoadSource(clsSyncableRS_PDB& source, const std::string& table) {
+  Log(log_texts::Retrieved(table));
+  source.name(FileNameOf(table));
+  ShowStatus("Reading source " + table + " table");
+  Log(log_texts::Converting(table));
+  AdvanceSpinner();
+  run_.state.CurrentPdbFolder = run_.state.settings.PCSyncSourcePath;
+  source.createADORS();
+  source.closeDB();
+  run_.ui.ProcessMessages();
+  run_.ui.ProcessMessages();
+  Log(log_texts::SourceCreated(table));
+  run_.ui.ProcessMessages();
+}
+
+std::unique_ptr<Connection> TableDriver::OpenDatabase() {
+  auto connection =
+      run_.databases.Open("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + run_.state.settings.DesktopDBPath + ";");
+  AdvanceSpinner();
+  return connection;
+}
+
+std::unique_ptr<Recordset> TableDriver::OpenDesktopTable(Connection& connection, clsSyncableRS_ADO& desktop,
+                                                         const std::string& table) {
+  auto records = connection.OpenTable(table);
+  desktop.SetADORS(*records);
+  AdvanceSpinner();
+  return records;
+}
+
+void TableDriver::CreateResult(clsSyncableRS_PDB& result, const Recordset& templateRS, const std::string& table) {
+  run_.state.CurrentPdbFolder = run_.state.settings.PCSyncDestPath;
+  result.createDB(FileNameOf(table), templateRS);
+  result.closeDB();
+  result.openDB(FileNameOf(table));
+  Log(log_texts::ResultCreated(table));
+}
+
+void TableDriver::SetKeyInfo(clsSyncableRS_PDB& source, const std::string& table) {
+  std::unique_ptr<IKeyInfo> keyInfo = MakeKeyInfo(table);
+  if (!keyInfo) {
+    ShowMessage("Table name: " + table + " is not supported.", MessageIcon::None);
+    return;
+  }
+  source.keyInfo(std::move(keyInfo));
+}
+
+void TableDriver::Merge(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desktop, clsSyncableRS_PDB& result,
+                        Connection& connection, const std::string& table) {
+  AdvanceSpinner();
+  const clsSyncPolicy policy(context_);
+  ShowStatus("Synchronizing " + table + "...");
+  Log(log_texts::Synchronizing(table));
+  run_.ui.ProcessMessages();
+  run_.state.CurrentTableName = table;
+  try {
+    policy.Sync(source, desktop, result);
+  } catch (...) {
+    CommitAfterError(connection);
+    throw;
+  }
+  connection.Commit();
+}
+
+void TableDriver::WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desktop, clsSyncableRS_PDB& result,
+                              const std::string& table) {
+  result.closeDB();
+  desktop.closeDB();
+  source.closeDB();
+  // Reads the result back: a file that cannot be read shall not reach the handheld.
+  source.name(FileNameOf(table));
+  run_.state.CurrentPdbFolder = run_.state.settings.PCSyncDestPath;
+  source.createADORS();
+  run_.ui.ProcessMessages();
+}
+
+void TableDriver::ReturnTable(IFileTransfer& transfer, const std::string& table) {
+  ShowStatus("Transferring Data Back to Device");
+  Log(log_texts::Transferring(table));
+  run_.ui.ProcessMessages();
+  const DeviceCopyResult result = transfer.CopyToDevice(LocalResultFile(table), DeviceFile(table), Overwrite::Yes);
+  if (result == DeviceCopyResult::Copied) {
+    ReportReturned(table);
+  } else {
+    ReportNotReturned(table, static_cast<std::int32_t>(result));
+  }
+  run_.ui.ProcessMessages();
+  Log(log_texts::kTableEnd);
+}
+
+void TableDriver::ReportReturned(const std::string& table) {
+  ShowStatus("Synchronization of Table " + table + " Complete");
+  Log(log_texts::Successful(table, ModeResultText(run_.state)));
+  AddProgressLine("SUCCESSFUL [" + table + "] " + ModeResultText(run_.state));
+  ++run_.state.TablesSynchronized;
+}
+
+void TableDriver::ReportNotReturned(const std::string& table, std::int32_t code) {
+  const std::string unable = "Unable to Return Updated Table " + table + " to Device";
+  ShowMessage(unable + ". Function returned code: " + TextOfInteger(code), MessageIcon::Exclamation);
+  ShowStatus(unable);
+  Log(log_texts::NotReturned(table, code));
+}
+
+/// The settings dialog makes these folders, but a run without one shall work too. A folder that cannot be made shows
+/// as a failed copy.
+void TableDriver::PrepareFolders() {
+  for (const std::string* folder : {&run_.state.settings.PCSyncSourcePath, &run_.state.settings.PCSyncDestPath}) {
+    try {
+      run_.files.CreateFolders(*folder);
+    } catch (const Error&) {
+    }
+  }
+}
+
+/// The copy from the handheld overwrites the bytes of an existing file in place and leaves what lies behind them, which
+/// would lengthen the last record.
+void TableDriver::RemoveStaleFile(const std::string& path) {
+  if (!run_.files.FileExists(path)) return;
+  try {
+    run_.files.RemoveFile(path);
+  } catch (const Error&) {
+    EmptyFile(run_.files, path);
+  }
+}
+
+std::string TableDriver::LocalSourceFile(const std::string& table) const {
+  return JoinPath(run_.state.settings.PCSyncSourcePath, FileNameOf(table));
+}
+std::string TableDriver::LocalResultFile(const std::string& table) const {
+  return JoinPath(run_.state.settings.PCSyncDestPath, FileNameOf(table));
+}
+std::string TableDriver::DeviceFile(const std::string& table) const {
+  return JoinPath(run_.state.settings.PDADBPath, FileNameOf(table));
+}
+
+void TableDriver::ShowStatus(const std::string& text) {
+  if (run_.state.InteractiveRun) run_.ui.SetStatus(text);
+}
+void TableDriver::AddProgressLine(const std::string& text) {
+  if (run_.state.InteractiveRun) run_.ui.AddProgressLine(text);
+}
+void TableDriver::AdvanceSpinner() {
+  if (run_.state.InteractiveRun) run_.ui.AdvanceSpinner(false);
+}
+void TableDriver::ShowMessage(const std::string& text, MessageIcon icon) {
+  if (run_.state.InteractiveRun) run_.ui.ShowMessage(text, "", MessageButtons::Ok, icon);
+}
+
+}  // namespace mv

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "run/RunContext.h"
+#include "sync/SyncContext.h"
+#include "sync/clsSyncableRS_ADO.h"
+#include "sync/clsSyncableRS_PDB.h"
+
+namespace mv {
+
+/// Carries one table at a time through the whole road: its file is copied from the handheld into the local source
+/// folder and loaded, merged with the desktop's table of the same name, and the merged table, written as a new file in
+/// the local destination folder, goes back to the handheld.
+///
+/// What the merge changed in the desktop database is committed right after the merge, before the new file goes back: a
+/// record's flag is never cleared on the handheld before its row is safe on the desktop. That is so as well when the
+/// merge is stopped by an error; the rows changed before it stay changed.
+class TableDriver {
+ public:
+  /// `run` must outlive the driver.
+  explicit TableDriver(const RunContext& run);
+  TableDriver(const TableDriver&) = delete;
+  TableDriver& operator=(const TableDriver&) = delete;
+
+  /// Synchronises one table. Success shows in TablesSynchronized only, which it increments; a copy that fails is logged
+  /// and skips the table. Every other error is raised and leaves the handheld's table as it was.
+  void SynchronizeTable(const std::string& table);
+
+ private:
+  bool RetrieveTable(const std::string& table);
+  void ReportNotRetrieved(const std::string& table, std::int32_t code);
+  void LoadSource(clsSyncableRS_PDB& source, const std::string& table);
+  std::unique_ptr<Connection> OpenDatabase();
+  std::unique_ptr<Recordset> OpenDesktopTable(Connection& connection, clsSyncableRS_ADO& desktop,
+                                              const std::string& table);
+  void CreateResult(clsSyncableRS_PDB& result, const Recordset& templateRS, const std::string& table);
+  void SetKeyInfo(clsSyncableRS_PDB& source, const std::string& table);
+  void Merge(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desktop, clsSyncableRS_PDB& result, Connection& connection,
+             const std::string& table);
+  void WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desktop, clsSyncableRS_PDB& result,
+                   const std::string& table);
+  void ReturnTable(IFileTransfer& transfer, const std::string& table);
+  void ReportReturned(const std::string& table);
+  void ReportNotReturned(const std::string& table, std::int32_t code);
+
+  void PrepareFolders();
+  void RemoveStaleFile(const std::string& path);
+  std::string LocalSourceFile(const std::string& table) const;
+  std::string LocalResultFile(const std::string& table) const;
+  std::string DeviceFile(const std::string& table) const;
+
+  // The window is told in interactive runs only, the log in both.
+  void ShowStatus(const std::string& text);
+  void AddProgressLine(const std::string& text);
+  void AdvanceSpinner();
+  void ShowMessage(const std::string& text, MessageIcon icon);
+  void Log(const std::string& line) { run_.log.WriteLogLine(line, false); }
+
+  const RunContext& run_;
+  SyncContext context_;
+};
+
+/// The transfer that every run uses; no setting or mode chooses another. All arguments must outlive it.
+std::unique_ptr<IFileTransfer> CreateFileTransfer(modWinCERAPIConnectionHandler& connection,
+                                                  modWinCEFileManagement& deviceFiles, platform::FileSystem& files);
+
+/// The text that ends a table's success line in the mode of `state`; error 9 for a mode outside 0 to 2.
+const std::string& ModeResultText(const RunState& state);
+
+}  // namespace mv
