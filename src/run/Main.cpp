@@ -1,0 +1,106 @@
+#include "run/Main.h"
+
+#include <ostream>
+
+#include "base/NumberText.h"
+#include "base/Text.h"
+#include "run/CurrentError.h"
+#include "run/SilentSync.h"
+#include "sync/SyncContext.h"
+
+namespace mv {
+namespace {
+
+constexpr const char* kNoWindow =
+    "MVPPCSync: this build has no window. Start it with -Mode0 (Synchronize), -Mode1 (Overwrite PDA) or -Mode2 "
+    "(Overwrite PC).\n";
+/// Two bare carriage returns between the sentences, as the message box has always had them.
+constexpr const char* kConnectText =
+    "Please connect your PDA to your PC, turn it on, then click Retry to continue.\r\rClick Cancel to end this "
+    "program.";
+constexpr const char* kConnectTitle = "Unable to Communicate with Pocket PC";
+
+void FillModeTexts(RunState& state) {
+  state.ModeResultTexts = {"Table Synchronized", "PC Table Replaced PDA Table", "PDA Table Replaced PC Table"};
+  state.ModeNames = {"Synchronize", "Overwrite PDA", "Overwrite PC"};
+}
+
+MessageAnswer AskToConnect(UserInterface& ui) {
+  return ui.ShowMessage(kConnectText, kConnectTitle, MessageButtons::RetryCancel, MessageIcon::Information);
+}
+
+/// False when the handheld does not answer and the program shall end.
+bool CheckDevice(const EntryContext& entry) {
+  const RunContext& run = entry.run;
+  while (!run.connection.ConnectDevice()) {
+    run.ui.SetHourglass(false);
+    run.connection.DisconnectDevice();
+    if (!run.state.InteractiveRun) return false;
+    if (AskToConnect(run.ui) == MessageAnswer::Retry) continue;
+    entry.window->Unload();
+    return false;
+  }
+  // Each transfer opens a connection of its own; this one has only proved that the handheld answers.
+  run.connection.DisconnectDevice();
+  return true;
+}
+
+ExitStatus RunSilently(const EntryContext& entry, std::int16_t mode) {
+  entry.run.state.settings.SyncMode = mode;
+  const ExitStatus status = SilentSync(entry.run);
+  CheckDevice(entry);
+  return status;
+}
+
+std::optional<ExitStatus> RunInteractively(const EntryContext& entry) {
+  const RunContext& run = entry.run;
+  if (entry.window == nullptr) {
+    entry.errors << kNoWindow;
+    return ExitStatus::Stopped;
+  }
+  run.state.InteractiveRun = true;
+  entry.window->Show();
+  run.ui.ProcessMessages();
+  if (!CheckDevice(entry)) return ExitStatus::NoHandheld;
+  entry.window->EnableStart();
+  run.ui.SetHourglass(false);
+  return std::nullopt;
+}
+
+std::optional<ExitStatus> Enter(const EntryContext& entry) {
+  const RunContext& run = entry.run;
+  entry.initCommonControls();
+  run.state.InteractiveRun = false;
+  run.ui.SetHourglass(true);
+  run.ui.ProcessMessages();
+  FillModeTexts(run.state);
+  run.state.settings = LoadSettings(run.settings, run.programFolder);
+  if (const auto mode = SilentModeOf(entry.commandLine)) return RunSilently(entry, *mode);
+  return RunInteractively(entry);
+}
+
+}  // namespace
+
+void ReportUnloggedError(const Error& error, std::ostream& errors) {
+  errors << "MVPPCSync: " << error.Source() << (error.Source().empty() ? "" : ": ")
+         << "Error: " << TextOfInteger(error.Number()) << " has occurred. Description: " << error.Description() << "\n";
+}
+
+std::optional<std::int16_t> SilentModeOf(const std::string& commandLine) {
+  const std::string wanted = AsciiUpper(Trim(commandLine));
+  if (wanted == "-MODE0") return sync_modes::kSynchronize;
+  if (wanted == "-MODE1") return sync_modes::kOverwritePda;
+  if (wanted == "-MODE2") return sync_modes::kOverwritePc;
+  return std::nullopt;
+}
+
+std::optional<ExitStatus> Main(const EntryContext& entry) {
+  try {
+    return Enter(entry);
+  } catch (...) {
+    ReportUnloggedError(CurrentError(), entry.errors);
+    return ExitStatus::Stopped;
+  }
+}
+
+}  // namespace mv

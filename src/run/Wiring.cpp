@@ -1,0 +1,57 @@
+#include "run/Wiring.h"
+
+#include <utility>
+
+#include "config/IniSettingsStore.h"
+#include "device/FolderRapi.h"
+#include "device/NoRapi.h"
+#include "jet/JetConnection.h"
+#include "run/TableDriver.h"
+
+namespace mv {
+namespace {
+
+std::unique_ptr<Rapi> MakeRapi(platform::FileSystem& files, const std::string& handheldRoot) {
+  if (handheldRoot.empty()) return std::make_unique<NoRapi>();
+  return std::make_unique<FolderRapi>(files, handheldRoot);
+}
+
+/// The device modules know neither the log nor the window.
+DeviceHooks MakeHooks(RunState& state, SyncLog& log, UserInterface& ui) {
+  return {[&log](const std::string& line) { log.WriteLogLine(line, false); },
+          [&state, &ui] {
+            if (state.InteractiveRun) ui.AdvanceSpinner(false);
+          },
+          [&ui] { ui.SetHourglass(true); }, [&ui] { ui.ProcessMessages(); }};
+}
+
+}  // namespace
+
+Wiring::Wiring(std::string commandLine)
+    : commandLine_(std::move(commandLine)),
+      files_(platform::MakeFileSystem()),
+      programFolder_(platform::ProgramFolder()),
+      settings_(
+          std::make_unique<IniSettingsStore>(*files_, SettingsFolder(platform::EnvironmentVariable, programFolder_))),
+      log_(*files_, state_.settings),
+      ui_(std::make_unique<SilentUserInterface>()),
+      rapi_(MakeRapi(*files_, LoadHandheldRoot(*settings_))),
+      hooks_(MakeHooks(state_, log_, *ui_)),
+      connection_(*rapi_, hooks_),
+      deviceFiles_(*rapi_, connection_, *files_, hooks_),
+      databases_(std::make_unique<jet::JetDatabaseProvider>(*files_)),
+      run_{state_,       log_,
+           *ui_,         *settings_,
+           *databases_,  connection_,
+           deviceFiles_, [this] { return CreateFileTransfer(connection_, deviceFiles_, *files_); },
+           *files_,      shell_,
+           clock_,       programFolder_} {}
+
+int Wiring::Run(std::ostream& errors) {
+  const EntryContext entry{run_, commandLine_, window_.get(), [] { return true; }, errors};
+  if (const auto status = Main(entry)) return static_cast<int>(*status);
+  window_->RunUntilClosed();
+  return static_cast<int>(ExitStatus::Success);
+}
+
+}  // namespace mv

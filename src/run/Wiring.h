@@ -1,0 +1,42 @@
+#pragma once
+
+#include <iosfwd>
+#include <memory>
+#include <string>
+
+#include "device/Rapi.h"
+#include "run/Main.h"
+
+namespace mv {
+
+/// The program put together: the one place that chooses production objects. Owns them all.
+class Wiring {
+ public:
+  /// Reads the settings as far as they decide on an object. Raises when they cannot be read.
+  explicit Wiring(std::string commandLine);
+  Wiring(const Wiring&) = delete;
+  Wiring& operator=(const Wiring&) = delete;
+
+  /// Runs the program to its end; returns the process's exit status.
+  int Run(std::ostream& errors);
+
+ private:
+  std::string commandLine_;
+  std::unique_ptr<platform::FileSystem> files_;
+  platform::SystemShell shell_;
+  platform::SystemClock clock_;
+  std::string programFolder_;
+  std::unique_ptr<SettingsStore> settings_;
+  RunState state_;
+  SyncLog log_;
+  std::unique_ptr<UserInterface> ui_;
+  std::unique_ptr<MainWindow> window_;  ///< null while there is no window to show
+  std::unique_ptr<Rapi> rapi_;
+  DeviceHooks hooks_;
+  modWinCERAPIConnectionHandler connection_;
+  modWinCEFileManagement deviceFiles_;
+  std::unique_ptr<DatabaseProvider> databases_;
+  RunContext run_;
+};
+
+}  // namespace mv
