@@ -158,9 +158,12 @@ bool cFileIO::ReadErrorHandler(std::string& text, std::int32_t& number) const {
 
 std::int32_t cFileIO::FileSize() {
   if (!file_) return 0;
-  std::int32_t size = 0;
-  Try(kFileSizeTag, [&] { size = static_cast<std::int32_t>(file_->Size()); });
-  return size;
+  try {
+    return static_cast<std::int32_t>(file_->Size());
+  } catch (const Error& error) {
+    SetError(kFileSizeTag, error);
+    return 0;
+  }
 }
 
 std::string cFileIO::FullFileName() const {

@@ -50,7 +50,7 @@ class cFileIO {
   bool IsEOF();
   /// The last failure: true with its text and number, or false with "" and 0 when the last operation succeeded.
   bool ReadErrorHandler(std::string& text, std::int32_t& number) const;
-  /// Bytes in the open file, the low 32 bits of the count; 0 without one.
+  /// Bytes in the open file, the low 32 bits of the count; 0 without one. Leaves an earlier error to be read.
   std::int32_t FileSize();
 
   std::string FullFileName() const;

@@ -337,6 +337,7 @@ TEST_F(cFileIOTest, AFailingDeviceIsReportedWithTheTagOfTheMember) {
   EXPECT_EQ(ErrorNumber(), errors::kDeviceIo);
   files_.FailWrite(1);
   EXPECT_FALSE(file_.WriteByteArray(Bytes{1, 2}));
+  EXPECT_FALSE(file_.IsEOF());
   EXPECT_EQ(ErrorText(), "modMain.WriteData():Disk full");
   EXPECT_EQ(file_.CurrentPos(), 0);
   file_.SetCursorPos(3);
