@@ -455,6 +455,37 @@ TEST_F(cFileIOTest, ValidateFileLeavesAnExistingFileUnchanged) {
   EXPECT_EQ(Content("marked").size(), 4u);
 }
 
+/// A file whose size a 32-bit cursor cannot hold; writes down how it is cut.
+class HugeFile : public platform::File {
+ public:
+  explicit HugeFile(std::vector<std::uint64_t>& cuts) : cuts_(cuts) {}
+  std::uint64_t Size() const override { return 5'000'000'000; }
+  std::size_t ReadAt(std::uint64_t, ByteSpan) override { return 0; }
+  void WriteAt(std::uint64_t, ByteView) override {}
+  void Resize(std::uint64_t size) override { cuts_.push_back(size); }
+  void Sync() override {}
+
+ private:
+  std::vector<std::uint64_t>& cuts_;
+};
+
+class HugeFileSystem : public MemoryFileSystem {
+ public:
+  std::unique_ptr<platform::File> Open(const std::string&, platform::Access, platform::Disposition,
+                                       platform::Sharing) override {
+    return std::make_unique<HugeFile>(cuts);
+  }
+  std::vector<std::uint64_t> cuts;
+};
+
+TEST(cFileIOHugeTest, ValidateFileDoesNotCutAFileThatTheCursorCannotMeasure) {
+  HugeFileSystem files;
+  RecordingShell shell;
+  cFileIO file(files, shell, "C:\\");
+  file.ValidateFile("huge");
+  EXPECT_TRUE(files.cuts.empty());
+}
+
 TEST_F(cFileIOTest, ValidateFileSwallowsItsErrors) {
   EXPECT_FALSE(file_.ValidateFile("C:\\none\\file"));
   EXPECT_EQ(ErrorText(), "");

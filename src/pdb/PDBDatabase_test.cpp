@@ -323,6 +323,17 @@ TEST_F(PDBDatabaseTest, AReopenedObjectStartsAnew) {
   EXPECT_EQ(database_->RecordCount(), 0);
 }
 
+TEST_F(PDBDatabaseTest, OpeningAnotherTableWithoutClosingTheFirstReadsTheOther) {
+  Bytes other = ThreeRecords();
+  other[104] = 0xEE;
+  files_.Put("C:\\tables\\u.pdb", other);
+  OpenFileOf(ThreeRecords());
+  EXPECT_EQ(ByIndex(1).hex, "A1 A2");
+  database_->PDBDatabaseName("u");
+  ASSERT_TRUE(database_->OpenDatabase());
+  EXPECT_EQ(ByIndex(1).hex, "EE A2");
+}
+
 // --- Damaged files --------------------------------------------------------------------------------------------------
 
 TEST_F(PDBDatabaseTest, AFileShorterThanItsHeaderOrListIsOutOfRange) {
