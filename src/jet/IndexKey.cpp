@@ -9,6 +9,8 @@
 
 #include "base/ByteOrder.h"
 #include "base/Error.h"
+#include "jet/Decimal.h"
+#include "jet/Guid.h"
 #include "jet/JetErrors.h"
 #include "jet/TextKeys.h"
 
@@ -38,11 +40,10 @@ constexpr std::uint8_t kAscendingNull = 0x00;
 constexpr std::uint8_t kDescendingNull = 0xFF;
 constexpr std::uint8_t kTrue = 0x00;
 constexpr std::uint8_t kFalse = 0xFF;
+constexpr std::uint8_t kPositive = 0xFF;
 constexpr std::uint8_t kTextEnd = 0x00;
 constexpr std::uint8_t kMoreGroups = 0x09;
 constexpr std::size_t kGroupSize = 8;
-constexpr std::size_t kGuidSize = 16;
-constexpr std::size_t kMagnitudeSize = 16;
 constexpr std::size_t kLongestKey = 510;
 
 constexpr SortOrder kGeneral = {0x0409, 0, 0};
@@ -108,6 +109,10 @@ void AppendFloat(Bytes& key, Float value) {
   AppendBig(key, (bits & kTopBit) != 0 ? ~bits : bits | kTopBit);
 }
 
+void Invert(Bytes& key, std::size_t from) {
+  for (std::size_t i = from; i < key.size(); ++i) key[i] = static_cast<std::uint8_t>(~key[i]);
+}
+
 /// The groups of Binary and GUID; `flip` is FF for descending keys.
 void AppendGroups(Bytes& key, ByteView bytes, std::uint8_t flip) {
   while (!bytes.empty()) {
@@ -120,78 +125,12 @@ void AppendGroups(Bytes& key, ByteView bytes, std::uint8_t flip) {
   }
 }
 
-int HexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
-
-/// The 16 bytes of "{01234567-89AB-CDEF-0123-456789ABCDEF}" as printed. Error 13 for other texts.
-std::array<std::uint8_t, kGuidSize> GuidFromText(const std::string& text) {
-  constexpr std::string_view kForm = "{xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx}";
-  if (text.size() != kForm.size()) throw StandardError(errors::kTypeMismatch);
-  std::array<std::uint8_t, kGuidSize> bytes{};
-  std::size_t digits = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const int digit = HexDigit(text[i]);
-    const bool fits = kForm[i] == 'x' ? digit >= 0 : text[i] == kForm[i];
-    if (!fits) throw StandardError(errors::kTypeMismatch);
-    if (kForm[i] != 'x') continue;
-    std::uint8_t& byte = bytes[digits++ / 2];
-    byte = static_cast<std::uint8_t>(byte << 4 | digit);
-  }
-  return bytes;
-}
-
-/// A magnitude of 128 bits, most significant byte first.
-class Magnitude {
- public:
-  /// Appends a decimal digit. Error 6 when the number no longer fits.
-  void AppendDigit(unsigned digit) {
-    unsigned carry = digit;
-    for (std::size_t i = kMagnitudeSize; i-- > 0;) {
-      carry += bytes_[i] * 10u;
-      bytes_[i] = static_cast<std::uint8_t>(carry & 0xFF);
-      carry >>= 8;
-    }
-    if (carry != 0) throw StandardError(errors::kOverflow);
-  }
-  bool IsZero() const {
-    return std::all_of(bytes_.begin(), bytes_.end(), [](std::uint8_t byte) { return byte == 0; });
-  }
-  ByteView View() const { return bytes_; }
-
- private:
-  std::array<std::uint8_t, kMagnitudeSize> bytes_{};
-};
-
-/// `digits` ("12.5") as a whole number of 10^-scale units; decimals beyond the scale are cut. Error 13 for other texts.
-Magnitude MagnitudeFromDigits(std::string_view digits, unsigned scale) {
-  const std::size_t point = std::min(digits.find('.'), digits.size());
-  const std::string_view whole = digits.substr(0, point);
-  const std::string_view decimals = digits.substr(std::min(point + 1, digits.size()));
-  const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-  if (whole.size() + decimals.size() == 0 || !std::all_of(whole.begin(), whole.end(), isDigit) ||
-      !std::all_of(decimals.begin(), decimals.end(), isDigit)) {
-    throw StandardError(errors::kTypeMismatch);
-  }
-  Magnitude magnitude;
-  for (const char c : whole) magnitude.AppendDigit(static_cast<unsigned>(c - '0'));
-  for (std::size_t i = 0; i < scale; ++i) {
-    magnitude.AppendDigit(i < decimals.size() ? static_cast<unsigned>(decimals[i] - '0') : 0);
-  }
-  return magnitude;
-}
-
-void AppendDecimal(Bytes& key, std::string_view text, unsigned scale) {
-  const bool hasMinus = !text.empty() && text.front() == '-';
-  if (hasMinus) text.remove_prefix(1);
-  const Magnitude magnitude = MagnitudeFromDigits(text, scale);
-  const bool negative = hasMinus && !magnitude.IsZero();
-  const std::uint8_t flip = negative ? 0xFF : 0x00;
-  key.push_back(static_cast<std::uint8_t>(0xFF ^ flip));
-  for (const std::uint8_t byte : magnitude.View()) key.push_back(static_cast<std::uint8_t>(byte ^ flip));
+void AppendDecimal(Bytes& key, const Column& column, const std::string& text) {
+  const Decimal decimal = DecimalFromText(text, column.precision, column.scale);
+  const std::size_t from = key.size();
+  key.push_back(kPositive);
+  for (const std::uint32_t word : decimal.magnitude) AppendBig(key, word);
+  if (decimal.negative) Invert(key, from);
 }
 
 void AppendText(Bytes& key, const Column& column, const std::string& text) {
@@ -199,10 +138,6 @@ void AppendText(Bytes& key, const Column& column, const std::string& text) {
   if (!unknown) return;
   throw UnsupportedError("column " + Quoted(column.name) + " is part of an index and its text has the character U+" +
                          Hex(*unknown, 4) + ", whose place in the sort order is not known");
-}
-
-void Invert(Bytes& key, std::size_t from) {
-  for (std::size_t i = from; i < key.size(); ++i) key[i] = static_cast<std::uint8_t>(~key[i]);
 }
 
 /// The ascending value bytes of the types whose descending form is all bytes inverted.
@@ -230,7 +165,7 @@ void AppendPlainValue(Bytes& key, const Column& column, const Value& value) {
       AppendFloat<std::uint64_t>(key, As<Date>(value).days);
       return;
     case ColumnType::Decimal:
-      AppendDecimal(key, As<std::string>(value), column.scale);
+      AppendDecimal(key, column, As<std::string>(value));
       return;
     case ColumnType::Text:
     case ColumnType::Memo:
