@@ -2,11 +2,14 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "BenchTable.h"
 #include "mvtool/DemoFolder.h"
 #include "mvtool/SampleDatabase.h"
 #include "platform/Shell.h"
+#include "recordset/MemoryRecordset.h"
 #include "support/MemoryFileSystem.h"
 #include "sync/clsSyncableRS_PDB.h"
 
@@ -41,11 +44,18 @@ std::unique_ptr<clsSyncableRS_PDB> Loaded(const BenchRun& run, const char* file)
   return table;
 }
 
+/// A recordset with the table's fields alone, as the desktop's table has them.
+MemoryRecordset TemplateOf(const clsSyncableRS_PDB& source) {
+  std::vector<FieldDefinition> fields = source.adors().Fields();
+  fields.resize(static_cast<std::size_t>(source.nSyncableFields()));
+  return MemoryRecordset(std::move(fields));
+}
+
 /// Writes all rows of `source` to the result file.
 void WriteResult(const BenchRun& run, clsSyncableRS_PDB& source) {
   clsSyncableRS_PDB result(run.Context());
   Recordset& rows = source.adors();
-  result.createDB(kResultFile, rows);
+  result.createDB(kResultFile, TemplateOf(source));
   result.closeDB();
   result.openDB(kResultFile);
   for (rows.MoveFirst(); !rows.Eof(); rows.MoveNext()) result.copyRecordToNative(source);
