@@ -91,6 +91,9 @@ class FileSystem {
 /// The file system of this machine.
 std::unique_ptr<FileSystem> MakeFileSystem();
 
+/// Writes all of `from` into `to` at the same offsets.
+void CopyContent(File& from, File& to);
+
 /// Reads a whole file. Error 53 and the rest as FileSystem::Open.
 Bytes ReadWhole(FileSystem& files, const std::string& path);
 

@@ -19,7 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kCopyPiece = 1 << 20;
 constexpr const char* kStagedSuffix = ".writing";
 
 std::string FolderOf(const std::string& native) {
@@ -222,15 +221,6 @@ std::unique_ptr<PosixFile> HoldExisting(const std::string& native) {
   std::error_code ignored;
   if (!fs::exists(native, ignored)) return nullptr;
   return OpenNative(native, Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
-}
-
-void CopyContent(PosixFile& from, PosixFile& to) {
-  Bytes piece(kCopyPiece);
-  std::size_t count = piece.size();
-  for (std::uint64_t offset = 0; count == piece.size(); offset += count) {
-    count = from.ReadAt(offset, piece);
-    to.WriteAt(offset, ByteView(piece).first(count));
-  }
 }
 
 class PosixFileSystem : public FileSystem {

@@ -11,7 +11,7 @@
 namespace mv::platform {
 namespace {
 
-constexpr std::size_t kCopyPiece = 1 << 20;
+constexpr std::size_t kLongestPiece = 1 << 20;
 constexpr const char* kStagedSuffix = ".writing";
 
 /// The program's error for a system error code.
@@ -117,7 +117,9 @@ class WindowsFile : public File {
   }
 
  private:
-  static DWORD PieceLength(std::size_t length) { return static_cast<DWORD>(length < kCopyPiece ? length : kCopyPiece); }
+  static DWORD PieceLength(std::size_t length) {
+    return static_cast<DWORD>(length < kLongestPiece ? length : kLongestPiece);
+  }
 
   Handle handle_;
 };
@@ -202,15 +204,6 @@ class StagedFile {
 void CheckNotHeld(const std::wstring& native) {
   if (::GetFileAttributesW(native.c_str()) == INVALID_FILE_ATTRIBUTES) return;
   OpenNative(native, Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
-}
-
-void CopyContent(File& from, File& to) {
-  Bytes piece(kCopyPiece);
-  std::size_t count = piece.size();
-  for (std::uint64_t offset = 0; count == piece.size(); offset += count) {
-    count = from.ReadAt(offset, piece);
-    to.WriteAt(offset, ByteView(piece).first(count));
-  }
 }
 
 class WindowsFileSystem : public FileSystem {
