@@ -30,6 +30,8 @@ Error NoSuchTableError(const std::string& table) {
                    "'. Make sure it exists and that its name is spelled correctly.");
 }
 
-Error ConstraintError(const std::string& description) { return Error(errors::kJetConstraint, "", description); }
+Error ConstraintError(const std::string& description) {
+  return Error(errors::kJetConstraint, "", description);
+}
 
 }  // namespace mv::jet
