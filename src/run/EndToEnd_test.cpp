@@ -363,6 +363,12 @@ TEST_F(EndToEndTest, ASecondSynchronizeChangesNeitherSide) {
   EXPECT_EQ(DeviceTable(kVehicle), vehicles);
 }
 
+TEST_F(EndToEndTest, ASourceFolderThatIsTheHandheldsOwnTakesNoTableAway) {
+  settings_.Put("PPC_Mobile", "PCSyncSourcePath", folder_.File("handheld\\Program Files\\Motorva"));
+  EXPECT_EQ(Run("-Mode0"), ExitStatus::Success);
+  EXPECT_EQ(testing::ToHex(DeviceTable(kVehicle)), testing::ToHex(kSynchronized));
+}
+
 TEST_F(EndToEndTest, ADatabaseOpenElsewhereIsLeftAlone) {
   const std::string before = folder_.Read("desktop/Motorva.db");
   {

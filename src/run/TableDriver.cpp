@@ -33,12 +33,28 @@ void CommitAfterError(Connection& connection) {
   }
 }
 
-/// For a file that may be written but not removed.
+/// A file that cannot be emptied cannot be written either; that shows as a failed copy.
 void EmptyFile(platform::FileSystem& files, const std::string& path) {
   try {
     files.Open(path, platform::Access::Write, platform::Disposition::CreateAlways, platform::Sharing::None);
   } catch (const Error&) {
-    // It cannot be written either; that shows as a failed copy.
+  }
+}
+
+bool PutInPlace(platform::FileSystem& files, const std::string& from, const std::string& to) {
+  try {
+    files.RenameFile(from, to);
+    return true;
+  } catch (const Error&) {
+    return false;
+  }
+}
+
+/// Tidies up after a failure that is reported anyway.
+void RemoveQuietly(platform::FileSystem& files, const std::string& path) {
+  try {
+    files.RemoveFile(path);
+  } catch (const Error&) {
   }
 }
 
@@ -99,13 +115,26 @@ bool TableDriver::RetrieveTable(const std::string& table) {
   Log(log_texts::Retrieving(table));
   run_.ui.ProcessMessages();
   PrepareFolders();
-  RemoveStaleFile(LocalSourceFile(table));
-  const DeviceCopyResult result =
-      run_.deviceFiles.CopyFileFromDevice(DeviceFile(table), LocalSourceFile(table), Overwrite::Yes);
+  const DeviceCopyResult result = CopyFromDevice(table);
   AdvanceSpinner();
   if (result == DeviceCopyResult::Copied) return true;
   ReportNotRetrieved(table, static_cast<std::int32_t>(result));
   return false;
+}
+
+/// The copy writes over the start of an existing file and leaves what lies behind, which would lengthen the last
+/// record. So it goes into an empty file, which then takes the place of an earlier run's. (Removing that one first
+/// would take the table away where the source folder happens to be the handheld's own.)
+DeviceCopyResult TableDriver::CopyFromDevice(const std::string& table) {
+  const std::string local = LocalSourceFile(table);
+  const std::string arriving = run_.files.StagedName(local);
+  EmptyFile(run_.files, arriving);
+  DeviceCopyResult result = run_.deviceFiles.CopyFileFromDevice(DeviceFile(table), arriving, Overwrite::Yes);
+  if (result == DeviceCopyResult::Copied && !PutInPlace(run_.files, arriving, local)) {
+    result = DeviceCopyResult::WriteFailed;
+  }
+  if (result != DeviceCopyResult::Copied) RemoveQuietly(run_.files, arriving);
+  return result;
 }
 
 void TableDriver::ReportNotRetrieved(const std::string& table, std::int32_t code) {
@@ -229,17 +258,6 @@ void TableDriver::PrepareFolders() {
       run_.files.CreateFolders(*folder);
     } catch (const Error&) {
     }
-  }
-}
-
-/// The copy from the handheld overwrites the bytes of an existing file in place and leaves what lies behind them, which
-/// would lengthen the last record.
-void TableDriver::RemoveStaleFile(const std::string& path) {
-  if (!run_.files.FileExists(path)) return;
-  try {
-    run_.files.RemoveFile(path);
-  } catch (const Error&) {
-    EmptyFile(run_.files, path);
   }
 }
 

@@ -30,6 +30,7 @@ class TableDriver {
 
  private:
   bool RetrieveTable(const std::string& table);
+  DeviceCopyResult CopyFromDevice(const std::string& table);
   void ReportNotRetrieved(const std::string& table, std::int32_t code);
   void LoadSource(clsSyncableRS_PDB& source, const std::string& table);
   std::unique_ptr<Connection> OpenDatabase();
@@ -46,7 +47,6 @@ class TableDriver {
   void ReportNotReturned(const std::string& table, std::int32_t code);
 
   void PrepareFolders();
-  void RemoveStaleFile(const std::string& path);
   std::string LocalSourceFile(const std::string& table) const;
   std::string LocalResultFile(const std::string& table) const;
   std::string DeviceFile(const std::string& table) const;

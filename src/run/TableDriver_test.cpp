@@ -290,9 +290,29 @@ TEST_F(TableDriverTest, AResultThatCannotBeReadBackDoesNotReachTheHandheld) {
 
 TEST_F(TableDriverTest, ALongerLocalFileOfAnEarlierRunDoesNotLengthenTheTable) {
   world_.files.Put(kSourceFile, Bytes(100'000, 'x'));
+  world_.files.Put(kSourceFile + ".writing", Bytes(100'000, 'y'));
   const Bytes before = world_.rapi.Content(kDeviceFile);
   Synchronize();
   EXPECT_EQ(world_.files.Content(kSourceFile), before);
+  EXPECT_EQ(world_.files.List("C:\\Cars\\sync\\source").size(), 1u);
+}
+
+TEST_F(TableDriverTest, AFailedCopyLeavesTheLocalFileOfAnEarlierRunAndNothingElse) {
+  world_.files.Put(kSourceFile, {1, 2, 3});
+  world_.rapi.Fail("CeReadFile", 0, 1);
+  Synchronize();
+  EXPECT_EQ(world_.files.Content(kSourceFile), (Bytes{1, 2, 3}));
+  EXPECT_EQ(world_.files.List("C:\\Cars\\sync\\source").size(), 1u);
+}
+
+TEST_F(TableDriverTest, ALocalFileThatCannotBeReplacedShowsAsAFailedCopy) {
+  world_.files.Put(kSourceFile, {1, 2, 3});
+  const auto held = world_.files.Open(kSourceFile, platform::Access::Read, platform::Disposition::OpenExisting,
+                                      platform::Sharing::All);
+  Synchronize();
+  EXPECT_TRUE(world_.Log().ends_with("Function returned code: 5 - Not Avail/In-Use\r\n"));
+  EXPECT_TRUE(world_.database.calls.empty());
+  EXPECT_EQ(world_.files.List("C:\\Cars\\sync\\source").size(), 1u);
 }
 
 TEST_F(TableDriverTest, AnOldResultNeverGoesBackInThePlaceOfOneThatCannotBeWritten) {
