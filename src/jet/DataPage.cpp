@@ -125,6 +125,7 @@ void DataPage::Replace(std::size_t slot, ByteView row, SlotState state) {
 ByteSpan DataPage::Resize(std::size_t slot, std::size_t length) {
   const Extent old = ExtentOf(slot);
   const std::size_t oldLength = old.end - old.start;
+  if (length == oldLength) return MutableRow(slot);
   if (length > oldLength + FreeSpace()) Damaged("has no room for a longer row");
   const std::size_t lowest = LowestRow();
   const std::size_t kept = std::min(length, oldLength);
@@ -162,7 +163,6 @@ void DataPage::SetSlot(std::size_t slot, std::size_t offset, SlotState state) {
 /// Adds `distance` to the offsets of the slots from `from` on. Checks all of them before the first changes.
 void DataPage::ShiftSlots(std::size_t from, std::ptrdiff_t distance) {
   for (std::size_t slot = from; slot < SlotCount(); ++slot) ExtentOf(slot);
-  if (distance == 0) return;
   for (std::size_t slot = from; slot < SlotCount(); ++slot) {
     const auto offset = static_cast<std::size_t>(static_cast<std::ptrdiff_t>(RowStart(slot)) + distance);
     SetSlot(slot, offset, State(slot));

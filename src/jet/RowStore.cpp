@@ -123,11 +123,20 @@ std::optional<PageNumber> RowStore::PageWithRoom(std::size_t length) {
 }
 
 PageNumber RowStore::NewPage() {
+  const std::optional<PageNumber> first = owned_.Lowest();
   const PageNumber number = freePages_.Allocate();
   DataPage::Format(file_.Write(number), tablePage_);
   owned_.Add(number, freePages_);
   freeSpace_.Add(number, freePages_);
+  // An empty first page stays only as long as it is the first.
+  if (first && number < *first && DataPageView(file_, *first).IsEmpty()) FreePage(*first);
   return number;
+}
+
+void RowStore::FreePage(PageNumber number) {
+  owned_.Remove(number);
+  freeSpace_.Remove(number);
+  freePages_.Free(number);
 }
 
 void RowStore::Replace(RowId home, ByteView row) {
@@ -165,13 +174,11 @@ void RowStore::Remove(RowId home) {
 void RowStore::RemoveSlot(RowId row) {
   DataPage page(file_, row.page);
   page.Remove(row.slot);
-  if (!page.IsEmpty() || row.page == owned_.Lowest()) {
+  if (page.IsEmpty() && row.page != owned_.Lowest()) {
+    FreePage(row.page);
+  } else {
     NoteSpace(row.page);
-    return;
   }
-  owned_.Remove(row.page);
-  freeSpace_.Remove(row.page);
-  freePages_.Free(row.page);
 }
 
 /// Lists a page as having room, or not, after its free space has changed.

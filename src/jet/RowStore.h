@@ -53,6 +53,7 @@ class RowStore {
   RowId Place(ByteView row, Where where);
   std::optional<PageNumber> PageWithRoom(std::size_t length);
   PageNumber NewPage();
+  void FreePage(PageNumber number);
   void RemoveSlot(RowId row);
   void NoteSpace(PageNumber number);
 

@@ -170,6 +170,19 @@ TEST_F(RowStoreTest, EmptyPage_IsFreedButTheFirstOneStays) {
   EXPECT_EQ(Scan(), (std::vector<RowId>{rows[4], rows[5]}));
 }
 
+TEST_F(RowStoreTest, EmptyFirstPage_IsFreedWhenALowerPageBecomesTheFirst) {
+  const RowId a = rows_.Insert(Bytes(1900, 1));
+  rows_.Insert(Bytes(1900, 1));
+  rows_.Insert(Bytes(4000, 1));
+  FreePages(storage_.File()).Free(9);
+  rows_.Remove(a);
+  rows_.Remove({22, 1});
+  EXPECT_EQ(Owned(), (std::vector<PageNumber>{22, 23}));
+  EXPECT_EQ(rows_.Insert(Bytes(4079, 1)), (RowId{9, 0}));  // does not fit beside two dead slots
+  EXPECT_EQ(Owned(), (std::vector<PageNumber>{9, 23}));
+  EXPECT_TRUE(UsageMap(storage_.File(), {1, 0}).Contains(22));
+}
+
 TEST_F(RowStoreTest, PageOfLandingRowsOnly_IsNotEmpty) {
   const RowId a = rows_.Insert(Bytes(2000, 1));
   rows_.Insert(Bytes(2000, 2));

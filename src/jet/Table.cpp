@@ -13,6 +13,20 @@ std::size_t PositionOf(const TableDefinition& table, std::uint16_t columnId) {
   return static_cast<std::size_t>(table.ColumnById(columnId) - table.columns.data());
 }
 
+constexpr PageNumber kFilesOwnMaps = 1;
+
+/// Changing a table through a map that serves something else as well would damage that.
+bool SharesMaps(const TableDefinition& table) {
+  std::vector<RowId> maps = {table.ownedPages, table.freeSpacePages};
+  for (const IndexData& index : table.indexData) maps.push_back(index.map);
+  for (const Column& column : table.columns) {
+    if (!column.longValuePages.IsNone()) maps.push_back(column.longValuePages);
+    if (!column.longValueFreeSpace.IsNone()) maps.push_back(column.longValueFreeSpace);
+  }
+  std::sort(maps.begin(), maps.end());
+  return maps.front().page <= kFilesOwnMaps || std::adjacent_find(maps.begin(), maps.end()) != maps.end();
+}
+
 }  // namespace
 
 Table::Table(PageFile& file, TableDefinition definition, std::vector<ColumnRules> rules)
@@ -23,6 +37,7 @@ Table::Table(PageFile& file, TableDefinition definition, std::vector<ColumnRules
       layout_(definition_),
       rows_(file, definition_.page, definition_.ownedPages, definition_.freeSpacePages) {
   rules_.resize(definition_.columns.size());
+  sharesMaps_ = SharesMaps(definition_);
   for (const Column& column : definition_.columns) {
     longValues_.emplace_back();
     if (column.IsLongValue()) longValues_.back().emplace(file_, column);

@@ -32,7 +32,7 @@ struct ColumnRules {
 /// Checks come before the first change, and a change that fails is rolled back whole. They raise ConstraintError, with
 /// the platform's text and the names of table and column or index, for a value that does not fit its column, a null
 /// where one is not allowed and a duplicate key; UnsupportedError for a table that takes part in an enforced relation
-/// and for an index that the engine could not keep right.
+/// and for an index that the engine could not keep right; DamagedFileError for a table whose maps are not its own.
 ///
 /// The work for one row does not grow with the table (but with the depth of its indexes). One object for each table at
 /// a time; it may stay open while others change other tables.
@@ -90,7 +90,7 @@ class Table {
   Value CellValue(const RowLayout::Row& row, std::size_t column) const;
   bool HoldsValue(const RowLayout::Row& row, std::size_t column, const Draft& draft, const Value& value) const;
 
-  void RequireNoRelation() const;
+  void RequireChangeable() const;
   void RequireWritable(std::size_t index) const;
   void RequireAllWritable() const;
   Value CheckedValue(std::size_t column, const Value& value) const;
@@ -125,6 +125,7 @@ class Table {
   std::vector<IndexTree> trees_;                        ///< by number of the index data block
   std::vector<std::vector<std::size_t>> keyPositions_;  ///< columns of each index, by position
   std::optional<std::size_t> fixedAreaOfNewRows_;
+  bool sharesMaps_ = false;  ///< the definition names one map twice, or one of the file's own maps
 
   std::uint64_t changes_ = 0;
   mutable std::optional<std::int64_t> count_;

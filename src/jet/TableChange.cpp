@@ -89,7 +89,7 @@ RowId Table::Insert(std::vector<Value> values) {
 
 void Table::Update(RowId row, std::span<const std::size_t> columns, std::span<const Value> values) {
   if (columns.size() != values.size()) throw StandardError(errors::kRecordsetArgument);
-  RequireNoRelation();
+  RequireChangeable();
   const ByteView stored = rows_.Read(row);
   const Bytes oldBytes(stored.begin(), stored.end());
   const RowLayout::Row oldRow = layout_.Parse(oldBytes);
@@ -152,11 +152,12 @@ void Table::Delete(RowId row) {
 
 // Checks.
 
-void Table::RequireNoRelation() const {
+void Table::RequireChangeable() const {
   const auto isRelation = [](const LogicalIndex& index) { return index.kind == LogicalIndex::Kind::Relation; };
   if (std::any_of(definition_.indexes.begin(), definition_.indexes.end(), isRelation)) {
     throw UnsupportedError("table '" + definition_.name + "' takes part in an enforced relation");
   }
+  if (sharesMaps_) throw DamagedFileError("table '" + definition_.name + "' shares a page map");
 }
 
 void Table::RequireWritable(std::size_t index) const {
@@ -166,7 +167,7 @@ void Table::RequireWritable(std::size_t index) const {
 }
 
 void Table::RequireAllWritable() const {
-  RequireNoRelation();
+  RequireChangeable();
   for (std::size_t index = 0; index < trees_.size(); ++index) RequireWritable(index);
 }
 

@@ -208,6 +208,22 @@ TEST_F(TableChangeTest, TableOfAnEnforcedRelation_IsReadButNotChanged) {
   UnsupportedText([&] { table->Delete(row); });
 }
 
+TEST_F(TableChangeTest, TableWhoseMapsServeSomethingElse_IsReadButNotChanged) {
+  Table& plain = database_.Add(JetTable("T").Text("K", 9).Column("M", ColumnType::Memo).PrimaryKey("K"));
+  const RowId row = plain.Insert({Text("a"), Null()});
+  std::vector<TableDefinition> definitions(4, plain.Definition());
+  definitions[0].freeSpacePages = definitions[0].ownedPages;
+  definitions[1].freeSpacePages = {1, 0};
+  definitions[2].indexData[0].map = definitions[2].columns[1].longValuePages;
+  definitions[3].columns[1].longValueFreeSpace = {1, 1};
+  for (const TableDefinition& definition : definitions) {
+    const auto table = Reopened(definition);
+    EXPECT_EQ(table->ReadValue(row, 0), Value(Text("a")));
+    UnsupportedText([&] { table->Insert({Text("b"), Null()}); });
+    UnsupportedText([&] { table->Delete(row); });
+  }
+}
+
 TEST_F(TableChangeTest, TextIndexOfAnotherSortOrder_ForbidsWhatWouldChangeIt) {
   Table& plain = database_.Add(JetTable("T").Text("K", 9).Text("X", 9).PrimaryKey("K"));
   const RowId row = plain.Insert({Text("a"), Null()});
