@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
 #include <set>
 #include <string>
@@ -12,7 +11,7 @@
 #include "jet/Database.h"
 #include "jet/IndexKey.h"
 #include "jet/IndexTree.h"
-#include "platform/System.h"
+#include "support/ExternalTool.h"
 #include "support/MemoryFileSystem.h"
 #include "support/TempFolder.h"
 
@@ -95,23 +94,12 @@ class JetDatabase {
   std::unique_ptr<jet::Database> database_;
 };
 
-/// True when an external program is named by JETCHECK that checks the structure of a database file.
-inline bool HasStructureChecker() {
-  return platform::EnvironmentVariable("JETCHECK").has_value() && std::system(nullptr) != 0;
-}
-
-/// How much the external checker demands: Strict for files that only this program has written; Tolerant forgives what
-/// files of the platform's own engine are known to show.
-enum class Demand { Strict, Tolerant };
-
-/// Hands a file to the external checker; fails the test when it finds anything wrong.
-inline void ExpectSoundFile(const Bytes& image, Demand demand = Demand::Strict) {
+/// Hands a file's content to the external checker, with its options; fails the test when it finds anything wrong.
+inline void ExpectSound(const JetCheck& checker, const Bytes& image, const std::string& options = "--strict --quiet") {
   const TempFolder folder;
   folder.Write("check.mdb", std::string(image.begin(), image.end()));
-  const std::string command = "python3 \"" + *platform::EnvironmentVariable("JETCHECK") + "\" " +
-                              (demand == Demand::Strict ? "--strict " : "") + "--quiet \"" + folder.Path() +
-                              "/check.mdb\"";
-  EXPECT_EQ(std::system(command.c_str()), 0) << "the checker's list is above";
+  const ToolResult result = checker.Run(options, folder.Path() + "/check.mdb");
+  EXPECT_EQ(result.status, 0) << result.output;
 }
 
 /// Every index holds exactly one entry for each row that should have one, under the key made of its values.

@@ -1,31 +1,29 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <map>
 #include <random>
 #include <string>
 
-#include "jet/ColumnValue.h"
 #include "jet/Table.h"
 #include "support/JetDatabase.h"
 
-// Database files of other engines, when the environment variable JET_SAMPLES names a folder with some. Works on copies.
+// Rows of real database files are made longer and shorter, with long values of every form; see RealFiles_test.cpp for
+// what is read and RealIndexes_test.cpp for the indexes. Works on copies of the files in the folder that the
+// environment variable JET_SAMPLES names; without it the test is skipped.
 
 namespace mv::jet {
 namespace {
 
-using mv::testing::Demand;
-using mv::testing::ExpectIndexesMatchRows;
-using mv::testing::ExpectSoundFile;
-using mv::testing::HasStructureChecker;
+using mv::testing::ExpectSound;
+using mv::testing::JetCheck;
 using mv::testing::MemoryFileSystem;
 
-class SamplesTest : public ::testing::Test {
+class RealRows : public ::testing::Test {
  protected:
   void SetUp() override {
     const auto folder = platform::EnvironmentVariable("JET_SAMPLES");
-    if (!folder) GTEST_SKIP() << "skipped: JET_SAMPLES names no folder with database files of other engines";
+    if (!folder) GTEST_SKIP() << "JET_SAMPLES does not name a folder of database files";
     const auto files = platform::MakeFileSystem();
     for (const std::string& name : files->List(*folder)) {
       if (name.ends_with(".mdb")) samples_[name] = platform::ReadWhole(*files, *folder + "/" + name);
@@ -56,21 +54,6 @@ bool IsWritable(const Table& table) {
                       [](const LogicalIndex& index) { return index.kind == LogicalIndex::Kind::Relation; });
 }
 
-/// The engine builds no keys above the length it can vouch for; real files have a few.
-bool HasKnownKeys(const Table& table) {
-  for (auto row = table.First(); row; row = table.Next(*row)) {
-    const std::vector<Value> values = table.ReadRow(*row);
-    for (const IndexData& index : table.Definition().indexData) {
-      try {
-        KeyOf(table.Definition(), index, values);
-      } catch (const Error&) {
-        return false;
-      }
-    }
-  }
-  return true;
-}
-
 /// Another value of the same type, so that most keys become new ones.
 Value Changed(const Column& column, const Value& value, std::mt19937& random) {
   const auto number = static_cast<std::int32_t>(random() % 30000);
@@ -84,10 +67,10 @@ Value Changed(const Column& column, const Value& value, std::mt19937& random) {
     case ColumnType::Long:
       return number;
     case ColumnType::Text: {
-      std::string text = IsNull(value) ? std::string() : std::get<std::string>(value);
-      text += std::to_string(number);
+      const std::string digits = std::to_string(number);
+      const std::string text = (IsNull(value) ? std::string() : std::get<std::string>(value)) + digits;
       const std::size_t longest = column.length / 2;
-      return text.size() > longest ? text.substr(text.size() - longest) : text;
+      return text.size() <= longest ? text : digits.substr(0, longest);
     }
     case ColumnType::Memo:
       return std::string(static_cast<std::size_t>(number % 5000), 'm');
@@ -98,57 +81,54 @@ Value Changed(const Column& column, const Value& value, std::mt19937& random) {
   }
 }
 
-/// Tries a change; what the rules of the table forbid is no failure.
+/// Tries a change; what the rules of the table forbid, and keys that are longer than the engine writes, are no failure.
 template <typename Action>
 bool Tried(Action action) {
   try {
     action();
     return true;
   } catch (const Error& error) {
-    EXPECT_EQ(error.Number(), errors::kJetConstraint) << error.Description();
+    const bool isTooLong = error.Description().find("longer than 510 bytes") != std::string::npos;
+    EXPECT_TRUE(error.Number() == errors::kJetConstraint || isTooLong) << error.Description();
     return false;
   }
 }
 
-std::size_t ChangeRows(Table& table, std::mt19937& random) {
+/// Changes up to 400 rows and as many new ones. `rows` is what the table should hold.
+std::size_t ChangeRows(Table& table, std::map<RowId, std::vector<Value>>& rows, std::mt19937& random) {
   const std::vector<Column>& columns = table.Definition().columns;
   std::size_t done = 0;
   std::size_t met = 0;
   for (auto row = table.First(); row && met < 400; row = table.Next(*row), ++met) {
-    std::vector<Value> values = table.ReadRow(*row);
     const std::size_t column = random() % columns.size();
-    const Value value = Changed(columns[column], values[column], random);
-    done += Tried([&] { table.Update(*row, {&column, 1}, {&value, 1}); }) ? 1 : 0;
+    const Value value = Changed(columns[column], rows[*row][column], random);
+    if (Tried([&] { table.Update(*row, {&column, 1}, {&value, 1}); })) {
+      rows[*row][column] = value;
+      ++done;
+    }
+    std::vector<Value> values = rows[*row];
     for (std::size_t i = 0; i < columns.size(); ++i) values[i] = Changed(columns[i], values[i], random);
-    if (met % 2 == 0) done += Tried([&] { table.Insert(values); }) ? 1 : 0;
-    if (met % 3 == 0) done += Tried([&] { table.Delete(*row); }) ? 1 : 0;
+    RowId added;
+    if (met % 2 == 0 && Tried([&] { added = table.Insert(values); })) {
+      rows[added] = values;
+      ++done;
+    }
+    if (met % 3 == 0 && Tried([&] { table.Delete(*row); })) {
+      rows.erase(*row);
+      ++done;
+    }
   }
   return done;
 }
 
-TEST_F(SamplesTest, EveryRowOfEveryTable_IsReadAndItsKeysAreTheStoredOnes) {
-  std::size_t rows = 0;
-  for (const auto& [name, image] : samples_) {
-    SCOPED_TRACE(name);
-    const auto database = Opened(name);
-    if (!database) continue;
-    std::vector<std::string> names = database->TableNames();
-    names.insert(names.end(), {"MSysObjects", "MSysACEs", "MSysQueries", "MSysRelationships"});
-    for (const std::string& tableName : names) {
-      SCOPED_TRACE(tableName);
-      const Table& table = database->OpenTable(tableName);
-      std::int64_t met = 0;
-      for (auto row = table.First(); row; row = table.Next(*row), ++met) table.ReadRow(*row);
-      EXPECT_EQ(table.Count(), met);
-      rows += static_cast<std::size_t>(met);
-      if (IsWritable(table) && HasKnownKeys(table)) ExpectIndexesMatchRows(*database, table);
-    }
-    EXPECT_FALSE(database->Changed());
-  }
-  EXPECT_GT(rows, 0U);
+std::map<RowId, std::vector<Value>> RowsOf(const Table& table) {
+  std::map<RowId, std::vector<Value>> rows;
+  for (auto row = table.First(); row; row = table.Next(*row)) rows[*row] = table.ReadRow(*row);
+  return rows;
 }
 
-TEST_F(SamplesTest, ChangedRows_LeaveIndexesAndStructureSound) {
+TEST_F(RealRows, ChangedRows_ReadBackAndLeaveTheFileSound) {
+  const auto checker = JetCheck::Find();
   std::size_t changes = 0;
   for (const auto& [name, image] : samples_) {
     SCOPED_TRACE(name);
@@ -159,11 +139,13 @@ TEST_F(SamplesTest, ChangedRows_LeaveIndexesAndStructureSound) {
       SCOPED_TRACE(tableName);
       Table& table = database->OpenTable(tableName);
       if (!IsWritable(table)) continue;
-      for (int round = 0; round < 3; ++round) changes += ChangeRows(table, random);
-      if (HasKnownKeys(table)) ExpectIndexesMatchRows(*database, table);
+      std::map<RowId, std::vector<Value>> rows = RowsOf(table);
+      for (int round = 0; round < 3; ++round) changes += ChangeRows(table, rows, random);
+      EXPECT_TRUE(RowsOf(table) == rows);
+      EXPECT_EQ(table.Count(), static_cast<std::int64_t>(rows.size()));
     }
     database->Commit();
-    if (HasStructureChecker()) ExpectSoundFile(files_.Content(name), Demand::Tolerant);
+    if (checker) ExpectSound(*checker, files_.Content(name), "--quiet");
   }
   EXPECT_GT(changes, 0U);
 }
