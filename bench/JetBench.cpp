@@ -39,9 +39,9 @@ Rows ReadRows(platform::FileSystem& files, const jet::TableSpec& table) {
 void JetScan(benchmark::State& state) {
   const tool::DemoTable table = FuelTable(state);
   testing::MemoryFileSystem files;
-  StoreRows(files, table.spec, table.desktopRows);
-  if (ReadRows(files, table.spec) != table.desktopRows) return state.SkipWithError("other rows were read");
-  for (auto _ : state) benchmark::DoNotOptimize(ReadRows(files, table.spec));
+  StoreRows(files, table.design, table.desktopRows);
+  if (ReadRows(files, table.design) != table.desktopRows) return state.SkipWithError("other rows were read");
+  for (auto _ : state) benchmark::DoNotOptimize(ReadRows(files, table.design));
   CountRecords(state, table.desktopRows.size());
 }
 BENCHMARK(JetScan)->Apply(WithTableSizes);
@@ -65,13 +65,13 @@ void JetInsertInKeyOrder(benchmark::State& state) {
   std::sort(table.desktopRows.begin(), table.desktopRows.end(), [](const auto& left, const auto& right) {
     return std::get<std::string>(left[0]) < std::get<std::string>(right[0]);
   });
-  MeasureInsert(state, table.spec, table.desktopRows);
+  MeasureInsert(state, table.design, table.desktopRows);
 }
 BENCHMARK(JetInsertInKeyOrder)->Apply(WithTableSizes);
 
 void JetInsertInRandomOrder(benchmark::State& state) {
   const tool::DemoTable table = FuelTable(state);
-  MeasureInsert(state, table.spec, Shuffled(table.desktopRows));
+  MeasureInsert(state, table.design, Shuffled(table.desktopRows));
 }
 BENCHMARK(JetInsertInRandomOrder)->Apply(WithTableSizes);
 

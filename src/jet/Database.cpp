@@ -105,10 +105,10 @@ Table& Database::OpenTable(const std::string& name) {
   return *table;
 }
 
-void Database::CreateTable(const TableSpec& spec, const CivilTime& created) {
-  TableDefinition table = DesignTable(spec);
+void Database::CreateTable(const TableSpec& design, const CivilTime& created) {
+  TableDefinition table = DesignTable(design);
   CheckIndexes(table);
-  if (catalog_.FindRowSource(spec.name)) throw ConstraintError("Table '" + spec.name + "' already exists.");
+  if (catalog_.FindRowSource(design.name)) throw ConstraintError("Table '" + design.name + "' already exists.");
 
   Statement statement(*pages_);
   FreePages freePages(*pages_);

@@ -40,7 +40,7 @@ class Database {
   /// object lives as long as the database; the same name gives the same object.
   Table& OpenTable(const std::string& name);
   /// Adds a table with its indexes and catalog rows; `created` becomes the table's date. Throws ConstraintError for a
-  /// specification that Jet would refuse, UnsupportedError for an index that the engine could not keep. When it fails
+  /// table that Jet would refuse, UnsupportedError for an index that the engine could not keep. When it fails
   /// nothing was changed.
   void CreateTable(const TableSpec& table, const CivilTime& created);
 

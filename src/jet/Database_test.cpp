@@ -263,9 +263,9 @@ TEST_F(DatabaseTest, PropertyListThatContradictsItself_RefusesTheTable) {
 }
 
 TEST_F(DatabaseTest, NewTable_TakesDefinitionMapsAndRootsInThatOrder) {
-  TableSpec spec = Parts();
-  spec.indexes.push_back(Index("byPrice", "Price"));
-  database_->CreateTable(spec, kCreated);
+  TableSpec design = Parts();
+  design.indexes.push_back(Index("byPrice", "Price"));
+  database_->CreateTable(design, kCreated);
   const TableDefinition& table = database_->OpenTable("Parts").Definition();
   EXPECT_EQ(table.page, 16u);
   EXPECT_EQ(table.ownedPages, (RowId{17, 0}));
@@ -329,9 +329,9 @@ TEST_F(DatabaseTest, RefusedTable_ChangesNothing) {
 }
 
 TEST_F(DatabaseTest, IndexThatCannotBeKept_IsNotSupported) {
-  TableSpec spec{"T", {Typed("D", ColumnType::Decimal)}, {Index("byD", "D")}};
-  spec.indexes[0].columns[0].ascending = false;
-  const Error error = ErrorOf([&] { database_->CreateTable(spec, kCreated); });
+  TableSpec design{"T", {Typed("D", ColumnType::Decimal)}, {Index("byD", "D")}};
+  design.indexes[0].columns[0].ascending = false;
+  const Error error = ErrorOf([&] { database_->CreateTable(design, kCreated); });
   EXPECT_EQ(error.Number(), errors::kJetGeneral);
   EXPECT_NE(error.Description().find("byD"), std::string::npos) << error.Description();
 }
@@ -346,13 +346,13 @@ TEST_F(DatabaseTest, CreationThatFailsHalfWay_IsTakenBackWhole) {
 }
 
 TEST_F(DatabaseTest, TableWithManyMapsAndALongDefinition_ReadsBack) {
-  TableSpec spec{"Wide", {}, {}};
-  for (int i = 0; i < 60; ++i) spec.columns.push_back(Typed(Numbered("Memo column ", i), ColumnType::Memo));
+  TableSpec design{"Wide", {}, {}};
+  for (int i = 0; i < 60; ++i) design.columns.push_back(Typed(Numbered("Memo column ", i), ColumnType::Memo));
   for (int i = 0; i < 32; ++i) {
-    spec.columns.push_back(Typed(Numbered("Number ", i), ColumnType::Long));
-    spec.indexes.push_back(Index(Numbered("Index over number ", i), Numbered("Number ", i)));
+    design.columns.push_back(Typed(Numbered("Number ", i), ColumnType::Long));
+    design.indexes.push_back(Index(Numbered("Index over number ", i), Numbered("Number ", i)));
   }
-  database_->CreateTable(spec, kCreated);
+  database_->CreateTable(design, kCreated);
   CommitAndClose();
   database_ = Open();
   Table& table = database_->OpenTable("Wide");
@@ -391,7 +391,7 @@ std::string MakeSample(const testing::TempFolder& folder) {
   const auto database = Database::Create(*files, path, kCreated);
   ColumnSpec id = Typed("Id", ColumnType::Long);
   id.autonumber = true;
-  TableSpec spec{
+  TableSpec design{
       "All types",
       {id, Typed("Flag", ColumnType::Boolean), Typed("Small", ColumnType::Byte), Typed("Int", ColumnType::Integer),
        Typed("Money", ColumnType::Currency), Typed("Single", ColumnType::Single), Typed("Double", ColumnType::Double),
@@ -399,8 +399,8 @@ std::string MakeSample(const testing::TempFolder& folder) {
        Typed("Bin", ColumnType::Binary, 20), Typed("Ole", ColumnType::Ole), Typed("Guid", ColumnType::Guid),
        Typed("Dec", ColumnType::Decimal)},
       {PrimaryKey("Id"), Index("byText", "Text"), Index("byWhen", "When")}};
-  spec.indexes[2].columns[0].ascending = false;
-  database->CreateTable(spec, kCreated);
+  design.indexes[2].columns[0].ascending = false;
+  database->CreateTable(design, kCreated);
   Table& all = database->OpenTable("All types");
   for (std::int32_t i = 0; i < 300; ++i) {
     const auto size = static_cast<std::size_t>(i) * 20;
@@ -435,16 +435,16 @@ TEST(DatabaseByOthers, WideTable_IsSoundByTheExternalChecker) {
   const auto files = platform::MakeFileSystem();
   const auto database = Database::Create(*files, path, kCreated);
   for (int table = 0; table < 20; ++table) {
-    TableSpec spec{Numbered("Wide ", table), {}, {}};
-    for (int i = 0; i < 60; ++i) spec.columns.push_back(Typed(Numbered("Memo column ", i), ColumnType::Memo));
+    TableSpec design{Numbered("Wide ", table), {}, {}};
+    for (int i = 0; i < 60; ++i) design.columns.push_back(Typed(Numbered("Memo column ", i), ColumnType::Memo));
     for (int i = 0; i < 32; ++i) {
-      spec.columns.push_back(Typed(Numbered("Number ", i), ColumnType::Long));
-      spec.indexes.push_back(Index(Numbered("Index over number ", i), Numbered("Number ", i)));
+      design.columns.push_back(Typed(Numbered("Number ", i), ColumnType::Long));
+      design.indexes.push_back(Index(Numbered("Index over number ", i), Numbered("Number ", i)));
     }
-    database->CreateTable(spec, kCreated);
+    database->CreateTable(design, kCreated);
     std::vector<Value> row(92, Null{});
     row[59] = std::string(5000, 'x');
-    database->OpenTable(spec.name).Insert(row);
+    database->OpenTable(design.name).Insert(row);
   }
   EXPECT_GT(database->Pages().PageCount(), 512u);
   database->Commit();

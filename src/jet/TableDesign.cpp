@@ -52,12 +52,12 @@ bool HasFixedSize(ColumnType type) {
 }
 
 /// Length in bytes as the column block has it.
-std::uint16_t LengthOf(const ColumnSpec& spec) {
-  switch (spec.type) {
+std::uint16_t LengthOf(const ColumnSpec& design) {
+  switch (design.type) {
     case ColumnType::Text:
-      return static_cast<std::uint16_t>(2 * spec.characters);
+      return static_cast<std::uint16_t>(2 * design.characters);
     case ColumnType::Binary:
-      return spec.characters;
+      return design.characters;
     case ColumnType::Boolean:
       return 1;
     case ColumnType::Memo:
@@ -65,43 +65,43 @@ std::uint16_t LengthOf(const ColumnSpec& spec) {
       return 0;
     default: {
       Column column;
-      column.type = spec.type;
+      column.type = design.type;
       return static_cast<std::uint16_t>(FixedSize(column));
     }
   }
 }
 
-void CheckColumn(const std::string& table, const ColumnSpec& spec) {
+void CheckColumn(const std::string& table, const ColumnSpec& design) {
   const auto refuse = [&](const std::string& why) {
-    throw ConstraintError("Field '" + spec.name + "' of table '" + table + "' " + why + ".");
+    throw ConstraintError("Field '" + design.name + "' of table '" + table + "' " + why + ".");
   };
-  if (spec.type == ColumnType::Text && (spec.characters < 1 || spec.characters > kMaxTextCharacters)) {
+  if (design.type == ColumnType::Text && (design.characters < 1 || design.characters > kMaxTextCharacters)) {
     refuse("must hold 1 to 255 characters");
   }
-  if (spec.type == ColumnType::Binary && (spec.characters < 1 || spec.characters > kMaxTextBytes)) {
+  if (design.type == ColumnType::Binary && (design.characters < 1 || design.characters > kMaxTextBytes)) {
     refuse("must hold 1 to 510 bytes");
   }
-  if (spec.type == ColumnType::Decimal &&
-      (spec.precision < 1 || spec.precision > kMaxPrecision || spec.scale > spec.precision)) {
+  if (design.type == ColumnType::Decimal &&
+      (design.precision < 1 || design.precision > kMaxPrecision || design.scale > design.precision)) {
     refuse("must have a precision of 1 to 28 and no larger scale");
   }
-  if (spec.autonumber && spec.type != ColumnType::Long) refuse("must be of type Long to number its rows");
-  if (spec.type == ColumnType::RawBlock) refuse("is of a type that only Jet itself uses");
+  if (design.autonumber && design.type != ColumnType::Long) refuse("must be of type Long to number its rows");
+  if (design.type == ColumnType::RawBlock) refuse("is of a type that only Jet itself uses");
 }
 
-Column DesignColumn(const ColumnSpec& spec) {
+Column DesignColumn(const ColumnSpec& design) {
   Column column;
-  column.name = spec.name;
-  column.type = spec.type;
-  column.length = LengthOf(spec);
+  column.name = design.name;
+  column.type = design.type;
+  column.length = LengthOf(design);
   column.flags = kUpdatable;
-  if (HasFixedSize(spec.type)) column.flags |= kFixed;
-  if (spec.autonumber) column.flags |= kAutonumber;
-  const bool isText = spec.type == ColumnType::Text || spec.type == ColumnType::Memo;
-  if (isText && spec.compressed) column.moreFlags |= kCompressed;
-  if (spec.type == ColumnType::Decimal) {
-    column.precision = spec.precision;
-    column.scale = spec.scale;
+  if (HasFixedSize(design.type)) column.flags |= kFixed;
+  if (design.autonumber) column.flags |= kAutonumber;
+  const bool isText = design.type == ColumnType::Text || design.type == ColumnType::Memo;
+  if (isText && design.compressed) column.moreFlags |= kCompressed;
+  if (design.type == ColumnType::Decimal) {
+    column.precision = design.precision;
+    column.scale = design.scale;
   }
   return column;
 }
@@ -109,11 +109,11 @@ Column DesignColumn(const ColumnSpec& spec) {
 void AddColumns(TableDefinition& table, const std::vector<ColumnSpec>& specs) {
   std::set<std::string> names;
   std::size_t fixedEnd = 0;
-  for (const ColumnSpec& spec : specs) {
-    CheckName("a field", spec.name);
-    CheckUnused(names, "a field in table '" + table.name + "'", spec.name);
-    CheckColumn(table.name, spec);
-    Column column = DesignColumn(spec);
+  for (const ColumnSpec& design : specs) {
+    CheckName("a field", design.name);
+    CheckUnused(names, "a field in table '" + table.name + "'", design.name);
+    CheckColumn(table.name, design);
+    Column column = DesignColumn(design);
     column.id = table.nextColumnId++;
     if (!column.IsFixed()) column.variableIndex = table.nextVariableIndex++;
     if (column.IsFixed() && column.type != ColumnType::Boolean) {
@@ -138,22 +138,22 @@ const Column& KeyColumnOf(const TableDefinition& table, const IndexSpec& index, 
   return *found;
 }
 
-IndexData DesignTree(const TableDefinition& table, const IndexSpec& spec) {
-  const std::string where = "Index '" + spec.name + "' of table '" + table.name + "'";
-  if (spec.columns.empty() || spec.columns.size() > kMaxIndexColumns) {
+IndexData DesignTree(const TableDefinition& table, const IndexSpec& design) {
+  const std::string where = "Index '" + design.name + "' of table '" + table.name + "'";
+  if (design.columns.empty() || design.columns.size() > kMaxIndexColumns) {
     throw ConstraintError(where + " must have 1 to 10 fields.");
   }
   IndexData tree;
   std::set<std::uint16_t> ids;
-  for (const IndexSpec::KeyColumn& key : spec.columns) {
-    const Column& column = KeyColumnOf(table, spec, key.column);
+  for (const IndexSpec::KeyColumn& key : design.columns) {
+    const Column& column = KeyColumnOf(table, design, key.column);
     if (!ids.insert(column.id).second) throw ConstraintError(where + " has the field '" + key.column + "' twice.");
     tree.columns.push_back({column.id, key.ascending});
   }
   tree.flags = kPlainIndex;
-  if (spec.unique || spec.primaryKey) tree.flags |= kUniqueIndex;
-  if (spec.ignoreNulls) tree.flags |= kIgnoreNullsIndex;
-  if (spec.required || spec.primaryKey) tree.flags |= kRequiredIndex;
+  if (design.unique || design.primaryKey) tree.flags |= kUniqueIndex;
+  if (design.ignoreNulls) tree.flags |= kIgnoreNullsIndex;
+  if (design.required || design.primaryKey) tree.flags |= kRequiredIndex;
   return tree;
 }
 
@@ -161,17 +161,17 @@ void AddIndexes(TableDefinition& table, const std::vector<IndexSpec>& specs) {
   if (specs.size() > kMaxIndexes) throw ConstraintError("Table '" + table.name + "' can have at most 32 indexes.");
   std::set<std::string> names;
   bool hasPrimaryKey = false;
-  for (const IndexSpec& spec : specs) {
-    CheckName("an index", spec.name);
-    CheckUnused(names, "an index of table '" + table.name + "'", spec.name);
-    if (spec.primaryKey && hasPrimaryKey)
+  for (const IndexSpec& design : specs) {
+    CheckName("an index", design.name);
+    CheckUnused(names, "an index of table '" + table.name + "'", design.name);
+    if (design.primaryKey && hasPrimaryKey)
       throw ConstraintError("Table '" + table.name + "' already has a primary key.");
-    hasPrimaryKey = hasPrimaryKey || spec.primaryKey;
+    hasPrimaryKey = hasPrimaryKey || design.primaryKey;
     LogicalIndex logical;
-    logical.name = spec.name;
+    logical.name = design.name;
     logical.number = logical.dataNumber = static_cast<std::uint32_t>(table.indexData.size());
-    if (spec.primaryKey) logical.kind = LogicalIndex::Kind::PrimaryKey;
-    table.indexData.push_back(DesignTree(table, spec));
+    if (design.primaryKey) logical.kind = LogicalIndex::Kind::PrimaryKey;
+    table.indexData.push_back(DesignTree(table, design));
     table.indexes.push_back(logical);
   }
   std::sort(table.indexes.begin(), table.indexes.end(), [](const LogicalIndex& left, const LogicalIndex& right) {
@@ -181,17 +181,17 @@ void AddIndexes(TableDefinition& table, const std::vector<IndexSpec>& specs) {
 
 }  // namespace
 
-TableDefinition DesignTable(const TableSpec& spec) {
-  CheckName("a table", spec.name);
-  if (spec.columns.empty() || spec.columns.size() > kMaxColumns) {
-    throw ConstraintError("Table '" + spec.name + "' must have 1 to 255 fields.");
+TableDefinition DesignTable(const TableSpec& design) {
+  CheckName("a table", design.name);
+  if (design.columns.empty() || design.columns.size() > kMaxColumns) {
+    throw ConstraintError("Table '" + design.name + "' must have 1 to 255 fields.");
   }
   TableDefinition table;
-  table.name = spec.name;
-  AddColumns(table, spec.columns);
+  table.name = design.name;
+  AddColumns(table, design.columns);
   if (ShortestRow(table) > kMaxRowSize)
-    throw ConstraintError("The rows of table '" + spec.name + "' would be too large.");
-  AddIndexes(table, spec.indexes);
+    throw ConstraintError("The rows of table '" + design.name + "' would be too large.");
+  AddIndexes(table, design.indexes);
   return table;
 }
 

@@ -41,8 +41,8 @@ TableSpec Parts() {
   return {"Parts", {Text("Code", 20), Typed("Price", ColumnType::Currency)}, {PrimaryKey("Code")}};
 }
 
-std::string Refusal(const TableSpec& spec) {
-  const Error error = ErrorOf([&] { DesignTable(spec); });
+std::string Refusal(const TableSpec& design) {
+  const Error error = ErrorOf([&] { DesignTable(design); });
   EXPECT_EQ(error.Number(), errors::kJetConstraint);
   return error.Description();
 }
@@ -103,11 +103,11 @@ TEST(TableDesign, Autonumber_IsALongWithItsFlag) {
 }
 
 TEST(TableDesign, Indexes_GetFlagsNumbersAndTreesInOrderAndAreSortedByName) {
-  TableSpec spec = Parts();
-  spec.indexes.push_back({"byPrice", {{"price", false}, {"Code"}}, false, false, true, false});
-  spec.indexes.push_back({"A", {{"Price"}}, false, true, false, false});
-  spec.indexes.push_back({"Z", {{"Price"}}, false, false, false, true});
-  const TableDefinition table = DesignTable(spec);
+  TableSpec design = Parts();
+  design.indexes.push_back({"byPrice", {{"price", false}, {"Code"}}, false, false, true, false});
+  design.indexes.push_back({"A", {{"Price"}}, false, true, false, false});
+  design.indexes.push_back({"Z", {{"Price"}}, false, false, false, true});
+  const TableDefinition table = DesignTable(design);
   ASSERT_EQ(table.indexData.size(), 4u);
   EXPECT_EQ(table.indexData[0].flags, 0x89);
   EXPECT_EQ(table.indexData[1].flags, 0x82);
@@ -149,50 +149,50 @@ TEST(TableDesign, NamesThatJetRefuses_AreRefusedForTablesFieldsAndIndexes) {
 }
 
 TEST(TableDesign, NameOf64Characters_CountsUtf16Units) {
-  TableSpec spec = Parts();
-  spec.name.clear();
-  for (int i = 0; i < 32; ++i) spec.name += "\xF0\x9F\x98\x80";
-  EXPECT_NO_THROW(DesignTable(spec));
-  spec.name += "x";
-  EXPECT_NE(Refusal(spec).find("is not a valid name for a table."), std::string::npos);
+  TableSpec design = Parts();
+  design.name.clear();
+  for (int i = 0; i < 32; ++i) design.name += "\xF0\x9F\x98\x80";
+  EXPECT_NO_THROW(DesignTable(design));
+  design.name += "x";
+  EXPECT_NE(Refusal(design).find("is not a valid name for a table."), std::string::npos);
 }
 
 TEST(TableDesign, RepeatedNames_AreRefusedWithoutRegardToCase) {
-  TableSpec spec = Parts();
-  spec.columns[1].name = "CODE";
-  EXPECT_EQ(Refusal(spec), "'CODE' is already the name of a field in table 'Parts'.");
-  spec = Parts();
-  spec.indexes.push_back({"primarykey", {{"Price"}}});
-  EXPECT_EQ(Refusal(spec), "'primarykey' is already the name of an index of table 'Parts'.");
+  TableSpec design = Parts();
+  design.columns[1].name = "CODE";
+  EXPECT_EQ(Refusal(design), "'CODE' is already the name of a field in table 'Parts'.");
+  design = Parts();
+  design.indexes.push_back({"primarykey", {{"Price"}}});
+  EXPECT_EQ(Refusal(design), "'primarykey' is already the name of an index of table 'Parts'.");
 }
 
 TEST(TableDesign, CountsOutsideTheLimits_AreRefused) {
   EXPECT_EQ(Refusal({"T", {}, {}}), "Table 'T' must have 1 to 255 fields.");
-  TableSpec spec{"T", {}, {}};
-  for (int i = 0; i < 255; ++i) spec.columns.push_back(Typed(Numbered("B", i), ColumnType::Boolean));
-  EXPECT_EQ(DesignTable(spec).nextColumnId, 255);
-  spec.columns.push_back(Typed("last", ColumnType::Boolean));
-  EXPECT_EQ(Refusal(spec), "Table 'T' must have 1 to 255 fields.");
+  TableSpec design{"T", {}, {}};
+  for (int i = 0; i < 255; ++i) design.columns.push_back(Typed(Numbered("B", i), ColumnType::Boolean));
+  EXPECT_EQ(DesignTable(design).nextColumnId, 255);
+  design.columns.push_back(Typed("last", ColumnType::Boolean));
+  EXPECT_EQ(Refusal(design), "Table 'T' must have 1 to 255 fields.");
 
-  spec = Parts();
-  while (spec.indexes.size() < 32) spec.indexes.push_back({Numbered("I", spec.indexes.size()), {{"Code"}}});
-  EXPECT_NO_THROW(DesignTable(spec));
-  spec.indexes.push_back({"last", {{"Code"}}});
-  EXPECT_EQ(Refusal(spec), "Table 'Parts' can have at most 32 indexes.");
+  design = Parts();
+  while (design.indexes.size() < 32) design.indexes.push_back({Numbered("I", design.indexes.size()), {{"Code"}}});
+  EXPECT_NO_THROW(DesignTable(design));
+  design.indexes.push_back({"last", {{"Code"}}});
+  EXPECT_EQ(Refusal(design), "Table 'Parts' can have at most 32 indexes.");
 }
 
 TEST(TableDesign, IndexColumns_AreOneToTenDifferentOnesOfTheTable) {
-  TableSpec spec{"T", {}, {{"I", {}}}};
-  for (int i = 0; i < 11; ++i) spec.columns.push_back(Typed(Numbered("C", i), ColumnType::Long));
-  EXPECT_EQ(Refusal(spec), "Index 'I' of table 'T' must have 1 to 10 fields.");
-  for (int i = 0; i < 10; ++i) spec.indexes[0].columns.push_back({Numbered("C", i)});
-  EXPECT_EQ(DesignTable(spec).indexData[0].columns.size(), 10u);
-  spec.indexes[0].columns.push_back({"C10"});
-  EXPECT_EQ(Refusal(spec), "Index 'I' of table 'T' must have 1 to 10 fields.");
-  spec.indexes[0].columns = {{"C0"}, {"c0"}};
-  EXPECT_EQ(Refusal(spec), "Index 'I' of table 'T' has the field 'c0' twice.");
-  spec.indexes[0].columns = {{"D"}};
-  EXPECT_EQ(Refusal(spec), "Index 'I' of table 'T' names the field 'D', which is not there.");
+  TableSpec design{"T", {}, {{"I", {}}}};
+  for (int i = 0; i < 11; ++i) design.columns.push_back(Typed(Numbered("C", i), ColumnType::Long));
+  EXPECT_EQ(Refusal(design), "Index 'I' of table 'T' must have 1 to 10 fields.");
+  for (int i = 0; i < 10; ++i) design.indexes[0].columns.push_back({Numbered("C", i)});
+  EXPECT_EQ(DesignTable(design).indexData[0].columns.size(), 10u);
+  design.indexes[0].columns.push_back({"C10"});
+  EXPECT_EQ(Refusal(design), "Index 'I' of table 'T' must have 1 to 10 fields.");
+  design.indexes[0].columns = {{"C0"}, {"c0"}};
+  EXPECT_EQ(Refusal(design), "Index 'I' of table 'T' has the field 'c0' twice.");
+  design.indexes[0].columns = {{"D"}};
+  EXPECT_EQ(Refusal(design), "Index 'I' of table 'T' names the field 'D', which is not there.");
 }
 
 TEST(TableDesign, OleColumn_CannotBeIndexed) {
@@ -201,10 +201,10 @@ TEST(TableDesign, OleColumn_CannotBeIndexed) {
 }
 
 TEST(TableDesign, SecondPrimaryKey_IsRefused) {
-  TableSpec spec = Parts();
-  spec.indexes.push_back(PrimaryKey("Price"));
-  spec.indexes.back().name = "Other";
-  EXPECT_EQ(Refusal(spec), "Table 'Parts' already has a primary key.");
+  TableSpec design = Parts();
+  design.indexes.push_back(PrimaryKey("Price"));
+  design.indexes.back().name = "Other";
+  EXPECT_EQ(Refusal(design), "Table 'Parts' already has a primary key.");
 }
 
 TEST(TableDesign, ImpossibleSizes_AreRefused) {
@@ -228,11 +228,11 @@ TEST(TableDesign, ImpossibleSizes_AreRefused) {
 
 TEST(TableDesign, RowsThatCannotFit_AreRefused) {
   // 237 decimals: 2 count + 4029 fixed + 30 null mask + 4 = 4065 bytes; one fewer fits.
-  TableSpec spec{"T", {}, {}};
-  for (int i = 0; i < 237; ++i) spec.columns.push_back(Typed(Numbered("D", i), ColumnType::Decimal));
-  EXPECT_EQ(Refusal(spec), "The rows of table 'T' would be too large.");
-  spec.columns.pop_back();
-  EXPECT_EQ(ShortestRow(DesignTable(spec)), 4048u);
+  TableSpec design{"T", {}, {}};
+  for (int i = 0; i < 237; ++i) design.columns.push_back(Typed(Numbered("D", i), ColumnType::Decimal));
+  EXPECT_EQ(Refusal(design), "The rows of table 'T' would be too large.");
+  design.columns.pop_back();
+  EXPECT_EQ(ShortestRow(DesignTable(design)), 4048u);
 }
 
 }  // namespace

@@ -356,13 +356,13 @@ TEST_F(CommandTest, DemoTables_HoldTheDemoData) {
   std::string names;
   for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     const DemoTable table = MakeDemoTable(i, DemoPlan::Varied());
-    names += table.spec.name + "\n";
+    names += table.design.name + "\n";
     const auto database = jet::Database::Open(files_, "demo/Motorva.db", jet::PageFile::Mode::ReadOnly);
-    const jet::Table& stored = database->OpenTable(table.spec.name);
+    const jet::Table& stored = database->OpenTable(table.design.name);
     std::vector<std::vector<Value>> rows;
     for (auto row = stored.First(); row; row = stored.Next(*row)) rows.push_back(stored.ReadRow(*row));
-    EXPECT_EQ(rows, table.desktopRows) << table.spec.name;
-    TableFileReader reader(files_, "demo/handheld/Program Files/Motorva/" + table.spec.name + ".pdb");
+    EXPECT_EQ(rows, table.desktopRows) << table.design.name;
+    TableFileReader reader(files_, "demo/handheld/Program Files/Motorva/" + table.design.name + ".pdb");
     for (const HandheldRecord& expected : table.handheldRecords) {
       const std::optional<HandheldRecord> record = reader.Next();
       ASSERT_TRUE(record.has_value());

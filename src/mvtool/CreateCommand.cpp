@@ -55,8 +55,8 @@ void Create(const Arguments& arguments, ToolContext& context) {
   const CivilTime now = context.clock.Now();
   const auto database = jet::Database::Create(context.files, path, now);
   for (SchemaTable& table : tables) {
-    database->CreateTable(table.spec, now);
-    InsertRows(database->OpenTable(table.spec.name), std::move(table.rows), schemaPath);
+    database->CreateTable(table.design, now);
+    InsertRows(database->OpenTable(table.design.name), std::move(table.rows), schemaPath);
   }
   database->Commit();
 }

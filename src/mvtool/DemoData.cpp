@@ -73,7 +73,7 @@ std::uint8_t AttributesAfter(RowHistory history) {
 class TableMaker {
  public:
   TableMaker(std::size_t table, const DemoPlan& plan) : position_(table), plan_(plan) {
-    table_.spec = SampleTables().at(table);
+    table_.design = SampleTables().at(table);
   }
 
   DemoTable Make() && {
@@ -95,13 +95,13 @@ class TableMaker {
     if (history == RowHistory::AddedOnDesktop) return;
     AddRecord(AttributesAfter(history), HandheldRow(row, number, history));
     if (history == RowHistory::DeletedThenEnteredAgain) {
-      later_.push_back({kRecordModified, EditedRow(table_.spec, row, number)});
+      later_.push_back({kRecordModified, EditedRow(table_.design, row, number)});
     }
     if (history == RowHistory::DuplicateDeleted) later_.push_back({kRecordDeleted, row});
   }
 
   Row DesktopRow(Row row, std::size_t number, RowHistory history) const {
-    if (history == RowHistory::EditedOnDesktop) return EditedRow(table_.spec, std::move(row), number);
+    if (history == RowHistory::EditedOnDesktop) return EditedRow(table_.design, std::move(row), number);
     if (const std::optional<std::size_t> column = NullColumn(number, history)) row[*column] = Null{};
     return row;
   }
@@ -110,7 +110,7 @@ class TableMaker {
     switch (history) {
       case RowHistory::EditedOnHandheld:
       case RowHistory::EditedThenDeletedOnHandheld:
-        return EditedRow(table_.spec, std::move(row), number);
+        return EditedRow(table_.design, std::move(row), number);
       case RowHistory::KeyCaseEditedOnHandheld:
         row[kKeyColumn] = AsciiLower(std::get<std::string>(row[kKeyColumn]));
         return row;
@@ -118,15 +118,15 @@ class TableMaker {
         break;
     }
     const std::optional<std::size_t> column = NullColumn(number, history);
-    if (column) row[*column] = ZeroValueOf(HandheldTypeOf(table_.spec.columns[*column].type));
+    if (column) row[*column] = ZeroValueOf(HandheldTypeOf(table_.design.columns[*column].type));
     return row;
   }
 
   /// The column that is null on the desktop, if any. A Boolean column has no null.
   std::optional<std::size_t> NullColumn(std::size_t number, RowHistory history) const {
     if (history != RowHistory::Same || !HasNull(number)) return std::nullopt;
-    const std::size_t column = 1 + number % (table_.spec.columns.size() - 1);
-    if (table_.spec.columns[column].type == jet::ColumnType::Boolean) return 1;
+    const std::size_t column = 1 + number % (table_.design.columns.size() - 1);
+    if (table_.design.columns[column].type == jet::ColumnType::Boolean) return 1;
     return column;
   }
 

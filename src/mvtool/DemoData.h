@@ -17,7 +17,7 @@ inline constexpr std::uint8_t kRecordDeleted = 0x80;
 
 /// One table as either side holds it before a run.
 struct DemoTable {
-  jet::TableSpec spec;
+  jet::TableSpec design;
   std::vector<std::vector<Value>> desktopRows;
   std::vector<HandheldRecord> handheldRecords;
 };

@@ -55,7 +55,7 @@ TEST(DemoDataTest, EveryCaseOfTheMerge_OccursInEveryTable) {
     for (const char* wanted :
          {"matched same", "matched differs", "matched modified", "matched deleted", "matched deleted modified",
           "unmatched", "unmatched modified", "unmatched deleted", "desktop only"}) {
-      EXPECT_GT(counts[wanted], 0) << wanted << " in " << table.spec.name;
+      EXPECT_GT(counts[wanted], 0) << wanted << " in " << table.design.name;
     }
   }
 }
@@ -70,8 +70,8 @@ TEST(DemoDataTest, RepeatedKeysOnTheHandheld_OccurInBothOrders) {
     const auto has = [&](const std::vector<int>& wanted) {
       return std::any_of(flags.begin(), flags.end(), [&](const auto& entry) { return entry.second == wanted; });
     };
-    EXPECT_TRUE(has({kRecordDeleted, kRecordModified})) << table.spec.name;
-    EXPECT_TRUE(has({0, kRecordDeleted})) << table.spec.name;
+    EXPECT_TRUE(has({kRecordDeleted, kRecordModified})) << table.design.name;
+    EXPECT_TRUE(has({0, kRecordDeleted})) << table.design.name;
   }
 }
 
@@ -83,17 +83,17 @@ TEST(DemoDataTest, KeyThatDiffersInCaseOnly_OccursInEveryTable) {
           const auto* const row = DesktopRowWithKey(table, KeyOf(record.values));
           return row != nullptr && (*row)[kKeyColumn] != record.values[kKeyColumn];
         });
-    EXPECT_TRUE(occurs) << table.spec.name;
+    EXPECT_TRUE(occurs) << table.design.name;
   }
 }
 
 TEST(DemoDataTest, EachSideHas20To60Rows) {
   for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     const DemoTable table = MakeDemoTable(i, DemoPlan::Varied());
-    EXPECT_GE(table.desktopRows.size(), 20u) << table.spec.name;
-    EXPECT_LE(table.desktopRows.size(), 60u) << table.spec.name;
-    EXPECT_GE(table.handheldRecords.size(), 20u) << table.spec.name;
-    EXPECT_LE(table.handheldRecords.size(), 60u) << table.spec.name;
+    EXPECT_GE(table.desktopRows.size(), 20u) << table.design.name;
+    EXPECT_LE(table.desktopRows.size(), 60u) << table.design.name;
+    EXPECT_GE(table.handheldRecords.size(), 20u) << table.design.name;
+    EXPECT_LE(table.handheldRecords.size(), 60u) << table.design.name;
   }
 }
 
@@ -114,9 +114,9 @@ TEST(DemoDataTest, ValuesFitTheirColumns) {
   for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     const DemoTable table = MakeDemoTable(i, DemoPlan::Varied());
     const auto check = [&](const std::vector<Value>& row) {
-      ASSERT_EQ(row.size(), table.spec.columns.size());
+      ASSERT_EQ(row.size(), table.design.columns.size());
       for (std::size_t c = 0; c < row.size(); ++c) {
-        const jet::ColumnSpec& column = table.spec.columns[c];
+        const jet::ColumnSpec& column = table.design.columns[c];
         if (!IsNull(row[c])) {
           EXPECT_EQ(row[c].index(), ZeroValueOf(HandheldTypeOf(column.type)).index()) << column.name;
         }
@@ -134,7 +134,7 @@ TEST(DemoDataTest, HandheldRecordsHoldNoNull_DesktopRowsHoldSome) {
   for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     const DemoTable table = MakeDemoTable(i, DemoPlan::Varied());
     const auto hasNull = [](const std::vector<Value>& row) { return std::any_of(row.begin(), row.end(), &IsNull); };
-    EXPECT_TRUE(std::any_of(table.desktopRows.begin(), table.desktopRows.end(), hasNull)) << table.spec.name;
+    EXPECT_TRUE(std::any_of(table.desktopRows.begin(), table.desktopRows.end(), hasNull)) << table.design.name;
     for (const auto& record : table.handheldRecords) EXPECT_FALSE(hasNull(record.values));
   }
 }

@@ -61,7 +61,7 @@ DemoPaths::DemoPaths(const std::string& root)
 
 void WriteTableFile(platform::FileSystem& files, const std::string& path, const DemoTable& table) {
   const FixedClock clock;
-  TableFileWriter writer(HeaderOf(table.spec), clock);
+  TableFileWriter writer(HeaderOf(table.design), clock);
   for (const HandheldRecord& record : table.handheldRecords) writer.Add(record);
   writer.WriteTo(files, path);
 }
@@ -72,9 +72,9 @@ void LayOutDemo(platform::FileSystem& files, const std::string& root, const Demo
   const auto database = MakeSampleDatabase(files, paths.database);
   for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     DemoTable table = MakeDemoTable(i, plan);
-    jet::Table& desktop = database->OpenTable(table.spec.name);
+    jet::Table& desktop = database->OpenTable(table.design.name);
     for (std::vector<Value>& row : table.desktopRows) desktop.Insert(std::move(row));
-    WriteTableFile(files, Below(paths.tables, {table.spec.name + ".pdb"}), table);
+    WriteTableFile(files, Below(paths.tables, {table.design.name + ".pdb"}), table);
   }
   database->Commit();
   WriteSettings(files, root, paths);

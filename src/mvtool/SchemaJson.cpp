@@ -111,13 +111,13 @@ SchemaRow RowFromJson(const TableSpec& table, const Json& json) {
 SchemaTable TableFromJson(const Json& json) {
   json.AllowOnly({"name", "columns", "indexes", "rows"});
   SchemaTable table;
-  table.spec.name = json.At("name").Text();
-  for (const Json& column : json.At("columns").Elements()) table.spec.columns.push_back(ColumnFromJson(column));
+  table.design.name = json.At("name").Text();
+  for (const Json& column : json.At("columns").Elements()) table.design.columns.push_back(ColumnFromJson(column));
   if (const Json* const indexes = json.Find("indexes")) {
-    for (const Json& index : indexes->Elements()) table.spec.indexes.push_back(IndexFromJson(table.spec, index));
+    for (const Json& index : indexes->Elements()) table.design.indexes.push_back(IndexFromJson(table.design, index));
   }
   if (const Json* const rows = json.Find("rows")) {
-    for (const Json& row : rows->Elements()) table.rows.push_back(RowFromJson(table.spec, row));
+    for (const Json& row : rows->Elements()) table.rows.push_back(RowFromJson(table.design, row));
   }
   return table;
 }
@@ -155,33 +155,33 @@ void WriteIndex(JsonWriter& writer, const IndexSpec& index) {
 }
 
 ColumnSpec SpecOf(const jet::Column& column) {
-  ColumnSpec spec;
-  spec.name = column.name;
-  spec.type = column.type;
+  ColumnSpec design;
+  design.name = column.name;
+  design.type = column.type;
   const bool isText = column.type == ColumnType::Text;
   if (isText || column.type == ColumnType::Binary) {
-    spec.characters = static_cast<std::uint16_t>(isText ? column.length / 2 : column.length);
+    design.characters = static_cast<std::uint16_t>(isText ? column.length / 2 : column.length);
   }
-  spec.compressed = column.IsCompressed();
-  spec.autonumber = column.IsAutonumber() && column.type == ColumnType::Long;
-  spec.precision = column.precision;
-  spec.scale = column.scale;
-  return spec;
+  design.compressed = column.IsCompressed();
+  design.autonumber = column.IsAutonumber() && column.type == ColumnType::Long;
+  design.precision = column.precision;
+  design.scale = column.scale;
+  return design;
 }
 
 IndexSpec SpecOf(const jet::TableDefinition& definition, const jet::LogicalIndex& index) {
-  IndexSpec spec;
-  spec.name = index.name;
-  spec.primaryKey = index.kind == jet::LogicalIndex::Kind::PrimaryKey;
+  IndexSpec design;
+  design.name = index.name;
+  design.primaryKey = index.kind == jet::LogicalIndex::Kind::PrimaryKey;
   const jet::IndexData& data = definition.indexData.at(index.dataNumber);
   for (const jet::IndexData::KeyColumn& key : data.columns) {
     const jet::Column* const column = definition.ColumnById(key.columnId);
-    spec.columns.push_back({column == nullptr ? std::string() : column->name, key.ascending});
+    design.columns.push_back({column == nullptr ? std::string() : column->name, key.ascending});
   }
-  spec.unique = data.IsUnique();
-  spec.ignoreNulls = data.IgnoresNulls();
-  spec.required = data.IsRequired();
-  return spec;
+  design.unique = data.IsUnique();
+  design.ignoreNulls = data.IgnoresNulls();
+  design.required = data.IsRequired();
+  return design;
 }
 
 }  // namespace

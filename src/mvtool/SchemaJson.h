@@ -29,7 +29,7 @@ struct SchemaRow {
 };
 
 struct SchemaTable {
-  jet::TableSpec spec;
+  jet::TableSpec design;
   std::vector<SchemaRow> rows;
 };
 
@@ -39,7 +39,7 @@ std::vector<SchemaTable> SchemaFromJson(const Json& schema);
 /// One table's object of the form above, without rows.
 void WriteTableSpec(JsonWriter& writer, const jet::TableSpec& table);
 
-/// The specification that makes a table like an existing one. Indexes that belong to relations are left out.
+/// The design that makes a table like an existing one. Indexes that belong to relations are left out.
 jet::TableSpec SpecOf(const jet::TableDefinition& definition);
 
 }  // namespace mv::tool

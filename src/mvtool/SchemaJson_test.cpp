@@ -32,26 +32,26 @@ TEST(SchemaRead, ColumnsAndIndexes_TakeTheirMembers) {
     "indexes":[{"name":"PrimaryKey","columns":["A"],"primary":true},
                {"name":"Two","columns":[{"name":"B","descending":true},"C"],"ignoreNulls":true}]}]})");
   ASSERT_EQ(tables.size(), 1u);
-  const jet::TableSpec& spec = tables[0].spec;
-  EXPECT_EQ(spec.name, "Shop");
-  EXPECT_EQ(spec.columns[0].type, ColumnType::Text);
-  EXPECT_EQ(spec.columns[0].characters, 20);
-  EXPECT_FALSE(spec.columns[0].compressed);
-  EXPECT_EQ(spec.columns[1].precision, 9);
-  EXPECT_EQ(spec.columns[1].scale, 2);
-  EXPECT_TRUE(spec.columns[2].autonumber);
-  EXPECT_FALSE(spec.indexes[1].columns[0].ascending);
-  EXPECT_EQ(spec.indexes[1].columns[0].column, "B");
-  EXPECT_TRUE(spec.indexes[1].columns[1].ascending);
-  EXPECT_TRUE(spec.indexes[1].ignoreNulls);
-  EXPECT_FALSE(spec.indexes[1].unique);
+  const jet::TableSpec& design = tables[0].design;
+  EXPECT_EQ(design.name, "Shop");
+  EXPECT_EQ(design.columns[0].type, ColumnType::Text);
+  EXPECT_EQ(design.columns[0].characters, 20);
+  EXPECT_FALSE(design.columns[0].compressed);
+  EXPECT_EQ(design.columns[1].precision, 9);
+  EXPECT_EQ(design.columns[1].scale, 2);
+  EXPECT_TRUE(design.columns[2].autonumber);
+  EXPECT_FALSE(design.indexes[1].columns[0].ascending);
+  EXPECT_EQ(design.indexes[1].columns[0].column, "B");
+  EXPECT_TRUE(design.indexes[1].columns[1].ascending);
+  EXPECT_TRUE(design.indexes[1].ignoreNulls);
+  EXPECT_FALSE(design.indexes[1].unique);
 }
 
 TEST(SchemaRead, PrimaryIndex_IsUniqueAndRequiredWithoutSayingSo) {
   const std::vector<SchemaTable> tables = Read(R"({"tables":[{"name":"T","columns":[{"name":"A","type":"Long"}],
       "indexes":[{"name":"PrimaryKey","columns":["A"],"primary":true}]}]})");
-  EXPECT_TRUE(tables[0].spec.indexes[0].unique);
-  EXPECT_TRUE(tables[0].spec.indexes[0].required);
+  EXPECT_TRUE(tables[0].design.indexes[0].unique);
+  EXPECT_TRUE(tables[0].design.indexes[0].required);
 }
 
 TEST(SchemaRead, Rows_AreConvertedByTheirColumnsAndKeepTheirPlace) {
@@ -95,7 +95,7 @@ TEST(SchemaWrite, WhatIsWritten_ReadsBackTheSame) {
       R"({"name":"D","type":"Decimal","precision":18,"scale":4},{"name":"E","type":"Long","autonumber":true},)"
       R"({"name":"F","type":"Guid"}],"indexes":[{"name":"PrimaryKey","columns":["A",{"name":"E","descending":true}],)"
       R"("primary":true,"unique":true,"required":true},{"name":"Other","columns":["F"],"ignoreNulls":true}]})";
-  EXPECT_EQ(JsonOf(Read("{\"tables\":[" + text + "]}")[0].spec), text);
+  EXPECT_EQ(JsonOf(Read("{\"tables\":[" + text + "]}")[0].design), text);
 }
 
 TEST(SchemaWrite, DefinitionOfAFile_BecomesItsSpecification) {

@@ -146,14 +146,14 @@ const Values kDeviceF = Vehicle("VIN-F", "device f", 3, 3, 3, 3.0F, 3.0, 30'000,
 
 jet::TableSpec VehicleSpec() {
   using jet::ColumnType;
-  jet::TableSpec spec;
-  spec.name = kVehicle;
+  jet::TableSpec design;
+  design.name = kVehicle;
   const auto add = [&](const char* name, ColumnType type, std::uint16_t characters = 0) {
     jet::ColumnSpec column;
     column.name = name;
     column.type = type;
     column.characters = characters;
-    spec.columns.push_back(column);
+    design.columns.push_back(column);
   };
   add("TX_VIN", ColumnType::Text, 20);
   add("TX_NOTES", ColumnType::Memo);
@@ -165,33 +165,33 @@ jet::TableSpec VehicleSpec() {
   add("CU_PRICE", ColumnType::Currency);
   add("DT_BOUGHT", ColumnType::DateTime);
   add("BL_ACTIVE", ColumnType::Boolean);
-  return spec;
+  return design;
 }
 
 /// A table of the run that stays empty on both sides.
 jet::TableSpec PlainSpec(const std::string& table) {
-  jet::TableSpec spec;
-  spec.name = table;
+  jet::TableSpec design;
+  design.name = table;
   for (const FieldDefinition& field : testing::RunWorld::FieldsOf(table)) {
     jet::ColumnSpec column;
     column.name = field.name;
     column.type = jet::ColumnType::Text;
     column.characters = static_cast<std::uint16_t>(field.definedSize);
-    spec.columns.push_back(column);
+    design.columns.push_back(column);
   }
-  return spec;
+  return design;
 }
 
 jet::TableSpec SpecOf(const std::string& table) {
-  jet::TableSpec spec = table == kVehicle ? VehicleSpec() : PlainSpec(table);
+  jet::TableSpec design = table == kVehicle ? VehicleSpec() : PlainSpec(table);
   jet::IndexSpec key;
   key.name = "PrimaryKey";
-  key.columns.push_back({spec.columns.front().name, true});
+  key.columns.push_back({design.columns.front().name, true});
   key.primaryKey = true;
   key.unique = true;
   key.required = true;
-  spec.indexes.push_back(key);
-  return spec;
+  design.indexes.push_back(key);
+  return design;
 }
 
 constexpr CivilTime kCreated = {2026, 1, 2, 3, 4, 5};

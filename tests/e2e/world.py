@@ -82,10 +82,10 @@ class World:
         """tables: {name: (columns, rows)}; a column is (name, type, size); the key column is the primary key."""
         schema = {"tables": []}
         for name, (columns, rows) in tables.items():
-            spec = [dict(name=n, type=t, **({"size": s} if s else {})) for n, t, s in columns]
+            design = [dict(name=n, type=t, **({"size": s} if s else {})) for n, t, s in columns]
             index = {"name": "PrimaryKey", "columns": [KEYS.get(name, columns[0][0])], "primary": True}
             json_rows = [{n: to_json(v) for (n, _, _), v in zip(columns, row)} for row in rows]
-            schema["tables"].append({"name": name, "columns": spec, "indexes": [index], "rows": json_rows})
+            schema["tables"].append({"name": name, "columns": design, "indexes": [index], "rows": json_rows})
         file = self.folder / "schema.json"
         file.write_text(json.dumps(schema, ensure_ascii=False), encoding="utf-8")
         subprocess.run([str(BIN / "mvtool"), "create", "--force", str(path or self.database), str(file)], check=True,
