@@ -42,8 +42,9 @@ std::string Quoted(const Value& value) {
 
 /// The reason why a value cannot stand in a column, from the error that converting it raised.
 std::string ReasonOf(const Error& error, const Value& value) {
-  if (error.Number() == errors::kTypeMismatch)
+  if (error.Number() == errors::kTypeMismatch) {
     return "The value" + Quoted(value) + " does not have the type of the field.";
+  }
   if (error.Number() == errors::kOverflow) return "The value" + Quoted(value) + " is too large for the field.";
   return error.Description();
 }
