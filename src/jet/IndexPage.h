@@ -134,6 +134,8 @@ class IndexPageView {
   /// How many entries begin before `at`.
   std::size_t IndexOf(std::size_t at) const;
 
+  /// The leftmost child of a node.
+  PageNumber FirstChild() const { return IsEmpty() ? Tail() : ChildAt(0); }
   /// The child of the node entry at `at`.
   PageNumber ChildAt(std::size_t at) const;
   /// The entry in full; `out` is overwritten.

@@ -35,11 +35,25 @@ std::size_t MiddleCut(const EntryList& entries) {
   });
 }
 
-/// The node entry that goes up.
+/// The node entry that goes up. Three entries are enough for both parts to keep one, and all that fit a page are.
 std::size_t MiddleEntry(const EntryList& entries) {
   const std::size_t count = entries.Count();
-  return Balanced(
-      0, count, [&](std::size_t middle) { return std::max(entries.Size(0, middle), entries.Size(middle + 1, count)); });
+  return Balanced(1, count - 1, [&](std::size_t middle) {
+    return std::max(entries.Size(0, middle), entries.Size(middle + 1, count));
+  });
+}
+
+void CheckCanBeSpread(const EntryList& nodeEntries) {
+  if (nodeEntries.Count() < 3) throw DamagedFileError("the entries of an index node are too long");
+}
+
+/// The parts of a node entry.
+ByteView KeyAndRowOf(ByteView nodeEntry) {
+  return nodeEntry.first(nodeEntry.size() - kChildSize);
+}
+
+PageNumber ChildOf(ByteView nodeEntry) {
+  return LoadBig<std::uint32_t>(nodeEntry.last(kChildSize).data());
 }
 
 }  // namespace
@@ -72,6 +86,13 @@ class IndexTree::Path {
     ++size_;
     steps_[0] = {steps_[1].page, kTail};
     steps_[1].page = moved;
+  }
+  /// The place of a page in the path, which must be there.
+  std::size_t DepthOf(PageNumber page) const {
+    const auto end = steps_.begin() + static_cast<std::ptrdiff_t>(size_);
+    const auto step = std::find_if(steps_.begin(), end, [&](const Step& one) { return one.page == page; });
+    if (step == end) DamagedTree(steps_[0].page, "has entries out of order");
+    return static_cast<std::size_t>(step - steps_.begin());
   }
   /// True when the page at `depth` is its parent's tail. Needs depth > 0.
   bool IsTail(std::size_t depth) const { return steps_[depth - 1].at == kTail; }
@@ -134,7 +155,7 @@ PageNumber IndexTree::FirstLeaf() const {
   for (std::size_t depth = 0; depth < kMaxDepth; ++depth) {
     const IndexPageView view = View(page);
     if (view.IsLeaf()) return page;
-    page = view.IsEmpty() ? view.Tail() : view.ChildAt(0);
+    page = view.FirstChild();
   }
   DamagedTree(root_, "has no end");
 }
@@ -219,24 +240,28 @@ IndexTree::Split IndexTree::SplitLeaf(Path& path, const Overfull& leaf) {
   return split;
 }
 
-/// The middle entry goes up and its child becomes the tail of the lower part. Needs depth > 0.
+/// The middle entry goes up; when appending, the last but one, so that the new node has an entry. Needs depth > 0.
 IndexTree::Split IndexTree::SplitNode(Path& path, std::size_t depth, const Overfull& node) {
   const EntryList& entries = node.entries;
+  CheckCanBeSpread(entries);
   const bool appends = node.EndsWithAdded() && path.IsRightmost(depth);
-  const std::size_t middle = appends ? entries.Count() - 1 : MiddleEntry(entries);
-  const ByteView up = entries[middle];
+  const std::size_t middle = appends ? entries.Count() - 2 : MiddleEntry(entries);
   const PageNumber tail = View(path[depth].page).Tail();
   Split split = AddSibling(path, depth);
-
-  IndexPage lower = Edit(split.lower);
-  lower.StoreCompact({entries, 0, middle});
-  lower.SetTail(LoadBig<std::uint32_t>(up.last(kChildSize).data()));
-  IndexPage upper = Edit(split.upper);
-  upper.StoreCompact({entries, middle + 1, entries.Count()});
-  upper.SetTail(tail);
-  CutNodeLink(lower.Tail(), upper.IsEmpty() ? tail : upper.ChildAt(0));
-  split.lastOfLower.Append(up.first(up.size() - kChildSize));
+  Edit(split.upper).SetTail(tail);
+  StoreNodePair(split.lower, split.upper, entries, middle);
+  split.lastOfLower.Append(KeyAndRowOf(entries[middle]));
   return split;
+}
+
+/// Spreads entries over two neighbours. The one named goes to neither: its child becomes the tail of the lower node.
+void IndexTree::StoreNodePair(PageNumber lower, PageNumber upper, const EntryList& entries, std::size_t middle) {
+  IndexPage lowerNode = Edit(lower);
+  lowerNode.StoreCompact({entries, 0, middle});
+  lowerNode.SetTail(ChildOf(entries[middle]));
+  IndexPage upperNode = Edit(upper);
+  upperNode.StoreCompact({entries, middle + 1, entries.Count()});
+  CutNodeLink(lowerNode.Tail(), upperNode.FirstChild());
 }
 
 /// A new page beside the one at `depth`, on the side that changes the parent least: the upper part of a tail, because
@@ -319,7 +344,8 @@ void IndexTree::RemoveEmptyPages(Path& path) {
   for (std::size_t depth = path.LeafDepth(); depth > 0; --depth) {
     Unlink(path[depth].page);
     DropPage(path[depth].page);
-    if (DetachChild(path, depth - 1)) return CollapseRoot();
+    const PageNumber parent = path[depth - 1].page;
+    if (DetachChild(path, depth - 1)) return MendNode(parent);
   }
   FormatEmptyLeaf(file_.Write(root_), tablePage_);
 }
@@ -345,12 +371,14 @@ bool IndexTree::DetachChild(Path& path, std::size_t depth) {
 /// for it, which is in the parent or, when the path goes through tails, further up or nowhere.
 void IndexTree::UpdateAncestorEntry(Path& path, std::size_t depth, ByteView last) {
   while (depth > 0 && path.IsTail(depth)) --depth;
-  if (depth == 0) return;
-  --depth;
-  const std::size_t at = path[depth].at;
+  if (depth > 0) ReplaceEntry(path, depth - 1, path[depth - 1].at, last);
+}
+
+/// Gives the entry at `at` of the node at `depth` another key and row address, which may be too long for the page.
+void IndexTree::ReplaceEntry(Path& path, std::size_t depth, std::size_t at, ByteView keyAndRow) {
   IndexPage node = Edit(path[depth].page);
   EntryBytes entry;
-  entry.Append(last);
+  entry.Append(keyAndRow);
   entry.AppendChild(node.ChildAt(at));
   node.Remove(at);
   const std::optional<Overfull> overfull = Overfull::Insert(node, at, entry.View());
@@ -359,8 +387,82 @@ void IndexTree::UpdateAncestorEntry(Path& path, std::size_t depth, ByteView last
     PushRootDown(path);
     depth = 1;
   }
-  Split split = SplitNode(path, depth, *overfull);
+  const Split split = SplitNode(path, depth, *overfull);
   PassUp(path, depth, split);
+}
+
+/// After a removal: no node is left with its tail only. Jet itself does leave such nodes, but not every reader takes
+/// them for sound.
+void IndexTree::MendNode(PageNumber node) {
+  while (node != root_ && View(node).IsEmpty()) {
+    Path path = PathTo(LastBelow(node).View());
+    const std::size_t depth = path.DepthOf(node);
+    const PageNumber parent = path[depth - 1].page;
+    if (!JoinWithNeighbour(path, depth)) return;
+    node = parent;
+  }
+  CollapseRoot();
+}
+
+/// The last entry below a node.
+EntryBytes IndexTree::LastBelow(PageNumber page) const {
+  for (std::size_t depth = 0; depth < kMaxDepth; ++depth) {
+    const IndexPageView view = View(page);
+    if (!view.IsLeaf()) {
+      page = view.Tail();
+      continue;
+    }
+    if (view.IsEmpty()) DamagedTree(root_, "has an empty leaf");
+    EntryBytes last;
+    view.ReadEntry(view.LastStart(), last);
+    return last;
+  }
+  DamagedTree(root_, "has no end");
+}
+
+/// Puts the children of the node at `depth` and of a neighbour under one of the two, or spreads them evenly when they
+/// are too many. Returns true when the parent has lost an entry by that. Needs depth > 0.
+bool IndexTree::JoinWithNeighbour(Path& path, std::size_t depth) {
+  IndexPage parent = Edit(path[depth - 1].page);
+  if (parent.IsEmpty()) return false;  // other engines leave such parents; there is no neighbour then
+  const std::size_t at = path.IsTail(depth) ? parent.LastStart() : path[depth - 1].at;
+  const std::size_t next = parent.EndOf(at);
+  const PageNumber lower = parent.ChildAt(at);
+  const PageNumber upper = next == parent.Used() ? parent.Tail() : parent.ChildAt(next);
+  const bool areNeighbours = lower != upper && View(lower).Level() == View(upper).Level();
+  if (!areNeighbours || View(upper).Level() >= parent.Level()) DamagedTree(root_, "has a wrong level");
+
+  const EntryList entries = JoinedEntries(parent, at, lower, upper);
+  JoinNodeLink(View(lower).Tail(), View(upper).FirstChild());
+  const EntryRange all = {entries, 0, entries.Count()};
+  if (all.StoredSize(0) <= kEntryAreaSize) {
+    Edit(upper).StoreCompact(all);
+    parent.Remove(at);
+    Unlink(lower);
+    DropPage(lower);
+    return true;
+  }
+  CheckCanBeSpread(entries);
+  const std::size_t middle = MiddleEntry(entries);
+  StoreNodePair(lower, upper, entries, middle);
+  ReplaceEntry(path, depth - 1, at, KeyAndRowOf(entries[middle]));
+  return false;
+}
+
+/// The entries of two neighbours, and between them one for the lower one's tail: its last entry is the one that the
+/// parent has for the whole of the lower node.
+EntryList IndexTree::JoinedEntries(const IndexPageView& parent, std::size_t at, PageNumber lower,
+                                   PageNumber upper) const {
+  EntryBytes ofLower;
+  parent.ReadEntry(at, ofLower);
+  EntryBytes between;
+  between.Append(ofLower.KeyAndRow());
+  between.AppendChild(View(lower).Tail());
+  EntryList entries = View(lower).AllEntries();
+  entries.Append(between.View());
+  const EntryList rest = View(upper).AllEntries();
+  for (std::size_t i = 0; i < rest.Count(); ++i) entries.Append(rest[i]);
+  return entries;
 }
 
 /// A root that has its tail only takes the tail's content.
@@ -409,6 +511,13 @@ void IndexTree::CutNodeLink(PageNumber left, PageNumber right) {
   if (View(left).IsLeaf()) return;
   Edit(left).SetNext(0);
   Edit(right).SetPrevious(0);
+}
+
+/// Two children have come side by side under one parent.
+void IndexTree::JoinNodeLink(PageNumber left, PageNumber right) {
+  if (View(left).IsLeaf()) return;
+  Edit(left).SetNext(right);
+  Edit(right).SetPrevious(left);
 }
 
 void FormatEmptyLeaf(Page& page, PageNumber tablePage) {

@@ -57,6 +57,7 @@ class IndexTree {
 
   Split SplitLeaf(Path& path, const Overfull& leaf);
   Split SplitNode(Path& path, std::size_t depth, const Overfull& node);
+  void StoreNodePair(PageNumber lower, PageNumber upper, const EntryList& entries, std::size_t middle);
   Split AddSibling(const Path& path, std::size_t depth);
   void PassUp(Path& path, std::size_t depth, Split split);
   void PushRootDown(Path& path);
@@ -65,6 +66,11 @@ class IndexTree {
   void RemoveEmptyPages(Path& path);
   bool DetachChild(Path& path, std::size_t depth);
   void UpdateAncestorEntry(Path& path, std::size_t depth, ByteView last);
+  void ReplaceEntry(Path& path, std::size_t depth, std::size_t at, ByteView keyAndRow);
+  void MendNode(PageNumber node);
+  EntryBytes LastBelow(PageNumber page) const;
+  bool JoinWithNeighbour(Path& path, std::size_t depth);
+  EntryList JoinedEntries(const IndexPageView& parent, std::size_t at, PageNumber lower, PageNumber upper) const;
   void CollapseRoot();
 
   PageNumber NewPage(std::uint8_t level);
@@ -72,6 +78,7 @@ class IndexTree {
   void LinkBetween(PageNumber left, PageNumber added, PageNumber right);
   void Unlink(PageNumber page);
   void CutNodeLink(PageNumber left, PageNumber right);
+  void JoinNodeLink(PageNumber left, PageNumber right);
 
   PageFile& file_;
   FreePages& freePages_;

@@ -47,6 +47,14 @@ class IndexTreeTest : public ::testing::Test {
   }
   IndexPageView View(PageNumber page) { return IndexPageView(storage_.File(), page, kTable); }
   IndexPageView Root() { return View(index_.root); }
+  /// A node without entries, as other engines leave them.
+  PageNumber AddNode(std::uint8_t level, PageNumber tail) {
+    const PageNumber node = freePages_.Allocate();
+    IndexPage::Format(storage_.File().Write(node), kTable, level);
+    IndexPage(storage_.File(), node, kTable).SetTail(tail);
+    UsageMap(storage_.File(), index_.map).Add(node, freePages_);
+    return node;
+  }
   std::vector<Page> AllPages() {
     std::vector<Page> pages;
     for (PageNumber page = 0; page < storage_.File().PageCount(); ++page) pages.push_back(PageAt(page));
@@ -210,13 +218,13 @@ TEST_F(IndexTreeTest, AscendingKeys_FillLeavesAndNodes) {
   EXPECT_EQ(walker.Entries().size(), 8U * 7 * 7);
 }
 
-TEST_F(IndexTreeTest, AppendingSplitOfANode_MakesANodeWithATailOnly) {
-  // Leaves of 7; the root takes 7 entries and a tail, then its last entry goes up and the new node has a tail only.
+TEST_F(IndexTreeTest, AppendingSplitOfANode_LeavesTheNewNodeOneEntryAndItsTail) {
+  // Leaves of 7; the root takes 7 entries and a tail, then its last entry but one goes up.
   for (int i = 0; i < 7 * 8 + 1; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   ASSERT_EQ(Root().Level(), 2);
   EXPECT_EQ(Root().AllEntries().Count(), 1U);
-  EXPECT_EQ(View(Root().ChildAt(0)).AllEntries().Count(), 7U);
-  EXPECT_TRUE(View(Root().Tail()).IsEmpty());
+  EXPECT_EQ(View(Root().ChildAt(0)).AllEntries().Count(), 6U);
+  EXPECT_EQ(View(Root().Tail()).AllEntries().Count(), 1U);
   EXPECT_EQ(View(Root().Tail()).Previous(), Root().ChildAt(0));
   EXPECT_EQ(Walk().Levels(), 3U);
 }
@@ -251,11 +259,11 @@ TEST_F(IndexTreeTest, RemovingTheLastEntryOfALeaf_LowersTheParentsEntry) {
 
 TEST_F(IndexTreeTest, RemovingTheLastEntryOfATailLeaf_LowersTheNextAncestorThatIsNoTail) {
   for (int i = 0; i < 7 * 8 + 1; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
-  // The root's entry stands for the node whose tail ends with 55.
-  EXPECT_TRUE(tree_->Remove(WideKey(55, kWide), RowOf(55)));
+  // The root's entry stands for the node whose tail is the seventh leaf.
+  EXPECT_TRUE(tree_->Remove(WideKey(48, kWide), RowOf(48)));
   EntryBytes entry;
   Root().ReadEntry(0, entry);
-  EXPECT_EQ(ToHex(entry.KeyAndRow().first(5)), "7F 80 00 00 36");
+  EXPECT_EQ(ToHex(entry.KeyAndRow().first(5)), "7F 80 00 00 2F");
   Walk();
 }
 
@@ -288,12 +296,89 @@ TEST_F(IndexTreeTest, RootLeftWithItsTailOnly_TakesTheTailsContent) {
   EXPECT_EQ(walker.Pages(), std::set<PageNumber>{index_.root});
 }
 
-TEST_F(IndexTreeTest, NodeWithATailOnly_GoesWithItsLeaf) {
+TEST_F(IndexTreeTest, NodeLeftWithItsTailOnly_IsJoinedWithItsLeftNeighbour) {
   for (int i = 0; i < 7 * 8 + 1; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
+  // The right node had two leaves; the left one with seven takes the other one in, so one level is enough again.
   EXPECT_TRUE(tree_->Remove(WideKey(56, kWide), RowOf(56)));
   const IndexTreeWalker walker = Walk();
   EXPECT_EQ(walker.Levels(), 2U);
+  EXPECT_EQ(walker.LeafCount(), 8U);
   EXPECT_EQ(walker.Entries().size(), 56U);
+}
+
+TEST_F(IndexTreeTest, NodeLeftWithItsTailOnly_IsJoinedWithItsRightNeighbour) {
+  for (int i = 0; i < 7 * 8 + 1; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
+  for (int i = 0; i < 7 * 6; ++i) EXPECT_TRUE(tree_->Remove(WideKey(i, kWide), RowOf(i)));
+  const IndexTreeWalker walker = Walk();
+  EXPECT_EQ(walker.Levels(), 2U);
+  EXPECT_EQ(walker.LeafCount(), 3U);
+}
+
+TEST_F(IndexTreeTest, NodeLeftWithItsTailOnlyBesideAFullOne_TakesChildrenOver) {
+  for (int i = 0; i < 7 * 8 + 1; ++i) tree_->Insert(WideKey(2 * i, kWide), RowOf(i));
+  // A split leaf fills the left node; without its second leaf the right one has only one.
+  tree_->Insert(WideKey(1, kWide), RowOf(500));
+  ASSERT_EQ(View(Root().ChildAt(0)).AllEntries().Count(), 7U);
+  EXPECT_TRUE(tree_->Remove(WideKey(2 * 56, kWide), RowOf(56)));
+  const IndexTreeWalker walker = Walk();
+  EXPECT_EQ(walker.Levels(), 3U);
+  EXPECT_EQ(View(Root().ChildAt(0)).AllEntries().Count(), 3U);
+  EXPECT_EQ(View(Root().Tail()).AllEntries().Count(), 4U);
+  EXPECT_EQ(walker.Entries().size(), 57U);
+}
+
+TEST_F(IndexTreeTest, NodesWithATailOnlyOfOtherEngines_AreWorkedWith) {
+  for (int i = 0; i < 7 * 2; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
+  const PageNumber lastLeaf = Root().Tail();
+  const PageNumber left = AddNode(1, Root().ChildAt(0));
+  const PageNumber right = AddNode(1, lastLeaf);
+  IndexPage(storage_.File(), left, kTable).SetNext(right);
+  IndexPage(storage_.File(), right, kTable).SetPrevious(left);
+  EntryBytes old;
+  Root().ReadEntry(0, old);
+  EntryBytes entry;
+  entry.Append(old.KeyAndRow());
+  entry.AppendChild(left);
+  IndexPage::Format(storage_.File().Write(index_.root), kTable, 2);
+  IndexPage root(storage_.File(), index_.root, kTable);
+  ASSERT_TRUE(root.TryInsert(0, entry.View()));
+  root.SetTail(right);
+
+  for (int i = 0; i < 7 * 2; ++i) EXPECT_TRUE(tree_->Find(WideKey(i, kWide)).has_value());
+  for (int i = 7; i < 14; ++i) EXPECT_TRUE(tree_->Remove(WideKey(i, kWide), RowOf(i)));
+  EXPECT_EQ(tree_->Entries().size(), 7U);
+  for (int i = 0; i < 7; ++i) EXPECT_TRUE(tree_->Remove(WideKey(i, kWide), RowOf(i)));
+  EXPECT_EQ(Walk().Pages(), std::set<PageNumber>{index_.root});
+}
+
+TEST_F(IndexTreeTest, NodeUnderAParentWithATailOnlyOfOtherEngines_MayBeLeftWithItsTailOnly) {
+  for (int i = 0; i < 7 * 2; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
+  const PageNumber node = AddNode(1, 0);
+  const Page content = PageAt(index_.root);
+  storage_.File().Write(node) = content;
+  IndexPage::Format(storage_.File().Write(index_.root), kTable, 2);
+  IndexPage(storage_.File(), index_.root, kTable).SetTail(node);
+
+  for (int i = 0; i < 14; ++i) {
+    EXPECT_TRUE(tree_->Remove(WideKey(i, kWide), RowOf(i)));
+    EXPECT_EQ(tree_->Entries().size(), 13U - static_cast<std::size_t>(i));
+  }
+  EXPECT_EQ(Walk().Pages(), std::set<PageNumber>{index_.root});
+}
+
+TEST_F(IndexTreeTest, FourLevelsEmptiedFromEitherEnd_KeepEveryRule) {
+  constexpr int kCount = 7 * 7 * 16;
+  for (int i = 0; i < kCount; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
+  ASSERT_EQ(Walk().Levels(), 4U);
+  for (int i = kCount; i-- > kCount / 2;) {
+    ASSERT_TRUE(tree_->Remove(WideKey(i, kWide), RowOf(i)));
+    if (i % 7 == 0) Walk();
+  }
+  for (int i = 0; i < kCount / 2; ++i) {
+    ASSERT_TRUE(tree_->Remove(WideKey(i, kWide), RowOf(i)));
+    if (i % 7 == 0) Walk();
+  }
+  EXPECT_EQ(Walk().Pages(), std::set<PageNumber>{index_.root});
 }
 
 TEST_F(IndexTreeTest, LongerParentEntryThatNoLongerFits_SplitsTheNode) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <optional>
 #include <set>
 #include <string>
@@ -77,7 +78,8 @@ class IndexTreeWalker {
       start = bit;
     }
     EXPECT_EQ(LoadLittle<std::uint16_t>(&page[2]), 3616 - start) << where;
-    for (std::size_t i = 0x1E0 + start; i < page.size(); ++i) EXPECT_EQ(page[i], 0) << where << " unused byte " << i;
+    const auto isZero = [](std::uint8_t byte) { return byte == 0; };
+    EXPECT_TRUE(std::all_of(page.begin() + 0x1E0 + start, page.end(), isZero)) << where << " has unused bytes";
     if (prefix != 0) {
       EXPECT_TRUE(parsed.isLeaf) << where << " is a node with a prefix";
       EXPECT_GE(parsed.entries.size(), 2U) << where << " has a prefix";
@@ -110,7 +112,7 @@ class IndexTreeWalker {
       return {1, page.entries.empty() ? std::nullopt : std::optional<Bytes>(page.entries.back())};
     }
     EXPECT_NE(page.tail, 0U) << "node " << number << " has no tail";
-    EXPECT_TRUE(!isRoot || !page.entries.empty()) << "the root has its tail only";
+    EXPECT_FALSE(page.entries.empty()) << "node " << number << " has its tail only";
     return VisitChildren(number, page);
   }
 
