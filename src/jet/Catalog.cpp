@@ -79,10 +79,13 @@ std::vector<CatalogObject> Catalog::Objects() const {
 
 std::optional<CatalogObject> Catalog::FindRowSource(const std::string& name) const {
   const std::string wanted = FoldCase(name);
+  std::optional<CatalogObject> found;
   for (CatalogObject& object : Objects()) {
-    if (SharesTableNames(object.type) && FoldCase(object.name) == wanted) return std::move(object);
+    if (!SharesTableNames(object.type) || FoldCase(object.name) != wanted) continue;
+    if (object.name == name) return std::move(object);
+    if (!found) found = std::move(object);
   }
-  return std::nullopt;
+  return found;
 }
 
 Bytes Catalog::PropertyList(const CatalogObject& object) const {
@@ -94,7 +97,7 @@ Bytes Catalog::PropertyList(const CatalogObject& object) const {
   return {};
 }
 
-void Catalog::AddObject(const CatalogObject& object, const Bytes& owner, Date created) {
+void Catalog::AddObject(const CatalogObject& object, const Bytes& owner, Date created, const Bytes& properties) {
   std::vector<Value> values(objects_.Definition().columns.size());
   values[objectAt_.id] = object.id;
   values[objectAt_.parent] = object.parent;
@@ -104,6 +107,7 @@ void Catalog::AddObject(const CatalogObject& object, const Bytes& owner, Date cr
   values[objectAt_.updated] = created;
   values[objectAt_.owner] = owner;
   values[objectAt_.flags] = static_cast<std::int32_t>(object.flags);
+  if (!properties.empty()) values[objectAt_.properties] = properties;
   objects_.Insert(std::move(values));
 }
 

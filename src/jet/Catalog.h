@@ -13,7 +13,15 @@
 namespace mv::jet {
 
 /// Kinds of catalog objects that have a row source; all others (containers, relations, forms ...) are of no concern.
-enum class ObjectType : std::int16_t { Table = 1, Database = 2, Container = 3, LinkedOdbc = 4, Query = 5, Linked = 6 };
+enum class ObjectType : std::int16_t {
+  Table = 1,
+  Database = 2,
+  Container = 3,
+  LinkedOdbc = 4,
+  Query = 5,
+  Linked = 6,
+  Relation = 8,
+};
 
 /// Ids of objects that every database has. The root itself has no row.
 inline constexpr std::int32_t kRootId = 0x0F000000;
@@ -54,13 +62,14 @@ class Catalog {
 
   /// All objects in physical order. Throws DamagedFileError for a row without name, id or type.
   std::vector<CatalogObject> Objects() const;
-  /// The table, linked table or query of this name, without regard to case; they share one set of names.
+  /// The table, linked table or query of this name, without regard to case; they share one set of names. Names that
+  /// differ in case only are possible where the sort order tells two cases apart: the one spelled like `name` is first.
   std::optional<CatalogObject> FindRowSource(const std::string& name) const;
   /// The property list of an object, empty when it has none.
   Bytes PropertyList(const CatalogObject& object) const;
 
-  /// Adds a row of MSysObjects; all columns but those named here are null.
-  void AddObject(const CatalogObject& object, const Bytes& owner, Date created);
+  /// Adds a row of MSysObjects; all columns but those named here are null, the property list too when it is empty.
+  void AddObject(const CatalogObject& object, const Bytes& owner, Date created, const Bytes& properties = {});
   void AddPermission(const Permission& permission);
   /// Gives a new table the rights that tables inherit. Creator, the placeholder for who creates, becomes the owner.
   void InheritPermissions(std::int32_t table, const Header& header);

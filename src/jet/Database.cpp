@@ -118,7 +118,7 @@ void Database::CreateTable(const TableSpec& design, const CivilTime& created) {
   WriteDefinition(*pages_, BuildDefinition(table), table.pages);
   const auto id = static_cast<std::int32_t>(table.page);
   catalog_.AddObject({id, kTablesId, table.name, ObjectType::Table, 0}, header_.Identifier(Account::Admin),
-                     DateFromCivil(created));
+                     DateFromCivil(created), design.properties);
   catalog_.InheritPermissions(id, header_);
   statement.Complete();
 }

@@ -36,6 +36,10 @@ class Database {
 
   /// Names of the user's tables, in the order of the catalog.
   std::vector<std::string> TableNames() const;
+  /// All objects of the catalog, in its order: tables of the user and of the system, queries, relations ...
+  std::vector<CatalogObject> Objects() const { return catalog_.Objects(); }
+  /// The property list of one of these, as the catalog keeps it (see Properties.h); empty when it has none.
+  Bytes PropertyList(const CatalogObject& object) const { return catalog_.PropertyList(object); }
   /// A table by name, without regard to case; NoSuchTableError, UnsupportedError for a query or a linked table. The
   /// object lives as long as the database; the same name gives the same object.
   Table& OpenTable(const std::string& name);

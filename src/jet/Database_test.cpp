@@ -189,6 +189,17 @@ TEST_F(DatabaseTest, OpenTable_IgnoresCaseAndGivesTheSameObject) {
   EXPECT_EQ(table.Definition().name, "\u00C4pfel");
 }
 
+TEST_F(DatabaseTest, OpenTable_PrefersTheNameSpelledAlike) {
+  database_->CreateTable(Parts("\u0463"), kCreated);
+  database_->CreateTable(Parts("other"), kCreated);
+  Table& objects = database_->OpenTable("MSysObjects");
+  const std::size_t column = Position(objects, "Name");
+  const Value name = std::string("\u0462");
+  objects.Update(RowWhere(objects, "Name", std::string("other")), std::span(&column, 1), std::span(&name, 1));
+  EXPECT_EQ(database_->OpenTable("\u0462").Definition().name, "\u0462");
+  EXPECT_EQ(database_->OpenTable("\u0463").Definition().name, "\u0463");
+}
+
 TEST_F(DatabaseTest, UnknownTable_HasTheProvidersError) {
   const Error error = ErrorOf([&] { database_->OpenTable("brnd_Fuel"); });
   EXPECT_EQ(error.Number(), -2147217865);
@@ -249,6 +260,18 @@ TEST_F(DatabaseTest, RulesOfThePropertyList_AreEnforced) {
   EXPECT_EQ(ErrorNumberOf([&] { users.Insert({Null{}, std::string("e")}); }), errors::kJetConstraint);
   EXPECT_EQ(ErrorNumberOf([&] { users.Insert({std::string("n"), std::string()}); }), errors::kJetConstraint);
   EXPECT_NO_THROW(users.Insert({std::string(), Null{}}));
+}
+
+TEST_F(DatabaseTest, PropertyListOfANewTable_IsKeptAndEnforced) {
+  TableSpec users = {"users", {Typed("name", ColumnType::Text, 20)}, {}};
+  users.properties = FromHex(
+      "4D 52 32 00 | 18 00 00 00 80 00 | 10 00 \"Required\""
+      "1D 00 00 00 01 00 | 0E 00 00 00 08 00 \"name\" | 09 00 01 01 00 00 01 00 01");
+  database_->CreateTable(users, kCreated);
+  CommitAndClose();
+  const auto database = Open();
+  EXPECT_EQ(database->PropertyList(database->Objects().back()), users.properties);
+  EXPECT_EQ(ErrorNumberOf([&] { database->OpenTable("users").Insert({Null{}}); }), errors::kJetConstraint);
 }
 
 TEST_F(DatabaseTest, PropertyListThatContradictsItself_RefusesTheTable) {

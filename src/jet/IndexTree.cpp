@@ -186,19 +186,36 @@ std::vector<IndexTree::Entry> IndexTree::Entries() const {
   return entries;
 }
 
-std::optional<RowId> IndexTree::Find(ByteView key, std::optional<RowId> except) const {
-  if (key.size() > kLongestPageKey) return std::nullopt;
+/// Hands the rows with exactly this key on to `visit`, ascending, until that returns false.
+template <typename Visitor>
+void IndexTree::VisitKey(ByteView key, Visitor visit) const {
+  if (key.size() > kLongestPageKey) return;
   const EntryBytes lowest(key, RowId{});
   const PageNumber leaf = PathTo(lowest.View()).Leaf();
-  std::optional<RowId> found;
   VisitEntries(leaf, View(leaf).LowerBound(lowest.View()), [&](const EntryBytes& entry) {
     // Longer keys that begin with this one may stand among its entries.
     const ByteView bytes = entry.View();
     if (bytes.size() < key.size() || !std::equal(key.begin(), key.end(), bytes.begin())) return false;
-    if (entry.Key().size() == key.size() && entry.Row() != except) found = entry.Row();
+    return entry.Key().size() != key.size() || visit(entry.Row());
+  });
+}
+
+std::optional<RowId> IndexTree::Find(ByteView key, std::optional<RowId> except) const {
+  std::optional<RowId> found;
+  VisitKey(key, [&](RowId row) {
+    if (row != except) found = row;
     return !found.has_value();
   });
   return found;
+}
+
+std::vector<RowId> IndexTree::FindAll(ByteView key, std::size_t most) const {
+  std::vector<RowId> rows;
+  VisitKey(key, [&](RowId row) {
+    if (rows.size() < most) rows.push_back(row);
+    return rows.size() < most;
+  });
+  return rows;
 }
 
 bool IndexTree::FindByRow(RowId row, EntryBytes& found) const {

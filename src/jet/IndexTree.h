@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -35,8 +36,12 @@ class IndexTree {
   bool Remove(ByteView key, RowId row);
   /// The first entry's row with exactly this key, leaving out `except`.
   std::optional<RowId> Find(ByteView key, std::optional<RowId> except = std::nullopt) const;
+  /// The rows of all entries with exactly this key, ascending; at most the first `most`.
+  std::vector<RowId> FindAll(ByteView key, std::size_t most = kAll) const;
   /// All entries in order, following the leaf links; for checks and tests.
   std::vector<Entry> Entries() const;
+
+  static constexpr std::size_t kAll = std::numeric_limits<std::size_t>::max();
 
   /// Two entries of this length, in a node, fit on a page, so that every page can be split.
   static constexpr std::size_t kLongestKey = kEntryAreaSize / 2 - kRowAddressSize - kChildSize;
@@ -53,6 +58,8 @@ class IndexTree {
   PageNumber FirstLeaf() const;
   template <typename Visitor>
   void VisitEntries(PageNumber leaf, std::size_t at, Visitor visit) const;
+  template <typename Visitor>
+  void VisitKey(ByteView key, Visitor visit) const;
   bool FindByRow(RowId row, EntryBytes& found) const;
 
   Split SplitLeaf(Path& path, const Overfull& leaf);

@@ -406,6 +406,26 @@ TEST_F(IndexTreeTest, Find_GivesTheFirstRowOfTheKey) {
   EXPECT_EQ(tree_->Find(LongKey(-1)), std::nullopt);
 }
 
+TEST_F(IndexTreeTest, FindAll_GivesTheRowsOfTheKeyInOrderUpToTheLimit) {
+  std::vector<RowId> wanted;
+  for (int i = 0; i < 2000; ++i) tree_->Insert(LongKey(i % 2), RowOf((i * 7) % 2000));
+  for (int i = 0; i < 2000; i += 2) wanted.push_back(RowOf(i));
+  EXPECT_EQ(tree_->FindAll(LongKey(0)), wanted);
+  wanted.resize(3);
+  EXPECT_EQ(tree_->FindAll(LongKey(0), 3), wanted);
+  EXPECT_TRUE(tree_->FindAll(LongKey(2)).empty());
+}
+
+TEST_F(IndexTreeTest, FindAll_LeavesOutLongerKeysThatBeginAlike) {
+  const Bytes shorter = LongKey(5);
+  Bytes longer = shorter;
+  longer.push_back(0);
+  tree_->Insert(longer, RowOf(1));
+  tree_->Insert(shorter, RowOf(3));
+  tree_->Insert(shorter, RowOf(0));
+  EXPECT_EQ(tree_->FindAll(shorter), (std::vector<RowId>{RowOf(0), RowOf(3)}));
+}
+
 TEST_F(IndexTreeTest, FindOfAUniqueKeyExceptItsOwnRow_FindsNothing) {
   for (int i = 0; i < 2000; ++i) tree_->Insert(LongKey(i), RowOf(i));
   EXPECT_EQ(tree_->Find(LongKey(1234), RowOf(1234)), std::nullopt);

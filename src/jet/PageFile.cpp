@@ -118,6 +118,7 @@ const Page& PageFile::Load(PageNumber number) const {
     std::memcpy(page->data(), buffer.data() + i * kPageSize, kPageSize);
     entries_[number + i].page = std::move(page);
   }
+  loadedSinceShrunk_ += run;
   return *entries_[number].page;
 }
 
@@ -275,6 +276,14 @@ void PageFile::Discard() {
   DropOldContents();
   ++writableNow_;
   ++undone_;
+}
+
+void PageFile::ShrinkTo(std::size_t mostPages) {
+  if (loadedSinceShrunk_ <= mostPages) return;
+  for (Entry& entry : entries_) {
+    if (!entry.changed) entry.page.reset();
+  }
+  loadedSinceShrunk_ = 0;
 }
 
 }  // namespace mv::jet

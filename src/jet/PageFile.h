@@ -24,7 +24,8 @@ namespace mv::jet {
 /// database open; such locks make the file "in use". A lock file without locks was left behind by a crash and is no
 /// reason to refuse; none is ever created here, because exclusive openers have none.
 ///
-/// Costs: one block of 4 KiB for each page touched, one more for each page that the statement under way has changed.
+/// Costs: one block of 4 KiB for each page touched (see ShrinkTo), one more for each page that the statement under way
+/// has changed.
 class PageFile {
  public:
   enum class Mode { ReadOnly, ReadWrite };
@@ -85,6 +86,10 @@ class PageFile {
   void Commit();
   /// Forgets all changes since opening or the last Commit, and a statement under way.
   void Discard();
+  /// When more than `mostPages` pages were read since the last time, gives back all that hold no change; they are read
+  /// again when they are asked for. Between two calls of Table or Database only: every reference to such a page ends.
+  /// Lets a scan of a large file run in little memory.
+  void ShrinkTo(std::size_t mostPages);
   /// How often changes were undone, by Discard or an outermost Rollback: what was derived from the pages before is
   /// worthless when this has changed.
   std::uint64_t Undone() const { return undone_; }
@@ -122,6 +127,7 @@ class PageFile {
   std::unique_ptr<platform::File> file_;  ///< nothing: a database that is not on disk yet, or one lost to somebody else
   PageNumber fileCount_ = 0;              ///< pages of ours in the file
   mutable std::vector<Entry> entries_;    ///< by page number; loading a page changes nothing that callers can see
+  mutable std::size_t loadedSinceShrunk_ = 0;
   std::size_t changedCount_ = 0;
   std::uint64_t writableNow_ = 1;
   std::uint64_t undone_ = 0;

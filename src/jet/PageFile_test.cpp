@@ -272,6 +272,35 @@ TEST_F(PageFileTest, Discard_ForgetsChangesAndPagesAdded) {
   EXPECT_EQ(files_.Content(kPath)[2 * kPageSize], 0x66);
 }
 
+TEST_F(PageFileTest, ShrinkTo_ForgetsPagesWithoutChangesAndKeepsTheOthers) {
+  const auto file = OpenWith(100);
+  for (PageNumber page = 0; page < 100; ++page) file->Read(page);
+  file->Write(7).fill(0x55);
+  const std::size_t reads = files_.Reads();
+  file->ShrinkTo(100);
+  file->Read(50);
+  EXPECT_EQ(files_.Reads(), reads);
+  file->ShrinkTo(99);
+  EXPECT_EQ(file->Read(50), PageOf(50));
+  EXPECT_EQ(files_.Reads(), reads + 1);
+  EXPECT_EQ(file->Read(7)[0], 0x55);
+  EXPECT_TRUE(file->Changed());
+  file->Commit();
+  EXPECT_EQ(files_.Content(kPath)[7 * kPageSize], 0x55);
+  EXPECT_EQ(files_.Content(kPath)[8 * kPageSize], 8);
+}
+
+TEST_F(PageFileTest, ShrinkToInAStatement_LeavesItsOldContents) {
+  const auto file = OpenWith(10);
+  file->Begin();
+  file->Write(3).fill(0x55);
+  for (PageNumber page = 0; page < 10; ++page) file->Read(page);
+  file->ShrinkTo(0);
+  file->Rollback();
+  EXPECT_EQ(file->Read(3), PageOf(3));
+  EXPECT_FALSE(file->Changed());
+}
+
 TEST_F(PageFileTest, NewDatabase_ExistsOnlyAfterCommit) {
   files_.CreateFolders("C:\\data");
   const auto file = PageFile::Create(files_, kPath);

@@ -64,6 +64,12 @@ class Table {
   /// Decodes only the column asked for. Error 3021 for a row that is not live.
   Value ReadValue(RowId row, std::size_t column) const;
 
+  /// The rows whose entry in an index (number of the data block) has this key, in physical order; at most the first
+  /// `most`.
+  std::vector<RowId> RowsWithKey(std::size_t index, const IndexKey& key, std::size_t most = IndexTree::kAll) const {
+    return trees_[index].FindAll(key.bytes, most);
+  }
+
   /// Adds a row; null in an autonumber column draws the next number. Returns its address. Error 3001 when the number
   /// of values is not that of the columns.
   RowId Insert(std::vector<Value> values);

@@ -44,16 +44,19 @@ struct Column {
   std::uint16_t variableIndex = 0;  ///< place in the variable area, when not fixed
   std::uint16_t fixedOffset = 0;    ///< place in the fixed area, when fixed
   std::uint16_t length = 0;         ///< bytes: Text 2 x characters, Memo and OLE 0, Boolean 1
-  std::uint8_t flags = 0;           ///< 01 fixed, 02 updatable, 04 autonumber, 10 system, 20 SID, 40 GUID autonumber
-  std::uint8_t moreFlags = 0;       ///< 01 text is stored compressed
-  SortOrder sortOrder;              ///< not for Decimal
-  std::uint8_t precision = 0;       ///< Decimal only
-  std::uint8_t scale = 0;           ///< Decimal only
-  RowId longValuePages;             ///< Memo and OLE: map of owned pages
-  RowId longValueFreeSpace;         ///< Memo and OLE: map of pages with room; none = 0/0
+  std::uint8_t flags =
+      0;  ///< 01 fixed, 02 updatable, 04 autonumber, 10 system, 20 SID, 40 GUID autonumber, 80 hyperlink
+  std::uint8_t moreFlags = 0;  ///< 01 text is stored compressed
+  SortOrder sortOrder;         ///< not for Decimal
+  std::uint8_t precision = 0;  ///< Decimal only
+  std::uint8_t scale = 0;      ///< Decimal only
+  RowId longValuePages;        ///< Memo and OLE: map of owned pages
+  RowId longValueFreeSpace;    ///< Memo and OLE: map of pages with room; none = 0/0
 
   bool IsFixed() const { return (flags & 0x01) != 0; }
   bool IsAutonumber() const { return (flags & 0x04) != 0; }
+  bool IsGuidAutonumber() const { return (flags & 0x40) != 0; }
+  bool IsHyperlink() const { return (flags & 0x80) != 0; }
   bool IsCompressed() const { return (moreFlags & 0x01) != 0; }
   bool IsLongValue() const { return type == ColumnType::Memo || type == ColumnType::Ole; }
 };

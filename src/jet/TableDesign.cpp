@@ -13,6 +13,8 @@ namespace {
 constexpr std::uint8_t kFixed = 0x01;
 constexpr std::uint8_t kUpdatable = 0x02;
 constexpr std::uint8_t kAutonumber = 0x04;
+constexpr std::uint8_t kGuidAutonumber = 0x40;
+constexpr std::uint8_t kHyperlink = 0x80;
 constexpr std::uint8_t kCompressed = 0x01;
 
 constexpr std::uint8_t kPlainIndex = 0x80;
@@ -97,6 +99,8 @@ Column DesignColumn(const ColumnSpec& design) {
   column.flags = kUpdatable;
   if (HasFixedSize(design.type)) column.flags |= kFixed;
   if (design.autonumber) column.flags |= kAutonumber;
+  if (design.guidAutonumber && design.type == ColumnType::Guid) column.flags |= kGuidAutonumber;
+  if (design.hyperlink && design.type == ColumnType::Memo) column.flags |= kHyperlink;
   const bool isText = design.type == ColumnType::Text || design.type == ColumnType::Memo;
   if (isText && design.compressed) column.moreFlags |= kCompressed;
   if (design.type == ColumnType::Decimal) {

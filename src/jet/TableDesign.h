@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Bytes.h"
 #include "jet/TableDefinition.h"
 
 namespace mv::jet {
@@ -16,6 +17,8 @@ struct ColumnSpec {
   bool autonumber = false;       ///< Long
   std::uint8_t precision = 18;   ///< Decimal
   std::uint8_t scale = 0;        ///< Decimal
+  bool hyperlink = false;        ///< Memo: shown as a link
+  bool guidAutonumber = false;  ///< Guid: to be filled by the default value "GenGUID()", which is the caller's business
 };
 struct IndexSpec {
   struct KeyColumn {
@@ -33,6 +36,7 @@ struct TableSpec {
   std::string name;
   std::vector<ColumnSpec> columns;
   std::vector<IndexSpec> indexes;
+  Bytes properties = {};  ///< the table's property list as the catalog keeps it (see Properties.h), empty for none
 };
 
 /// The definition of a new table: ids, places in a row and flags as Jet gives them, each index a tree of its own,

@@ -102,6 +102,16 @@ TEST(TableDesign, Autonumber_IsALongWithItsFlag) {
   EXPECT_EQ(Refusal({"T", {id}, {}}), "Field 'Id' of table 'T' must be of type Long to number its rows.");
 }
 
+TEST(TableDesign, GuidAutonumberAndHyperlink_AreFlags) {
+  ColumnSpec guid = Typed("A", ColumnType::Guid);
+  guid.guidAutonumber = true;
+  ColumnSpec memo = Typed("B", ColumnType::Memo);
+  memo.hyperlink = true;
+  const TableDefinition table = DesignTable({"T", {guid, memo}, {}});
+  EXPECT_EQ(table.columns[0].flags, 0x43);
+  EXPECT_EQ(table.columns[1].flags, 0x82);
+}
+
 TEST(TableDesign, Indexes_GetFlagsNumbersAndTreesInOrderAndAreSortedByName) {
   TableSpec design = Parts();
   design.indexes.push_back({"byPrice", {{"price", false}, {"Code"}}, false, false, true, false});

@@ -161,6 +161,21 @@ TEST(Table, ColumnThatDoesNotExist_IsError3265) {
   EXPECT_EQ(ErrorNumberOf([&] { table.Update(row, {&column, 1}, {&value, 1}); }), errors::kItemNotFound);
 }
 
+TEST(Table, RowsWithKey_AreTheRowsOfTheIndexInPhysicalOrder) {
+  JetDatabase database;
+  JetTable design = Shippers();
+  design.Index("Phone", {"Phone"});
+  Table& table = database.Add(design);
+  const std::size_t phone = table.Definition().indexes[0].dataNumber;
+  ASSERT_EQ(table.Definition().indexes[0].name, "Phone");
+  const RowId first = table.Insert({Null(), Text("a"), Text("5551")});
+  table.Insert({Null(), Text("b"), Text("5552")});
+  const RowId third = table.Insert({Null(), Text("c"), Text("5551 ")});
+  const IndexKey key = KeyOf(table.Definition(), table.Definition().indexData[phone], table.ReadRow(first));
+  EXPECT_EQ(table.RowsWithKey(phone, key), (std::vector<RowId>{first, third}));
+  EXPECT_EQ(table.RowsWithKey(phone, key, 1), std::vector<RowId>{first});
+}
+
 TEST(Table, RowsOfAReopenedFile_AreTheSame) {
   testing::MemoryFileSystem files;
   RowId row;

@@ -233,4 +233,12 @@ std::optional<char32_t> AppendTextKey(Bytes& key, std::u16string_view units) {
   return std::nullopt;
 }
 
+bool MayHaveOtherKeys(std::string_view text) {
+  constexpr std::u32string_view kSuchCharacters = U"\u0462\u0463\u04B6\u04B7\uFFFD";
+  for (std::size_t at = 0; at < text.size();) {
+    if (kSuchCharacters.find(NextCodePoint(text, at)) != kSuchCharacters.npos) return true;
+  }
+  return false;
+}
+
 }  // namespace mv::jet

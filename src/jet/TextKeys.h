@@ -29,4 +29,9 @@ std::optional<char32_t> AppendTextKey(Bytes& key, std::string_view text);
 /// The same for UTF-16 units; a lone surrogate is returned as it is.
 std::optional<char32_t> AppendTextKey(Bytes& key, std::u16string_view units);
 
+/// True when a text that reads the same, case apart, may have another key: the order tells the cases of the Cyrillic
+/// letters U+0462, U+0463 and U+04B6, U+04B7 apart, and U+FFFD is also what a lone surrogate reads as. For all other
+/// texts, being equal but for case means having one key.
+bool MayHaveOtherKeys(std::string_view text);
+
 }  // namespace mv::jet

@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "base/Text.h"
+#include "base/Utf.h"
 #include "jet/TextWeights.h"
 #include "support/Hex.h"
 
@@ -273,6 +275,18 @@ TEST(TextKeys, KeysOfAllUnitsAmongOthers_HaveTheKnownSum) {
     sum.Add(key);
   }
   EXPECT_EQ(sum.Value(), 0x32E9535F67409417u);
+}
+
+TEST(TextKeys, CasesOfEveryLetter_ShareTheirKeyWhereTheyShould) {
+  for (char32_t character = 1; character <= 0xFFFF; ++character) {
+    const char32_t folded = FoldCase(character);
+    if (folded == character) continue;
+    const std::string text = Utf8FromCodePoints(std::u32string{U'x', character, U'y'});
+    const std::string other = Utf8FromCodePoints(std::u32string{U'x', folded, U'y'});
+    EXPECT_EQ(KeyOf(text) != KeyOf(other), MayHaveOtherKeys(text)) << static_cast<unsigned>(character);
+    EXPECT_EQ(MayHaveOtherKeys(text), MayHaveOtherKeys(other)) << static_cast<unsigned>(character);
+  }
+  EXPECT_TRUE(MayHaveOtherKeys("a\uFFFD"));
 }
 
 TEST(TextKeys, AllUnitsWithoutKnownWeight_AreRefused) {
