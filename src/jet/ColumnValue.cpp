@@ -15,8 +15,9 @@ namespace mv::jet {
 namespace {
 
 constexpr std::uint8_t kDecimalNegative = 0x80;
-/// Years 100 to 9999.
-constexpr double kFirstDay = -657434;
+/// Around the years 100 to 9999. The fraction counts forward from a negative day too: the first day ends before the
+/// number of the day before it.
+constexpr double kDayBeforeFirst = -657435;
 constexpr double kDayBehindLast = 2958466;
 
 template <std::integral T>
@@ -54,7 +55,7 @@ std::string LoadGuid(ByteView bytes) {
 }
 
 void StoreDate(Bytes& out, Date date) {
-  const bool inCalendar = date.days >= kFirstDay && date.days < kDayBehindLast;
+  const bool inCalendar = date.days > kDayBeforeFirst && date.days < kDayBehindLast;
   if (!inCalendar) throw StandardError(errors::kOverflow);
   StoreWhole(out, std::bit_cast<std::uint64_t>(date.days));
 }

@@ -48,10 +48,11 @@ TEST(ColumnValue, DateBefore1899_KeepsItsFractionCountingForward) {
 
 TEST(ColumnValue, DatesOutsideTheYears100To9999_Overflow) {
   const Column column = FixedColumn(ColumnType::DateTime);
-  EXPECT_EQ(ValueFromBytes(column, FromHex(Stored(column, Date{-657434}))), Value(Date{-657434}));
+  // The last moment of the first day: its fraction counts forward.
+  EXPECT_EQ(ValueFromBytes(column, FromHex(Stored(column, Date{-657434.999}))), Value(Date{-657434.999}));
   EXPECT_EQ(ValueFromBytes(column, FromHex(Stored(column, Date{2958465.99}))), Value(Date{2958465.99}));
   for (const double days :
-       {-657434.001, 2958466.0, std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
+       {-657435.0, 2958466.0, std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
     EXPECT_EQ(ErrorNumberOf([&] { Stored(column, Date{days}); }), errors::kOverflow) << days;
   }
 }

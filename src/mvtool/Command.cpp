@@ -19,8 +19,9 @@ constexpr std::string_view kClosing =
     "\nExit status: 0 done, 1 it failed (the message says why), 2 the command line\n"
     "was not understood.\n";
 
-std::array<Command, 5> Commands() {
-  return {ListCommand(), ShowCommand(), CreateCommand(), MakeCommand(), DemoCommand()};
+std::array<Command, 8> Commands() {
+  return {ListCommand(),  ShowCommand(),     ExportCommand(), CreateCommand(),
+          ApplyCommand(), TemplateCommand(), MakeCommand(),   DemoCommand()};
 }
 
 bool AsksForHelp(std::string_view word) {

@@ -34,6 +34,9 @@ Command ListCommand();
 Command ShowCommand();
 Command CreateCommand();
 Command MakeCommand();
+Command ApplyCommand();
+Command ExportCommand();
+Command TemplateCommand();
 Command DemoCommand();
 
 /// Exit statuses of the program.

@@ -12,33 +12,12 @@
 #include "mvtool/SampleSchema.h"
 #include "mvtool/SchemaJson.h"
 #include "mvtool/TableFile.h"
-#include "support/FakeClock.h"
-#include "support/MemoryFileSystem.h"
+#include "support/CommandTest.h"
 
 namespace mv::tool {
 namespace {
 
-/// Runs commands over a file system in memory.
-class CommandTest : public ::testing::Test {
- protected:
-  int Run(std::vector<std::string> words, const std::string& input = {}) {
-    std::istringstream in(input);
-    std::ostringstream out;
-    std::ostringstream err;
-    ToolContext context{in, out, err, files_, clock_};
-    const int status = RunTool(words, context);
-    out_ = out.str();
-    err_ = err.str();
-    return status;
-  }
-
-  void Put(const std::string& path, std::string_view text) { files_.Put(path, Bytes(text.begin(), text.end())); }
-
-  testing::MemoryFileSystem files_;
-  testing::FakeClock clock_;
-  std::string out_;
-  std::string err_;
-};
+using testing::CommandTest;
 
 constexpr std::string_view kSchema = R"({"tables":[
   {"name":"Shop","columns":[
@@ -66,7 +45,8 @@ std::string RecordLines() {
 TEST_F(CommandTest, Help_NamesEveryCommandAndSucceeds) {
   EXPECT_EQ(Run({"--help"}), kSucceeded);
   for (const char* synopsis : {"mvtool list FILE.db", "mvtool show FILE.pdb", "mvtool create FILE.db SCHEMA.json",
-                               "mvtool make FILE.pdb", "mvtool demo FOLDER"}) {
+                               "mvtool make FILE.pdb", "mvtool demo FOLDER", "mvtool export FILE.db DIR",
+                               "mvtool apply FILE.db TABLE", "mvtool template FILE.db OUT"}) {
     EXPECT_NE(out_.find(synopsis), std::string::npos) << synopsis;
   }
   EXPECT_EQ(err_, "");
@@ -103,6 +83,10 @@ TEST_F(CommandTest, MissingAndUnknownArguments_AreNotUnderstood) {
                                                                  {"create", "a"},
                                                                  {"make"},
                                                                  {"make", "a", "b"},
+                                                                 {"export", "a"},
+                                                                 {"apply", "a"},
+                                                                 {"apply", "a", "b", "--force"},
+                                                                 {"template", "a"},
                                                                  {"demo"},
                                                                  {"demo", "a", "--rows"},
                                                                  {"demo", "a", "--rows", "0"},

@@ -1,10 +1,10 @@
-#include <istream>
 #include <optional>
 #include <utility>
 
 #include "base/Error.h"
 #include "base/Text.h"
 #include "mvtool/Command.h"
+#include "mvtool/JsonLines.h"
 #include "mvtool/Overwriting.h"
 #include "mvtool/RecordJson.h"
 #include "mvtool/ToolErrors.h"
@@ -26,28 +26,6 @@ constexpr std::string_view kHelp =
     "    (mvtool show --schema A.pdb; mvtool show A.pdb) | mvtool make B.pdb\n"
     "  copies a table.\n"
     "    --force  replaces an existing file\n";
-
-/// The lines of the input that are not blank, as JSON.
-class JsonLines {
- public:
-  explicit JsonLines(std::istream& in) : in_(in) {}
-
-  std::optional<Json> Next() {
-    std::string line;
-    while (std::getline(in_, line)) {
-      ++number_;
-      if (line.find_first_not_of(" \t\r") != std::string::npos) return ParseJson(line, number_);
-    }
-    if (in_.bad()) throw ToolError("standard input could not be read");
-    return std::nullopt;
-  }
-
-  std::size_t Number() const { return number_; }
-
- private:
-  std::istream& in_;
-  std::size_t number_ = 0;
-};
 
 /// "brnd_Fuel" for "C:\x\brnd_Fuel.pdb".
 std::string NameWithoutExtension(const std::string& path) {

@@ -164,6 +164,8 @@ ColumnSpec SpecOf(const jet::Column& column) {
   }
   design.compressed = column.IsCompressed();
   design.autonumber = column.IsAutonumber() && column.type == ColumnType::Long;
+  design.hyperlink = column.IsHyperlink() && column.type == ColumnType::Memo;
+  design.guidAutonumber = column.IsGuidAutonumber() && column.type == ColumnType::Guid;
   design.precision = column.precision;
   design.scale = column.scale;
   return design;

@@ -10,6 +10,7 @@
 #include "mvtool/RowWriter.h"
 #include "mvtool/SchemaJson.h"
 #include "mvtool/TableFile.h"
+#include "mvtool/TableRows.h"
 #include "mvtool/ToolErrors.h"
 
 namespace mv::tool {
@@ -30,13 +31,6 @@ constexpr std::string_view kHelp =
     "  Records of a table file begin with two members more: \"_attributes\" (64\n"
     "  modified, 128 deleted) and \"_uniqueId\".\n";
 
-void ShowTable(const jet::Table& table, RowFormat format, std::ostream& out) {
-  std::vector<std::string> names;
-  for (const jet::Column& column : table.Definition().columns) names.push_back(column.name);
-  const auto writer = MakeRowWriter(format, out, std::move(names));
-  for (std::optional<jet::RowId> row = table.First(); row; row = table.Next(*row)) writer->Write(table.ReadRow(*row));
-}
-
 void ShowRecords(TableFileReader& reader, RowFormat format, std::ostream& out) {
   std::vector<std::string> names = {std::string(kAttributesMember), std::string(kUniqueIdMember)};
   for (const TableFileField& field : reader.Header().fields) names.push_back(field.name);
@@ -52,7 +46,7 @@ void ShowDatabase(const Arguments& arguments, RowFormat format, ToolContext& con
   if (arguments.Count() < 2) throw UsageError("a database holds several tables: name the one to show");
   const auto database = jet::Database::Open(context.files, arguments.Operand(0), jet::PageFile::Mode::ReadOnly);
   const jet::Table& table = database->OpenTable(arguments.Operand(1));
-  if (!arguments.Has("--schema")) return ShowTable(table, format, context.out);
+  if (!arguments.Has("--schema")) return WriteRows(*database, table, format, context.out);
   JsonWriter writer;
   WriteTableSpec(writer, SpecOf(table.Definition()));
   context.out << writer.Result() << '\n';

@@ -1,0 +1,170 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "jet/Database.h"
+#include "support/CommandTest.h"
+
+namespace mv::tool {
+namespace {
+
+constexpr std::string_view kSchema = R"({"tables":[
+  {"name":"Shop",
+   "columns":[{"name":"KY_ID","type":"Text","size":5},{"name":"NM","type":"Long"},{"name":"TX","type":"Memo"}],
+   "indexes":[{"name":"PrimaryKey","columns":["KY_ID"],"primary":true}],
+   "rows":[{"KY_ID":"a","NM":1,"TX":"one"},{"KY_ID":"b","NM":1,"TX":"ONE"},{"KY_ID":"c","TX":""}]},
+  {"name":"All",
+   "columns":[
+     {"name":"ID","type":"Long","autonumber":true},{"name":"B","type":"Boolean"},{"name":"BY","type":"Byte"},
+     {"name":"I","type":"Integer"},{"name":"CU","type":"Currency"},{"name":"S","type":"Single"},
+     {"name":"D","type":"Double"},{"name":"DT","type":"DateTime"},{"name":"BI","type":"Binary","size":8},
+     {"name":"T","type":"Text","size":20},{"name":"M","type":"Memo"},{"name":"O","type":"Ole"},
+     {"name":"G","type":"Guid"},{"name":"DE","type":"Decimal","precision":10,"scale":3}]}]})";
+
+class ApplyTest : public testing::CommandTest {
+ protected:
+  void SetUp() override {
+    Create("x.db", kSchema);
+    before_ = files_.Content("x.db");
+  }
+
+  int Apply(const std::string& lines, const std::string& table = "Shop") {
+    return Run({"apply", "x.db", table}, lines);
+  }
+  void ExpectRefused(const std::string& lines, const std::string& message) {
+    EXPECT_EQ(Apply(lines), kOperationFailed) << lines;
+    EXPECT_EQ(err_, "mvtool: " + message + "\n");
+    EXPECT_EQ(out_, "");
+    EXPECT_EQ(files_.Content("x.db"), before_);
+  }
+
+  Bytes before_;
+};
+
+TEST_F(ApplyTest, InsertUpdateAndDelete_AreDoneInOrderAndCounted) {
+  ASSERT_EQ(Apply("{\"op\":\"insert\",\"row\":{\"KY_ID\":\"d\",\"TX\":\"four\"}}\n\n"
+                  "{\"op\":\"update\",\"where\":{\"KY_ID\":\"d\"},\"set\":{\"NM\":4}}\r\n"
+                  "{\"op\":\"update\",\"where\":{\"KY_ID\":\"a\"},\"set\":{\"TX\":null,\"NM\":7}}\n"
+                  "{\"where\":{\"KY_ID\":\"b\"},\"op\":\"delete\"}"),
+            kSucceeded)
+      << err_;
+  EXPECT_EQ(out_, "1 inserted, 2 updated, 1 deleted\n");
+  EXPECT_EQ(err_, "");
+  EXPECT_EQ(Shown("x.db", "Shop"),
+            "{\"KY_ID\":\"a\",\"NM\":7,\"TX\":null}\n{\"KY_ID\":\"c\",\"NM\":null,\"TX\":\"\"}\n"
+            "{\"KY_ID\":\"d\",\"NM\":4,\"TX\":\"four\"}\n");
+}
+
+TEST_F(ApplyTest, NoLines_ChangeNothing) {
+  EXPECT_EQ(Apply("\n \n"), kSucceeded);
+  EXPECT_EQ(out_, "0 inserted, 0 updated, 0 deleted\n");
+  EXPECT_EQ(files_.Content("x.db"), before_);
+}
+
+TEST_F(ApplyTest, ColumnNames_CompareWithoutRegardToCase) {
+  ASSERT_EQ(Apply("{\"op\":\"update\",\"where\":{\"ky_id\":\"a\"},\"set\":{\"nm\":9}}"), kSucceeded) << err_;
+  EXPECT_TRUE(Shown("x.db", "Shop").starts_with("{\"KY_ID\":\"a\",\"NM\":9,"));
+}
+
+TEST_F(ApplyTest, Where_TakesTheFirstRowStoredWhateverTheCase) {
+  ASSERT_EQ(Apply("{\"op\":\"delete\",\"where\":{\"NM\":1,\"TX\":\"oNe\"}}"), kSucceeded) << err_;
+  EXPECT_TRUE(Shown("x.db", "Shop").starts_with("{\"KY_ID\":\"b\""));
+}
+
+TEST_F(ApplyTest, NullInWhere_FitsNullAndNoEmptyText) {
+  ExpectRefused("{\"op\":\"delete\",\"where\":{\"TX\":null}}", "line 1: no row fits \"where\"");
+  ASSERT_EQ(Apply("{\"op\":\"delete\",\"where\":{\"NM\":null,\"TX\":\"\"}}"), kSucceeded) << err_;
+  EXPECT_EQ(Shown("x.db", "Shop").find("\"c\""), std::string::npos);
+}
+
+TEST_F(ApplyTest, LineThatFails_IsNamedAndNothingChanges) {
+  const std::string good = "{\"op\":\"delete\",\"where\":{\"KY_ID\":\"a\"}}\n";
+  ExpectRefused(good + "\n" + good, "line 3: no row fits \"where\"");
+  ExpectRefused(good + "{\"op\":\"insert\",\"row\":{\"KY_ID\":\"toolong\"}}",
+                "line 2: The field is too small to accept the amount of data you attempted to add. Try inserting or "
+                "pasting less data. Table 'Shop', column 'KY_ID'.");
+  EXPECT_EQ(Apply(good + "{\"op\":\"insert\",\"row\":{\"KY_ID\":\"B\"}}"), kOperationFailed);
+  EXPECT_TRUE(err_.starts_with("mvtool: line 2: The changes you requested to the table were not successful")) << err_;
+  EXPECT_EQ(files_.Content("x.db"), before_);
+}
+
+TEST_F(ApplyTest, Keep_KeepsWhatCameBefore) {
+  EXPECT_EQ(Run({"apply", "x.db", "Shop", "--keep"},
+                "{\"op\":\"delete\",\"where\":{\"KY_ID\":\"a\"}}\n{\"op\":\"delete\",\"where\":{\"KY_ID\":\"a\"}}\n"
+                "{\"op\":\"delete\",\"where\":{\"KY_ID\":\"b\"}}\n"),
+            kOperationFailed);
+  EXPECT_EQ(out_, "0 inserted, 0 updated, 1 deleted\n");
+  EXPECT_EQ(err_, "mvtool: line 2: no row fits \"where\"\n");
+  EXPECT_TRUE(Shown("x.db", "Shop").starts_with("{\"KY_ID\":\"b\""));
+}
+
+TEST_F(ApplyTest, MistakesInALine_AreNamedWithTheirPlace) {
+  ExpectRefused("x", "line 1, column 1: a value is missing");
+  ExpectRefused("[]", "line 1, column 1: an object is wanted here");
+  ExpectRefused("{\"row\":{}}", "line 1, column 1: the member \"op\" is missing");
+  ExpectRefused("\n{\"op\":\"frob\"}",
+                "line 2, column 7: unknown op \"frob\"; there are \"insert\", \"update\" and \"delete\"");
+  ExpectRefused("{\"op\":\"insert\",\"row\":{},\"where\":{}}", "line 1, column 33: unknown member \"where\"");
+  ExpectRefused("{\"op\":\"update\",\"where\":{\"KY_ID\":\"a\"}}", "line 1, column 1: the member \"set\" is missing");
+  ExpectRefused("{\"op\":\"delete\"}", "line 1, column 1: the member \"where\" is missing");
+  ExpectRefused("{\"op\":\"delete\",\"where\":{}}", "line 1, column 24: a column that tells the row is missing");
+  ExpectRefused("{\"op\":\"insert\",\"row\":{\"X\":1}}", "line 1, column 27: the table has no column \"X\"");
+  ExpectRefused("{\"op\":\"delete\",\"where\":{\"NM\":1,\"nm\":2}}",
+                "line 1, column 37: a second value for column \"nm\"");
+  ExpectRefused("{\"op\":\"insert\",\"row\":{\"NM\":\"1\"}}", "line 1, column 28: a number is wanted here");
+}
+
+TEST_F(ApplyTest, EveryType_RoundTripsThroughItsShownForm) {
+  const std::string row =
+      "{\"ID\":7,\"B\":true,\"BY\":255,\"I\":-32768,\"CU\":\"-922337203685477.5808\",\"S\":1.1754944e-38,"
+      "\"D\":5e-324,\"DT\":\"0100-01-01T00:00:01\",\"BI\":\"00ff10\",\"T\":\"Z\u00FC\\u0001rich \\\"\","
+      "\"M\":\"" +
+      std::string(5000, 'm') + "\",\"O\":\"" + std::string(9000, 'a') +
+      "\",\"G\":\"{01234567-89AB-CDEF-0123-456789ABCDEF}\",\"DE\":\"-1234567.125\"}";
+  const std::string numbers =
+      "{\"ID\":8,\"B\":false,\"BY\":0,\"I\":null,\"CU\":null,\"S\":\"NaN\",\"D\":\"-Infinity\",\"DT\":null,\"BI\":\"\","
+      "\"T\":\"\",\"M\":\"\",\"O\":null,\"G\":null,\"DE\":\"0.000\"}";
+  ASSERT_EQ(Apply("{\"op\":\"insert\",\"row\":" + row + "}\n{\"op\":\"insert\",\"row\":" + numbers + "}", "All"),
+            kSucceeded)
+      << err_;
+  EXPECT_TRUE(Shown("x.db", "All") == row + "\n" + numbers + "\n");  // too long to be printed
+  ASSERT_EQ(Apply("{\"op\":\"update\",\"where\":" + numbers +
+                      ",\"set\":{\"BY\":5}}\n{\"op\":\"delete\",\"where\":" + row + "}",
+                  "All"),
+            kSucceeded)
+      << err_;
+  EXPECT_EQ(out_, "0 inserted, 1 updated, 1 deleted\n");
+}
+
+TEST_F(ApplyTest, NewRow_DrawsItsNumber) {
+  ASSERT_EQ(
+      Apply("{\"op\":\"insert\",\"row\":{}}\n{\"op\":\"delete\",\"where\":{\"ID\":1}}\n{\"op\":\"insert\",\"row\":{}}",
+            "All"),
+      kSucceeded)
+      << err_;
+  EXPECT_TRUE(Shown("x.db", "All").starts_with("{\"ID\":2,"));
+}
+
+TEST_F(ApplyTest, TablesOfTheSystemAndUnknownOnes_AreRefused) {
+  EXPECT_EQ(Apply("{\"op\":\"delete\",\"where\":{\"Name\":\"Shop\"}}", "MSysObjects"), kOperationFailed);
+  EXPECT_EQ(err_, "mvtool: \"MSysObjects\" is a table of the system\n");
+  EXPECT_EQ(Apply("", "Nowhere"), kOperationFailed);
+  EXPECT_EQ(files_.Content("x.db"), before_);
+}
+
+TEST_F(ApplyTest, DatabaseThatSomebodyReads_IsInUse) {
+  const auto reader = jet::Database::Open(files_, "x.db", jet::PageFile::Mode::ReadOnly);
+  EXPECT_EQ(Apply(""), kOperationFailed);
+  EXPECT_EQ(err_, "mvtool: Could not use 'x.db'; file already in use.\n");
+}
+
+TEST_F(ApplyTest, FullDisk_LeavesTheOldDatabase) {
+  files_.FailWrite(1);
+  EXPECT_EQ(Apply("{\"op\":\"delete\",\"where\":{\"KY_ID\":\"a\"}}"), kOperationFailed);
+  EXPECT_EQ(err_, "mvtool: Disk full\n");
+  EXPECT_EQ(out_, "");
+  EXPECT_EQ(files_.Content("x.db"), before_);
+}
+
+}  // namespace
+}  // namespace mv::tool
