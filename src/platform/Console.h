@@ -10,8 +10,9 @@ namespace mv::platform {
 /// showing them.
 std::vector<std::string> Arguments(int argc, char** argv);
 
-/// Lets the standard streams carry bytes unchanged (no line end translation), and a console show them as UTF-8. To be
-/// called once, before the first use of a stream.
+/// Lets the standard streams carry bytes unchanged (no line end translation) and through buffers of their own, and a
+/// console show them as UTF-8. To be called once, before the first use of a stream; the C library's functions must not
+/// be used on the same ones.
 void UseUtf8Streams();
 
 }  // namespace mv::platform

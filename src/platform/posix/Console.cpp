@@ -1,5 +1,7 @@
 #include "platform/Console.h"
 
+#include <iostream>
+
 namespace mv::platform {
 
 std::vector<std::string> Arguments(int argc, char** argv) {
@@ -9,7 +11,8 @@ std::vector<std::string> Arguments(int argc, char** argv) {
 }
 
 void UseUtf8Streams() {
-  // Streams carry bytes and terminals speak UTF-8.
+  // Streams carry bytes and terminals speak UTF-8 already. Unshared with the C library's streams they have buffers.
+  std::ios::sync_with_stdio(false);
 }
 
 }  // namespace mv::platform

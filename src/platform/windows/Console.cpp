@@ -7,6 +7,8 @@
 // After windows.h, which it needs.
 #include <shellapi.h>
 
+#include <iostream>
+
 #include "platform/windows/Wide.h"
 
 namespace mv::platform {
@@ -25,6 +27,7 @@ void UseUtf8Streams() {
   for (FILE* stream : {stdin, stdout, stderr}) ::_setmode(::_fileno(stream), _O_BINARY);
   ::SetConsoleOutputCP(CP_UTF8);
   ::SetConsoleCP(CP_UTF8);
+  std::ios::sync_with_stdio(false);
 }
 
 }  // namespace mv::platform
