@@ -1,5 +1,6 @@
 #include "jet/Catalog.h"
 
+#include <limits>
 #include <utility>
 
 #include "base/Text.h"
@@ -7,13 +8,6 @@
 
 namespace mv::jet {
 namespace {
-
-std::size_t PositionOf(const TableDefinition& table, const std::string& column, ColumnType type) {
-  for (std::size_t i = 0; i < table.columns.size(); ++i) {
-    if (table.columns[i].name == column && table.columns[i].type == type) return i;
-  }
-  throw DamagedFileError("table '" + table.name + "' lacks its column '" + column + "'");
-}
 
 /// The value of a column that no row of the catalog may leave empty.
 template <typename T>
@@ -38,6 +32,13 @@ bool SharesTableNames(ObjectType type) {
 
 }  // namespace
 
+std::size_t SystemColumnAt(const TableDefinition& table, const std::string& column, ColumnType type) {
+  for (std::size_t i = 0; i < table.columns.size(); ++i) {
+    if (table.columns[i].name == column && table.columns[i].type == type) return i;
+  }
+  throw DamagedFileError("table '" + table.name + "' lacks its column '" + column + "'");
+}
+
 bool CatalogObject::IsUserTable() const {
   return type == ObjectType::Table && (flags & (kSystemObject | kHiddenObject | kAccessObject)) == 0 &&
          !name.starts_with("MSys") && !name.starts_with("~");
@@ -45,20 +46,20 @@ bool CatalogObject::IsUserTable() const {
 
 Catalog::Catalog(Table& objects, Table& permissions) : objects_(objects), permissions_(permissions) {
   const TableDefinition& object = objects.Definition();
-  objectAt_ = {.id = PositionOf(object, "Id", ColumnType::Long),
-               .parent = PositionOf(object, "ParentId", ColumnType::Long),
-               .name = PositionOf(object, "Name", ColumnType::Text),
-               .type = PositionOf(object, "Type", ColumnType::Integer),
-               .created = PositionOf(object, "DateCreate", ColumnType::DateTime),
-               .updated = PositionOf(object, "DateUpdate", ColumnType::DateTime),
-               .owner = PositionOf(object, "Owner", ColumnType::Binary),
-               .flags = PositionOf(object, "Flags", ColumnType::Long),
-               .properties = PositionOf(object, "LvProp", ColumnType::Ole)};
+  objectAt_ = {.id = SystemColumnAt(object, "Id", ColumnType::Long),
+               .parent = SystemColumnAt(object, "ParentId", ColumnType::Long),
+               .name = SystemColumnAt(object, "Name", ColumnType::Text),
+               .type = SystemColumnAt(object, "Type", ColumnType::Integer),
+               .created = SystemColumnAt(object, "DateCreate", ColumnType::DateTime),
+               .updated = SystemColumnAt(object, "DateUpdate", ColumnType::DateTime),
+               .owner = SystemColumnAt(object, "Owner", ColumnType::Binary),
+               .flags = SystemColumnAt(object, "Flags", ColumnType::Long),
+               .properties = SystemColumnAt(object, "LvProp", ColumnType::Ole)};
   const TableDefinition& permission = permissions.Definition();
-  permissionAt_ = {.object = PositionOf(permission, "ObjectId", ColumnType::Long),
-                   .account = PositionOf(permission, "SID", ColumnType::Binary),
-                   .rights = PositionOf(permission, "ACM", ColumnType::Long),
-                   .inheritable = PositionOf(permission, "FInheritable", ColumnType::Boolean)};
+  permissionAt_ = {.object = SystemColumnAt(permission, "ObjectId", ColumnType::Long),
+                   .account = SystemColumnAt(permission, "SID", ColumnType::Binary),
+                   .rights = SystemColumnAt(permission, "ACM", ColumnType::Long),
+                   .inheritable = SystemColumnAt(permission, "FInheritable", ColumnType::Boolean)};
 }
 
 CatalogObject Catalog::ReadObject(RowId row) const {
@@ -86,6 +87,30 @@ std::optional<CatalogObject> Catalog::FindRowSource(const std::string& name) con
     if (!found) found = std::move(object);
   }
   return found;
+}
+
+std::optional<CatalogObject> Catalog::FindTable(PageNumber page) const {
+  for (CatalogObject& object : Objects()) {
+    if (object.type == ObjectType::Table && static_cast<PageNumber>(object.id) == page) return std::move(object);
+  }
+  return std::nullopt;
+}
+
+std::optional<CatalogObject> Catalog::FindRelation(const std::string& name) const {
+  const std::string wanted = FoldCase(name);
+  for (CatalogObject& object : Objects()) {
+    if (object.type == ObjectType::Relation && FoldCase(object.name) == wanted) return std::move(object);
+  }
+  return std::nullopt;
+}
+
+std::int32_t Catalog::NextObjectId() const {
+  std::optional<std::int32_t> highest;
+  for (const CatalogObject& object : Objects()) {
+    if (object.id < 0 && (!highest || object.id > *highest)) highest = object.id;
+  }
+  if (highest == -1) throw UnsupportedError("another object: the ids of the catalog are used up");
+  return highest ? *highest + 1 : std::numeric_limits<std::int32_t>::min();
 }
 
 Bytes Catalog::PropertyList(const CatalogObject& object) const {
@@ -120,13 +145,13 @@ void Catalog::AddPermission(const Permission& permission) {
   permissions_.Insert(std::move(values));
 }
 
-void Catalog::InheritPermissions(std::int32_t table, const Header& header) {
+void Catalog::InheritPermissions(std::int32_t object, std::int32_t container, const Header& header) {
   std::vector<Permission> inherited;
   for (auto row = permissions_.First(); row; row = permissions_.Next(*row)) {
     const bool isModel = Required<bool>(permissions_, *row, permissionAt_.inheritable);
-    if (!isModel || Required<std::int32_t>(permissions_, *row, permissionAt_.object) != kTablesId) continue;
+    if (!isModel || Required<std::int32_t>(permissions_, *row, permissionAt_.object) != container) continue;
     Permission permission;
-    permission.object = table;
+    permission.object = object;
     permission.account = Required<Bytes>(permissions_, *row, permissionAt_.account);
     permission.rights = Required<std::int32_t>(permissions_, *row, permissionAt_.rights);
     if (permission.account == header.Identifier(Account::Creator))

@@ -12,7 +12,7 @@
 
 namespace mv::jet {
 
-/// Kinds of catalog objects that have a row source; all others (containers, relations, forms ...) are of no concern.
+/// Kinds of catalog objects; all others (forms, reports ...) are of no concern.
 enum class ObjectType : std::int16_t {
   Table = 1,
   Database = 2,
@@ -54,6 +54,9 @@ struct Permission {
   bool inheritable = false;  ///< not in force itself: a model for new objects below this one
 };
 
+/// Position of a column that a system table must have; DamagedFileError when it is not there.
+std::size_t SystemColumnAt(const TableDefinition& table, const std::string& column, ColumnType type);
+
 /// The catalog: what MSysObjects and MSysACEs say. Reads the tables at every call, keeps nothing.
 class Catalog {
  public:
@@ -65,14 +68,21 @@ class Catalog {
   /// The table, linked table or query of this name, without regard to case; they share one set of names. Names that
   /// differ in case only are possible where the sort order tells two cases apart: the one spelled like `name` is first.
   std::optional<CatalogObject> FindRowSource(const std::string& name) const;
+  /// The table whose definition begins at this page.
+  std::optional<CatalogObject> FindTable(PageNumber page) const;
+  /// The relation of this name, without regard to case.
+  std::optional<CatalogObject> FindRelation(const std::string& name) const;
   /// The property list of an object, empty when it has none.
   Bytes PropertyList(const CatalogObject& object) const;
 
   /// Adds a row of MSysObjects; all columns but those named here are null, the property list too when it is empty.
   void AddObject(const CatalogObject& object, const Bytes& owner, Date created, const Bytes& properties = {});
   void AddPermission(const Permission& permission);
-  /// Gives a new table the rights that tables inherit. Creator, the placeholder for who creates, becomes the owner.
-  void InheritPermissions(std::int32_t table, const Header& header);
+  /// Gives a new object the rights that objects below `container` inherit. Creator, the placeholder for who creates,
+  /// becomes the owner.
+  void InheritPermissions(std::int32_t object, std::int32_t container, const Header& header);
+  /// An id for an object that is no table: those are negative and count up.
+  std::int32_t NextObjectId() const;
 
  private:
   struct ObjectColumns {

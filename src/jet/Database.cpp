@@ -8,6 +8,7 @@
 #include "jet/JetErrors.h"
 #include "jet/MapPages.h"
 #include "jet/Properties.h"
+#include "jet/RelationBuild.h"
 #include "jet/SystemTables.h"
 
 namespace mv::jet {
@@ -17,12 +18,19 @@ std::vector<ColumnRules> NoRules(const TableDefinition& table) {
   return std::vector<ColumnRules>(table.columns.size());
 }
 
+void CheckIndex(const TableDefinition& table, const IndexData& index, const std::string& name) {
+  const std::string why = WhyNotWritable(table, index);
+  if (!why.empty()) throw UnsupportedError("index '" + name + "' of table '" + table.name + "': " + why);
+}
+
 void CheckIndexes(const TableDefinition& table) {
-  for (std::size_t i = 0; i < table.indexData.size(); ++i) {
-    const std::string why = WhyNotWritable(table, table.indexData[i]);
-    if (!why.empty())
-      throw UnsupportedError("index '" + table.IndexName(i) + "' of table '" + table.name + "': " + why);
-  }
+  for (std::size_t i = 0; i < table.indexData.size(); ++i) CheckIndex(table, table.indexData[i], table.IndexName(i));
+}
+
+void CheckRelation(const RelationDesign& design, const TableDefinition& foreign, const TableDefinition& primary) {
+  const std::size_t tree = design.primaryIndex.dataNumber;
+  CheckIndex(foreign, design.foreignTree, design.foreignIndex.name);
+  CheckIndex(primary, primary.indexData[tree], primary.IndexName(tree));
 }
 
 void AllocateDefinition(FreePages& freePages, TableDefinition& table) {
@@ -71,6 +79,7 @@ std::unique_ptr<Database> Database::Create(platform::FileSystem& files, const st
 Database::Database(Key, std::unique_ptr<PageFile> pages)
     : pages_(std::move(pages)),
       header_(Header::FromPage(pages_->Read(0))),
+      relations_([this](PageNumber page) -> Table& { return TableAt(page); }),
       catalog_(SystemTable(kObjectsPage, "MSysObjects"), SystemTable(kPermissionsPage, "MSysACEs")) {}
 
 Table& Database::SystemTable(PageNumber page, const std::string& name) {
@@ -95,14 +104,26 @@ Table& Database::OpenTable(const std::string& name) {
   if (object->type != ObjectType::Table) {
     throw UnsupportedError("'" + object->name + "' is a linked table; its rows are in another database");
   }
-  const auto page = static_cast<PageNumber>(object->id);
+  return OpenObject(*object);
+}
+
+Table& Database::OpenObject(const CatalogObject& object) {
+  const auto page = static_cast<PageNumber>(object.id);
   std::unique_ptr<Table>& table = tables_[page];
   if (!table) {
-    TableDefinition definition = ReadDefinition(*pages_, page, object->name);
-    std::vector<ColumnRules> rules = RulesFromProperties(catalog_.PropertyList(*object), definition);
-    table = std::make_unique<Table>(*pages_, std::move(definition), std::move(rules));
+    TableDefinition definition = ReadDefinition(*pages_, page, object.name);
+    std::vector<ColumnRules> rules = RulesFromProperties(catalog_.PropertyList(object), definition);
+    table = std::make_unique<Table>(*pages_, std::move(definition), std::move(rules), &relations_);
   }
   return *table;
+}
+
+Table& Database::TableAt(PageNumber page) {
+  const auto open = tables_.find(page);
+  if (open != tables_.end() && open->second) return *open->second;
+  const auto object = catalog_.FindTable(page);
+  if (!object) throw DamagedFileError("no table has its definition on page " + std::to_string(page));
+  return OpenObject(*object);
 }
 
 void Database::CreateTable(const TableSpec& design, const CivilTime& created) {
@@ -119,8 +140,36 @@ void Database::CreateTable(const TableSpec& design, const CivilTime& created) {
   const auto id = static_cast<std::int32_t>(table.page);
   catalog_.AddObject({id, kTablesId, table.name, ObjectType::Table, 0}, header_.Identifier(Account::Admin),
                      DateFromCivil(created), design.properties);
-  catalog_.InheritPermissions(id, header_);
+  catalog_.InheritPermissions(id, kTablesId, header_);
   statement.Complete();
+}
+
+void Database::CreateRelation(const RelationSpec& relation, const CivilTime& created) {
+  Table& foreign = OpenTable(relation.table);
+  Table& primary = OpenTable(relation.references);
+  if (catalog_.FindRelation(relation.name)) throw ConstraintError("Object '" + relation.name + "' already exists.");
+  const RelationDesign design = DesignRelation(relation, foreign.Definition(), primary.Definition());
+  CheckRelation(design, foreign.Definition(), primary.Definition());
+  relations_.RequireKept(foreign);
+  relations_.RequireKept(primary);
+
+  Statement statement(*pages_);
+  BuildRelation(*pages_, design, foreign, primary);
+  const std::int32_t id = catalog_.NextObjectId();
+  catalog_.AddObject({id, kRelationshipsId, relation.name, ObjectType::Relation, 0}, header_.Identifier(Account::Admin),
+                     DateFromCivil(created));
+  catalog_.InheritPermissions(id, kRelationshipsId, header_);
+  ListRelation(TableAt(kRelationshipsPage), relation, design, foreign.Definition(), primary.Definition());
+  TableDefinition foreignDefinition = Reread(foreign);
+  TableDefinition primaryDefinition = Reread(primary);
+  statement.Complete();
+  foreign.Redefine(std::move(foreignDefinition));
+  primary.Redefine(std::move(primaryDefinition));
+  relations_.Forget();
+}
+
+TableDefinition Database::Reread(const Table& table) const {
+  return ReadDefinition(*pages_, table.Definition().page, table.Definition().name);
 }
 
 }  // namespace mv::jet

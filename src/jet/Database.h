@@ -9,6 +9,8 @@
 #include "jet/Catalog.h"
 #include "jet/Header.h"
 #include "jet/PageFile.h"
+#include "jet/RelationDesign.h"
+#include "jet/Relations.h"
 #include "jet/Table.h"
 #include "jet/TableDesign.h"
 #include "platform/FileSystem.h"
@@ -48,6 +50,12 @@ class Database {
   /// nothing was changed.
   void CreateTable(const TableSpec& table, const CivilTime& created);
 
+  /// Makes an enforced relation between two tables, which may be the same one and may have rows: an index on each side
+  /// and catalog rows; `created` becomes its date. Throws ConstraintError for what Jet would refuse, rows without a
+  /// related one among them, UnsupportedError for an index that the engine could not keep. When it fails nothing was
+  /// changed.
+  void CreateRelation(const RelationSpec& relation, const CivilTime& created);
+
   /// The three below: see PageFile.
   bool Changed() const { return pages_->Changed(); }
   void Commit() { pages_->Commit(); }
@@ -55,9 +63,13 @@ class Database {
 
  private:
   Table& SystemTable(PageNumber page, const std::string& name);
+  Table& OpenObject(const CatalogObject& object);
+  Table& TableAt(PageNumber page);
+  TableDefinition Reread(const Table& table) const;
 
   std::unique_ptr<PageFile> pages_;
   Header header_;
+  Relations relations_;
   std::unordered_map<PageNumber, std::unique_ptr<Table>> tables_;  ///< open tables by definition page
   Catalog catalog_;
 };

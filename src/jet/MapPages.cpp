@@ -23,4 +23,11 @@ std::vector<RowId> AddMaps(PageFile& file, FreePages& freePages, std::size_t cou
   return maps;
 }
 
+RowId AddMapBeside(PageFile& file, FreePages& freePages, PageNumber page) {
+  const DataPageView present(file, page);
+  if (present.Owner() != kOwnerMaps || !present.HasRoomFor(kMapRowSize)) return AddMaps(file, freePages, 1).front();
+  DataPage maps(file, page);
+  return {page, maps.Append(Bytes(kMapRowSize, 0), SlotState::Live)};
+}
+
 }  // namespace mv::jet

@@ -21,4 +21,7 @@ void FormatMapPage(PageFile& file, PageNumber page, std::size_t count);
 /// Adds `count` empty maps on new pages of their own: maps of one table share no page with another table's.
 std::vector<RowId> AddMaps(PageFile& file, FreePages& freePages, std::size_t count);
 
+/// Adds an empty map for a table that has maps on `page` already: there when it has room, else on a page of its own.
+RowId AddMapBeside(PageFile& file, FreePages& freePages, PageNumber page);
+
 }  // namespace mv::jet

@@ -1,6 +1,7 @@
 #include "jet/Table.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 #include "base/Error.h"
@@ -27,21 +28,44 @@ bool SharesMaps(const TableDefinition& table) {
   return maps.front().page <= kFilesOwnMaps || std::adjacent_find(maps.begin(), maps.end()) != maps.end();
 }
 
+/// Positions of the columns whose values other tables depend on or that depend on those of other tables.
+std::vector<std::size_t> RelatedColumns(const TableDefinition& table,
+                                        const std::vector<std::vector<std::size_t>>& keyPositions) {
+  std::set<std::size_t> columns;
+  for (const LogicalIndex& index : table.indexes) {
+    if (index.kind != LogicalIndex::Kind::Relation) continue;
+    columns.insert(keyPositions[index.dataNumber].begin(), keyPositions[index.dataNumber].end());
+  }
+  return {columns.begin(), columns.end()};
+}
+
 }  // namespace
 
-Table::Table(PageFile& file, TableDefinition definition, std::vector<ColumnRules> rules)
+Table::Table(PageFile& file, TableDefinition definition, std::vector<ColumnRules> rules, RelationKeeper* relations)
     : file_(file),
       freePages_(file),
       definition_(std::move(definition)),
       rules_(std::move(rules)),
+      relations_(relations),
       layout_(definition_),
       rows_(file, definition_.page, definition_.ownedPages, definition_.freeSpacePages) {
   rules_.resize(definition_.columns.size());
-  sharesMaps_ = SharesMaps(definition_);
   for (const Column& column : definition_.columns) {
     longValues_.emplace_back();
     if (column.IsLongValue()) longValues_.back().emplace(file_, column);
   }
+  BindIndexes();
+}
+
+void Table::Redefine(TableDefinition definition) {
+  definition_ = std::move(definition);
+  BindIndexes();
+}
+
+void Table::BindIndexes() {
+  sharesMaps_ = SharesMaps(definition_);
+  trees_.clear();
+  keyPositions_.clear();
   for (const IndexData& index : definition_.indexData) {
     trees_.emplace_back(file_, freePages_, definition_.page, index);
     keyPositions_.emplace_back();
@@ -49,6 +73,7 @@ Table::Table(PageFile& file, TableDefinition definition, std::vector<ColumnRules
       keyPositions_.back().push_back(PositionOf(definition_, key.columnId));
     }
   }
+  relatedColumns_ = RelatedColumns(definition_, keyPositions_);
 }
 
 std::int64_t Table::Count() const {

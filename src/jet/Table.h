@@ -10,6 +10,7 @@
 #include "jet/IndexTree.h"
 #include "jet/LongValues.h"
 #include "jet/PageFile.h"
+#include "jet/RelationKeeper.h"
 #include "jet/Row.h"
 #include "jet/RowStore.h"
 #include "jet/TableDefinition.h"
@@ -29,17 +30,22 @@ struct ColumnRules {
 /// kept right. Values are by position in TableDefinition::columns and of the types of DataTypeOf; values to store are
 /// converted as ConvertedTo does.
 ///
-/// Checks come before the first change, and a change that fails is rolled back whole. They raise ConstraintError, with
-/// the platform's text and the names of table and column or index, for a value that does not fit its column, a null
-/// where one is not allowed and a duplicate key; UnsupportedError for a table that takes part in an enforced relation
-/// and for an index that the engine could not keep right; DamagedFileError for a table whose maps are not its own.
+/// Checks come before the first change, those of relations before its end, and a change that fails is rolled back
+/// whole. They raise ConstraintError, with the platform's text and the names of table and column or index, for a value
+/// that does not fit its column, a null where one is not allowed, a duplicate key and what a relation forbids;
+/// UnsupportedError for an index that the engine could not keep right; DamagedFileError for a table whose maps are not
+/// its own.
+///
+/// A change of a row that others refer to may change rows of other tables with it, as their relations say.
 ///
 /// The work for one row does not grow with the table (but with the depth of its indexes). One object for each table at
 /// a time; it may stay open while others change other tables.
 class Table {
  public:
-  /// `rules` may be shorter than the list of columns; the rest have none.
-  Table(PageFile& file, TableDefinition definition, std::vector<ColumnRules> rules);
+  /// `rules` may be shorter than the list of columns; the rest have none. Without a keeper, which must outlive the
+  /// table, changing a table that takes part in an enforced relation is an UnsupportedError.
+  Table(PageFile& file, TableDefinition definition, std::vector<ColumnRules> rules,
+        RelationKeeper* relations = nullptr);
   Table(const Table&) = delete;
   Table& operator=(const Table&) = delete;
 
@@ -79,6 +85,12 @@ class Table {
   /// Error 3021 for a row that is not live.
   void Delete(RowId row);
 
+  /// True when an index has an entry with this key.
+  bool HasKey(std::size_t index, const IndexKey& key) const { return trees_[index].Find(key.bytes).has_value(); }
+
+  /// Takes over a definition that was given other indexes; the columns are the same.
+  void Redefine(TableDefinition definition);
+
  private:
   /// A row on its way to a page.
   struct Draft {
@@ -93,10 +105,12 @@ class Table {
     IndexKey newKey;
   };
 
+  void BindIndexes();
   Value CellValue(const RowLayout::Row& row, std::size_t column) const;
   bool HoldsValue(const RowLayout::Row& row, std::size_t column, const Draft& draft, const Value& value) const;
 
-  void RequireChangeable() const;
+  void RequireOwnMaps() const;
+  void RequireRelationsKept() const;
   void RequireWritable(std::size_t index) const;
   void RequireAllWritable() const;
   Value CheckedValue(std::size_t column, const Value& value) const;
@@ -121,15 +135,23 @@ class Table {
   void RemoveEntry(std::size_t index, const IndexKey& key, RowId row);
   void AddToCount(std::int32_t difference);
 
+  std::optional<RowChange> RelatedChange(RowId row, const RowLayout::Row& oldRow,
+                                         const std::vector<std::optional<Value>>& changed) const;
+  std::vector<Value> RelatedValues(const std::vector<Value>& values) const;
+  std::vector<Value> RelatedValues(const RowLayout::Row& row) const;
+  void FollowRelations(RowChange change);
+
   PageFile& file_;
   FreePages freePages_;
   TableDefinition definition_;
   std::vector<ColumnRules> rules_;
+  RelationKeeper* relations_;
   RowLayout layout_;
   RowStore rows_;
   std::vector<std::optional<LongValues>> longValues_;   ///< by position of the column
   std::vector<IndexTree> trees_;                        ///< by number of the index data block
   std::vector<std::vector<std::size_t>> keyPositions_;  ///< columns of each index, by position
+  std::vector<std::size_t> relatedColumns_;             ///< positions of the columns that relations connect, ascending
   std::optional<std::size_t> fixedAreaOfNewRows_;
   bool sharesMaps_ = false;  ///< the definition names one map twice, or one of the file's own maps
 

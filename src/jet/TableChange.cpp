@@ -81,6 +81,7 @@ RowId Table::Insert(std::vector<Value> values) {
   for (std::size_t index = 0; index < trees_.size(); ++index) AddEntry(index, keys[index], row);
   for (std::size_t column = 0; column < values.size(); ++column) NoteAutonumber(column, values[column]);
   AddToCount(1);
+  FollowRelations({row, {}, RelatedValues(values)});
   statement.Complete();
   ++changes_;
   if (count_) ++*count_;
@@ -89,7 +90,7 @@ RowId Table::Insert(std::vector<Value> values) {
 
 void Table::Update(RowId row, std::span<const std::size_t> columns, std::span<const Value> values) {
   if (columns.size() != values.size()) throw StandardError(errors::kRecordsetArgument);
-  RequireChangeable();
+  RequireOwnMaps();
   const ByteView stored = rows_.Read(row);
   const Bytes oldBytes(stored.begin(), stored.end());
   const RowLayout::Row oldRow = layout_.Parse(oldBytes);
@@ -111,6 +112,7 @@ void Table::Update(RowId row, std::span<const std::size_t> columns, std::span<co
   if (std::none_of(changed.begin(), changed.end(), [](const auto& value) { return value.has_value(); })) return;
   CheckSize(draft);
   const std::vector<KeyChange> keyChanges = KeyChanges(oldRow, row, changed);
+  std::optional<RowChange> related = RelatedChange(row, oldRow, changed);
 
   Statement statement(file_);
   for (std::size_t column = 0; column < changed.size(); ++column) {
@@ -124,6 +126,7 @@ void Table::Update(RowId row, std::span<const std::size_t> columns, std::span<co
   for (std::size_t column = 0; column < changed.size(); ++column) {
     if (changed[column]) NoteAutonumber(column, *changed[column]);
   }
+  if (related) FollowRelations(std::move(*related));
   statement.Complete();
   ++changes_;
 }
@@ -139,12 +142,14 @@ void Table::Delete(RowId row) {
     for (const std::size_t column : keyPositions_[index]) values[column] = CellValue(oldRow, column);
     keys.push_back(StoredKey(index, values));
   }
+  RowChange change = {row, RelatedValues(oldRow), {}};
 
   Statement statement(file_);
   for (std::size_t index = 0; index < trees_.size(); ++index) RemoveEntry(index, keys[index], row);
   for (std::size_t column = 0; column < values.size(); ++column) RemoveLongValue(oldRow, column);
   rows_.Remove(row);
   AddToCount(-1);
+  FollowRelations(std::move(change));
   statement.Complete();
   ++changes_;
   if (count_) --*count_;
@@ -152,12 +157,16 @@ void Table::Delete(RowId row) {
 
 // Checks.
 
-void Table::RequireChangeable() const {
-  const auto isRelation = [](const LogicalIndex& index) { return index.kind == LogicalIndex::Kind::Relation; };
-  if (std::any_of(definition_.indexes.begin(), definition_.indexes.end(), isRelation)) {
+void Table::RequireOwnMaps() const {
+  if (sharesMaps_) throw DamagedFileError("table '" + definition_.name + "' shares a page map");
+}
+
+void Table::RequireRelationsKept() const {
+  if (relatedColumns_.empty()) return;
+  if (relations_ == nullptr) {
     throw UnsupportedError("table '" + definition_.name + "' takes part in an enforced relation");
   }
-  if (sharesMaps_) throw DamagedFileError("table '" + definition_.name + "' shares a page map");
+  relations_->RequireKept(*this);
 }
 
 void Table::RequireWritable(std::size_t index) const {
@@ -167,7 +176,8 @@ void Table::RequireWritable(std::size_t index) const {
 }
 
 void Table::RequireAllWritable() const {
-  RequireChangeable();
+  RequireOwnMaps();
+  RequireRelationsKept();
   for (std::size_t index = 0; index < trees_.size(); ++index) RequireWritable(index);
 }
 
@@ -342,6 +352,43 @@ void Table::AddEntry(std::size_t index, const IndexKey& key, RowId row) {
 void Table::RemoveEntry(std::size_t index, const IndexKey& key, RowId row) {
   // A row without an entry was not found through this index before and is not afterwards: nothing to mend here.
   if (HasEntry(index, key)) trees_[index].Remove(key.bytes, row);
+}
+
+// Relations.
+
+/// Nothing when the change leaves the columns that relations connect as they are.
+std::optional<RowChange> Table::RelatedChange(RowId row, const RowLayout::Row& oldRow,
+                                              const std::vector<std::optional<Value>>& changed) const {
+  if (std::none_of(relatedColumns_.begin(), relatedColumns_.end(),
+                   [&](std::size_t column) { return changed[column].has_value(); })) {
+    return std::nullopt;
+  }
+  RequireRelationsKept();
+  RowChange change = {row, RelatedValues(oldRow), {}};
+  change.after = change.before;
+  for (const std::size_t column : relatedColumns_) {
+    if (changed[column]) change.after[column] = *changed[column];
+  }
+  return change;
+}
+
+/// The values of the columns that relations connect; nothing at all when there are none.
+std::vector<Value> Table::RelatedValues(const std::vector<Value>& values) const {
+  if (relatedColumns_.empty()) return {};
+  std::vector<Value> related(values.size());
+  for (const std::size_t column : relatedColumns_) related[column] = values[column];
+  return related;
+}
+
+std::vector<Value> Table::RelatedValues(const RowLayout::Row& row) const {
+  if (relatedColumns_.empty()) return {};
+  std::vector<Value> related(definition_.columns.size());
+  for (const std::size_t column : relatedColumns_) related[column] = CellValue(row, column);
+  return related;
+}
+
+void Table::FollowRelations(RowChange change) {
+  if (!relatedColumns_.empty()) relations_->Follow(*this, std::move(change));
 }
 
 // Storing.

@@ -227,7 +227,7 @@ const Column* TableDefinition::ColumnById(std::uint16_t id) const {
 std::string TableDefinition::IndexName(std::size_t dataNumber) const {
   std::string names;
   for (const LogicalIndex& index : indexes) {
-    const bool hidden = index.kind == LogicalIndex::Kind::Relation && index.relation == 1;
+    const bool hidden = index.kind == LogicalIndex::Kind::Relation && index.relation == LogicalIndex::kPrimarySide;
     if (index.dataNumber != dataNumber || hidden) continue;
     if (!names.empty()) names += ", ";
     names += index.name;

@@ -81,10 +81,14 @@ struct IndexData {
 /// What a user knows as an index (28-byte block and name); several may share one tree.
 struct LogicalIndex {
   enum class Kind : std::uint8_t { Plain = 0, PrimaryKey = 1, Relation = 2 };
+  /// Values of `relation`.
+  static constexpr std::uint8_t kPrimarySide = 1;
+  static constexpr std::uint8_t kForeignSide = 2;
+
   std::string name;
   std::uint32_t number = 0;
   std::uint32_t dataNumber = 0;  ///< position in TableDefinition::indexData
-  std::uint8_t relation = 0;     ///< 0 none, 1 primary side, 2 foreign side
+  std::uint8_t relation = 0;     ///< the side of its relation; 0 none
   std::int32_t otherIndex = -1;
   PageNumber otherTable = 0;
   std::uint8_t onUpdate = 4;
@@ -146,6 +150,13 @@ void AddToDistinctKeys(PageFile& file, const TableDefinition& table, std::size_t
 /// The bytes of a new definition as they are laid over pages (see WriteDefinition), counters 0, step 1. Takes columns
 /// and indexes in the order given.
 Bytes BuildDefinition(const TableDefinition& table);
+/// The bytes of a table's present definition, as BuildDefinition makes them.
+Bytes ReadDefinitionBytes(const PageFile& file, const TableDefinition& table);
+/// Definition bytes with one more index tree behind the others; all else stays as it is. `entries` and `distinctKeys`
+/// are for its statistics.
+Bytes WithTree(const Bytes& definition, const IndexData& tree, std::uint32_t entries, std::uint32_t distinctKeys);
+/// Definition bytes with one more logical index, put in its place by name.
+Bytes WithLogicalIndex(const Bytes& definition, const LogicalIndex& index);
 /// Writes definition bytes over pages[0] and as many of `pages` as they need, linking them; free-space words and the
 /// 8-byte reserve included.
 void WriteDefinition(PageFile& file, const Bytes& definition, const std::vector<PageNumber>& pages);

@@ -1,6 +1,9 @@
 #include <algorithm>
+#include <string>
+#include <vector>
 
 #include "base/ByteOrder.h"
+#include "base/Text.h"
 #include "base/Utf.h"
 #include "jet/DefinitionLayout.h"
 #include "jet/TableDefinition.h"
@@ -120,6 +123,91 @@ Bytes BuildDefinition(const TableDefinition& table) {
   Append(bytes, layout::kListEnd);
   StoreLittle(bytes.data() + layout::kLengthAt, static_cast<std::uint32_t>(bytes.size()));
   return bytes;
+}
+
+namespace {
+
+/// Where the parts of existing definition bytes begin.
+struct Parts {
+  std::size_t statistics = layout::kHeadSize;
+  std::size_t columns = 0;
+  std::size_t trees = 0;
+  std::size_t logicals = 0;
+  std::size_t logicalNames = 0;
+  std::uint32_t treeCount = 0;
+  std::uint32_t logicalCount = 0;
+};
+
+/// Offset behind `count` names. `names` gets them, if given.
+std::size_t SkipNames(const Bytes& definition, std::size_t at, std::size_t count, std::vector<std::string>* names) {
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::size_t size = LoadLittle<std::uint16_t>(definition.data() + at);
+    std::u16string units;
+    for (std::size_t unit = 0; unit < size; unit += 2) {
+      units += static_cast<char16_t>(LoadLittle<std::uint16_t>(definition.data() + at + 2 + unit));
+    }
+    if (names != nullptr) names->push_back(Utf8FromUtf16(units));
+    at += 2 + size;
+  }
+  return at;
+}
+
+/// Needs bytes that ParseDefinition has accepted.
+Parts PartsOf(const Bytes& definition) {
+  Parts parts;
+  parts.treeCount = LoadLittle<std::uint32_t>(definition.data() + layout::kIndexDataCountAt);
+  parts.logicalCount = LoadLittle<std::uint32_t>(definition.data() + layout::kLogicalCountAt);
+  const std::size_t columns = LoadLittle<std::uint16_t>(definition.data() + layout::kColumnCountAt);
+  parts.columns = parts.statistics + layout::kStatisticsSize * parts.treeCount;
+  parts.trees = SkipNames(definition, parts.columns + layout::kColumnSize * columns, columns, nullptr);
+  parts.logicals = parts.trees + layout::kIndexDataSize * parts.treeCount;
+  parts.logicalNames = parts.logicals + layout::kLogicalSize * parts.logicalCount;
+  return parts;
+}
+
+void InsertAt(Bytes& bytes, std::size_t at, const Bytes& added) {
+  bytes.insert(bytes.begin() + static_cast<std::ptrdiff_t>(at), added.begin(), added.end());
+}
+
+void StoreLength(Bytes& definition) {
+  StoreLittle(definition.data() + layout::kLengthAt, static_cast<std::uint32_t>(definition.size()));
+}
+
+}  // namespace
+
+Bytes WithTree(const Bytes& definition, const IndexData& tree, std::uint32_t entries, std::uint32_t distinctKeys) {
+  const Parts parts = PartsOf(definition);
+  Bytes result = definition;
+  // From the back, so that the offsets in front stay right.
+  Bytes block;
+  AppendIndexData(block, tree);
+  InsertAt(result, parts.logicals, block);
+  Bytes statistics(layout::kStatisticsSize);
+  StoreLittle(statistics.data(), entries);
+  StoreLittle(statistics.data() + layout::kDistinctKeysAt, distinctKeys);
+  InsertAt(result, parts.columns, statistics);
+  StoreLittle(result.data() + layout::kIndexDataCountAt, parts.treeCount + 1);
+  StoreLength(result);
+  return result;
+}
+
+Bytes WithLogicalIndex(const Bytes& definition, const LogicalIndex& index) {
+  const Parts parts = PartsOf(definition);
+  std::vector<std::string> names;
+  SkipNames(definition, parts.logicalNames, parts.logicalCount, &names);
+  const auto behind = std::find_if(names.begin(), names.end(),
+                                   [&](const std::string& name) { return FoldCase(name) > FoldCase(index.name); });
+  const auto place = static_cast<std::size_t>(behind - names.begin());
+  Bytes result = definition;
+  Bytes name;
+  AppendName(name, index.name);
+  InsertAt(result, SkipNames(definition, parts.logicalNames, place, nullptr), name);
+  Bytes block;
+  AppendLogicalIndex(block, index);
+  InsertAt(result, parts.logicals + layout::kLogicalSize * place, block);
+  StoreLittle(result.data() + layout::kLogicalCountAt, parts.logicalCount + 1);
+  StoreLength(result);
+  return result;
 }
 
 }  // namespace mv::jet

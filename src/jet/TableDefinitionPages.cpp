@@ -40,6 +40,15 @@ TableDefinition ReadDefinition(const PageFile& file, PageNumber page, const std:
   return table;
 }
 
+Bytes ReadDefinitionBytes(const PageFile& file, const TableDefinition& table) {
+  std::vector<PageNumber> pages;
+  Bytes bytes = GatherPages(file, table.page, table.name, pages);
+  const auto length = LoadLittle<std::uint32_t>(bytes.data() + layout::kLengthAt);
+  if (length > bytes.size()) throw DamagedFileError("table '" + table.name + "': its definition is cut off");
+  bytes.resize(length);
+  return bytes;
+}
+
 std::uint32_t RowCount(const PageFile& file, const TableDefinition& table) {
   return LoadLittle<std::uint32_t>(file.Read(table.page).data() + layout::kRowCountAt);
 }

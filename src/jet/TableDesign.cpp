@@ -25,16 +25,6 @@ constexpr std::uint8_t kRequiredIndex = 0x08;
 constexpr std::uint16_t kMaxTextCharacters = kMaxTextBytes / 2;
 constexpr std::uint8_t kMaxPrecision = 28;
 
-void CheckName(const std::string& what, const std::string& name) {
-  const std::u16string units = Utf16FromUtf8(name);
-  const bool hasForbidden = std::any_of(units.begin(), units.end(), [](char16_t unit) {
-    return unit < u' ' || std::u16string_view(u".![]`").find(unit) != std::u16string_view::npos;
-  });
-  if (units.empty() || units.size() > kMaxNameUnits || hasForbidden || units[0] == u' ') {
-    throw ConstraintError("'" + name + "' is not a valid name for " + what + ".");
-  }
-}
-
 /// Adds `name` to the names in use; `what` ("a field in table 'T'") is for the message.
 void CheckUnused(std::set<std::string>& names, const std::string& what, const std::string& name) {
   if (!names.insert(FoldCase(name)).second)
@@ -114,7 +104,7 @@ void AddColumns(TableDefinition& table, const std::vector<ColumnSpec>& specs) {
   std::set<std::string> names;
   std::size_t fixedEnd = 0;
   for (const ColumnSpec& design : specs) {
-    CheckName("a field", design.name);
+    RequireValidName("a field", design.name);
     CheckUnused(names, "a field in table '" + table.name + "'", design.name);
     CheckColumn(table.name, design);
     Column column = DesignColumn(design);
@@ -166,7 +156,7 @@ void AddIndexes(TableDefinition& table, const std::vector<IndexSpec>& specs) {
   std::set<std::string> names;
   bool hasPrimaryKey = false;
   for (const IndexSpec& design : specs) {
-    CheckName("an index", design.name);
+    RequireValidName("an index", design.name);
     CheckUnused(names, "an index of table '" + table.name + "'", design.name);
     if (design.primaryKey && hasPrimaryKey)
       throw ConstraintError("Table '" + table.name + "' already has a primary key.");
@@ -185,8 +175,18 @@ void AddIndexes(TableDefinition& table, const std::vector<IndexSpec>& specs) {
 
 }  // namespace
 
+void RequireValidName(const std::string& what, const std::string& name) {
+  const std::u16string units = Utf16FromUtf8(name);
+  const bool hasForbidden = std::any_of(units.begin(), units.end(), [](char16_t unit) {
+    return unit < u' ' || std::u16string_view(u".![]`").find(unit) != std::u16string_view::npos;
+  });
+  if (units.empty() || units.size() > kMaxNameUnits || hasForbidden || units[0] == u' ') {
+    throw ConstraintError("'" + name + "' is not a valid name for " + what + ".");
+  }
+}
+
 TableDefinition DesignTable(const TableSpec& design) {
-  CheckName("a table", design.name);
+  RequireValidName("a table", design.name);
   if (design.columns.empty() || design.columns.size() > kMaxColumns) {
     throw ConstraintError("Table '" + design.name + "' must have 1 to 255 fields.");
   }

@@ -44,4 +44,7 @@ struct TableSpec {
 /// column or index, for what Jet would refuse.
 TableDefinition DesignTable(const TableSpec& table);
 
+/// ConstraintError for a name that Jet would refuse; `what` ("a table") is for the message.
+void RequireValidName(const std::string& what, const std::string& name);
+
 }  // namespace mv::jet
