@@ -26,12 +26,24 @@ std::size_t Balanced(std::size_t first, std::size_t last, LargerPart largerPart)
   return best;
 }
 
-/// Where to cut a leaf's entries: the first one of the upper part.
+/// Bytes of a part of a leaf's entries on a page of its own. The entries ascend, so what the first and the last share
+/// all share.
+std::size_t SizeOfPart(EntryRange part) {
+  if (part.Count() < 2) return part.StoredSize(0);
+  const ByteView first = part.list[part.first];
+  const ByteView last = part.list[part.last - 1];
+  const auto end = std::mismatch(first.begin(), first.end(), last.begin(), last.end()).first;
+  // Something of every entry but the first must be left to store.
+  const auto shared = std::min(static_cast<std::size_t>(end - first.begin()), last.size() - 1);
+  return part.StoredSize(shared);
+}
+
+/// Where to cut a leaf's entries: the first one of the upper part. One entry that shares nothing with the others may
+/// need a page of its own, because the others fit on theirs only by what they share.
 std::size_t MiddleCut(const EntryList& entries) {
   const std::size_t count = entries.Count();
-  const std::size_t prefix = EntryRange{entries, 0, count}.SharedPrefix();
   return Balanced(1, count, [&](std::size_t cut) {
-    return std::max(EntryRange{entries, 0, cut}.StoredSize(prefix), EntryRange{entries, cut, count}.StoredSize(prefix));
+    return std::max(SizeOfPart({entries, 0, cut}), SizeOfPart({entries, cut, count}));
   });
 }
 

@@ -229,6 +229,18 @@ TEST_F(IndexTreeTest, AppendingSplitOfANode_LeavesTheNewNodeOneEntryAndItsTail) 
   EXPECT_EQ(Walk().Levels(), 3U);
 }
 
+/// Rows of one key fill a leaf by what they share; halved together with a key that shares less they would not fit.
+TEST_F(IndexTreeTest, KeyBesideALeafOfOneKey_GetsAPageOfItsOwn) {
+  constexpr std::int32_t kFull = 1700;
+  for (std::int32_t i = 0; i < kFull; ++i) tree_->Insert(LongKey(7), RowOf(i));
+  ASSERT_TRUE(Root().IsLeaf());
+  tree_->Insert(LongKey(3), RowOf(0));
+  EXPECT_FALSE(Root().IsLeaf());
+  EXPECT_EQ(tree_->FindAll(LongKey(7)).size(), static_cast<std::size_t>(kFull));
+  EXPECT_EQ(tree_->FindAll(LongKey(3)).size(), 1U);
+  Walk();
+}
+
 TEST_F(IndexTreeTest, DescendingKeys_KeepEveryRule) {
   for (int i = 500; i-- > 0;) tree_->Insert(WideKey(i, kWide), RowOf(i));
   const IndexTreeWalker walker = Walk();
