@@ -189,11 +189,8 @@ TEST_F(RealIndexes, EveryKeyBuiltFromItsRow_EqualsTheStoredOne) {
 
 /// True when the table's rows can be changed at all.
 bool IsWritable(const TableDefinition& table) {
-  const bool related = std::any_of(table.indexes.begin(), table.indexes.end(), [](const LogicalIndex& index) {
-    return index.kind == LogicalIndex::Kind::Relation;
-  });
-  return !related && std::all_of(table.indexData.begin(), table.indexData.end(),
-                                 [&](const IndexData& index) { return WhyNotWritable(table, index).empty(); });
+  return std::all_of(table.indexData.begin(), table.indexData.end(),
+                     [&](const IndexData& index) { return WhyNotWritable(table, index).empty(); });
 }
 
 /// The row's values as another row of the table: autonumbers are drawn anew.

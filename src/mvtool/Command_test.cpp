@@ -13,6 +13,7 @@
 #include "mvtool/SchemaJson.h"
 #include "mvtool/TableFile.h"
 #include "support/CommandTest.h"
+#include "support/ExpectError.h"
 
 namespace mv::tool {
 namespace {
@@ -221,6 +222,39 @@ TEST_F(CommandTest, RowThatTheDatabaseRefuses_IsNamedAndMakesNoFile) {
       "\"rows\":[{\"A\":1},\n{\"A\":1}]}]}");
   EXPECT_EQ(Run({"create", "new.db", "s.json"}), kOperationFailed);
   EXPECT_TRUE(err_.starts_with("mvtool: s.json: row at line 4, column 1: ")) << err_;
+  EXPECT_FALSE(files_.FileExists("new.db"));
+}
+
+constexpr std::string_view kRelatedTables = R"({"tables":[
+  {"name":"Visit","columns":[{"name":"N","type":"Long"},{"name":"SHOP","type":"Text","size":9}],"rows":[{"N":1,"SHOP":"A"}]},
+  {"name":"Shop","columns":[{"name":"K","type":"Text","size":9}],
+   "indexes":[{"name":"PrimaryKey","columns":["K"],"primary":true}],"rows":[{"K":"a"}]}],
+  "relations":[
+)";
+
+TEST_F(CommandTest, CreatedRelations_AreEnforced) {
+  Put("s.json", std::string(kRelatedTables) + R"({"name":"ShopVisit","table":"Visit","columns":["SHOP"],
+      "references":"Shop","referencedColumns":["K"],"onUpdate":"cascade","onDelete":"cascade"}]})");
+  ASSERT_EQ(Run({"create", "new.db", "s.json"}), kSucceeded) << err_;
+  const auto database = jet::Database::Open(files_, "new.db", jet::PageFile::Mode::ReadWrite);
+  jet::Table& shops = database->OpenTable("Shop");
+  jet::Table& visits = database->OpenTable("Visit");
+  EXPECT_EQ(testing::ErrorNumberOf([&] {
+              visits.Insert({std::int32_t{2}, std::string("b")});
+            }),
+            errors::kJetConstraint);
+  shops.Delete(*shops.First());
+  EXPECT_EQ(visits.Count(), 0);
+}
+
+TEST_F(CommandTest, RelationThatTheDatabaseRefuses_IsNamedAndMakesNoFile) {
+  Put("s.json", std::string(kRelatedTables) + R"({"name":"R","table":"Shop","columns":["K"],
+      "references":"Visit","referencedColumns":["SHOP"]}]})");
+  EXPECT_EQ(Run({"create", "new.db", "s.json"}), kOperationFailed);
+  EXPECT_EQ(
+      err_,
+      "mvtool: s.json: relation at line 6, column 1: Relation 'R': No unique index found for the referenced field "
+      "of the primary table 'Visit'.\n");
   EXPECT_FALSE(files_.FileExists("new.db"));
 }
 

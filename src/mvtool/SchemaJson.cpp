@@ -122,6 +122,35 @@ SchemaTable TableFromJson(const Json& json) {
   return table;
 }
 
+std::vector<std::string> TextsFromJson(const Json& json) {
+  std::vector<std::string> texts;
+  for (const Json& element : json.Elements()) texts.push_back(element.Text());
+  return texts;
+}
+
+SchemaRelation RelationFromJson(const Json& json) {
+  using OnDelete = jet::RelationSpec::OnDelete;
+  json.AllowOnly({"name", "table", "columns", "references", "referencedColumns", "onUpdate", "onDelete"});
+  SchemaRelation relation{json.Position(), {}};
+  relation.design.name = json.At("name").Text();
+  relation.design.table = json.At("table").Text();
+  relation.design.columns = TextsFromJson(json.At("columns"));
+  relation.design.references = json.At("references").Text();
+  relation.design.referencedColumns = TextsFromJson(json.At("referencedColumns"));
+  if (const Json* const onUpdate = json.Find("onUpdate")) {
+    if (onUpdate->Text() != "cascade") onUpdate->Fail("\"onUpdate\" can only be \"cascade\"");
+    relation.design.cascadeUpdate = true;
+  }
+  if (const Json* const onDelete = json.Find("onDelete")) {
+    const bool isCascade = onDelete->Text() == "cascade";
+    if (!isCascade && onDelete->Text() != "setNull") {
+      onDelete->Fail("\"onDelete\" can only be \"cascade\" or \"setNull\"");
+    }
+    relation.design.onDelete = isCascade ? OnDelete::Cascade : OnDelete::SetNull;
+  }
+  return relation;
+}
+
 void WriteColumn(JsonWriter& writer, const ColumnSpec& column) {
   writer.BeginObject().Name("name").Text(column.name).Name("type").Text(NameOf(column.type));
   if (column.type == ColumnType::Text || column.type == ColumnType::Binary) {
@@ -188,11 +217,14 @@ IndexSpec SpecOf(const jet::TableDefinition& definition, const jet::LogicalIndex
 
 }  // namespace
 
-std::vector<SchemaTable> SchemaFromJson(const Json& schema) {
-  schema.AllowOnly({"tables"});
-  std::vector<SchemaTable> tables;
-  for (const Json& table : schema.At("tables").Elements()) tables.push_back(TableFromJson(table));
-  return tables;
+Schema SchemaFromJson(const Json& json) {
+  json.AllowOnly({"tables", "relations"});
+  Schema schema;
+  for (const Json& table : json.At("tables").Elements()) schema.tables.push_back(TableFromJson(table));
+  if (const Json* const relations = json.Find("relations")) {
+    for (const Json& relation : relations->Elements()) schema.relations.push_back(RelationFromJson(relation));
+  }
+  return schema;
 }
 
 void WriteTableSpec(JsonWriter& writer, const TableSpec& table) {

@@ -15,12 +15,18 @@ namespace mv::tool {
 ///               "columns":[{"name":"KY_ID","type":"Text","size":20,"compressed":true}, ...],
 ///               "indexes":[{"name":"PrimaryKey","columns":["KY_ID",{"name":"X","descending":true}],
 ///                           "primary":true,"unique":true,"required":true,"ignoreNulls":true}, ...],
-///               "rows":[{"KY_ID":"a1", ...}, ...]}, ...]}
+///               "rows":[{"KY_ID":"a1", ...}, ...]}, ...],
+///    "relations":[{"name":"ShopVisit","table":"Visit","columns":["KY_SHOP"],
+///                  "references":"Shop","referencedColumns":["KY_ID"],
+///                  "onUpdate":"cascade","onDelete":"cascade"}, ...]}
 ///
 /// Column types: Boolean, Byte, Integer, Long, Currency, Single, Double, DateTime, Binary, Text, Ole, Memo, Guid,
 /// Decimal. "size" (characters of Text, bytes of Binary) is required for these two; "compressed" (Text, Memo) is true
 /// when absent; "autonumber" (Long), "precision" and "scale" (Decimal) are optional. A primary index is unique and
 /// required whether it says so or not. "indexes" and "rows" are optional; members that a row leaves out are null.
+///
+/// "relations" is optional, and so are its "onUpdate" ("cascade") and "onDelete" ("cascade", "setNull"): without them a
+/// row that others refer to cannot be changed that way.
 
 /// One row of a schema with its place, for messages about it.
 struct SchemaRow {
@@ -33,8 +39,18 @@ struct SchemaTable {
   std::vector<SchemaRow> rows;
 };
 
+struct SchemaRelation {
+  JsonPosition position;
+  jet::RelationSpec design;
+};
+
+struct Schema {
+  std::vector<SchemaTable> tables;
+  std::vector<SchemaRelation> relations;
+};
+
 /// Throws ToolError with line and column for anything that is not of the form above.
-std::vector<SchemaTable> SchemaFromJson(const Json& schema);
+Schema SchemaFromJson(const Json& schema);
 
 /// One table's object of the form above, without rows.
 void WriteTableSpec(JsonWriter& writer, const jet::TableSpec& table);

@@ -11,7 +11,11 @@ namespace {
 using jet::ColumnType;
 
 std::vector<SchemaTable> Read(std::string_view text) {
-  return SchemaFromJson(ParseJson(text));
+  return SchemaFromJson(ParseJson(text)).tables;
+}
+
+std::vector<SchemaRelation> ReadRelations(const std::string& relations) {
+  return SchemaFromJson(ParseJson("{\"tables\":[],\n\"relations\":[" + relations + "]}")).relations;
 }
 
 std::string MessageFor(std::string_view text) {
@@ -86,6 +90,42 @@ TEST(SchemaRead, Mistakes_AreNamedWithTheirPlace) {
             "line 1, column 71: the table has no column \"A\"");
   EXPECT_EQ(MessageFor(R"({"tables":[{"name":"T","columns":[],"rows":[{"A":1}]}]})"),
             "line 1, column 50: the table has no column \"A\"");
+}
+
+TEST(SchemaRead, Relations_TakeTheirMembersAndKeepTheirPlace) {
+  const std::vector<SchemaRelation> relations = ReadRelations(
+      R"({"name":"R","table":"Visit","columns":["A","B"],"references":"Shop","referencedColumns":["C","D"],
+                        "onUpdate":"cascade","onDelete":"setNull"})");
+  ASSERT_EQ(relations.size(), 1u);
+  const jet::RelationSpec& design = relations[0].design;
+  EXPECT_EQ(design.name, "R");
+  EXPECT_EQ(design.table, "Visit");
+  EXPECT_EQ(design.columns, (std::vector<std::string>{"A", "B"}));
+  EXPECT_EQ(design.references, "Shop");
+  EXPECT_EQ(design.referencedColumns, (std::vector<std::string>{"C", "D"}));
+  EXPECT_TRUE(design.cascadeUpdate);
+  EXPECT_EQ(design.onDelete, jet::RelationSpec::OnDelete::SetNull);
+  EXPECT_EQ(relations[0].position.line, 2u);
+}
+
+TEST(SchemaRead, RelationsWithoutActions_RefuseChanges) {
+  const std::string plain = R"("name":"R","table":"V","columns":["A"],"references":"S","referencedColumns":["C"])";
+  const jet::RelationSpec refusing = ReadRelations("{" + plain + "}")[0].design;
+  EXPECT_FALSE(refusing.cascadeUpdate);
+  EXPECT_EQ(refusing.onDelete, jet::RelationSpec::OnDelete::Refuse);
+  EXPECT_EQ(ReadRelations("{" + plain + R"(,"onDelete":"cascade"})")[0].design.onDelete,
+            jet::RelationSpec::OnDelete::Cascade);
+}
+
+TEST(SchemaRead, UnknownActions_AreNamed) {
+  const auto message = [](const std::string& action) {
+    return MessageFor(R"({"tables":[],"relations":[{"name":"R","table":"V","columns":["A"],"references":"S",)"
+                      R"("referencedColumns":["C"],)" +
+                      action + "}]}");
+  };
+  EXPECT_NE(message(R"("onUpdate":"setNull")").find(R"("onUpdate" can only be "cascade")"), std::string::npos);
+  EXPECT_NE(message(R"("onDelete":"drop")").find(R"("onDelete" can only be "cascade" or "setNull")"),
+            std::string::npos);
 }
 
 TEST(SchemaWrite, WhatIsWritten_ReadsBackTheSame) {
