@@ -26,8 +26,8 @@ constexpr std::string_view kHelp =
     "  \"scale\" go with Decimal. An index may be \"primary\", \"unique\", \"required\",\n"
     "  \"ignoreNulls\"; a column of it may be {\"name\":\"X\",\"descending\":true}. Indexes\n"
     "  and rows may be left out; values are written as \"show\" prints them.\n"
-    "  Relations may be left out, and so may their \"onUpdate\" and \"onDelete\"; that may\n"
-    "  be \"setNull\", too.\n"
+    "  Relations may be left out, and so may their \"onUpdate\" and \"onDelete\" (which\n"
+    "  may be \"setNull\", too).\n"
     "    --force  replaces an existing file\n";
 
 Schema ReadSchema(platform::FileSystem& files, const std::string& path) {
