@@ -12,7 +12,7 @@ using RapiHandle = std::uintptr_t;
 /// The invalid handle, all bits set.
 inline constexpr RapiHandle kInvalidRapiHandle = ~RapiHandle{0};
 
-/// The connection start-up record. The production adapter lays it out as the API publishes it.
+/// The connection start-up record. Its published layout is the business of the implementations.
 struct RAPIINIT {
   std::uint32_t cbSize = 0;     ///< set to 12 by the caller
   RapiHandle heRapiInit = 0;    ///< event, signalled when the connection is up or has failed
@@ -28,7 +28,9 @@ class Rapi {
  public:
   virtual ~Rapi() = default;
 
-  /// Starts connecting; returns 0 on success and fills `init`.
+  /// Starts connecting; returns 0 on success and fills `init`. The connection's own result comes later: `init` must
+  /// live until the wait for its event has returned or CeRapiUninit was called, and hrRapiInit is to be read again
+  /// after the wait.
   virtual std::int32_t CeRapiInitEx(RAPIINIT& init) = 0;
   /// Ends the connection; open handles go with it.
   virtual std::int32_t CeRapiUninit() = 0;

@@ -1,37 +1,22 @@
 #include "device/Rapi.h"
 
-#include <gtest/gtest.h>
-
 #include <memory>
 
 #include "device/FolderRapi.h"
 #include "support/FakeRapi.h"
 #include "support/MemoryFileSystem.h"
+#include "support/RapiContract.h"
 #include "support/TempFolder.h"
 
-namespace mv {
+namespace mv::testing {
 namespace {
-
-constexpr std::uint32_t kRead = 0x80000000;
-constexpr std::uint32_t kWrite = 0x40000000;
-constexpr std::uint32_t kCreateAlways = 2;
-constexpr std::uint32_t kOpenExisting = 3;
-constexpr std::uint32_t kNoFileSize = 0xFFFFFFFF;
-constexpr const char* kPath = "\\Motorva\\a.pdb";
-
-/// A handheld under test. The folder \Motorva exists.
-class Handheld {
- public:
-  virtual ~Handheld() = default;
-  virtual Rapi& Api() = 0;
-};
 
 class FakeHandheld : public Handheld {
  public:
   Rapi& Api() override { return rapi_; }
 
  private:
-  testing::FakeRapi rapi_;
+  FakeRapi rapi_;
 };
 
 class FolderInMemory : public Handheld {
@@ -40,7 +25,7 @@ class FolderInMemory : public Handheld {
   Rapi& Api() override { return rapi_; }
 
  private:
-  testing::MemoryFileSystem files_;
+  MemoryFileSystem files_;
   FolderRapi rapi_{files_, "D:\\card"};
 };
 
@@ -50,140 +35,13 @@ class FolderOnDisk : public Handheld {
   Rapi& Api() override { return rapi_; }
 
  private:
-  testing::TempFolder folder_;
+  TempFolder folder_;
   std::unique_ptr<platform::FileSystem> files_ = platform::MakeFileSystem();
   FolderRapi rapi_{*files_, folder_.Path()};
 };
 
-/// What every implementation of Rapi must do.
-template <typename AHandheld>
-class RapiContract : public ::testing::Test {
- protected:
-  std::int32_t Connect() { return rapi_.CeRapiInitEx(init_); }
-  RapiHandle OpenForRead(const std::string& path) { return rapi_.CeCreateFile(path, kRead, 1, 1, kOpenExisting, 0x80); }
-  RapiHandle OpenForUpload(const std::string& path) {
-    return rapi_.CeCreateFile(path, kWrite, 1, 1, kCreateAlways, 0x80);
-  }
-  void Upload(const std::string& path, const Bytes& content) {
-    const RapiHandle file = OpenForUpload(path);
-    std::uint32_t written = 0;
-    ASSERT_NE(rapi_.CeWriteFile(file, content, written), 0);
-    ASSERT_EQ(written, content.size());
-    ASSERT_NE(rapi_.CeCloseHandle(file), 0);
-  }
-  Bytes Download(const std::string& path) {
-    const RapiHandle file = OpenForRead(path);
-    Bytes content(rapi_.CeGetFileSize(file));
-    std::uint32_t read = 0;
-    EXPECT_NE(rapi_.CeReadFile(file, content, read), 0);
-    EXPECT_EQ(read, content.size());
-    EXPECT_NE(rapi_.CeCloseHandle(file), 0);
-    return content;
-  }
-
-  AHandheld handheld_;
-  Rapi& rapi_ = handheld_.Api();
-  RAPIINIT init_{12, 0, 0};
-};
-
 using Handhelds = ::testing::Types<FakeHandheld, FolderInMemory, FolderOnDisk>;
-TYPED_TEST_SUITE(RapiContract, Handhelds);
-
-TYPED_TEST(RapiContract, Connection_IsUpAfterTheWait) {
-  EXPECT_EQ(this->Connect(), 0);
-  EXPECT_EQ(this->rapi_.WaitForSingleObject(this->init_.heRapiInit, 5000), 0U);
-  EXPECT_EQ(this->init_.hrRapiInit, 0);
-}
-
-TYPED_TEST(RapiContract, WithoutAConnection_CallsFailInTheTransport) {
-  EXPECT_EQ(this->OpenForRead(kPath), kInvalidRapiHandle);
-  EXPECT_NE(this->rapi_.CeRapiGetError(), 0);
-}
-
-TYPED_TEST(RapiContract, UploadedFile_ReadsBack) {
-  this->Connect();
-  this->Upload(kPath, {1, 0, 255});
-  EXPECT_EQ(this->Download(kPath), (Bytes{1, 0, 255}));
-}
-
-TYPED_TEST(RapiContract, WritesInARow_AreAppended) {
-  this->Connect();
-  const RapiHandle file = this->OpenForUpload(kPath);
-  std::uint32_t written = 0;
-  this->rapi_.CeWriteFile(file, Bytes{1, 2}, written);
-  this->rapi_.CeWriteFile(file, Bytes{3}, written);
-  this->rapi_.CeCloseHandle(file);
-  EXPECT_EQ(this->Download(kPath), (Bytes{1, 2, 3}));
-}
-
-TYPED_TEST(RapiContract, ReadsInARow_GoOnWhereTheLastStopped) {
-  this->Connect();
-  this->Upload(kPath, {1, 2, 3});
-  const RapiHandle file = this->OpenForRead(kPath);
-  Bytes first(2);
-  Bytes rest(2);
-  std::uint32_t read = 0;
-  this->rapi_.CeReadFile(file, first, read);
-  EXPECT_NE(this->rapi_.CeReadFile(file, rest, read), 0);
-  EXPECT_EQ(first, (Bytes{1, 2}));
-  EXPECT_EQ(read, 1U);
-  EXPECT_EQ(rest[0], 3);
-}
-
-TYPED_TEST(RapiContract, ShorterUpload_ReplacesTheWholeFile) {
-  this->Connect();
-  this->Upload(kPath, {1, 2, 3, 4});
-  this->Upload(kPath, {9});
-  EXPECT_EQ(this->Download(kPath), Bytes{9});
-}
-
-TYPED_TEST(RapiContract, MissingFile_IsRefusedByTheDevice) {
-  this->Connect();
-  EXPECT_EQ(this->rapi_.CeFindFirstFile(kPath), kInvalidRapiHandle);
-  EXPECT_EQ(this->rapi_.CeRapiGetError(), 0);
-  EXPECT_EQ(this->OpenForRead(kPath), kInvalidRapiHandle);
-  EXPECT_EQ(this->rapi_.CeRapiGetError(), 0);
-}
-
-TYPED_TEST(RapiContract, ExistingFile_IsFoundWithoutRegardToCase) {
-  this->Connect();
-  this->Upload(kPath, {1});
-  const RapiHandle found = this->rapi_.CeFindFirstFile("\\MOTORVA\\A.PDB");
-  EXPECT_NE(found, kInvalidRapiHandle);
-  EXPECT_NE(this->rapi_.CeFindClose(found), 0);
-}
-
-TYPED_TEST(RapiContract, SizeOfAFile_IsItsBytes) {
-  this->Connect();
-  this->Upload(kPath, Bytes(70000, 1));
-  EXPECT_EQ(this->rapi_.CeGetFileSize(this->OpenForRead(kPath)), 70000U);
-}
-
-TYPED_TEST(RapiContract, EmptyUpload_IsAnEmptyFile) {
-  this->Connect();
-  this->rapi_.CeCloseHandle(this->OpenForUpload(kPath));
-  EXPECT_EQ(this->rapi_.CeGetFileSize(this->OpenForRead(kPath)), 0U);
-}
-
-TYPED_TEST(RapiContract, InvalidHandle_IsRefusedByEveryCall) {
-  this->Connect();
-  Bytes buffer(1);
-  std::uint32_t count = 0;
-  EXPECT_EQ(this->rapi_.CeGetFileSize(kInvalidRapiHandle), kNoFileSize);
-  EXPECT_EQ(this->rapi_.CeReadFile(kInvalidRapiHandle, buffer, count), 0);
-  EXPECT_EQ(this->rapi_.CeWriteFile(kInvalidRapiHandle, buffer, count), 0);
-  EXPECT_EQ(this->rapi_.CeCloseHandle(kInvalidRapiHandle), 0);
-  EXPECT_EQ(this->rapi_.CeFindClose(kInvalidRapiHandle), 0);
-}
-
-TYPED_TEST(RapiContract, HandlesEndWithTheConnection) {
-  this->Connect();
-  this->Upload(kPath, {1});
-  const RapiHandle file = this->OpenForRead(kPath);
-  EXPECT_EQ(this->rapi_.CeRapiUninit(), 0);
-  this->Connect();
-  EXPECT_EQ(this->rapi_.CeGetFileSize(file), kNoFileSize);
-}
+INSTANTIATE_TYPED_TEST_SUITE_P(Portable, RapiContract, Handhelds);
 
 }  // namespace
-}  // namespace mv
+}  // namespace mv::testing

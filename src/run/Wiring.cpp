@@ -4,15 +4,17 @@
 
 #include "config/IniSettingsStore.h"
 #include "device/FolderRapi.h"
-#include "device/NoRapi.h"
+#include "device/SystemRapi.h"
 #include "jet/JetConnection.h"
 #include "run/TableDriver.h"
 
 namespace mv {
 namespace {
 
-std::unique_ptr<Rapi> MakeRapi(platform::FileSystem& files, const std::string& handheldRoot) {
-  if (handheldRoot.empty()) return std::make_unique<NoRapi>();
+/// A folder that stands for the handheld comes before the handheld that the system may reach.
+std::unique_ptr<Rapi> MakeRapi(platform::FileSystem& files, const std::string& handheldRoot,
+                               const std::string& programFolder) {
+  if (handheldRoot.empty()) return MakeSystemRapi(programFolder);
   return std::make_unique<FolderRapi>(files, handheldRoot);
 }
 
@@ -35,7 +37,7 @@ Wiring::Wiring(std::string commandLine)
           std::make_unique<IniSettingsStore>(*files_, SettingsFolder(platform::EnvironmentVariable, programFolder_))),
       log_(*files_, state_.settings),
       ui_(std::make_unique<SilentUserInterface>()),
-      rapi_(MakeRapi(*files_, LoadHandheldRoot(*settings_))),
+      rapi_(MakeRapi(*files_, LoadHandheldRoot(*settings_), programFolder_)),
       hooks_(MakeHooks(state_, log_, *ui_)),
       connection_(*rapi_, hooks_),
       deviceFiles_(*rapi_, connection_, *files_, hooks_),

@@ -1,0 +1,230 @@
+#include "device/windows/DllRapi.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <bit>
+#include <cstddef>
+#include <utility>
+
+#include "base/Text.h"
+#include "platform/windows/Wide.h"
+
+namespace mv {
+namespace {
+
+constexpr const char* kLibraryName = "rapi.dll";
+constexpr std::uint32_t kNoFileSize = 0xFFFFFFFF;
+
+/// What a device tells about a file, as the API publishes it; the same at both widths.
+struct FindData {
+  DWORD dwFileAttributes;
+  FILETIME ftCreationTime;
+  FILETIME ftLastAccessTime;
+  FILETIME ftLastWriteTime;
+  DWORD nFileSizeHigh;
+  DWORD nFileSizeLow;
+  DWORD dwOID;
+  WCHAR cFileName[260];
+};
+static_assert(offsetof(FindData, ftCreationTime) == 4 && offsetof(FindData, ftLastAccessTime) == 12);
+static_assert(offsetof(FindData, ftLastWriteTime) == 20 && offsetof(FindData, nFileSizeHigh) == 28);
+static_assert(offsetof(FindData, nFileSizeLow) == 32 && offsetof(FindData, dwOID) == 36);
+static_assert(offsetof(FindData, cFileName) == 40 && sizeof(FindData) == 560);
+
+HANDLE SystemHandle(RapiHandle handle) {
+  return reinterpret_cast<HANDLE>(handle);
+}
+
+RapiHandle OwnHandle(HANDLE handle) {
+  return reinterpret_cast<RapiHandle>(handle);
+}
+static_assert(sizeof(RapiHandle) == sizeof(HANDLE));
+
+/// Keeps Windows from showing a message box about a library that does not load: nobody may be there to answer it.
+class QuietLoading {
+ public:
+  QuietLoading() { ::SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &before_); }
+  ~QuietLoading() { ::SetThreadErrorMode(before_, nullptr); }
+  QuietLoading(const QuietLoading&) = delete;
+  QuietLoading& operator=(const QuietLoading&) = delete;
+
+ private:
+  DWORD before_ = 0;
+};
+
+std::int32_t LastError() {
+  return HRESULT_FROM_WIN32(::GetLastError());
+}
+
+}  // namespace
+
+/// The start-up record as the API publishes it.
+struct DllRapi::StartUpRecord {
+  DWORD cbSize;
+  HANDLE heRapiInit;
+  HRESULT hrRapiInit;
+
+  /// The library's thread may be writing it.
+  std::int32_t Result() { return std::atomic_ref(hrRapiInit).load(); }
+};
+
+/// The functions of a loaded library, with their published signatures.
+struct DllRapi::Library {
+  HRESULT(WINAPI* CeRapiInitEx)(StartUpRecord*);
+  HRESULT(WINAPI* CeRapiUninit)();
+  HRESULT(WINAPI* CeRapiGetError)();
+  HANDLE(WINAPI* CeFindFirstFile)(LPCWSTR, FindData*);
+  BOOL(WINAPI* CeFindClose)(HANDLE);
+  HANDLE(WINAPI* CeCreateFile)(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE);
+  DWORD(WINAPI* CeGetFileSize)(HANDLE, LPDWORD);
+  BOOL(WINAPI* CeReadFile)(HANDLE, LPVOID, DWORD, LPDWORD, LPOVERLAPPED);
+  BOOL(WINAPI* CeWriteFile)(HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED);
+  BOOL(WINAPI* CeCloseHandle)(HANDLE);
+
+  /// False, with the system's last error, when one is missing.
+  bool FindFunctions(HMODULE module) {
+    return Find(module, "CeRapiInitEx", CeRapiInitEx) && Find(module, "CeRapiUninit", CeRapiUninit) &&
+           Find(module, "CeRapiGetError", CeRapiGetError) && Find(module, "CeFindFirstFile", CeFindFirstFile) &&
+           Find(module, "CeFindClose", CeFindClose) && Find(module, "CeCreateFile", CeCreateFile) &&
+           Find(module, "CeGetFileSize", CeGetFileSize) && Find(module, "CeReadFile", CeReadFile) &&
+           Find(module, "CeWriteFile", CeWriteFile) && Find(module, "CeCloseHandle", CeCloseHandle);
+  }
+
+  /// Null, with the system's last error, when there is no usable library in `folder`.
+  static std::unique_ptr<Library> LoadFrom(const std::string& folder) {
+    const QuietLoading quiet;
+    const std::wstring path = platform::NativePath(JoinPath(folder, kLibraryName));
+    // The library's own folder, not the program's, is where the libraries are that it needs itself.
+    const HMODULE module = ::LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    if (module == nullptr) return nullptr;
+    auto library = std::make_unique<Library>();
+    if (library->FindFunctions(module)) return library;
+    const DWORD error = ::GetLastError();
+    ::FreeLibrary(module);
+    ::SetLastError(error);
+    return nullptr;
+  }
+
+ private:
+  template <typename Function>
+  static bool Find(HMODULE module, const char* name, Function& function) {
+    function = std::bit_cast<Function>(::GetProcAddress(module, name));
+    return function != nullptr;
+  }
+};
+
+DllRapi::DllRapi(std::vector<std::string> folders)
+    : folders_(std::move(folders)), loadError_(HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND)) {
+  // Here, because only here the record is a complete type.
+  static_assert(offsetof(StartUpRecord, heRapiInit) == sizeof(void*));
+  static_assert(offsetof(StartUpRecord, hrRapiInit) == 2 * sizeof(void*));
+  static_assert(sizeof(StartUpRecord) == 3 * sizeof(void*));
+}
+
+DllRapi::~DllRapi() {
+  if (started_) DllRapi::CeRapiUninit();
+}
+
+std::int32_t DllRapi::Load() {
+  for (auto folder = folders_.begin(); library_ == nullptr && folder != folders_.end(); ++folder) {
+    library_ = Library::LoadFrom(*folder);
+    if (library_ == nullptr) loadError_ = LastError();
+  }
+  return library_ == nullptr ? loadError_ : 0;
+}
+
+std::int32_t DllRapi::CeRapiInitEx(RAPIINIT& init) {
+  if (const std::int32_t error = Load()) return error;
+  GiveUpAttempt();
+  std::int32_t result = Start(init.cbSize);
+  if (result == E_INVALIDARG && init.cbSize != sizeof(StartUpRecord)) result = Start(sizeof(StartUpRecord));
+  init.heRapiInit = OwnHandle(record_->heRapiInit);
+  init.hrRapiInit = record_->Result();
+  if (SUCCEEDED(result)) {
+    started_ = true;
+    caller_ = &init;
+  } else {
+    record_.reset();
+  }
+  return result;
+}
+
+std::int32_t DllRapi::Start(std::uint32_t recordSize) {
+  record_ = std::make_unique<StartUpRecord>(StartUpRecord{recordSize, nullptr, 0});
+  return library_->CeRapiInitEx(record_.get());
+}
+
+void DllRapi::GiveUpAttempt() {
+  caller_ = nullptr;
+  (void)record_.release();  // not freed: the library may write to it at any time
+}
+
+std::uint32_t DllRapi::WaitForSingleObject(RapiHandle event, std::uint32_t milliseconds) {
+  const DWORD result = ::WaitForSingleObject(SystemHandle(event), milliseconds);
+  const bool isOurs = caller_ != nullptr && caller_->heRapiInit == event;
+  if (!isOurs || result == WAIT_TIMEOUT) return result;
+  caller_->hrRapiInit = record_->Result();
+  if (result == WAIT_OBJECT_0) {
+    record_.reset();
+    caller_ = nullptr;
+  }
+  return result;
+}
+
+std::int32_t DllRapi::CeRapiUninit() {
+  GiveUpAttempt();
+  started_ = false;
+  return library_ == nullptr ? loadError_ : library_->CeRapiUninit();
+}
+
+std::int32_t DllRapi::CeRapiGetError() {
+  return library_ == nullptr ? loadError_ : library_->CeRapiGetError();
+}
+
+RapiHandle DllRapi::CeFindFirstFile(const std::string& path) {
+  if (library_ == nullptr) return kInvalidRapiHandle;
+  FindData found = {};
+  return OwnHandle(library_->CeFindFirstFile(platform::Wide(path).c_str(), &found));
+}
+
+RapiHandle DllRapi::CeCreateFile(const std::string& path, std::uint32_t access, std::uint32_t shareMode,
+                                 std::uint32_t securityAttributes, std::uint32_t disposition,
+                                 std::uint32_t flagsAndAttributes) {
+  if (library_ == nullptr) return kInvalidRapiHandle;
+  const auto security = reinterpret_cast<LPSECURITY_ATTRIBUTES>(static_cast<std::uintptr_t>(securityAttributes));
+  return OwnHandle(library_->CeCreateFile(platform::Wide(path).c_str(), access, shareMode, security, disposition,
+                                          flagsAndAttributes, nullptr));
+}
+
+std::uint32_t DllRapi::CeGetFileSize(RapiHandle file) {
+  return library_ == nullptr ? kNoFileSize : library_->CeGetFileSize(SystemHandle(file), nullptr);
+}
+
+std::int32_t DllRapi::CeReadFile(RapiHandle file, ByteSpan out, std::uint32_t& bytesRead) {
+  DWORD count = 0;
+  const BOOL result = library_ == nullptr ? FALSE
+                                          : library_->CeReadFile(SystemHandle(file), out.data(),
+                                                                 static_cast<DWORD>(out.size()), &count, nullptr);
+  bytesRead = count;
+  return result;
+}
+
+std::int32_t DllRapi::CeWriteFile(RapiHandle file, ByteView data, std::uint32_t& bytesWritten) {
+  DWORD count = 0;
+  const BOOL result = library_ == nullptr ? FALSE
+                                          : library_->CeWriteFile(SystemHandle(file), data.data(),
+                                                                  static_cast<DWORD>(data.size()), &count, nullptr);
+  bytesWritten = count;
+  return result;
+}
+
+std::int32_t DllRapi::CeCloseHandle(RapiHandle handle) {
+  return library_ == nullptr ? FALSE : library_->CeCloseHandle(SystemHandle(handle));
+}
+
+std::int32_t DllRapi::CeFindClose(RapiHandle handle) {
+  return library_ == nullptr ? FALSE : library_->CeFindClose(SystemHandle(handle));
+}
+
+}  // namespace mv

@@ -1,0 +1,161 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "device/Rapi.h"
+
+namespace mv::testing {
+
+/// A handheld under test. The folder \Motorva exists.
+class Handheld {
+ public:
+  virtual ~Handheld() = default;
+  virtual Rapi& Api() = 0;
+};
+
+/// What every implementation of Rapi must do.
+template <typename AHandheld>
+class RapiContract : public ::testing::Test {
+ protected:
+  static constexpr std::uint32_t kRead = 0x80000000;
+  static constexpr std::uint32_t kWrite = 0x40000000;
+  static constexpr std::uint32_t kCreateAlways = 2;
+  static constexpr std::uint32_t kOpenExisting = 3;
+  static constexpr std::uint32_t kNoFileSize = 0xFFFFFFFF;
+  static constexpr const char* kPath = "\\Motorva\\a.pdb";
+
+  /// Returns the connection's result.
+  std::int32_t Connect() {
+    EXPECT_EQ(rapi_.CeRapiInitEx(init_), 0);
+    EXPECT_EQ(rapi_.WaitForSingleObject(init_.heRapiInit, 5000), 0U);
+    return init_.hrRapiInit;
+  }
+  RapiHandle OpenForRead(const std::string& path) { return rapi_.CeCreateFile(path, kRead, 1, 1, kOpenExisting, 0x80); }
+  RapiHandle OpenForUpload(const std::string& path) {
+    return rapi_.CeCreateFile(path, kWrite, 1, 1, kCreateAlways, 0x80);
+  }
+  void Upload(const std::string& path, const Bytes& content) {
+    const RapiHandle file = OpenForUpload(path);
+    std::uint32_t written = 0;
+    ASSERT_NE(rapi_.CeWriteFile(file, content, written), 0);
+    ASSERT_EQ(written, content.size());
+    ASSERT_NE(rapi_.CeCloseHandle(file), 0);
+  }
+  Bytes Download(const std::string& path) {
+    const RapiHandle file = OpenForRead(path);
+    Bytes content(rapi_.CeGetFileSize(file));
+    std::uint32_t read = 0;
+    EXPECT_NE(rapi_.CeReadFile(file, content, read), 0);
+    EXPECT_EQ(read, content.size());
+    EXPECT_NE(rapi_.CeCloseHandle(file), 0);
+    return content;
+  }
+
+  AHandheld handheld_;
+  Rapi& rapi_ = handheld_.Api();
+  RAPIINIT init_{12, 0, 0};
+};
+
+TYPED_TEST_SUITE_P(RapiContract);
+
+TYPED_TEST_P(RapiContract, Connection_IsUpAfterTheWait) {
+  EXPECT_EQ(this->Connect(), 0);
+}
+
+TYPED_TEST_P(RapiContract, WithoutAConnection_CallsFailInTheTransport) {
+  EXPECT_EQ(this->OpenForRead(this->kPath), kInvalidRapiHandle);
+  EXPECT_NE(this->rapi_.CeRapiGetError(), 0);
+}
+
+TYPED_TEST_P(RapiContract, UploadedFile_ReadsBack) {
+  this->Connect();
+  this->Upload(this->kPath, {1, 0, 255});
+  EXPECT_EQ(this->Download(this->kPath), (Bytes{1, 0, 255}));
+}
+
+TYPED_TEST_P(RapiContract, WritesInARow_AreAppended) {
+  this->Connect();
+  const RapiHandle file = this->OpenForUpload(this->kPath);
+  std::uint32_t written = 0;
+  this->rapi_.CeWriteFile(file, Bytes{1, 2}, written);
+  this->rapi_.CeWriteFile(file, Bytes{3}, written);
+  this->rapi_.CeCloseHandle(file);
+  EXPECT_EQ(this->Download(this->kPath), (Bytes{1, 2, 3}));
+}
+
+TYPED_TEST_P(RapiContract, ReadsInARow_GoOnWhereTheLastStopped) {
+  this->Connect();
+  this->Upload(this->kPath, {1, 2, 3});
+  const RapiHandle file = this->OpenForRead(this->kPath);
+  Bytes first(2);
+  Bytes rest(2);
+  std::uint32_t read = 0;
+  this->rapi_.CeReadFile(file, first, read);
+  EXPECT_NE(this->rapi_.CeReadFile(file, rest, read), 0);
+  EXPECT_EQ(first, (Bytes{1, 2}));
+  EXPECT_EQ(read, 1U);
+  EXPECT_EQ(rest[0], 3);
+}
+
+TYPED_TEST_P(RapiContract, ShorterUpload_ReplacesTheWholeFile) {
+  this->Connect();
+  this->Upload(this->kPath, {1, 2, 3, 4});
+  this->Upload(this->kPath, {9});
+  EXPECT_EQ(this->Download(this->kPath), Bytes{9});
+}
+
+TYPED_TEST_P(RapiContract, MissingFile_IsRefusedByTheDevice) {
+  this->Connect();
+  EXPECT_EQ(this->rapi_.CeFindFirstFile(this->kPath), kInvalidRapiHandle);
+  EXPECT_EQ(this->rapi_.CeRapiGetError(), 0);
+  EXPECT_EQ(this->OpenForRead(this->kPath), kInvalidRapiHandle);
+  EXPECT_EQ(this->rapi_.CeRapiGetError(), 0);
+}
+
+TYPED_TEST_P(RapiContract, ExistingFile_IsFoundWithoutRegardToCase) {
+  this->Connect();
+  this->Upload(this->kPath, {1});
+  const RapiHandle found = this->rapi_.CeFindFirstFile("\\MOTORVA\\A.PDB");
+  EXPECT_NE(found, kInvalidRapiHandle);
+  EXPECT_NE(this->rapi_.CeFindClose(found), 0);
+}
+
+TYPED_TEST_P(RapiContract, SizeOfAFile_IsItsBytes) {
+  this->Connect();
+  this->Upload(this->kPath, Bytes(70000, 1));
+  EXPECT_EQ(this->rapi_.CeGetFileSize(this->OpenForRead(this->kPath)), 70000U);
+}
+
+TYPED_TEST_P(RapiContract, EmptyUpload_IsAnEmptyFile) {
+  this->Connect();
+  this->rapi_.CeCloseHandle(this->OpenForUpload(this->kPath));
+  EXPECT_EQ(this->rapi_.CeGetFileSize(this->OpenForRead(this->kPath)), 0U);
+}
+
+TYPED_TEST_P(RapiContract, InvalidHandle_IsRefusedByEveryCall) {
+  this->Connect();
+  Bytes buffer(1);
+  std::uint32_t count = 0;
+  EXPECT_EQ(this->rapi_.CeGetFileSize(kInvalidRapiHandle), this->kNoFileSize);
+  EXPECT_EQ(this->rapi_.CeReadFile(kInvalidRapiHandle, buffer, count), 0);
+  EXPECT_EQ(this->rapi_.CeWriteFile(kInvalidRapiHandle, buffer, count), 0);
+  EXPECT_EQ(this->rapi_.CeCloseHandle(kInvalidRapiHandle), 0);
+  EXPECT_EQ(this->rapi_.CeFindClose(kInvalidRapiHandle), 0);
+}
+
+TYPED_TEST_P(RapiContract, HandlesEndWithTheConnection) {
+  this->Connect();
+  this->Upload(this->kPath, {1});
+  const RapiHandle file = this->OpenForRead(this->kPath);
+  EXPECT_EQ(this->rapi_.CeRapiUninit(), 0);
+  this->Connect();
+  EXPECT_EQ(this->rapi_.CeGetFileSize(file), this->kNoFileSize);
+}
+
+REGISTER_TYPED_TEST_SUITE_P(RapiContract, Connection_IsUpAfterTheWait, WithoutAConnection_CallsFailInTheTransport,
+                            UploadedFile_ReadsBack, WritesInARow_AreAppended, ReadsInARow_GoOnWhereTheLastStopped,
+                            ShorterUpload_ReplacesTheWholeFile, MissingFile_IsRefusedByTheDevice,
+                            ExistingFile_IsFoundWithoutRegardToCase, SizeOfAFile_IsItsBytes, EmptyUpload_IsAnEmptyFile,
+                            InvalidHandle_IsRefusedByEveryCall, HandlesEndWithTheConnection);
+
+}  // namespace mv::testing
