@@ -68,7 +68,7 @@ std::size_t DataPages::CheckSlots(PageView page, const Place& place) {
       return slot;
     }
     if ((SlotWord(page, slot) & kUnknownFlag) != 0) {
-      findings_.Note(Kind::Slot, place, "slot ", slot, " has an unknown flag");
+      findings_.Damage(Kind::Slot, place, "slot ", slot, " has an unknown flag");
     }
   }
   const std::size_t room = RowEnd(page, count) - slotsEnd;

@@ -149,7 +149,7 @@ struct Definition {
   std::size_t firstRowNumber = 0;     ///< DataPages::NumberOf its first slot
   std::size_t endRowNumber = 0;
 
-  Place Where() const { return {.table = name}; }
+  Place Where() const { return {.table = name, .index = {}, .column = {}, .page = {}, .row = {}}; }
   std::optional<std::size_t> ColumnById(std::uint16_t id) const;
   /// Exact spelling.
   std::optional<std::size_t> ColumnByName(std::string_view columnName) const;

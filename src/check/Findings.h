@@ -22,9 +22,7 @@ struct Place {
   std::optional<std::uint8_t> row = {};
 
   Place OnPage(jet::PageNumber number) const {
-    Place place = *this;
-    place.page = number;
-    return place;
+    return {.table = table, .index = index, .column = column, .page = number, .row = {}};
   }
   Place AtRow(jet::RowId address) const {
     Place place = OnPage(address.page);

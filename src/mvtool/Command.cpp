@@ -19,8 +19,8 @@ constexpr std::string_view kClosing =
     "\nExit status: 0 done, 1 it failed (the message says why), 2 the command line\n"
     "was not understood.\n";
 
-std::array<Command, 8> Commands() {
-  return {ListCommand(),  ShowCommand(),     ExportCommand(), CreateCommand(),
+std::array<Command, 9> Commands() {
+  return {ListCommand(),  ShowCommand(),     ExportCommand(), CheckCommand(), CreateCommand(),
           ApplyCommand(), TemplateCommand(), MakeCommand(),   DemoCommand()};
 }
 

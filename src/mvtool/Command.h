@@ -36,6 +36,7 @@ Command CreateCommand();
 Command MakeCommand();
 Command ApplyCommand();
 Command ExportCommand();
+Command CheckCommand();
 Command TemplateCommand();
 Command DemoCommand();
 

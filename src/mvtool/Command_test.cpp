@@ -47,7 +47,7 @@ TEST_F(CommandTest, Help_NamesEveryCommandAndSucceeds) {
   EXPECT_EQ(Run({"--help"}), kSucceeded);
   for (const char* synopsis : {"mvtool list FILE.db", "mvtool show FILE.pdb", "mvtool create FILE.db SCHEMA.json",
                                "mvtool make FILE.pdb", "mvtool demo FOLDER", "mvtool export FILE.db DIR",
-                               "mvtool apply FILE.db TABLE", "mvtool template FILE.db OUT"}) {
+                               "mvtool apply FILE.db TABLE", "mvtool template FILE.db OUT", "mvtool check FILE.db"}) {
     EXPECT_NE(out_.find(synopsis), std::string::npos) << synopsis;
   }
   EXPECT_EQ(err_, "");
