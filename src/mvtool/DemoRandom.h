@@ -27,7 +27,7 @@ class DemoRandom {
 
   template <typename T, std::size_t size>
   const T& Pick(const std::array<T, size>& items) {
-    return items[Next() % size];
+    return items[static_cast<std::size_t>(Next() % size)];
   }
 
  private:

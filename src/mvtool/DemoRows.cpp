@@ -69,7 +69,7 @@ std::string VehicleNumber(std::size_t number) {
   constexpr std::string_view kAllowed = "ABCDEFGHJKLMNPRSTUVWXYZ0123456789";
   DemoRandom random = RandomFor("vehicle number", number);
   std::string text(ModelOfVehicle(number).manufacturerCode);
-  for (int i = 0; i < 8; ++i) text += kAllowed[random.Next() % kAllowed.size()];
+  for (int i = 0; i < 8; ++i) text += kAllowed[static_cast<std::size_t>(random.Next() % kAllowed.size())];
   return text + Digits(number, 6);
 }
 

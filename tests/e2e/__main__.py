@@ -1,6 +1,6 @@
 """Runs the end-to-end tests over the built programs: python3 -m tests.e2e [unittest arguments].
 
-MV_BIN: folder of the programs. MV_CASES: random worlds per mode. MV_SEED: first seed. JETCHECK: external checker.
+MV_BIN: folder of the programs. MV_WINDOWS_BIN: folder of the Windows programs. MV_CASES: random worlds per mode. MV_SEED: first seed. JETCHECK: external checker.
 """
 
 import os

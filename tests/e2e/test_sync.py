@@ -20,6 +20,17 @@ def lay_out(world, case):
         world.write_table(t, merge.fields_of(cols), records)
 
 
+def with_empty_template(world, case):
+    """Overwrite PC takes its template from the program's folder, so the program runs from a copy of its own."""
+    folder = world.folder / "program"
+    folder.mkdir()
+    (folder / "MVPPCSync").write_bytes((BIN / "MVPPCSync").read_bytes())
+    (folder / "MVPPCSync").chmod(0o755)
+    world.create_database({t: (cols, []) for t, (cols, _, _) in case.items()}, folder / "_20")
+    world.program_folder = folder
+    return folder / "_20"
+
+
 def comparable(columns, rows):
     """Rows for comparison where empty text and null, and floats by their shortest form, are the same."""
     def cell(kind, v):
@@ -56,7 +67,7 @@ class RandomWorlds(unittest.TestCase):
             before = {t: world.foreign_rows(t, cols) for t, (cols, _, _) in case.items()}
             template = None
             if mode == merge.OVERWRITE_PC:
-                template = self.empty_template(world, case)
+                template = with_empty_template(world, case)
             status = world.sync(mode)
             self.assertEqual(status, 0, world.log_text())
             for t, (cols, rows, records) in case.items():
@@ -70,16 +81,6 @@ class RandomWorlds(unittest.TestCase):
                 self.assertEqual((world.dest / f"{t}.pdb").read_bytes(), world.read_table(t))
             self.assertEqual(structure_findings(world.database), "")
             self.assertIn("Silent Synchronization of 11 of 13 tables ended: ", world.log_text())
-
-    def empty_template(self, world, case):
-        """Overwrite PC takes its template from the program's folder, so the program runs from a copy of its own."""
-        folder = world.folder / "program"
-        folder.mkdir()
-        (folder / "MVPPCSync").write_bytes((BIN / "MVPPCSync").read_bytes())
-        (folder / "MVPPCSync").chmod(0o755)
-        world.create_database({t: (cols, []) for t, (cols, _, _) in case.items()}, folder / "_20")
-        world.program_folder = folder
-        return folder / "_20"
 
 
 def add_case(mode, number):

@@ -97,10 +97,9 @@ void Device::Log(const std::string& line) {
 
 HRESULT Device::Start(StartUpRecord* record) {
   const Locked locked(lock_);
-  ++calls_;
   const std::string call = "CeRapiInitEx " + Text(record->cbSize) + " -> ";
   HRESULT result = 0;
-  const Script::Fault* fault = script_.FaultOf("CeRapiInitEx", ++counts_["CeRapiInitEx"]);
+  const Script::Fault* fault = Count("CeRapiInitEx");
   if (fault != nullptr) result = fault->rapiError != 0 ? fault->rapiError : kTransportFailed;
   if (script_.recordSize.value_or(record->cbSize) != record->cbSize) result = E_INVALIDARG;
   if (!scriptError_.empty()) result = E_UNEXPECTED;
@@ -125,7 +124,7 @@ void Device::Connect() {
   const bool calledOff = ::WaitForSingleObject(callOff_, script_.signalDelay.value_or(INFINITE)) == WAIT_OBJECT_0;
   if (calledOff) return;
   const Locked locked(lock_);
-  const HRESULT result = HasVanished() ? kTransportFailed : script_.resultLate;
+  const HRESULT result = vanished_ ? kTransportFailed : script_.resultLate;
   connected_ = result == 0 && script_.resultAtOnce == 0;
   if (script_.resultAtOnce == 0) record_->hrRapiInit = result;
   Log("connection -> " + Hex(record_->hrRapiInit));
@@ -138,7 +137,6 @@ HRESULT Device::End() {
     ::WaitForSingleObject(thread_, INFINITE);  // before the lock is taken: the thread may want it
   }
   const Locked locked(lock_);
-  ++calls_;
   Log("CeRapiUninit -> 0, files left open: " + std::to_string(files_.size()) +
       ", finds left open: " + std::to_string(finds_.size()));
   for (const auto& [handle, file] : files_) ::CloseHandle(file);
@@ -169,8 +167,10 @@ DWORD Device::LastError() {
 
 // ---- Calls of the device
 
-bool Device::HasVanished() const {
-  return script_.vanishesAfter && calls_ > *script_.vanishesAfter;
+const Script::Fault* Device::Count(const std::string& name) {
+  const unsigned count = ++counts_[name];
+  if (script_.vanishesAt == std::pair(name, count)) vanished_ = true;
+  return script_.FaultOf(name, count);
 }
 
 bool Device::Refuse(HRESULT rapiError, DWORD lastError) {
@@ -180,9 +180,8 @@ bool Device::Refuse(HRESULT rapiError, DWORD lastError) {
 }
 
 bool Device::MayAnswer(const std::string& name) {
-  ++calls_;
-  const Script::Fault* fault = script_.FaultOf(name, ++counts_[name]);
-  if (!connected_ || HasVanished()) return Refuse(kTransportFailed, ERROR_CONNECTION_ABORTED);
+  const Script::Fault* fault = Count(name);
+  if (!connected_ || vanished_) return Refuse(kTransportFailed, ERROR_CONNECTION_ABORTED);
   return fault == nullptr || Refuse(fault->rapiError, ERROR_ACCESS_DENIED);
 }
 

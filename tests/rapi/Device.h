@@ -46,8 +46,9 @@ class Device {
   bool Call(const std::string& name, const std::string& arguments, Answer answer);
   /// False when the script or the connection makes this call fail; the error is noted.
   bool MayAnswer(const std::string& name);
+  /// Counts a call and returns its fault, if the script has one for it.
+  const Script::Fault* Count(const std::string& name);
   bool Refuse(HRESULT rapiError, DWORD lastError);
-  bool HasVanished() const;
   void Log(const std::string& line);
   static HANDLE Find(const Handles& handles, HANDLE handle);
 
@@ -59,7 +60,7 @@ class Device {
   std::string outcome_;  ///< of the call being answered, for the log
 
   std::map<std::string, unsigned> counts_;  ///< calls so far, by name
-  unsigned calls_ = 0;
+  bool vanished_ = false;
   HRESULT rapiError_ = 0;
   DWORD lastError_ = 0;
   bool connected_ = false;

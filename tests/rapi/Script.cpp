@@ -52,7 +52,9 @@ void ReadStatement(const std::string& verb, std::istringstream& words, Script& s
   } else if (verb == "slow") {
     script.delayPerCall = Number(argument);
   } else if (verb == "vanish") {
-    script.vanishesAfter = Number(argument);
+    std::string nth;
+    words >> nth;
+    script.vanishesAt = {argument, Number(nth)};
   } else if (verb == "size") {
     script.recordSize = argument == "native" ? sizeof(StartUpRecord) : Number(argument);
   } else {

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 
 /// What the test library is told to do wrong. README.md has the language.
 class Script {
@@ -29,6 +30,6 @@ class Script {
   bool stubborn = false;
   DWORD delayPerCall = 0;  ///< milliseconds
   bool shortWrites = false;
-  std::optional<unsigned> vanishesAfter;  ///< calls
-  std::optional<DWORD> recordSize;        ///< the only one accepted
+  std::optional<std::pair<std::string, unsigned>> vanishesAt;  ///< name and number of a call
+  std::optional<DWORD> recordSize;                             ///< the only one accepted
 };

@@ -517,7 +517,7 @@ TEST_F(DllRapiTest, EmptyDeviceFile_RaisesAndLeavesNoHandleOpen) {
 
 TEST_F(DllRapiTest, HandheldThatVanishes_IsSixFromThenOn) {
   handheld_.Put(kDeviceFile, Pattern(10));
-  EXPECT_EQ(Download("vanish 3"), 6);
+  EXPECT_EQ(Download("vanish CeReadFile 1"), 6);
   EXPECT_EQ(Download(""), 6);
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kConnected, std::string(kOpenForRead) + "#1", "CeGetFileSize #1 -> 10",
                                       std::string("CeReadFile #1 10 -> ") + kTransport, kRapiError, kUninitWithFile,

@@ -1,0 +1,76 @@
+"""A sync world for the Windows edition under Wine, whose handheld is reached through the test library in tests/rapi."""
+
+import os
+import pathlib
+import shutil
+import subprocess
+
+from .world import ROOT, World
+
+WINDOWS_BIN = pathlib.Path(os.environ.get("MV_WINDOWS_BIN", ROOT / "build" / "windows-x64" / "bin"))
+PROGRAM = WINDOWS_BIN / "MVPPCSync.exe"
+LIBRARY = WINDOWS_BIN.parent / "test_rapi" / "rapi.dll"
+WINE_PREFIX = WINDOWS_BIN.parent / "wine-e2e"
+SETTINGS_KEY = r"Software\VB and VBA Program Settings"
+
+
+def windows_path(path):
+    """Wine shows the root of the local file system as drive Z."""
+    return "Z:" + str(path).replace("/", "\\")
+
+
+def wine(*command, timeout=120, **environment):
+    """Runs a Windows program; returns its exit status."""
+    return subprocess.run([str(ROOT / "tools" / "wine-run"), *map(str, command)], timeout=timeout,
+                          env=dict(os.environ, WINEPREFIX=str(WINE_PREFIX), **environment),
+                          stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode
+
+
+def settings_are_in_the_registry():
+    return SETTINGS_KEY.encode() in PROGRAM.read_bytes()
+
+
+class WindowsWorld(World):
+    """A copy of another world, made before that one is used."""
+
+    def __init__(self, folder, original):
+        super().__init__(folder)
+        shutil.copytree(original.folder, self.folder, dirs_exist_ok=True,
+                        ignore=shutil.ignore_patterns("config", "MVPPCSync"))
+        self.program_folder = self.folder / "program"
+        self.program_folder.mkdir(exist_ok=True)
+        shutil.copy(PROGRAM, self.program_folder)
+        shutil.copy(LIBRARY, self.program_folder)
+        self.calls_log = self.folder / "calls.log"
+
+    def write_settings(self, **extra):
+        sections = {"General": {"DBPath": windows_path(self.folder)}, "PPC_Mobile": extra}
+        (self.write_registry if settings_are_in_the_registry() else self.write_ini)(sections)
+
+    def write_ini(self, sections):
+        lines = []
+        for section, values in sections.items():
+            lines += [f"[{section}]"] + [f"{k}={v}" for k, v in values.items()]
+        (self.folder / "config").mkdir(exist_ok=True)
+        (self.folder / "config" / "Motorva32.ini").write_text("\n".join(lines) + "\n", encoding="utf-8")
+
+    def write_registry(self, sections):
+        """What a world before this one stored goes away."""
+        key = f"HKEY_CURRENT_USER\\{SETTINGS_KEY}\\Motorva32"
+        lines = ["Windows Registry Editor Version 5.00", "", f"[-{key}]"]
+        for section, values in sections.items():
+            lines += ["", f"[{key}\\{section}]"]
+            lines += ['"{}"="{}"'.format(k, v.replace("\\", "\\\\").replace('"', '\\"')) for k, v in values.items()]
+        file = self.folder / "settings.reg"
+        file.write_text("\r\n".join(lines) + "\r\n", encoding="utf-16", newline="")
+        if wine("reg", "import", windows_path(file)) != 0:
+            raise RuntimeError("the settings could not be put into the registry")
+
+    def sync(self, mode, timeout=120, script=""):
+        return wine(self.program_folder / "MVPPCSync.exe", f"-Mode{mode}", timeout=timeout,
+                    XDG_CONFIG_HOME=windows_path(self.folder / "config"), MV_RAPI_ROOT=windows_path(self.handheld),
+                    MV_RAPI_LOG=windows_path(self.calls_log), MV_RAPI_SCRIPT=script)
+
+    def calls(self):
+        """What the library wrote down, a line a call."""
+        return self.calls_log.read_text(encoding="utf-8").splitlines() if self.calls_log.exists() else []
