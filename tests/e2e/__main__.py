@@ -1,6 +1,7 @@
 """Runs the end-to-end tests over the built programs: python3 -m tests.e2e [unittest arguments].
 
-MV_BIN: folder of the programs. MV_WINDOWS_BIN: folder of the Windows programs. MV_CASES: random worlds per mode. MV_SEED: first seed. JETCHECK: external checker.
+MV_BIN: folder of the programs. MV_WINDOWS_BIN: folder of the Windows programs. MV_CASES: random worlds per mode, and
+random databases. MV_SEED: first seed. JETCHECK: external checker. JET_SAMPLES: folder of real database files.
 """
 
 import os
@@ -16,7 +17,8 @@ names = sys.argv[1:]
 here = os.path.dirname(__file__)
 suite = loader.loadTestsFromNames(names) if names else loader.discover(here, top_level_dir=world.ROOT)
 result = unittest.TextTestRunner(verbosity=1).run(suite)
-failed = len(result.failures) + len(result.errors)
+# A test with several failing parts is one test.
+failed = len({getattr(t, "test_case", t) for t, _ in result.failures + result.errors})
 for _, reason in result.skipped:
     print(f"  skipped: {reason}")
 if not os.environ.get("JETCHECK"):

@@ -1,0 +1,165 @@
+"""Random changes of random tables through `mvtool apply`, against a plain model of the rows; read back by mvtool, by
+mdbtools and by the structure checker."""
+
+import collections
+import json
+import os
+import pathlib
+import random
+import tempfile
+import unittest
+
+from . import jetreaders
+from .jetcases import Changes, Values, random_table
+from .jetmodel import Column, Index, Table
+from .jetreaders import dump_difference, dumped, export_difference, exported, findings, must, mvtool, shown
+
+CASES = int(os.environ.get("MV_CASES", "12"))
+SEED = int(os.environ.get("MV_SEED", "20240517"))
+
+
+def lines_of(changes):
+    return "".join(json.dumps(c, ensure_ascii=False) + "\n" for c in changes)
+
+
+class EngineCase(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.path = self.folder / "x.db"
+
+    def create(self, tables):
+        schema = self.folder / "schema.json"
+        schema.write_text(json.dumps({"tables": [t.design() for t in tables]}, ensure_ascii=False), encoding="utf-8")
+        must(mvtool("create", self.path, schema))
+
+    def apply(self, table, changes, error=None):
+        """Makes the changes, the last of which must fail with `error` when there is one: at first nothing, then all but
+        the last, must have happened."""
+        text = lines_of(changes)
+        if error is None:
+            counts = collections.Counter(c["op"] for c in changes)
+            said = must(mvtool("apply", self.path, table.name, text=text))
+            self.assertEqual(said, f"{counts['insert']} inserted, {counts['update']} updated, {counts['delete']} deleted\n")
+            return
+        before = self.path.read_bytes()
+        for keep in ([], ["--keep"]):
+            result = mvtool("apply", self.path, table.name, *keep, text=text)
+            self.assertEqual(result.returncode, 1, changes[-1])
+            said = result.stderr.decode("utf-8")
+            self.assertTrue(said.startswith(f"mvtool: line {len(changes)}: "), said)
+            self.assertIn(error, said)
+            if not keep:
+                self.assertEqual(self.path.read_bytes(), before)
+
+    def check(self, table):
+        """The table holds what its model says, for every reader; the model then knows the order."""
+        rows = shown(self.path, table.name)
+        self.assertEqual(collections.Counter(map(table.exact_row, rows)),
+                         collections.Counter(map(table.exact_row, table.rows)))
+        table.take_order(rows)
+        header, cells = exported(self.path, table.name)
+        self.assertEqual(header, [c.name for c in table.columns])
+        self.assertEqual(export_difference(table.columns, rows, cells), "")
+        if jetreaders.checker():
+            self.assertEqual(dump_difference(table.columns, rows, dumped(self.path, table.name)), "")
+
+
+class RandomTables(EngineCase):
+    def run_case(self, seed):
+        rng = random.Random(seed)
+        tables = [random_table(rng, f"Table {i}") for i in range(rng.randint(1, 3))]
+        self.create(tables)
+        changers = [Changes(rng, t) for t in tables]
+        for _ in range(rng.randint(4, 10)):
+            changer = rng.choice(changers)
+            others = {t.name: shown(self.path, t.name) for t in tables if t is not changer.table}
+            for _ in range(rng.randint(1, 4)):
+                weights = rng.choice([(1, 1, 1), (6, 2, 1), (20, 1, 0), (1, 6, 1), (1, 2, 9)])
+                self.apply(changer.table, *changer.batch(rng.choice([5, 40, 150, 300]), weights))
+                # The order is that of the file again only when it was read.
+                changer.table.take_order(shown(self.path, changer.table.name))
+            self.check(changer.table)
+            for name, rows in others.items():
+                self.assertEqual(shown(self.path, name), rows)
+            self.assertEqual(findings(self.path), "")
+
+
+def add_case(number):
+    def test(self):
+        with self.subTest(seed=SEED + number):
+            self.run_case(SEED + number)
+    setattr(RandomTables, f"test_case{number:05d}", test)
+
+
+for case_number in range(CASES):
+    add_case(case_number)
+
+
+class DeepTrees(EngineCase):
+    """Keys so long that few stand on a page, and many of them: trees of three levels and more."""
+
+    def test_long_keys(self):
+        rng = random.Random(SEED)
+        table = Table("Deep", [Column("Key", "Text", 240), Column("Day", "Text", 100), Column("N", "Long")],
+                      [Index("PrimaryKey", [("Key", False)], primary=True, unique=True, required=True),
+                       Index("Down", [("Day", True), ("N", False)], ignore_nulls=True)])
+        self.create([table])
+        values = {c.name: Values(rng, c, True, False) for c in table.columns}
+        # Random keys, then ascending ones, then descending ones.
+        spread = [values["Key"].text(240) for _ in range(1500)]
+        rising = [f"{i:06}" + "m" * 230 for i in range(1500)]
+        falling = [f"{9999 - i:06}" + "z" * 230 for i in range(1000)]
+        for keys in (spread, rising, falling):
+            rows = [{"Key": k, "Day": values["Day"].draw(), "N": values["N"].draw()}
+                    for k in dict.fromkeys(keys) if not table.keys[0].get((k.lower().rstrip(" "),))]
+            for row in rows:
+                table.insert(row)
+            self.apply(table, [{"op": "insert", "row": row} for row in rows])
+            self.check(table)
+            self.assertEqual(findings(self.path), "")
+        changer = Changes(rng, table)
+        by_key = lambda row: {"Key": row[0].upper()}
+        for share in (0.3, 0.6, 0.9):
+            changes = []
+            for row in rng.sample(table.rows, int(len(table.rows) * share)):
+                changes.append({"op": "delete", "where": by_key(row)} if rng.random() < 0.7 else
+                               {"op": "update", "where": by_key(row), "set": {"Day": values["Day"].draw()}})
+            gone = {c["where"]["Key"] for c in changes if c["op"] == "delete"}
+            days = {c["where"]["Key"]: c["set"]["Day"] for c in changes if c["op"] == "update"}
+            for position, row in enumerate(table.rows):
+                if row[0].upper() in days:
+                    table.update(position, {"Day": days[row[0].upper()]})
+            for position in reversed(range(len(table.rows))):
+                if table.rows[position][0].upper() in gone:
+                    table.delete(position)
+            self.apply(table, changes)
+            self.check(table)
+            self.assertEqual(findings(self.path), "")
+            self.apply(table, *changer.batch(50, (5, 3, 1)))
+            self.check(table)
+
+
+class LargeInputs(EngineCase):
+    def test_every_type_goes_out_and_comes_in_again(self):
+        """What show prints of one table, inserted into an empty copy, gives the same rows."""
+        rng = random.Random(SEED)
+        table = random_table(rng, "Source")
+        while len(table.columns) < 10:
+            table = random_table(rng, "Source")
+        self.create([table])
+        changer = Changes(rng, table)
+        changes = changer.batch(400, (1, 0, 0))[0]
+        must_keep = [c for c in changes]
+        mvtool("apply", self.path, table.name, "--keep", text=lines_of(must_keep))
+        copy = self.folder / "copy.db"
+        must(mvtool("template", self.path, copy))
+        self.assertEqual(findings(copy), "")
+        lines = must(mvtool("show", self.path, table.name))
+        text = "".join(f'{{"op":"insert","row":{line}}}\n' for line in lines.split("\n")[:-1])
+        must(mvtool("apply", copy, table.name, text=text))
+        self.assertEqual(must(mvtool("show", copy, table.name)), lines)
+        self.assertEqual(findings(copy), "")
