@@ -62,11 +62,14 @@ def dumped(path, table):
 
 
 def findings(path, strict=True):
-    """What the structure checker finds wrong; nothing without one."""
+    """What the structure checks find wrong: our own, and the external one when there is one."""
+    options = ["--strict"] if strict else []
+    result = mvtool("check", path, *options)
+    if result.returncode != 0:
+        return (result.stdout + result.stderr).decode("utf-8")
     if not checker():
         return ""
-    words = ["python3", checker(), *(["--strict"] if strict else []), "--quiet", str(path)]
-    result = subprocess.run(words, capture_output=True, text=True)
+    result = subprocess.run(["python3", checker(), *options, "--quiet", str(path)], capture_output=True, text=True)
     return "" if result.returncode == 0 else result.stdout + result.stderr
 
 
