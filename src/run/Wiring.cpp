@@ -5,7 +5,7 @@
 #include "config/IniSettingsStore.h"
 #include "device/FolderRapi.h"
 #include "device/SystemRapi.h"
-#include "jet/JetConnection.h"
+#include "run/DatabaseEngine.h"
 #include "run/TableDriver.h"
 
 namespace mv {
@@ -41,7 +41,7 @@ Wiring::Wiring(std::string commandLine)
       hooks_(MakeHooks(state_, log_, *ui_)),
       connection_(*rapi_, hooks_),
       deviceFiles_(*rapi_, connection_, *files_, hooks_),
-      databases_(std::make_unique<jet::JetDatabaseProvider>(*files_)),
+      databases_(MakeDatabaseEngine(*files_)),
       run_{state_,       log_,
            *ui_,         *settings_,
            *databases_,  connection_,
