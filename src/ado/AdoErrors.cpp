@@ -61,8 +61,9 @@ std::optional<Message> MessageOf(HRESULT result, IAdoConnection& connection) {
 /// Without the line end that the system puts behind its texts.
 std::string SystemText(HRESULT result) {
   wchar_t text[512];
-  const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-                                      static_cast<DWORD>(result), 0, text, static_cast<DWORD>(std::size(text)), nullptr);
+  const DWORD length =
+      FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, static_cast<DWORD>(result), 0,
+                     text, static_cast<DWORD>(std::size(text)), nullptr);
   std::wstring_view line(text, length);
   while (!line.empty() && (line.back() == L'\r' || line.back() == L'\n' || line.back() == L' ')) line.remove_suffix(1);
   return platform::Narrow(line);
@@ -105,15 +106,15 @@ Error ErrorOfResult(HRESULT result) {
 
 bool MeansNotInstalled(HRESULT result) {
   constexpr std::array kNotInstalled = {
-      REGDB_E_CLASSNOTREG,                        // no class of this identifier (64-bit: only a 32-bit one)
-      CO_E_CLASSSTRING,                           // no class of the provider's name
-      CLASS_E_CLASSNOTAVAILABLE,                  // the library does not have the class any more
-      CO_E_DLLNOTFOUND,                           // registered, but the library is gone
-      CO_E_ERRORINDLL,                            // the library does not load
-      HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND),    // same, or one that it needs is gone
-      HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND),   // a library that it needs is too old
-      HRESULT_FROM_WIN32(ERROR_BAD_EXE_FORMAT),   // a library of the other word size
-      results::kProviderNotFound,                 // "Provider cannot be found. It may not be properly installed."
+      REGDB_E_CLASSNOTREG,                       // no class of this identifier (64-bit: only a 32-bit one)
+      CO_E_CLASSSTRING,                          // no class of the provider's name
+      CLASS_E_CLASSNOTAVAILABLE,                 // the library does not have the class any more
+      CO_E_DLLNOTFOUND,                          // registered, but the library is gone
+      CO_E_ERRORINDLL,                           // the library does not load
+      HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND),   // same, or one that it needs is gone
+      HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND),  // a library that it needs is too old
+      HRESULT_FROM_WIN32(ERROR_BAD_EXE_FORMAT),  // a library of the other word size
+      results::kProviderNotFound,                // "Provider cannot be found. It may not be properly installed."
   };
   return std::find(kNotInstalled.begin(), kNotInstalled.end(), result) != kNotInstalled.end();
 }

@@ -13,9 +13,9 @@ inline constexpr HRESULT kProviderNotFound = static_cast<HRESULT>(0x800A0E7A);  
 inline constexpr HRESULT kDeletedRow = static_cast<HRESULT>(0x80040E23);        ///< provider: the row is deleted
 }  // namespace results
 
-/// The number under which the program reports a failed call. ADO's own errors are 3001 to 3999, the low word of a result
-/// of facility "control"; values that do not convert or do not fit are 13 and 6, no memory is 7, a row that somebody
-/// deleted is 3021. All others, those of providers above all, are the result itself as a signed 32-bit number.
+/// The number under which the program reports a failed call. ADO's own errors are 3001 to 3999, the low word of a
+/// result of facility "control"; values that do not convert or do not fit are 13 and 6, no memory is 7, a row that
+/// somebody deleted is 3021. All others, those of providers above all, are the result itself as a signed 32-bit number.
 std::int32_t ErrorNumberOf(HRESULT result);
 
 /// The error of a call on `object`, made through its interface `interfaceId`, that returned `result`. To be called

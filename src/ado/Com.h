@@ -12,8 +12,8 @@
 /// Owners for what COM hands out: each gives its resource back exactly once.
 namespace mv::ado {
 
-/// This thread's membership in a single-threaded apartment, from construction to destruction. All objects of COM must be
-/// gone before it. A thread that is in an apartment of another kind already stays there. Where COM cannot be
+/// This thread's membership in a single-threaded apartment, from construction to destruction. All objects of COM must
+/// be gone before it. A thread that is in an apartment of another kind already stays there. Where COM cannot be
 /// initialised, the creation of the first object says so.
 class ComApartment {
  public:

@@ -157,9 +157,7 @@ Variant VariantFromValue(DataType type, const Value& value) {
           [](std::int32_t number) { return Plain(VT_I4, [&](VARIANT* out) { V_I4(out) = number; }); },
           [](float number) { return Plain(VT_R4, [&](VARIANT* out) { V_R4(out) = number; }); },
           [](double number) { return Plain(VT_R8, [&](VARIANT* out) { V_R8(out) = number; }); },
-          [](Currency amount) {
-            return Plain(VT_CY, [&](VARIANT* out) { V_CY(out).int64 = amount.tenThousandths; });
-          },
+          [](Currency amount) { return Plain(VT_CY, [&](VARIANT* out) { V_CY(out).int64 = amount.tenThousandths; }); },
           [](Date date) { return Plain(VT_DATE, [&](VARIANT* out) { V_DATE(out) = date.days; }); },
           [type](const std::string& text) { return VariantOfText(type, text); },
           [](const Bytes& bytes) { return VariantOfBytes(bytes); },

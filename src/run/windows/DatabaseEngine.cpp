@@ -11,9 +11,7 @@ class WindowsDatabaseEngine : public DatabaseProvider {
  public:
   explicit WindowsDatabaseEngine(platform::FileSystem& files) : ownEngine_(files), ado_(classes_, ownEngine_) {}
 
-  std::unique_ptr<Connection> Open(const std::string& connectionString) override {
-    return ado_.Open(connectionString);
-  }
+  std::unique_ptr<Connection> Open(const std::string& connectionString) override { return ado_.Open(connectionString); }
 
  private:
   ado::SystemComClasses classes_;
