@@ -161,9 +161,6 @@ bool AdoRecordset::IsAdoAtEnd() const {
 }
 
 bool AdoRecordset::HasRowsBeforeEnd() const {
-  VARIANT_BOOL isBegin = VARIANT_FALSE;
-  Check(records_->get_BOF(&isBegin), records_);
-  if (isBegin != VARIANT_FALSE) return false;
   const HRESULT moved = records_->MoveFirst();
   if (moved == results::kNoCurrentRecord) return false;
   Check(moved, records_);

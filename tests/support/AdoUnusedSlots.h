@@ -98,6 +98,7 @@ struct UnusedAdoRecordset : UnusedDispatch<ado::IAdoRecordset> {
   HRESULT STDMETHODCALLTYPE put_AbsolutePosition(LONG_PTR) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE put_ActiveConnection(VARIANT) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE get_ActiveConnection(VARIANT*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE get_BOF(VARIANT_BOOL*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE get_Bookmark(VARIANT*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE put_Bookmark(VARIANT) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE get_CacheSize(LONG*) override { return E_NOTIMPL; }

@@ -282,10 +282,6 @@ class FakeAdoRecordset : public FakeComObject<UnusedAdoRecordset, ado::IAdoRecor
   }
   HRESULT STDMETHODCALLTYPE get_Fields(ado::IAdoFields** fields) override;
 
-  HRESULT STDMETHODCALLTYPE get_BOF(VARIANT_BOOL* isBegin) override {
-    *isBegin = isEmpty_ ? VARIANT_TRUE : VARIANT_FALSE;
-    return ado_.Call("Recordset.BOF");
-  }
   HRESULT STDMETHODCALLTYPE get_EOF(VARIANT_BOOL* isEnd) override {
     *isEnd = at_ == rows_.size() ? VARIANT_TRUE : VARIANT_FALSE;
     return ado_.Call("Recordset.EOF");
