@@ -4,11 +4,9 @@
 #include <oleauto.h>
 
 #include "base/Error.h"
-#include "base/Utf.h"
+#include "platform/windows/Wide.h"
 
 namespace mv::ado {
-
-static_assert(sizeof(OLECHAR) == sizeof(char16_t));
 
 ComApartment::ComApartment() : entered_(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {}
 
@@ -17,8 +15,7 @@ ComApartment::~ComApartment() {
 }
 
 Bstr::Bstr(std::string_view utf8) {
-  const std::u16string units = Utf16FromUtf8(utf8);
-  const std::wstring text(units.begin(), units.end());
+  const std::wstring text = platform::Wide(utf8);
   text_ = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
   if (text_ == nullptr) throw StandardError(errors::kOutOfMemory);
 }
@@ -32,7 +29,7 @@ std::string Bstr::Utf8() const {
 }
 
 std::string Utf8FromBstr(BSTR text) {
-  return Utf8FromUtf16(std::u16string(text, text + SysStringLen(text)));
+  return platform::Narrow(std::wstring_view(text, SysStringLen(text)));
 }
 
 Variant::Variant() {
