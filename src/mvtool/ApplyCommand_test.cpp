@@ -152,6 +152,27 @@ TEST_F(ApplyTest, TablesOfTheSystemAndUnknownOnes_AreRefused) {
   EXPECT_EQ(files_.Content("x.db"), before_);
 }
 
+TEST_F(ApplyTest, RelationOfATableWithItself_TakesRowsAlong) {
+  Create("x.db", R"({"tables":[{"name":"Part",
+    "columns":[{"name":"KY","type":"Long"},{"name":"KY_OF","type":"Long"},{"name":"TX","type":"Text","size":9}],
+    "indexes":[{"name":"PrimaryKey","columns":["KY"],"primary":true}],
+    "rows":[{"KY":1,"TX":"a"},{"KY":2,"KY_OF":1,"TX":"b"},{"KY":3,"KY_OF":2,"TX":"c"},{"KY":4,"TX":"b"}]}],
+    "relations":[{"name":"PartOf","table":"Part","columns":["KY_OF"],"references":"Part","referencedColumns":["KY"],
+                  "onDelete":"cascade"}]})");
+  before_ = files_.Content("x.db");
+  EXPECT_EQ(Apply("{\"op\":\"update\",\"where\":{\"TX\":\"a\"},\"set\":{\"TX\":\"A\"}}\n"
+                  "{\"op\":\"insert\",\"row\":{\"KY\":5,\"KY_OF\":9}}",
+                  "Part"),
+            kOperationFailed);
+  EXPECT_TRUE(err_.starts_with("mvtool: line 2: ")) << err_;
+  EXPECT_EQ(files_.Content("x.db"), before_);
+  // The second line looks through the index of texts that the first one made.
+  ASSERT_EQ(Apply("{\"op\":\"delete\",\"where\":{\"TX\":\"a\"}}\n{\"op\":\"delete\",\"where\":{\"TX\":\"b\"}}", "Part"),
+            kSucceeded)
+      << err_;
+  EXPECT_EQ(Shown("x.db", "Part"), "");
+}
+
 TEST_F(ApplyTest, DatabaseThatSomebodyReads_IsInUse) {
   const auto reader = jet::Database::Open(files_, "x.db", jet::PageFile::Mode::ReadOnly);
   EXPECT_EQ(Apply(""), kOperationFailed);
