@@ -61,7 +61,7 @@ def dumped(path, table):
     return [list(json.loads(line).values()) for line in out.decode("utf-8").split("\n")[:-1]]
 
 
-def findings(path, strict=True):
+def structure_findings(path, strict=True):
     """What the structure checks find wrong: our own, and the external one when there is one."""
     options = ["--strict"] if strict else []
     result = mvtool("check", path, *options)

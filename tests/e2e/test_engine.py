@@ -6,13 +6,16 @@ import json
 import os
 import pathlib
 import random
+import resource
+import subprocess
 import tempfile
 import unittest
 
 from . import jetreaders
 from .jetcases import Changes, Values, random_table
 from .jetmodel import Column, Index, Table
-from .jetreaders import dump_difference, dumped, export_difference, exported, findings, must, mvtool, shown
+from .jetreaders import dump_difference, dumped, export_difference, exported, must, mvtool, shown, structure_findings
+from .world import BIN
 
 CASES = int(os.environ.get("MV_CASES", "12"))
 SEED = int(os.environ.get("MV_SEED", "20240517"))
@@ -85,7 +88,7 @@ class RandomTables(EngineCase):
             self.check(changer.table)
             for name, rows in others.items():
                 self.assertEqual(shown(self.path, name), rows)
-            self.assertEqual(findings(self.path), "")
+            self.assertEqual(structure_findings(self.path), "")
 
 
 def add_case(number):
@@ -120,7 +123,7 @@ class DeepTrees(EngineCase):
                 table.insert(row)
             self.apply(table, [{"op": "insert", "row": row} for row in rows])
             self.check(table)
-            self.assertEqual(findings(self.path), "")
+            self.assertEqual(structure_findings(self.path), "")
         changer = Changes(rng, table)
         by_key = lambda row: {"Key": row[0].upper()}
         for share in (0.3, 0.6, 0.9):
@@ -138,12 +141,12 @@ class DeepTrees(EngineCase):
                     table.delete(position)
             self.apply(table, changes)
             self.check(table)
-            self.assertEqual(findings(self.path), "")
+            self.assertEqual(structure_findings(self.path), "")
             self.apply(table, *changer.batch(50, (5, 3, 1)))
             self.check(table)
 
 
-class LargeInputs(EngineCase):
+class WholeTables(EngineCase):
     def test_every_type_goes_out_and_comes_in_again(self):
         """What show prints of one table, inserted into an empty copy, gives the same rows."""
         rng = random.Random(SEED)
@@ -151,15 +154,29 @@ class LargeInputs(EngineCase):
         while len(table.columns) < 10:
             table = random_table(rng, "Source")
         self.create([table])
-        changer = Changes(rng, table)
-        changes = changer.batch(400, (1, 0, 0))[0]
-        must_keep = [c for c in changes]
-        mvtool("apply", self.path, table.name, "--keep", text=lines_of(must_keep))
+        self.apply(table, *Changes(rng, table).batch(400, (1, 0, 0)))
         copy = self.folder / "copy.db"
         must(mvtool("template", self.path, copy))
-        self.assertEqual(findings(copy), "")
+        self.assertEqual(structure_findings(copy), "")
         lines = must(mvtool("show", self.path, table.name))
         text = "".join(f'{{"op":"insert","row":{line}}}\n' for line in lines.split("\n")[:-1])
         must(mvtool("apply", copy, table.name, text=text))
         self.assertEqual(must(mvtool("show", copy, table.name)), lines)
-        self.assertEqual(findings(copy), "")
+        self.assertEqual(structure_findings(copy), "")
+
+    def test_a_table_larger_than_the_memory_is_exported(self):
+        table = Table("Large", [Column("N", "Long"), Column("M", "Memo", compressed=False)], [])
+        self.create([table])
+        memo = "m" * 1900
+        self.apply(table, [{"op": "insert", "row": {"N": i, "M": memo}} for i in range(20000)])
+        memory = 48 * 2**20
+        self.assertGreater(self.path.stat().st_size, 1.5 * memory)
+        limit = lambda: resource.setrlimit(resource.RLIMIT_AS, (memory, memory))
+        command = [str(BIN / "mvtool"), "export", str(self.path), str(self.folder / "out")]
+        result = subprocess.run(command, capture_output=True, preexec_fn=limit)
+        self.assertEqual(result.stderr, b"")
+        with open(self.folder / "out" / "Large.csv", encoding="utf-8", newline="") as file:
+            self.assertEqual(file.readline(), "N,M\r\n")
+            for number, line in enumerate(file):
+                self.assertEqual(line, f"{number},{memo}\r\n")
+        self.assertEqual(number, 19999)

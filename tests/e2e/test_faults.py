@@ -14,7 +14,8 @@ import time
 import unittest
 
 from . import cases, merge, pdbfile
-from .test_sync import comparable, lay_out, structure_findings
+from .jetreaders import structure_findings
+from .test_sync import comparable, lay_out
 from .world import BIN, SILENT_TABLES, World
 
 SEED = int(os.environ.get("MV_SEED", "20240517"))

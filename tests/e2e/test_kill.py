@@ -10,7 +10,8 @@ import time
 import unittest
 
 from . import cases, merge
-from .test_sync import comparable, lay_out, structure_findings, without_dates
+from .jetreaders import structure_findings
+from .test_sync import comparable, lay_out, without_dates
 from .world import SILENT_TABLES, World
 
 KILLS = int(os.environ.get("MV_KILLS", "12"))

@@ -14,8 +14,8 @@ import unittest
 from . import jetreaders
 from .jetcases import Changes
 from .jetmodel import DUPLICATE, Column, Index, Table
-from .jetreaders import (designed, dump_difference, dumped, export_difference, exported, findings, must, mvtool,
-                         raw_tables, shown)
+from .jetreaders import (designed, dump_difference, dumped, export_difference, exported, must, mvtool, raw_tables, shown,
+                         structure_findings)
 from .test_engine import SEED, lines_of
 
 SAMPLES = os.environ.get("JET_SAMPLES")
@@ -112,7 +112,7 @@ class Samples(unittest.TestCase):
                 template = self.folder / (path.name + ".template")
                 must(mvtool("template", path, template))
                 self.assertEqual(must(mvtool("list", template)), must(mvtool("list", path)))
-                self.assertEqual(findings(template), "")
+                self.assertEqual(structure_findings(template), "")
                 for name in must(mvtool("list", path)).splitlines():
                     self.assertEqual(designed(template, name), designed(path, name))
                     self.assertEqual(exported(template, name), (exported(path, name)[0], []))
@@ -120,7 +120,7 @@ class Samples(unittest.TestCase):
     def test_changed_tables_hold_what_they_should_and_no_other_table_changes(self):
         made = collections.Counter()
         for path in self.each_database():
-            strictly = findings(path) == ""
+            strictly = structure_findings(path) == ""
             for name in must(mvtool("list", path)).splitlines():
                 with self.subTest(file=path.name, table=name, seed=SEED):
                     if self.is_refused(path, name):
@@ -131,7 +131,7 @@ class Samples(unittest.TestCase):
                     made["changes"] += self.change(path, name, random.Random(f"{SEED} {path.name} {name}"))
                     now = {n: rows for n, rows in raw_tables(path).items() if n not in related}
                     self.assertEqual(now, others)
-                    self.assertEqual(findings(path, strictly), "")
+                    self.assertEqual(structure_findings(path, strictly), "")
         self.assertGreater(made["changes"], 1000)
 
     def is_refused(self, path, name):

@@ -3,11 +3,11 @@
 import datetime
 import os
 import random
-import subprocess
 import tempfile
 import unittest
 
 from . import cases, merge, pdbfile
+from .jetreaders import structure_findings
 from .world import BIN, SILENT_TABLES, World
 
 CASES = int(os.environ.get("MV_CASES", "12"))
@@ -46,15 +46,6 @@ def comparable(columns, rows):
 
 def without_dates(data):
     return data[:36] + b"\0" * 8 + data[44:]
-
-
-def structure_findings(path):
-    """What the external checker finds, if there is one."""
-    checker = os.environ.get("JETCHECK")
-    if not checker:
-        return ""
-    result = subprocess.run(["python3", checker, "--strict", str(path)], capture_output=True, text=True)
-    return "" if result.returncode == 0 else result.stdout + result.stderr
 
 
 class RandomWorlds(unittest.TestCase):

@@ -10,7 +10,8 @@ import unittest
 
 from . import cases, merge
 from .test_faults import lock_held_elsewhere
-from .test_sync import lay_out, structure_findings, with_empty_template, without_dates
+from .jetreaders import structure_findings
+from .test_sync import lay_out, with_empty_template, without_dates
 from .windows import LIBRARY, PROGRAM, WindowsWorld, windows_path
 from .world import SILENT_TABLES, World
 
