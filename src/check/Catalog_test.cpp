@@ -109,13 +109,15 @@ class CatalogRowsTest : public ::testing::Test {
   /// Sets a column of the catalog's row of table T.
   void SetObject(const std::string& column, const Value& value) {
     const std::size_t name = Position(database_->OpenTable("MSysObjects"), "Name");
-    Set("MSysObjects", [=](const std::vector<Value>& row) { return row[name] == Value(std::string("T")); }, column,
+    Set(
+        "MSysObjects", [=](const std::vector<Value>& row) { return row[name] == Value(std::string("T")); }, column,
         value);
   }
   /// Sets a column of the first permission of table T.
   void SetPermission(const std::string& column, const Value& value) {
     const std::size_t id = Position(database_->OpenTable("MSysACEs"), "ObjectId");
-    Set("MSysACEs", [=](const std::vector<Value>& row) { return row[id] == Value(kDefinition); }, column, value);
+    Set(
+        "MSysACEs", [=](const std::vector<Value>& row) { return row[id] == Value(kDefinition); }, column, value);
   }
   Lines Check() { return FindingsIn(database_.Image()); }
 
@@ -129,8 +131,9 @@ TEST_F(CatalogRowsTest, NewTable_IsSound) {
 
 TEST_F(CatalogRowsTest, ObjectWithoutItsParts) {
   SetObject("Flags", Null{});
-  EXPECT_THAT(Check(), ::testing::Contains(
-                           "damage: table MSysObjects, page 14, row 8: an object lacks its id, parent, name, type or flags"));
+  EXPECT_THAT(Check(),
+              ::testing::Contains(
+                  "damage: table MSysObjects, page 14, row 8: an object lacks its id, parent, name, type or flags"));
 }
 
 TEST_F(CatalogRowsTest, OwnerThatIsNoAccount) {

@@ -290,8 +290,8 @@ std::unique_ptr<Definition> ReadDefinition(Context& context, PageNumber page, st
   if (!bytes) return nullptr;
   if (!ReadBlocks(*bytes, *definition)) {
     context.findings.Damage(Kind::Definition, definition->Where().OnPage(page),
-                            "the definition cannot be read: its parts do not fit into its ", definition->parts.size(),
-                            " pages");
+                            "the definition cannot be read: its parts do not fit into its pages (",
+                            definition->parts.size(), ")");
     return nullptr;
   }
   NameIndexes(*definition);

@@ -84,7 +84,8 @@ TEST_F(DefinitionTest, ChainOfPages_StaysInTheFile) {
 }
 
 TEST_F(DefinitionTest, CountsBeyondItsPages_CannotBeRead) {
-  const Lines unreadable = {"damage: table T, page 16: the definition cannot be read: its parts do not fit into its 1 pages"};
+  const Lines unreadable = {
+      "damage: table T, page 16: the definition cannot be read: its parts do not fit into its pages (1)"};
   file_.Set16(kPage, 45, 256);
   EXPECT_EQ(Check(), unreadable);
   file_.Set16(kPage, 45, 5);
@@ -243,9 +244,10 @@ TEST_F(DefinitionCheckTest, IndexNamesAndNumbers) {
   definition_->logicalIndexes[1].number = definition_->logicalIndexes[0].number;
   definition_->logicalIndexes[1].dataNumber = 2;
   definition_->logicalIndexes[1].nameUnits = 0;
-  EXPECT_EQ(Judge(), (Lines{"damage: table T, index " + primary + ", page 16: the name has 0 characters",
-                            "damage: table T, index " + primary + ", page 16: the index number 1 occurs twice",
-                            "damage: table T, index " + primary + ", page 16: the index names tree 2, but the table has 2"}));
+  EXPECT_EQ(Judge(),
+            (Lines{"damage: table T, index " + primary + ", page 16: the name has 0 characters",
+                   "damage: table T, index " + primary + ", page 16: the index number 1 occurs twice",
+                   "damage: table T, index " + primary + ", page 16: the index names tree 2, but the table has 2"}));
 }
 
 TEST_F(DefinitionCheckTest, OnePrimaryKey) {
@@ -274,7 +276,8 @@ TEST_F(DefinitionCheckTest, IndexWithoutRelation_NamesNoOtherSide) {
 
 TEST_F(DefinitionCheckTest, MapsOfLongValueColumns) {
   definition_->longValueMaps[0].freeSpace = {};
-  EXPECT_EQ(Judge(), Lines{"note: " + OfColumn("M", "the column lacks a map of its owned pages or of those with room")});
+  EXPECT_EQ(Judge(),
+            Lines{"note: " + OfColumn("M", "the column lacks a map of its owned pages or of those with room")});
   definition_->longValueMaps.clear();
   EXPECT_EQ(Judge(), Lines{"note: " + OfColumn("M", "the long value column has no maps")});
   definition_->longValueMaps = {{1, {1, 1}, {1, 2}}, {3, {1, 3}, {1, 4}}, {3, {1, 5}, {1, 6}}};

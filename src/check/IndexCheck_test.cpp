@@ -6,7 +6,8 @@
 #include "support/CheckWorld.h"
 #include "support/JetDatabase.h"
 
-// Breaks one thing in the index of a database that is sound otherwise, and looks at what the check of the whole file says.
+// Breaks one thing in the index of a database that is sound otherwise, and looks at what the check of the whole file
+// says.
 
 namespace mv::check {
 namespace {
@@ -96,7 +97,8 @@ TEST_F(IndexCheckTest, RootOutsideTheFile) {
   const std::size_t rootAt = block + 38;
   ASSERT_EQ(file_.Word32(definition, rootAt), Primary().root);
   file_.Set32(definition, rootAt, 9999);
-  EXPECT_THAT(Check(), ::testing::Contains("damage: table T, index PrimaryKey: the root should be page 9999, outside the file"));
+  EXPECT_THAT(Check(),
+              ::testing::Contains("damage: table T, index PrimaryKey: the root should be page 9999, outside the file"));
 }
 
 TEST_F(IndexCheckTest, PageOfAnotherKind) {
@@ -120,7 +122,8 @@ TEST_F(IndexCheckTest, OwnerField) {
 TEST_F(IndexCheckTest, ReservedWord_IsNoted) {
   const PageNumber leaf = Leaves()[1];
   file_.Set32(leaf, 8, 1);
-  EXPECT_EQ(Check(), Lines{"note: table T, index PrimaryKey, page " + std::to_string(leaf) + ": the word at 8 is not 0"});
+  EXPECT_EQ(Check(),
+            Lines{"note: table T, index PrimaryKey, page " + std::to_string(leaf) + ": the word at 8 is not 0"});
 }
 
 TEST_F(IndexCheckTest, FreeSpaceWord) {
@@ -177,8 +180,9 @@ TEST_F(IndexCheckTest, NodeWithoutTail_LeavesRowsOut) {
   const Lines found = Check();
   EXPECT_THAT(found, ::testing::Contains("note: table T, index PrimaryKey, page " + std::to_string(Primary().root) +
                                          ": the node has no tail child"));
-  EXPECT_THAT(found, ::testing::Contains(At(tail, "the page is in the map of the index, but not in the tree (this page "
-                                                  "first of 1)")));
+  EXPECT_THAT(found, ::testing::Contains(At(tail,
+                                            "the page is in the map of the index, but not in the tree (this page "
+                                            "first of 1)")));
   EXPECT_THAT(found, ::testing::Contains(::testing::EndsWith("the row has no entry in the index")));
 }
 
@@ -241,8 +245,8 @@ TEST_F(IndexCheckTest, EntryOfANode_IsTheLastBelowItsChild) {
   const PageNumber root = Primary().root;
   const std::size_t last = kEntriesAt + PageAt(root).At(0).Size() - kBehindKey - 1;
   --file_.Byte(root, last);
-  EXPECT_EQ(Check(), Lines{At(root, "an entry of the node stands below the last one of leaf " +
-                                        std::to_string(Leaves()[0]))});
+  EXPECT_EQ(Check(),
+            Lines{At(root, "an entry of the node stands below the last one of leaf " + std::to_string(Leaves()[0]))});
   file_.Byte(root, last) = static_cast<std::uint8_t>(file_.Byte(root, last) + 2);
   EXPECT_EQ(Check(), Lines{"note: table T, index PrimaryKey, page " + std::to_string(root) +
                            ": an entry of the node stands above the last one of leaf " + std::to_string(Leaves()[0])});
@@ -279,10 +283,9 @@ TEST_F(IndexCheckTest, EntryWithoutRow) {
   const RowId row = FirstRowOf(leaf);
   const std::size_t slotAt = kEntriesAt + PageAt(leaf).At(0).Size() - 1;
   file_.Byte(leaf, slotAt) = 254;
-  EXPECT_EQ(Check(),
-            (Lines{At(leaf, "an entry leads to " + Text({row.page, 254}) + ", where no row is"),
-                   "damage: table T, index PrimaryKey, page " + std::to_string(row.page) + ", row " +
-                       std::to_string(row.slot) + ": the row has no entry in the index"}));
+  EXPECT_EQ(Check(), (Lines{At(leaf, "an entry leads to " + Text({row.page, 254}) + ", where no row is"),
+                            "damage: table T, index PrimaryKey, page " + std::to_string(row.page) + ", row " +
+                                std::to_string(row.slot) + ": the row has no entry in the index"}));
 }
 
 TEST_F(IndexCheckTest, TwoEntriesForOneRow) {
@@ -329,7 +332,8 @@ TEST_F(RowValueTest, NullInAPrimaryKey) {
 TEST_F(RowValueTest, SameKeyTwiceInAUniqueIndex) {
   // The rows with 1 and 2 stand beside each other; the first entry is the null.
   PageNumber first = Unique().root;
-  while (!PageAt(first).IsLeaf()) first = PageAt(first).Count() == 0 ? PageAt(first).Tail() : PageAt(first).At(0).Word(0);
+  while (!PageAt(first).IsLeaf())
+    first = PageAt(first).Count() == 0 ? PageAt(first).Tail() : PageAt(first).At(0).Word(0);
   const RowId one = AddressOf(PageAt(first).At(1));
   const RowId two = AddressOf(PageAt(first).At(2));
   ASSERT_EQ(file_.Word32(two.page, FixedAt(two, 1)), 2U);
@@ -338,7 +342,8 @@ TEST_F(RowValueTest, SameKeyTwiceInAUniqueIndex) {
   const Bytes oneKey = entries.At(1).Copy();
   const std::size_t at = kEntriesAt + entries.At(0).Size() + entries.At(1).rest.size();
   file_.Byte(first, at + entries.At(2).rest.size() - 5) = oneKey[oneKey.size() - 5];
-  EXPECT_EQ(Check(), Lines{At(first, "rows " + Text(one) + " and " + Text(two) + " have the same key 7f80000001", "U")});
+  EXPECT_EQ(Check(),
+            Lines{At(first, "rows " + Text(one) + " and " + Text(two) + " have the same key 7f80000001", "U")});
 }
 
 TEST_F(IndexCheckTest, KeysOfAnotherSortOrder_AreNotComparedAndNoted) {

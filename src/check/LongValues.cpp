@@ -198,7 +198,7 @@ void LongValues::NoteOrphans(const std::vector<PageNumber>& pages, const Place& 
       if (isLive && context_.rows.MarkOf(row) == Mark::None) ++orphans;
     }
     if (orphans != 0) {
-      context_.findings.Note(Kind::LongValue, place.OnPage(page), orphans, " rows of the page belong to no value");
+      context_.findings.Note(Kind::LongValue, place.OnPage(page), "rows that belong to no value: ", orphans);
     }
   }
 }

@@ -225,7 +225,7 @@ TEST_F(LongValuesTest, RowsOfNoValue_AreNoted) {
   Check(Chain());
   values_->Check(column_, Descriptor(kOneRow, 200, {1, 0}), {});
   values_->NoteOrphans({1, 2, 3, 4}, {.table = "T", .column = "O"});
-  EXPECT_EQ(world_->Take(), Lines{"note: table T, column O, page 1: 1 rows of the page belong to no value"});
+  EXPECT_EQ(world_->Take(), Lines{"note: table T, column O, page 1: rows that belong to no value: 1"});
 }
 
 }  // namespace

@@ -76,8 +76,8 @@ void PageOwners::CheckFreePages(const std::vector<bool>& free) const {
 void PageOwners::NoteLostPages(const std::vector<PageNumber>& first, std::size_t count) const {
   std::string list;
   for (const PageNumber page : first) list += (list.empty() ? "" : ", ") + std::to_string(page);
-  if (count > first.size()) list += " ...";
-  findings_.Note(Kind::FreePage, {}, count, " pages are neither free nor in use: ", list);
+  if (count > first.size()) list += " and " + std::to_string(count - first.size()) + " more";
+  findings_.Note(Kind::FreePage, {}, "pages that are neither free nor in use: ", list);
 }
 
 }  // namespace mv::check

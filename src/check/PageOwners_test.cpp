@@ -45,7 +45,13 @@ TEST_F(PageOwnersTest, PageIsOwnedOrFree) {
 
 TEST_F(PageOwnersTest, PagesThatAreNeitherOwnedNorFree_AreOneNote) {
   owners_.CheckFreePages({true, true, false, true, false, true, true, true});
-  EXPECT_EQ(Take(), Lines{"note: 2 pages are neither free nor in use: 2, 4"});
+  EXPECT_EQ(Take(), Lines{"note: pages that are neither free nor in use: 2, 4"});
+}
+
+TEST_F(PageOwnersTest, OfManySuchPages_TheFirstTenAreNamed) {
+  PageOwners owners(100, findings_);
+  owners.CheckFreePages(std::vector<bool>(100, false));
+  EXPECT_EQ(Take(), Lines{"note: pages that are neither free nor in use: 0, 1, 2, 3, 4, 5, 6, 7, 8, 9 and 90 more"});
 }
 
 }  // namespace

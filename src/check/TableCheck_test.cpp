@@ -55,11 +55,10 @@ class TableCheckTest : public ::testing::Test {
     definition_.autonumberStep = 1;
     definition_.lastAutonumber = 12;
     definition_.rowCount = 3;
-    definition_.columns = {MakeColumn("Id", ColumnType::Long, 0, 0x07, 0, 4),
-                           MakeColumn("K", ColumnType::Text, 1, 0x02, 0, 8),
-                           MakeColumn("B", ColumnType::Binary, 2, 0x02, 1, 2),
-                           MakeColumn("D", ColumnType::Double, 3, 0x02, 2, 8),
-                           MakeColumn("M", ColumnType::Memo, 4, 0x02, 3, 0)};
+    definition_.columns = {
+        MakeColumn("Id", ColumnType::Long, 0, 0x07, 0, 4), MakeColumn("K", ColumnType::Text, 1, 0x02, 0, 8),
+        MakeColumn("B", ColumnType::Binary, 2, 0x02, 1, 2), MakeColumn("D", ColumnType::Double, 3, 0x02, 2, 8),
+        MakeColumn("M", ColumnType::Memo, 4, 0x02, 3, 0)};
     Index primaryKey;
     primaryKey.isPrimary = true;
     primaryKey.columns = {{1, true, 1}};
@@ -278,7 +277,7 @@ TEST_F(TableCheckTest, LongValuePageWithoutRoom_IsNotListed) {
 TEST_F(TableCheckTest, LongValuesOfNoRow_AreNoted) {
   definition_.longValueMaps = {{4, {kMaps, 2}, {kMaps, 3}}};
   file_.PutDataPage(5, kLongValueOwner, {Bytes(100, 'x')});
-  EXPECT_EQ(Check(), Lines{"note: table T, column M, page 5: 1 rows of the page belong to no value"});
+  EXPECT_EQ(Check(), Lines{"note: table T, column M, page 5: rows that belong to no value: 1"});
 }
 
 TEST_F(TableCheckTest, MapsOfADeletedColumn_KeepItsPages) {
