@@ -1,7 +1,8 @@
-# mv_module(NAME [DEPENDS ...] [FOLDERS ...]): the folder's sources as the library mv_NAME, and its *_test.cpp files as
-# the test program NAME_tests. Folder NAME is always included; FOLDERS adds more.
+# mv_module(NAME [DEPENDS ...] [FOLDERS ...] [TEST_DEPENDS ...]): the folder's sources as the library mv_NAME, and its
+# *_test.cpp files as the test program NAME_tests. Folder NAME is always included; FOLDERS adds more. TEST_DEPENDS: modules
+# that only the tests use, which may stand above this one.
 function(mv_module name)
-  cmake_parse_arguments(ARG "" "" "DEPENDS;FOLDERS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "DEPENDS;FOLDERS;TEST_DEPENDS" ${ARGN})
   set(sources)
   foreach(folder ${name} ${ARG_FOLDERS})
     file(GLOB found CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${folder}/*.cpp)
@@ -24,7 +25,8 @@ function(mv_module name)
     target_link_libraries(mv_${name} INTERFACE ${dependencies})
   endif()
   if(tests)
-    mv_test(${name}_tests SOURCES ${tests} DEPENDS mv_${name})
+    list(TRANSFORM ARG_TEST_DEPENDS PREPEND mv_)
+    mv_test(${name}_tests SOURCES ${tests} DEPENDS mv_${name} ${ARG_TEST_DEPENDS})
   endif()
 endfunction()
 

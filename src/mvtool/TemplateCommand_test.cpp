@@ -2,6 +2,7 @@
 
 #include "jet/Database.h"
 #include "support/CommandTest.h"
+#include "support/ExpectSound.h"
 #include "support/Hex.h"
 #include "support/JetDatabase.h"
 
@@ -142,11 +143,9 @@ TEST_F(TemplateTest, TextOfAnotherSortOrder_IsGeneralInTheCopyAndSaysSo) {
   EXPECT_EQ(Run({"apply", "_20", "Shop"}, R"({"op":"insert","row":{"KY":"z","DT":"2024-05-17"}})"), kSucceeded) << err_;
 }
 
-TEST_F(TemplateTest, Template_IsSoundByTheExternalChecker) {
-  const auto checker = testing::JetCheck::Find();
-  if (!checker) GTEST_SKIP() << "JETCHECK does not name a checker that runs here";
+TEST_F(TemplateTest, Template_IsSound) {
   ASSERT_EQ(Run({"template", "x.db", "_20"}), kSucceeded) << err_;
-  testing::ExpectSound(*checker, files_.Content("_20"));
+  testing::ExpectSound(files_.Content("_20"));
 }
 
 }  // namespace

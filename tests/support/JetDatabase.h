@@ -11,9 +11,7 @@
 #include "jet/Database.h"
 #include "jet/IndexKey.h"
 #include "jet/IndexTree.h"
-#include "support/ExternalTool.h"
 #include "support/MemoryFileSystem.h"
-#include "support/TempFolder.h"
 
 namespace mv::testing {
 
@@ -93,14 +91,6 @@ class JetDatabase {
   MemoryFileSystem files_;
   std::unique_ptr<jet::Database> database_;
 };
-
-/// Hands a file's content to the external checker, with its options; fails the test when it finds anything wrong.
-inline void ExpectSound(const JetCheck& checker, const Bytes& image, const std::string& options = "--strict --quiet") {
-  const TempFolder folder;
-  folder.Write("check.mdb", std::string(image.begin(), image.end()));
-  const ToolResult result = checker.Run(options, folder.Path() + "/check.mdb");
-  EXPECT_EQ(result.status, 0) << result.output;
-}
 
 /// Every index holds exactly one entry for each row that should have one, under the key made of its values.
 inline void ExpectIndexesMatchRows(jet::Database& database, const jet::Table& table) {

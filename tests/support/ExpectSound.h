@@ -1,0 +1,40 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "base/Bytes.h"
+#include "check/DatabaseCheck.h"
+#include "support/ExternalTool.h"
+#include "support/TempFolder.h"
+
+namespace mv::testing {
+
+/// Who wrote a database, which decides what may be found in it.
+enum class WrittenBy {
+  UsAlone,    ///< nothing
+  OthersToo,  ///< what other engines are known to leave behind
+};
+
+/// Fails the test when the structure of a database is not what it should be: by our own checker, and by the one that
+/// JETCHECK names, if any.
+inline void ExpectSound(const Bytes& image, WrittenBy writer = WrittenBy::UsAlone) {
+  const check::Report report = check::CheckDatabase(image);
+  EXPECT_TRUE(report.checked);
+  for (const check::Finding& finding : report.findings) {
+    const bool isNote = finding.severity == check::Severity::Note;
+    // What a handheld can take is no matter of structure.
+    const bool isAllowed = isNote && (writer == WrittenBy::OthersToo || finding.kind == check::Kind::Handheld);
+    EXPECT_TRUE(isAllowed) << LineOf(finding);
+  }
+  const auto external = JetCheck::Find();
+  if (!external) return;
+  const TempFolder folder;
+  folder.Write("check.mdb", std::string(image.begin(), image.end()));
+  const std::string options = writer == WrittenBy::UsAlone ? "--strict --quiet" : "--quiet";
+  const ToolResult result = external->Run(options, folder.Path() + "/check.mdb");
+  EXPECT_EQ(result.status, 0) << result.output;
+}
+
+}  // namespace mv::testing
