@@ -99,8 +99,8 @@ std::size_t MapCount(std::span<const TableDefinition> tables) {
 }
 
 void AddCatalogRows(PageFile& file, const Header& header, std::span<const TableDefinition> tables, Date created) {
-  Table objects(file, tables[0], std::vector<ColumnRules>(tables[0].columns.size()));
-  Table permissions(file, tables[1], std::vector<ColumnRules>(tables[1].columns.size()));
+  Table objects(file, tables[0], TableRules());
+  Table permissions(file, tables[1], TableRules());
   Catalog catalog(objects, permissions);
   for (const NewObject& object : NewObjects(tables)) {
     catalog.AddObject(object.object, header.Identifier(object.owner), created);

@@ -14,10 +14,6 @@
 namespace mv::jet {
 namespace {
 
-std::vector<ColumnRules> NoRules(const TableDefinition& table) {
-  return std::vector<ColumnRules>(table.columns.size());
-}
-
 void CheckIndex(const TableDefinition& table, const IndexData& index, const std::string& name) {
   const std::string why = WhyNotWritable(table, index);
   if (!why.empty()) throw UnsupportedError("index '" + name + "' of table '" + table.name + "': " + why);
@@ -60,33 +56,33 @@ void AllocateRoots(PageFile& file, FreePages& freePages, TableDefinition& table)
 
 }  // namespace
 
-std::unique_ptr<Database> Database::Open(platform::FileSystem& files, const std::string& path, PageFile::Mode mode) {
+std::unique_ptr<Database> Database::Open(platform::FileSystem& files, const std::string& path, PageFile::Mode mode,
+                                         ExpressionSources sources) {
   auto pages = PageFile::Open(files, path, mode);
   CheckFileKind(path, pages->Read(0), std::uint64_t{pages->PageCount()} * kPageSize);
   const Header header = Header::FromPage(pages->Read(0));
   CheckAccess(path, header);
   if (mode == PageFile::Mode::ReadWrite) CheckWritable(path, header);
-  return std::make_unique<Database>(Key(), std::move(pages));
+  return std::make_unique<Database>(Key(), std::move(pages), std::move(sources));
 }
 
 std::unique_ptr<Database> Database::Create(platform::FileSystem& files, const std::string& path,
-                                           const CivilTime& created) {
+                                           const CivilTime& created, ExpressionSources sources) {
   auto pages = PageFile::Create(files, path);
   FillNewDatabase(*pages, DateFromCivil(created));
-  return std::make_unique<Database>(Key(), std::move(pages));
+  return std::make_unique<Database>(Key(), std::move(pages), std::move(sources));
 }
 
-Database::Database(Key, std::unique_ptr<PageFile> pages)
+Database::Database(Key, std::unique_ptr<PageFile> pages, ExpressionSources sources)
     : pages_(std::move(pages)),
       header_(Header::FromPage(pages_->Read(0))),
+      sources_(std::move(sources)),
       relations_([this](PageNumber page) -> Table& { return TableAt(page); }),
       catalog_(SystemTable(kObjectsPage, "MSysObjects"), SystemTable(kPermissionsPage, "MSysACEs")) {}
 
 Table& Database::SystemTable(PageNumber page, const std::string& name) {
   TableDefinition definition = ReadDefinition(*pages_, page, name);
-  std::vector<ColumnRules> rules = NoRules(definition);
-  return *tables_.emplace(page, std::make_unique<Table>(*pages_, std::move(definition), std::move(rules)))
-              .first->second;
+  return *tables_.emplace(page, std::make_unique<Table>(*pages_, std::move(definition), TableRules())).first->second;
 }
 
 std::vector<std::string> Database::TableNames() const {
@@ -112,8 +108,8 @@ Table& Database::OpenObject(const CatalogObject& object) {
   std::unique_ptr<Table>& table = tables_[page];
   if (!table) {
     TableDefinition definition = ReadDefinition(*pages_, page, object.name);
-    std::vector<ColumnRules> rules = RulesFromProperties(catalog_.PropertyList(object), definition);
-    table = std::make_unique<Table>(*pages_, std::move(definition), std::move(rules), &relations_);
+    TableRules rules = RulesFromProperties(catalog_.PropertyList(object), definition);
+    table = std::make_unique<Table>(*pages_, std::move(definition), std::move(rules), &relations_, sources_);
   }
   return *table;
 }

@@ -21,18 +21,19 @@ namespace mv::jet {
 class Database {
  public:
   /// Opens and recognises a file. Throws the errors of JetErrors.h, one for each kind of file that is refused.
-  static std::unique_ptr<Database> Open(platform::FileSystem& files, const std::string& path, PageFile::Mode mode);
+  static std::unique_ptr<Database> Open(platform::FileSystem& files, const std::string& path, PageFile::Mode mode,
+                                        ExpressionSources sources = {});
   /// Creates an empty database in memory; Commit writes it to `path`, replacing what is there. `created` becomes the
   /// file's creation date.
   static std::unique_ptr<Database> Create(platform::FileSystem& files, const std::string& path,
-                                          const CivilTime& created);
+                                          const CivilTime& created, ExpressionSources sources = {});
 
   /// Only Open and Create make one.
   class Key {
     friend class Database;
     Key() = default;
   };
-  Database(Key, std::unique_ptr<PageFile> pages);
+  Database(Key, std::unique_ptr<PageFile> pages, ExpressionSources sources);
   Database(const Database&) = delete;
   Database& operator=(const Database&) = delete;
 
@@ -69,6 +70,7 @@ class Database {
 
   std::unique_ptr<PageFile> pages_;
   Header header_;
+  ExpressionSources sources_;
   Relations relations_;
   std::unordered_map<PageNumber, std::unique_ptr<Table>> tables_;  ///< open tables by definition page
   Catalog catalog_;

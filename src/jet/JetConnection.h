@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "jet/Database.h"
 #include "platform/FileSystem.h"
@@ -29,8 +30,9 @@ class JetConnection : public Connection {
 /// Opens databases with our own engine.
 class JetDatabaseProvider : public DatabaseProvider {
  public:
-  /// The file system must outlive the provider and its connections.
-  explicit JetDatabaseProvider(platform::FileSystem& files) : files_(files) {}
+  /// The file system must outlive the provider and its connections, and so must what the sources refer to.
+  explicit JetDatabaseProvider(platform::FileSystem& files, ExpressionSources sources = {})
+      : files_(files), sources_(std::move(sources)) {}
 
   /// Opens the file named by "Data Source" for writing. Values may stand in single or double quotes. Throws the errors
   /// of JetErrors.h; a text without "Data Source" names no file, which cannot be found.
@@ -38,6 +40,7 @@ class JetDatabaseProvider : public DatabaseProvider {
 
  private:
   platform::FileSystem& files_;
+  ExpressionSources sources_;
 };
 
 /// The value of "Data Source" in a connection string, "" when there is none; of several the last one counts.

@@ -96,9 +96,13 @@ const Value& JetRecordset::StoredValue(std::size_t index) const {
 Value JetRecordset::FieldValue(std::size_t index) const {
   RequireField(index);
   if (pending_ != Pending::Nothing && assigned_[index]) return *assigned_[index];
-  if (pending_ == Pending::NewRow) return Null{};
+  if (pending_ == Pending::NewRow) return UnassignedValue(index);
   RequireLiveRow();
   return StoredValue(index);
+}
+
+Value JetRecordset::UnassignedValue(std::size_t index) const {
+  return fields_[index].type == DataType::Boolean ? Value(false) : Value(Null());
 }
 
 void JetRecordset::SetFieldValue(std::size_t index, const Value& value) {
@@ -116,9 +120,6 @@ void JetRecordset::SetFieldValue(std::size_t index, const Value& value) {
 void JetRecordset::AddNew() {
   Update();
   assigned_.assign(fields_.size(), std::nullopt);
-  for (std::size_t i = 0; i < fields_.size(); ++i) {
-    if (fields_[i].type == DataType::Boolean) assigned_[i] = false;
-  }
   pending_ = Pending::NewRow;
 }
 
@@ -143,7 +144,9 @@ void JetRecordset::SaveEdit() {
 
 void JetRecordset::SaveNewRow() {
   std::vector<Value> values;
-  for (std::optional<Value>& value : assigned_) values.push_back(value ? std::move(*value) : Value(Null{}));
+  for (std::size_t i = 0; i < assigned_.size(); ++i) {
+    values.push_back(assigned_[i] ? std::move(*assigned_[i]) : table_.DefaultOf(i));
+  }
   MoveTo(table_.Insert(std::move(values)));
 }
 

@@ -29,7 +29,8 @@ class JetRecordset : public Recordset {
   /// a Boolean field, which knows no null.
   void SetFieldValue(std::size_t index, const Value& value) override;
 
-  /// The new row's fields are null, Boolean ones false, until assigned. An autonumber gets its value by Update.
+  /// The new row's fields are null, Boolean ones false, until assigned. Those that nobody has assigned get their
+  /// default values by Update, an autonumber its number.
   void AddNew() override;
   void Update() override;
   void CancelUpdate() override;
@@ -55,6 +56,7 @@ class JetRecordset : public Recordset {
   void MoveTo(std::optional<RowId> row);
   void SaveEdit();
   void SaveNewRow();
+  Value UnassignedValue(std::size_t index) const;
   const Value& StoredValue(std::size_t index) const;
 
   Table& table_;

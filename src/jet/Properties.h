@@ -1,16 +1,14 @@
 #pragma once
 
-#include <vector>
-
 #include "base/Bytes.h"
-#include "jet/Table.h"
 #include "jet/TableDefinition.h"
+#include "jet/TableRules.h"
 
 namespace mv::jet {
 
-/// The rules of a table's columns out of its property list, the LvProp value of its catalog row; by position in
-/// TableDefinition::columns. An empty list and columns without properties give the defaults: not required, zero length
-/// allowed. Default values, validation rules and everything for display are not looked at.
+/// The rules of a table and its columns out of its property list, the LvProp value of its catalog row. An empty list
+/// and columns without properties give the defaults: not required, zero length allowed, no expressions. Everything for
+/// display is not looked at.
 ///
 /// The list, all numbers little-endian:
 ///   4 bytes "MR2" 00
@@ -22,6 +20,6 @@ namespace mv::jet {
 ///
 /// Throws DamagedFileError, naming the table, for a list that contradicts itself: a rule that was not understood must
 /// not be broken.
-std::vector<ColumnRules> RulesFromProperties(ByteView list, const TableDefinition& table);
+TableRules RulesFromProperties(ByteView list, const TableDefinition& table);
 
 }  // namespace mv::jet

@@ -29,14 +29,14 @@ const std::string kRequired =
     "1F 00 00 00 01 00 | 10 00 00 00 0A 00 \"email\" | 09 00 01 01 00 00 01 00 01";
 
 TEST(Properties, EmptyList_GivesTheDefaults) {
-  const auto rules = RulesFromProperties({}, Users());
+  const auto rules = RulesFromProperties({}, Users()).columns;
   ASSERT_EQ(rules.size(), 3u);
   EXPECT_FALSE(rules[1].required);
   EXPECT_TRUE(rules[1].allowZeroLength);
 }
 
 TEST(Properties, Required_BelongsToTheColumnOfItsBlock) {
-  const auto rules = RulesFromProperties(FromHex(kRequired), Users());
+  const auto rules = RulesFromProperties(FromHex(kRequired), Users()).columns;
   EXPECT_FALSE(rules[0].required);
   EXPECT_TRUE(rules[1].required);
   EXPECT_TRUE(rules[2].required);
@@ -49,7 +49,8 @@ TEST(Properties, AllowZeroLengthFalse_IsARuleAndTrueIsNone) {
                                                  "09 00 01 01 00 00 01 00 00"
                                                  "1F 00 00 00 01 00 | 10 00 00 00 0A 00 \"email\""
                                                  "09 00 01 01 00 00 01 00 01"),
-                                         Users());
+                                         Users())
+                         .columns;
   EXPECT_FALSE(rules[1].allowZeroLength);
   EXPECT_TRUE(rules[2].allowZeroLength);
   EXPECT_FALSE(rules[1].required);
@@ -63,7 +64,7 @@ TEST(Properties, TrueAsFFOrInFourBytes_IsTrue) {
     const Bytes owner = FromHex("00 00 00 01 00 | 0E 00 00 00 08 00 \"name\"");
     list.insert(list.end(), owner.begin(), owner.end());
     list.insert(list.end(), entry.begin(), entry.end());
-    EXPECT_TRUE(RulesFromProperties(list, Users())[1].required) << value;
+    EXPECT_TRUE(RulesFromProperties(list, Users()).columns[1].required) << value;
   }
 }
 
@@ -74,15 +75,33 @@ TEST(Properties, OtherProperties_AreIgnored) {
                                   "17 00 00 00 00 00 | 06 00 00 00 00 00 | 0B 00 01 0A 01 00 03 00 01 01 01"
                                   "28 00 00 00 01 00 | 0E 00 00 00 08 00 \"name\" | 0A 00 01 0A 00 00 02 00 \"N\" | 0A "
                                   "00 01 03 01 00 02 00 01 00"),
-                          Users());
+                          Users())
+          .columns;
   EXPECT_FALSE(rules[0].required);
   EXPECT_FALSE(rules[1].required);
+}
+
+TEST(Properties, Expressions_BelongToTheirColumnOrToTheTable) {
+  // DefaultValue "0" as Memo and ValidationText "no" as Text on "name"; ValidationRule "1" on the table itself.
+  const TableRules rules = RulesFromProperties(
+      FromHex(
+          "4D 52 32 00 | 60 00 00 00 80 00 | 18 00 \"DefaultValue\" | 1C 00 \"ValidationRule\" | 1C 00 "
+          "\"ValidationText\" | 16 00 00 00 00 00 | 06 00 00 00 00 00 | 0A 00 01 0C 01 00 02 00 \"1\""
+          "2A 00 00 00 01 00 | 0E 00 00 00 08 00 \"name\" | 0A 00 01 0C 00 00 02 00 \"0\" | 0C 00 01 0A 02 00 04 00 "
+          "\"no\""),
+      Users());
+  EXPECT_EQ(rules.columns[1].defaultValue, "0");
+  EXPECT_EQ(rules.columns[1].validationText, "no");
+  EXPECT_EQ(rules.columns[1].validationRule, "");
+  EXPECT_EQ(rules.columns[0].defaultValue, "");
+  EXPECT_EQ(rules.validationRule, "1");
+  EXPECT_EQ(rules.validationText, "");
 }
 
 TEST(Properties, PropertiesOfADeletedColumn_AreIgnored) {
   TableDefinition table = Users();
   table.columns.pop_back();
-  EXPECT_EQ(RulesFromProperties(FromHex(kRequired), table).size(), 2u);
+  EXPECT_EQ(RulesFromProperties(FromHex(kRequired), table).columns.size(), 2u);
 }
 
 TEST(Properties, EveryShorterList_IsDamageOrEndsBetweenBlocks) {

@@ -113,7 +113,7 @@ class RealIndexes : public ::testing::Test {
       if (object.type != ObjectType::Table) continue;
       tables.push_back(std::make_unique<Table>(
           database.Pages(), ReadDefinition(database.Pages(), static_cast<PageNumber>(object.id), object.name),
-          std::vector<ColumnRules>{}));
+          TableRules()));
     }
     return tables;
   }

@@ -39,17 +39,24 @@ std::vector<std::size_t> RelatedColumns(const TableDefinition& table,
   return {columns.begin(), columns.end()};
 }
 
+/// Rules for each column, those of the list first.
+TableRules Complete(TableRules rules, const TableDefinition& table) {
+  rules.columns.resize(table.columns.size());
+  return rules;
+}
+
 }  // namespace
 
-Table::Table(PageFile& file, TableDefinition definition, std::vector<ColumnRules> rules, RelationKeeper* relations)
+Table::Table(PageFile& file, TableDefinition definition, TableRules rules, RelationKeeper* relations,
+             ExpressionSources sources)
     : file_(file),
       freePages_(file),
       definition_(std::move(definition)),
-      rules_(std::move(rules)),
+      rules_(Complete(std::move(rules), definition_)),
+      ruleCheck_(definition_, rules_, std::move(sources)),
       relations_(relations),
       layout_(definition_),
       rows_(file, definition_.page, definition_.ownedPages, definition_.freeSpacePages) {
-  rules_.resize(definition_.columns.size());
   for (const Column& column : definition_.columns) {
     longValues_.emplace_back();
     if (column.IsLongValue()) longValues_.back().emplace(file_, column);

@@ -13,18 +13,13 @@
 #include "jet/RelationKeeper.h"
 #include "jet/Row.h"
 #include "jet/RowStore.h"
+#include "jet/RuleCheck.h"
 #include "jet/TableDefinition.h"
+#include "jet/TableRules.h"
 #include "jet/UsageMap.h"
 #include "recordset/Value.h"
 
 namespace mv::jet {
-
-/// Rules that columns have beside their blocks (from the catalog's property blob), by position in
-/// TableDefinition::columns.
-struct ColumnRules {
-  bool required = false;
-  bool allowZeroLength = true;
-};
 
 /// The rows of one table. Reads and changes rows with every index, the maps, the free-space words and the row count
 /// kept right. Values are by position in TableDefinition::columns and of the types of DataTypeOf; values to store are
@@ -42,10 +37,10 @@ struct ColumnRules {
 /// a time; it may stay open while others change other tables.
 class Table {
  public:
-  /// `rules` may be shorter than the list of columns; the rest have none. Without a keeper, which must outlive the
-  /// table, changing a table that takes part in an enforced relation is an UnsupportedError.
-  Table(PageFile& file, TableDefinition definition, std::vector<ColumnRules> rules,
-        RelationKeeper* relations = nullptr);
+  /// Without a keeper, which must outlive the table, changing a table that takes part in an enforced relation is an
+  /// UnsupportedError. `sources` are for the expressions among the rules.
+  Table(PageFile& file, TableDefinition definition, TableRules rules, RelationKeeper* relations = nullptr,
+        ExpressionSources sources = {});
   Table(const Table&) = delete;
   Table& operator=(const Table&) = delete;
 
@@ -76,8 +71,11 @@ class Table {
     return trees_[index].FindAll(key.bytes, most);
   }
 
-  /// Adds a row; null in an autonumber column draws the next number. Returns its address. Error 3001 when the number
-  /// of values is not that of the columns.
+  /// What a new row should hold in a column that nobody gives a value: the column's default value, null when it has
+  /// none. Not for autonumbers, which Insert draws. UnsupportedError for a default value that is not understood.
+  Value DefaultOf(std::size_t column) const;
+  /// Adds a row, taking nulls as they are; but null in an autonumber column draws the next number. Returns its address.
+  /// Error 3001 when the number of values is not that of the columns.
   RowId Insert(std::vector<Value> values);
   /// Replaces the values at `columns` (positions) of a row; the address stays. Values of other columns keep their
   /// bytes, and a row whose values are equal already is not written at all. Error 3021 for a row that is not live.
@@ -118,6 +116,7 @@ class Table {
   Draft EmptyDraft();
   Draft DraftOf(const RowLayout::Row& row);
   void CheckSize(const Draft& draft) const;
+  void CheckRules(const RowLayout::Row& oldRow, const std::vector<std::optional<Value>>& changed) const;
   Bytes FinishRow(Draft& draft);
   void RemoveLongValue(const RowLayout::Row& row, std::size_t column);
   std::size_t FixedAreaOfNewRows();
@@ -144,7 +143,8 @@ class Table {
   PageFile& file_;
   FreePages freePages_;
   TableDefinition definition_;
-  std::vector<ColumnRules> rules_;
+  TableRules rules_;
+  RuleCheck ruleCheck_;
   RelationKeeper* relations_;
   RowLayout layout_;
   RowStore rows_;

@@ -70,6 +70,7 @@ RowId Table::Insert(std::vector<Value> values) {
     SetCell(draft, column, values[column]);
   }
   CheckSize(draft);
+  ruleCheck_.Check([&](std::size_t column) { return values[column]; }, [](std::size_t) { return true; });
   std::vector<IndexKey> keys;
   for (std::size_t index = 0; index < trees_.size(); ++index) {
     keys.push_back(KeyOf(definition_, definition_.indexData[index], values));
@@ -111,6 +112,7 @@ void Table::Update(RowId row, std::span<const std::size_t> columns, std::span<co
   }
   if (std::none_of(changed.begin(), changed.end(), [](const auto& value) { return value.has_value(); })) return;
   CheckSize(draft);
+  CheckRules(oldRow, changed);
   const std::vector<KeyChange> keyChanges = KeyChanges(oldRow, row, changed);
   std::optional<RowChange> related = RelatedChange(row, oldRow, changed);
 
@@ -186,13 +188,13 @@ Value Table::CheckedValue(std::size_t position, const Value& value) const {
   const Column& column = definition_.columns[position];
   if (IsNull(value)) {
     if (column.type == ColumnType::Boolean) return false;
-    if (rules_[position].required) throw RequiredError(definition_, column);
+    if (rules_.columns[position].required) throw RequiredError(definition_, column);
     return value;
   }
   Value converted = Naming(definition_, column, [&] { return ConvertedTo(DataTypeOf(column.type), value); });
   const auto* text = std::get_if<std::string>(&converted);
   const bool isText = column.type == ColumnType::Text || column.type == ColumnType::Memo;
-  if (isText && text->empty() && !rules_[position].allowZeroLength) throw ZeroLengthError(definition_, column);
+  if (isText && text->empty() && !rules_.columns[position].allowZeroLength) throw ZeroLengthError(definition_, column);
   return converted;
 }
 
@@ -241,6 +243,13 @@ void Table::CheckSize(const Draft& draft) const {
   throw ConstraintError(std::string(kRecordTooLarge) + " Table '" + definition_.name + "'.");
 }
 
+/// The rules of the columns that change, and of the table, on the row as it will be.
+void Table::CheckRules(const RowLayout::Row& oldRow, const std::vector<std::optional<Value>>& changed) const {
+  if (ruleCheck_.IsEmpty()) return;
+  ruleCheck_.Check([&](std::size_t column) { return changed[column] ? *changed[column] : CellValue(oldRow, column); },
+                   [&](std::size_t column) { return changed[column].has_value(); });
+}
+
 /// True when a row holds this value already, the draft's cell having been made from it.
 bool Table::HoldsValue(const RowLayout::Row& row, std::size_t position, const Draft& draft, const Value& value) const {
   const ColumnType type = definition_.columns[position].type;
@@ -259,6 +268,11 @@ std::size_t Table::FixedAreaOfNewRows() {
     fixedAreaOfNewRows_ = last ? layout_.FixedAreaLike(layout_.Parse(rows_.Read(*last))) : layout_.FixedArea();
   }
   return *fixedAreaOfNewRows_;
+}
+
+Value Table::DefaultOf(std::size_t column) const {
+  if (column >= definition_.columns.size()) throw StandardError(errors::kItemNotFound);
+  return IsAutonumber(definition_.columns[column]) ? Value() : ruleCheck_.DefaultOf(column);
 }
 
 // Autonumbers.

@@ -48,7 +48,7 @@ class TableChangeTest : public ::testing::Test {
 
   /// The table opened anew with rules or another definition than the catalog's.
   std::unique_ptr<Table> Reopened(TableDefinition definition, std::vector<ColumnRules> rules = {}) {
-    return std::make_unique<Table>(database_->Pages(), std::move(definition), std::move(rules));
+    return std::make_unique<Table>(database_->Pages(), std::move(definition), TableRules{std::move(rules)});
   }
 
   JetDatabase database_;
@@ -69,6 +69,48 @@ TEST_F(TableChangeTest, NumberOutsideTheColumnsRange_IsRefused) {
   Table& table = database_.Add(JetTable("T").Column("N", ColumnType::Integer));
   EXPECT_EQ(RefusedText([&] { table.Insert({std::int32_t{40000}}); }), "Overflow. Table 'T', column 'N'.");
   EXPECT_EQ(RefusedText([&] { table.Insert({Text("abc")}); }), "Type mismatch. Table 'T', column 'N'.");
+}
+
+TEST_F(TableChangeTest, ValuesJustOutsideTheRangeOfEachType_AreRefusedAndThoseInsideAreNot) {
+  struct Case {
+    ColumnType type;
+    std::vector<Value> inside;
+    std::vector<Value> outside;
+  };
+  const std::vector<Case> cases = {
+      {ColumnType::Byte, {std::int32_t{0}, std::int32_t{255}}, {std::int32_t{-1}, std::int32_t{256}}},
+      {ColumnType::Integer, {std::int32_t{-32768}, std::int32_t{32767}}, {std::int32_t{-32769}, std::int32_t{32768}}},
+      {ColumnType::Long, {-2147483648.0, 2147483647.0}, {-2147483649.0, 2147483648.0}},
+      {ColumnType::Currency,
+       {Text("-922337203685477.5808"), Text("922337203685477.5807")},
+       {Text("-922337203685477.5809"), Text("922337203685477.5808")}},
+      {ColumnType::Single, {3.4e38, -3.4e38}, {3.5e38, -3.5e38}},
+      {ColumnType::Double, {1.7e308}, {Text("1.8e308")}},
+      // Years 100 to 9999.
+      {ColumnType::DateTime, {-657434.0, 2958465.75}, {-657435.0, 2958466.0}},
+      // Precision 18, scale 4.
+      {ColumnType::Decimal,
+       {Text("99999999999999.9999"), Text("-99999999999999.9999")},
+       {Text("100000000000000"), Text("-100000000000000")}},
+  };
+  for (const Case& one : cases) {
+    const std::string name = "T" + std::to_string(static_cast<int>(one.type));
+    SCOPED_TRACE(name);
+    Table& table = database_.Add(JetTable(name).Column("V", one.type));
+    for (const Value& value : one.inside) table.Insert({value});
+    for (const Value& value : one.outside) {
+      EXPECT_EQ(RefusedText([&] { table.Insert({value}); }), "Overflow. Table '" + name + "', column 'V'.");
+    }
+    EXPECT_EQ(table.Count(), static_cast<std::int64_t>(one.inside.size()));
+  }
+}
+
+TEST_F(TableChangeTest, BytesThatAreTooLong_AreRefused) {
+  Table& table = database_.Add(JetTable("T").Column("B", ColumnType::Binary, 3));
+  table.Insert({Bytes(3)});
+  EXPECT_EQ(RefusedText([&] { table.Insert({Bytes(4)}); }),
+            "The field is too small to accept the amount of data you attempted to add. Try inserting or pasting less "
+            "data. Table 'T', column 'B'.");
 }
 
 TEST_F(TableChangeTest, GuidAndDecimalThatAreNone_AreRefused) {
@@ -292,7 +334,8 @@ TEST_F(TableChangeTest, AutonumberGivenByTheCaller_RaisesTheCounterOnlyWhenItIsL
 TEST_F(TableChangeTest, LastAutonumberThereIs_LeavesNoneToDraw) {
   Table& table = database_.Add(JetTable("T").Autonumber("ID").PrimaryKey("ID"));
   table.Insert({std::int32_t{2147483647}});
-  RefusedText([&] { table.Insert({Null()}); });
+  EXPECT_EQ(RefusedText([&] { table.Insert({Null()}); }),
+            "There are no more numbers for new records. Table 'T', column 'ID'.");
 }
 
 TEST_F(TableChangeTest, RefusedInsert_DrawsNoNumber) {
