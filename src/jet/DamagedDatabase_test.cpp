@@ -18,7 +18,26 @@ using mv::testing::JetTable;
 using mv::testing::kJetCreated;
 using mv::testing::MemoryFileSystem;
 
-/// A small database with moved rows, dead slots, long values of every form and trees of two levels.
+/// A table whose rows refer to those of "T" and to each other, and follow them.
+void AddRelatedTable(JetDatabase& database, const Table& others) {
+  JetTable design = JetTable("U").Text("K", 40).Text("OTHER", 40).Text("OWN", 40).PrimaryKey("K");
+  Table& table = database.Add(design);
+  for (auto row = others.First(); row; row = others.Next(*row)) {
+    const Value key = others.ReadValue(*row, 0);
+    table.Insert({"U" + std::get<std::string>(key), key, Null()});
+  }
+  using OnDelete = RelationSpec::OnDelete;
+  database->CreateRelation({"Other", "U", {"OTHER"}, "T", {"K"}, true, OnDelete::Cascade}, kJetCreated);
+  database->CreateRelation({"Own", "U", {"OWN"}, "U", {"K"}, true, OnDelete::SetNull}, kJetCreated);
+  const std::size_t own = 2;
+  Value last = table.ReadValue(*table.First(), 0);
+  for (auto row = table.First(); row; row = table.Next(*row)) {
+    table.Update(*row, {&own, 1}, {&last, 1});
+    last = table.ReadValue(*row, 0);
+  }
+}
+
+/// A small database with moved rows, dead slots, long values of every form, trees of two levels and relations.
 Bytes RichImage() {
   JetDatabase database;
   JetTable design = JetTable("T")
@@ -45,6 +64,7 @@ Bytes RichImage() {
   }
   EXPECT_GT(moved, 10U);
   for (std::size_t i = 0; i < rows.size(); i += 5) table.Delete(rows[i]);
+  AddRelatedTable(database, table);
   return database.Image();
 }
 
@@ -67,11 +87,14 @@ class Rummager {
   void Run() {
     std::unique_ptr<Database> database;
     if (!Succeeds([&] { database = Database::Open(files_, "x.mdb", PageFile::Mode::ReadWrite); })) return;
-    std::vector<std::string> names = {"MSysObjects", "T"};
+    std::vector<std::string> names = {"MSysObjects", "T", "U"};
     for (const std::string& name : names) {
       Table* table = nullptr;
       if (Succeeds([&] { table = &database->OpenTable(name); })) Use(*database, *table);
     }
+    UnchangedWhenFailing(*database, [&] {
+      database->CreateRelation({"New", "U", {"OWN"}, "T", {"K"}, false, RelationSpec::OnDelete::Refuse}, kJetCreated);
+    });
     UnchangedWhenFailing(
         *database, [&] { database->CreateTable(JetTable("New").Text("K", 9).PrimaryKey("K").Spec(), kJetCreated); });
     Succeeds([&] { database->Commit(); });

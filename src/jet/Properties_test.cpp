@@ -85,7 +85,7 @@ TEST(Properties, Expressions_BelongToTheirColumnOrToTheTable) {
   // DefaultValue "0" as Memo and ValidationText "no" as Text on "name"; ValidationRule "1" on the table itself.
   const TableRules rules = RulesFromProperties(
       FromHex(
-          "4D 52 32 00 | 60 00 00 00 80 00 | 18 00 \"DefaultValue\" | 1C 00 \"ValidationRule\" | 1C 00 "
+          "4D 52 32 00 | 5C 00 00 00 80 00 | 18 00 \"DefaultValue\" | 1C 00 \"ValidationRule\" | 1C 00 "
           "\"ValidationText\" | 16 00 00 00 00 00 | 06 00 00 00 00 00 | 0A 00 01 0C 01 00 02 00 \"1\""
           "2A 00 00 00 01 00 | 0E 00 00 00 08 00 \"name\" | 0A 00 01 0C 00 00 02 00 \"0\" | 0C 00 01 0A 02 00 04 00 "
           "\"no\""),

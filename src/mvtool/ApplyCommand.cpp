@@ -77,7 +77,8 @@ void ApplyLines(IndexedTable& table, JsonLines& lines, Tally& tally) {
 }
 
 void Apply(const Arguments& arguments, ToolContext& context) {
-  const auto database = jet::Database::Open(context.files, arguments.Operand(0), jet::PageFile::Mode::ReadWrite);
+  const auto database = jet::Database::Open(context.files, arguments.Operand(0), jet::PageFile::Mode::ReadWrite,
+                                            {[&context] { return context.clock.Now(); }, jet::RandomGuid});
   IndexedTable table(database->OpenTable(arguments.Operand(1)));
   if (table.Definition().tableType == kSystemTable) {
     throw ToolError("\"" + table.Definition().name + "\" is a table of the system");
