@@ -12,9 +12,17 @@ namespace mv::jet {
 RuleCheck::RuleCheck(const TableDefinition& table, const TableRules& rules, ExpressionSources sources)
     : table_(table), rules_(rules), sources_(std::move(sources)) {
   for (std::size_t column = 0; column < rules.columns.size(); ++column) {
+    AddDefault(rules.columns[column].defaultValue);
     AddRule(rules.columns[column].validationRule, rules.columns[column].validationText, column);
   }
   AddRule(rules.validationRule, rules.validationText, std::nullopt);
+}
+
+void RuleCheck::AddDefault(const std::string& text) {
+  defaults_.emplace_back();
+  if (Trim(text).empty()) return;
+  // The other columns of a new row have no values to refer to.
+  defaults_.back() = Expression::Parse(text, TableDefinition(), std::nullopt);
 }
 
 void RuleCheck::AddRule(const std::string& text, const std::string& message, std::optional<std::size_t> column) {
@@ -26,11 +34,8 @@ Value RuleCheck::DefaultOf(std::size_t column) const {
   if (column >= rules_.columns.size()) return Null();
   const std::string& text = rules_.columns[column].defaultValue;
   if (Trim(text).empty()) return Null();
-  // Other columns of the new row have no values to refer to.
-  const TableDefinition noColumns;
-  const auto expression = Expression::Parse(text, noColumns, std::nullopt);
   try {
-    if (expression) return expression->Evaluate([](std::size_t) { return Value(); }, sources_);
+    if (defaults_[column]) return defaults_[column]->Evaluate([](std::size_t) { return Value(); }, sources_);
   } catch (const Error&) {
     // Refused below like every other expression that has no value.
   }

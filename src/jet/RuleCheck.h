@@ -43,6 +43,7 @@ class RuleCheck {
     std::optional<Expression> expression;  ///< nothing: not understood
   };
 
+  void AddDefault(const std::string& text);
   void AddRule(const std::string& text, const std::string& message, std::optional<std::size_t> column);
   std::optional<bool> ResultOf(const Rule& rule, const Expression::Row& row) const;
   Error BrokenError(const Rule& rule) const;
@@ -51,6 +52,7 @@ class RuleCheck {
   const TableDefinition& table_;
   const TableRules& rules_;
   ExpressionSources sources_;
+  std::vector<std::optional<Expression>> defaults_;  ///< by position; nothing: none, or not understood
   std::vector<Rule> checks_;
 };
 
