@@ -1,13 +1,18 @@
-# mv_module(NAME [DEPENDS ...] [FOLDERS ...] [TEST_DEPENDS ...]): the folder's sources as the library mv_NAME, and its
-# *_test.cpp files as the test program NAME_tests. Folder NAME is always included; FOLDERS adds more. TEST_DEPENDS: modules
+# The folder in which a module keeps what only this system's build compiles.
+if(WIN32)
+  set(MV_SYSTEM_FOLDER windows)
+else()
+  set(MV_SYSTEM_FOLDER posix)
+endif()
+
+# mv_module(NAME [DEPENDS ...] [WINDOWS_LIBRARIES ...] [TEST_DEPENDS ...]): the sources of src/NAME and of its system
+# folder (src/NAME/windows or src/NAME/posix, where there is one) as the library mv_NAME, and the *_test.cpp files of both
+# as the test program NAME_tests. WINDOWS_LIBRARIES: import libraries that its Windows folder needs. TEST_DEPENDS: modules
 # that only the tests use, which may stand above this one.
 function(mv_module name)
-  cmake_parse_arguments(ARG "" "" "DEPENDS;FOLDERS;TEST_DEPENDS" ${ARGN})
-  set(sources)
-  foreach(folder ${name} ${ARG_FOLDERS})
-    file(GLOB found CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${folder}/*.cpp)
-    list(APPEND sources ${found})
-  endforeach()
+  cmake_parse_arguments(ARG "" "" "DEPENDS;WINDOWS_LIBRARIES;TEST_DEPENDS" ${ARGN})
+  set(folder ${CMAKE_SOURCE_DIR}/src/${name})
+  file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp ${folder}/${MV_SYSTEM_FOLDER}/*.cpp)
   set(tests ${sources})
   list(FILTER tests INCLUDE REGEX "_test\\.cpp$")
   list(FILTER sources EXCLUDE REGEX "(_test|/main)\\.cpp$")
@@ -15,6 +20,9 @@ function(mv_module name)
   foreach(dependency ${ARG_DEPENDS})
     list(APPEND dependencies mv_${dependency})
   endforeach()
+  if(WIN32)
+    list(APPEND dependencies ${ARG_WINDOWS_LIBRARIES})
+  endif()
   if(sources)
     add_library(mv_${name} STATIC ${sources})
     target_include_directories(mv_${name} PUBLIC ${CMAKE_SOURCE_DIR}/src)
