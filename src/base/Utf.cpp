@@ -132,4 +132,10 @@ std::size_t CharacterCount(std::string_view text) {
   return count;
 }
 
+std::string FirstCharacters(std::string_view text, std::size_t count) {
+  std::size_t end = 0;
+  for (std::size_t i = 0; i < count && end < text.size(); ++i) NextCodePoint(text, end);
+  return std::string(text.substr(0, end));
+}
+
 }  // namespace mv

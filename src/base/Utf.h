@@ -24,5 +24,7 @@ bool IsValidUtf8(std::string_view bytes);
 
 /// The number of characters (code points).
 std::size_t CharacterCount(std::string_view text);
+/// `text` cut after `count` characters.
+std::string FirstCharacters(std::string_view text, std::size_t count);
 
 }  // namespace mv

@@ -34,5 +34,11 @@ TEST(UtfTest, CharactersAreCodePoints) {
   EXPECT_EQ(Utf8FromCodePoints(U"é🚗"), "é🚗");
 }
 
+TEST(UtfTest, FirstCharactersCountsCharactersNotBytes) {
+  EXPECT_EQ(FirstCharacters("\xC3\xA9\xF0\x9F\x9A\x97x", 2), "\xC3\xA9\xF0\x9F\x9A\x97");
+  EXPECT_EQ(FirstCharacters("ab", 5), "ab");
+  EXPECT_EQ(FirstCharacters("ab", 0), "");
+}
+
 }  // namespace
 }  // namespace mv

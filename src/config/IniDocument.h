@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/PrivateProfile.h"
+
 namespace mv {
 
 /// The text of one settings file, which users edit by hand:
@@ -23,11 +25,7 @@ namespace mv {
 class IniDocument {
  public:
   /// A key and its value as Get returns it.
-  struct Entry {
-    std::string key;
-    std::string value;
-    friend bool operator==(const Entry&, const Entry&) = default;
-  };
+  using Entry = platform::PrivateProfile::Entry;
 
   IniDocument() = default;
   /// Added lines end as the first line of `text` does; `lineEnd` decides when that has none.

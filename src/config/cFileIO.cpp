@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <random>
 #include <utility>
 
 #include "base/Checked.h"
@@ -15,7 +14,6 @@ namespace mv {
 namespace {
 
 constexpr char kSeparator = '\\';
-constexpr std::array<std::uint8_t, 2> kUnicodeMark = {0xFF, 0xFE};
 constexpr auto kMarkSize = static_cast<std::int32_t>(kUnicodeMark.size());
 
 constexpr const char* kReadTag = "modMain.ReadData():";
@@ -39,8 +37,6 @@ constexpr const char* kDeleteIniAllTag = "IniFile::DeleteIniAll";
 constexpr std::size_t kLongestIniValue = 99;
 
 constexpr const char* kDefaultTempPrefix = "nts";
-constexpr std::size_t kTempPrefixLength = 3;
-constexpr unsigned kTempNumbers = 0x10000;
 
 constexpr const char* kLineEnd = "\r\n";
 constexpr std::size_t kLinePiece = 4096;
@@ -50,38 +46,8 @@ std::string WithSeparator(std::string path) {
   return path;
 }
 
-std::string FirstCharacters(std::string_view text, std::size_t count) {
-  return Utf8FromCodePoints(CodePointsFromUtf8(text).substr(0, count));
-}
-
-/// "nts3F2A.tmp".
-std::string TempName(const std::string& prefix, unsigned number) {
-  std::string name = FirstCharacters(prefix, kTempPrefixLength);
-  for (int shift = 12; shift >= 0; shift -= 4) name += "0123456789ABCDEF"[number >> shift & 0xFu];
-  return name + ".tmp";
-}
-
 std::size_t LastDot(const std::string& name) {
   return name.rfind('.');
-}
-
-/// UTF-16, low byte first; an odd last byte is dropped.
-std::u16string UnitsFrom(ByteView bytes) {
-  std::u16string units(bytes.size() / 2, u'\0');
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    units[i] = static_cast<char16_t>(bytes[2 * i] | bytes[2 * i + 1] << 8);
-  }
-  return units;
-}
-
-Bytes BytesFromUnits(std::u16string_view units) {
-  Bytes bytes;
-  bytes.reserve(2 * units.size());
-  for (const char16_t unit : units) {
-    bytes.push_back(static_cast<std::uint8_t>(unit & 0xFF));
-    bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
-  }
-  return bytes;
 }
 
 /// Number of bytes before the CR LF of a line, if `bytes` holds one. Characters are `width` bytes wide.
@@ -106,7 +72,11 @@ std::string TemporaryFolder(const std::function<std::optional<std::string>(const
 }
 
 cFileIO::cFileIO(platform::FileSystem& files, platform::Shell& shell, std::string programFolder)
-    : files_(files), shell_(shell), programFolder_(std::move(programFolder)), filePath_(programFolder_) {}
+    : files_(files),
+      shell_(shell),
+      iniProfile_(files),
+      programFolder_(std::move(programFolder)),
+      filePath_(programFolder_) {}
 
 cFileIO::~cFileIO() {
   CloseFile();
@@ -222,22 +192,11 @@ bool cFileIO::IsOpen() const {
 }
 
 bool cFileIO::SetTempFileInfo(const std::string& prefix) {
-  return Try(kTempFileTag, [&] { CreateTempFile(prefix.empty() ? kDefaultTempPrefix : prefix); });
-}
-
-void cFileIO::CreateTempFile(const std::string& prefix) {
-  const std::string folder = WithSeparator(TemporaryFolder(platform::EnvironmentVariable));
-  // Programs that make temporary files at the same time should not meet on the same numbers.
-  const unsigned first = std::random_device()();
-  for (unsigned i = 0; i < kTempNumbers; ++i) {
-    const std::string name = folder + TempName(prefix, (first + i) % kTempNumbers);
-    if (files_.FileExists(name) || files_.FolderExists(name)) continue;
-    files_.Open(name, platform::Access::Write, platform::Disposition::OpenAlways, platform::Sharing::None);
-    tempFileName_ = name;
-    FullFileName(name);
-    return;
-  }
-  throw StandardError(errors::kFileAlreadyExists);
+  return Try(kTempFileTag, [&] {
+    const std::string folder = TemporaryFolder(platform::EnvironmentVariable);
+    tempFileName_ = files_.CreateTempFile(folder, prefix.empty() ? kDefaultTempPrefix : prefix);
+    FullFileName(tempFileName_);
+  });
 }
 
 const std::string& cFileIO::TempFileName() const {
@@ -389,7 +348,7 @@ Bytes cFileIO::ReadByteArray(std::int32_t count, std::int32_t position) {
 }
 
 std::string cFileIO::ReadData(std::int32_t count, std::int32_t position) {
-  return TextFrom(ReadByteArray(count, position), TextEncoding());
+  return TextFromFile(ReadByteArray(count, position), TextEncoding());
 }
 
 std::string cFileIO::ReadAllData() {
@@ -400,7 +359,7 @@ std::string cFileIO::InputLine() {
   std::string line;
   Try("InputLine(" + fileName_ + "):", [&] {
     MoveTo(kAtCursor);
-    line = TextFrom(ReadLineBytes(), TextEncoding());
+    line = TextFromFile(ReadLineBytes(), TextEncoding());
   });
   return line;
 }
@@ -439,88 +398,61 @@ bool cFileIO::WriteByteArray(ByteView bytes, std::int32_t position) {
 }
 
 bool cFileIO::WriteData(std::string_view text, std::int32_t position) {
-  return WriteByteArray(BytesFrom(text, TextEncoding()), position);
+  return WriteByteArray(BytesForFile(text, TextEncoding()), position);
 }
 
 bool cFileIO::PrintLine(std::string_view text) {
   return Try(kPrintLineTag, [&] {
     MoveTo(kAtCursor);
-    WriteBytes(BytesFrom(std::string(text) + kLineEnd, TextEncoding()));
+    WriteBytes(BytesForFile(std::string(text) + kLineEnd, TextEncoding()));
   });
 }
 
-cFileIO::Encoding cFileIO::TextEncoding() const {
-  return unicode_ ? Encoding::Unicode : Encoding::Ansi;
+FileEncoding cFileIO::TextEncoding() const {
+  return unicode_ ? FileEncoding::Unicode : FileEncoding::Ansi;
 }
 
-std::string cFileIO::TextFrom(ByteView bytes, Encoding encoding) {
-  return encoding == Encoding::Unicode ? Utf8FromUtf16(UnitsFrom(bytes)) : Utf8FromCp1252(bytes);
-}
-
-Bytes cFileIO::BytesFrom(std::string_view text, Encoding encoding) {
-  if (encoding == Encoding::Unicode) return BytesFromUnits(Utf16FromUtf8(text));
-  const std::string bytes = Cp1252FromUtf8(text);
-  return Bytes(bytes.begin(), bytes.end());
-}
-
-cFileIO::IniFile cFileIO::LoadIni() {
-  Bytes content;
-  if (files_.FileExists(FullFileName())) content = platform::ReadWhole(files_, FullFileName());
-  const bool marked =
-      content.size() >= kUnicodeMark.size() && std::equal(kUnicodeMark.begin(), kUnicodeMark.end(), content.begin());
-  const Encoding encoding = marked ? Encoding::Unicode : Encoding::Ansi;
-  const ByteView text = ByteView(content).subspan(marked ? kUnicodeMark.size() : 0);
-  return {IniDocument(TextFrom(text, encoding), kLineEnd), encoding};
+platform::PrivateProfile& cFileIO::Profile() {
+  platform::PrivateProfile* const own = files_.Profiles();
+  return own != nullptr ? *own : iniProfile_;
 }
 
 std::string cFileIO::ReadINI(const std::string& file, const std::string& section, const std::string& key,
                              const std::string& fallback) {
   ValidateFile(file);
   std::optional<std::string> value;
-  const bool read = Try(kReadIniTag, [&] { value = LoadIni().document.Get(section, key); });
+  const bool read = Try(kReadIniTag, [&] { value = Profile().Read(FullFileName(), section, key, kLongestIniValue); });
   if (read && !value && fallback.empty()) {
     SetError(kReadIniTag, Error(errors::kItemNotFound, {}, " [" + section + "] " + key + " not Found"));
   }
-  return FirstCharacters(value.value_or(fallback), kLongestIniValue);
+  return value ? *value : FirstCharacters(fallback, kLongestIniValue);
 }
 
 std::vector<IniDocument::Entry> cFileIO::ReadINISection(const std::string& file, const std::string& section) {
   CloseFile();
   TakeName(file, {});
   std::vector<IniDocument::Entry> entries;
-  Try(kReadIniSectionTag, [&] { entries = LoadIni().document.Entries(section); });
+  Try(kReadIniSectionTag, [&] { entries = Profile().Section(FullFileName(), section); });
   return entries;
 }
 
-bool cFileIO::ChangeIni(const std::string& tag, const std::string& file,
-                        const std::function<void(IniDocument&)>& change) {
+bool cFileIO::ChangeIni(const std::string& tag, const std::string& file, const std::function<void()>& change) {
   CloseFile();
   TakeName(file, {});
-  return Try(tag, [&] {
-    IniFile ini = LoadIni();
-    const std::string before = ini.document.Text();
-    change(ini.document);
-    const std::string after = ini.document.Text();
-    if (after == before) return;
-    Bytes content;
-    if (ini.encoding == Encoding::Unicode) content.assign(kUnicodeMark.begin(), kUnicodeMark.end());
-    const Bytes text = BytesFrom(after, ini.encoding);
-    content.insert(content.end(), text.begin(), text.end());
-    files_.WriteWhole(FullFileName(), content);
-  });
+  return Try(tag, change);
 }
 
 bool cFileIO::WriteIni(const std::string& file, const std::string& section, const std::string& key,
                        const std::string& value) {
-  return ChangeIni(kWriteIniTag, file, [&](IniDocument& ini) { ini.Set(section, key, value); });
+  return ChangeIni(kWriteIniTag, file, [&] { Profile().Write(FullFileName(), section, key, value); });
 }
 
 bool cFileIO::DeleteIni(const std::string& file, const std::string& section, const std::string& key) {
-  return ChangeIni(kDeleteIniTag, file, [&](IniDocument& ini) { ini.Remove(section, key); });
+  return ChangeIni(kDeleteIniTag, file, [&] { Profile().RemoveKey(FullFileName(), section, key); });
 }
 
 bool cFileIO::DeleteIniAll(const std::string& file, const std::string& section) {
-  return ChangeIni(kDeleteIniAllTag, file, [&](IniDocument& ini) { ini.RemoveSection(section); });
+  return ChangeIni(kDeleteIniAllTag, file, [&] { Profile().RemoveSection(FullFileName(), section); });
 }
 
 }  // namespace mv

@@ -10,7 +10,9 @@
 
 #include "base/Bytes.h"
 #include "base/Error.h"
+#include "config/FileText.h"
 #include "config/IniDocument.h"
+#include "config/IniProfile.h"
 #include "platform/FileSystem.h"
 #include "platform/Shell.h"
 
@@ -120,8 +122,8 @@ class cFileIO {
   /// The text and CR LF at the cursor.
   bool PrintLine(std::string_view text);
 
-  /// INI files, in the form that IniDocument describes, Windows-1252 or UTF-16 with its mark. `file` becomes this
-  /// object's file name; a file that was open is closed.
+  /// INI files, through the system's own calls where it has them (platform/windows/PrivateProfile.h), else as
+  /// IniProfile does it. `file` becomes this object's file name; a file that was open is closed.
   ///
   /// The value, cut at 99 characters. A missing key gives `fallback`, cut likewise; without a fallback that is also an
   /// error whose text ends in " not Found". A missing file is created empty.
@@ -129,7 +131,7 @@ class cFileIO {
                       const std::string& fallback = {});
   /// The section's keys and whole values in order; none for a missing file or section.
   std::vector<IniDocument::Entry> ReadINISection(const std::string& file, const std::string& section);
-  /// Sets a key; what else the file holds stays as it is. A missing file is created. The file is replaced in one step.
+  /// Sets a key. A missing file is created.
   /// A value of more than one line is error 5.
   bool WriteIni(const std::string& file, const std::string& section, const std::string& key, const std::string& value);
   /// Takes a key out; true as well when there is none.
@@ -138,12 +140,6 @@ class cFileIO {
   bool DeleteIniAll(const std::string& file, const std::string& section);
 
  private:
-  enum class Encoding { Ansi, Unicode };
-  /// An INI file's content and the form in which it goes back.
-  struct IniFile {
-    IniDocument document;
-    Encoding encoding = Encoding::Ansi;
-  };
   struct OpenMode {
     platform::Access access = platform::Access::Read;
     platform::Disposition disposition = platform::Disposition::OpenExisting;
@@ -160,7 +156,6 @@ class cFileIO {
 
   void DetectUnicode();
   void FinishWriting();
-  void CreateTempFile(const std::string& prefix);
   platform::File& RequireOpen(bool allowed);
   /// Moves the cursor to `position` and behind the mark FF FE.
   void MoveTo(std::int32_t position);
@@ -168,19 +163,17 @@ class cFileIO {
   Bytes ReadLineBytes();
   void WriteBytes(ByteView bytes);
   void RequireMissing(const std::string& fullName) const;
-  Encoding TextEncoding() const;
+  FileEncoding TextEncoding() const;
   /// Takes a file name over and sees to the separator between path and name.
   void TakeName(const std::string& name, const std::string& path);
 
-  static std::string TextFrom(ByteView bytes, Encoding encoding);
-  static Bytes BytesFrom(std::string_view text, Encoding encoding);
-
-  IniFile LoadIni();
-  /// Loads the INI file, applies `change`, and writes the file when that made a difference.
-  bool ChangeIni(const std::string& tag, const std::string& file, const std::function<void(IniDocument&)>& change);
+  platform::PrivateProfile& Profile();
+  /// Takes the name of an INI file over and changes it.
+  bool ChangeIni(const std::string& tag, const std::string& file, const std::function<void()>& change);
 
   platform::FileSystem& files_;
   platform::Shell& shell_;
+  IniProfile iniProfile_;  ///< serves where the system has no calls of its own
   std::string programFolder_;
   std::string lastErrorText_;
   std::int32_t lastErrorNumber_ = 0;

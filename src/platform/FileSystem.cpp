@@ -1,8 +1,38 @@
 #include "platform/FileSystem.h"
 
+#include <random>
+
 #include "base/Error.h"
+#include "base/Text.h"
+#include "base/Utf.h"
 
 namespace mv::platform {
+namespace {
+
+constexpr std::size_t kTempPrefixLength = 3;
+constexpr unsigned kTempNumbers = 0x10000;
+
+/// "nts3F2A.tmp".
+std::string TempName(const std::string& prefix, unsigned number) {
+  std::string name = FirstCharacters(prefix, kTempPrefixLength);
+  for (int shift = 12; shift >= 0; shift -= 4) name += "0123456789ABCDEF"[number >> shift & 0xFu];
+  return name + ".tmp";
+}
+
+}  // namespace
+
+std::string FileSystem::CreateTempFile(const std::string& folder, const std::string& prefix) {
+  const std::string path = FolderLength(folder) == folder.size() ? folder : JoinPath(folder, {});
+  // Programs that make temporary files at the same time should not meet on the same numbers.
+  const unsigned first = std::random_device()();
+  for (unsigned i = 0; i < kTempNumbers; ++i) {
+    const std::string name = path + TempName(prefix, (first + i) % kTempNumbers);
+    if (FileExists(name) || FolderExists(name)) continue;
+    Open(name, Access::Write, Disposition::OpenAlways, Sharing::None);
+    return name;
+  }
+  throw StandardError(errors::kFileAlreadyExists);
+}
 
 void CopyContent(File& from, File& to) {
   Bytes piece(std::size_t{1} << 20);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Bytes.h"
+#include "platform/PrivateProfile.h"
 
 namespace mv::platform {
 
@@ -86,6 +87,13 @@ class FileSystem {
   /// Absolute form with links resolved, so that replacing the file does not replace a link to it. A missing file: its
   /// folder's.
   virtual std::string RealPath(const std::string& path) const = 0;
+
+  /// Makes an empty file of a new name in `folder` and returns its path: the first three characters of `prefix`, a
+  /// hexadecimal number, ".tmp". Errors 76 without the folder, 58 when all names are taken.
+  virtual std::string CreateTempFile(const std::string& folder, const std::string& prefix);
+
+  /// The system's own calls for INI files; null where it has none.
+  virtual PrivateProfile* Profiles() { return nullptr; }
 };
 
 /// The file system of this machine.

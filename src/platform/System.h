@@ -10,11 +10,13 @@ namespace mv::platform {
 
 /// Folder of this program's executable, without a separator at its end.
 std::string ProgramFolder();
-/// The arguments after the program name, joined by single blanks.
+/// What follows the program name on the command line. Windows: the text as it was typed, quotes included; POSIX
+/// systems, which hand out words: the words joined by single blanks.
 std::string CommandLine(int argc, char** argv);
 /// Value of an environment variable; nothing when it is not set.
 std::optional<std::string> EnvironmentVariable(const std::string& name);
-/// A point in time in the user's locale form, short date and time.
+/// A point in time in the user's locale form, as the platform turns a date into text: short date and time; the date
+/// alone at midnight, the time alone on day zero, 1899-12-30. Error 13 for a time that the platform cannot show.
 std::string LocalDateTimeText(const CivilTime& time);
 
 /// The wall clock. A seam, because the log, the backup's name and the table files carry the time.

@@ -7,13 +7,6 @@
 namespace mv::platform {
 namespace {
 
-TEST(SystemTest, CommandLineJoinsTheArgumentsWithoutTheProgramName) {
-  std::string words[] = {"MVPPCSync", "-Mode1", "x y"};
-  char* arguments[] = {words[0].data(), words[1].data(), words[2].data()};
-  EXPECT_EQ(CommandLine(3, arguments), "-Mode1 x y");
-  EXPECT_EQ(CommandLine(1, arguments), "");
-}
-
 TEST(SystemTest, ProgramFolderHasNoSeparatorAtItsEnd) {
   const std::string folder = ProgramFolder();
   ASSERT_FALSE(folder.empty());
@@ -32,6 +25,19 @@ TEST(SystemTest, LocalDateTimeTextHoldsDateAndTime) {
   EXPECT_NE(text.find("11"), std::string::npos) << text;
   EXPECT_NE(text.find("05"), std::string::npos) << text;
   EXPECT_NE(text.find("09"), std::string::npos) << text;
+}
+
+TEST(SystemTest, AtMidnightTheDateStandsAlone) {
+  const std::string midnight = LocalDateTimeText(CivilTime{2026, 11, 21, 0, 0, 0});
+  const std::string later = LocalDateTimeText(CivilTime{2026, 11, 21, 0, 0, 1});
+  EXPECT_TRUE(later.starts_with(midnight + " ")) << later << " and " << midnight;
+}
+
+TEST(SystemTest, OnDayZeroTheTimeStandsAlone) {
+  const std::string time = LocalDateTimeText(CivilTime{1899, 12, 30, 14, 5, 9});
+  const std::string full = LocalDateTimeText(CivilTime{2026, 11, 21, 14, 5, 9});
+  EXPECT_TRUE(full.ends_with(" " + time)) << full << " and " << time;
+  EXPECT_FALSE(LocalDateTimeText(CivilTime{1899, 12, 30, 0, 0, 0}).empty());
 }
 
 TEST(SystemTest, TheClockTellsAValidTimeOfThisCentury) {

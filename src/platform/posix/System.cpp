@@ -42,6 +42,13 @@ std::tm BrokenDownTime(const CivilTime& time) {
   return broken;
 }
 
+/// What of a time is worth showing, as strftime's pattern.
+const char* FormOf(const CivilTime& time) {
+  const bool midnight = time.hour == 0 && time.minute == 0 && time.second == 0;
+  if (DayNumber(time.year, time.month, time.day) == 0) return "%X";
+  return midnight ? "%x" : "%x %X";
+}
+
 }  // namespace
 
 std::string ProgramFolder() {
@@ -59,11 +66,20 @@ std::optional<std::string> EnvironmentVariable(const std::string& name) {
   return std::string(value);
 }
 
+std::string CommandLine(int argc, char** argv) {
+  std::string line;
+  for (int i = 1; i < argc; ++i) {
+    if (i > 1) line += ' ';
+    line += ValidUtf8(argv[i]);
+  }
+  return line;
+}
+
 std::string LocalDateTimeText(const CivilTime& time) {
   const std::tm broken = BrokenDownTime(time);
   const TimeLocale locale;
   char text[128] = {};
-  const std::size_t length = ::strftime_l(text, sizeof text, "%x %X", &broken, locale.Get());
+  const std::size_t length = ::strftime_l(text, sizeof text, FormOf(time), &broken, locale.Get());
   const std::string_view raw(text, length);
   // Locales with a single-byte encoding are rare enough to be read as the code page they mostly agree with.
   return IsValidUtf8(raw) ? std::string(raw) : Utf8FromCp1252(raw);

@@ -6,45 +6,17 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "platform/windows/PrivateProfile.h"
+#include "platform/windows/SystemError.h"
 #include "platform/windows/Wide.h"
 
 namespace mv::platform {
 namespace {
 
 constexpr std::size_t kLongestPiece = 1 << 20;
+/// What the system's temporary names may need behind their folder.
+constexpr std::size_t kTempNameRoom = 256;
 constexpr const char* kStagedSuffix = ".writing";
-
-/// The program's error for a system error code.
-Error ErrorFromCode(DWORD code) {
-  switch (code) {
-    case ERROR_FILE_NOT_FOUND:
-      return StandardError(errors::kFileNotFound);
-    case ERROR_PATH_NOT_FOUND:
-    case ERROR_INVALID_NAME:
-    case ERROR_BAD_PATHNAME:
-    case ERROR_FILENAME_EXCED_RANGE:
-      return StandardError(errors::kPathNotFound);
-    case ERROR_SHARING_VIOLATION:
-    case ERROR_LOCK_VIOLATION:
-    case ERROR_USER_MAPPED_FILE:
-      return StandardError(errors::kPermissionDenied);
-    case ERROR_ACCESS_DENIED:
-    case ERROR_WRITE_PROTECT:
-    case ERROR_ALREADY_EXISTS:
-    case ERROR_FILE_EXISTS:
-    case ERROR_DIRECTORY:
-      return StandardError(errors::kPathFileAccess);
-    case ERROR_DISK_FULL:
-    case ERROR_HANDLE_DISK_FULL:
-      return StandardError(errors::kDiskFull);
-    default:
-      return Error(errors::kDeviceIo, "", "Device I/O error: system error " + std::to_string(code));
-  }
-}
-
-Error LastError() {
-  return ErrorFromCode(::GetLastError());
-}
 
 /// A file handle that closes itself.
 class Handle {
@@ -293,14 +265,20 @@ class WindowsFileSystem : public FileSystem {
     return false;
   }
 
-  std::string RealPath(const std::string& path) const override {
-    const std::wstring native = NativePath(path);
-    const DWORD length = ::GetFullPathNameW(native.c_str(), 0, nullptr, nullptr);
-    if (length == 0) return path;
-    std::wstring full(length, L'\0');
-    full.resize(::GetFullPathNameW(native.c_str(), length, full.data(), nullptr));
-    return Narrow(full);
+  std::string RealPath(const std::string& path) const override { return Narrow(FullPath(NativePath(path))); }
+
+  std::string CreateTempFile(const std::string& folder, const std::string& prefix) override {
+    const std::wstring native = NativePath(folder);
+    if (!IsFolder(native)) throw StandardError(errors::kPathNotFound);
+    std::wstring name(native.size() + kTempNameRoom, L'\0');
+    if (::GetTempFileNameW(native.c_str(), Wide(prefix).c_str(), 0, name.data()) == 0) throw LastError();
+    return Narrow(name.c_str());
   }
+
+  PrivateProfile* Profiles() override { return &profiles_; }
+
+ private:
+  WindowsPrivateProfile profiles_;
 };
 
 }  // namespace

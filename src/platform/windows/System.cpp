@@ -1,26 +1,15 @@
 #include "platform/System.h"
 
 #include <windows.h>
+// After windows.h, which it needs.
+#include <oleauto.h>
 
+#include "base/Error.h"
 #include "base/Text.h"
+#include "platform/windows/CommandLine.h"
 #include "platform/windows/Wide.h"
 
 namespace mv::platform {
-namespace {
-
-SYSTEMTIME SystemTimeOf(const CivilTime& time) {
-  SYSTEMTIME result = {};
-  result.wYear = static_cast<WORD>(time.year);
-  result.wMonth = static_cast<WORD>(time.month);
-  result.wDay = static_cast<WORD>(time.day);
-  result.wHour = static_cast<WORD>(time.hour);
-  result.wMinute = static_cast<WORD>(time.minute);
-  result.wSecond = static_cast<WORD>(time.second);
-  return result;
-}
-
-}  // namespace
-
 std::string ProgramFolder() {
   std::wstring path(MAX_PATH, L'\0');
   DWORD length = ::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
@@ -48,12 +37,16 @@ std::optional<std::string> EnvironmentVariable(const std::string& name) {
 }
 
 std::string LocalDateTimeText(const CivilTime& time) {
-  const SYSTEMTIME system = SystemTimeOf(time);
-  wchar_t date[80] = {};
-  wchar_t clock[80] = {};
-  ::GetDateFormatW(LOCALE_USER_DEFAULT, DATE_SHORTDATE, &system, nullptr, date, 80);
-  ::GetTimeFormatW(LOCALE_USER_DEFAULT, 0, &system, nullptr, clock, 80);
-  return Narrow(date) + " " + Narrow(clock);
+  BSTR text = nullptr;
+  const HRESULT result = ::VarBstrFromDate(DateFromCivil(time).days, LOCALE_USER_DEFAULT, 0, &text);
+  if (FAILED(result)) throw StandardError(errors::kTypeMismatch);
+  const std::string narrow = Narrow(std::wstring_view(text, ::SysStringLen(text)));
+  ::SysFreeString(text);
+  return narrow;
+}
+
+std::string CommandLine(int, char**) {
+  return Narrow(ArgumentsOf(::GetCommandLineW()));
 }
 
 CivilTime SystemClock::Now() const {
