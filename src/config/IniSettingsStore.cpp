@@ -57,8 +57,6 @@ std::string SettingsFolder(const std::function<std::optional<std::string>(const 
   if (IsAbsolutePath(xdg)) return xdg;
   const std::string home = variable("HOME").value_or("");
   if (IsAbsolutePath(home)) return JoinPath(home, ".config");
-  const std::string appData = variable("APPDATA").value_or("");
-  if (IsAbsolutePath(appData)) return appData;
   return programFolder;
 }
 

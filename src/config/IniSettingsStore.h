@@ -31,7 +31,7 @@ class IniSettingsStore : public SettingsStore {
   std::string folder_;
 };
 
-/// The folder of the user's settings files: $XDG_CONFIG_HOME, else $HOME/.config, else %APPDATA%, else `programFolder`.
+/// The folder of the user's settings files: $XDG_CONFIG_HOME, else $HOME/.config, else `programFolder`.
 /// A value that is no absolute path does not count. `variable` looks an environment variable up.
 std::string SettingsFolder(const std::function<std::optional<std::string>(const std::string& name)>& variable,
                            const std::string& programFolder);

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "config/IniSettingsStore.h"
+#include "config/UserSettings.h"
 #include "device/FolderRapi.h"
 #include "device/SystemRapi.h"
 #include "run/DatabaseEngine.h"
@@ -33,8 +33,7 @@ Wiring::Wiring(std::string commandLine)
     : commandLine_(std::move(commandLine)),
       files_(platform::MakeFileSystem()),
       programFolder_(platform::ProgramFolder()),
-      settings_(
-          std::make_unique<IniSettingsStore>(*files_, SettingsFolder(platform::EnvironmentVariable, programFolder_))),
+      settings_(MakeSettingsStore(*files_, programFolder_)),
       log_(*files_, state_.settings),
       ui_(std::make_unique<SilentUserInterface>()),
       rapi_(MakeRapi(*files_, LoadHandheldRoot(*settings_), programFolder_)),

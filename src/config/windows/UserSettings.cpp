@@ -1,0 +1,16 @@
+#include "config/UserSettings.h"
+
+#include "config/windows/RegistrySettingsStore.h"
+#include "config/windows/SystemRegistryStrings.h"
+
+namespace mv {
+
+std::unique_ptr<SettingsStore> MakeSettingsStore(platform::FileSystem&, const std::string&) {
+  return std::make_unique<RegistrySettingsStore>();
+}
+
+std::unique_ptr<RegistryStrings> MakeRegistryStrings(SettingsStore&) {
+  return std::make_unique<SystemRegistryStrings>();
+}
+
+}  // namespace mv
