@@ -5,8 +5,10 @@
 #include "config/UserSettings.h"
 #include "device/FolderRapi.h"
 #include "device/SystemRapi.h"
+#include "run/CurrentError.h"
 #include "run/DatabaseEngine.h"
 #include "run/TableDriver.h"
+#include "ui/SystemUi.h"
 
 namespace mv {
 namespace {
@@ -35,7 +37,7 @@ Wiring::Wiring(std::string commandLine)
       programFolder_(platform::ProgramFolder()),
       settings_(MakeSettingsStore(*files_, programFolder_)),
       log_(*files_, state_.settings),
-      ui_(std::make_unique<SilentUserInterface>()),
+      ui_(MakeSilentUserInterface()),
       rapi_(MakeRapi(*files_, LoadHandheldRoot(*settings_), programFolder_)),
       hooks_(MakeHooks(state_, log_, *ui_)),
       connection_(*rapi_, hooks_),
@@ -49,10 +51,19 @@ Wiring::Wiring(std::string commandLine)
            clock_,       programFolder_} {}
 
 int Wiring::Run(std::ostream& errors) {
-  const EntryContext entry{run_, commandLine_, window_.get(), [] { return true; }, errors};
+  const EntryContext entry{run_, commandLine_, window_.get(), InitCommonControls, errors};
   if (const auto status = Main(entry)) return static_cast<int>(*status);
   window_->RunUntilClosed();
   return static_cast<int>(ExitStatus::Success);
+}
+
+int RunProgram(const std::string& commandLine, std::ostream& errors) {
+  try {
+    return Wiring(commandLine).Run(errors);
+  } catch (...) {
+    ReportUnloggedError(CurrentError(), errors);
+    return static_cast<int>(ExitStatus::Stopped);
+  }
 }
 
 }  // namespace mv

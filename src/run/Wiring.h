@@ -39,4 +39,8 @@ class Wiring {
   RunContext run_;
 };
 
+/// Puts the program together and runs it to its end; returns the process's exit status. Never raises: what no log could
+/// tell goes to `errors`.
+int RunProgram(const std::string& commandLine, std::ostream& errors);
+
 }  // namespace mv

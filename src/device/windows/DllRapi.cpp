@@ -44,13 +44,13 @@ static_assert(sizeof(RapiHandle) == sizeof(HANDLE));
 /// Keeps Windows from showing a message box about a library that does not load: nobody may be there to answer it.
 class QuietLoading {
  public:
-  QuietLoading() { ::SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &before_); }
-  ~QuietLoading() { ::SetThreadErrorMode(before_, nullptr); }
+  QuietLoading() : before_(::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX)) {}
+  ~QuietLoading() { ::SetErrorMode(before_); }
   QuietLoading(const QuietLoading&) = delete;
   QuietLoading& operator=(const QuietLoading&) = delete;
 
  private:
-  DWORD before_ = 0;
+  UINT before_;
 };
 
 std::int32_t LastError() {

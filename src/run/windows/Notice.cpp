@@ -1,0 +1,61 @@
+#include "run/windows/Notice.h"
+
+#include <windows.h>
+
+#include "platform/windows/Wide.h"
+#include "run/Main.h"
+
+namespace mv {
+namespace {
+
+constexpr const wchar_t* kTitle = L"MVPPCSync";
+
+bool IsUsable(HANDLE handle) {
+  return handle != nullptr && handle != INVALID_HANDLE_VALUE;
+}
+
+bool WriteToConsole(HANDLE console, const std::wstring& text) {
+  DWORD count = 0;
+  return ::WriteConsoleW(console, text.data(), static_cast<DWORD>(text.size()), &count, nullptr) != FALSE;
+}
+
+/// False when there is none, or when it cannot be written.
+bool WriteToOwnStandardError(const std::string& text) {
+  const HANDLE handle = ::GetStdHandle(STD_ERROR_HANDLE);
+  if (!IsUsable(handle)) return false;
+  if (WriteToConsole(handle, platform::Wide(text))) return true;
+  DWORD count = 0;
+  return ::WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &count, nullptr) != FALSE;
+}
+
+void WriteToParentsConsole(const std::string& text) {
+  if (!::AttachConsole(ATTACH_PARENT_PROCESS)) return;
+  const HANDLE console = ::CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                       nullptr, OPEN_EXISTING, 0, nullptr);
+  if (IsUsable(console)) {
+    WriteToConsole(console, platform::Wide(text));
+    ::CloseHandle(console);
+  }
+  ::FreeConsole();
+}
+
+}  // namespace
+
+void SystemNoticeOutlet::ShowBox(const std::string& text) {
+  ::MessageBoxW(nullptr, platform::Wide(text).c_str(), kTitle, MB_OK | MB_ICONEXCLAMATION);
+}
+
+void SystemNoticeOutlet::WriteToStandardError(const std::string& text) {
+  if (!WriteToOwnStandardError(text)) WriteToParentsConsole(text);
+}
+
+void TellUser(const std::string& words, const std::string& commandLine, NoticeOutlet& outlet) {
+  if (words.empty()) return;
+  if (SilentModeOf(commandLine)) {
+    outlet.WriteToStandardError(words);
+  } else {
+    outlet.ShowBox(words.substr(0, words.find_last_not_of('\n') + 1));
+  }
+}
+
+}  // namespace mv

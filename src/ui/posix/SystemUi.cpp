@@ -1,0 +1,13 @@
+#include "ui/SystemUi.h"
+
+namespace mv {
+
+bool InitCommonControls() {
+  return true;
+}
+
+std::unique_ptr<UserInterface> MakeSilentUserInterface() {
+  return std::make_unique<SilentUserInterface>();
+}
+
+}  // namespace mv

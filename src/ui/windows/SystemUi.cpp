@@ -1,0 +1,42 @@
+#include "ui/SystemUi.h"
+
+#include <windows.h>
+// After windows.h, which it needs.
+#include <commctrl.h>
+
+namespace mv {
+namespace {
+
+class WindowsSilentUserInterface : public SilentUserInterface {
+ public:
+  void SetHourglass(bool on) override { ::SetCursor(::LoadCursorW(nullptr, on ? IDC_WAIT : IDC_ARROW)); }
+
+  void ProcessMessages() override {
+    MSG message = {};
+    while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+      if (message.message == WM_QUIT) {
+        // It ends the outermost loop, not this one.
+        ::PostQuitMessage(static_cast<int>(message.wParam));
+        return;
+      }
+      ::TranslateMessage(&message);
+      ::DispatchMessageW(&message);
+    }
+  }
+};
+
+}  // namespace
+
+bool InitCommonControls() {
+  INITCOMMONCONTROLSEX classes = {};
+  classes.dwSize = sizeof classes;
+  static_assert(sizeof classes == 8);
+  classes.dwICC = ICC_USEREX_CLASSES;
+  return ::InitCommonControlsEx(&classes) != FALSE;
+}
+
+std::unique_ptr<UserInterface> MakeSilentUserInterface() {
+  return std::make_unique<WindowsSilentUserInterface>();
+}
+
+}  // namespace mv
