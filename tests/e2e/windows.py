@@ -11,7 +11,7 @@ WINDOWS_BIN = pathlib.Path(os.environ.get("MV_WINDOWS_BIN", ROOT / "build" / "wi
 PROGRAM = WINDOWS_BIN / "MVPPCSync.exe"
 LIBRARY = WINDOWS_BIN.parent / "test_rapi" / "rapi.dll"
 WINE_PREFIX = WINDOWS_BIN.parent / "wine-e2e"
-SETTINGS_KEY = r"Software\VB and VBA Program Settings"
+SETTINGS_KEY = r"HKEY_CURRENT_USER\Software\VB and VBA Program Settings\Motorva32"
 
 
 def windows_path(path):
@@ -24,10 +24,6 @@ def wine(*command, timeout=120, **environment):
     return subprocess.run([str(ROOT / "tools" / "wine-run"), *map(str, command)], timeout=timeout,
                           env=dict(os.environ, WINEPREFIX=str(WINE_PREFIX), **environment),
                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode
-
-
-def settings_are_in_the_registry():
-    return SETTINGS_KEY.encode() in PROGRAM.read_bytes()
 
 
 class WindowsWorld(World):
@@ -44,22 +40,11 @@ class WindowsWorld(World):
         self.calls_log = self.folder / "calls.log"
 
     def write_settings(self, **extra):
+        """Into the registry; what a world before this one stored goes away."""
         sections = {"General": {"DBPath": windows_path(self.folder)}, "PPC_Mobile": extra}
-        (self.write_registry if settings_are_in_the_registry() else self.write_ini)(sections)
-
-    def write_ini(self, sections):
-        lines = []
+        lines = ["Windows Registry Editor Version 5.00", "", f"[-{SETTINGS_KEY}]"]
         for section, values in sections.items():
-            lines += [f"[{section}]"] + [f"{k}={v}" for k, v in values.items()]
-        (self.folder / "config").mkdir(exist_ok=True)
-        (self.folder / "config" / "Motorva32.ini").write_text("\n".join(lines) + "\n", encoding="utf-8")
-
-    def write_registry(self, sections):
-        """What a world before this one stored goes away."""
-        key = f"HKEY_CURRENT_USER\\{SETTINGS_KEY}\\Motorva32"
-        lines = ["Windows Registry Editor Version 5.00", "", f"[-{key}]"]
-        for section, values in sections.items():
-            lines += ["", f"[{key}\\{section}]"]
+            lines += ["", f"[{SETTINGS_KEY}\\{section}]"]
             lines += ['"{}"="{}"'.format(k, v.replace("\\", "\\\\").replace('"', '\\"')) for k, v in values.items()]
         file = self.folder / "settings.reg"
         file.write_text("\r\n".join(lines) + "\r\n", encoding="utf-16", newline="")
@@ -68,8 +53,7 @@ class WindowsWorld(World):
 
     def sync(self, mode, timeout=120, script=""):
         return wine(self.program_folder / "MVPPCSync.exe", f"-Mode{mode}", timeout=timeout,
-                    XDG_CONFIG_HOME=windows_path(self.folder / "config"), MV_RAPI_ROOT=windows_path(self.handheld),
-                    MV_RAPI_LOG=windows_path(self.calls_log), MV_RAPI_SCRIPT=script)
+                    MV_RAPI_ROOT=windows_path(self.handheld), MV_RAPI_LOG=windows_path(self.calls_log), MV_RAPI_SCRIPT=script)
 
     def calls(self):
         """What the library wrote down, a line a call."""
