@@ -46,11 +46,17 @@ bool TableCheck::Run() {
   definition_.dataPages = TakePages(*owned, definition_.rowsOwner, definition_.page, place);
   definition_.endRowNumber = context_.rows.NextNumber();
   CheckRows();
-  for (const LongValuePages& part : longValuePages_) {
-    longValues_.NoteOrphans(part.pages, place.OfColumn(definition_.columns[part.column].name));
-  }
+  NoteOrphans();
   CheckCounters();
   return true;
+}
+
+/// Values of rows that cannot be read are nobody's because of that; there is no more to be said about them.
+void TableCheck::NoteOrphans() const {
+  if (hasDamagedRows_) return;
+  for (const LongValuePages& part : longValuePages_) {
+    longValues_.NoteOrphans(part.pages, definition_.Where().OfColumn(definition_.columns[part.column].name));
+  }
 }
 
 /// Pages that could be taken and are data pages.
@@ -118,6 +124,7 @@ void TableCheck::CheckSlot(RowId home) {
   std::optional<RowId> landing = home;
   if (state == SlotState::Moved) landing = FollowMove(home, place);
   const bool sound = landing && CheckRow(context_.rows.Bytes(*landing), place);
+  hasDamagedRows_ = hasDamagedRows_ || !sound;
   context_.rows.SetMark(home, sound ? Mark::Row : Mark::Damaged);
 }
 

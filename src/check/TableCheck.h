@@ -30,6 +30,7 @@ class TableCheck {
   void CheckLongValuePages();
   std::vector<PageNumber> TakePages(const std::vector<PageNumber>& pages, PageOwners::Id owner, std::uint32_t ownerWord,
                                     const Place& place);
+  void NoteOrphans() const;
   void CheckFreeSpaceMap(const std::vector<PageNumber>& listed, const Place& place);
   void CheckRows();
   void CheckSlot(RowId home);
@@ -50,6 +51,7 @@ class TableCheck {
   std::vector<LongValuePages> longValuePages_;
   std::u16string units_;
   std::size_t rowCount_ = 0;
+  bool hasDamagedRows_ = false;
   std::optional<std::int32_t> highestAutonumber_;
   const Row* row_ = nullptr;  ///< the one under check, for texts that name it
 };

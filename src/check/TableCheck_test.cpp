@@ -280,6 +280,13 @@ TEST_F(TableCheckTest, LongValuesOfNoRow_AreNoted) {
   EXPECT_EQ(Check(), Lines{"note: table T, column M, page 5: rows that belong to no value: 1"});
 }
 
+TEST_F(TableCheckTest, LongValuesOfABrokenRow_AreNoFindingOfTheirOwn) {
+  definition_.longValueMaps = {{4, {kMaps, 2}, {kMaps, 3}}};
+  file_.PutDataPage(5, kLongValueOwner, {Bytes(100, 'x')});
+  file_.Byte(kFirst, file_.RowStart({kFirst, 0})) = 6;
+  EXPECT_THAT(Check(), ::testing::ElementsAre(::testing::HasSubstr("more columns than its table")));
+}
+
 TEST_F(TableCheckTest, MapsOfADeletedColumn_KeepItsPages) {
   definition_.longValueMaps = {{9, {kMaps, 2}, {kMaps, 3}}};
   file_.PutDataPage(5, kLongValueOwner, {Bytes(100, 'x')});
