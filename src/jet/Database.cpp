@@ -1,5 +1,6 @@
 #include "jet/Database.h"
 
+#include <map>
 #include <utility>
 
 #include "jet/CreateDatabase.h"
@@ -63,7 +64,9 @@ std::unique_ptr<Database> Database::Open(platform::FileSystem& files, const std:
   const Header header = Header::FromPage(pages->Read(0));
   CheckAccess(path, header);
   if (mode == PageFile::Mode::ReadWrite) CheckWritable(path, header);
-  return std::make_unique<Database>(Key(), std::move(pages), std::move(sources));
+  auto database = std::make_unique<Database>(Key(), std::move(pages), std::move(sources));
+  if (mode == PageFile::Mode::ReadWrite) CheckPageOwners(*database->pages_, database->TablesWithPages());
+  return database;
 }
 
 std::unique_ptr<Database> Database::Create(platform::FileSystem& files, const std::string& path,
@@ -83,6 +86,23 @@ Database::Database(Key, std::unique_ptr<PageFile> pages, ExpressionSources sourc
 Table& Database::SystemTable(PageNumber page, const std::string& name) {
   TableDefinition definition = ReadDefinition(*pages_, page, name);
   return *tables_.emplace(page, std::make_unique<Table>(*pages_, std::move(definition), TableRules())).first->second;
+}
+
+std::vector<NamedTable> Database::TablesWithPages() const {
+  std::map<PageNumber, std::string> system = {{kObjectsPage, "MSysObjects"},
+                                              {kPermissionsPage, "MSysACEs"},
+                                              {kQueriesPage, "MSysQueries"},
+                                              {kRelationshipsPage, "MSysRelationships"}};
+  std::vector<NamedTable> tables;
+  for (CatalogObject& object : catalog_.Objects()) {
+    if (object.type != ObjectType::Table && object.type != ObjectType::LinkedOdbc) continue;
+    const auto page = static_cast<PageNumber>(object.id);
+    system.erase(page);
+    tables.push_back({std::move(object.name), page});
+  }
+  // They have their pages even when the catalog does not list them.
+  for (const auto& [page, name] : system) tables.push_back({name, page});
+  return tables;
 }
 
 std::vector<std::string> Database::TableNames() const {

@@ -9,6 +9,7 @@
 #include "jet/Catalog.h"
 #include "jet/Header.h"
 #include "jet/PageFile.h"
+#include "jet/PageOwners.h"
 #include "jet/RelationDesign.h"
 #include "jet/Relations.h"
 #include "jet/Table.h"
@@ -20,7 +21,8 @@ namespace mv::jet {
 /// An open Jet 4 database file.
 class Database {
  public:
-  /// Opens and recognises a file. Throws the errors of JetErrors.h, one for each kind of file that is refused.
+  /// Opens and recognises a file. Throws the errors of JetErrors.h, one for each kind of file that is refused; for
+  /// writing also DamagedFileError when it is not clear whose each page is (see CheckPageOwners).
   static std::unique_ptr<Database> Open(platform::FileSystem& files, const std::string& path, PageFile::Mode mode,
                                         ExpressionSources sources = {});
   /// Creates an empty database in memory; Commit writes it to `path`, replacing what is there. `created` becomes the
@@ -67,6 +69,7 @@ class Database {
   Table& OpenObject(const CatalogObject& object);
   Table& TableAt(PageNumber page);
   TableDefinition Reread(const Table& table) const;
+  std::vector<NamedTable> TablesWithPages() const;
 
   std::unique_ptr<PageFile> pages_;
   Header header_;

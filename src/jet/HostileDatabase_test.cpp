@@ -1,125 +1,101 @@
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "base/Error.h"
-#include "jet/Database.h"
-#include "jet/JetRecordset.h"
-#include "support/MemoryFileSystem.h"
+#include "platform/System.h"
+#include "support/AllocationLimit.h"
+#include "support/JetExercise.h"
+#include "support/JetMutation.h"
+#include "support/JetSpecimens.h"
+
+// Whatever bytes a file has: using it comes to an end soon, takes no more memory than the file gives reason for, and
+// gives a result or an mv::Error. Writing to one table never changes another.
 
 namespace mv::jet {
 namespace {
 
-const CivilTime kCreated{2026, 11, 21, 14, 5, 9};
+using mv::testing::AllocationLimit;
+using mv::testing::JetDamage;
+using mv::testing::JetExercise;
+using mv::testing::JetMutation;
 
-ColumnSpec Typed(const std::string& name, ColumnType type, std::uint16_t characters = 0) {
-  ColumnSpec column;
-  column.name = name;
-  column.type = type;
-  column.characters = characters;
-  return column;
-}
+/// Seconds that using one damaged file may take; a sound one takes a hundredth of that. Of this process, so that a busy
+/// machine makes no difference.
+constexpr double kMostSeconds = 5;
 
-/// A small database with two tables: indexes, memos of every form, deleted and moved rows.
-Bytes SmallDatabase() {
-  testing::MemoryFileSystem files;
-  const auto database = Database::Create(files, "x.mdb", kCreated);
-  ColumnSpec id = Typed("Id", ColumnType::Long);
-  id.autonumber = true;
-  IndexSpec key;
-  key.name = "PrimaryKey";
-  key.columns = {{"Id"}};
-  key.primaryKey = true;
-  IndexSpec byName;
-  byName.name = "byName";
-  byName.columns = {{"Name"}, {"Active", false}};
-  const std::vector<ColumnSpec> columns = {id, Typed("Name", ColumnType::Text, 30), Typed("Notes", ColumnType::Memo),
-                                           Typed("Active", ColumnType::Boolean), Typed("Price", ColumnType::Currency)};
-  for (const std::string name : {"First", "Second"}) {
-    database->CreateTable({name, columns, {key, byName}}, kCreated);
-    Table& table = database->OpenTable(name);
-    for (std::size_t i = 0; i < 40; ++i) {
-      table.Insert({Null{}, std::string(i % 20, 'n'), std::string(i * 130, 'm'), i % 2 == 0, Currency{5}});
-    }
-    const std::size_t column = 1;
-    const Value longer = std::string(30, 'x');
-    auto row = table.First();
-    for (int i = 0; row; row = table.Next(*row), ++i) {
-      if (i % 5 == 0) table.Delete(*row);
-      if (i % 5 == 1) table.Update(*row, std::span(&column, 1), std::span(&longer, 1));
+struct Tally {
+  int files = 0;
+  int readable = 0;
+  int changed = 0;
+};
+
+class HostileDatabase : public ::testing::Test {
+ protected:
+  /// Damages a file in `count` ways and uses each. Fails the test, naming seed and damage, for whatever is not allowed.
+  void UseDamaged(const Bytes& sound, unsigned firstSeed, unsigned count) {
+    for (unsigned seed = firstSeed; seed < firstSeed + count; ++seed) {
+      std::mt19937 random(seed);
+      std::vector<JetMutation> mutations;
+      for (std::size_t i = 1 + random() % 3; i > 0; --i) mutations.push_back(JetMutation::Random(random));
+      Bytes image = sound;
+      JetDamage(image).Apply(mutations);
+      SCOPED_TRACE("seed " + std::to_string(seed) + ": " + ToText(mutations));
+      ASSERT_NO_FATAL_FAILURE(Use(image, seed));
     }
   }
-  database->Commit();
-  return files.Content("x.mdb");
-}
 
-/// Runs `action`; true when it raised an Error, which is how damage may show. Anything else fails the test.
-template <typename Action>
-bool Raises(Action action) {
-  try {
-    action();
-    return false;
-  } catch (const Error&) {
-    return true;
-  }
-}
-
-/// Reads every table, then changes rows of it, giving up at the first error.
-void UseAll(Database& database) {
-  for (const std::string& name : database.TableNames()) {
-    Raises([&] {
-      Table& table = database.OpenTable(name);
-      int rows = 0;
-      for (auto row = table.First(); row && rows < 10000; row = table.Next(*row), ++rows) {
-        Raises([&] { table.ReadRow(*row); });
-      }
-      JetRecordset cursor(table);
-      cursor.AddNew();
-      for (std::size_t i = 0; i < cursor.Fields().size(); ++i)
-        Raises([&] { cursor.SetFieldValue(i, std::string("7")); });
-      Raises([&] { cursor.Update(); });
-      for (int step = 0; step < 60 && !cursor.Eof(); ++step) {
-        if (Raises([&] { cursor.SetFieldValue(1, std::string(25, 'y')); })) break;
-        if (Raises([&] { cursor.Update(); })) break;
-        if (step % 2 == 0 && Raises([&] { cursor.Delete(); })) break;
-        if (Raises([&] { cursor.MoveNext(); })) break;
-      }
-    });
-  }
-}
-
-class HostileDatabase : public ::testing::TestWithParam<unsigned> {};
-
-TEST_P(HostileDatabase, BytesReplacedAtRandom_GiveAnErrorOrAResultAndNothingElse) {
-  const Bytes whole = SmallDatabase();
-  std::mt19937 random(GetParam());
-  const auto below = [&](std::size_t limit) {
-    return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
-  };
-  for (int round = 0; round < 60; ++round) {
-    Bytes content = whole;
-    const std::size_t changes = 1 + below(4);
-    for (std::size_t i = 0; i < changes; ++i) {
-      // Page heads and the ends of pages hold what leads to other places; hit them more often.
-      const std::size_t page = 1 + below(content.size() / kPageSize - 1);
-      const std::size_t offset = below(2) == 0 ? below(64) : below(kPageSize);
-      content[page * kPageSize + offset] = static_cast<std::uint8_t>(below(256));
+  void Use(const Bytes& image, unsigned seed) {
+    // Vectors that grow with what they are given take up to twice their size.
+    const AllocationLimit limit(4 * image.size() + 1024 * 1024);
+    const std::clock_t start = std::clock();
+    JetExercise exercise(image, seed);
+    std::string complaint;
+    try {
+      complaint = exercise.Run();
+    } catch (const std::exception& other) {
+      complaint = std::string("raised another exception: ") + other.what();
     }
-    testing::MemoryFileSystem files;
-    files.Put("x.mdb", std::move(content));
-    Raises([&] {
-      const auto database = Database::Open(files, "x.mdb", PageFile::Mode::ReadWrite);
-      UseAll(*database);
-      Raises([&] { database->CreateTable({"Third", {Typed("A", ColumnType::Long)}, {}}, kCreated); });
-      database->Commit();
-    });
+    EXPECT_EQ(complaint, "");
+    EXPECT_LT(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, kMostSeconds);
+    ++tally_.files;
+    tally_.readable += exercise.TablesRead() > 4 ? 1 : 0;
+    tally_.changed += exercise.Changes() > 0 ? 1 : 0;
   }
+
+  Tally tally_;
+};
+
+TEST_F(HostileDatabase, SoundFiles_AreReadAndChangedWithoutAComplaint) {
+  for (const Bytes& sound : mv::testing::JetSpecimens()) Use(sound, 1);
+  EXPECT_EQ(tally_.readable, 3);
+  EXPECT_EQ(tally_.changed, 3);
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, HostileDatabase, ::testing::Range(0u, 10u));
+TEST_F(HostileDatabase, DamagedFiles_GiveAResultOrAnErrorAndOtherTablesStayAsTheyWere) {
+  for (const Bytes& sound : mv::testing::JetSpecimens()) UseDamaged(sound, 1, 150);
+  EXPECT_GT(tally_.readable, tally_.files / 4) << "damage that always fails early tests nothing behind";
+  EXPECT_GT(tally_.changed, tally_.files / 8);
+}
+
+TEST_F(HostileDatabase, DamagedRealFiles_GiveAResultOrAnErrorAndOtherTablesStayAsTheyWere) {
+  const auto folder = platform::EnvironmentVariable("JET_SAMPLES");
+  if (!folder) GTEST_SKIP() << "JET_SAMPLES does not name a folder of database files";
+  constexpr std::uintmax_t kLargest = 400000;
+  for (const auto& entry : std::filesystem::directory_iterator(*folder)) {
+    if (entry.file_size() > kLargest) continue;
+    SCOPED_TRACE(entry.path().filename().string());
+    std::ifstream in(entry.path(), std::ios::binary);
+    const Bytes sound{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    UseDamaged(sound, 1, 12);
+  }
+  EXPECT_GT(tally_.changed, tally_.files / 8);
+}
 
 }  // namespace
 }  // namespace mv::jet

@@ -512,7 +512,9 @@ PageNumber IndexTree::NewPage(std::uint8_t level) {
 }
 
 void IndexTree::DropPage(PageNumber page) {
-  UsageMap(file_, map_).Remove(page);
+  UsageMap map(file_, map_);
+  if (!map.Contains(page)) DamagedTree(root_, "has page " + std::to_string(page) + ", which its map does not list");
+  map.Remove(page);
   freePages_.Free(page);
 }
 

@@ -658,6 +658,19 @@ INSTANTIATE_TEST_SUITE_P(
     [](const ::testing::TestParamInfo<Storm>& storm) { return std::string(storm.param.name); });
 
 // Whatever stands on the pages, nothing but the engine's own error may come out.
+TEST_F(IndexTreeTest, PageThatTheMapDoesNotList_IsNotGivenBack) {
+  for (std::uint32_t i = 0; Root().IsLeaf(); ++i) {
+    Bytes key(100, 0);
+    StoreBig(key.data(), i);
+    tree_->Insert(key, {300, static_cast<std::uint8_t>(i)});
+  }
+  UsageMap(storage_.File(), index_.map).Remove(Root().FirstChild());
+  const auto removeAll = [&] {
+    for (const IndexTree::Entry& entry : tree_->Entries()) tree_->Remove(entry.key, entry.row);
+  };
+  EXPECT_EQ(ErrorNumberOf(removeAll), errors::kJetGeneral);
+}
+
 TEST_F(IndexTreeTest, DamagedBytes_RaiseNothingButTheDamageError) {
   constexpr std::uint32_t kSeed = 20041103;
   RecordProperty("seed", static_cast<int>(kSeed));

@@ -124,7 +124,8 @@ std::optional<PageNumber> LongValues::PageWithRoom(std::size_t length) {
     searchBelow_ = number ? *number : kAbovePages;
     if (!number) continue;
     const DataPageView page(file_, *number);
-    if (page.Owner() != kOwnerLongValues) Damaged("would go to a page that holds something else");
+    const bool isOwn = page.Owner() == kOwnerLongValues && owned_.Contains(*number);
+    if (!isOwn) Damaged("would go to a page that holds something else");
     if (!page.HasRoomFor(length)) continue;
     searchBelow_ = *number + 1;
     return number;

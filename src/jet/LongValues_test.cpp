@@ -310,6 +310,13 @@ TEST_F(LongValuesTest, ChainOfTheWrongLength_IsRefused) {
   }
 }
 
+TEST_F(LongValuesTest, PageOfAnotherColumnInTheListOfPagesWithRoom_IsNotWrittenTo) {
+  LongValues values(storage_.File(), OleColumn());
+  const RowId row = RowId::FromWord(LoadLittle<std::uint32_t>(Stored(values, Numbers(100)).data() + 4));
+  UsageMap(storage_.File(), owned_).Remove(row.page);
+  EXPECT_EQ(ErrorNumberOf([&] { Stored(values, Numbers(100)); }), errors::kJetGeneral);
+}
+
 TEST_F(LongValuesTest, ValueOnAPageOfAnotherColumn_IsNotRemoved) {
   LongValues values(storage_.File(), OleColumn());
   const Bytes extent = Stored(values, Numbers(70));

@@ -28,6 +28,17 @@ bool HasRoomToList(const DataPageView& page) {
 RowStore::RowStore(PageFile& file, PageNumber tablePage, RowId owned, RowId freeSpace)
     : file_(file), freePages_(file), tablePage_(tablePage), owned_(file, owned), freeSpace_(file, freeSpace) {}
 
+void RowStore::DamagedList(PageNumber number) {
+  throw DamagedFileError("page " + std::to_string(number) + " is listed by a table that does not own it");
+}
+
+/// A page that the table's maps list: theirs also by its own word.
+DataPageView RowStore::OwnPage(PageNumber number) const {
+  const DataPageView page(file_, number);
+  if (page.Owner() != tablePage_) DamagedList(number);
+  return page;
+}
+
 std::optional<RowId> RowStore::First() const {
   return NextFrom(0, 0);
 }
@@ -39,7 +50,7 @@ std::optional<RowId> RowStore::Next(RowId row) const {
 /// The first live row from slot `slot` of `page` on, or on a later page.
 std::optional<RowId> RowStore::NextFrom(PageNumber page, std::size_t slot) const {
   for (auto number = owned_.LowestFrom(page); number; number = owned_.LowestFrom(*number + 1)) {
-    const DataPageView view(file_, *number);
+    const DataPageView view = OwnPage(*number);
     for (std::size_t at = *number == page ? slot : 0; at < view.SlotCount(); ++at) {
       if (view.IsHome(at)) return RowId{*number, static_cast<std::uint8_t>(at)};
     }
@@ -49,7 +60,7 @@ std::optional<RowId> RowStore::NextFrom(PageNumber page, std::size_t slot) const
 
 std::optional<RowId> RowStore::Last() const {
   for (auto number = owned_.Highest(); number; number = owned_.HighestBelow(*number)) {
-    const DataPageView view(file_, *number);
+    const DataPageView view = OwnPage(*number);
     for (std::size_t at = view.SlotCount(); at-- > 0;) {
       if (view.IsHome(at)) return RowId{*number, static_cast<std::uint8_t>(at)};
     }
@@ -59,14 +70,14 @@ std::optional<RowId> RowStore::Last() const {
 
 bool RowStore::IsLive(RowId row) const {
   if (!owned_.Contains(row.page)) return false;
-  const DataPageView page(file_, row.page);
+  const DataPageView page = OwnPage(row.page);
   return row.slot < page.SlotCount() && page.IsHome(row.slot);
 }
 
 std::int64_t RowStore::Count() const {
   std::int64_t count = 0;
   for (auto number = owned_.Lowest(); number; number = owned_.LowestFrom(*number + 1)) {
-    const DataPageView page(file_, *number);
+    const DataPageView page = OwnPage(*number);
     for (std::size_t slot = 0; slot < page.SlotCount(); ++slot) count += page.IsHome(slot) ? 1 : 0;
   }
   return count;
@@ -91,7 +102,7 @@ std::optional<RowId> RowStore::LandingOf(RowId home) const {
   if (bytes.size() < kAddressSize) throw DamagedFileError(AddressText(home) + " was moved to no address");
   const RowId landing = RowId::FromWord(LoadLittle<std::uint32_t>(bytes.data()));
   const bool isLanding =
-      owned_.Contains(landing.page) && DataPageView(file_, landing.page).State(landing.slot) == SlotState::Landing;
+      owned_.Contains(landing.page) && OwnPage(landing.page).State(landing.slot) == SlotState::Landing;
   if (!isLanding) throw DamagedFileError(AddressText(home) + " was moved to a place that does not hold it");
   return landing;
 }
@@ -112,10 +123,8 @@ RowId RowStore::Place(ByteView row, Where where) {
 /// The highest listed page with room. Pages found too full are taken off the list, so none is tried twice in vain.
 std::optional<PageNumber> RowStore::PageWithRoom(std::size_t length) {
   while (const std::optional<PageNumber> number = freeSpace_.Highest()) {
-    const DataPageView page(file_, *number);
-    if (page.Owner() != tablePage_ || !owned_.Contains(*number)) {
-      throw DamagedFileError("page " + std::to_string(*number) + " is listed by a table that does not own it");
-    }
+    if (!owned_.Contains(*number)) DamagedList(*number);
+    const DataPageView page = OwnPage(*number);
     if (page.HasRoomFor(length)) return number;
     freeSpace_.Remove(*number);
   }

@@ -10,7 +10,6 @@
 
 namespace mv::jet {
 
-class DataPage;
 class DataPageView;
 
 /// The rows of one table as bytes: finds and keeps them on the table's data pages. Knows nothing of columns and
@@ -47,6 +46,8 @@ class RowStore {
  private:
   enum class Where { Home, Landing };
 
+  [[noreturn]] static void DamagedList(PageNumber number);
+  DataPageView OwnPage(PageNumber number) const;
   std::optional<RowId> NextFrom(PageNumber page, std::size_t slot) const;
   void RequireLive(RowId row) const;
   std::optional<RowId> LandingOf(RowId home) const;

@@ -69,6 +69,15 @@ TEST_F(RowStoreTest, Rows_AreScannedInPhysicalOrder) {
   EXPECT_EQ(Owned().size(), 3U);
 }
 
+TEST_F(RowStoreTest, PageThatSaysItIsAnotherTables_IsNeitherReadNorChanged) {
+  const RowId row = rows_.Insert(Bytes(19, 1));
+  StoreLittle<std::uint32_t>(storage_.File().Write(row.page).data() + kOwnerOffset, kTablePage + 1);
+  EXPECT_EQ(ErrorNumberOf([&] { rows_.First(); }), errors::kJetGeneral);
+  EXPECT_EQ(ErrorNumberOf([&] { rows_.Read(row); }), errors::kJetGeneral);
+  EXPECT_EQ(ErrorNumberOf([&] { rows_.Remove(row); }), errors::kJetGeneral);
+  EXPECT_EQ(ErrorNumberOf([&] { rows_.Insert(Bytes(19, 1)); }), errors::kJetGeneral);
+}
+
 TEST_F(RowStoreTest, PageWith256FreeBytesOrFewer_IsNotListed) {
   rows_.Insert(Bytes(1911, 1));
   rows_.Insert(Bytes(1910, 1));

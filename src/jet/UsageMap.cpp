@@ -30,9 +30,6 @@ constexpr std::size_t kLongestInline = 4005;
 /// Page numbers have 24 bits in row addresses.
 constexpr PageNumber kPageNumberEnd = 1 << 24;
 
-constexpr RowId kFreePagesMap = {1, 0};
-constexpr RowId kReleasedPagesMap = {1, 1};
-
 constexpr std::size_t kBitsPerWord = 64;
 
 bool TestBit(ByteView bits, std::size_t bit) {
@@ -163,6 +160,16 @@ void ClearToReferences(PageFile& file, RowId where) {
 
 bool UsageMap::Covers(PageNumber page) const {
   return MapRow(file_, where_).Covers(page);
+}
+
+std::vector<PageNumber> UsageMap::BitPages() const {
+  const MapRow row(file_, where_);
+  std::vector<PageNumber> pages;
+  if (row.IsInline()) return pages;
+  for (std::size_t range = 0; range < row.References(); ++range) {
+    if (row.Reference(range) != 0) pages.push_back(row.Reference(range));
+  }
+  return pages;
 }
 
 bool UsageMap::Contains(PageNumber page) const {

@@ -10,6 +10,10 @@ namespace mv::jet {
 
 class FreePages;
 
+/// The file's own maps, see FreePages.
+inline constexpr RowId kFreePagesMap = {1, 0};
+inline constexpr RowId kReleasedPagesMap = {1, 1};
+
 /// A set of pages, kept as one row of a data page (its address names the map). All numbers little-endian.
 ///
 /// Kind 0, inline:
@@ -51,6 +55,8 @@ class UsageMap {
 
   /// True when the map has a bit for `page`, set or not.
   bool Covers(PageNumber page) const;
+  /// The bit pages of a map of kind 1; none of another one.
+  std::vector<PageNumber> BitPages() const;
 
  private:
   friend class FreePages;
