@@ -38,10 +38,11 @@ function(mv_module name)
   endif()
 endfunction()
 
-# mv_test(NAME SOURCES ... DEPENDS ...): a Google Test program; a cross build runs it through MV_TEST_RUNNER (Wine).
+# mv_test(NAME SOURCES ... DEPENDS ...): a Google Test program; a cross build runs it through MV_TEST_RUNNER (Wine). Not
+# with MV_FUZZ.
 function(mv_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
-  if(NOT TARGET GTest::gmock_main)
+  if(NOT TARGET GTest::gmock_main OR MV_FUZZ)
     return()
   endif()
   add_executable(${name} ${ARG_SOURCES})

@@ -285,6 +285,8 @@ const T& Wanted(const Json& value, const char* what) {
 
 }  // namespace
 
+Json::Json() = default;
+
 Json::Json(Content content, JsonPosition position) : content_(std::move(content)), position_(position) {}
 
 bool Json::IsNull() const {

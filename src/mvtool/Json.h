@@ -37,7 +37,8 @@ class Json {
   using Object = std::vector<Member>;
   using Content = std::variant<std::nullptr_t, bool, JsonNumber, std::string, Array, Object>;
 
-  Json() = default;
+  /// The null.
+  Json();
   Json(Content content, JsonPosition position);
 
   bool IsNull() const;
@@ -67,7 +68,7 @@ class Json {
   [[noreturn]] void Fail(const std::string& message) const;
 
  private:
-  Content content_ = nullptr;
+  Content content_;  ///< at first the null
   JsonPosition position_;
 };
 

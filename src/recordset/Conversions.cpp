@@ -22,6 +22,9 @@ template <typename... Functions>
 struct Overloaded : Functions... {
   using Functions::operator()...;
 };
+// Older compilers do not find this by themselves.
+template <typename... Functions>
+Overloaded(Functions...) -> Overloaded<Functions...>;
 
 /// A number, date, Boolean or number text as a double. Exact for every integer field type.
 double NumberOf(const Value& value) {

@@ -23,7 +23,7 @@ namespace mv::testing {
 /// Does to a database file, which may be damaged in any way, what the program does to databases: opens it, reads every
 /// value, looks rows up, inserts, updates, deletes, adds a table, commits. Only mv::Error may come of that, and it is
 /// taken for an answer. What must not happen is that writing to one table changes another: Run compares what every
-/// other table reads like before and after.
+/// other table reads like before and after, tables that relations join to it aside.
 class JetExercise {
  public:
   /// `seed` decides which rows are changed.
@@ -55,6 +55,8 @@ class JetExercise {
   struct Reading {
     std::map<std::uint32_t, std::string> rows;  ///< readable rows by address
     bool complete = false;                      ///< no row was missed
+    jet::PageNumber page = 0;                   ///< of the definition
+    std::set<jet::PageNumber> related;          ///< definitions that its relations name
   };
   using Readings = std::map<std::string, Reading>;
 
@@ -126,6 +128,10 @@ class JetExercise {
   static Reading ReadTable(jet::Database& database, const std::string& name) {
     Reading reading;
     const jet::Table& table = database.OpenTable(name);
+    reading.page = table.Definition().page;
+    for (const jet::LogicalIndex& index : table.Definition().indexes) {
+      if (index.relation != 0) reading.related.insert(index.otherTable);
+    }
     reading.complete = Attempt([&] {
       for (auto row = table.First(); row; row = table.Next(*row)) {
         std::string text = "unreadable";
@@ -218,7 +224,24 @@ class JetExercise {
     if (!Attempt([&] { ChangeRows(file->database->OpenTable(name)); })) return {};
     if (!Attempt([&] { file->database->Commit(); })) return {};
     file->database.reset();
-    return CompareOthers(file->files.Content(kPath), {name}, "changing rows of '" + name + "'");
+    return CompareOthers(file->files.Content(kPath), RelatedTo(name), "changing rows of '" + name + "'");
+  }
+
+  /// The table and those that changes to it may reach through relations, in which each side names the other.
+  std::set<std::string> RelatedTo(const std::string& name) const {
+    std::set<std::string> reached = {name};
+    for (std::size_t count = 0; count != reached.size();) {
+      count = reached.size();
+      for (const auto& entry : before_) {
+        const Reading& other = entry.second;
+        const bool isReached = std::any_of(reached.begin(), reached.end(), [&](const std::string& from) {
+          const Reading& origin = before_.at(from);
+          return origin.related.contains(other.page) && other.related.contains(origin.page);
+        });
+        if (isReached) reached.insert(entry.first);
+      }
+    }
+    return reached;
   }
 
   std::string AddTable() {

@@ -94,8 +94,32 @@ inline Bytes AllTypes() {
   return database.Image();
 }
 
+/// Two tables that a relation joins, with rows that go together, and one beside them.
+inline Bytes RelatedTables() {
+  JetDatabase database;
+  jet::Table& owners = database.Add(JetTable("Owners").Text("Name", 20).PrimaryKey("Name"));
+  jet::Table& cars = database.Add(JetTable("Cars").Autonumber("Id").Text("Owner", 20).PrimaryKey("Id"));
+  jet::Table& others = database.Add(JetTable("Others").Text("Name", 20).PrimaryKey("Name"));
+  jet::RelationSpec relation;
+  relation.name = "OwnerCar";
+  relation.table = "Cars";
+  relation.columns = {"Owner"};
+  relation.references = "Owners";
+  relation.referencedColumns = {"Name"};
+  relation.cascadeUpdate = true;
+  relation.onDelete = jet::RelationSpec::OnDelete::Cascade;
+  database->CreateRelation(relation, kJetCreated);
+  for (std::int32_t i = 0; i < 20; ++i) {
+    const std::string name = "name " + std::to_string(i);
+    owners.Insert({name});
+    others.Insert({name});
+    for (std::int32_t car = 0; car < i % 4; ++car) cars.Insert({Null(), name});
+  }
+  return database.Image();
+}
+
 inline std::vector<Bytes> JetSpecimens() {
-  return {PairOfTables(), TallTrees(), AllTypes()};
+  return {PairOfTables(), TallTrees(), AllTypes(), RelatedTables()};
 }
 
 }  // namespace mv::testing
