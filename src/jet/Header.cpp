@@ -94,7 +94,7 @@ std::array<std::uint8_t, 2> PlainIdentifier(Account account) {
 std::string AceReason(std::uint8_t version) {
   const auto reason = [](const char* release) {
     return std::string("It was made by ") + release +
-           " (ACE); save it in the format of Access 2000 or 2002-2003 first.";
+           " (ACE). Open it there and save it as an Access 2000 or Access 2002-2003 database (*.mdb).";
   };
   switch (version) {
     case 2:
@@ -209,11 +209,16 @@ void CheckFileKind(const std::string& path, ByteView start, std::uint64_t length
   const std::string name(start.begin() + kNameAt, start.begin() + kNameAt + kNameSize);
   const std::uint8_t version = start[kVersionAt];
   if (name == kAceName) throw UnrecognizedFormatError(path, AceReason(version));
-  if (name == kMsisamName) throw UnrecognizedFormatError(path, "It is an MSISAM database.");
+  if (name == kMsisamName)
+    throw UnrecognizedFormatError(path,
+                                  "It is an MSISAM database, which another program made; export its tables "
+                                  "there.");
   if (name != kJetName) throw UnrecognizedFormatError(path);
   if (version == kVersionJet3) {
     throw UnrecognizedFormatError(
-        path, "It is an Access 97 file (Jet 3); convert it to the format of Access 2000 or 2002-2003 first.");
+        path,
+        "It is an Access 97 database (Jet 3). Open it with Access 2000, 2002 or 2003 and convert it to the Access 2000 "
+        "format.");
   }
   if (version != kVersionJet4) {
     throw UnrecognizedFormatError(
@@ -226,8 +231,13 @@ void CheckFileKind(const std::string& path, ByteView start, std::uint64_t length
 }
 
 void CheckAccess(const std::string& path, const Header& header) {
-  if (header.PageKey() != 0) throw UnsupportedError("'" + path + "' is encoded (encrypted); decode it first");
-  if (header.HasPassword()) throw Error(errors::kJetNotAValidPassword, "", "Not a valid password.");
+  if (header.PageKey() != 0)
+    throw UnsupportedError("'" + path +
+                           "' is encoded (encrypted); decode it in Access, or copy its tables to a new "
+                           "database");
+  if (!header.HasPassword()) return;
+  throw Error(errors::kJetNotAValidPassword, "",
+              "Not a valid password. '" + path + "' is protected by a password; remove it in Access.");
 }
 
 void CheckWritable(const std::string& path, const Header& header) {

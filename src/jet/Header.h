@@ -73,7 +73,8 @@ class Header {
 /// when there are that many. Throws UnrecognizedFormatError, with a reason for each kind of file it knows.
 void CheckFileKind(const std::string& path, ByteView start, std::uint64_t length);
 
-/// Throws when the pages are encoded (UnsupportedError) or a password is set (-2147217843 "Not a valid password.").
+/// Throws when the pages are encoded (UnsupportedError) or a password is set (-2147217843 "Not a valid password." and
+/// what to do about it).
 void CheckAccess(const std::string& path, const Header& header);
 
 /// Throws DamagedFileError when a commit word tells that the file must be repaired before anything is written to it.

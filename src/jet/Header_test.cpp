@@ -141,31 +141,44 @@ TEST(CheckFileKind, OtherFirstBytes_AreNoDatabase) {
   }
 }
 
-TEST(CheckFileKind, FilesOfLaterEngines_AreNamed) {
-  EXPECT_EQ(
-      Refusal(NamedPage("Standard ACE DB", 2), kLength),
-      kUnrecognized + " It was made by Access 2007 (ACE); save it in the format of Access 2000 or 2002-2003 first.");
-  EXPECT_EQ(
-      Refusal(NamedPage("Standard ACE DB", 3), kLength),
-      kUnrecognized + " It was made by Access 2010 (ACE); save it in the format of Access 2000 or 2002-2003 first.");
-  for (const std::uint8_t version : {std::uint8_t{4}, std::uint8_t{5}}) {
-    EXPECT_NE(Refusal(NamedPage("Standard ACE DB", version), kLength).find("Access 2013 or 2016"), std::string::npos);
+struct OtherKind {
+  const char* name;
+  std::uint8_t version;
+  const char* reason;
+};
+
+TEST(CheckFileKind, FilesOfOtherEngines_SayWhatTheyAreAndWhatToDo) {
+  static constexpr OtherKind kKinds[] = {
+      {"Standard Jet DB", 0,
+       "It is an Access 97 database (Jet 3). Open it with Access 2000, 2002 or 2003 and convert it to the Access 2000 "
+       "format."},
+      {"Standard Jet DB", 2, "It was made by a newer version of the engine (version 2)."},
+      {"Standard ACE DB", 2,
+       "It was made by Access 2007 (ACE). Open it there and save it as an Access 2000 or Access 2002-2003 database "
+       "(*.mdb)."},
+      {"Standard ACE DB", 3,
+       "It was made by Access 2010 (ACE). Open it there and save it as an Access 2000 or Access 2002-2003 database "
+       "(*.mdb)."},
+      {"Standard ACE DB", 4,
+       "It was made by Access 2013 or 2016 (ACE). Open it there and save it as an Access 2000 or Access 2002-2003 "
+       "database (*.mdb)."},
+      {"Standard ACE DB", 5,
+       "It was made by Access 2013 or 2016 (ACE). Open it there and save it as an Access 2000 or Access 2002-2003 "
+       "database (*.mdb)."},
+      {"Standard ACE DB", 6,
+       "It was made by Access 2019 (ACE). Open it there and save it as an Access 2000 or Access 2002-2003 database "
+       "(*.mdb)."},
+      {"Standard ACE DB", 9,
+       "It was made by a version of Access from 2007 on (ACE). Open it there and save it as an Access 2000 or Access "
+       "2002-2003 database (*.mdb)."},
+      // Its version is that of Jet 4.
+      {"MSISAM Database", 1, "It is an MSISAM database, which another program made; export its tables there."},
+  };
+  for (const OtherKind& kind : kKinds) {
+    EXPECT_EQ(Refusal(NamedPage(kind.name, kind.version), kLength), kUnrecognized + " " + kind.reason);
+    // Files of older engines have smaller pages: the kind comes before the length.
+    EXPECT_EQ(Refusal(NamedPage(kind.name, kind.version), kLength + 2048), kUnrecognized + " " + kind.reason);
   }
-  EXPECT_NE(Refusal(NamedPage("Standard ACE DB", 6), kLength).find("Access 2019"), std::string::npos);
-  EXPECT_NE(Refusal(NamedPage("Standard ACE DB", 9), kLength).find("Access from 2007 on"), std::string::npos);
-  EXPECT_EQ(Refusal(NamedPage("Standard Jet DB", 2), kLength),
-            kUnrecognized + " It was made by a newer version of the engine (version 2).");
-}
-
-TEST(CheckFileKind, MsisamFile_IsNamedThoughItsVersionIsThatOfJet4) {
-  EXPECT_EQ(Refusal(NamedPage("MSISAM Database", 1), kLength), kUnrecognized + " It is an MSISAM database.");
-}
-
-TEST(CheckFileKind, Jet3File_IsToBeConvertedEvenWhenItsLengthIsNoMultipleOf4096) {
-  const std::string expected =
-      kUnrecognized + " It is an Access 97 file (Jet 3); convert it to the format of Access 2000 or 2002-2003 first.";
-  EXPECT_EQ(Refusal(NamedPage("Standard Jet DB", 0), kLength), expected);
-  EXPECT_EQ(Refusal(NamedPage("Standard Jet DB", 0), kLength + 2048), expected);
 }
 
 TEST(CheckFileKind, LengthThatIsNoMultipleOf4096_IsDamage) {
@@ -178,14 +191,15 @@ TEST(CheckAccess, EncodedPages_AreRefusedWithATextOfTheirOwn) {
   const Error error = ErrorOf([&] { CheckAccess("a.mdb", header); });
   EXPECT_EQ(error.Number(), errors::kJetGeneral);
   EXPECT_EQ(error.Description(),
-            "Not supported: 'a.mdb' is encoded (encrypted); decode it first. Nothing was changed.");
+            "Not supported: 'a.mdb' is encoded (encrypted); decode it in Access, or copy its tables to a new database. "
+            "Nothing was changed.");
 }
 
 TEST(CheckAccess, PasswordSet_IsNotAValidPassword) {
   const Header header = Header::FromPage(ChangedHeader(0x68, "01 00"));
   const Error error = ErrorOf([&] { CheckAccess("a.mdb", header); });
   EXPECT_EQ(error.Number(), -2147217843);
-  EXPECT_EQ(error.Description(), "Not a valid password.");
+  EXPECT_EQ(error.Description(), "Not a valid password. 'a.mdb' is protected by a password; remove it in Access.");
 }
 
 TEST(CheckAccess, EncodedAndWithPassword_IsCalledEncoded) {
