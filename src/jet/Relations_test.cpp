@@ -586,8 +586,12 @@ TEST_F(SpoiltRelations, UnknownSide_IsRefused) {
 
 /// Byte offset of a tree's block in the image.
 std::size_t TreeAt(const Table& table, std::size_t number) {
-  return table.Definition().page * kPageSize + table.Definition().indexData[number].rootFieldOffset -
-         layout::index::kRootAt;
+  const TableDefinition& definition = table.Definition();
+  std::size_t at = definition.page * kPageSize + layout::kHeadSize +
+                   layout::kStatisticsSize * definition.indexData.size() +
+                   layout::kColumnSize * definition.columns.size();
+  for (const Column& column : definition.columns) at += 2 + 2 * column.name.size();
+  return at + layout::kIndexDataSize * number;
 }
 
 TEST_F(SpoiltRelations, KeyThatIsNotUnique_IsRefused) {

@@ -99,7 +99,6 @@ IndexData ReadIndexData(const DefinitionReader& reader, std::size_t at) {
   index.map = reader.Address(at + layout::index::kMapAt);
   index.root = reader.Number<std::uint32_t>(at + layout::index::kRootAt);
   index.flags = reader.Number<std::uint8_t>(at + layout::index::kFlagsAt);
-  index.rootFieldOffset = static_cast<std::uint32_t>(at + layout::index::kRootAt);
   return index;
 }
 

@@ -68,10 +68,9 @@ struct IndexData {
     bool ascending = true;
   };
   std::vector<KeyColumn> columns;
-  RowId map;                          ///< map of the tree's pages
-  PageNumber root = 0;                ///< never changes
-  std::uint8_t flags = 0x80;          ///< 01 unique, 02 ignore nulls, 08 required
-  std::uint32_t rootFieldOffset = 0;  ///< unused by readers; where the block starts in the definition
+  RowId map;                  ///< map of the tree's pages
+  PageNumber root = 0;        ///< never changes
+  std::uint8_t flags = 0x80;  ///< 01 unique, 02 ignore nulls, 08 required
 
   bool IsUnique() const { return (flags & 0x01) != 0; }
   bool IgnoresNulls() const { return (flags & 0x02) != 0; }

@@ -71,7 +71,8 @@ class FileSystem {
   /// The same for content from memory; keeps the mode of an existing file.
   virtual void WriteWhole(const std::string& path, ByteView content) = 0;
 
-  /// A name for the file that StageOver opens: the folder of `path` and a name of our own made from its name.
+  /// A name for the file that ReplaceOpen puts in the place of `path`: the folder of `path` and a name of our own made
+  /// from its name.
   virtual std::string StagedName(const std::string& path) const = 0;
   /// Puts a completely written file in the place of another in one step. `staged` was opened on StagedName(path) with
   /// Sharing::None, `current` on `path` with Sharing::None; both are given up. Returns `path` opened anew (ReadWrite,
