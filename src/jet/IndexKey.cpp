@@ -133,15 +133,17 @@ void AppendDecimal(Bytes& key, const Column& column, const std::string& text) {
   if (decimal.negative) Invert(key, from);
 }
 
-void AppendText(Bytes& key, const Column& column, const std::string& text) {
+/// `table`: for the message; empty when it is not known.
+void AppendText(Bytes& key, const Column& column, const std::string& table, const std::string& text) {
   const std::optional<char32_t> unknown = AppendTextKey(key, text);
   if (!unknown) return;
-  throw UnsupportedError("column " + Quoted(column.name) + " is part of an index and its text has the character U+" +
-                         Hex(*unknown, 4) + ", whose place in the sort order is not known");
+  throw UnsupportedError("column " + Quoted(column.name) + (table.empty() ? "" : " of table " + Quoted(table)) +
+                         " is part of an index and its text has the character U+" + Hex(*unknown, 4) +
+                         ", whose place in the sort order is not known");
 }
 
 /// The ascending value bytes of the types whose descending form is all bytes inverted.
-void AppendPlainValue(Bytes& key, const Column& column, const Value& value) {
+void AppendPlainValue(Bytes& key, const Column& column, const std::string& table, const Value& value) {
   switch (column.type) {
     case ColumnType::Byte:
       key.push_back(As<std::uint8_t>(value));
@@ -169,7 +171,7 @@ void AppendPlainValue(Bytes& key, const Column& column, const Value& value) {
       return;
     case ColumnType::Text:
     case ColumnType::Memo:
-      AppendText(key, column, As<std::string>(value));
+      AppendText(key, column, table, As<std::string>(value));
       return;
     default:
       throw UnsupportedError("column " + Quoted(column.name) + " is of a type that has no index keys");
@@ -181,6 +183,23 @@ void AppendBoolean(Bytes& key, const Value& value, bool ascending) {
   const std::uint8_t byte = isTrue ? kTrue : kFalse;
   key.push_back(ascending ? kAscendingStart : kDescendingStart);
   key.push_back(ascending ? byte : static_cast<std::uint8_t>(~byte));
+}
+
+void AppendPart(Bytes& key, const Column& column, const std::string& table, const Value& value, bool ascending) {
+  const std::string reason = WhyNoKey(column, ascending);
+  if (!reason.empty()) throw UnsupportedError(reason);
+  if (column.type == ColumnType::Boolean) return AppendBoolean(key, value, ascending);
+  if (IsNull(value)) return key.push_back(ascending ? kAscendingNull : kDescendingNull);
+
+  key.push_back(ascending ? kAscendingStart : kDescendingStart);
+  const std::size_t from = key.size();
+  const std::uint8_t flip = ascending ? 0x00 : 0xFF;
+  if (column.type == ColumnType::Binary) return AppendGroups(key, As<Bytes>(value), flip);
+  if (column.type == ColumnType::Guid) return AppendGroups(key, GuidFromText(As<std::string>(value)), flip);
+  AppendPlainValue(key, column, table, value);
+  if (ascending) return;
+  Invert(key, from);
+  if (IsText(column.type)) key.push_back(kTextEnd);
 }
 
 /// Position in TableDefinition::columns of a column id; columns.size() when there is no such column.
@@ -199,20 +218,7 @@ std::string IndexNameOf(const TableDefinition& table, const IndexData& index) {
 }  // namespace
 
 void AppendKey(Bytes& key, const Column& column, const Value& value, bool ascending) {
-  const std::string reason = WhyNoKey(column, ascending);
-  if (!reason.empty()) throw UnsupportedError(reason);
-  if (column.type == ColumnType::Boolean) return AppendBoolean(key, value, ascending);
-  if (IsNull(value)) return key.push_back(ascending ? kAscendingNull : kDescendingNull);
-
-  key.push_back(ascending ? kAscendingStart : kDescendingStart);
-  const std::size_t from = key.size();
-  const std::uint8_t flip = ascending ? 0x00 : 0xFF;
-  if (column.type == ColumnType::Binary) return AppendGroups(key, As<Bytes>(value), flip);
-  if (column.type == ColumnType::Guid) return AppendGroups(key, GuidFromText(As<std::string>(value)), flip);
-  AppendPlainValue(key, column, value);
-  if (ascending) return;
-  Invert(key, from);
-  if (IsText(column.type)) key.push_back(kTextEnd);
+  AppendPart(key, column, {}, value, ascending);
 }
 
 IndexKey KeyOf(const TableDefinition& table, const IndexData& index, std::span<const Value> values) {
@@ -224,7 +230,7 @@ IndexKey KeyOf(const TableDefinition& table, const IndexData& index, std::span<c
     const bool isNull = IsNull(values[position]) && column.type != ColumnType::Boolean;
     key.allNull = key.allNull && isNull;
     key.anyNull = key.anyNull || isNull;
-    AppendKey(key.bytes, column, values[position], part.ascending);
+    AppendPart(key.bytes, column, table.name, values[position], part.ascending);
   }
   if (key.bytes.size() > kLongestKey) {
     throw UnsupportedError("the key of index " + Quoted(IndexNameOf(table, index)) + " of table " + Quoted(table.name) +

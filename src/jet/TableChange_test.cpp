@@ -284,9 +284,49 @@ TEST_F(TableChangeTest, TextIndexOfAnotherSortOrder_ForbidsWhatWouldChangeIt) {
 
 TEST_F(TableChangeTest, CharacterWithoutAPlaceInTheSortOrder_IsRefusedInAnIndexOnly) {
   Table& table = database_.Add(JetTable("T").Text("K", 9).Text("X", 9).PrimaryKey("K"));
-  UnsupportedText([&] { table.Insert({Text("\xF0\x9F\x9A\x97"), Null()}); });
+  EXPECT_EQ(UnsupportedText([&] {
+              table.Insert({Text("\xF0\x9F\x9A\x97"), Null()});
+            }),
+            "Not supported: column 'K' of table 'T' is part of an index and its text has the character U+1F697, whose "
+            "place in the sort order is not known. Nothing was changed.");
   const RowId row = table.Insert({Text("a"), Text("\xF0\x9F\x9A\x97")});
   EXPECT_EQ(table.ReadValue(row, 1), Value(Text("\xF0\x9F\x9A\x97")));
+}
+
+TEST_F(TableChangeTest, UpdateToACharacterWithoutAPlaceInTheSortOrder_IsRefusedBeforeAnythingChanges) {
+  Table& table = database_.Add(JetTable("T").Text("K", 9).Column("M", ColumnType::Memo).PrimaryKey("K"));
+  const RowId row = table.Insert({Text("a"), std::string(300, 'm')});
+  EXPECT_NE(UnsupportedText([&] { Set(table, row, 0, Text("\u0651")); }).find("U+0651"), std::string::npos);
+}
+
+TEST_F(TableChangeTest, KeyOfMoreThan510Bytes_IsRefusedByIndexAndTableBeforeAnythingChanges) {
+  JetTable design = JetTable("T").Text("K", 255).Text("L", 255);
+  design.Index("Both", {"K", "L"});
+  Table& table = database_.Add(design);
+  const RowId row = table.Insert({std::string(250, 'k'), std::string(250, 'l')});
+  // Letters with accents take two bytes of a key.
+  std::string accents;
+  for (int i = 0; i < 200; ++i) accents += "\u00E9";
+  const char* const expected =
+      "Not supported: the key of index 'Both' of table 'T' is longer than 510 bytes. Nothing was changed.";
+  EXPECT_EQ(UnsupportedText([&] { table.Insert({accents, accents}); }), expected);
+  EXPECT_EQ(UnsupportedText([&] { Set(table, row, 1, accents); }), expected);
+}
+
+TEST_F(TableChangeTest, DescendingDecimalIndex_ForbidsWhatWouldChangeIt) {
+  Table& plain = database_.Add(JetTable("T").Column("D", ColumnType::Decimal).Text("X", 9).PrimaryKey("D"));
+  const RowId row = plain.Insert({Text("1.5"), Null()});
+  TableDefinition definition = plain.Definition();
+  definition.indexData[0].columns[0].ascending = false;
+  const auto table = Reopened(definition);
+  const std::string text = UnsupportedText([&] { table->Insert({Text("2"), Null()}); });
+  EXPECT_EQ(text,
+            "Not supported: table 'T', index 'PrimaryKey': decimal column 'D' is indexed in descending order. Nothing "
+            "was changed.");
+  EXPECT_EQ(UnsupportedText([&] { table->Delete(row); }), text);
+  EXPECT_EQ(UnsupportedText([&] { Set(*table, row, 0, Text("2")); }), text);
+  Set(*table, row, 1, Text("changed"));
+  EXPECT_EQ(table->ReadValue(row, 1), Value(Text("changed")));
 }
 
 // What a change keeps right.
