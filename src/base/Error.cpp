@@ -17,6 +17,7 @@ constexpr std::array kStandardTexts = {
     StandardText{errors::kOutOfMemory, "Out of memory"},
     StandardText{errors::kSubscriptOutOfRange, "Subscript out of range"},
     StandardText{errors::kTypeMismatch, "Type mismatch"},
+    StandardText{errors::kUserInterrupt, "User interrupt occurred"},
     StandardText{errors::kInternalError, "Internal error"},
     StandardText{errors::kBadFileNumber, "Bad file name or number"},
     StandardText{errors::kFileNotFound, "File not found"},

@@ -74,6 +74,10 @@ void SaveLastSync(SettingsStore& store, const platform::Clock& clock) {
   Section(store, kMobileSection).Save("LastSync", platform::LocalDateTimeText(clock.Now()));
 }
 
+std::string LoadLastSync(SettingsStore& store) {
+  return Section(store, kMobileSection).Text("LastSync", "");
+}
+
 std::string LoadHandheldRoot(SettingsStore& store) {
   return Section(store, kHandheldSection).Text("Root", "");
 }

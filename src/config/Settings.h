@@ -39,6 +39,9 @@ void SaveSettings(SettingsStore& store, const Settings& settings);
 /// Writes the current time, in the user's own form, as the time of the last run.
 void SaveLastSync(SettingsStore& store, const platform::Clock& clock);
 
+/// The time of the last run as SaveLastSync wrote it; empty when there was none.
+std::string LoadLastSync(SettingsStore& store);
+
 /// The local folder that stands for the handheld's root; empty when the handheld is no folder.
 std::string LoadHandheldRoot(SettingsStore& store);
 

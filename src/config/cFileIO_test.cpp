@@ -7,25 +7,15 @@
 #include "platform/System.h"
 #include "support/ExpectError.h"
 #include "support/MemoryFileSystem.h"
+#include "support/RecordingShell.h"
 #include "support/TempFolder.h"
 
 namespace mv {
 namespace {
 
 using mv::testing::MemoryFileSystem;
+using mv::testing::RecordingShell;
 using mv::testing::TempFolder;
-
-/// Writes down what is to be recycled.
-class RecordingShell : public platform::Shell {
- public:
-  bool Recycle(const std::string& path) override {
-    recycled.push_back(path);
-    return succeeds;
-  }
-
-  std::vector<std::string> recycled;
-  bool succeeds = true;
-};
 
 Bytes BytesOf(std::string_view text) {
   return Bytes(text.begin(), text.end());

@@ -10,6 +10,7 @@
 #include "pdb/PDBDatabase.h"
 #include "support/FakeClock.h"
 #include "support/MemoryFileSystem.h"
+#include "support/RecordingShell.h"
 
 // Table files come from a device that anybody may hold. Whatever bytes come in, nothing but success or an mv::Error may
 // come out: no crash, no other exception, no memory beyond the size of what came in.
@@ -19,11 +20,6 @@ namespace {
 
 constexpr unsigned kSeed = 1904;
 constexpr int kRounds = 4000;
-
-class NoShell : public platform::Shell {
- public:
-  bool Recycle(const std::string&) override { return false; }
-};
 
 class HostileBytesTest : public ::testing::Test {
  protected:
@@ -105,7 +101,7 @@ class HostileBytesTest : public ::testing::Test {
   }
 
   testing::MemoryFileSystem files_;
-  NoShell shell_;
+  testing::RecordingShell shell_;
   testing::FakeClock clock_;
   std::mt19937 random_{kSeed};
   int successes_ = 0;

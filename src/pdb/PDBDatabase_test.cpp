@@ -10,6 +10,7 @@
 #include "support/FakeClock.h"
 #include "support/Hex.h"
 #include "support/MemoryFileSystem.h"
+#include "support/RecordingShell.h"
 #include "support/TempFolder.h"
 
 namespace mv {
@@ -22,11 +23,6 @@ using mv::testing::FromHex;
 using mv::testing::MemoryFileSystem;
 using mv::testing::TempFolder;
 using mv::testing::ToHex;
-
-class NoShell : public platform::Shell {
- public:
-  bool Recycle(const std::string&) override { return false; }
-};
 
 constexpr const char* kFile = "C:\\tables\\t.pdb";
 
@@ -126,7 +122,7 @@ class PDBDatabaseTest : public ::testing::Test {
   }
 
   MemoryFileSystem files_;
-  NoShell shell_;
+  testing::RecordingShell shell_;
   FakeClock clock_;  // 2026-11-21: header dates of 20 days, 00 1A 5E 00
   std::optional<PDBDatabase> database_;
 };
@@ -786,7 +782,7 @@ TEST_F(PDBDatabaseTest, RemoveDatabaseDeletesTheFileOpenOrNot) {
 TEST(PDBDatabaseOnDisk, ATableIsWrittenReadBackAndEdited) {
   const TempFolder folder;
   const std::unique_ptr<platform::FileSystem> files = platform::MakeFileSystem();
-  NoShell shell;
+  testing::RecordingShell shell;
   const FakeClock clock;
   PDBDatabase database(cFileIO(*files, shell, folder.Path()), clock);
   database.CreateDatabase();

@@ -24,12 +24,6 @@ std::string ReturnedCode(std::int32_t code) {
   return "Function returned code: " + TextOfInteger(code) + " - Not Avail/In-Use";
 }
 
-/// The end line of a run, which starts with `kind`.
-std::string CountAndTime(const char* kind, std::int16_t tablesSynchronized, const std::string& now) {
-  return std::string(kind) + "Synchronization of " + TextOfInteger(tablesSynchronized) + " of " +
-         TextOfInteger(kCountedTables) + " tables ended: " + now;
-}
-
 }  // namespace
 
 std::string Rule() {
@@ -98,8 +92,13 @@ std::string NotReturned(const std::string& table, std::int32_t code) {
   return ">> Unable to return updated table [" + table + "] to device. " + ReturnedCode(code);
 }
 
+std::string Ended(std::int16_t tablesSynchronized, const std::string& now) {
+  return "Synchronization of " + TextOfInteger(tablesSynchronized) + " of " + TextOfInteger(kCountedTables) +
+         " tables ended: " + now;
+}
+
 std::vector<std::string> SilentEnd(std::int16_t tablesSynchronized, const std::string& now) {
-  std::vector<std::string> lines = {Rule(), CountAndTime("Silent ", tablesSynchronized, now)};
+  std::vector<std::string> lines = {Rule(), "Silent " + Ended(tablesSynchronized, now)};
   if (tablesSynchronized != kCountedTables) {
     lines.push_back(kErrorsOccurred);
     lines.push_back(
@@ -109,7 +108,7 @@ std::vector<std::string> SilentEnd(std::int16_t tablesSynchronized, const std::s
 }
 
 std::vector<std::string> InteractiveEnd(std::int16_t tablesSynchronized, const std::string& now) {
-  std::vector<std::string> lines = {Rule(), CountAndTime(" ", tablesSynchronized, now)};
+  std::vector<std::string> lines = {Rule(), " " + Ended(tablesSynchronized, now)};
   if (tablesSynchronized != kCountedTables) lines.push_back(kErrorsOccurred);
   return lines;
 }
@@ -128,6 +127,10 @@ std::string StoppedBy(const Error& error, const std::string& desktopDBPath) {
 
 std::string StoppedAt(const std::string& now) {
   return "Synchronization Stopped Due to Errors: " + now;
+}
+
+std::string InteractiveStoppedAt(const std::string& now) {
+  return " " + StoppedAt(now);
 }
 
 }  // namespace mv::log_texts

@@ -35,6 +35,8 @@ std::string Successful(const std::string& table, const std::string& modeResultTe
 std::string NotReturned(const std::string& table, std::int32_t code);
 inline constexpr const char* kTableEnd = " ";
 
+/// "Synchronization of 12 of 13 tables ended: " and the time.
+std::string Ended(std::int16_t tablesSynchronized, const std::string& now);
 /// End lines without the empty one that closes the log.
 std::vector<std::string> SilentEnd(std::int16_t tablesSynchronized, const std::string& now);
 std::vector<std::string> InteractiveEnd(std::int16_t tablesSynchronized, const std::string& now);
@@ -45,5 +47,7 @@ std::vector<std::string> NoHandheld(const std::string& now);
 /// What stopped a silent run. Error 70 is explained as a database in use, whatever was denied.
 std::string StoppedBy(const Error& error, const std::string& desktopDBPath);
 std::string StoppedAt(const std::string& now);
+/// An interactive run tells in a message box what stopped it; its log has this line.
+std::string InteractiveStoppedAt(const std::string& now);
 
 }  // namespace mv::log_texts

@@ -87,6 +87,7 @@ TEST(LogTextsTest, AnyOtherErrorIsGivenByNumberAndDescription) {
   EXPECT_EQ(StoppedBy(Error(-2147217865, "x", "No such table."), "db"),
             "Error: -2147217865 has occurred. Description: No such table.");
   EXPECT_EQ(StoppedAt("NOW"), "Synchronization Stopped Due to Errors: NOW");
+  EXPECT_EQ(InteractiveStoppedAt("NOW"), " Synchronization Stopped Due to Errors: NOW");
 }
 
 }  // namespace

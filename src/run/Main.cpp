@@ -7,6 +7,7 @@
 #include "run/CurrentError.h"
 #include "run/SilentSync.h"
 #include "sync/SyncContext.h"
+#include "ui/Texts.h"
 
 namespace mv {
 namespace {
@@ -14,11 +15,6 @@ namespace {
 constexpr const char* kNoWindow =
     "MVPPCSync: this build has no window. Start it with -Mode0 (Synchronize), -Mode1 (Overwrite PDA) or -Mode2 "
     "(Overwrite PC).\n";
-/// Two bare carriage returns between the sentences, as the message box has always had them.
-constexpr const char* kConnectText =
-    "Please connect your PDA to your PC, turn it on, then click Retry to continue.\r\rClick Cancel to end this "
-    "program.";
-constexpr const char* kConnectTitle = "Unable to Communicate with Pocket PC";
 
 void FillModeTexts(RunState& state) {
   state.ModeResultTexts = {"Table Synchronized", "PC Table Replaced PDA Table", "PDA Table Replaced PC Table"};
@@ -26,7 +22,8 @@ void FillModeTexts(RunState& state) {
 }
 
 MessageAnswer AskToConnect(UserInterface& ui) {
-  return ui.ShowMessage(kConnectText, kConnectTitle, MessageButtons::RetryCancel, MessageIcon::Information);
+  return ui.ShowMessage(texts::kConnectAtStart, texts::kConnectTitle, MessageButtons::RetryCancel,
+                        MessageIcon::Information);
 }
 
 /// False when the handheld does not answer and the program shall end.

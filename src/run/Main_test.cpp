@@ -20,6 +20,9 @@ class RecordingWindow : public MainWindow {
   void Show() override { calls_.push_back("show"); }
   void Unload() override { calls_.push_back("unload"); }
   void EnableStart() override { calls_.push_back("enable start"); }
+  void DisableStart() override { calls_.push_back("disable start"); }
+  void EnableCommands() override { calls_.push_back("enable commands"); }
+  void DisableCommands() override { calls_.push_back("disable commands"); }
   void RunUntilClosed() override { calls_.push_back("run"); }
 
  private:

@@ -34,6 +34,8 @@ struct RunContext {
   platform::Clock& clock;
   /// Folder of this program's executable, without a separator at its end.
   std::string programFolder;
+  /// "major.minor.revision" of this program.
+  std::string version = {};
 };
 
 /// The current time as the log and the window show it.

@@ -1,25 +1,14 @@
 #include "run/SilentSync.h"
 
-#include <vector>
-
 #include "config/Settings.h"
 #include "run/CurrentError.h"
-#include "run/DesktopBackup.h"
 #include "run/LogTexts.h"
-#include "run/TableDriver.h"
+#include "run/RunSteps.h"
 
 namespace mv {
 namespace {
 
 constexpr std::int16_t kSilentTables = static_cast<std::int16_t>(kTables.size() - kFirstSilentTable);
-
-void LogLines(SyncLog& log, const std::vector<std::string>& lines) {
-  for (const std::string& line : lines) log.WriteLogLine(line, false);
-}
-
-void LogLastLine(SyncLog& log) {
-  log.WriteLogLine("", true);
-}
 
 ExitStatus ReportNoHandheld(const RunContext& run) {
   LogLines(run.log, log_texts::NoHandheld(NowText(run)));
@@ -28,17 +17,12 @@ ExitStatus ReportNoHandheld(const RunContext& run) {
   return ExitStatus::NoHandheld;
 }
 
-void SynchronizeTables(const RunContext& run) {
-  TableDriver driver(run);
-  for (std::size_t i = kFirstSilentTable; i < kTables.size(); ++i) driver.SynchronizeTable(kTables[i]);
-}
-
 ExitStatus RunConnected(const RunContext& run) {
   run.connection.DisconnectDevice();
   run.state.TablesSynchronized = 0;
   LogLines(run.log, log_texts::SilentBanner(NowText(run)));
-  if (run.state.settings.SyncMode == sync_modes::kOverwritePc) BackupDesktopDatabase(run);
-  SynchronizeTables(run);
+  BackUpBeforeOverwritePc(run);
+  SynchronizeTables(run, kFirstSilentTable);
   SaveLastSync(run.settings, run.clock);
   LogLines(run.log, log_texts::SilentEnd(run.state.TablesSynchronized, NowText(run)));
   LogLastLine(run.log);

@@ -7,6 +7,7 @@
 #include "base/Text.h"
 #include "device/clsWin32FileTransfer.h"
 #include "run/LogTexts.h"
+#include "run/RunSteps.h"
 #include "sync/KeyClasses.h"
 #include "sync/clsSyncPolicy.h"
 
@@ -80,7 +81,7 @@ TableDriver::TableDriver(const RunContext& run)
           run.state.CurrentPdbFolder,
           [this] {
             AdvanceSpinner();
-            run_.ui.ProcessMessages();
+            Yield(run_);
           },
           [this](const std::string& text) { run_.ui.ShowMessage(text, "", MessageButtons::Ok, MessageIcon::None); },
           run.files,
@@ -113,7 +114,7 @@ void TableDriver::SynchronizeTable(const std::string& table) {
 bool TableDriver::RetrieveTable(const std::string& table) {
   ShowStatus("Retrieving Table " + table + " from Device");
   Log(log_texts::Retrieving(table));
-  run_.ui.ProcessMessages();
+  Yield(run_);
   PrepareFolders();
   const DeviceCopyResult result = CopyFromDevice(table);
   AdvanceSpinner();
@@ -143,7 +144,7 @@ void TableDriver::ReportNotRetrieved(const std::string& table, std::int32_t code
   Log(log_texts::NotRetrieved(table, code));
   AddProgressLine("Unable to retrieve table [" + table +
                   "] from device. Function returned code: " + TextOfInteger(code) + " - Not Avail/In-Use");
-  run_.ui.ProcessMessages();
+  Yield(run_);
 }
 
 void TableDriver::LoadSource(clsSyncableRS_PDB& source, const std::string& table) {
@@ -155,10 +156,10 @@ void TableDriver::LoadSource(clsSyncableRS_PDB& source, const std::string& table
   run_.state.CurrentPdbFolder = run_.state.settings.PCSyncSourcePath;
   source.createADORS();
   source.closeDB();
-  run_.ui.ProcessMessages();
-  run_.ui.ProcessMessages();
+  Yield(run_);
+  Yield(run_);
   Log(log_texts::SourceCreated(table));
-  run_.ui.ProcessMessages();
+  Yield(run_);
 }
 
 std::unique_ptr<Connection> TableDriver::OpenDatabase() {
@@ -199,7 +200,7 @@ void TableDriver::Merge(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desktop, c
   const clsSyncPolicy policy(context_);
   ShowStatus("Synchronizing " + table + "...");
   Log(log_texts::Synchronizing(table));
-  run_.ui.ProcessMessages();
+  Yield(run_);
   run_.state.CurrentTableName = table;
   try {
     policy.Sync(source, desktop, result);
@@ -219,20 +220,20 @@ void TableDriver::WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desk
   source.name(FileNameOf(table));
   run_.state.CurrentPdbFolder = run_.state.settings.PCSyncDestPath;
   source.createADORS();
-  run_.ui.ProcessMessages();
+  Yield(run_);
 }
 
 void TableDriver::ReturnTable(IFileTransfer& transfer, const std::string& table) {
   ShowStatus("Transferring Data Back to Device");
   Log(log_texts::Transferring(table));
-  run_.ui.ProcessMessages();
+  Yield(run_);
   const DeviceCopyResult result = transfer.CopyToDevice(LocalResultFile(table), DeviceFile(table), Overwrite::Yes);
   if (result == DeviceCopyResult::Copied) {
     ReportReturned(table);
   } else {
     ReportNotReturned(table, static_cast<std::int32_t>(result));
   }
-  run_.ui.ProcessMessages();
+  Yield(run_);
   Log(log_texts::kTableEnd);
 }
 

@@ -17,6 +17,9 @@ namespace mv {
 /// What the merge changed in the desktop database is committed right after the merge, before the new file goes back: a
 /// record's flag is never cleared on the handheld before its row is safe on the desktop. That is so as well when the
 /// merge is stopped by an error; the rows changed before it stay changed.
+///
+/// Between steps, and while a table is loaded, the window's messages are handled; when the user has closed it, error 18
+/// stops the run there. A copy from or to the handheld and a commit are never broken off.
 class TableDriver {
  public:
   /// `run` must outlive the driver.

@@ -8,6 +8,11 @@ enum class MessageButtons { Ok, RetryCancel };
 enum class MessageIcon { None, Information, Exclamation, Critical };
 enum class MessageAnswer { Ok, Retry, Cancel };
 
+/// What a question is answered with when nobody can be asked.
+inline MessageAnswer RefusingAnswer(MessageButtons buttons) {
+  return buttons == MessageButtons::RetryCancel ? MessageAnswer::Cancel : MessageAnswer::Ok;
+}
+
 /// What the run shows and asks. A silent run gets SilentUserInterface, which shows nothing; the main window is the
 /// other implementation. Named ShowMessage because MessageBox is a macro of the platform's headers.
 class UserInterface {
@@ -25,6 +30,9 @@ class UserInterface {
   virtual void SetHourglass(bool on) = 0;
   /// Lets pending window messages run once.
   virtual void ProcessMessages() = 0;
+  /// True once the user has closed the window. Nothing more is shown then, questions get the refusing answer, and a run
+  /// stops at its next safe point.
+  virtual bool Closed() const = 0;
 };
 
 /// Shows nothing and answers every question with the refusing choice.
@@ -34,10 +42,11 @@ class SilentUserInterface : public UserInterface {
   void AddProgressLine(const std::string&) override {}
   void AdvanceSpinner(bool) override {}
   MessageAnswer ShowMessage(const std::string&, const std::string&, MessageButtons buttons, MessageIcon) override {
-    return buttons == MessageButtons::RetryCancel ? MessageAnswer::Cancel : MessageAnswer::Ok;
+    return RefusingAnswer(buttons);
   }
   void SetHourglass(bool) override {}
   void ProcessMessages() override {}
+  bool Closed() const override { return false; }
 };
 
 }  // namespace mv

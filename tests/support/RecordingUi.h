@@ -36,13 +36,17 @@ class RecordingUi : public UserInterface {
                             MessageIcon icon) override {
     calls.push_back("message: " + text);
     messages.push_back({text, title, buttons, icon});
-    if (answers.empty()) return buttons == MessageButtons::RetryCancel ? MessageAnswer::Cancel : MessageAnswer::Ok;
+    if (answers.empty()) return RefusingAnswer(buttons);
     const MessageAnswer answer = answers.front();
     answers.pop_front();
     return answer;
   }
   void SetHourglass(bool on) override { calls.push_back(on ? "hourglass" : "pointer"); }
   void ProcessMessages() override { calls.push_back("messages"); }
+  bool Closed() const override { return closed; }
+
+  /// What Closed answers: the user has closed the window.
+  bool closed = false;
 
   /// The calls whose text starts with `start`, in order.
   std::vector<std::string> CallsThatStart(const std::string& start) const {

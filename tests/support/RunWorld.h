@@ -14,6 +14,7 @@
 #include "support/FakeRapi.h"
 #include "support/MemoryFileSystem.h"
 #include "support/RecordingSettings.h"
+#include "support/RecordingShell.h"
 #include "support/RecordingUi.h"
 #include "sync/clsSyncableRS_ADO.h"
 #include "sync/clsSyncableRS_PDB.h"
@@ -127,7 +128,7 @@ class RunWorld {
   bool HasLog() const { return files.FileExists(state.settings.SyncLogPath); }
 
   MemoryFileSystem files;
-  platform::SystemShell shell;
+  RecordingShell shell;
   FakeClock clock;
   RecordingUi ui;
   RecordingSettings settings;
@@ -141,7 +142,8 @@ class RunWorld {
   RunContext run{
       state,    log,        ui,          settings,
       database, connection, deviceFiles, [this] { return CreateFileTransfer(connection, deviceFiles, files); },
-      files,    shell,      clock,       "C:\\Motorva"};
+      files,    shell,      clock,       "C:\\Motorva",
+      "1.2.3"};
 };
 
 }  // namespace mv::testing

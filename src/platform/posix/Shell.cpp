@@ -12,6 +12,8 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include "platform/System.h"
 #include "platform/posix/Paths.h"
@@ -23,16 +25,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Runs the desktop's own trash command; false when it is not there or refuses.
-bool TrashThroughDesktop(const std::string& native) {
-  std::string words[] = {"gio", "trash", "--", native};
-  char* arguments[] = {words[0].data(), words[1].data(), words[2].data(), words[3].data(), nullptr};
+/// Runs a command of the desktop, its output unseen; false when it is not there or refuses.
+bool RunCommand(std::vector<std::string> words) {
+  std::vector<char*> arguments;
+  for (std::string& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
   posix_spawn_file_actions_t quiet;
   ::posix_spawn_file_actions_init(&quiet);
   ::posix_spawn_file_actions_addopen(&quiet, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   ::posix_spawn_file_actions_addopen(&quiet, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
   pid_t child = 0;
-  const bool started = ::posix_spawnp(&child, "gio", &quiet, nullptr, arguments, environ) == 0;
+  const bool started = ::posix_spawnp(&child, arguments.front(), &quiet, nullptr, arguments.data(), environ) == 0;
   ::posix_spawn_file_actions_destroy(&quiet);
   int status = 0;
   return started && ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
@@ -112,7 +115,11 @@ bool TrashByHand(const std::string& native) {
 
 bool SystemShell::Recycle(const std::string& path) {
   const std::string native = NativePath(path);
-  return TrashThroughDesktop(native) || TrashByHand(native);
+  return RunCommand({"gio", "trash", "--", native}) || TrashByHand(native);
+}
+
+bool SystemShell::OpenDocument(const std::string& path) {
+  return RunCommand({"xdg-open", NativePath(path)});
 }
 
 }  // namespace mv::platform

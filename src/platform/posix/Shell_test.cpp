@@ -41,5 +41,26 @@ TEST(ShellTest, AMissingFileCannotBeRecycled) {
   EXPECT_FALSE(SystemShell().Recycle(folder.File("none")));
 }
 
+/// A folder with a program "xdg-open" that notes its argument and ends with `status`, first on the search path.
+void PutDesktopOpener(const TempFolder& folder, int status) {
+  folder.Write("bin/xdg-open",
+               "#!/bin/sh\nprintf '%s' \"$1\" > '" + folder.Path() + "/opened'\nexit " + std::to_string(status) + "\n");
+  std::filesystem::permissions(folder.Path() + "/bin/xdg-open", std::filesystem::perms::owner_all);
+  ::setenv("PATH", (folder.Path() + "/bin:/usr/bin:/bin").c_str(), 1);
+}
+
+TEST(ShellTest, ADocumentGoesToTheDesktopsOpener) {
+  const TempFolder folder;
+  PutDesktopOpener(folder, 0);
+  EXPECT_TRUE(SystemShell().OpenDocument(folder.Path() + "\\Sync Log.txt"));
+  EXPECT_EQ(folder.Read("opened"), folder.Path() + "/Sync Log.txt");
+}
+
+TEST(ShellTest, ADocumentThatTheDesktopRefusesIsAFailure) {
+  const TempFolder folder;
+  PutDesktopOpener(folder, 3);
+  EXPECT_FALSE(SystemShell().OpenDocument("none"));
+}
+
 }  // namespace
 }  // namespace mv::platform

@@ -19,4 +19,11 @@ bool SystemShell::Recycle(const std::string& path) {
   return ::SHFileOperationW(&operation) == 0 && !operation.fAnyOperationsAborted;
 }
 
+bool SystemShell::OpenDocument(const std::string& path) {
+  // Not a handle: a number, which is 32 or less for most failures; 32 itself counts as success here.
+  const HINSTANCE result = ::ShellExecuteW(nullptr, L"open", NativePath(path).c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+  constexpr INT_PTR kLowestSuccess = 32;
+  return reinterpret_cast<INT_PTR>(result) >= kLowestSuccess;
+}
+
 }  // namespace mv::platform

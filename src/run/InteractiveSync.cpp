@@ -1,0 +1,96 @@
+#include "run/InteractiveSync.h"
+
+#include "config/Settings.h"
+#include "run/CurrentError.h"
+#include "run/LogTexts.h"
+#include "run/RunSteps.h"
+#include "ui/Texts.h"
+
+namespace mv {
+namespace {
+
+constexpr std::size_t kFirstTable = 0;
+
+/// False when the user gives up, or has closed the window.
+bool WaitForHandheld(const RunContext& run) {
+  while (!run.connection.ConnectDevice()) {
+    run.ui.SetHourglass(false);
+    run.connection.DisconnectDevice();
+    const MessageAnswer answer = run.ui.ShowMessage(texts::kConnectForRun, texts::kConnectTitle,
+                                                    MessageButtons::RetryCancel, MessageIcon::Critical);
+    if (answer == MessageAnswer::Cancel) return false;
+  }
+  run.connection.DisconnectDevice();
+  return !run.ui.Closed();
+}
+
+void ReportIncomplete(const RunContext& run) {
+  run.ui.AddProgressLine("Synchronization Ended with Errors: " + NowText(run));
+  run.ui.ShowMessage(texts::kNotCompleted, texts::kNotCompletedTitle, MessageButtons::Ok, MessageIcon::Critical);
+}
+
+void ReportEnd(const RunContext& run) {
+  const std::int16_t count = run.state.TablesSynchronized;
+  run.ui.SetStatus("Synchronization Ended - " + NowText(run));
+  SaveLastSync(run.settings, run.clock);
+  LogLines(run.log, log_texts::InteractiveEnd(count, NowText(run)));
+  run.ui.AddProgressLine(log_texts::Ended(count, NowText(run)));
+  if (count != log_texts::kCountedTables) ReportIncomplete(run);
+  LogLastLine(run.log);
+}
+
+void RunConnected(const RunContext& run) {
+  run.state.TablesSynchronized = 0;
+  LogLines(run.log, log_texts::InteractiveBanner(run.state.settings, run.version, NowText(run)));
+  run.ui.AddProgressLine("Synchronization Began: " + NowText(run));
+  BackUpBeforeOverwritePc(run);
+  SynchronizeTables(run, kFirstTable);
+  ReportEnd(run);
+}
+
+void ShowError(const RunContext& run, const Error& error) {
+  if (error.Number() == errors::kPermissionDenied) {
+    run.ui.ShowMessage(texts::DatabaseInUse(run.state.settings.DesktopDBPath), texts::kDatabaseInUseTitle,
+                       MessageButtons::Ok, MessageIcon::Information);
+  } else {
+    run.ui.ShowMessage(texts::ErrorOccurred(error), "", MessageButtons::Ok, MessageIcon::Exclamation);
+  }
+}
+
+void LogStop(const RunContext& run) {
+  try {
+    run.log.WriteLogLine(log_texts::InteractiveStoppedAt(NowText(run)), false);
+    LogLastLine(run.log);
+  } catch (...) {
+    // The log itself may be what stopped the run; the message box has told it, and the window must stay usable.
+  }
+}
+
+void ReportStop(const RunContext& run, const Error& error) {
+  ShowError(run, error);
+  LogStop(run);
+  run.ui.AddProgressLine(log_texts::StoppedAt(NowText(run)));
+}
+
+}  // namespace
+
+void InteractiveSync(const RunContext& run, MainWindow& window) {
+  window.DisableStart();
+  run.ui.SetHourglass(true);
+  if (!WaitForHandheld(run)) {
+    window.EnableStart();
+    return;
+  }
+  window.DisableCommands();
+  try {
+    RunConnected(run);
+  } catch (...) {
+    ReportStop(run, CurrentError());
+  }
+  run.connection.DisconnectDevice();
+  run.ui.AdvanceSpinner(true);
+  window.EnableCommands();
+  run.ui.SetHourglass(false);
+}
+
+}  // namespace mv

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "run/RunContext.h"
+
+/// What the silent and the interactive run have in common.
+namespace mv {
+
+/// Lets pending window messages run once. Error 18 when the user has closed the window by then: a run may call this
+/// wherever it can be stopped like by any other error, and nowhere else.
+void Yield(const RunContext& run);
+
+void LogLines(SyncLog& log, const std::vector<std::string>& lines);
+/// The empty line that ends a run's log, and closes it.
+void LogLastLine(SyncLog& log);
+
+/// Backs the desktop database up and lays the template over it when the mode is Overwrite PC.
+void BackUpBeforeOverwritePc(const RunContext& run);
+/// The tables from number `first` of kTables on.
+void SynchronizeTables(const RunContext& run, std::size_t first);
+
+}  // namespace mv

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "config/RegistryStrings.h"
+#include "config/Settings.h"
+#include "platform/FileSystem.h"
+#include "ui/frmConfigView.h"
+
+namespace mv {
+
+/// Behaviour of the settings dialog. It edits the settings in memory; they reach the store when the main window closes.
+/// The mode and a browsed path are in force at once, before OK, and Cancel does not take them back.
+///
+/// The view calls a handler for each of the user's actions. Handlers never raise.
+class frmConfig {
+ public:
+  /// All arguments must outlive the dialog.
+  frmConfig(Settings& settings, RegistryStrings& registry, platform::FileSystem& files);
+
+  /// Fills the controls from the settings. To be called once, when the view's controls exist.
+  void Form_Load(frmConfigView& view);
+  void chkWriteLog_Click(frmConfigView& view);
+  void optSync_Click(frmConfigView& view, std::size_t index);
+  void cmdBrowse_Click(frmConfigView& view, std::size_t index);
+  void cmdBrowse_Pressed(frmConfigView& view, std::size_t index);
+  void cmdBrowse_Released(frmConfigView& view, std::size_t index);
+  /// Takes everything over, changes the auto-start registration and makes the work folders. A step that fails is
+  /// skipped without a word.
+  void cmdOK_Click(frmConfigView& view);
+  void cmdCancel_Click(frmConfigView& view);
+
+ private:
+  void BrowseForDatabase(frmConfigView& view);
+  void BrowseForLog(frmConfigView& view);
+  void TakeMode(const frmConfigView& view);
+  void TakeAutoStart(const frmConfigView& view);
+  /// The paths, and the work folders' beside the database.
+  void TakePaths(const frmConfigView& view);
+  void TakeLogging(const frmConfigView& view);
+  void CreateWorkFolders();
+  /// The database's folder with its separator; empty when its path names none.
+  std::string DatabaseFolder() const;
+
+  Settings& settings_;
+  RegistryStrings& registry_;
+  platform::FileSystem& files_;
+};
+
+}  // namespace mv

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "config/RegistryStrings.h"
+#include "config/Settings.h"
+#include "config/SettingsStore.h"
+#include "platform/FileSystem.h"
+#include "platform/Shell.h"
+#include "ui/MainWindow.h"
+#include "ui/Toolkit.h"
+#include "ui/UserInterface.h"
+#include "ui/frmMainView.h"
+
+namespace mv {
+
+/// Behaviour of the main window. It is the run's user interface as well: until it is shown, and after it was closed,
+/// what a run shows goes nowhere and questions get the refusing answer.
+///
+/// The window may be closed at any time, also during a run: its settings are saved, and the run, which handles the
+/// window's messages, sees Closed.
+class frmMain : public MainWindow, public UserInterface {
+ public:
+  /// What the window works with; everything must outlive it.
+  struct Services {
+    Settings& settings;
+    /// By mode.
+    const std::array<std::string, 3>& modeNames;
+    SettingsStore& store;
+    RegistryStrings& registry;
+    platform::FileSystem& files;
+    platform::Shell& shell;
+    /// "major.minor.revision".
+    std::string version;
+    /// Makes an interactive run. Must not raise.
+    std::function<void()> startRun;
+  };
+
+  frmMain(Toolkit& toolkit, Services services);
+  ~frmMain() override;
+  frmMain(const frmMain&) = delete;
+  frmMain& operator=(const frmMain&) = delete;
+
+  // MainWindow
+  void Show() override;
+  void Unload() override;
+  void EnableStart() override;
+  void DisableStart() override;
+  void EnableCommands() override;
+  void DisableCommands() override;
+  void RunUntilClosed() override;
+
+  // UserInterface
+  void SetStatus(const std::string& text) override;
+  void AddProgressLine(const std::string& text) override;
+  void AdvanceSpinner(bool reset) override;
+  MessageAnswer ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
+                            MessageIcon icon) override;
+  void SetHourglass(bool on) override;
+  void ProcessMessages() override;
+  bool Closed() const override { return closed_; }
+
+  // Handlers for the view. None raises; an error is shown in a message box.
+  void Form_Load();
+  /// Whenever the window becomes the active one: the settings dialog may have changed the mode.
+  void Form_Activate();
+  /// Before the window goes away, and when the user's session ends: saves the settings, once.
+  void Form_Unload();
+  void mnuSyncStart_Click();
+  void mnuSyncExit_Click();
+  void mnuViewSettings_Click();
+  void mnuViewLog_Click();
+  void mnuAbout_Click();
+  void tb_ButtonClick(int index);
+
+ private:
+  /// True while there is a window that can show something.
+  bool Open() const { return view_ && !closed_; }
+  void EnableStart(bool enabled);
+  void EnableCommands(bool enabled);
+  bool LogIsReadable() const;
+  /// Runs one of the user's actions; an error in it is shown.
+  void Handle(const std::function<void()>& action);
+
+  Toolkit& toolkit_;
+  Services services_;
+  std::unique_ptr<frmMainView> view_;  ///< null until the window is shown
+  int spinnerFrame_ = 0;
+  bool running_ = false;
+  bool closed_ = false;
+};
+
+}  // namespace mv
