@@ -7,7 +7,9 @@
 #include "device/SystemRapi.h"
 #include "run/CurrentError.h"
 #include "run/DatabaseEngine.h"
+#include "run/InteractiveSync.h"
 #include "run/TableDriver.h"
+#include "run/Version.h"
 #include "ui/SystemUi.h"
 
 namespace mv {
@@ -37,18 +39,35 @@ Wiring::Wiring(std::string commandLine)
       programFolder_(platform::ProgramFolder()),
       settings_(MakeSettingsStore(*files_, programFolder_)),
       log_(*files_, state_.settings),
-      ui_(MakeSilentUserInterface()),
+      registry_(MakeRegistryStrings(*settings_)),
+      toolkit_(MakeToolkit()),
+      window_(MakeWindow()),
+      noWindow_(MakeSilentUserInterface()),
       rapi_(MakeRapi(*files_, LoadHandheldRoot(*settings_), programFolder_)),
-      hooks_(MakeHooks(state_, log_, *ui_)),
+      hooks_(MakeHooks(state_, log_, Ui())),
       connection_(*rapi_, hooks_),
       deviceFiles_(*rapi_, connection_, *files_, hooks_),
       databases_(MakeDatabaseEngine(*files_)),
-      run_{state_,       log_,
-           *ui_,         *settings_,
-           *databases_,  connection_,
-           deviceFiles_, [this] { return CreateFileTransfer(connection_, deviceFiles_, *files_); },
-           *files_,      shell_,
-           clock_,       programFolder_} {}
+      run_{state_,         log_,
+           Ui(),           *settings_,
+           *databases_,    connection_,
+           deviceFiles_,   [this] { return CreateFileTransfer(connection_, deviceFiles_, *files_); },
+           *files_,        shell_,
+           clock_,         programFolder_,
+           kProgramVersion} {}
+
+/// Null in an edition without a window, and for a silent run, which cannot show one then, whatever happens.
+std::unique_ptr<frmMain> Wiring::MakeWindow() {
+  if (!toolkit_ || SilentModeOf(commandLine_)) return nullptr;
+  return std::make_unique<frmMain>(
+      *toolkit_, frmMain::Services{state_.settings, state_.ModeNames, *settings_, *registry_, *files_, shell_,
+                                   kProgramVersion, [this] { InteractiveSync(run_, *window_); }});
+}
+
+UserInterface& Wiring::Ui() {
+  if (window_) return *window_;
+  return *noWindow_;
+}
 
 int Wiring::Run(std::ostream& errors) {
   const EntryContext entry{run_, commandLine_, window_.get(), InitCommonControls, errors};

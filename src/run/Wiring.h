@@ -6,6 +6,7 @@
 
 #include "device/Rapi.h"
 #include "run/Main.h"
+#include "ui/frmMain.h"
 
 namespace mv {
 
@@ -21,6 +22,9 @@ class Wiring {
   int Run(std::ostream& errors);
 
  private:
+  std::unique_ptr<frmMain> MakeWindow();
+  UserInterface& Ui();
+
   std::string commandLine_;
   std::unique_ptr<platform::FileSystem> files_;
   platform::SystemShell shell_;
@@ -29,8 +33,10 @@ class Wiring {
   std::unique_ptr<SettingsStore> settings_;
   RunState state_;
   SyncLog log_;
-  std::unique_ptr<UserInterface> ui_;
-  std::unique_ptr<MainWindow> window_;  ///< null while there is no window to show
+  std::unique_ptr<RegistryStrings> registry_;
+  std::unique_ptr<Toolkit> toolkit_;  ///< null in an edition without a window
+  std::unique_ptr<frmMain> window_;   ///< null likewise, and for a silent run
+  std::unique_ptr<UserInterface> noWindow_;
   std::unique_ptr<Rapi> rapi_;
   DeviceHooks hooks_;
   modWinCERAPIConnectionHandler connection_;

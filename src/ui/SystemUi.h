@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "ui/Toolkit.h"
 #include "ui/UserInterface.h"
 
 namespace mv {
@@ -13,5 +14,8 @@ bool InitCommonControls();
 /// The user interface of a silent run: no window and no message box, whatever happens. On Windows it shows the
 /// hourglass pointer and lets pending window messages run, so that the system does not take the program for a hung one.
 std::unique_ptr<UserInterface> MakeSilentUserInterface();
+
+/// The toolkit of this system's windows; null where the program has none.
+std::unique_ptr<Toolkit> MakeToolkit();
 
 }  // namespace mv

@@ -10,4 +10,8 @@ std::unique_ptr<UserInterface> MakeSilentUserInterface() {
   return std::make_unique<SilentUserInterface>();
 }
 
+std::unique_ptr<Toolkit> MakeToolkit() {
+  return nullptr;
+}
+
 }  // namespace mv

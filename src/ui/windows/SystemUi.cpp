@@ -4,6 +4,8 @@
 // After windows.h, which it needs.
 #include <commctrl.h>
 
+#include "ui/win32/MainView.h"
+
 namespace mv {
 namespace {
 
@@ -25,6 +27,11 @@ class WindowsSilentUserInterface : public SilentUserInterface {
   }
 };
 
+class Win32Toolkit : public Toolkit {
+ public:
+  std::unique_ptr<frmMainView> MakeMainView(frmMain& form) override { return std::make_unique<win32::MainView>(form); }
+};
+
 }  // namespace
 
 bool InitCommonControls() {
@@ -37,6 +44,10 @@ bool InitCommonControls() {
 
 std::unique_ptr<UserInterface> MakeSilentUserInterface() {
   return std::make_unique<WindowsSilentUserInterface>();
+}
+
+std::unique_ptr<Toolkit> MakeToolkit() {
+  return std::make_unique<Win32Toolkit>();
 }
 
 }  // namespace mv

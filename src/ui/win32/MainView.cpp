@@ -1,0 +1,417 @@
+#include "ui/win32/MainView.h"
+
+#include <windowsx.h>
+
+#include <algorithm>
+
+#include "platform/windows/Wide.h"
+#include "ui/Texts.h"
+#include "ui/win32/AboutView.h"
+#include "ui/win32/ConfigView.h"
+#include "ui/win32/PictureIds.h"
+
+namespace mv::win32 {
+namespace {
+
+using platform::Wide;
+
+constexpr const wchar_t* kClass = L"MotorvaSyncWindow";
+
+enum Id : int {
+  kMnuSyncStart = 101,
+  kMnuSyncExit,
+  kMnuViewSettings,
+  kMnuViewLog,
+  kMnuAbout,
+  /// Followed by the toolbar buttons' numbers, by index.
+  kTb = 120,
+  kToolBar = 140,
+  kStatusBar1,
+  kLstProgress,
+  kSspSyncIcon,
+  kImgSpinner,
+  kLabel1,
+};
+
+/// Sent to the window itself after it was activated: the handler shall not run within the activation.
+constexpr UINT kActivated = WM_APP;
+
+constexpr int kSyncMenu = 0;
+constexpr int kViewMenu = 1;
+
+// Sizes in units of 1/96 inch.
+constexpr SIZE kWindowSize = {600, 440};
+constexpr SIZE kSmallestSize = {420, 300};
+constexpr int kMargin = 8;
+constexpr int kModeSize = 48;
+constexpr int kPanelSize = 60;
+constexpr int kSpinnerSize = 32;
+constexpr int kColumnMargin = 16;
+
+constexpr int kTitlePercent = 145;
+
+HMENU MakePopup(std::initializer_list<std::pair<int, std::wstring>> items) {
+  const HMENU popup = ::CreatePopupMenu();
+  for (const auto& [id, text] : items) {
+    ::AppendMenuW(popup, id == 0 ? MF_SEPARATOR : MF_STRING, static_cast<UINT_PTR>(id), text.c_str());
+  }
+  return popup;
+}
+
+HMENU MakeMenu() {
+  const HMENU sync = MakePopup({{kMnuSyncStart, Marked(texts::kMenuSyncStart, 'S')},
+                                {0, L""},
+                                {kMnuSyncExit, Marked(texts::kMenuSyncExit, 'x')}});
+  const HMENU view = MakePopup({{kMnuViewSettings, Marked(texts::kMenuViewSettings, 'S')},
+                                {kMnuViewLog, Marked(texts::kMenuViewLog, 'L')},
+                                {0, L""}});
+  const HMENU menu = ::CreateMenu();
+  ::AppendMenuW(menu, MF_POPUP, reinterpret_cast<UINT_PTR>(sync), Marked(texts::kMenuSync, 'S').c_str());
+  ::AppendMenuW(menu, MF_POPUP, reinterpret_cast<UINT_PTR>(view), Marked(texts::kMenuView, 'V').c_str());
+  ::AppendMenuW(menu, MF_STRING, kMnuAbout, Marked(texts::kMenuAbout, 'A').c_str());
+  ::EnableMenuItem(menu, kMnuSyncStart, MF_BYCOMMAND | MF_GRAYED);
+  return menu;
+}
+
+void RegisterWindowClass(WNDPROC procedure) {
+  WNDCLASSEXW design = {};
+  design.cbSize = sizeof design;
+  design.lpfnWndProc = procedure;
+  design.hInstance = ::GetModuleHandleW(nullptr);
+  design.hCursor = ::LoadCursorW(nullptr, IDC_ARROW);
+  design.hIcon = ::LoadIconW(design.hInstance, MAKEINTRESOURCEW(PICTURE_MODE0));
+  design.hbrBackground = ::GetSysColorBrush(COLOR_BTNFACE);
+  design.lpszClassName = kClass;
+  ::RegisterClassExW(&design);
+}
+
+UINT StyleOf(MessageIcon icon) {
+  switch (icon) {
+    case MessageIcon::Information:
+      return MB_ICONINFORMATION;
+    case MessageIcon::Exclamation:
+      return MB_ICONEXCLAMATION;
+    case MessageIcon::Critical:
+      return MB_ICONERROR;
+    default:
+      return 0;
+  }
+}
+
+}  // namespace
+
+MainView::MainView(frmMain& form) : form_(form) {
+  RegisterWindowClass(Procedure);
+  ::CreateWindowExW(0, kClass, Wide(texts::kMainCaption).c_str(), WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT,
+                    CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr, MakeMenu(), ::GetModuleHandleW(nullptr),
+                    this);
+  MakeControls();
+  Rescale();
+  const Dpi dpi(window_);
+  const RECT area = WorkArea(window_);
+  const LONG width = std::min<LONG>(dpi.Scale(kWindowSize.cx), area.right - area.left);
+  const LONG height = std::min<LONG>(dpi.Scale(kWindowSize.cy), area.bottom - area.top);
+  ::SetWindowPos(window_, nullptr, 0, 0, width, height, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+MainView::~MainView() {
+  if (!window_) return;
+  ::SetWindowLongPtrW(window_, GWLP_USERDATA, 0);
+  ::DestroyWindow(window_);
+}
+
+void MainView::SetUpProgressColumn() {
+  LVCOLUMNW column = {};
+  column.mask = LVCF_WIDTH;
+  column.cx = 0;
+  ListView_InsertColumn(list_, 0, &column);
+}
+
+void MainView::Show() {
+  PlaceControls();
+  ::ShowWindow(window_, SW_SHOWDEFAULT);
+  ::UpdateWindow(window_);
+}
+
+void MainView::Unload() {
+  if (window_) ::DestroyWindow(window_);
+}
+
+void MainView::RunUntilClosed() {
+  MSG message;
+  while (window_ && ::GetMessageW(&message, nullptr, 0, 0) > 0) Dispatch(message);
+}
+
+void MainView::ProcessMessages() {
+  MSG message;
+  while (window_ && ::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) Dispatch(message);
+}
+
+void MainView::Dispatch(MSG& message) {
+  if (::IsDialogMessageW(window_, &message)) return;
+  ::TranslateMessage(&message);
+  ::DispatchMessageW(&message);
+}
+
+void MainView::SetPanel(Panel panel, const std::string& text) {
+  // A tab at the start of a text would centre it.
+  ::SendMessageW(status_, SB_SETTEXTW, panel == Panel::Status ? 0 : 1, reinterpret_cast<LPARAM>(Wide(text).c_str()));
+}
+
+void MainView::ShowMode(std::int16_t mode, const std::string& tip) {
+  const bool known = mode >= 0 && PICTURE_MODE0 + mode <= PICTURE_MODE2;
+  modePicture_->Show(known ? PICTURE_MODE0 + mode : 0);
+  SetText(modePicture_->Window(), Wide(tip));
+  tips_->SetTip(modePicture_->Window(), tip);
+}
+
+void MainView::AddProgressItem(const std::string& text) {
+  std::wstring wide = Wide(text);
+  LVITEMW item = {};
+  item.mask = LVIF_TEXT;
+  item.iItem = ListView_GetItemCount(list_);
+  item.pszText = wide.data();
+  const int index = static_cast<int>(::SendMessageW(list_, LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item)));
+  const int needed = TextSize(font_.get(), wide).cx + Dpi(list_).Scale(kColumnMargin);
+  if (needed > columnWidth_) {
+    columnWidth_ = needed;
+    ListView_SetColumnWidth(list_, 0, columnWidth_);
+  }
+  ListView_EnsureVisible(list_, index, FALSE);
+}
+
+void MainView::ShowSpinnerFrame(int frame) {
+  spinner_->Show(PICTURE_SPINNER0 + frame);
+}
+
+void MainView::EnableButton(int index, bool enabled) {
+  toolBar_->Enable(kTb + index, enabled);
+}
+
+void MainView::EnableMenu(Menu menu, bool enabled) {
+  const UINT state = enabled ? MF_ENABLED : MF_GRAYED;
+  const HMENU bar = ::GetMenu(window_);
+  if (menu == Menu::SyncStart) {
+    ::EnableMenuItem(bar, kMnuSyncStart, MF_BYCOMMAND | state);
+  } else {
+    ::EnableMenuItem(bar, menu == Menu::Sync ? kSyncMenu : kViewMenu, MF_BYPOSITION | state);
+    ::DrawMenuBar(window_);
+  }
+}
+
+void MainView::SetHourglass(bool on) {
+  hourglass_ = on;
+  POINT position;
+  ::GetCursorPos(&position);
+  // Asks for the pointer anew, wherever it is.
+  ::SetCursorPos(position.x, position.y);
+}
+
+MessageAnswer MainView::ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
+                                    MessageIcon icon) {
+  const UINT kind = buttons == MessageButtons::RetryCancel ? MB_RETRYCANCEL : MB_OK;
+  switch (::MessageBoxW(window_, Wide(text).c_str(), Wide(title).c_str(), kind | StyleOf(icon))) {
+    case IDRETRY:
+      return MessageAnswer::Retry;
+    case IDOK:
+      return MessageAnswer::Ok;
+    default:
+      // Also when the box could not be shown, or went away with the session.
+      return RefusingAnswer(buttons);
+  }
+}
+
+void MainView::ShowModal(frmConfig& form) {
+  ConfigView(form).ShowModal(window_);
+}
+
+void MainView::ShowModal(frmAbout& form) {
+  AboutView(form).ShowModal(window_);
+}
+
+LRESULT CALLBACK MainView::Procedure(HWND window, UINT message, WPARAM wide, LPARAM large) {
+  if (message == WM_NCCREATE) {
+    auto* const creating = static_cast<MainView*>(reinterpret_cast<const CREATESTRUCTW*>(large)->lpCreateParams);
+    creating->window_ = window;
+    ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(creating));
+  }
+  auto* const self = reinterpret_cast<MainView*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
+  return self ? self->Handle(message, wide, large) : ::DefWindowProcW(window, message, wide, large);
+}
+
+LRESULT MainView::Handle(UINT message, WPARAM wide, LPARAM large) {
+  switch (message) {
+    case WM_COMMAND:
+      Command(LOWORD(wide));
+      return 0;
+    case WM_NOTIFY:
+      return Notify(*reinterpret_cast<const NMHDR*>(large));
+    case kActivated:
+      form_.Form_Activate();
+      return 0;
+    case WM_ACTIVATE:
+      if (LOWORD(wide) == WA_INACTIVE) KeepFocus();
+      if (LOWORD(wide) != WA_INACTIVE) ::PostMessageW(window_, kActivated, 0, 0);
+      break;
+    case WM_SETFOCUS:
+      ::SetFocus(focused_);
+      return 0;
+    case WM_SETCURSOR:
+      if (!ShowsHourglass(large)) break;
+      ::SetCursor(::LoadCursorW(nullptr, IDC_WAIT));
+      return TRUE;
+    case WM_SIZE:
+      if (wide != SIZE_MINIMIZED && status_) PlaceControls();
+      return 0;
+    case WM_GETMINMAXINFO: {
+      const Dpi dpi(window_);
+      reinterpret_cast<MINMAXINFO*>(large)->ptMinTrackSize = {dpi.Scale(kSmallestSize.cx), dpi.Scale(kSmallestSize.cy)};
+      return 0;
+    }
+    case kDpiChanged:
+    case WM_SYSCOLORCHANGE:
+    case WM_THEMECHANGED:
+    case WM_SETTINGCHANGE:
+      AdoptSystemChange(message, wide, large);
+      return 0;
+    case WM_CLOSE:
+      // A modal window over this one is closed first.
+      if (::IsWindowEnabled(window_)) form_.Unload();
+      return 0;
+    case WM_ENDSESSION:
+      // The process may be ended any time after this message.
+      if (wide) form_.Form_Unload();
+      return 0;
+    case WM_DESTROY:
+      window_ = nullptr;
+      return 0;
+    default:
+      break;
+  }
+  return ::DefWindowProcW(window_, message, wide, large);
+}
+
+void MainView::Command(int id) {
+  switch (id) {
+    case kMnuSyncStart:
+      return form_.mnuSyncStart_Click();
+    case kMnuSyncExit:
+      return form_.mnuSyncExit_Click();
+    case kMnuViewSettings:
+      return form_.mnuViewSettings_Click();
+    case kMnuViewLog:
+      return form_.mnuViewLog_Click();
+    case kMnuAbout:
+      return form_.mnuAbout_Click();
+    default:
+      if (id >= kTb && id <= kTb + kLogButton) form_.tb_ButtonClick(id - kTb);
+  }
+}
+
+LRESULT MainView::Notify(const NMHDR& header) {
+  if (header.code != static_cast<UINT>(TTN_GETDISPINFOW)) return 0;
+  auto& asked = reinterpret_cast<NMTTDISPINFOW&>(const_cast<NMHDR&>(header));
+  const std::wstring tip = toolBar_->TipOf(static_cast<int>(header.idFrom));
+  ::lstrcpynW(asked.szText, tip.c_str(), static_cast<int>(std::size(asked.szText)));
+  return 0;
+}
+
+bool MainView::ShowsHourglass(LPARAM hit) const {
+  return hourglass_ && LOWORD(hit) == HTCLIENT && ::IsWindowEnabled(window_);
+}
+
+void MainView::MakeControls() {
+  const auto button = [](int index, int picture, const char* text, const char* tip) {
+    return ToolBar::Button{kTb + index, picture, text, tip};
+  };
+  toolBar_ = std::make_unique<ToolBar>(
+      window_, kToolBar,
+      std::vector<ToolBar::Button>{
+          button(kSyncButton, PICTURE_SYNC, texts::kToolSync, texts::kToolSyncTip),
+          {},
+          button(kSettingsButton, PICTURE_SETTINGS, texts::kToolSettings, texts::kToolSettingsTip),
+          button(kLogButton, PICTURE_LOG, texts::kToolLog, texts::kToolLogTip)});
+  modePicture_ = std::make_unique<PictureControl>(window_, kSspSyncIcon, kModeSize, COLOR_WINDOW, WS_EX_STATICEDGE);
+  title_ =
+      MakeChild(window_, WC_STATICW, Wide(texts::kMainTitle), SS_NOPREFIX | SS_ENDELLIPSIS | SS_CENTERIMAGE, kLabel1);
+  spinner_ = std::make_unique<PictureControl>(window_, kImgSpinner, kSpinnerSize, COLOR_BTNFACE);
+  spinner_->Show(PICTURE_SPINNER0);
+  list_ = MakeChild(window_, WC_LISTVIEWW, L"",
+                    WS_TABSTOP | LVS_REPORT | LVS_NOCOLUMNHEADER | LVS_SINGLESEL | LVS_SHOWSELALWAYS, kLstProgress,
+                    WS_EX_CLIENTEDGE);
+  ListView_SetExtendedListViewStyle(list_, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
+  status_ = MakeChild(window_, STATUSCLASSNAMEW, L"", SBARS_SIZEGRIP, kStatusBar1);
+  tips_ = std::make_unique<ToolTips>(window_);
+  tips_->Add(modePicture_->Window(), "");
+  focused_ = list_;
+}
+
+void MainView::Rescale() {
+  const Dpi dpi(window_);
+  Font font = dpi.MessageFont();
+  Font titleFont = dpi.MessageFont(kTitlePercent, FW_SEMIBOLD);
+  SetFonts(window_, font.get());
+  SetWindowFont(title_, titleFont.get(), TRUE);
+  toolBar_->Rescale(dpi, font.get());
+  modePicture_->Rescale();
+  spinner_->Rescale();
+  font_ = std::move(font);
+  titleFont_ = std::move(titleFont);
+}
+
+void MainView::PlaceControls() {
+  const Dpi dpi(window_);
+  const LONG margin = dpi.Scale(kMargin);
+  const LONG panel = dpi.Scale(kPanelSize);
+  const LONG spinner = dpi.Scale(kSpinnerSize);
+  RECT client;
+  ::GetClientRect(window_, &client);
+  ::SendMessageW(status_, WM_SIZE, 0, 0);
+  RECT bar;
+  ::GetWindowRect(status_, &bar);
+  const LONG toolTop = margin / 2;
+  const LONG toolBottom = toolTop + toolBar_->Height();
+  const LONG bandTop = toolBottom + margin;
+  const LONG bandBottom = bandTop + panel;
+  const LONG spinnerLeft = client.right - margin - spinner;
+  const LONG spinnerTop = bandTop + (panel - spinner) / 2;
+  Place(toolBar_->Window(), {margin / 2, toolTop, client.right - margin / 2, toolBottom});
+  Place(modePicture_->Window(), {margin, bandTop, margin + panel, bandBottom});
+  Place(title_, {margin + panel + 2 * margin, bandTop, spinnerLeft - margin, bandBottom});
+  Place(spinner_->Window(), {spinnerLeft, spinnerTop, spinnerLeft + spinner, spinnerTop + spinner});
+  Place(list_,
+        {margin, bandBottom + margin, client.right - margin, client.bottom - (bar.bottom - bar.top) - margin / 2});
+  PlaceStatusPanels(client.right);
+}
+
+void MainView::PlaceStatusPanels(int width) {
+  const Dpi dpi(window_);
+  const int modeLeft = width - TextSize(font_.get(), Wide(texts::kModePanel)).cx - dpi.Scale(40);
+  const int rightEdges[] = {modeLeft, -1};
+  ::SendMessageW(status_, SB_SETPARTS, std::size(rightEdges), reinterpret_cast<LPARAM>(rightEdges));
+  RECT place;
+  ::SendMessageW(status_, SB_GETRECT, 0, reinterpret_cast<LPARAM>(&place));
+  tips_->AddPart(status_, 0, place, texts::kStatusPanel);
+  ::SendMessageW(status_, SB_GETRECT, 1, reinterpret_cast<LPARAM>(&place));
+  tips_->AddPart(status_, 1, place, texts::kModePanel);
+}
+
+void MainView::KeepFocus() {
+  const HWND focus = ::GetFocus();
+  if (focus && ::IsChild(window_, focus)) focused_ = focus;
+}
+
+void MainView::AdoptSystemChange(UINT message, WPARAM wide, LPARAM large) {
+  if (message == kDpiChanged) {
+    const RECT& suggested = *reinterpret_cast<const RECT*>(large);
+    ::SetWindowPos(window_, nullptr, suggested.left, suggested.top, suggested.right - suggested.left,
+                   suggested.bottom - suggested.top, SWP_NOZORDER | SWP_NOACTIVATE);
+  } else {
+    TellChildren(window_, message, wide, large);
+  }
+  Rescale();
+  PlaceControls();
+  ::InvalidateRect(window_, nullptr, TRUE);
+}
+
+}  // namespace mv::win32
