@@ -1,0 +1,377 @@
+"""The Windows program's windows for tests: a screen of our own, Wine on it, and the probe that looks at windows."""
+
+import json
+import os
+import pathlib
+import shutil
+import struct
+import subprocess
+import tempfile
+import time
+import zlib
+
+from .windows import SETTINGS_KEY, WINDOWS_BIN, settings_are_in_the_registry, windows_path
+from .world import BIN, ROOT
+
+PATIENCE = 60.0
+
+WM_CLOSE = 0x0010
+WM_QUERYENDSESSION = 0x0011
+WM_ENDSESSION = 0x0016
+WM_SYSCOLORCHANGE = 0x0015
+WM_THEMECHANGED = 0x031A
+WM_COMMAND = 0x0111
+BM_CLICK = 0x00F5
+
+TAB, ENTER, ALT, ESCAPE, SPACE, END, HOME, LEFT, RIGHT, DOWN = 9, 13, 18, 27, 32, 35, 36, 37, 39, 40
+
+
+def missing():
+    """Why the window cannot be tested here; empty when it can."""
+    for name in ("MVPPCSync.exe", "windowprobe.exe"):
+        if not (WINDOWS_BIN / name).exists():
+            return f"no {name} in {WINDOWS_BIN}"
+    for tool in ("wine", "Xvfb"):
+        if not shutil.which(tool):
+            return f"no {tool}"
+    return ""
+
+
+def plain(text):
+    """A text without its keyboard marks."""
+    return text.replace("&&", "\0").replace("&", "").replace("\0", "&")
+
+
+def wait_for(condition, what):
+    """The condition's first true value."""
+    end = time.monotonic() + PATIENCE
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > end:
+            raise AssertionError(f"waited in vain for {what}")
+        time.sleep(0.05)
+
+
+class Screen:
+    """An X server of our own, whose picture lies in a file."""
+
+    SIZE = "1280x960x24"
+
+    def __init__(self):
+        self.folder = tempfile.TemporaryDirectory()
+        read, write = os.pipe()
+        self.server = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(write), "-screen", "0", self.SIZE, "-fbdir", self.folder.name, "-nolisten", "tcp"],
+            pass_fds=[write], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        os.close(write)
+        with os.fdopen(read) as number:
+            self.display = ":" + number.readline().strip()
+
+    def close(self):
+        self.server.terminate()
+        self.server.wait()
+        self.folder.cleanup()
+
+    def settle(self):
+        """Returns when nothing is being painted, or when it never ends, as during a run."""
+        before = None
+        for _ in range(20):
+            now = self.pixels()
+            if now == before:
+                return
+            before = now
+            time.sleep(0.1)
+
+    def pixels(self):
+        """Width, height, bytes a row, and the rows of blue, green, red, nothing."""
+        data = pathlib.Path(self.folder.name, "Xvfb_screen0").read_bytes()
+        header = struct.unpack(">25I", data[:100])
+        start = header[0] + header[19] * 12
+        return header[4], header[5], header[12], data[start:]
+
+    def pixel(self, x, y):
+        """Red, green and blue."""
+        _, _, row_size, data = self.pixels()
+        at = y * row_size + x * 4
+        return data[at + 2], data[at + 1], data[at]
+
+    def capture(self, path, box=None):
+        """Writes the screen, or the box (left, top, right, bottom) of it, as a PNG."""
+        width, height, row_size, data = self.pixels()
+        left, top, right, bottom = box or (0, 0, width, height)
+        left, top, right, bottom = max(left, 0), max(top, 0), min(right, width), min(bottom, height)
+        rows = []
+        for y in range(top, bottom):
+            row = data[y * row_size:][left * 4:right * 4]
+            rgb = bytearray((right - left) * 3)
+            rgb[0::3], rgb[1::3], rgb[2::3] = row[2::4], row[1::4], row[0::4]
+            rows.append(b"\0" + bytes(rgb))
+        write_png(path, right - left, bottom - top, b"".join(rows))
+
+
+def write_png(path, width, height, rows):
+    def chunk(kind, body):
+        return struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body))
+    head = struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)
+    pathlib.Path(path).write_bytes(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", head) +
+                                   chunk(b"IDAT", zlib.compress(rows, 9)) + chunk(b"IEND", b""))
+
+
+class Wine:
+    """Wine with a prefix of its own on a screen of its own. `dpi`: 96 is 100 %."""
+
+    def __init__(self, dpi=96, colours=None):
+        self.screen = Screen()
+        prefix = ROOT / "build" / f"wine-window-{dpi}{'-contrast' if colours else ''}"
+        self.environment = dict(os.environ, WINEPREFIX=str(prefix), WINEDEBUG=os.environ.get("WINEDEBUG", "-all"),
+                                WINEDLLOVERRIDES="mscoree,mshtml=", DISPLAY=self.screen.display, LC_ALL="C.UTF-8")
+        if not (prefix / "system.reg").exists():
+            prefix.mkdir(parents=True, exist_ok=True)
+            self.run("wineboot", "-i")
+            self.set_up(dpi, colours or {})
+        self.probe = Probe(self)
+
+    def set_up(self, dpi, colours):
+        """Wine draws the frames itself, as there is no window manager, with smooth fonts. Texts open in its notepad."""
+        lines = ["Windows Registry Editor Version 5.00", "",
+                 "[HKEY_CURRENT_USER\\Software\\Wine\\X11 Driver]", '"Managed"="N"', '"Decorated"="N"', "",
+                 "[HKEY_CURRENT_USER\\Control Panel\\Desktop]", f'"LogPixels"=dword:{dpi:08x}',
+                 '"FontSmoothing"="2"', '"FontSmoothingType"=dword:00000001', '"FontSmoothingGamma"=dword:00000578', "",
+                 "[HKEY_CLASSES_ROOT\\.txt]", '@="txtfile"', ""]
+        if colours:
+            # Chosen colours and a theme of pictures exclude each other.
+            lines += ["[HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\ThemeManager]",
+                      '"ThemeActive"="0"', ""]
+            lines += ["[HKEY_CURRENT_USER\\Control Panel\\Colors]"] + [f'"{k}"="{v}"' for k, v in colours.items()]
+        with tempfile.TemporaryDirectory() as folder:
+            file = pathlib.Path(folder, "prefix.reg")
+            file.write_text("\r\n".join(lines) + "\r\n", encoding="utf-16")
+            self.run("regedit", windows_path(file))
+        # The fonts that Wine brings along lie where Debian's Wine does not look for them.
+        for font in pathlib.Path("/usr/share/wine/fonts").glob("*.ttf"):
+            shutil.copy(font, pathlib.Path(self.environment["WINEPREFIX"], "drive_c", "windows", "Fonts"))
+        # The running server has read the old values.
+        subprocess.run(["wineserver", "-k"], env=self.environment, check=False)
+        subprocess.run(["wineserver", "-w"], env=self.environment, check=False)
+
+    def run(self, *words):
+        subprocess.run(["wine", *words], env=self.environment, check=True, stdout=subprocess.DEVNULL,
+                       stderr=subprocess.DEVNULL, timeout=300)
+
+    def close(self):
+        self.probe.close()
+        subprocess.run(["wineserver", "-k"], env=self.environment, check=False)
+        self.screen.close()
+
+
+class Probe:
+    """windowprobe.exe, one for all tests of a Wine."""
+
+    def __init__(self, wine):
+        self.process = subprocess.Popen(["wine", str(WINDOWS_BIN / "windowprobe.exe")], env=wine.environment,
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                        encoding="utf-8")
+
+    def ask(self, *words):
+        self.process.stdin.write(" ".join(str(w) for w in words) + "\n")
+        self.process.stdin.flush()
+        line = self.process.stdout.readline()
+        if not line:
+            raise AssertionError("the probe has ended")
+        return json.loads(line)
+
+    def close(self):
+        self.process.stdin.close()
+        self.process.wait(timeout=PATIENCE)
+        self.process.stdout.close()
+
+
+def ini_text(sections):
+    lines = []
+    for section, values in sections.items():
+        lines += [f"[{section}]"] + [f"{key}={value}" for key, value in values.items()]
+    return "\n".join(lines) + "\n"
+
+
+def parse_ini(text):
+    sections, values = {}, {}
+    for line in text.splitlines():
+        if line.startswith("["):
+            values = sections.setdefault(line.strip("[]"), {})
+        elif "=" in line:
+            key, _, value = line.partition("=")
+            values[key] = value
+    return sections
+
+
+def escaped(text):
+    return text.replace("\\", "\\\\").replace('"', '\\"')
+
+
+def unescaped(text):
+    return text.replace('\\"', '"').replace("\\\\", "\\")
+
+
+class Settings:
+    """The settings that the program finds and leaves behind."""
+
+    KEY = f"HKEY_CURRENT_USER\\{SETTINGS_KEY}\\Motorva32"
+
+    def __init__(self, wine, folder):
+        self.wine = wine
+        self.folder = pathlib.Path(folder)
+        self.file = self.folder / "config" / "Motorva32.ini"
+        self.in_registry = settings_are_in_the_registry()
+
+    def environment(self):
+        return {"XDG_CONFIG_HOME": windows_path(self.file.parent)}
+
+    def write(self, sections):
+        """{section: {key: text}}, instead of what was there."""
+        self.file.parent.mkdir(exist_ok=True)
+        if self.in_registry:
+            self.write_registry(sections)
+        else:
+            self.file.write_text(ini_text(sections), encoding="utf-8")
+
+    def write_registry(self, sections):
+        lines = ["Windows Registry Editor Version 5.00", "", f"[-{self.KEY}]"]
+        for section, values in sections.items():
+            lines += ["", f"[{self.KEY}\\{section}]"]
+            lines += [f'"{key}"="{escaped(value)}"' for key, value in values.items()]
+        file = self.folder / "settings.reg"
+        file.write_text("\r\n".join(lines) + "\r\n", encoding="utf-16", newline="")
+        self.wine.run("reg", "import", windows_path(file))
+
+    def read(self, section):
+        if not self.in_registry:
+            return parse_ini(self.file.read_text(encoding="utf-8")).get(section, {})
+        file = self.folder / "export.reg"
+        self.wine.run("reg", "export", self.KEY, windows_path(file), "/y")
+        stored = parse_ini(file.read_text(encoding="utf-16")).get(f"{self.KEY}\\{section}", {})
+        return {key.strip('"'): unescaped(value[1:-1]) for key, value in stored.items()}
+
+
+class World:
+    """A folder with a handheld and a database, and the program's settings for them. `rows`: of each table; None for the
+    small demonstration."""
+
+    def __init__(self, wine, rows=None):
+        self.folder = pathlib.Path(tempfile.mkdtemp())
+        size = ["--rows", str(rows)] if rows else []
+        subprocess.run([str(BIN / "mvtool"), "demo", *size, str(self.folder)], check=True, stdout=subprocess.DEVNULL)
+        self.handheld = self.folder / "handheld"
+        self.away = self.folder / "handheld away"
+        self.tables = self.handheld / "Program Files" / "Motorva"
+        self.database = self.folder / "Motorva.db"
+        self.log = self.folder / "SyncLog.txt"
+        self.settings = Settings(wine, self.folder)
+        self.set()
+
+    def set(self, **mobile):
+        self.settings.write({"General": {"DBPath": windows_path(self.folder)},
+                             "Handheld": {"Root": windows_path(self.handheld)}, "PPC_Mobile": mobile})
+
+    def stored(self):
+        return self.settings.read("PPC_Mobile")
+
+    def unplug(self):
+        self.handheld.rename(self.away)
+
+    def plug_in(self):
+        self.away.rename(self.handheld)
+
+    def log_text(self):
+        return self.log.read_bytes().decode("cp1252") if self.log.exists() else ""
+
+    def remove(self):
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+
+class App:
+    """The program, running in a world."""
+
+    def __init__(self, wine, world, *arguments):
+        self.wine = wine
+        self.probe = wine.probe
+        self.process = subprocess.Popen(["wine", str(WINDOWS_BIN / "MVPPCSync.exe"), *arguments],
+                                        env=dict(wine.environment, **world.settings.environment()),
+                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+    def top(self, **wanted):
+        """The program's topmost window with these members, or None."""
+        for window in self.probe.ask("top"):
+            if all(window[k] == v for k, v in wanted.items()):
+                return window
+        return None
+
+    def window(self, text):
+        return wait_for(lambda: self.top(text=text), f"a window called {text!r}")
+
+    def gone(self, text):
+        wait_for(lambda: not self.top(text=text), f"the end of the window {text!r}")
+
+    def children(self, window):
+        return self.probe.ask("children", window["hwnd"])
+
+    def child(self, window, text=None, **wanted):
+        """The child with that text, marks aside, and these members."""
+        for child in self.children(window):
+            if (text is None or plain(child["text"]) == text) and all(child[k] == v for k, v in wanted.items()):
+                return child
+        raise AssertionError(f"no child {text!r} {wanted}")
+
+    def press(self, window, text, **wanted):
+        """Presses a button of a window; does not wait for what it does."""
+        self.probe.ask("post", self.child(window, text, **wanted)["hwnd"], BM_CLICK, 0, 0)
+
+    def keys(self, window, *chords):
+        self.probe.ask("foreground", window["hwnd"])
+        self.probe.ask("keys", *chords)
+
+    def command(self, window, *path):
+        """Chooses a menu command by its texts; the window's thread runs it."""
+        items = self.probe.ask("menu", window["hwnd"])
+        for text in path:
+            item = next(i for i in items if plain(i["text"]) == text)
+            items = item.get("items", [])
+        self.probe.ask("post", window["hwnd"], WM_COMMAND, item["id"], 0)
+
+    def toolbar(self, window):
+        bar = self.child(window, **{"class": "ToolbarWindow32"})
+        return self.probe.ask("toolbar", bar["hwnd"])
+
+    def click(self, box):
+        self.probe.ask("mouse", (box["left"] + box["right"]) // 2, (box["top"] + box["bottom"]) // 2)
+
+    def click_tool(self, window, index):
+        self.click(self.toolbar(window)[index - 1]["rect"])
+
+    def lines(self, window):
+        return self.list(window)["items"]
+
+    def list(self, window):
+        return self.probe.ask("list", self.child(window, **{"class": "SysListView32"})["hwnd"])
+
+    def status(self, window):
+        return self.probe.ask("status", self.child(window, **{"class": "msctls_statusbar32"})["hwnd"])
+
+    def capture(self, path, window=None):
+        box = window and self.probe.ask("window", window["hwnd"])["rect"]
+        self.wine.screen.settle()
+        self.wine.screen.capture(path, box and (box["left"], box["top"], box["right"], box["bottom"]))
+
+    def close(self, window):
+        self.probe.ask("post", window["hwnd"], WM_CLOSE, 0, 0)
+
+    def wait(self):
+        """The exit status."""
+        return self.process.wait(timeout=PATIENCE)
+
+    def end(self):
+        """For a test that failed in between."""
+        if self.process.poll() is None:
+            self.process.terminate()
+            self.process.wait(timeout=PATIENCE)
