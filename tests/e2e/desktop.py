@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import re
 import shutil
 import struct
 import subprocess
@@ -10,7 +11,7 @@ import tempfile
 import time
 import zlib
 
-from .windows import SETTINGS_KEY, WINDOWS_BIN, settings_are_in_the_registry, windows_path
+from .windows import SETTINGS_KEY, WINDOWS_BIN, windows_path
 from .world import BIN, ROOT
 
 PATIENCE = 60.0
@@ -188,24 +189,6 @@ class Probe:
         self.process.stdout.close()
 
 
-def ini_text(sections):
-    lines = []
-    for section, values in sections.items():
-        lines += [f"[{section}]"] + [f"{key}={value}" for key, value in values.items()]
-    return "\n".join(lines) + "\n"
-
-
-def parse_ini(text):
-    sections, values = {}, {}
-    for line in text.splitlines():
-        if line.startswith("["):
-            values = sections.setdefault(line.strip("[]"), {})
-        elif "=" in line:
-            key, _, value = line.partition("=")
-            values[key] = value
-    return sections
-
-
 def escaped(text):
     return text.replace("\\", "\\\\").replace('"', '\\"')
 
@@ -215,43 +198,28 @@ def unescaped(text):
 
 
 class Settings:
-    """The settings that the program finds and leaves behind."""
-
-    KEY = f"HKEY_CURRENT_USER\\{SETTINGS_KEY}\\Motorva32"
+    """The settings that the program finds in the registry and leaves there."""
 
     def __init__(self, wine, folder):
         self.wine = wine
         self.folder = pathlib.Path(folder)
-        self.file = self.folder / "config" / "Motorva32.ini"
-        self.in_registry = settings_are_in_the_registry()
-
-    def environment(self):
-        return {"XDG_CONFIG_HOME": windows_path(self.file.parent)}
 
     def write(self, sections):
         """{section: {key: text}}, instead of what was there."""
-        self.file.parent.mkdir(exist_ok=True)
-        if self.in_registry:
-            self.write_registry(sections)
-        else:
-            self.file.write_text(ini_text(sections), encoding="utf-8")
-
-    def write_registry(self, sections):
-        lines = ["Windows Registry Editor Version 5.00", "", f"[-{self.KEY}]"]
+        lines = ["Windows Registry Editor Version 5.00", "", f"[-{SETTINGS_KEY}]"]
         for section, values in sections.items():
-            lines += ["", f"[{self.KEY}\\{section}]"]
+            lines += ["", f"[{SETTINGS_KEY}\\{section}]"]
             lines += [f'"{key}"="{escaped(value)}"' for key, value in values.items()]
         file = self.folder / "settings.reg"
         file.write_text("\r\n".join(lines) + "\r\n", encoding="utf-16", newline="")
         self.wine.run("reg", "import", windows_path(file))
 
     def read(self, section):
-        if not self.in_registry:
-            return parse_ini(self.file.read_text(encoding="utf-8")).get(section, {})
         file = self.folder / "export.reg"
-        self.wine.run("reg", "export", self.KEY, windows_path(file), "/y")
-        stored = parse_ini(file.read_text(encoding="utf-16")).get(f"{self.KEY}\\{section}", {})
-        return {key.strip('"'): unescaped(value[1:-1]) for key, value in stored.items()}
+        self.wine.run("reg", "export", f"{SETTINGS_KEY}\\{section}", windows_path(file), "/y")
+        lines = file.read_text(encoding="utf-16").splitlines()
+        pairs = [re.fullmatch(r'"(.*?)"="(.*)"', line) for line in lines]
+        return {pair[1]: unescaped(pair[2]) for pair in pairs if pair}
 
 
 class World:
@@ -297,7 +265,7 @@ class App:
         self.wine = wine
         self.probe = wine.probe
         self.process = subprocess.Popen(["wine", str(WINDOWS_BIN / "MVPPCSync.exe"), *arguments],
-                                        env=dict(wine.environment, **world.settings.environment()),
+                                        env=wine.environment,
                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
     def top(self, **wanted):

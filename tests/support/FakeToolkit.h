@@ -75,7 +75,6 @@ class FakeToolkit : public Toolkit {
   std::function<void(frmConfig&, FakeConfigView&)> inSettings = [](frmConfig&, FakeConfigView&) {};
   std::function<void(frmAbout&, FakeAboutView&)> inAbout = [](frmAbout&, FakeAboutView&) {};
 
-  bool InitCommonControls() override { return true; }
   std::unique_ptr<frmMainView> MakeMainView(frmMain&) override { return std::make_unique<View>(*this); }
 
   /// The calls whose text starts with `start`, in order.

@@ -139,7 +139,7 @@ void MainView::Unload() {
 
 void MainView::RunUntilClosed() {
   MSG message;
-  while (window_ && ::GetMessageW(&message, nullptr, 0, 0) > 0) Dispatch(message);
+  while (window_ && ::GetMessageW(&message, nullptr, 0, 0) >= 0) Dispatch(message);
 }
 
 void MainView::ProcessMessages() {
@@ -148,6 +148,7 @@ void MainView::ProcessMessages() {
 }
 
 void MainView::Dispatch(MSG& message) {
+  if (message.message == WM_QUIT) return form_.Unload();
   if (::IsDialogMessageW(window_, &message)) return;
   ::TranslateMessage(&message);
   ::DispatchMessageW(&message);
