@@ -48,6 +48,7 @@ bool Succeeds(Action action) {
 class NoShell : public platform::Shell {
  public:
   bool Recycle(const std::string&) override { return false; }
+  bool OpenDocument(const std::string&) override { return false; }
 };
 
 /// The table file "t.pdb" of a folder in memory.
