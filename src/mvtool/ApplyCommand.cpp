@@ -2,6 +2,7 @@
 #include <ostream>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "jet/Database.h"
 #include "mvtool/ChangeJson.h"
@@ -23,10 +24,10 @@ constexpr std::string_view kHelp =
     "    {\"op\":\"delete\",\"where\":{\"KY_ID\":\"a1\"}}\n"
     "  Values are written as \"show\" prints them; names of columns, and texts in\n"
     "  \"where\", compare without regard to case. Of the rows that \"where\" fits the\n"
-    "  first one stored is taken; that there is none is an error. Columns that a new\n"
-    "  row leaves out are null. All changes become durable together, at the end. At\n"
-    "  the first line that cannot be done it stops, names the line and changes\n"
-    "  nothing.\n"
+    "  first one stored is taken; that there is none is an error. A column that a new\n"
+    "  row leaves out gets its default value, or null. All changes become durable\n"
+    "  together, at the end. At the first line that cannot be done it stops, names\n"
+    "  the line and changes nothing.\n"
     "    --keep  keeps what the lines before it changed\n";
 
 /// Counts of the changes made so far.
@@ -48,13 +49,21 @@ jet::RowId WantedRow(IndexedTable& table, const Change& change) {
   return *row;
 }
 
+/// The values of a new row, by position.
+std::vector<Value> NewRow(const IndexedTable& table, Change change) {
+  std::vector<std::optional<Value>> given(table.Definition().columns.size());
+  for (std::size_t i = 0; i < change.columns.size(); ++i) given[change.columns[i]] = std::move(change.values[i]);
+  std::vector<Value> values;
+  for (std::size_t column = 0; column < given.size(); ++column) {
+    values.push_back(given[column] ? std::move(*given[column]) : table.DefaultOf(column));
+  }
+  return values;
+}
+
 void Make(IndexedTable& table, Change change) {
   switch (change.kind) {
-    case Change::Kind::Insert: {
-      std::vector<Value> values(table.Definition().columns.size());
-      for (std::size_t i = 0; i < change.columns.size(); ++i) values[change.columns[i]] = std::move(change.values[i]);
-      return table.Insert(std::move(values));
-    }
+    case Change::Kind::Insert:
+      return table.Insert(NewRow(table, std::move(change)));
     case Change::Kind::Update:
       return table.Update(WantedRow(table, change), change.columns, change.values);
     case Change::Kind::Delete:

@@ -4,6 +4,8 @@
 
 #include "jet/Database.h"
 #include "support/CommandTest.h"
+#include "support/Hex.h"
+#include "support/JetDatabase.h"
 
 namespace mv::tool {
 namespace {
@@ -59,6 +61,23 @@ TEST_F(ApplyTest, NoLines_ChangeNothing) {
   EXPECT_EQ(Apply("\n \n"), kSucceeded);
   EXPECT_EQ(out_, "0 inserted, 0 updated, 0 deleted\n");
   EXPECT_EQ(files_.Content("x.db"), before_);
+}
+
+TEST_F(ApplyTest, ColumnsLeftOut_GetTheirDefaultValues) {
+  {
+    const auto database = jet::Database::Create(files_, "d.db", clock_.Now());
+    jet::TableSpec design = testing::JetTable("T").Text("KY", 5).Column("NM", jet::ColumnType::Long).Spec();
+    design.properties = testing::FromHex(
+        "4D 52 32 00 | 20 00 00 00 80 00 | 18 00 \"DefaultValue\""
+        "1A 00 00 00 01 00 | 0A 00 00 00 04 00 \"NM\" | 0A 00 01 0C 00 00 02 00 \"7\"");
+    database->CreateTable(design, clock_.Now());
+    database->Commit();
+  }
+  ASSERT_EQ(Run({"apply", "d.db", "T"},
+                "{\"op\":\"insert\",\"row\":{\"KY\":\"a\"}}\n{\"op\":\"insert\",\"row\":{\"KY\":\"b\",\"NM\":null}}"),
+            kSucceeded)
+      << err_;
+  EXPECT_EQ(Shown("d.db", "T"), "{\"KY\":\"a\",\"NM\":7}\n{\"KY\":\"b\",\"NM\":null}\n");
 }
 
 TEST_F(ApplyTest, ColumnNames_CompareWithoutRegardToCase) {

@@ -28,6 +28,8 @@ class IndexedTable {
   explicit IndexedTable(jet::Table& table) : table_(table) {}
 
   const jet::TableDefinition& Definition() const { return table_.Definition(); }
+  /// See jet::Table.
+  Value DefaultOf(std::size_t column) const { return table_.DefaultOf(column); }
 
   /// What a column is to hold.
   struct Condition {

@@ -170,8 +170,9 @@ def random_table(rng, name):
 class Changes:
     """Draws changes of a table, makes them in its model and tells them as lines for `mvtool apply`."""
 
-    def __init__(self, rng, table):
-        self.rng, self.table = rng, table
+    def __init__(self, rng, table, leaving_out=0.1):
+        """`leaving_out`: how often a new row leaves a column out; the model takes that for null."""
+        self.rng, self.table, self.leaving_out = rng, table, leaving_out
         unique = {n for i in table.indexes if i.unique for n, _ in i.columns}
         indexed = {n for i in table.indexes for n, _ in i.columns}
         self.values = {c.name: Values(rng, c, c.name in indexed, c.name not in unique and rng.random() < 0.4)
@@ -195,7 +196,7 @@ class Changes:
         if rng.random() < 0.01:
             return self.wrong()
         if op == "insert" or not table.rows:
-            row = {n: v.draw() for n, v in self.values.items() if v.given or rng.random() < 0.9}
+            row = {n: v.draw() for n, v in self.values.items() if v.given or rng.random() >= self.leaving_out}
             error = self.attempt(lambda: table.insert(row))
             self.order_known = self.order_known and error is not None
             return self.told({"op": "insert", "row": row}, error)
