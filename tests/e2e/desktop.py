@@ -152,7 +152,7 @@ class Wine:
             self.run("regedit", windows_path(file))
         # The fonts that Wine brings along lie where Debian's Wine does not look for them.
         for font in pathlib.Path("/usr/share/wine/fonts").glob("*.ttf"):
-            shutil.copy(font, pathlib.Path(self.environment["WINEPREFIX"], "drive_c", "windows", "Fonts"))
+            shutil.copy(font, self.drive_c / "windows" / "Fonts")
         # The running server has read the old values.
         subprocess.run(["wineserver", "-k"], env=self.environment, check=False)
         subprocess.run(["wineserver", "-w"], env=self.environment, check=False)
@@ -160,6 +160,10 @@ class Wine:
     def run(self, *words):
         subprocess.run(["wine", *words], env=self.environment, check=True, stdout=subprocess.DEVNULL,
                        stderr=subprocess.DEVNULL, timeout=300)
+
+    @property
+    def drive_c(self):
+        return pathlib.Path(self.environment["WINEPREFIX"], "drive_c")
 
     def close(self):
         self.probe.close()
@@ -224,10 +228,10 @@ class Settings:
 
 class World:
     """A folder with a handheld and a database, and the program's settings for them. `rows`: of each table; None for the
-    small demonstration."""
+    small demonstration. `folder`: where to make it, else anywhere."""
 
-    def __init__(self, wine, rows=None):
-        self.folder = pathlib.Path(tempfile.mkdtemp())
+    def __init__(self, wine, rows=None, folder=None):
+        self.folder = pathlib.Path(folder or tempfile.mkdtemp())
         size = ["--rows", str(rows)] if rows else []
         subprocess.run([str(BIN / "mvtool"), "demo", *size, str(self.folder)], check=True, stdout=subprocess.DEVNULL)
         self.handheld = self.folder / "handheld"
@@ -259,9 +263,9 @@ class World:
 
 
 class App:
-    """The program, running in a world."""
+    """The program, running with the settings of the world made last."""
 
-    def __init__(self, wine, world, *arguments):
+    def __init__(self, wine, *arguments):
         self.wine = wine
         self.probe = wine.probe
         self.process = subprocess.Popen(["wine", str(WINDOWS_BIN / "MVPPCSync.exe"), *arguments],

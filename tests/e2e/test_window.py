@@ -44,14 +44,14 @@ class WindowCase(unittest.TestCase):
         self.addCleanup(world.remove)
         return world
 
-    def start(self, world, *arguments):
-        app = App(self.wine, world, *arguments)
+    def start(self, *arguments):
+        app = App(self.wine, *arguments)
         self.addCleanup(app.end)
         return app
 
-    def open(self, world):
-        """The program with its window, ready for the first run."""
-        app = self.start(world)
+    def open(self):
+        """The program with its window, ready for the first run in the world made last."""
+        app = self.start()
         main = app.window(MAIN)
         wait_for(lambda: app.toolbar(main)[0]["enabled"], "the handheld's answer")
         return app, main
@@ -85,7 +85,7 @@ class Texts(WindowCase):
     def test_main_window(self):
         world = self.world()
         world.set(LastSync="11/21/2026 2:05:09 PM", SyncMode="1")
-        app, main = self.open(world)
+        app, main = self.open()
         menus = app.probe.ask("menu", main["hwnd"])
         self.assertEqual([plain(m["text"]) for m in menus], ["Sync", "View", "About..."])
         self.assertEqual([plain(i["text"]) for i in menus[0]["items"]], ["Start", "", "Exit Program"])
@@ -105,13 +105,14 @@ class Texts(WindowCase):
         self.leave(app, main)
 
     def test_without_an_earlier_run_its_time_is_unknown(self):
-        app, main = self.open(self.world())
+        self.world()
+        app, main = self.open()
         self.assertEqual(app.status(main)[0], "Last sync: Unknown")
         self.leave(app, main)
 
     def test_settings_dialog(self):
         world = self.world()
-        app, main = self.open(world)
+        app, main = self.open()
         app.command(main, "View", "Settings...")
         dialog = app.window(SETTINGS)
         self.picture(app, "settings", dialog)
@@ -140,7 +141,8 @@ class Texts(WindowCase):
         self.leave(app, main)
 
     def test_about_box(self):
-        app, main = self.open(self.world())
+        self.world()
+        app, main = self.open()
         app.command(main, "About...")
         about = app.window(ABOUT)
         self.picture(app, "about", about)
@@ -157,7 +159,7 @@ class Handheld(WindowCase):
     def test_start_is_disabled_until_the_handheld_has_answered(self):
         world = self.world()
         world.unplug()
-        app = self.start(world)
+        app = self.start()
         box, text = self.box(app, NO_DEVICE)
         self.picture(app, "no-handheld")
         self.assertEqual(text, "Please connect your PDA to your PC, turn it on, then click Retry to continue.\r\r"
@@ -177,7 +179,7 @@ class Handheld(WindowCase):
     def test_cancel_at_start_saves_the_settings_and_ends_the_program(self):
         world = self.world()
         world.unplug()
-        app = self.start(world)
+        app = self.start()
         box, _ = self.box(app, NO_DEVICE)
         app.press(box, "Cancel")
         self.assertEqual(app.wait(), 3)
@@ -185,7 +187,7 @@ class Handheld(WindowCase):
 
     def test_a_handheld_that_has_gone_is_asked_for_again_and_may_be_put_off(self):
         world = self.world()
-        app, main = self.open(world)
+        app, main = self.open()
         world.unplug()
         app.click_tool(main, 1)
         box, text = self.box(app, NO_DEVICE)
@@ -207,7 +209,7 @@ class Runs(WindowCase):
 
     def test_thirteen_tables_go_by(self):
         world = self.world(rows=400)
-        app, main = self.open(world)
+        app, main = self.open()
         app.click_tool(main, 1)
         wait_for(lambda: len(app.lines(main)) >= 6, "five tables")
         self.picture(app, "run", main)
@@ -231,7 +233,7 @@ class Runs(WindowCase):
     def test_commands_are_disabled_while_a_run_asks(self):
         world = self.world()
         (world.tables / "brnd_Fuel.pdb").unlink()
-        app, main = self.open(world)
+        app, main = self.open()
         app.click_tool(main, 1)
         box, text = self.box(app, "Sync Not Completed Successfully")
         self.picture(app, "not-completed")
@@ -251,7 +253,7 @@ class Runs(WindowCase):
     def test_an_error_is_shown_and_the_window_stays_usable(self):
         world = self.world()
         world.database.rename(world.folder / "elsewhere.db")
-        app, main = self.open(world)
+        app, main = self.open()
         app.click_tool(main, 1)
         box, text = self.box(app, "")
         self.assertRegex(text, r"^Error: -2147467259 has occurred\.\rDescription: Could not find file ")
@@ -264,7 +266,7 @@ class Runs(WindowCase):
 
     def test_closing_the_window_during_a_run_loses_nothing(self):
         world = self.world(rows=2000)
-        app, main = self.open(world)
+        app, main = self.open()
         app.click_tool(main, 1)
         wait_for(lambda: len(app.lines(main)) >= 3, "two tables")
         app.close(main)
@@ -274,14 +276,14 @@ class Runs(WindowCase):
         self.assertNotIn(" ended: ", world.log_text())
         self.assertEqual(subprocess.run([str(BIN / "mvtool"), "check", str(world.database)],
                                         stdout=subprocess.DEVNULL).returncode, 0)
-        app, main = self.open(world)
+        app, main = self.open()
         app.click_tool(main, 1)
         self.assertIn("13 of 13", self.run_to_end(app, main)[-1])
         self.leave(app, main)
 
     def test_a_session_that_ends_saves_the_settings_and_ends_the_run(self):
         world = self.world(rows=2000)
-        app, main = self.open(world)
+        app, main = self.open()
         app.click_tool(main, 1)
         wait_for(lambda: len(app.lines(main)) >= 3, "two tables")
         self.assertEqual(app.probe.ask("send", main["hwnd"], WM_QUERYENDSESSION, 0, 0), 1)
@@ -292,7 +294,7 @@ class Runs(WindowCase):
 
     def test_a_silent_run_shows_no_window(self):
         world = self.world()
-        app = self.start(world, "-Mode0")
+        app = self.start("-Mode0")
         while app.process.poll() is None:
             self.assertEqual([w for w in app.probe.ask("top") if w["class"] != "Progman"], [])
         self.assertEqual(app.wait(), 0)
@@ -302,14 +304,14 @@ class Runs(WindowCase):
 class SettingsDialog(WindowCase):
     """The settings dialog at work."""
 
-    def dialog(self, world):
-        app, main = self.open(world)
+    def dialog(self):
+        app, main = self.open()
         app.command(main, "View", "Settings...")
         return app, main, app.window(SETTINGS)
 
     def test_ok_takes_over_and_closing_the_window_saves(self):
         world = self.world()
-        app, main, dialog = self.dialog(world)
+        app, main, dialog = self.dialog()
         edits = [c for c in app.children(dialog) if c["class"] == "Edit"]
         for edit, text in zip(edits, (f" {windows_path(world.folder)}\\Garage \u00e9.db ", "\\Storage Card", "C:\\log.txt")):
             app.probe.ask("settext", edit["hwnd"], text)
@@ -333,7 +335,7 @@ class SettingsDialog(WindowCase):
 
     def test_a_mode_survives_cancel(self):
         world = self.world()
-        app, main, dialog = self.dialog(world)
+        app, main, dialog = self.dialog()
         app.press(dialog, "Desktop (PC) Database Completely Overwrites Mobile (PDA) Database")
         wait_for(lambda: app.child(dialog, "Desktop (PC) Database Completely Overwrites Mobile (PDA) Database")["checked"],
                  "the mode")
@@ -345,7 +347,8 @@ class SettingsDialog(WindowCase):
         self.assertEqual(world.stored()["SyncMode"], "1")
 
     def test_the_log_row_follows_its_box(self):
-        app, main, dialog = self.dialog(self.world())
+        self.world()
+        app, main, dialog = self.dialog()
 
         def row():
             return [app.child(dialog, "Synchronization Log File")["enabled"],
@@ -365,7 +368,7 @@ class SettingsDialog(WindowCase):
         world = self.world()
         other = world.folder / "other.db"
         other.write_bytes(b"")
-        app, main, dialog = self.dialog(world)
+        app, main, dialog = self.dialog()
         app.press(dialog, " Browse to Set Database File Location ")
         browse = app.window("Set Desktop Edition Database Location")
         self.picture(app, "browse")
@@ -383,7 +386,7 @@ class SettingsDialog(WindowCase):
 
     def test_a_browsed_log_without_an_extension_gets_one(self):
         world = self.world()
-        app, main, dialog = self.dialog(world)
+        app, main, dialog = self.dialog()
         app.press(dialog, " Browse to Set Log File Location ")
         browse = app.window("Save Log File As")
         name = next(c for c in self.deep(app, browse) if c["class"] == "Edit" and c["visible"] and c["enabled"])
@@ -407,7 +410,7 @@ class Log(WindowCase):
 
     def test_a_missing_log_is_named(self):
         world = self.world()
-        app, main = self.open(world)
+        app, main = self.open()
         app.click_tool(main, 4)
         box, text = self.box(app, LOG_TITLE)
         self.assertEqual(text, f"Sync Log: {windows_path(world.log)} does not exist.")
@@ -419,7 +422,7 @@ class Log(WindowCase):
         log = world.folder / "SyncLog.unheard-of"
         log.write_text("a log\r\n")
         world.set(SyncLogPath=windows_path(log))
-        app, main = self.open(world)
+        app, main = self.open()
         app.click_tool(main, 4)
         box, text = self.box(app, LOG_TITLE)
         self.assertEqual(text, f"Unable to open: {windows_path(log)}")
@@ -429,7 +432,7 @@ class Log(WindowCase):
     def test_a_log_opens_in_the_program_for_texts(self):
         world = self.world()
         world.log.write_text("a log\r\n")
-        app, main = self.open(world)
+        app, main = self.open()
         app.click_tool(main, 4)
         editor = wait_for(lambda: next((w for w in app.probe.ask("top") if w["class"] == "Notepad"), None), "the editor")
         wait_for(lambda: "SyncLog" in app.probe.ask("window", editor["hwnd"])["text"], "the log in the editor")
@@ -443,7 +446,7 @@ class Keyboard(WindowCase):
 
     def test_menus(self):
         world = self.world()
-        app, main = self.open(world)
+        app, main = self.open()
         app.keys(main, f"{ALT}+{ord('S')}", ord("S"))
         self.run_to_end(app, main)
         app.keys(main, f"{ALT}+{ord('V')}", ord("S"))
@@ -463,7 +466,8 @@ class Keyboard(WindowCase):
         self.assertEqual(app.wait(), 0)
 
     def test_toolbar(self):
-        app, main = self.open(self.world())
+        self.world()
+        app, main = self.open()
         self.focus(app, main, "ToolbarWindow32")
         wait_for(lambda: app.toolbar(main)[0]["hot"], "the first button")
         app.keys(main, ENTER)
@@ -485,7 +489,7 @@ class Keyboard(WindowCase):
 
     def test_settings_dialog(self):
         world = self.world()
-        app, main = self.open(world)
+        app, main = self.open()
         app.keys(main, f"{ALT}+{ord('V')}", ord("S"))
         dialog = app.window(SETTINGS)
         visited = []
@@ -522,7 +526,8 @@ class Layout(WindowCase):
     """Every control inside its window and clear of the others."""
 
     def test_windows(self):
-        app, main = self.open(self.world())
+        self.world()
+        app, main = self.open()
         self.check(app, main)
         self.picture(app, "main", main)
         app.command(main, "View", "Settings...")
@@ -561,7 +566,8 @@ class LayoutAt200Percent(Layout):
     DPI = 192
 
     def test_the_window_is_twice_as_large(self):
-        app, main = self.open(self.world())
+        self.world()
+        app, main = self.open()
         box = app.probe.ask("window", main["hwnd"])["rect"]
         self.assertEqual(box["right"] - box["left"], 1200)
         self.leave(app, main)
@@ -571,7 +577,8 @@ class HighContrast(WindowCase):
     COLOURS = CONTRAST
 
     def test_the_systems_colours_are_used(self):
-        app, main = self.open(self.world())
+        self.world()
+        app, main = self.open()
         app.command(main, "View", "Settings...")
         dialog = app.window(SETTINGS)
         app.capture(PICTURES / "settings-contrast.png", dialog)

@@ -67,8 +67,7 @@ void ToolBar::Rescale(const Dpi& dpi, HFONT font) {
   ::SendMessageW(window_, TB_SETIMAGELIST, 0, reinterpret_cast<LPARAM>(pictures.get()));
   pictures_ = std::move(pictures);
   SetWindowFont(window_, font, TRUE);
-  ::SendMessageW(window_, TB_SETPADDING, 0, MAKELPARAM(dpi.Scale(12), dpi.Scale(12)));
-  ::SendMessageW(window_, TB_SETBUTTONSIZE, 0, MAKELPARAM(0, size + dpi.Scale(12)));
+  ::SendMessageW(window_, TB_SETPADDING, 0, MAKELPARAM(dpi.Scale(12), dpi.Scale(6)));
   ::SendMessageW(window_, TB_AUTOSIZE, 0, 0);
 }
 
