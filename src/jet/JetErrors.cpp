@@ -10,6 +10,17 @@ Error FileInUseError(const std::string& path) {
   return Error(errors::kJetGeneral, "", "Could not use '" + path + "'; file already in use.");
 }
 
+Error NoPermissionError(const std::string& path) {
+  return Error(errors::kJetGeneral, "",
+               "The Microsoft Jet database engine cannot open the file '" + path +
+                   "'. It is already opened exclusively by another user, or you need permission to view its data.");
+}
+
+Error FolderNotWritableError(const std::string& path) {
+  return Error(errors::kPathFileAccess, "",
+               "The new database cannot be written beside '" + path + "': its folder takes no new file.");
+}
+
 Error UnrecognizedFormatError(const std::string& path, const std::string& reason) {
   std::string text = "Unrecognized database format '" + path + "'.";
   if (!reason.empty()) text += " " + reason;

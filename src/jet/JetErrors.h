@@ -12,6 +12,11 @@ namespace mv::jet {
 Error FileNotFoundError(const std::string& path);
 /// -2147467259 "Could not use '...'; file already in use."
 Error FileInUseError(const std::string& path);
+/// -2147467259 "The Microsoft Jet database engine cannot open the file '...'. It is already opened exclusively by
+/// another user, or you need permission to view its data."
+Error NoPermissionError(const std::string& path);
+/// 75 and a text of our own: the new database cannot be written into the folder of the old one, which stays.
+Error FolderNotWritableError(const std::string& path);
 /// -2147467259 "Unrecognized database format '...'." `reason`, when given, is added as a sentence of its own.
 Error UnrecognizedFormatError(const std::string& path, const std::string& reason = {});
 /// -2147467259 and a text of our own: a structure of the file contradicts itself; nothing was changed. `what` says

@@ -82,6 +82,7 @@ std::unique_ptr<platform::File> PageFile::OpenFile() const {
       throw FileNotFoundError(path_);
     }
     if (error.Number() == errors::kPermissionDenied) throw FileInUseError(path_);
+    if (error.Number() == errors::kPathFileAccess) throw NoPermissionError(path_);
     throw;
   }
 }
@@ -209,10 +210,18 @@ void PageFile::Commit() {
   ++writableNow_;
 }
 
+std::unique_ptr<platform::File> PageFile::OpenStaged(const std::string& name) {
+  try {
+    return files_.Open(name, platform::Access::ReadWrite, platform::Disposition::CreateAlways, platform::Sharing::None);
+  } catch (const Error& error) {
+    if (error.Number() == errors::kPathFileAccess) throw FolderNotWritableError(path_);
+    throw;
+  }
+}
+
 std::unique_ptr<platform::File> PageFile::WriteStaged() {
   const std::string name = files_.StagedName(realPath_);
-  auto staged =
-      files_.Open(name, platform::Access::ReadWrite, platform::Disposition::CreateAlways, platform::Sharing::None);
+  auto staged = OpenStaged(name);
   try {
     WriteAllPages(*staged);
     staged->Sync();

@@ -34,8 +34,8 @@ class PageFile {
   static constexpr PageNumber kMaxPages = 524288;
 
   /// Opens an existing file. Does not look into it unless its length is not that of a database.
-  /// Throws FileNotFoundError, FileInUseError, UnrecognizedFormatError (shorter than two pages or no multiple of a
-  /// page: with the reason of CheckFileKind; longer than 2 GiB).
+  /// Throws FileNotFoundError, FileInUseError, NoPermissionError, UnrecognizedFormatError (shorter than two pages or no
+  /// multiple of a page: with the reason of CheckFileKind; longer than 2 GiB).
   static std::unique_ptr<PageFile> Open(platform::FileSystem& files, const std::string& path, Mode mode);
   /// A new database of no pages that exists in memory only until Commit, which replaces what is at `path`. An existing
   /// file there is held from now on; FileInUseError when somebody else holds it.
@@ -82,7 +82,8 @@ class PageFile {
   /// True when a page changed since opening or the last Commit.
   bool Changed() const { return changedCount_ != 0; }
   /// Makes all changes durable together (see above); costs nothing when nothing changed. When it fails the file on disk
-  /// is the old one and the changes are still in memory, so it may be tried again. Error 61 on a full disk.
+  /// is the old one and the changes are still in memory, so it may be tried again. Error 61 on a full disk,
+  /// FolderNotWritableError.
   void Commit();
   /// Forgets all changes since opening or the last Commit, and a statement under way.
   void Discard();
@@ -115,6 +116,7 @@ class PageFile {
   void RestoreOldContents();
   void DropOldContents();
   void CheckMayWrite() const;
+  std::unique_ptr<platform::File> OpenStaged(const std::string& name);
   std::unique_ptr<platform::File> WriteStaged();
   void WriteAllPages(platform::File& out);
   void ReadUnchanged(PageNumber first, ByteSpan out);

@@ -52,6 +52,25 @@ TEST_F(PageFileTest, MissingFileAndMissingFolder_AreNotFoundUnderTheNameGiven) {
             "Could not find file 'D:\\x\\y.db'.");
 }
 
+TEST_F(PageFileTest, FolderInPlaceOfAFile_CannotBeOpened) {
+  files_.CreateFolders(kPath);
+  EXPECT_EQ(ErrorOf([&] { PageFile::Open(files_, kPath, Mode::ReadWrite); }).Description(),
+            "The Microsoft Jet database engine cannot open the file 'C:\\data\\Motorva.db'. It is already opened "
+            "exclusively by another user, or you need permission to view its data.");
+}
+
+TEST_F(PageFileTest, FolderThatTakesNoNewFile_KeepsTheOldFileAndTheChanges) {
+  const auto file = OpenWith(3);
+  file->Write(1).fill(0x55);
+  files_.CreateFolders(files_.StagedName(kPath));
+  const Error error = ErrorOf([&] { file->Commit(); });
+  EXPECT_EQ(error.Number(), errors::kPathFileAccess);
+  EXPECT_EQ(error.Description(),
+            "The new database cannot be written beside 'C:\\data\\Motorva.db': its folder takes no new file.");
+  EXPECT_EQ(files_.Content(kPath), FileOf(3));
+  EXPECT_TRUE(file->Changed());
+}
+
 TEST_F(PageFileTest, FileThatSomebodyHolds_IsInUse) {
   const auto holder = OpenWith(3);
   EXPECT_EQ(ErrorOf([&] { PageFile::Open(files_, kPath, Mode::ReadWrite); }).Description(),

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -151,9 +152,20 @@ int OpenFlags(Access access, Disposition disposition) {
   return direction | O_CLOEXEC | (disposition == Disposition::OpenExisting ? 0 : O_CREAT);
 }
 
+/// The mode of a file that is made anew. One that is to take another's place is never open to more people than that
+/// one.
+mode_t CreationMode(const std::string& native) {
+  constexpr mode_t kUsual = 0666;
+  constexpr std::string_view kSuffix = kStagedSuffix;
+  struct stat status = {};
+  if (!native.ends_with(kSuffix)) return kUsual;
+  const std::string replaced = native.substr(0, native.size() - kSuffix.size());
+  return ::stat(replaced.c_str(), &status) == 0 ? (status.st_mode & kUsual) | S_IRUSR | S_IWUSR : kUsual;
+}
+
 std::unique_ptr<PosixFile> OpenNative(const std::string& native, Access access, Disposition disposition,
                                       Sharing sharing) {
-  const int number = ::open(native.c_str(), OpenFlags(access, disposition), 0666);
+  const int number = ::open(native.c_str(), OpenFlags(access, disposition), CreationMode(native));
   if (number < 0) throw ErrorFromErrno(errno, native);
   auto file = std::make_unique<PosixFile>(number, native);
   if (IsFolder(native)) throw ErrorFromErrno(EISDIR, native);
