@@ -147,28 +147,23 @@ class Parser {
     if (!isTaken) Fail();
   }
 
-  std::size_t Add(Step step) {
-    steps_.push_back(std::move(step));
-    return steps_.size() - 1;
-  }
   std::size_t Add(Operation operation, std::size_t left = 0, std::size_t right = 0) {
-    Step step;
+    Step& step = steps_.emplace_back();
     step.operation = operation;
     step.left = left;
     step.right = right;
-    return Add(std::move(step));
+    return steps_.size() - 1;
   }
   std::size_t AddConstant(Value value) {
-    Step step;
-    step.constant = std::move(value);
-    return Add(std::move(step));
+    steps_.emplace_back().constant = std::move(value);
+    return steps_.size() - 1;
   }
   std::size_t AddColumn(std::size_t position) {
-    Step step;
+    Step& step = steps_.emplace_back();
     step.operation = Operation::Column;
     step.column = position;
     step.isDecimal = table_.columns[position].type == ColumnType::Decimal;
-    return Add(std::move(step));
+    return steps_.size() - 1;
   }
   std::size_t AddColumnNamed(const std::string& name) {
     const std::string wanted = FoldCase(name);
