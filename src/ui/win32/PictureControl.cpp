@@ -39,7 +39,7 @@ void PictureControl::Show(int pictureId) {
 
 void PictureControl::PaintSoon() {
   if (waiting_) return;
-  const ULONGLONG now = ::GetTickCount64();
+  const DWORD now = ::GetTickCount();
   if (now - painted_ < kShortestView) {
     waiting_ = ::SetTimer(window_, kTimer, kShortestView, nullptr) != 0;
     if (waiting_) return;
