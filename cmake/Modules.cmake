@@ -48,6 +48,10 @@ function(mv_test name)
   add_executable(${name} ${ARG_SOURCES})
   # Tests are mostly expectations; optimising them costs more time than it saves.
   target_compile_options(${name} PRIVATE -O0)
+  if(MV_SANITIZE)
+    # For the same reason; what they test is checked for both kinds of error.
+    target_compile_options(${name} PRIVATE -fno-sanitize=undefined)
+  endif()
   target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} mv_testing GTest::gmock_main)
   add_test(NAME ${name} COMMAND ${MV_TEST_RUNNER} $<TARGET_FILE:${name}> WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
   set_tests_properties(${name} PROPERTIES TIMEOUT 600)
