@@ -37,8 +37,8 @@ class PictureControl {
   int pixels_ = 0;
   std::map<int, Icon> icons_;  ///< the pictures shown so far, in this size
   HWND window_;
-  DWORD painted_ = 0;  ///< when it was last asked to be painted, in milliseconds of a clock that wraps around
-  bool waiting_ = false;   ///< a timer will ask for it
+  DWORD painted_ = 0;     ///< when it was last asked to be painted, in milliseconds of a clock that wraps around
+  bool waiting_ = false;  ///< a timer will ask for it
 };
 
 }  // namespace mv::win32
