@@ -225,11 +225,11 @@ TEST_F(RuleCheckTest, TableRuleThatIsNotUnderstood_RefusesEveryRow) {
 TEST_F(RuleCheckTest, RulesOfRowsThatACascadeChanges_AreChecked) {
   database_.Add(JetTable("P").Column("K", ColumnType::Long).PrimaryKey("K"));
   JetTable design = JetTable("F").Column("K", ColumnType::Long);
-  TableSpec spec = design.Spec();
+  TableSpec foreignDesign = design.Spec();
   // One property, ValidationRule "<10", of column K.
   const auto append = [&](const auto value) {
-    spec.properties.resize(spec.properties.size() + sizeof(value));
-    StoreLittle(spec.properties.data() + spec.properties.size() - sizeof(value), value);
+    foreignDesign.properties.resize(foreignDesign.properties.size() + sizeof(value));
+    StoreLittle(foreignDesign.properties.data() + foreignDesign.properties.size() - sizeof(value), value);
   };
   const auto appendText = [&](std::u16string_view text) {
     append(static_cast<std::uint16_t>(2 * text.size()));
@@ -248,7 +248,7 @@ TEST_F(RuleCheckTest, RulesOfRowsThatACascadeChanges_AreChecked) {
   append(std::uint8_t{12});
   append(std::uint16_t{0});
   appendText(u"<10");
-  database_->CreateTable(spec, mv::testing::kJetCreated);
+  database_->CreateTable(foreignDesign, mv::testing::kJetCreated);
   database_->CreateRelation({"R", "F", {"K"}, "P", {"K"}, true, RelationSpec::OnDelete::Refuse},
                             mv::testing::kJetCreated);
   Table& primary = database_->OpenTable("P");
