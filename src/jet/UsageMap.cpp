@@ -300,18 +300,21 @@ std::optional<PageNumber> FreePages::TakeInside() {
 
 /// The file grows page by page and without holes: the new page is always the next one, whatever bits are set behind it.
 PageNumber FreePages::Grow() {
-  while (!free_.Covers(file_.PageCount())) {
-    const PageNumber next = file_.PageCount();
-    if (MapRow(file_, kFreePagesMap).IsInline()) {
-      if (!Lengthen(next)) TurnIntoReferences();
-    } else {
-      AppendBitPage(next / kPagesPerBitPage);
-    }
-  }
+  // Covering a page may append bit pages.
+  while (!free_.Covers(file_.PageCount())) Cover(file_.PageCount());
   if (file_.PageCount() >= PageFile::kMaxPages) throw UnsupportedError("a database of more than 2 GiB");
   const PageNumber page = file_.Append();
   free_.SetBit(page, false);
   return page;
+}
+
+/// Goes a step towards a map that covers `page`.
+void FreePages::Cover(PageNumber page) {
+  if (!MapRow(file_, kFreePagesMap).IsInline()) {
+    AppendBitPage(page / kPagesPerBitPage);
+  } else if (!Lengthen(page)) {
+    TurnIntoReferences();
+  }
 }
 
 /// Lengthens the inline map on its page until it covers `page`; false when the page has no room for that.
@@ -328,7 +331,8 @@ bool FreePages::Lengthen(PageNumber page) {
   const ByteSpan bits = mapPage.Resize(kFreePagesMap.slot, length).subspan(kInlineBitsOffset);
   std::fill(bits.begin() + static_cast<std::ptrdiff_t>(oldLength - kInlineBitsOffset), bits.end(), std::uint8_t{0xFF});
   // Pages of the file that the map did not cover are in use for all anybody knows.
-  for (PageNumber known = firstNew; known < page; ++known) StoreBit(bits, known - start, false);
+  const PageNumber end = std::min(file_.PageCount(), start + static_cast<PageNumber>(bits.size() * 8));
+  for (PageNumber known = firstNew; known < end; ++known) StoreBit(bits, known - start, false);
   return true;
 }
 
@@ -369,9 +373,9 @@ void FreePages::ClearBitsOfFile(PageNumber range) {
 }
 
 void FreePages::Free(PageNumber page) {
-  if (page >= file_.PageCount() || !free_.Covers(page)) {
-    throw DamagedFileError("page " + std::to_string(page) + " is not covered by the map of free pages");
-  }
+  if (page >= file_.PageCount()) throw DamagedFileError("page " + std::to_string(page) + " lies behind the end");
+  // Other engines leave files that are longer than the map.
+  while (!free_.Covers(page)) Cover(page);
   if (free_.Contains(page)) throw DamagedFileError("page " + std::to_string(page) + " is free already");
   free_.SetBit(page, true);
   Page& bytes = file_.Write(page);

@@ -81,12 +81,14 @@ class FreePages {
   /// format's 2 GiB, DamagedFileError when the map calls page 0 or 1 free.
   PageNumber Allocate();
   /// Gives a page back: marks it free; a data page's kind becomes FreedData. The caller has taken it out of its owner's
-  /// maps. Throws DamagedFileError for a page that is free already or not in the file.
+  /// maps. Throws DamagedFileError for a page that is free already or not in the file. A map that ends before the page
+  /// is lengthened.
   void Free(PageNumber page);
 
  private:
   std::optional<PageNumber> TakeInside();
   PageNumber Grow();
+  void Cover(PageNumber page);
   bool Lengthen(PageNumber page);
   void TurnIntoReferences();
   void AppendBitPage(PageNumber range);

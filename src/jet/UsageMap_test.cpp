@@ -310,6 +310,21 @@ TEST(FreePages, FileLongerThanItsMap_DoesNotTakeThePagesOutsideForFree) {
   EXPECT_EQ(freePages.Allocate(), 601U);
 }
 
+TEST(FreePages, FreedPageBehindTheMap_LengthensItAndIsTakenAgain) {
+  JetStorage storage(900);
+  PageFile& file = storage.File();
+  FreePages freePages(file);
+  freePages.Free(600);
+  EXPECT_EQ(RowLength(file, {1, 0}), 81U);  // up to page 607
+  EXPECT_EQ(UsageMap(file, {1, 0}).Pages(), std::vector<PageNumber>{600});
+  freePages.Free(899);
+  EXPECT_EQ(RowLength(file, {1, 0}), 121U);
+  EXPECT_EQ(UsageMap(file, {1, 0}).LowestFrom(601), 899U);
+  EXPECT_EQ(freePages.Allocate(), 600U);
+  EXPECT_EQ(freePages.Allocate(), 899U);
+  EXPECT_EQ(freePages.Allocate(), 900U);
+}
+
 /// A file of `pages` pages whose map of free pages is as long as in a file that has grown so far.
 void GrowTo(JetStorage& storage, PageNumber pages) {
   FreePages freePages(storage.File());
