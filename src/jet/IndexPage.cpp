@@ -142,9 +142,7 @@ IndexPageView::IndexPageView(const PageFile& file, PageNumber number, PageNumber
   const std::uint8_t lastMarks = page_[kEndMarksOffset + kEndMarksSize - 1];
   if (lastMarks > 1 || (MarkWord(0) & 1) != 0) Damaged("has end marks outside its entries");
   const std::size_t prefix = PrefixLength();
-  if (prefix == 0) return;
-  if (!isLeaf) Damaged("is a node with a prefix");
-  if (IsEmpty() || prefix > EndOf(0)) Damaged("has a prefix longer than its first entry");
+  if (prefix != 0 && prefix > EndOf(0)) Damaged("has a prefix longer than its first entry");
 }
 
 void IndexPageView::Damaged(const std::string& what) const {
@@ -197,7 +195,8 @@ std::size_t IndexPageView::IndexOf(std::size_t at) const {
 
 PageNumber IndexPageView::ChildAt(std::size_t at) const {
   const std::size_t end = EndOf(at);
-  if (end - at <= kRowAddressSize + kChildSize) Damaged("has an entry that is too short");
+  const std::size_t size = end - at + (at == 0 ? 0 : PrefixLength());
+  if (end - at < kChildSize || size <= kRowAddressSize + kChildSize) Damaged("has an entry that is too short");
   return LoadBig<std::uint32_t>(Area().data() + end - kChildSize);
 }
 
@@ -317,6 +316,7 @@ bool IndexPage::TryInsert(std::size_t at, ByteView entry) {
   const std::size_t prefix = PrefixLength();
   if (entry.size() <= prefix || entry.size() - prefix > kEntryAreaSize - used) return false;
   if (prefix != 0 && (!StartsWith(entry, Area().first(prefix)) || EndOf(0) == prefix)) return false;
+  if (used == 0) SetPrefixLength(0);
   // In front of the first entry its own prefix bytes become those of the new one.
   InsertBytes(at == 0 ? prefix : at, entry.subspan(prefix));
   return true;

@@ -31,7 +31,7 @@ namespace mv::jet {
 ///
 /// Leaf entry: key, then the row's address (page 3 bytes, slot 1). Node entry: key and address of the last entry below
 /// a child, then the child's page (4 bytes). The prefix may reach into the row's address. Nodes and leaves of fewer
-/// than two entries have none.
+/// than two entries have none when they are written here; those of other engines that do are read.
 inline constexpr std::size_t kIndexFreeSpaceOffset = 0x02;
 inline constexpr std::size_t kIndexOwnerOffset = 0x04;
 inline constexpr std::size_t kIndexPreviousOffset = 0x0C;
@@ -123,7 +123,10 @@ class IndexPageView {
   PageNumber Next() const { return Word(kIndexNextOffset); }
   /// The tail child of a node, checked to be there.
   PageNumber Tail() const;
-  std::size_t PrefixLength() const { return LoadLittle<std::uint16_t>(page_.data() + kIndexPrefixOffset); }
+  /// 0 for a page without entries, whatever its header says.
+  std::size_t PrefixLength() const {
+    return IsEmpty() ? 0 : LoadLittle<std::uint16_t>(page_.data() + kIndexPrefixOffset);
+  }
 
   /// Bytes of the entry area in use: up to the last end mark, whatever the free-space word says.
   std::size_t Used() const { return used_; }
