@@ -33,6 +33,7 @@ template <std::size_t kCapacity>
 class Part {
  public:
   bool Empty() const { return size_ == 0; }
+  std::size_t Size() const { return size_; }
   void Push(std::uint8_t byte) { bytes_[size_++] = byte; }
   void FillTo(std::size_t size) {
     while (size_ < size) Push(kUsualSecondary);
@@ -56,16 +57,23 @@ class KeyParts {
   /// True when further units have no say.
   bool Full() const { return units_ == kMaxUnits; }
 
-  /// Returns false when the unit's weight is not known. Needs !Full().
-  bool Add(char16_t unit) {
+  /// Nothing, or the unit whose weight turns out not to be known: this one or one before it. Needs !Full().
+  std::optional<char16_t> Add(char16_t unit) {
     ++units_;
     if (unit == kBlank) {
       ++blanks_;
-      return true;
+      return std::nullopt;
     }
     const TextWeight blank = WeightOf(kBlank);
     for (; blanks_ > 0; --blanks_) AddPrimary(blank.primary);
-    return AddEntry(WeightOf(unit));
+    const TextWeight entry = WeightOf(unit);
+    if (entry.kind == TextWeight::Kind::Unknown) return unit;
+    const std::size_t placed = Placed();
+    AddEntry(entry);
+    if (threeLetters_ && Placed() != placed) return threeLetters_;
+    const bool isThreeLetters = entry.kind == TextWeight::Kind::Letters && LettersOf(entry.detail).count == 3;
+    if (isThreeLetters) threeLetters_ = unit;
+    return std::nullopt;
   }
 
   void AppendTo(Bytes& key) {
@@ -84,32 +92,27 @@ class KeyParts {
   }
 
  private:
-  bool AddEntry(TextWeight entry) {
+  /// Bytes that stand in the key at a place counted in weights.
+  std::size_t Placed() const { return secondary_.Size() + late_.Size(); }
+
+  void AddEntry(TextWeight entry) {
     switch (entry.kind) {
       case TextWeight::Kind::Weight:
-        AddWeight(entry.primary, entry.detail);
-        return true;
+        return AddWeight(entry.primary, entry.detail);
       case TextWeight::Kind::SmallKana:
-        AddKana(entry, kSmallKanaCode);
-        return true;
+        return AddKana(entry, kSmallKanaCode);
       case TextWeight::Kind::Kana:
-        AddKana(entry, kKanaCode);
-        return true;
+        return AddKana(entry, kKanaCode);
       case TextWeight::Kind::Late:
-        AddLate(entry.detail);
-        return true;
+        return AddLate(entry.detail);
       case TextWeight::Kind::AddOn:
-        AddToSecondary(entry.detail);
-        return true;
+        return AddToSecondary(entry.detail);
       case TextWeight::Kind::Letters:
-        AddLetters(LettersOf(entry.detail));
-        return true;
+        return AddLetters(LettersOf(entry.detail));
       case TextWeight::Kind::Ignored:
-        return true;
       case TextWeight::Kind::Unknown:
-        return false;
+        return;
     }
-    return false;
   }
 
   void AddPrimary(std::uint16_t weight) {
@@ -173,6 +176,9 @@ class KeyParts {
   std::size_t weights_ = 0;  ///< primary weights so far
   std::size_t leading_ = 0;  ///< secondary bytes that stand before the first weight's
   bool hasKana_ = false;
+  /// A character of three letters that was met: whether it takes three places is not known, and matters for what comes
+  /// behind it and is placed.
+  std::optional<char16_t> threeLetters_;
   Part<2 * kMaxWeights> primary_;
   Part<kMaxWeights + 1> secondary_;
   Part<kMaxUnits> kana_;
@@ -218,7 +224,8 @@ std::optional<char32_t> AppendTextKey(Bytes& key, std::string_view text) {
   KeyParts parts;
   for (std::size_t at = 0; at < text.size() && !parts.Full();) {
     const char32_t character = NextCodePoint(text, at);
-    if (character > 0xFFFF || !parts.Add(static_cast<char16_t>(character))) return character;
+    if (character > 0xFFFF) return character;
+    if (const auto unknown = parts.Add(static_cast<char16_t>(character))) return *unknown;
   }
   parts.AppendTo(key);
   return std::nullopt;
@@ -227,7 +234,8 @@ std::optional<char32_t> AppendTextKey(Bytes& key, std::string_view text) {
 std::optional<char32_t> AppendTextKey(Bytes& key, std::u16string_view units) {
   KeyParts parts;
   for (std::size_t at = 0; at < units.size() && !parts.Full(); ++at) {
-    if (!parts.Add(units[at])) return CharacterAt(units, at);
+    const auto unknown = parts.Add(units[at]);
+    if (unknown) return *unknown == units[at] ? CharacterAt(units, at) : *unknown;
   }
   parts.AppendTo(key);
   return std::nullopt;

@@ -23,8 +23,9 @@ namespace mv::jet {
 /// Characters that stand for several letters count as that many weights. Only the first 255 UTF-16 units have a say,
 /// then trailing blanks are cut.
 
-/// Appends the ascending key of a UTF-8 text. When the text has a character whose weight is not known (outside the
-/// first plane, U+0651) the key stays as it is and that character is returned.
+/// Appends the ascending key of a UTF-8 text. When the text has a character whose weight is not known the key stays as
+/// it is and that character is returned: one outside the first plane, U+0651, and the three letters of U+FB03 or U+FB04
+/// where a character behind them is placed by the number of weights (an accent, a hyphen).
 std::optional<char32_t> AppendTextKey(Bytes& key, std::string_view text);
 /// The same for UTF-16 units; a lone surrogate is returned as it is.
 std::optional<char32_t> AppendTextKey(Bytes& key, std::u16string_view units);
