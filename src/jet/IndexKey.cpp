@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <optional>
 
@@ -60,6 +61,11 @@ std::string Quoted(const std::string& name) {
   return "'" + name + "'";
 }
 
+/// For messages. `table` is empty when it is not known.
+std::string Named(const Column& column, const std::string& table) {
+  return "column " + Quoted(column.name) + (table.empty() ? "" : " of table " + Quoted(table));
+}
+
 std::string Hex(std::uint32_t number, std::size_t digits) {
   std::array<char, 8> buffer{};
   const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number, 16).ptr;
@@ -109,6 +115,14 @@ void AppendFloat(Bytes& key, Float value) {
   AppendBig(key, (bits & kTopBit) != 0 ? ~bits : bits | kTopBit);
 }
 
+/// NaN has no place among the numbers; by its bits it would stand on either side of all, and never be found as a
+/// number.
+template <typename Float>
+void RequireNumber(const Column& column, const std::string& table, Float value) {
+  if (!std::isnan(value)) return;
+  throw UnsupportedError(Named(column, table) + " is part of an index and its value is not a number (NaN)");
+}
+
 void Invert(Bytes& key, std::size_t from) {
   for (std::size_t i = from; i < key.size(); ++i) key[i] = static_cast<std::uint8_t>(~key[i]);
 }
@@ -133,13 +147,11 @@ void AppendDecimal(Bytes& key, const Column& column, const std::string& text) {
   if (decimal.negative) Invert(key, from);
 }
 
-/// `table`: for the message; empty when it is not known.
 void AppendText(Bytes& key, const Column& column, const std::string& table, const std::string& text) {
   const std::optional<char32_t> unknown = AppendTextKey(key, text);
   if (!unknown) return;
-  throw UnsupportedError("column " + Quoted(column.name) + (table.empty() ? "" : " of table " + Quoted(table)) +
-                         " is part of an index and its text has the character U+" + Hex(*unknown, 4) +
-                         ", whose place in the sort order is not known");
+  throw UnsupportedError(Named(column, table) + " is part of an index and its text has the character U+" +
+                         Hex(*unknown, 4) + ", whose place in the sort order is not known");
 }
 
 /// The ascending value bytes of the types whose descending form is all bytes inverted.
@@ -158,12 +170,15 @@ void AppendPlainValue(Bytes& key, const Column& column, const std::string& table
       AppendSigned<std::uint64_t>(key, As<Currency>(value).tenThousandths);
       return;
     case ColumnType::Single:
+      RequireNumber(column, table, As<float>(value));
       AppendFloat<std::uint32_t>(key, As<float>(value));
       return;
     case ColumnType::Double:
+      RequireNumber(column, table, As<double>(value));
       AppendFloat<std::uint64_t>(key, As<double>(value));
       return;
     case ColumnType::DateTime:
+      RequireNumber(column, table, As<Date>(value).days);
       AppendFloat<std::uint64_t>(key, As<Date>(value).days);
       return;
     case ColumnType::Decimal:

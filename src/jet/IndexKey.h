@@ -10,7 +10,7 @@ namespace mv::jet {
 
 /// The bytes an index keeps for one column: start byte and value, ascending or descending; see the table in the source.
 /// `value` has the column's type (Null, bool, uint8_t ... text for Text, Memo, GUID and Decimal). Throws
-/// UnsupportedError for what the engine cannot build: a sort order other than General (0409, 0, 0), a surrogate,
+/// UnsupportedError for what the engine cannot build: a sort order other than General (0409, 0, 0), a surrogate, NaN,
 /// descending Decimal, OLE and raw columns; the text names column and character.
 void AppendKey(Bytes& key, const Column& column, const Value& value, bool ascending);
 

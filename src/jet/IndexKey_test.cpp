@@ -104,6 +104,13 @@ TEST(IndexKey, Floats_FlipTheSignOrAllBits) {
   EXPECT_EQ(Descending(ColumnType::Double, -1.5), "80 BF F8 00 00 00 00 00 00");
 }
 
+TEST(IndexKey, NotANumber_IsRefusedByColumn) {
+  const auto expected = AllOf(HasSubstr("Not supported"), HasSubstr("'Plate'"), HasSubstr("NaN"));
+  EXPECT_THAT(DescriptionOf([] { Ascending(ColumnType::Single, std::nanf("")); }), expected);
+  EXPECT_THAT(DescriptionOf([] { Descending(ColumnType::Double, -std::nan("")); }), expected);
+  EXPECT_THAT(DescriptionOf([] { Ascending(ColumnType::DateTime, Date{std::nan("")}); }), expected);
+}
+
 TEST(IndexKey, DateTime_IsItsDouble) {
   EXPECT_EQ(Ascending(ColumnType::DateTime, Date{38143.5}), "7F C0 E2 9F F0 00 00 00 00");
 }

@@ -51,12 +51,16 @@ class Values:
         sign, count = "-" if count < 0 else "", abs(count)
         return f"{sign}{count // 10000}.{count % 10000:04}"
 
+    def not_a_number(self):
+        """Which an index refuses."""
+        return 1.5 if self.indexed else "NaN"
+
     def draw_single(self):
-        return self.rng.choice([0.0, -0.0, "NaN", "Infinity", "-Infinity", single(1e-40), single(3e38),
+        return self.rng.choice([0.0, -0.0, self.not_a_number(), "Infinity", "-Infinity", single(1e-40), single(3e38),
                                 single(self.rng.uniform(-1e5, 1e5)), float(self.number(9))])
 
     def draw_double(self):
-        return self.rng.choice([0.0, -0.0, "NaN", "Infinity", "-Infinity", 5e-324, 1.7e308, math.pi,
+        return self.rng.choice([0.0, -0.0, self.not_a_number(), "Infinity", "-Infinity", 5e-324, 1.7e308, math.pi,
                                 self.rng.uniform(-1e9, 1e9), float(self.number(9))])
 
     def draw_datetime(self):
