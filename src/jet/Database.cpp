@@ -128,7 +128,9 @@ Table& Database::OpenObject(const CatalogObject& object) {
   std::unique_ptr<Table>& table = tables_[page];
   if (!table) {
     TableDefinition definition = ReadDefinition(*pages_, page, object.name);
-    TableRules rules = RulesFromProperties(catalog_.PropertyList(object), definition);
+    // Readers need no rules, and may look at a table whose property list is damaged.
+    const bool isChanged = pages_->OpenMode() == PageFile::Mode::ReadWrite;
+    TableRules rules = isChanged ? RulesFromProperties(catalog_.PropertyList(object), definition) : TableRules();
     table = std::make_unique<Table>(*pages_, std::move(definition), std::move(rules), &relations_, sources_);
   }
   return *table;
@@ -145,6 +147,7 @@ Table& Database::TableAt(PageNumber page) {
 void Database::CreateTable(const TableSpec& design, const CivilTime& created) {
   TableDefinition table = DesignTable(design);
   CheckIndexes(table);
+  RulesFromProperties(design.properties, table);  // no table gets a list that would refuse it to writers
   if (catalog_.FindRowSource(design.name)) throw ConstraintError("Table '" + design.name + "' already exists.");
 
   Statement statement(*pages_);

@@ -46,11 +46,12 @@ class Database {
   /// The property list of one of these, as the catalog keeps it (see Properties.h); empty when it has none.
   Bytes PropertyList(const CatalogObject& object) const { return catalog_.PropertyList(object); }
   /// A table by name, without regard to case; NoSuchTableError, UnsupportedError for a query or a linked table. The
-  /// object lives as long as the database; the same name gives the same object.
+  /// object lives as long as the database; the same name gives the same object. DamagedFileError for a definition, or
+  /// when opened for writing a property list, that contradicts itself.
   Table& OpenTable(const std::string& name);
   /// Adds a table with its indexes and catalog rows; `created` becomes the table's date. Throws ConstraintError for a
-  /// table that Jet would refuse, UnsupportedError for an index that the engine could not keep. When it fails
-  /// nothing was changed.
+  /// table that Jet would refuse, UnsupportedError for an index that the engine could not keep, DamagedFileError for a
+  /// property list that contradicts itself. When it fails nothing was changed.
   void CreateTable(const TableSpec& table, const CivilTime& created);
 
   /// Makes an enforced relation between two tables, which may be the same one and may have rows: an index on each side

@@ -275,7 +275,7 @@ TEST_F(DatabaseTest, PropertyListOfANewTable_IsKeptAndEnforced) {
   EXPECT_EQ(ErrorNumberOf([&] { database->OpenTable("users").Insert({Null{}}); }), errors::kJetConstraint);
 }
 
-TEST_F(DatabaseTest, PropertyListThatContradictsItself_RefusesTheTable) {
+TEST_F(DatabaseTest, PropertyListThatContradictsItself_RefusesTheTableToWriters) {
   database_->CreateTable(Parts(), kCreated);
   Table& objects = database_->OpenTable("MSysObjects");
   const std::size_t column = Position(objects, "LvProp");
@@ -284,6 +284,15 @@ TEST_F(DatabaseTest, PropertyListThatContradictsItself_RefusesTheTable) {
   const Error error = ErrorOf([&] { database_->OpenTable("Parts"); });
   EXPECT_EQ(error.Number(), errors::kJetGeneral);
   EXPECT_NE(error.Description().find("'Parts'"), std::string::npos);
+  CommitAndClose();
+  EXPECT_EQ(Open(PageFile::Mode::ReadOnly)->OpenTable("Parts").Count(), 0);
+}
+
+TEST_F(DatabaseTest, PropertyListThatContradictsItself_IsNotGivenToANewTable) {
+  TableSpec parts = Parts();
+  parts.properties = FromHex("4D 52 32 00 | 39");
+  EXPECT_EQ(ErrorNumberOf([&] { database_->CreateTable(parts, kCreated); }), errors::kJetGeneral);
+  EXPECT_EQ(database_->TableNames(), Strings());
 }
 
 TEST_F(DatabaseTest, NewTable_TakesDefinitionMapsAndRootsInThatOrder) {
