@@ -5,7 +5,7 @@
 
 #include "ado/AdoErrors.h"
 #include "ado/AdoInterfaces.h"
-#include "ado/Com.h"
+#include "ado/ComClasses.h"
 #include "recordset/Connection.h"
 
 namespace mv::ado {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ado/AdoInterfaces.h"
-#include "ado/Com.h"
+#include "ado/ComClasses.h"
 #include "base/Error.h"
 
 namespace mv::ado {

@@ -8,7 +8,7 @@
 
 #include "ado/AdoErrors.h"
 #include "ado/AdoInterfaces.h"
-#include "ado/Com.h"
+#include "ado/ComClasses.h"
 #include "recordset/Recordset.h"
 
 namespace mv::ado {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ado/Com.h"
+#include "ado/ComClasses.h"
 #include "recordset/Value.h"
 
 namespace mv::ado {

@@ -52,7 +52,7 @@ DeviceCopyResult modWinCEFileManagement::Upload(const std::string& desktopPath, 
     const DeviceCopyResult found = RequireNoDeviceFile(devicePath);
     if (found != DeviceCopyResult::Copied) return found;
   }
-  if (!files_.FileExists(desktopPath)) return DeviceCopyResult::SourceUnreadable;
+  if (!files_.FileExistsForScripts(desktopPath)) return DeviceCopyResult::SourceUnreadable;
   const RapiHandle file = rapi_.CeCreateFile(devicePath, kGenericWrite, kFileShareRead, kSecurityAttributes,
                                              kCreateAlways, kFileAttributeNormal);
   if (file == kInvalidRapiHandle) return FailureCode(DeviceCopyResult::CannotCreate);
@@ -92,7 +92,8 @@ DeviceCopyResult modWinCEFileManagement::CopyFileFromDevice(const std::string& d
 
 DeviceCopyResult modWinCEFileManagement::Download(const std::string& devicePath, const std::string& desktopPath,
                                                   Overwrite overwrite) {
-  if (overwrite == Overwrite::No && files_.FileExists(desktopPath)) return DeviceCopyResult::DestinationExists;
+  if (overwrite == Overwrite::No && files_.FileExistsForScripts(desktopPath))
+    return DeviceCopyResult::DestinationExists;
   const RapiHandle file = rapi_.CeCreateFile(devicePath, kGenericRead, kFileShareRead, kSecurityAttributes,
                                              kOpenExisting, kFileAttributeNormal);
   if (file == kInvalidRapiHandle) return FailureCode(DeviceCopyResult::SourceUnreadable);

@@ -14,7 +14,7 @@
 
 #include "ado/AdoErrors.h"
 #include "ado/AdoInterfaces.h"
-#include "ado/Com.h"
+#include "ado/ComClasses.h"
 #include "ado/VariantValue.h"
 #include "recordset/Value.h"
 #include "support/AdoUnusedSlots.h"

@@ -2,11 +2,13 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <utility>
 
 #include "base/Error.h"
 #include "base/Text.h"
 #include "platform/windows/PrivateProfile.h"
+#include "platform/windows/ScriptingFiles.h"
 #include "platform/windows/SystemError.h"
 #include "platform/windows/Wide.h"
 
@@ -191,6 +193,11 @@ class WindowsFileSystem : public FileSystem {
   }
 
   bool FolderExists(const std::string& path) const override { return IsFolder(NativePath(path)); }
+
+  bool FileExistsForScripts(const std::string& path) const override {
+    const std::optional<bool> answer = ScriptingFileExists(NativePath(path));
+    return answer ? *answer : FileExists(path);
+  }
 
   std::vector<std::string> List(const std::string& folder) const override {
     WIN32_FIND_DATAW found = {};

@@ -1,4 +1,4 @@
-#include "ado/Com.h"
+#include "platform/windows/Com.h"
 
 #include <objbase.h>
 #include <oleauto.h>
@@ -6,7 +6,7 @@
 #include "base/Error.h"
 #include "platform/windows/Wide.h"
 
-namespace mv::ado {
+namespace mv::platform {
 
 ComApartment::ComApartment() : entered_(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {}
 
@@ -15,7 +15,7 @@ ComApartment::~ComApartment() {
 }
 
 Bstr::Bstr(std::string_view utf8) {
-  const std::wstring text = platform::Wide(utf8);
+  const std::wstring text = Wide(utf8);
   text_ = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
   if (text_ == nullptr) throw StandardError(errors::kOutOfMemory);
 }
@@ -29,7 +29,7 @@ std::string Bstr::Utf8() const {
 }
 
 std::string Utf8FromBstr(BSTR text) {
-  return platform::Narrow(std::wstring_view(text, SysStringLen(text)));
+  return Narrow(std::wstring_view(text, SysStringLen(text)));
 }
 
 Variant::Variant() {
@@ -76,8 +76,4 @@ VARIANT* Variant::Receive() {
   return &variant_;
 }
 
-HRESULT SystemComClasses::Create(const GUID& classId, const GUID& interfaceId, void** object) {
-  return CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, interfaceId, object);
-}
-
-}  // namespace mv::ado
+}  // namespace mv::platform

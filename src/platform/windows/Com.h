@@ -10,7 +10,7 @@
 #include <utility>
 
 /// Owners for what COM hands out: each gives its resource back exactly once.
-namespace mv::ado {
+namespace mv::platform {
 
 /// This thread's membership in a single-threaded apartment, from construction to destruction. All objects of COM must
 /// be gone before it. A thread that is in an apartment of another kind already stays there. Where COM cannot be
@@ -106,17 +106,4 @@ class Variant {
   VARIANT variant_;
 };
 
-/// Creates objects of registered classes; a seam, so that tests bring their own.
-class ComClasses {
- public:
-  virtual ~ComClasses() = default;
-  virtual HRESULT Create(const GUID& classId, const GUID& interfaceId, void** object) = 0;
-};
-
-/// The classes that are registered on this PC and live in this process.
-class SystemComClasses : public ComClasses {
- public:
-  HRESULT Create(const GUID& classId, const GUID& interfaceId, void** object) override;
-};
-
-}  // namespace mv::ado
+}  // namespace mv::platform
