@@ -23,7 +23,7 @@ def log_without_clock(world, *folders):
     """The log with the times and the world's folder masked."""
     text = world.log_text()
     for folder in folders:
-        text = text.replace(str(folder), "FOLDER")
+        text = text.replace(str(folder).encode("cp1252", "replace").decode("cp1252"), "FOLDER")
     text = re.sub(r"(Began|ended|terminated at|Errors): [^\r]*", r"\1: TIME", text)
     return re.sub(r"presyncbackup\.\d{8}-\d{6}", "presyncbackup.TIME", text)
 
@@ -42,7 +42,8 @@ class WindowsEdition(unittest.TestCase):
         self.case = cases.world_case(random.Random(SEED + 5000), 30)
         lay_out(self.linux, self.case)
         with_empty_template(self.linux, self.case)
-        self.windows = WindowsWorld(os.path.join(folder.name, "windows"), self.linux)
+        # Everything lies below a name that no code page holds: program, library, database, log and work folders.
+        self.windows = WindowsWorld(os.path.join(folder.name, "windows \u00e9 \u0416 \U0001f697"), self.linux)
 
     def logs(self):
         return (log_without_clock(self.linux, self.linux.folder),
@@ -114,6 +115,33 @@ class WindowsEdition(unittest.TestCase):
             self.assertEqual(world.sync(0), 2, world.log_text())
         self.assertIn("Error: 9 has occurred.", self.windows.log_text())
         self.assert_same_end()
+
+    def test_an_empty_table_file_stops_the_run(self):
+        for world in (self.linux, self.windows):
+            (world.tables / "brnd_Fuel.pdb").write_bytes(b"")
+            self.assertEqual(world.sync(0), 2, world.log_text())
+        self.assertIn("   Retrieving table [brnd_Fuel] from device\r\n"
+                      "Error: 9 has occurred. Description: Subscript out of range\r\n", self.windows.log_text())
+        self.assert_same_end()
+        self.assert_connections_are_ended()
+
+    def test_names_on_the_handheld_outside_every_code_page(self):
+        for world in (self.linux, self.windows):
+            folder = world.handheld / "M\u00f6bel \u0416 \U0001f697"
+            world.tables.rename(folder)
+            world.tables = folder
+            world.write_settings(PDADBPath=f"\\{folder.name}")
+        self.run_mode(merge.SYNCHRONIZE)
+
+    def test_a_library_with_the_functions_that_copying_takes_is_enough(self):
+        shutil.copy(LIBRARY.parent / "copying" / LIBRARY.name, self.windows.program_folder)
+        self.run_mode(merge.SYNCHRONIZE)
+
+    def test_a_silent_run_keeps_the_boxes_of_the_system_away(self):
+        """Error mode: no box about a drive without a disk (1), a crash (2), a file that is not found (8000)."""
+        self.assertEqual(self.windows.sync(0, script="tell-error-mode"), 0)
+        modes = {c for c in self.windows.calls() if c.startswith("error mode ")}
+        self.assertEqual(modes, {"error mode 8003"})
 
     def test_no_handheld_is_status_3_whatever_keeps_it_away(self):
         self.linux.handheld.rename(self.linux.folder / "elsewhere")

@@ -97,6 +97,7 @@ void Device::Log(const std::string& line) {
 
 HRESULT Device::Start(StartUpRecord* record) {
   const Locked locked(lock_);
+  if (script_.tellErrorMode) Log("error mode " + Hex(std::uintptr_t{::GetErrorMode()}));
   const std::string call = "CeRapiInitEx " + Text(record->cbSize) + " -> ";
   HRESULT result = 0;
   const Script::Fault* fault = Count("CeRapiInitEx");
@@ -301,4 +302,9 @@ BOOL Device::CloseFile(HANDLE file) {
     outcome_ = "1";
     return ::CloseHandle(local) != 0;
   });
+}
+
+Device& TheDevice() {
+  static Device device;
+  return device;
 }

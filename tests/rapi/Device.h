@@ -72,3 +72,6 @@ class Device {
   Handles files_;
   Handles finds_;
 };
+
+/// The one of this process, made by its first call.
+Device& TheDevice();

@@ -35,6 +35,8 @@ void ReadStatement(const std::string& verb, std::istringstream& words, Script& s
   std::string argument;
   if (verb == "stubborn") {
     script.stubborn = true;
+  } else if (verb == "tell-error-mode") {
+    script.tellErrorMode = true;
   } else if (verb == "bad-event") {
     script.badEvent = true;
   } else if (verb == "short-writes") {

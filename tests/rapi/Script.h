@@ -28,6 +28,7 @@ class Script {
   std::optional<DWORD> signalDelay = 0;  ///< milliseconds; nothing = the event is never signalled
   bool badEvent = false;
   bool stubborn = false;
+  bool tellErrorMode = false;
   DWORD delayPerCall = 0;  ///< milliseconds
   bool shortWrites = false;
   std::optional<std::pair<std::string, unsigned>> vanishesAt;  ///< name and number of a call

@@ -1,16 +1,8 @@
-// The exported functions, with their published signatures. README.md tells what the library is for.
+// The exported functions, with their published signatures. README.md tells what the library is for. CeFindClose has a
+// source of its own, because there is a library without it.
 #include <windows.h>
 
 #include "Device.h"
-
-namespace {
-
-Device& TheDevice() {
-  static Device device;
-  return device;
-}
-
-}  // namespace
 
 extern "C" {
 
@@ -32,10 +24,6 @@ __declspec(dllexport) DWORD WINAPI CeGetLastError() {
 
 __declspec(dllexport) HANDLE WINAPI CeFindFirstFile(LPCWSTR path, DeviceFindData* found) {
   return TheDevice().FindFirst(path, found);
-}
-
-__declspec(dllexport) BOOL WINAPI CeFindClose(HANDLE find) {
-  return TheDevice().CloseFind(find);
 }
 
 __declspec(dllexport) HANDLE WINAPI

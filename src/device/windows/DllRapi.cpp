@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "base/Text.h"
+#include "platform/windows/NoSystemBoxes.h"
 #include "platform/windows/Wide.h"
 
 namespace mv {
@@ -41,18 +42,6 @@ RapiHandle OwnHandle(HANDLE handle) {
 }
 static_assert(sizeof(RapiHandle) == sizeof(HANDLE));
 
-/// Keeps Windows from showing a message box about a library that does not load: nobody may be there to answer it.
-class QuietLoading {
- public:
-  QuietLoading() : before_(::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX)) {}
-  ~QuietLoading() { ::SetErrorMode(before_); }
-  QuietLoading(const QuietLoading&) = delete;
-  QuietLoading& operator=(const QuietLoading&) = delete;
-
- private:
-  UINT before_;
-};
-
 std::int32_t LastError() {
   return HRESULT_FROM_WIN32(::GetLastError());
 }
@@ -75,6 +64,7 @@ struct DllRapi::Library {
   HRESULT(WINAPI* CeRapiUninit)();
   HRESULT(WINAPI* CeRapiGetError)();
   HANDLE(WINAPI* CeFindFirstFile)(LPCWSTR, FindData*);
+  /// Null in a library that has only the functions that copying a file takes.
   BOOL(WINAPI* CeFindClose)(HANDLE);
   HANDLE(WINAPI* CeCreateFile)(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE);
   DWORD(WINAPI* CeGetFileSize)(HANDLE, LPDWORD);
@@ -82,18 +72,19 @@ struct DllRapi::Library {
   BOOL(WINAPI* CeWriteFile)(HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED);
   BOOL(WINAPI* CeCloseHandle)(HANDLE);
 
-  /// False, with the system's last error, when one is missing.
+  /// False, with the system's last error, when one is missing that must be there.
   bool FindFunctions(HMODULE module) {
+    Find(module, "CeFindClose", CeFindClose);
     return Find(module, "CeRapiInitEx", CeRapiInitEx) && Find(module, "CeRapiUninit", CeRapiUninit) &&
            Find(module, "CeRapiGetError", CeRapiGetError) && Find(module, "CeFindFirstFile", CeFindFirstFile) &&
-           Find(module, "CeFindClose", CeFindClose) && Find(module, "CeCreateFile", CeCreateFile) &&
-           Find(module, "CeGetFileSize", CeGetFileSize) && Find(module, "CeReadFile", CeReadFile) &&
-           Find(module, "CeWriteFile", CeWriteFile) && Find(module, "CeCloseHandle", CeCloseHandle);
+           Find(module, "CeCreateFile", CeCreateFile) && Find(module, "CeGetFileSize", CeGetFileSize) &&
+           Find(module, "CeReadFile", CeReadFile) && Find(module, "CeWriteFile", CeWriteFile) &&
+           Find(module, "CeCloseHandle", CeCloseHandle);
   }
 
   /// Null, with the system's last error, when there is no usable library in `folder`.
   static std::unique_ptr<Library> LoadFrom(const std::string& folder) {
-    const QuietLoading quiet;
+    const platform::NoSystemBoxes quiet;
     const std::wstring path = platform::NativePath(JoinPath(folder, kLibraryName));
     // The library's own folder, not the program's, is where the libraries are that it needs itself.
     const HMODULE module = ::LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
@@ -165,10 +156,8 @@ std::uint32_t DllRapi::WaitForSingleObject(RapiHandle event, std::uint32_t milli
   const bool isOurs = caller_ != nullptr && caller_->heRapiInit == event;
   if (!isOurs || result == WAIT_TIMEOUT) return result;
   caller_->hrRapiInit = record_->Result();
-  if (result == WAIT_OBJECT_0) {
-    record_.reset();
-    caller_ = nullptr;
-  }
+  caller_ = nullptr;
+  if (result == WAIT_OBJECT_0) record_.reset();
   return result;
 }
 
@@ -224,7 +213,8 @@ std::int32_t DllRapi::CeCloseHandle(RapiHandle handle) {
 }
 
 std::int32_t DllRapi::CeFindClose(RapiHandle handle) {
-  return library_ == nullptr ? FALSE : library_->CeFindClose(SystemHandle(handle));
+  const bool isThere = library_ != nullptr && library_->CeFindClose != nullptr;
+  return isThere ? library_->CeFindClose(SystemHandle(handle)) : FALSE;
 }
 
 }  // namespace mv

@@ -12,7 +12,8 @@ namespace mv {
 /// the first CeRapiInitEx, not by the program's start, so that a PC without it runs all the same.
 ///
 /// Without the library, or when it lacks a function, CeRapiInitEx fails with the system's error as an HRESULT, and
-/// tries again when it is called again. Every other call fails then too, as if the transport had failed.
+/// tries again when it is called again. Every other call fails then too, as if the transport had failed. Only
+/// CeFindClose may be missing: a find handle then stays open until the connection ends.
 ///
 /// The library connects on a thread of its own and writes the result of that into the start-up record when it is ready,
 /// which may be after the caller has given up waiting. Hence two rules: the record it writes to lives until its event
@@ -61,7 +62,7 @@ class DllRapi : public Rapi {
   std::int32_t loadError_;
   std::unique_ptr<Library> library_;       ///< null until it is loaded
   std::unique_ptr<StartUpRecord> record_;  ///< of the attempt whose event was not yet seen signalled
-  RAPIINIT* caller_ = nullptr;             ///< who waits for that attempt's result
+  RAPIINIT* caller_ = nullptr;             ///< who waits for that attempt's result, until a wait has told it
   bool started_ = false;                   ///< CeRapiUninit is due
 };
 

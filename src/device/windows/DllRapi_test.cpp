@@ -50,6 +50,8 @@ Calls operator+(Calls calls, const Calls& more) {
 
 class DllRapiTest : public ::testing::Test {
  protected:
+  explicit DllRapiTest(std::string library = TestHandheld::LibraryFolder()) : handheld_(std::move(library)) {}
+
   std::string DesktopFile() const { return handheld_.Temp().File("desktop.pdb"); }
   void PutOnDesktop(std::size_t length) { handheld_.Files().WriteWhole(DesktopFile(), Pattern(length)); }
 
@@ -416,6 +418,25 @@ TEST_F(DllRapiTest, UploadOverAFileThatTheHandheldHoldsOpen_IsSeven) {
                                            platform::Disposition::OpenExisting, platform::Sharing::None);
   EXPECT_EQ(Upload("", 10), 7);
   EXPECT_EQ(handheld_.Calls()[2], std::string(kOpenForUpload) + "failed, error 32");
+}
+
+/// A library with the functions that copying takes and no other.
+class CopyingLibrary : public DllRapiTest {
+ protected:
+  CopyingLibrary() : DllRapiTest(TestHandheld::LibraryFolder() + "\\copying") {}
+};
+
+TEST_F(CopyingLibrary, IsEnoughForBothCopies) {
+  EXPECT_EQ(Upload("", 30, Overwrite::No), 0);
+  EXPECT_EQ(Download(""), 0);
+  EXPECT_EQ(ReadWhole(handheld_.Files(), DesktopFile()), Pattern(30));
+}
+
+TEST_F(CopyingLibrary, FindHandleOfAnExistingFile_IsClosedByTheEndOfTheConnection) {
+  handheld_.Put(kDeviceFile, {1});
+  EXPECT_EQ(Upload("", 10, Overwrite::No), 4);
+  EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kConnected, "CeFindFirstFile \\Motorva\\a.pdb -> #1",
+                                      "CeRapiUninit -> 0, files left open: 0, finds left open: 1"}));
 }
 
 // ---- Upload: chunks
