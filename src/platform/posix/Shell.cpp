@@ -99,7 +99,7 @@ bool TrashByHand(const std::string& native) {
   const std::optional<fs::path> trash = HomeTrash();
   std::error_code code;
   const fs::path file = fs::absolute(native, code);
-  if (!trash || code || !fs::is_regular_file(file, code)) return false;
+  if (!trash || code) return false;
   fs::create_directories(*trash / "files", code);
   fs::create_directories(*trash / "info", code);
   if (code) return false;
@@ -115,6 +115,8 @@ bool TrashByHand(const std::string& native) {
 
 bool SystemShell::Recycle(const std::string& path) {
   const std::string native = NativePath(path);
+  std::error_code code;
+  if (!fs::is_regular_file(native, code)) return false;
   return RunCommand({"gio", "trash", "--", native}) || TrashByHand(native);
 }
 

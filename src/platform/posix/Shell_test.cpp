@@ -41,24 +41,35 @@ TEST(ShellTest, AMissingFileCannotBeRecycled) {
   EXPECT_FALSE(SystemShell().Recycle(folder.File("none")));
 }
 
-/// A folder with a program "xdg-open" that notes its argument and ends with `status`, first on the search path.
-void PutDesktopOpener(const TempFolder& folder, int status) {
-  folder.Write("bin/xdg-open",
-               "#!/bin/sh\nprintf '%s' \"$1\" > '" + folder.Path() + "/opened'\nexit " + std::to_string(status) + "\n");
-  std::filesystem::permissions(folder.Path() + "/bin/xdg-open", std::filesystem::perms::owner_all);
+/// A folder with a program `name` that notes its last argument and ends with `status`, first on the search path.
+void PutProgram(const TempFolder& folder, const std::string& name, int status) {
+  const std::string program = "bin/" + name;
+  folder.Write(program, "#!/bin/sh\nfor last; do :; done\nprintf '%s' \"$last\" > '" + folder.Path() +
+                            "/opened'\nexit " + std::to_string(status) + "\n");
+  std::filesystem::permissions(folder.Path() + "/" + program, std::filesystem::perms::owner_all);
   ::setenv("PATH", (folder.Path() + "/bin:/usr/bin:/bin").c_str(), 1);
+}
+
+TEST(ShellTest, AFolderIsNotRecycledByTheDesktopEither) {
+  const TempFolder folder;
+  ::setenv("XDG_DATA_HOME", folder.Path().c_str(), 1);
+  PutProgram(folder, "gio", 0);
+  folder.Write("sub/table.pdb", "content");
+  for (const char* name : {"sub", "sub\\"}) EXPECT_FALSE(SystemShell().Recycle(folder.File(name))) << name;
+  EXPECT_FALSE(folder.Has("opened"));
+  EXPECT_EQ(folder.Read("sub/table.pdb"), "content");
 }
 
 TEST(ShellTest, ADocumentGoesToTheDesktopsOpener) {
   const TempFolder folder;
-  PutDesktopOpener(folder, 0);
+  PutProgram(folder, "xdg-open", 0);
   EXPECT_TRUE(SystemShell().OpenDocument(folder.Path() + "\\Sync Log.txt"));
   EXPECT_EQ(folder.Read("opened"), folder.Path() + "/Sync Log.txt");
 }
 
 TEST(ShellTest, ADocumentThatTheDesktopRefusesIsAFailure) {
   const TempFolder folder;
-  PutDesktopOpener(folder, 3);
+  PutProgram(folder, "xdg-open", 3);
   EXPECT_FALSE(SystemShell().OpenDocument("none"));
 }
 
