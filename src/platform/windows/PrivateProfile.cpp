@@ -67,6 +67,8 @@ std::optional<std::string> WindowsPrivateProfile::Read(const std::string& file, 
   buffer.resize(::GetPrivateProfileStringW(Wide(section).c_str(), Wide(key).c_str(), kMissing, buffer.data(),
                                            static_cast<DWORD>(buffer.size()), Native(file).c_str()));
   if (buffer == kMissing) return std::nullopt;
+  // The cut may have gone through a character of two units.
+  if (!buffer.empty() && IS_HIGH_SURROGATE(buffer.back())) buffer.pop_back();
   return Narrow(buffer);
 }
 

@@ -46,6 +46,12 @@ TEST_F(PrivateProfileTest, TheBufferHoldsTheLongestValueAndItsClosingZero) {
   EXPECT_EQ(Read("B"), std::string(99, 'y'));
 }
 
+TEST_F(PrivateProfileTest, TheCutLeavesNoHalfOfACharacter) {
+  folder_.Write("set.ini", std::string_view("\xFF\xFE[\0S\0]\0\r\0\n\0", 12));
+  profile_.Write(ini_, "S", "A", std::string(98, 'x') + "\xF0\x9F\x9A\x97");
+  EXPECT_EQ(Read("A"), std::string(98, 'x'));
+}
+
 TEST_F(PrivateProfileTest, TheSystemTakesOnePairOfQuotesOff) {
   folder_.Write("set.ini", "[S]\r\nA=\" x \"\r\nB=' y '\r\nC =  z  \r\n");
   EXPECT_EQ(Read("a"), " x ");

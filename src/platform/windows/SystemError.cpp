@@ -11,6 +11,9 @@ Error ErrorFromCode(unsigned long code) {
     case ERROR_FILE_NOT_FOUND:
       return StandardError(errors::kFileNotFound);
     case ERROR_PATH_NOT_FOUND:
+    case ERROR_INVALID_DRIVE:
+    case ERROR_BAD_NETPATH:
+    case ERROR_BAD_NET_NAME:
     case ERROR_INVALID_NAME:
     case ERROR_BAD_PATHNAME:
     case ERROR_FILENAME_EXCED_RANGE:
