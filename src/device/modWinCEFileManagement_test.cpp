@@ -301,6 +301,25 @@ TEST_F(FileManagement, EmptyDeviceFile_RaisesToTheCaller) {
   EXPECT_FALSE(files_.FileExists(kDesktopFile));
 }
 
+TEST_F(FileManagement, DeviceFileOfTwoGigabytesOrMore_RaisesLikeAnEmptyOne) {
+  for (const std::uint32_t size : {0x80000000U, 0xFFFFFFFEU}) {
+    rapi_.Put(kDeviceFile, Pattern(10));
+    rapi_.sizeToldInstead = size;
+    connection_.ConnectDevice();
+    EXPECT_EQ(ErrorNumberOf([&] { Download(); }), errors::kSubscriptOutOfRange) << size;
+    EXPECT_EQ(rapi_.OpenHandles(), 0U) << size;
+  }
+}
+
+TEST_F(FileManagement, ReadThatFillsLessThanTheFile_LeavesZerosForTheRest) {
+  rapi_.Put(kDeviceFile, {1, 2, 3});
+  rapi_.sizeToldInstead = 5;
+  connection_.ConnectDevice();
+  EXPECT_EQ(Download(), 0);
+  EXPECT_EQ(files_.Content(kDesktopFile), (Bytes{1, 2, 3, 0, 0}));
+  EXPECT_EQ(rapi_.Count("CeReadFile"), 1U);
+}
+
 TEST_F(FileManagement, Download_AdvancesTheSpinnerThreeTimesAndPer1024BytesWritten) {
   rapi_.Put(kDeviceFile, Pattern(3000));
   connection_.ConnectDevice();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,8 @@ class FakeRapi : public Rapi {
   std::uint32_t waitResult = 0;
   /// The start-up record's size as it came in.
   std::uint32_t recordSize = 0;
+  /// What CeGetFileSize answers instead of a file's true size.
+  std::optional<std::uint32_t> sizeToldInstead;
 
   void Put(const std::string& path, Bytes content) { files_[FoldCase(path)] = std::move(content); }
   bool Has(const std::string& path) const { return files_.contains(FoldCase(path)); }
@@ -85,7 +88,7 @@ class FakeRapi : public Rapi {
     Note("CeGetFileSize");
     constexpr std::uint32_t kFailed = 0xFFFFFFFF;
     if (!Begin("CeGetFileSize") || !handles_.contains(file)) return kFailed;
-    return static_cast<std::uint32_t>(files_[handles_[file].path].size());
+    return sizeToldInstead.value_or(static_cast<std::uint32_t>(files_[handles_[file].path].size()));
   }
   std::int32_t CeReadFile(RapiHandle file, ByteSpan out, std::uint32_t& bytesRead) override {
     Note("CeReadFile " + std::to_string(out.size()));
