@@ -130,7 +130,13 @@ DeviceCopyResult TableDriver::CopyFromDevice(const std::string& table) {
   const std::string local = LocalSourceFile(table);
   const std::string arriving = run_.files.StagedName(local);
   EmptyFile(run_.files, arriving);
-  DeviceCopyResult result = run_.deviceFiles.CopyFileFromDevice(DeviceFile(table), arriving, Overwrite::Yes);
+  DeviceCopyResult result = DeviceCopyResult::WriteFailed;
+  try {
+    result = run_.deviceFiles.CopyFileFromDevice(DeviceFile(table), arriving, Overwrite::Yes);
+  } catch (...) {
+    RemoveQuietly(run_.files, arriving);
+    throw;
+  }
   if (result == DeviceCopyResult::Copied && !PutInPlace(run_.files, arriving, local)) {
     result = DeviceCopyResult::WriteFailed;
   }

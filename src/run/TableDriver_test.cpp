@@ -305,6 +305,16 @@ TEST_F(TableDriverTest, AFailedCopyLeavesTheLocalFileOfAnEarlierRunAndNothingEls
   EXPECT_EQ(world_.files.List("C:\\Cars\\sync\\source").size(), 1u);
 }
 
+TEST_F(TableDriverTest, AnEmptyDeviceFileIsARangeErrorAndLeavesNothingNew) {
+  world_.rapi.Put(kDeviceFile, {});
+  world_.files.Put(kSourceFile, {1, 2, 3});
+  EXPECT_EQ(ErrorOfRun(), errors::kSubscriptOutOfRange);
+  EXPECT_TRUE(world_.Log().ends_with("   Retrieving table [brnd_Fuel] from device\r\n"));
+  EXPECT_TRUE(world_.database.calls.empty());
+  EXPECT_EQ(world_.files.Content(kSourceFile), (Bytes{1, 2, 3}));
+  EXPECT_EQ(world_.files.List("C:\\Cars\\sync\\source").size(), 1u);
+}
+
 TEST_F(TableDriverTest, ALocalFileThatCannotBeReplacedShowsAsAFailedCopy) {
   world_.files.Put(kSourceFile, {1, 2, 3});
   const auto held = world_.files.Open(kSourceFile, platform::Access::Read, platform::Disposition::OpenExisting,
