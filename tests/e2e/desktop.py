@@ -219,8 +219,12 @@ class Settings:
         self.wine.run("reg", "import", windows_path(file))
 
     def read(self, section):
+        return self.read_key(f"{SETTINGS_KEY}\\{section}")
+
+    def read_key(self, key):
+        """The text values of any key of the registry."""
         file = self.folder / "export.reg"
-        self.wine.run("reg", "export", f"{SETTINGS_KEY}\\{section}", windows_path(file), "/y")
+        self.wine.run("reg", "export", key, windows_path(file), "/y")
         lines = file.read_text(encoding="utf-16").splitlines()
         pairs = [re.fullmatch(r'"(.*?)"="(.*)"', line) for line in lines]
         return {pair[1]: unescaped(pair[2]) for pair in pairs if pair}

@@ -2,12 +2,13 @@
 screen of its own, looked at and worked on from outside. Pictures of what was seen go to build/screenshots."""
 
 import re
+import shutil
 import subprocess
 import unittest
 
 from .desktop import (ALT, BM_CLICK, DOWN, END, ENTER, ESCAPE, RIGHT, SPACE, TAB, WM_ENDSESSION, WM_QUERYENDSESSION,
                       WM_SYSCOLORCHANGE, WM_THEMECHANGED, App, Wine, World, missing, plain, wait_for)
-from .windows import windows_path
+from .windows import WINDOWS_BIN, windows_path
 from .world import BIN, ROOT
 
 MAIN = "Motorva\u2122 Mobile Edition - Pocket PC Sync Utility"
@@ -332,6 +333,35 @@ class SettingsDialog(WindowCase):
             "PCSyncSourcePath": f"{folder}\\sync\\source", "PDADBPath": "\\Storage Card", "SyncLog": "1",
             "SyncLogHistory": "1", "SyncLogPath": "C:\\log.txt", "SyncMode": "2"})
         self.assertTrue((world.folder / "sync" / "dest").is_dir())
+
+    def test_ok_writes_the_entry_that_starts_the_program_when_a_handheld_connects(self):
+        world = self.world()
+        world.set(SyncMode="1")
+        folder = self.wine.drive_c / "Program Files" / "Motorva"
+        folder.mkdir()
+        self.addCleanup(shutil.rmtree, folder)
+        shutil.copy(WINDOWS_BIN / "MVPPCSync.exe", folder)
+
+        def entry():
+            return world.settings.read_key(
+                r"HKEY_LOCAL_MACHINE\Software\Microsoft\Windows CE Services\AutoStartOnConnect")
+
+        def press_auto_start(app, main, dialog):
+            app.press(dialog, "Auto Run in Silent Mode whenever Active Sync is Launched")
+            app.press(dialog, "OK")
+            app.gone(SETTINGS)
+
+        app, main, dialog = self.dialog()
+        press_auto_start(app, main, dialog)
+        command = r"C:\Program Files\Motorva\MVPPCSync.exe -Mode1"
+        self.assertEqual(entry(), {"Brindle Software": command})
+        self.assertEqual(app.probe.ask("start", command), 0)
+        self.assertIn("Silent Synchronization of 11 of 13", world.log_text())
+        self.assertIn(">> SUCCESSFUL [brnd_Fuel] PC Table Replaced PDA Table", world.log_text())
+        app.command(main, "View", "Settings...")
+        press_auto_start(app, main, app.window(SETTINGS))
+        self.assertEqual(entry(), {"Brindle Software": ""})
+        self.leave(app, main)
 
     def test_a_mode_survives_cancel(self):
         world = self.world()

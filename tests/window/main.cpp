@@ -297,6 +297,28 @@ std::string Keys(std::istream& rest) {
   return std::to_string(sent);
 }
 
+/// Starts a program by its bare command line, as the device-connection manager does, and waits for its end; its exit
+/// status, "null" when it cannot be started or does not end within a minute.
+std::string Start(std::istream& rest) {
+  std::string text;
+  std::getline(rest >> std::ws, text);
+  std::wstring commandLine = Wide(text);
+  STARTUPINFOW startup = {};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION process = {};
+  if (!::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                        &process)) {
+    return "null";
+  }
+  constexpr DWORD kLongest = 60'000;
+  DWORD status = 0;
+  const bool ended = ::WaitForSingleObject(process.hProcess, kLongest) == WAIT_OBJECT_0 &&
+                     ::GetExitCodeProcess(process.hProcess, &status);
+  ::CloseHandle(process.hThread);
+  ::CloseHandle(process.hProcess);
+  return ended ? std::to_string(status) : "null";
+}
+
 /// A command that names a window; "null" when there is none of that name.
 std::string OnWindow(const std::string& name, HWND window, std::istream& rest) {
   if (name == "children") return Children(window);
@@ -322,6 +344,7 @@ std::string Answer(const std::string& line) {
   if (name == "focus") return Focus();
   if (name == "mouse") return Mouse(rest);
   if (name == "keys") return Keys(rest);
+  if (name == "start") return Start(rest);
   LONG_PTR window = 0;
   rest >> window;
   return OnWindow(name, reinterpret_cast<HWND>(window), rest);
