@@ -22,3 +22,21 @@ endif()
 if(NOT TARGET GTest::gmock_main)
   message(STATUS "Google Test is not installed: tests are not built")
 endif()
+
+# Tests are mostly expectations: optimising them, and checking them for undefined behaviour, costs more time than it saves.
+# What they test is optimised, and checked.
+set(MV_TEST_OPTIONS -O0)
+if(MV_SANITIZE)
+  list(APPEND MV_TEST_OPTIONS -fno-sanitize=undefined)
+endif()
+
+# The headers that all tests use, compiled once for all test programs.
+if(TARGET GTest::gmock_main AND NOT MV_FUZZ)
+  set(source ${CMAKE_BINARY_DIR}/TestHeaders.cpp)
+  file(CONFIGURE OUTPUT ${source} CONTENT "")
+  add_library(mv_test_headers OBJECT EXCLUDE_FROM_ALL ${source})
+  target_link_libraries(mv_test_headers PRIVATE GTest::gmock_main)
+  target_compile_options(mv_test_headers PRIVATE ${MV_TEST_OPTIONS})
+  target_precompile_headers(mv_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h> <functional> <map> <memory> <optional>
+                                                    <string> <variant> <vector>)
+endif()
