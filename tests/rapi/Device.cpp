@@ -14,13 +14,13 @@ constexpr std::uintptr_t kFirstHandle =
 
 class Locked {
  public:
-  explicit Locked(SRWLOCK& lock) : lock_(lock) { ::AcquireSRWLockExclusive(&lock_); }
-  ~Locked() { ::ReleaseSRWLockExclusive(&lock_); }
+  explicit Locked(CRITICAL_SECTION& lock) : lock_(lock) { ::EnterCriticalSection(&lock_); }
+  ~Locked() { ::LeaveCriticalSection(&lock_); }
   Locked(const Locked&) = delete;
   Locked& operator=(const Locked&) = delete;
 
  private:
-  SRWLOCK& lock_;
+  CRITICAL_SECTION& lock_;
 };
 
 std::wstring Environment(const wchar_t* name) {
@@ -48,6 +48,13 @@ std::string Hex(HRESULT result) {
   return Hex(std::uintptr_t{static_cast<DWORD>(result)});
 }
 
+/// Of the process. Windows XP tells it only in exchange for another.
+UINT ErrorMode() {
+  const UINT mode = ::SetErrorMode(0);
+  ::SetErrorMode(mode);
+  return mode;
+}
+
 /// A thread that nobody waits for runs in this library.
 void StayLoaded() {
   HMODULE module = nullptr;
@@ -71,6 +78,7 @@ std::string Text(DWORD number) {
 }  // namespace
 
 Device::Device() : root_(Environment(L"MV_RAPI_ROOT")) {
+  ::InitializeCriticalSection(&lock_);
   if (const std::wstring log = Environment(L"MV_RAPI_LOG"); !log.empty()) {
     log_ = ::CreateFileW(log.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                          OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -85,6 +93,7 @@ Device::Device() : root_(Environment(L"MV_RAPI_ROOT")) {
 
 Device::~Device() {
   ::CloseHandle(log_);
+  ::DeleteCriticalSection(&lock_);
 }
 
 void Device::Log(const std::string& line) {
@@ -97,7 +106,7 @@ void Device::Log(const std::string& line) {
 
 HRESULT Device::Start(StartUpRecord* record) {
   const Locked locked(lock_);
-  if (script_.tellErrorMode) Log("error mode " + Hex(std::uintptr_t{::GetErrorMode()}));
+  if (script_.tellErrorMode) Log("error mode " + Hex(std::uintptr_t{ErrorMode()}));
   const std::string call = "CeRapiInitEx " + Text(record->cbSize) + " -> ";
   HRESULT result = 0;
   const Script::Fault* fault = Count("CeRapiInitEx");

@@ -52,7 +52,7 @@ class Device {
   void Log(const std::string& line);
   static HANDLE Find(const Handles& handles, HANDLE handle);
 
-  SRWLOCK lock_ = SRWLOCK_INIT;
+  CRITICAL_SECTION lock_;
   std::wstring root_;
   Script script_;
   std::string scriptError_;  ///< the statement that was not understood; every connection fails then
