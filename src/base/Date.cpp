@@ -1,5 +1,6 @@
 #include "base/Date.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -79,8 +80,10 @@ std::int64_t SecondsFromDate(Date date) {
   if (!(date.days > kFirstDay - 1 && date.days < kEndDay)) throw StandardError(errors::kOverflow);
   const double whole = std::trunc(date.days);
   const double fraction = std::fabs(date.days - whole);
-  return static_cast<std::int64_t>(whole) * kSecondsPerDay +
-         static_cast<std::int64_t>(std::llround(fraction * static_cast<double>(kSecondsPerDay)));
+  const std::int64_t seconds = static_cast<std::int64_t>(whole) * kSecondsPerDay +
+                               static_cast<std::int64_t>(std::llround(fraction * static_cast<double>(kSecondsPerDay)));
+  // The last half second of the calendar would be rounded out of it.
+  return std::min(seconds, static_cast<std::int64_t>(kEndDay) * kSecondsPerDay - 1);
 }
 
 Date DateFromSeconds(std::int64_t seconds) {

@@ -30,11 +30,11 @@ struct CivilTime {
 /// Whole days from 1899-12-30 to the given day of the proleptic Gregorian calendar.
 std::int64_t DayNumber(int year, int month, int day);
 
-/// Rounds to the nearest second. Error 6 outside the years 100 to 9999.
+/// Rounds to the nearest second, but never beyond the year 9999. Error 6 outside the years 100 to 9999.
 CivilTime CivilFromDate(Date date);
 Date DateFromCivil(const CivilTime& civil);
 
-/// Whole seconds from 1899-12-30 00:00 (negative before), the time of day rounded to the nearest second.
+/// Whole seconds from 1899-12-30 00:00 (negative before), the time of day rounded as CivilFromDate does.
 /// Error 6 for a value that is no number or lies outside the years 100 to 9999.
 std::int64_t SecondsFromDate(Date date);
 /// The inverse of SecondsFromDate.

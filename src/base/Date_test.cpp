@@ -39,6 +39,11 @@ TEST(DateTest, TheTimeOfDayIsRoundedToTheNearestSecond) {
   EXPECT_EQ(SecondsFromDate(Date{1 + 0.6 / 86400}), 86401);
 }
 
+TEST(DateTest, TheLastHalfSecondOfTheCalendarIsNotRoundedOutOfIt) {
+  EXPECT_EQ(IsoFromDate(Date{2958465.9999999}), "9999-12-31T23:59:59");
+  EXPECT_EQ(DateFromSeconds(SecondsFromDate(Date{2958465.9999999})), *DateFromIso("9999-12-31T23:59:59"));
+}
+
 TEST(DateTest, SecondsRoundTrip) {
   for (const std::int64_t seconds : {std::int64_t{0}, std::int64_t{1}, std::int64_t{-1}, std::int64_t{-86400},
                                      std::int64_t{-86399}, std::int64_t{3999999999}, std::int64_t{126316800}}) {
