@@ -19,8 +19,8 @@ function(mv_icon name)
   set(icons ${icons} ${icon} PARENT_SCOPE)
 endfunction()
 
-# The program's own icon, and the pictures in its windows in the sizes that Windows asks for at 100 % to 200 %.
-mv_icon(MVPPCSync ${MV_RESOURCES}/MVPPCSync-small.svg 16 20 ${MV_RESOURCES}/MVPPCSync.svg 24 32 48 64 256)
+# The program's own icon, and the pictures in its windows, in the sizes that Windows asks for at 100 % to 200 %.
+mv_icon(MVPPCSync ${MV_RESOURCES}/MVPPCSync-small.svg 16 20 ${MV_RESOURCES}/MVPPCSync.svg 24 32 48 64 96 128 256)
 file(GLOB drawings CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/ui/artwork/*.svg)
 foreach(drawing ${drawings})
   get_filename_component(name ${drawing} NAME_WE)

@@ -23,6 +23,7 @@ frmMain::~frmMain() = default;
 
 void frmMain::Show() {
   view_ = toolkit_.MakeMainView(*this);
+  if (hourglass_) view_->SetHourglass(true);
   DisableStart();
   Form_Load();
   view_->Show();
@@ -87,6 +88,7 @@ MessageAnswer frmMain::ShowMessage(const std::string& text, const std::string& t
 }
 
 void frmMain::SetHourglass(bool on) {
+  hourglass_ = on;
   if (Open()) view_->SetHourglass(on);
 }
 

@@ -19,7 +19,8 @@
 namespace mv {
 
 /// Behaviour of the main window. It is the run's user interface as well: until it is shown, and after it was closed,
-/// what a run shows goes nowhere and questions get the refusing answer.
+/// what a run shows goes nowhere (but for the pointer, which the window opens under) and questions get the refusing
+/// answer.
 ///
 /// The window may be closed at any time, also during a run: its settings are saved, and the run, which handles the
 /// window's messages, sees Closed.
@@ -90,6 +91,7 @@ class frmMain : public MainWindow, public UserInterface {
   Services services_;
   std::unique_ptr<frmMainView> view_;  ///< null until the window is shown
   int spinnerFrame_ = 0;
+  bool hourglass_ = false;  ///< the window opens under the pointer that was set before
   bool running_ = false;
   bool closed_ = false;
 };

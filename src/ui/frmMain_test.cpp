@@ -150,6 +150,12 @@ TEST_F(frmMainTest, BeforeItIsShownTheWindowShowsNothingAndRefuses) {
   EXPECT_FALSE(form_.Closed());
 }
 
+TEST_F(frmMainTest, TheWindowOpensUnderThePointerThatWasSetBefore) {
+  form_.SetHourglass(true);
+  form_.Show();
+  EXPECT_EQ(toolkit_.CallsThatStart("hourglass"), Calls{"hourglass"});
+}
+
 TEST_F(frmMainTest, OnceClosedTheWindowShowsNothingAndRefuses) {
   Open();
   form_.Unload();

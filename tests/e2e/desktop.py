@@ -22,9 +22,13 @@ WM_ENDSESSION = 0x0016
 WM_SYSCOLORCHANGE = 0x0015
 WM_THEMECHANGED = 0x031A
 WM_COMMAND = 0x0111
+WM_GETICON = 0x007F
 BM_CLICK = 0x00F5
+BM_GETIMAGE = 0x00F6
+IMAGE_ICON = 1
+SS_TYPE_MASK, SS_ICON = 0x1F, 0x03
 
-TAB, ENTER, ALT, ESCAPE, SPACE, END, HOME, LEFT, RIGHT, DOWN = 9, 13, 18, 27, 32, 35, 36, 37, 39, 40
+TAB, ENTER, ALT, ESCAPE, SPACE, END, HOME, LEFT, RIGHT, DOWN, F10 = 9, 13, 18, 27, 32, 35, 36, 37, 39, 40, 121
 
 
 def missing():
@@ -97,6 +101,13 @@ class Screen:
         _, _, row_size, data = self.pixels()
         at = y * row_size + x * 4
         return data[at + 2], data[at + 1], data[at]
+
+    def colours(self, left, top, right, bottom):
+        """The points of a box as triples of red, green and blue."""
+        _, _, row_size, data = self.pixels()
+        for y in range(top, bottom):
+            row = data[y * row_size + left * 4:y * row_size + right * 4]
+            yield from zip(row[2::4], row[1::4], row[0::4])
 
     def capture(self, path, box=None):
         """Writes the screen, or the box (left, top, right, bottom) of it, as a PNG."""
@@ -266,6 +277,10 @@ class World:
         shutil.rmtree(self.folder, ignore_errors=True)
 
 
+def middle(box):
+    return (box["left"] + box["right"]) // 2, (box["top"] + box["bottom"]) // 2
+
+
 class App:
     """The program, running with the settings of the world made last."""
 
@@ -319,11 +334,11 @@ class App:
         bar = self.child(window, **{"class": "ToolbarWindow32"})
         return self.probe.ask("toolbar", bar["hwnd"])
 
-    def click(self, box):
-        self.probe.ask("mouse", (box["left"] + box["right"]) // 2, (box["top"] + box["bottom"]) // 2)
+    def click(self, box, clicks=1):
+        self.probe.ask("mouse", *middle(box), clicks)
 
-    def click_tool(self, window, index):
-        self.click(self.toolbar(window)[index - 1]["rect"])
+    def click_tool(self, window, index, clicks=1):
+        self.click(self.toolbar(window)[index - 1]["rect"], clicks)
 
     def lines(self, window):
         return self.list(window)["items"]

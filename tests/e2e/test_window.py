@@ -6,13 +6,15 @@ import shutil
 import subprocess
 import unittest
 
-from .desktop import (ALT, BM_CLICK, DOWN, END, ENTER, ESCAPE, RIGHT, SPACE, TAB, WM_ENDSESSION, WM_QUERYENDSESSION,
-                      WM_SYSCOLORCHANGE, WM_THEMECHANGED, App, Wine, World, missing, plain, wait_for)
+from .desktop import (ALT, BM_CLICK, BM_GETIMAGE, DOWN, END, ENTER, ESCAPE, F10, IMAGE_ICON, RIGHT, SPACE, SS_ICON,
+                      SS_TYPE_MASK, TAB, WM_ENDSESSION, WM_GETICON, WM_QUERYENDSESSION, WM_SYSCOLORCHANGE,
+                      WM_THEMECHANGED, App, Wine, World, middle, missing, plain, wait_for)
 from .windows import WINDOWS_BIN, windows_path
 from .world import BIN, ROOT
 
 MAIN = "Motorva\u2122 Mobile Edition - Pocket PC Sync Utility"
 SETTINGS = "  Motorva\u2122 Mobile Edition - Settings"
+PICTURE = "MotorvaPicture"
 ABOUT = "About Motorva\u2122 Mobile Edition"
 NO_DEVICE = "Unable to Communicate with Pocket PC"
 LOG_TITLE = "Motorva\u00a9 Mobile Edition"
@@ -65,6 +67,23 @@ class WindowCase(unittest.TestCase):
         box = app.window(title)
         return box, next(c["text"] for c in app.children(box) if c["class"] == "Static" and c["text"])
 
+    def looks(self, app, box):
+        """A message box's icon and its buttons."""
+        children = app.children(box)
+        icons = [c["rect"] for c in children if c["class"] == "Static" and c["style"] & SS_TYPE_MASK == SS_ICON]
+        buttons = [plain(c["text"]) for c in children if c["class"] == "Button"]
+        return self.icon_in(*icons), buttons
+
+    def icon_in(self, rect):
+        """Which of the system's icons it is, by its colour."""
+        self.wine.screen.settle()
+        counts = {"critical": 0, "exclamation": 0, "information": 0}
+        for red, green, blue in self.wine.screen.colours(*(rect[k] for k in ("left", "top", "right", "bottom"))):
+            counts["critical"] += red > 150 and green < 100 and blue < 100
+            counts["exclamation"] += red > 180 and green > 140 and blue < 100
+            counts["information"] += blue > 150 and red < 100
+        return max(counts, key=counts.get)
+
     def answer(self, app, box, button):
         app.press(box, button, **{"class": "Button"})
         wait_for(lambda: not app.top(hwnd=box["hwnd"]), f"the end of the message box {box['text']!r}")
@@ -103,6 +122,8 @@ class Texts(WindowCase):
         panel = app.child(main, " You are set to Overwrite PDA")
         self.assertEqual(app.probe.ask("tip", panel["hwnd"]), " You are set to Overwrite PDA")
         self.assertNotEqual(app.probe.ask("icon", panel["hwnd"]), 0)
+        for size in (0, 1):
+            self.assertNotEqual(app.probe.ask("send", main["hwnd"], WM_GETICON, size, 0), 0)
         self.leave(app, main)
 
     def test_without_an_earlier_run_its_time_is_unknown(self):
@@ -165,7 +186,7 @@ class Handheld(WindowCase):
         self.picture(app, "no-handheld")
         self.assertEqual(text, "Please connect your PDA to your PC, turn it on, then click Retry to continue.\r\r"
                                "Click Cancel to end this program.")
-        self.assertEqual([plain(c["text"]) for c in app.children(box) if c["class"] == "Button"], ["Retry", "Cancel"])
+        self.assertEqual(self.looks(app, box), ("information", ["Retry", "Cancel"]))
         main = app.window(MAIN)
         self.assertEqual([b["enabled"] for b in app.toolbar(main) if not b["separator"]], [False, True, True])
         self.assertFalse(app.probe.ask("menu", main["hwnd"])[0]["items"][0]["enabled"])
@@ -194,6 +215,7 @@ class Handheld(WindowCase):
         box, text = self.box(app, NO_DEVICE)
         self.assertEqual(text, "Please connect your PDA to your PC, turn it on, then click Retry to continue.\r\r"
                                "Click Cancel to sync your databases later.")
+        self.assertEqual(self.looks(app, box), ("critical", ["Retry", "Cancel"]))
         self.answer(app, box, "Cancel")
         wait_for(lambda: app.toolbar(main)[0]["enabled"], "the Start command")
         self.assertTrue(app.probe.ask("menu", main["hwnd"])[0]["items"][0]["enabled"])
@@ -241,6 +263,7 @@ class Runs(WindowCase):
         self.assertEqual(text, "Please make sure that Motorva Mobile Edition is NOT running on your PDA.\r"
                                "If necessary, use the Exit|Close menu option to close Motorva Mobile Edition, then "
                                "retry.\rYour PDA should be connected and powered on.")
+        self.assertEqual(self.looks(app, box), ("critical", ["OK"]))
         self.assertEqual([b["enabled"] for b in app.toolbar(main) if not b["separator"]], [False, False, False])
         self.assertEqual([m["enabled"] for m in app.probe.ask("menu", main["hwnd"])], [False, False, True])
         self.answer(app, box, "OK")
@@ -251,6 +274,42 @@ class Runs(WindowCase):
         self.assertEqual([m["enabled"] for m in app.probe.ask("menu", main["hwnd"])], [True, True, True])
         self.leave(app, main)
 
+    def test_a_double_click_starts_one_run(self):
+        self.world()
+        app, main = self.open()
+        app.click_tool(main, 1, clicks=2)
+        self.run_to_end(app, main)
+        app.click_tool(main, 3)
+        app.window(SETTINGS)
+        self.assertEqual(len(app.lines(main)), 15)
+        app.press(app.window(SETTINGS), "Cancel")
+        app.gone(SETTINGS)
+        self.leave(app, main)
+
+    def test_the_spinner_turns_during_a_run_and_ends_as_it_began(self):
+        self.world(rows=2000)
+        app, main = self.open()
+        spinner = [c for c in app.children(main) if c["class"] == PICTURE][-1]["hwnd"]
+        first = app.probe.ask("icon", spinner)
+        seen = {first}
+        app.click_tool(main, 1)
+        wait_for(lambda: seen.add(app.probe.ask("icon", spinner)) or len(seen) == 4, "four frames")
+        self.run_to_end(app, main)
+        self.assertEqual(app.probe.ask("icon", spinner), first)
+        self.leave(app, main)
+
+    def test_the_pointer_is_an_hourglass_during_a_run(self):
+        self.world(rows=2000)
+        app, main = self.open()
+        # Where the pointer rests from now on.
+        app.probe.ask("mouse", *middle(app.child(main, **{"class": "SysListView32"})["rect"]))
+        before = app.probe.ask("cursor")
+        app.command(main, "Sync", "Start")
+        wait_for(lambda: app.probe.ask("cursor") != before and app.lines(main), "the hourglass")
+        self.run_to_end(app, main)
+        wait_for(lambda: app.probe.ask("cursor") == before, "the arrow")
+        self.leave(app, main)
+
     def test_an_error_is_shown_and_the_window_stays_usable(self):
         world = self.world()
         world.database.rename(world.folder / "elsewhere.db")
@@ -258,6 +317,7 @@ class Runs(WindowCase):
         app.click_tool(main, 1)
         box, text = self.box(app, "")
         self.assertRegex(text, r"^Error: -2147467259 has occurred\.\rDescription: Could not find file ")
+        self.assertEqual(self.looks(app, box), ("exclamation", ["OK"]))
         self.answer(app, box, "OK")
         self.assertTrue(self.run_to_end(app, main)[-1].startswith("Synchronization Stopped Due to Errors: "))
         (world.folder / "elsewhere.db").rename(world.database)
@@ -282,17 +342,6 @@ class Runs(WindowCase):
         self.assertIn("13 of 13", self.run_to_end(app, main)[-1])
         self.leave(app, main)
 
-    def test_a_session_that_ends_saves_the_settings_and_ends_the_run(self):
-        world = self.world(rows=2000)
-        app, main = self.open()
-        app.click_tool(main, 1)
-        wait_for(lambda: len(app.lines(main)) >= 3, "two tables")
-        self.assertEqual(app.probe.ask("send", main["hwnd"], WM_QUERYENDSESSION, 0, 0), 1)
-        app.probe.ask("send", main["hwnd"], WM_ENDSESSION, 1, 0)
-        self.assertEqual(world.stored()["SyncMode"], "0")
-        wait_for(lambda: "Stopped" in world.log_text(), "the end of the run")
-        app.end()
-
     def test_a_silent_run_shows_no_window(self):
         world = self.world()
         app = self.start("-Mode0")
@@ -300,6 +349,114 @@ class Runs(WindowCase):
             self.assertEqual([w for w in app.probe.ask("top") if w["class"] != "Progman"], [])
         self.assertEqual(app.wait(), 0)
         self.assertIn("Silent Synchronization of 11 of 13", world.log_text())
+
+
+class SessionEnd(WindowCase):
+    """The user logs off, whatever the program is doing: the settings are saved and the program ends by itself."""
+
+    def end_session(self, app, main):
+        self.assertEqual(app.probe.ask("send", main["hwnd"], WM_QUERYENDSESSION, 0, 0), 1)
+        app.probe.ask("send", main["hwnd"], WM_ENDSESSION, 1, 0)
+
+    def test_during_a_run(self):
+        world = self.world(rows=2000)
+        app, main = self.open()
+        app.click_tool(main, 1)
+        wait_for(lambda: len(app.lines(main)) >= 3, "two tables")
+        self.end_session(app, main)
+        self.assertEqual(world.stored()["SyncMode"], "0")
+        self.assertEqual(app.wait(), 0)
+        self.assertIn(" Synchronization Stopped Due to Errors: ", world.log_text())
+
+    def test_while_nothing_happens(self):
+        world = self.world()
+        app, main = self.open()
+        self.end_session(app, main)
+        self.assertEqual(app.wait(), 0)
+        self.assertEqual(world.stored()["SyncMode"], "0")
+
+    def test_while_the_settings_are_open_below_a_file_dialog(self):
+        world = self.world()
+        app, main = self.open()
+        app.command(main, "View", "Settings...")
+        app.press(app.window(SETTINGS), " Browse to Set Database File Location ")
+        app.window("Set Desktop Edition Database Location")
+        self.end_session(app, main)
+        self.assertEqual(app.wait(), 0)
+        self.assertEqual(world.stored()["SyncMode"], "0")
+
+    def test_while_the_handheld_is_asked_for(self):
+        world = self.world()
+        world.unplug()
+        app = self.start()
+        self.box(app, NO_DEVICE)
+        self.end_session(app, app.window(MAIN))
+        self.assertEqual(app.wait(), 3)
+        self.assertEqual(world.stored()["SyncMode"], "0")
+
+    def test_while_a_run_tells_of_its_failure(self):
+        world = self.world()
+        (world.tables / "brnd_Fuel.pdb").unlink()
+        app, main = self.open()
+        app.click_tool(main, 1)
+        self.box(app, "Sync Not Completed Successfully")
+        self.end_session(app, main)
+        self.assertEqual(app.wait(), 0)
+        self.assertIn(" Synchronization of 12 of 13 tables ended: ", world.log_text())
+
+    def test_a_session_that_goes_on_after_all_changes_nothing(self):
+        world = self.world()
+        world.set(LastSync="yesterday")
+        app, main = self.open()
+        self.assertEqual(app.probe.ask("send", main["hwnd"], WM_QUERYENDSESSION, 0, 0), 1)
+        app.probe.ask("send", main["hwnd"], WM_ENDSESSION, 0, 0)
+        self.assertNotIn("SyncMode", world.stored())
+        app.click_tool(main, 1)
+        self.run_to_end(app, main)
+        self.leave(app, main)
+
+
+class ManyWindows(WindowCase):
+    """Modal windows over the main one, and the program twice."""
+
+    def test_a_question_comes_before_the_window_below_can_be_closed(self):
+        world = self.world()
+        app, main = self.open()
+        world.unplug()
+        app.click_tool(main, 1)
+        box, _ = self.box(app, NO_DEVICE)
+        app.close(main)
+        self.answer(app, box, "Retry")
+        box, _ = self.box(app, NO_DEVICE)
+        self.answer(app, box, "Cancel")
+        wait_for(lambda: app.toolbar(main)[0]["enabled"], "the Start command")
+        self.leave(app, main)
+
+    def test_a_dialog_comes_before_the_window_below_can_be_closed(self):
+        self.world()
+        app, main = self.open()
+        for path, title in ((("View", "Settings..."), SETTINGS), (("About...",), ABOUT)):
+            app.command(main, *path)
+            dialog = app.window(title)
+            app.close(main)
+            self.assertFalse(app.probe.ask("window", main["hwnd"])["enabled"])
+            app.close(dialog)
+            app.gone(title)
+        self.leave(app, main)
+
+    def test_a_second_copy_of_the_program_opens_its_own_window(self):
+        self.world()
+        first, main = self.open()
+        second = self.start()
+        other = wait_for(lambda: second.top(text=MAIN) and second.top(text=MAIN)["hwnd"] != main["hwnd"] and
+                         second.top(text=MAIN), "the second window")
+        wait_for(lambda: second.toolbar(other)[0]["enabled"], "the handheld's answer")
+        second.click_tool(other, 1)
+        self.run_to_end(second, other)
+        self.leave(second, other)
+        first.click_tool(main, 1)
+        self.run_to_end(first, main)
+        self.leave(first, main)
 
 
 class SettingsDialog(WindowCase):
@@ -366,13 +523,19 @@ class SettingsDialog(WindowCase):
     def test_a_mode_survives_cancel(self):
         world = self.world()
         app, main, dialog = self.dialog()
+
+        def picture(window):
+            return app.probe.ask("icon", app.child(window, **{"class": PICTURE})["hwnd"])
+        before, main_before = picture(dialog), picture(main)
         app.press(dialog, "Desktop (PC) Database Completely Overwrites Mobile (PDA) Database")
         wait_for(lambda: app.child(dialog, "Desktop (PC) Database Completely Overwrites Mobile (PDA) Database")["checked"],
                  "the mode")
+        self.assertNotEqual(picture(dialog), before)
         app.press(dialog, "Cancel")
         app.gone(SETTINGS)
         wait_for(lambda: app.status(main)[1] == "Overwrite PDA", "the mode")
         app.child(main, " You are set to Overwrite PDA")
+        self.assertNotEqual(picture(main), main_before)
         self.leave(app, main)
         self.assertEqual(world.stored()["SyncMode"], "1")
 
@@ -404,6 +567,10 @@ class SettingsDialog(WindowCase):
         self.picture(app, "browse")
         name = next(c for c in self.deep(app, browse) if c["class"] == "Edit" and c["visible"] and c["enabled"])
         self.assertIn("Motorva.db", name["text"])
+        self.assertIn("Motorva Database Files(*.db)", [c["text"] for c in self.deep(app, browse)])
+        app.probe.ask("settext", name["hwnd"], windows_path(world.folder / "missing.db"))
+        app.probe.ask("post", app.child(browse, id=1)["hwnd"], BM_CLICK, 0, 0)
+        self.refusal(app, browse, "OK")
         app.probe.ask("settext", name["hwnd"], windows_path(other))
         app.probe.ask("post", app.child(browse, id=1)["hwnd"], BM_CLICK, 0, 0)
         app.gone("Set Desktop Edition Database Location")
@@ -420,11 +587,43 @@ class SettingsDialog(WindowCase):
         app.press(dialog, " Browse to Set Log File Location ")
         browse = app.window("Save Log File As")
         name = next(c for c in self.deep(app, browse) if c["class"] == "Edit" and c["visible"] and c["enabled"])
+        self.assertIn("Sync Log Files (*.txt,*.log)", [c["text"] for c in self.deep(app, browse)])
+        app.probe.ask("settext", name["hwnd"], windows_path(world.folder / "nowhere" / "log.txt"))
+        app.probe.ask("post", app.child(browse, id=1)["hwnd"], BM_CLICK, 0, 0)
+        self.refusal(app, browse, "OK")
+        (world.folder / "old.txt").write_text("a log")
+        app.probe.ask("settext", name["hwnd"], windows_path(world.folder / "old.txt"))
+        app.probe.ask("post", app.child(browse, id=1)["hwnd"], BM_CLICK, 0, 0)
+        self.refusal(app, browse, "No")
         app.probe.ask("settext", name["hwnd"], windows_path(world.folder / "journal"))
         app.probe.ask("post", app.child(browse, id=1)["hwnd"], BM_CLICK, 0, 0)
         app.gone("Save Log File As")
         self.assertEqual([c for c in app.children(dialog) if c["class"] == "Edit"][2]["text"],
                          windows_path(world.folder / "journal.txt"))
+        app.press(dialog, "Cancel")
+        app.gone(SETTINGS)
+        self.leave(app, main)
+
+    def refusal(self, app, browse, button):
+        """A message box over the file dialog, which stays open."""
+        box = wait_for(lambda: app.top(owner=browse["hwnd"], **{"class": "#32770"}), "the refusal")
+        self.answer(app, box, button)
+
+    def test_a_browse_button_shows_another_picture_while_it_is_down(self):
+        self.world()
+        app, main, dialog = self.dialog()
+        button = app.child(dialog, " Browse to Set Database File Location ")
+
+        def picture():
+            return app.probe.ask("send", button["hwnd"], BM_GETIMAGE, IMAGE_ICON, 0)
+        released = picture()
+        app.probe.ask("press", *middle(button["rect"]))
+        pressed = wait_for(lambda: picture() != released and picture(), "the other picture")
+        self.picture(app, "browse-pressed", dialog)
+        # Out of the button, where letting go is no click.
+        app.probe.ask("press", *middle(app.child(dialog, "Logging On")["rect"]))
+        app.probe.ask("release")
+        wait_for(lambda: picture() != pressed, "the first picture")
         app.press(dialog, "Cancel")
         app.gone(SETTINGS)
         self.leave(app, main)
@@ -444,6 +643,7 @@ class Log(WindowCase):
         app.click_tool(main, 4)
         box, text = self.box(app, LOG_TITLE)
         self.assertEqual(text, f"Sync Log: {windows_path(world.log)} does not exist.")
+        self.assertEqual(self.looks(app, box), ("information", ["OK"]))
         self.answer(app, box, "OK")
         self.leave(app, main)
 
@@ -456,6 +656,7 @@ class Log(WindowCase):
         app.click_tool(main, 4)
         box, text = self.box(app, LOG_TITLE)
         self.assertEqual(text, f"Unable to open: {windows_path(log)}")
+        self.assertEqual(self.looks(app, box), ("exclamation", ["OK"]))
         self.answer(app, box, "OK")
         self.leave(app, main)
 
@@ -494,6 +695,16 @@ class Keyboard(WindowCase):
         app.gone(LOG_TITLE)
         app.keys(main, f"{ALT}+{ord('S')}", ord("X"))
         self.assertEqual(app.wait(), 0)
+
+    def test_the_menu_key(self):
+        self.world()
+        app, main = self.open()
+        app.keys(main, F10, RIGHT, DOWN, ENTER)
+        dialog = app.window(SETTINGS)
+        app.keys(dialog, ESCAPE)
+        app.gone(SETTINGS)
+        app.keys(main, F10, ESCAPE, ENTER, ESCAPE, SPACE)
+        self.leave(app, main)
 
     def test_toolbar(self):
         self.world()
@@ -572,6 +783,34 @@ class Layout(WindowCase):
         self.picture(app, "about", about)
         app.press(about, "OK")
         app.gone(ABOUT)
+        self.leave(app, main)
+
+    def test_any_size(self):
+        self.world()
+        app, main = self.open()
+        app.click_tool(main, 1)
+        self.run_to_end(app, main)
+        for name, width, height in (("small", 1, 1), ("large", 1280, 960)):
+            app.probe.ask("place", main["hwnd"], 0, 0, width, height)
+            self.check(app, main)
+            self.picture(app, f"main-{name}", main)
+            columns = app.list(main)["column"]
+            client = app.child(main, **{"class": "SysListView32"})["client"]["right"]
+            self.assertGreaterEqual(columns, client)
+        self.leave(app, main)
+
+    def test_labels_stand_beside_their_texts(self):
+        self.world()
+        app, main = self.open()
+        app.command(main, "View", "Settings...")
+        dialog = app.window(SETTINGS)
+        edits = [c for c in app.children(dialog) if c["class"] == "Edit"]
+        labels = [c for c in app.children(dialog) if c["class"] == "Static"][:3]
+        for edit, label in zip(edits, labels):
+            (_, high), (_, low) = middle(edit["rect"]), middle(label["rect"])
+            self.assertLessEqual(abs(high - low), 2 * self.DPI // 96, (edit, label))
+        app.press(dialog, "Cancel")
+        app.gone(SETTINGS)
         self.leave(app, main)
 
     def check(self, app, window):

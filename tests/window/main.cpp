@@ -9,11 +9,14 @@
 //   tip HWND [PART]           tool tip of a control, or of a part of it
 //   icon HWND                 number that stands for the picture a control shows
 //   focus                     the window that has the keyboard
+//   cursor                    number that stands for the pointer shown
 //   foreground HWND           makes a window the active one
+//   place HWND X Y WIDE HIGH  moves and sizes a window
 //   settext HWND TEXT         types nothing: sets a control's text (UTF-8)
 //   post HWND MSG WIDE LARGE  posts a message (decimal numbers)
 //   send HWND MSG WIDE LARGE  sends a message, at most ten seconds
-//   mouse X Y                 a click with the left button at a point of the screen
+//   mouse X Y [CLICKS]        clicks with the left button, one if not said, at a point of the screen
+//   press X Y, release        the left button down at a point of the screen, and up
 //   keys VK[+VK...] ...       presses keys by their decimal codes; joined ones together
 //   end                       ends the probe
 #include <windows.h>
@@ -261,16 +264,50 @@ std::string SetText(HWND window, std::istream& rest) {
   return std::to_string(Send(window, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(Wide(text).c_str())));
 }
 
-std::string Mouse(std::istream& rest) {
+std::string Place(HWND window, std::istream& rest) {
+  int x = 0;
+  int y = 0;
+  int wide = 0;
+  int high = 0;
+  rest >> x >> y >> wide >> high;
+  return std::to_string(::SetWindowPos(window, nullptr, x, y, wide, high, SWP_NOZORDER | SWP_NOACTIVATE));
+}
+
+std::string Cursor() {
+  CURSORINFO info = {};
+  info.cbSize = sizeof info;
+  ::GetCursorInfo(&info);
+  return std::to_string(reinterpret_cast<LONG_PTR>(info.hCursor));
+}
+
+void PointTo(std::istream& rest) {
   int x = 0;
   int y = 0;
   rest >> x >> y;
   ::SetCursorPos(x, y);
-  INPUT inputs[2] = {};
-  for (INPUT& input : inputs) input.type = INPUT_MOUSE;
-  inputs[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
-  inputs[1].mi.dwFlags = MOUSEEVENTF_LEFTUP;
-  return std::to_string(::SendInput(2, inputs, sizeof inputs[0]));
+}
+
+std::string Button(DWORD change) {
+  INPUT input = {};
+  input.type = INPUT_MOUSE;
+  input.mi.dwFlags = change;
+  return std::to_string(::SendInput(1, &input, sizeof input));
+}
+
+std::string Press(std::istream& rest) {
+  PointTo(rest);
+  return Button(MOUSEEVENTF_LEFTDOWN);
+}
+
+std::string Mouse(std::istream& rest) {
+  PointTo(rest);
+  int clicks = 1;
+  if (!(rest >> clicks)) clicks = 1;
+  for (int i = 0; i < clicks; ++i) {
+    Button(MOUSEEVENTF_LEFTDOWN);
+    Button(MOUSEEVENTF_LEFTUP);
+  }
+  return std::to_string(clicks);
 }
 
 INPUT Key(WORD code, bool up) {
@@ -330,6 +367,7 @@ std::string OnWindow(const std::string& name, HWND window, std::istream& rest) {
   if (name == "tip") return TipOf(window, rest);
   if (name == "icon") return std::to_string(Send(window, STM_GETICON));
   if (name == "foreground") return std::to_string(::SetForegroundWindow(window));
+  if (name == "place") return Place(window, rest);
   if (name == "settext") return SetText(window, rest);
   if (name == "post") return SendOrPost(window, rest, true);
   if (name == "send") return SendOrPost(window, rest, false);
@@ -342,7 +380,10 @@ std::string Answer(const std::string& line) {
   rest >> name;
   if (name == "top") return Top();
   if (name == "focus") return Focus();
+  if (name == "cursor") return Cursor();
   if (name == "mouse") return Mouse(rest);
+  if (name == "press") return Press(rest);
+  if (name == "release") return Button(MOUSEEVENTF_LEFTUP);
   if (name == "keys") return Keys(rest);
   if (name == "start") return Start(rest);
   LONG_PTR window = 0;

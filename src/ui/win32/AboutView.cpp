@@ -24,7 +24,7 @@ void AboutView::SetVersion(const std::string& text) {
 
 void AboutView::MakeControls() {
   picture_ = std::make_unique<PictureControl>(Window(), kImage1, kPictureSize, COLOR_BTNFACE);
-  picture_->Show(PICTURE_MODE0);
+  picture_->Show(PICTURE_PROGRAM);
   MakeChild(Window(), WC_STATICW, L"", SS_NOPREFIX, kLblVer);
   // Both ways of closing a dialog are the box's one button.
   MakeChild(Window(), WC_BUTTONW, Marked(texts::kOk), WS_TABSTOP | BS_DEFPUSHBUTTON, IDOK);

@@ -86,6 +86,18 @@ LONG FieldHeight(HFONT font, const Dpi& dpi) {
   return TextHeight(font) + dpi.Scale(8);
 }
 
+/// A text box draws its text at its top, so it must be hardly taller than that.
+LONG EditHeight(HFONT font, const Dpi& dpi) {
+  return TextHeight(font) + 2 * ::GetSystemMetrics(SM_CYEDGE) + dpi.Scale(3);
+}
+
+/// From the upper edge of a text box to its text.
+LONG TextInset(HWND edit) {
+  RECT text;
+  ::SendMessageW(edit, EM_GETRECT, 0, reinterpret_cast<LPARAM>(&text));
+  return text.top + FrameSize(edit).cy / 2;
+}
+
 }  // namespace
 
 ConfigView::ConfigView(frmConfig& form) : ModalDialog(Wide(texts::kConfigCaption)), form_(form) {}
@@ -158,8 +170,7 @@ void ConfigView::MakeControls() {
 }
 
 void ConfigView::MakePathRow(std::size_t index) {
-  MakeChild(Window(), WC_STATICW, Marked(texts::kPathLabels[index], kPathMarks[index]), SS_CENTERIMAGE,
-            IdAt(kLabel2, index));
+  MakeChild(Window(), WC_STATICW, Marked(texts::kPathLabels[index], kPathMarks[index]), SS_LEFT, IdAt(kLabel2, index));
   MakeChild(Window(), WC_EDITW, L"", WS_TABSTOP | ES_AUTOHSCROLL, IdAt(kTxtPaths, index), WS_EX_CLIENTEDGE);
   for (std::size_t button = 0; button < kBrowseButtons; ++button) {
     if (RowOfButton(button) == index) MakeBrowseButton(button);
@@ -174,13 +185,30 @@ void ConfigView::MakeBrowseButton(std::size_t index) {
   ::SetWindowSubclass(button, BrowseProcedure, index, reinterpret_cast<DWORD_PTR>(this));
 }
 
-/// Tells when a browse button goes down and up, by mouse or by the space bar.
+/// Tells when a browse button goes down and up, by mouse or by the space bar. A button that loses the mouse, because
+/// another window comes up, goes up as well.
 LRESULT CALLBACK ConfigView::BrowseProcedure(HWND button, UINT message, WPARAM wide, LPARAM large, UINT_PTR index,
                                              DWORD_PTR view) {
   auto* const self = reinterpret_cast<ConfigView*>(view);
   const bool byKey = wide == VK_SPACE;
-  if (message == WM_LBUTTONDOWN || (message == WM_KEYDOWN && byKey)) self->form_.cmdBrowse_Pressed(*self, index);
-  if (message == WM_LBUTTONUP || (message == WM_KEYUP && byKey)) self->form_.cmdBrowse_Released(*self, index);
+  switch (message) {
+    case WM_LBUTTONDOWN:
+    case WM_LBUTTONDBLCLK:
+      self->form_.cmdBrowse_Pressed(*self, index);
+      break;
+    case WM_KEYDOWN:
+      if (byKey) self->form_.cmdBrowse_Pressed(*self, index);
+      break;
+    case WM_LBUTTONUP:
+    case WM_CAPTURECHANGED:
+      self->form_.cmdBrowse_Released(*self, index);
+      break;
+    case WM_KEYUP:
+      if (byKey) self->form_.cmdBrowse_Released(*self, index);
+      break;
+    default:
+      break;
+  }
   return ::DefSubclassProc(button, message, wide, large);
 }
 
@@ -237,8 +265,12 @@ void ConfigView::PlacePathRow(const Dpi& dpi, std::size_t index, LONG top, LONG 
   const LONG field = FieldHeight(MessageFont(), dpi);
   const LONG left = 2 * margin + LabelWidth() + gap;
   const LONG right = width - 2 * margin - field - gap;
-  Place(Control(IdAt(kLabel2, index)), {2 * margin, top, left - gap, top + field});
-  Place(Control(IdAt(kTxtPaths, index)), {left, top, right, top + field});
+  const HWND edit = Control(IdAt(kTxtPaths, index));
+  const LONG editHeight = EditHeight(MessageFont(), dpi);
+  const LONG editTop = top + (field - editHeight) / 2;
+  Place(edit, {left, editTop, right, editTop + editHeight});
+  const LONG textTop = editTop + TextInset(edit);
+  Place(Control(IdAt(kLabel2, index)), {2 * margin, textTop, left - gap, textTop + TextHeight(MessageFont())});
   for (std::size_t button = 0; button < kBrowseButtons; ++button) {
     if (RowOfButton(button) != index) continue;
     Place(Control(IdAt(kCmdBrowse, button)), {right + gap, top, right + gap + field, top + field});

@@ -47,6 +47,8 @@ constexpr int kModeSize = 48;
 constexpr int kPanelSize = 60;
 constexpr int kSpinnerSize = 32;
 constexpr int kColumnMargin = 16;
+constexpr int kLargeIconSize = 32;
+constexpr int kSmallIconSize = 16;
 
 constexpr int kTitlePercent = 145;
 
@@ -79,7 +81,7 @@ void RegisterWindowClass(WNDPROC procedure) {
   design.lpfnWndProc = procedure;
   design.hInstance = ::GetModuleHandleW(nullptr);
   design.hCursor = ::LoadCursorW(nullptr, IDC_ARROW);
-  design.hIcon = ::LoadIconW(design.hInstance, MAKEINTRESOURCEW(PICTURE_MODE0));
+  design.hIcon = ::LoadIconW(design.hInstance, MAKEINTRESOURCEW(PICTURE_PROGRAM));
   design.hbrBackground = ::GetSysColorBrush(COLOR_BTNFACE);
   design.lpszClassName = kClass;
   ::RegisterClassExW(&design);
@@ -139,7 +141,7 @@ void MainView::Unload() {
 
 void MainView::RunUntilClosed() {
   MSG message;
-  while (window_ && ::GetMessageW(&message, nullptr, 0, 0) >= 0) Dispatch(message);
+  while (window_ && !form_.Closed() && ::GetMessageW(&message, nullptr, 0, 0) >= 0) Dispatch(message);
 }
 
 void MainView::ProcessMessages() {
@@ -173,11 +175,8 @@ void MainView::AddProgressItem(const std::string& text) {
   item.iItem = ListView_GetItemCount(list_);
   item.pszText = wide.data();
   const int index = static_cast<int>(::SendMessageW(list_, LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item)));
-  const int needed = TextSize(font_.get(), wide).cx + Dpi(list_).Scale(kColumnMargin);
-  if (needed > columnWidth_) {
-    columnWidth_ = needed;
-    ListView_SetColumnWidth(list_, 0, columnWidth_);
-  }
+  longestLine_ = std::max<int>(longestLine_, TextSize(font_.get(), wide).cx + Dpi(list_).Scale(kColumnMargin));
+  FitColumn();
   ListView_EnsureVisible(list_, index, FALSE);
 }
 
@@ -202,10 +201,13 @@ void MainView::EnableMenu(Menu menu, bool enabled) {
 
 void MainView::SetHourglass(bool on) {
   hourglass_ = on;
-  POINT position;
-  ::GetCursorPos(&position);
-  // Asks for the pointer anew, wherever it is.
-  ::SetCursorPos(position.x, position.y);
+  POINT place;
+  ::GetCursorPos(&place);
+  const HWND under = ::WindowFromPoint(place);
+  if (under != window_ && !::IsChild(window_, under)) return;
+  // What the system sends when the mouse moves: the pointer changes although it rests.
+  const LRESULT hit = ::SendMessageW(under, WM_NCHITTEST, 0, MAKELPARAM(place.x, place.y));
+  ::SendMessageW(under, WM_SETCURSOR, reinterpret_cast<WPARAM>(under), MAKELPARAM(hit, WM_MOUSEMOVE));
 }
 
 MessageAnswer MainView::ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
@@ -243,7 +245,9 @@ LRESULT CALLBACK MainView::Procedure(HWND window, UINT message, WPARAM wide, LPA
 LRESULT MainView::Handle(UINT message, WPARAM wide, LPARAM large) {
   switch (message) {
     case WM_COMMAND:
-      Command(LOWORD(wide));
+      // A control shall be done with its click before the command begins, in which the window may be closed.
+      if (large != 0) ::PostMessageW(window_, WM_COMMAND, wide, 0);
+      if (large == 0) Command(LOWORD(wide));
       return 0;
     case WM_NOTIFY:
       return Notify(*reinterpret_cast<const NMHDR*>(large));
@@ -280,8 +284,7 @@ LRESULT MainView::Handle(UINT message, WPARAM wide, LPARAM large) {
       if (::IsWindowEnabled(window_)) form_.Unload();
       return 0;
     case WM_ENDSESSION:
-      // The process may be ended any time after this message.
-      if (wide) form_.Form_Unload();
+      if (wide) EndWithSession();
       return 0;
     case WM_DESTROY:
       window_ = nullptr;
@@ -290,6 +293,18 @@ LRESULT MainView::Handle(UINT message, WPARAM wide, LPARAM large) {
       break;
   }
   return ::DefWindowProcW(window_, message, wide, large);
+}
+
+/// The system may end the process any time after it has told of the session's end. It need not: then the modal windows
+/// are closed as by their close boxes, and the message loop ends with the next message.
+void MainView::EndWithSession() {
+  form_.Form_Unload();
+  const auto close = [](HWND window, LPARAM main) -> BOOL {
+    if (window != reinterpret_cast<HWND>(main) && ::IsWindowVisible(window)) ::PostMessageW(window, WM_CLOSE, 0, 0);
+    return TRUE;
+  };
+  ::EnumThreadWindows(::GetCurrentThreadId(), close, reinterpret_cast<LPARAM>(window_));
+  ::PostMessageW(window_, WM_NULL, 0, 0);
 }
 
 void MainView::Command(int id) {
@@ -356,8 +371,34 @@ void MainView::Rescale() {
   toolBar_->Rescale(dpi, font.get());
   modePicture_->Rescale();
   spinner_->Rescale();
+  SetIcons(dpi);
   font_ = std::move(font);
   titleFont_ = std::move(titleFont);
+  MeasureLines();
+}
+
+void MainView::SetIcons(const Dpi& dpi) {
+  const auto set = [this, &dpi](WPARAM kind, int size, Icon& icon) {
+    Icon next = LoadPicture(PICTURE_PROGRAM, dpi.Scale(size), dpi.Scale(size));
+    ::SendMessageW(window_, WM_SETICON, kind, reinterpret_cast<LPARAM>(next.get()));
+    icon = std::move(next);
+  };
+  set(ICON_BIG, kLargeIconSize, largeIcon_);
+  set(ICON_SMALL, kSmallIconSize, smallIcon_);
+}
+
+void MainView::MeasureLines() {
+  if (ListView_GetItemCount(list_) == 0) return;
+  ListView_SetColumnWidth(list_, 0, LVSCW_AUTOSIZE);
+  longestLine_ = ListView_GetColumnWidth(list_, 0);
+}
+
+/// The column holds the longest line and fills the list.
+void MainView::FitColumn() {
+  RECT client;
+  ::GetClientRect(list_, &client);
+  const int width = std::max<int>(longestLine_, client.right);
+  if (width != ListView_GetColumnWidth(list_, 0)) ListView_SetColumnWidth(list_, 0, width);
 }
 
 void MainView::PlaceControls() {
@@ -382,6 +423,7 @@ void MainView::PlaceControls() {
   Place(spinner_->Window(), {spinnerLeft, spinnerTop, spinnerLeft + spinner, spinnerTop + spinner});
   Place(list_,
         {margin, bandBottom + margin, client.right - margin, client.bottom - (bar.bottom - bar.top) - margin / 2});
+  FitColumn();
   PlaceStatusPanels(client.right);
 }
 

@@ -43,6 +43,7 @@ class MainView : public frmMainView {
  private:
   static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wide, LPARAM large);
   LRESULT Handle(UINT message, WPARAM wide, LPARAM large);
+  void EndWithSession();
   void Command(int id);
   LRESULT Notify(const NMHDR& header);
   bool ShowsHourglass(LPARAM hit) const;
@@ -50,6 +51,10 @@ class MainView : public frmMainView {
   void MakeControls();
   /// Fonts and pictures for the scaling of the window's screen.
   void Rescale();
+  void SetIcons(const Dpi& dpi);
+  /// The width of the longest line in a new font.
+  void MeasureLines();
+  void FitColumn();
   void PlaceControls();
   void PlaceStatusPanels(int width);
   void KeepFocus();
@@ -68,7 +73,9 @@ class MainView : public frmMainView {
   std::unique_ptr<ToolTips> tips_;
   Font font_;
   Font titleFont_;
-  int columnWidth_ = 0;
+  Icon largeIcon_;
+  Icon smallIcon_;
+  int longestLine_ = 0;  ///< of the progress list, in pixels
   bool hourglass_ = false;
 };
 

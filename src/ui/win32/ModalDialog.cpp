@@ -56,6 +56,7 @@ bool ModalDialog::Handle(UINT message, WPARAM wide, LPARAM large) {
       ::InvalidateRect(window_, nullptr, TRUE);
       return false;
     case kDpiChanged:
+    case WM_SETTINGCHANGE:
       Arrange();
       return true;
     default:

@@ -8,7 +8,7 @@ namespace mv::win32 {
 
 /// A modal window with the keyboard of a dialog: Tab, the arrow keys in a group, Enter for the default button, Esc for
 /// IDCANCEL, keyboard marks. Controls are made and placed in code, in the user's message font, and placed anew when the
-/// window comes to a screen of another scaling.
+/// window comes to a screen of another scaling and when the user changes the font.
 class ModalDialog {
  public:
   explicit ModalDialog(std::wstring caption) : caption_(std::move(caption)) {}

@@ -1,6 +1,8 @@
 // Numbers of the pictures in the program's resources. Macros, because the resource compiler reads this file too.
 #pragma once
 
+// The icon that every program of this package has as its first resource.
+#define PICTURE_PROGRAM 1
 #define PICTURE_MODE0 201
 #define PICTURE_MODE1 202
 #define PICTURE_MODE2 203

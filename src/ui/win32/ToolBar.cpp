@@ -131,7 +131,7 @@ void ToolBar::Press() {
   const int hot = static_cast<int>(::SendMessageW(window_, TB_GETHOTITEM, 0, 0));
   if (hot < 0 || hot != NextEnabled(hot, static_cast<int>(buttons_.size()))) return;
   const int command = buttons_[static_cast<std::size_t>(hot)].command;
-  ::PostMessageW(::GetParent(window_), WM_COMMAND, static_cast<WPARAM>(command), reinterpret_cast<LPARAM>(window_));
+  ::SendMessageW(::GetParent(window_), WM_COMMAND, static_cast<WPARAM>(command), reinterpret_cast<LPARAM>(window_));
 }
 
 }  // namespace mv::win32
