@@ -12,6 +12,7 @@
 //   cursor                    number that stands for the pointer shown
 //   foreground HWND           makes a window the active one
 //   place HWND X Y WIDE HIGH  moves and sizes a window
+//   redraw HWND               lets a window paint everything anew
 //   settext HWND TEXT         types nothing: sets a control's text (UTF-8)
 //   post HWND MSG WIDE LARGE  posts a message (decimal numbers)
 //   send HWND MSG WIDE LARGE  sends a message, at most ten seconds
@@ -273,6 +274,10 @@ std::string Place(HWND window, std::istream& rest) {
   return std::to_string(::SetWindowPos(window, nullptr, x, y, wide, high, SWP_NOZORDER | SWP_NOACTIVATE));
 }
 
+std::string Redraw(HWND window) {
+  return std::to_string(::RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN));
+}
+
 std::string Cursor() {
   CURSORINFO info = {};
   info.cbSize = sizeof info;
@@ -368,6 +373,7 @@ std::string OnWindow(const std::string& name, HWND window, std::istream& rest) {
   if (name == "icon") return std::to_string(Send(window, STM_GETICON));
   if (name == "foreground") return std::to_string(::SetForegroundWindow(window));
   if (name == "place") return Place(window, rest);
+  if (name == "redraw") return Redraw(window);
   if (name == "settext") return SetText(window, rest);
   if (name == "post") return SendOrPost(window, rest, true);
   if (name == "send") return SendOrPost(window, rest, false);

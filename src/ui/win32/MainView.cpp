@@ -47,8 +47,6 @@ constexpr int kModeSize = 48;
 constexpr int kPanelSize = 60;
 constexpr int kSpinnerSize = 32;
 constexpr int kColumnMargin = 16;
-constexpr int kLargeIconSize = 32;
-constexpr int kSmallIconSize = 16;
 
 constexpr int kTitlePercent = 145;
 
@@ -75,13 +73,20 @@ HMENU MakeMenu() {
   return menu;
 }
 
+/// The program's icon in the size that two of the system's measures say. The window class has it until the process
+/// ends.
+HICON ClassIcon(int width, int height) {
+  return LoadPicture(PICTURE_PROGRAM, ::GetSystemMetrics(width), ::GetSystemMetrics(height)).release();
+}
+
 void RegisterWindowClass(WNDPROC procedure) {
   WNDCLASSEXW design = {};
   design.cbSize = sizeof design;
   design.lpfnWndProc = procedure;
   design.hInstance = ::GetModuleHandleW(nullptr);
   design.hCursor = ::LoadCursorW(nullptr, IDC_ARROW);
-  design.hIcon = ::LoadIconW(design.hInstance, MAKEINTRESOURCEW(PICTURE_PROGRAM));
+  design.hIcon = ClassIcon(SM_CXICON, SM_CYICON);
+  design.hIconSm = ClassIcon(SM_CXSMICON, SM_CYSMICON);
   design.hbrBackground = ::GetSysColorBrush(COLOR_BTNFACE);
   design.lpszClassName = kClass;
   ::RegisterClassExW(&design);
@@ -371,20 +376,9 @@ void MainView::Rescale() {
   toolBar_->Rescale(dpi, font.get());
   modePicture_->Rescale();
   spinner_->Rescale();
-  SetIcons(dpi);
   font_ = std::move(font);
   titleFont_ = std::move(titleFont);
   MeasureLines();
-}
-
-void MainView::SetIcons(const Dpi& dpi) {
-  const auto set = [this, &dpi](WPARAM kind, int size, Icon& icon) {
-    Icon next = LoadPicture(PICTURE_PROGRAM, dpi.Scale(size), dpi.Scale(size));
-    ::SendMessageW(window_, WM_SETICON, kind, reinterpret_cast<LPARAM>(next.get()));
-    icon = std::move(next);
-  };
-  set(ICON_BIG, kLargeIconSize, largeIcon_);
-  set(ICON_SMALL, kSmallIconSize, smallIcon_);
 }
 
 void MainView::MeasureLines() {
@@ -424,6 +418,8 @@ void MainView::PlaceControls() {
   Place(list_,
         {margin, bandBottom + margin, client.right - margin, client.bottom - (bar.bottom - bar.top) - margin / 2});
   FitColumn();
+  // A list that has room for more lines shows others, but keeps the picture of those before.
+  ::InvalidateRect(list_, nullptr, TRUE);
   PlaceStatusPanels(client.right);
 }
 

@@ -51,7 +51,6 @@ class MainView : public frmMainView {
   void MakeControls();
   /// Fonts and pictures for the scaling of the window's screen.
   void Rescale();
-  void SetIcons(const Dpi& dpi);
   /// The width of the longest line in a new font.
   void MeasureLines();
   void FitColumn();
@@ -73,8 +72,6 @@ class MainView : public frmMainView {
   std::unique_ptr<ToolTips> tips_;
   Font font_;
   Font titleFont_;
-  Icon largeIcon_;
-  Icon smallIcon_;
   int longestLine_ = 0;  ///< of the progress list, in pixels
   bool hourglass_ = false;
 };
