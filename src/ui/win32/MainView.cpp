@@ -105,6 +105,12 @@ UINT StyleOf(MessageIcon icon) {
   }
 }
 
+/// Asks every window but the main one to close.
+BOOL CALLBACK CloseOther(HWND window, LPARAM main) {
+  if (window != reinterpret_cast<HWND>(main) && ::IsWindowVisible(window)) ::PostMessageW(window, WM_CLOSE, 0, 0);
+  return TRUE;
+}
+
 }  // namespace
 
 MainView::MainView(frmMain& form) : form_(form) {
@@ -304,11 +310,7 @@ LRESULT MainView::Handle(UINT message, WPARAM wide, LPARAM large) {
 /// are closed as by their close boxes, and the message loop ends with the next message.
 void MainView::EndWithSession() {
   form_.Form_Unload();
-  const auto close = [](HWND window, LPARAM main) -> BOOL {
-    if (window != reinterpret_cast<HWND>(main) && ::IsWindowVisible(window)) ::PostMessageW(window, WM_CLOSE, 0, 0);
-    return TRUE;
-  };
-  ::EnumThreadWindows(::GetCurrentThreadId(), close, reinterpret_cast<LPARAM>(window_));
+  ::EnumThreadWindows(::GetCurrentThreadId(), CloseOther, reinterpret_cast<LPARAM>(window_));
   ::PostMessageW(window_, WM_NULL, 0, 0);
 }
 
