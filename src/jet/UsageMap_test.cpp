@@ -366,6 +366,18 @@ TEST(FreePages, Behind32736Pages_TheNextBitPageIsTheNextPage) {
   EXPECT_EQ(freePages.Allocate(), 100U);
 }
 
+TEST(FreePages, FreedPageOfARangeWithoutABitPage_GetsOne) {
+  JetStorage storage(512);
+  GrowTo(storage, 32740);
+  PageFile& file = storage.File();
+  StoreLittle<std::uint32_t>(DataPage(file, 1).MutableRow(0).data() + 5, 0);  // the reference of range 1
+  FreePages freePages(file);
+  freePages.Free(32738);
+  EXPECT_EQ(file.PageCount(), 32741U);
+  EXPECT_EQ(UsageMap(file, {1, 0}).LowestFrom(32736), 32738U);
+  EXPECT_EQ(UsageMap(file, {1, 0}).LowestFrom(32739), 32741U);
+}
+
 TEST(FreePagesProperty, RandomAllocationsAndReleases_NeverGiveAPageTwice) {
   for (unsigned seed = 1; seed <= 10; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
