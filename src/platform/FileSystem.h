@@ -79,8 +79,9 @@ class FileSystem {
   virtual std::string StagedName(const std::string& path) const = 0;
   /// Puts a completely written file in the place of another in one step. `staged` was opened on StagedName(path) with
   /// Sharing::None, `current` on `path` with Sharing::None; both are given up. Returns `path` opened anew (ReadWrite,
-  /// Sharing::None), its old mode and owner kept, on disk with its folder entry. At every instant `path` is the old
-  /// file or the new one. When it fails the old one is in place and the staged one is removed.
+  /// Sharing::None), on disk with its folder entry; on POSIX systems with its old mode, and its old owner where the
+  /// system allows that. At every instant `path` is the old file or the new one. When it fails the old one is in place
+  /// and the staged one is removed.
   virtual std::unique_ptr<File> ReplaceOpen(std::unique_ptr<File> staged, std::unique_ptr<File> current,
                                             const std::string& path) = 0;
 
@@ -88,8 +89,8 @@ class FileSystem {
   /// the file's end, or has the file open without sharing. False for a missing file.
   virtual bool IsRangeLocked(const std::string& path, std::uint64_t first, std::uint64_t count) const = 0;
 
-  /// Absolute form with links resolved, so that replacing the file does not replace a link to it. A missing file: its
-  /// folder's.
+  /// Absolute form; on POSIX systems with links resolved, so that replacing the file does not replace a link to it. A
+  /// missing file: its folder's.
   virtual std::string RealPath(const std::string& path) const = 0;
 
   /// Makes an empty file of a new name in `folder` and returns its path: the first three characters of `prefix`, a
