@@ -5,12 +5,12 @@ else()
   set(MV_SYSTEM_FOLDER posix)
 endif()
 
-# mv_module(NAME [DEPENDS ...] [WINDOWS_LIBRARIES ...] [TEST_DEPENDS ...]): the sources of src/NAME and of its system
+# mv_module(NAME [DEPENDS ...] [WINDOWS_LIBRARIES ...] [TEST_DEPENDS ...] [TEST_PARTS n]): the sources of src/NAME and of its system
 # folder (src/NAME/windows or src/NAME/posix, where there is one) as the library mv_NAME, and the *_test.cpp files of both
 # as the test program NAME_tests. WINDOWS_LIBRARIES: import libraries that its Windows folder needs. TEST_DEPENDS: modules
-# that only the tests use, which may stand above this one.
+# that only the tests use, which may stand above this one. TEST_PARTS: as PARTS of mv_test.
 function(mv_module name)
-  cmake_parse_arguments(ARG "" "" "DEPENDS;WINDOWS_LIBRARIES;TEST_DEPENDS" ${ARGN})
+  cmake_parse_arguments(ARG "" "TEST_PARTS" "DEPENDS;WINDOWS_LIBRARIES;TEST_DEPENDS" ${ARGN})
   set(folder ${CMAKE_SOURCE_DIR}/src/${name})
   file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp ${folder}/${MV_SYSTEM_FOLDER}/*.cpp)
   set(tests ${sources})
@@ -34,14 +34,18 @@ function(mv_module name)
   endif()
   if(tests)
     list(TRANSFORM ARG_TEST_DEPENDS PREPEND mv_)
-    mv_test(${name}_tests SOURCES ${tests} DEPENDS mv_${name} ${ARG_TEST_DEPENDS})
+    mv_test(${name}_tests PARTS ${ARG_TEST_PARTS} SOURCES ${tests} DEPENDS mv_${name} ${ARG_TEST_DEPENDS})
   endif()
 endfunction()
 
-# mv_test(NAME SOURCES ... DEPENDS ...): a Google Test program; a cross build runs it through MV_TEST_RUNNER (Wine). Not
-# with MV_FUZZ.
+# mv_test(NAME [PARTS n] SOURCES ... DEPENDS ...): a Google Test program; a cross build runs it through MV_TEST_RUNNER
+# (Wine). PARTS: how many processes share its tests, when they take long. Each writes a report into the build folder's
+# results. Not with MV_FUZZ.
 function(mv_test name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
+  cmake_parse_arguments(ARG "" "PARTS" "SOURCES;DEPENDS" ${ARGN})
+  if(NOT ARG_PARTS)
+    set(ARG_PARTS 1)
+  endif()
   if(NOT TARGET GTest::gmock_main OR MV_FUZZ)
     return()
   endif()
@@ -49,6 +53,12 @@ function(mv_test name)
   target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} mv_testing GTest::gmock_main)
   target_compile_options(${name} PRIVATE ${MV_TEST_OPTIONS})
   target_precompile_headers(${name} REUSE_FROM mv_test_headers)
-  add_test(NAME ${name} COMMAND ${MV_TEST_RUNNER} $<TARGET_FILE:${name}> WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
-  set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+  math(EXPR last "${ARG_PARTS} - 1")
+  foreach(part RANGE ${last})
+    add_test(NAME ${name}.${part} COMMAND ${MV_TEST_RUNNER} $<TARGET_FILE:${name}> WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
+    set_tests_properties(
+      ${name}.${part}
+      PROPERTIES TIMEOUT 600 ENVIRONMENT
+                 "GTEST_TOTAL_SHARDS=${ARG_PARTS};GTEST_SHARD_INDEX=${part};GTEST_OUTPUT=json:results/${name}.${part}.json")
+  endforeach()
 endfunction()

@@ -10,7 +10,7 @@ if(CMAKE_CROSSCOMPILING AND NOT MV_TEST_RUNNER)
   add_custom_command(
     OUTPUT ${template}
     COMMAND ${CMAKE_COMMAND} -S ${CMAKE_SOURCE_DIR} -B ${native} -G Ninja -DCMAKE_BUILD_TYPE=Release
-            -DCMAKE_CXX_FLAGS_RELEASE=${CMAKE_CXX_FLAGS_RELEASE}
+            -DCMAKE_CXX_FLAGS_RELEASE=${CMAKE_CXX_FLAGS_RELEASE} -DMV_WARNINGS_AS_ERRORS=${MV_WARNINGS_AS_ERRORS}
     COMMAND ${CMAKE_COMMAND} --build ${native} --target make_template
     COMMAND ${native}/bin/make_template ${template}
     DEPENDS make_template

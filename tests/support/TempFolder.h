@@ -15,12 +15,13 @@ namespace mv::testing {
 class TempFolder {
  public:
   TempFolder() {
-    // The test's name alone is not enough: several test programs may run at once.
-    const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
     const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
     const std::string name = test == nullptr ? "fixture" : test->test_suite_name();
-    path_ = std::filesystem::temp_directory_path() / ("mvtest-" + name + "-" + std::to_string(ticks));
-    std::filesystem::create_directories(path_);
+    // The test's name alone is not enough, nor is the time: several processes may run tests of one suite.
+    do {
+      const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
+      path_ = std::filesystem::temp_directory_path() / ("mvtest-" + name + "-" + std::to_string(ticks));
+    } while (!std::filesystem::create_directory(path_));
   }
   ~TempFolder() {
     std::error_code ignored;
