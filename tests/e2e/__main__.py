@@ -50,7 +50,7 @@ def run_all():
             summary = SUMMARY.search(text)
             sound = sound and status == 0 and summary is not None
             if summary:
-                total.update(zip(("passed", "failed", "skipped"), map(int, summary.groups())))
+                total.update(dict(zip(("passed", "failed", "skipped"), map(int, summary.groups()))))
     if not os.environ.get("JETCHECK"):
         print("  skipped: the external structure check (JETCHECK is not set)")
     print(f"All modules: {total['passed']} passed, {total['failed']} failed, {total['skipped']} skipped")
