@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -16,7 +17,8 @@ class TempFolder {
  public:
   TempFolder() {
     const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-    const std::string name = test == nullptr ? "fixture" : test->test_suite_name();
+    std::string name = test == nullptr ? "fixture" : test->test_suite_name();
+    std::replace(name.begin(), name.end(), '/', '-');
     // The test's name alone is not enough, nor is the time: several processes may run tests of one suite.
     do {
       const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
