@@ -16,6 +16,7 @@ inline constexpr CivilTime kFixedDate = {2008, 1, 2, 3, 4, 5};
 class FixedClock : public platform::Clock {
  public:
   CivilTime Now() const override { return kFixedDate; }
+  void Sleep(std::chrono::milliseconds) const override {}
 };
 
 /// A database of the thirteen sample tables, empty, in memory until Commit.

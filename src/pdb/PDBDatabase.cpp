@@ -85,7 +85,11 @@ PDBDatabase::Entry& PDBDatabase::EntryAt(std::int32_t index) {
 // --- Reading --------------------------------------------------------------------------------------------------------
 
 bool PDBDatabase::OpenDatabase() {
-  if (!file_.OpenFile(FileName(), "R")) return false;
+  openFailure_.reset();
+  if (!file_.OpenFile(FileName(), "R")) {
+    openFailure_ = FileFailure(file_.FullFileName());
+    return false;
+  }
   try {
     ReadFile();
   } catch (const Error&) {
@@ -172,9 +176,15 @@ Bytes PDBDatabase::ReadPiece(std::int32_t offset, std::int32_t size) {
 
 /// Raises what the file utility stored, if anything.
 void PDBDatabase::RaiseFileFailure() const {
+  if (const std::optional<Error> failure = FileFailure("PDBDatabase")) throw *failure;
+}
+
+/// What the file utility stored, if anything.
+std::optional<Error> PDBDatabase::FileFailure(const std::string& source) const {
   std::string text;
   std::int32_t number = 0;
-  if (file_.ReadErrorHandler(text, number)) throw Error(number, "PDBDatabase", text);
+  if (!file_.ReadErrorHandler(text, number)) return std::nullopt;
+  return Error(number, source, text);
 }
 
 const Bytes& PDBDatabase::ReadAppInfoBlock() {

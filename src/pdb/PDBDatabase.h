@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "base/Bytes.h"
+#include "base/Error.h"
 #include "config/cFileIO.h"
 #include "pdb/PDBByteStream.h"
 #include "platform/System.h"
@@ -73,6 +75,8 @@ class PDBDatabase {
   /// Opens the file and reads header and record list. False, with nothing changed, when it cannot be opened. Raises
   /// for a damaged one, which is closed then. The list's offsets must not decrease or lead behind the file's end.
   bool OpenDatabase();
+  /// Why the last OpenDatabase returned false, its source the file's path; nothing when it opened the file.
+  const std::optional<Error>& OpenFailure() const { return openFailure_; }
   /// Starts an empty database, to be written by CloseDatabase; name, folder and creator stay. Always true.
   bool CreateDatabase();
   /// Writes the file when the database is new or was edited, in place (readers are not expected meanwhile), and
@@ -153,6 +157,7 @@ class PDBDatabase {
   std::vector<Entry> ReadEntries(std::int32_t count, std::int32_t fileSize);
   Bytes ReadPiece(std::int32_t offset, std::int32_t size);
   ByteView Content(const Entry& entry);
+  std::optional<Error> FileFailure(const std::string& source) const;
   void RaiseFileFailure() const;
 
   void LoadEverything();
@@ -178,6 +183,7 @@ class PDBDatabase {
   std::int32_t iterationIndex_ = 0;
   bool created_ = false;
   bool dirty_ = false;
+  std::optional<Error> openFailure_;
 };
 
 }  // namespace mv

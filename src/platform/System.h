@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,18 +20,22 @@ std::optional<std::string> EnvironmentVariable(const std::string& name);
 /// alone at midnight, the time alone on day zero, 1899-12-30. Error 13 for a time that the platform cannot show.
 std::string LocalDateTimeText(const CivilTime& time);
 
-/// The wall clock. A seam, because the log, the backup's name and the table files carry the time.
+/// The wall clock. A seam, because the log, the backup's name and the table files carry the time, and because tests
+/// shall not wait.
 class Clock {
  public:
   virtual ~Clock() = default;
   /// Local time, to the second.
   virtual CivilTime Now() const = 0;
+  /// Returns after at least that time.
+  virtual void Sleep(std::chrono::milliseconds duration) const = 0;
 };
 
 /// The clock of this machine.
 class SystemClock : public Clock {
  public:
   CivilTime Now() const override;
+  void Sleep(std::chrono::milliseconds duration) const override;
 };
 
 }  // namespace mv::platform

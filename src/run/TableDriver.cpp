@@ -161,6 +161,8 @@ void TableDriver::LoadSource(clsSyncableRS_PDB& source, const std::string& table
   AdvanceSpinner();
   run_.state.CurrentPdbFolder = run_.state.settings.PCSyncSourcePath;
   source.createADORS();
+  // Without its rows the merge would take every one of them for gone.
+  source.RequireOpened();
   source.closeDB();
   Yield(run_);
   Yield(run_);
@@ -188,6 +190,7 @@ void TableDriver::CreateResult(clsSyncableRS_PDB& result, const Recordset& templ
   result.createDB(FileNameOf(table), templateRS);
   result.closeDB();
   result.openDB(FileNameOf(table));
+  result.RequireOpened();
   Log(log_texts::ResultCreated(table));
 }
 
@@ -226,6 +229,7 @@ void TableDriver::WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desk
   source.name(FileNameOf(table));
   run_.state.CurrentPdbFolder = run_.state.settings.PCSyncDestPath;
   source.createADORS();
+  source.RequireOpened();
   Yield(run_);
 }
 

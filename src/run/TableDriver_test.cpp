@@ -135,6 +135,55 @@ TEST_F(TableDriverTest, TheDatabaseIsOpenedThroughTheJetProviderAndClosedAtTheEn
                                           "table brnd_Fuel", "commit", "close"}));
 }
 
+/// The opens of a table's work files, counted from the start of its step: the fetched file is opened to be read; the
+/// result is opened to be created, to be filled, to be written, and to be read back.
+struct HeldFile {
+  const char* what;
+  std::string path;
+  std::size_t open;
+};
+const HeldFile kHeldFiles[] = {{"the fetched file", kSourceFile, 1},
+                               {"the result, opened to be filled", kResultFile, 2},
+                               {"the result, read back", kResultFile, 4}};
+
+class HeldWorkFileTest : public TableDriverTest, public ::testing::WithParamInterface<std::int16_t> {
+ protected:
+  HeldWorkFileTest() { world_.state.settings.SyncMode = GetParam(); }
+  static constexpr std::size_t kForever = 1000;
+};
+
+TEST_P(HeldWorkFileTest, AWorkFileThatAnotherProgramHoldsStopsTheRunAndIsNoEmptyTable) {
+  const Bytes onHandheld = world_.rapi.Content(kDeviceFile);
+  for (const HeldFile& held : kHeldFiles) {
+    world_.files.FailOpens(held.path, held.open, kForever, errors::kPermissionDenied);
+    const Error error = testing::ErrorOf([&] { Synchronize(); });
+    EXPECT_EQ(error.Number(), errors::kPathFileAccess) << held.what;
+    EXPECT_EQ(error.Description(), "Path/File access error: " + held.path + " is held by another program");
+    EXPECT_EQ(world_.rapi.Content(kDeviceFile), onHandheld) << held.what;
+    EXPECT_EQ(world_.state.TablesSynchronized, 0) << held.what;
+    world_.files.FailOpens(held.path, 1, 0, 0);
+  }
+}
+
+TEST_P(HeldWorkFileTest, NothingIsMergedWhenTheFetchedFileOrTheResultCannotBeOpened) {
+  const Rows before = DesktopRows();
+  for (const HeldFile& held : {kHeldFiles[0], kHeldFiles[1]}) {
+    world_.files.FailOpens(held.path, held.open, kForever, errors::kPathFileAccess);
+    EXPECT_EQ(ErrorOfRun(), errors::kPathFileAccess) << held.what;
+    EXPECT_EQ(DesktopRows(), before) << held.what;
+    world_.files.FailOpens(held.path, 1, 0, 0);
+  }
+}
+
+TEST_P(HeldWorkFileTest, AFetchedFileThatVanishedIsError53WithItsPath) {
+  world_.files.FailOpens(kSourceFile, 1, 1, errors::kFileNotFound);
+  const Error error = testing::ErrorOf([&] { Synchronize(); });
+  EXPECT_EQ(error.Number(), errors::kFileNotFound);
+  EXPECT_EQ(error.Description(), "File not found: " + kSourceFile);
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, HeldWorkFileTest, ::testing::Values<std::int16_t>(0, 1, 2));
+
 TEST_F(TableDriverTest, OverwritePdaReplacesTheHandheldsTable) {
   world_.state.settings.SyncMode = 1;
   Synchronize();

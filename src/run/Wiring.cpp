@@ -35,24 +35,25 @@ DeviceHooks MakeHooks(RunState& state, SyncLog& log, UserInterface& ui) {
 
 Wiring::Wiring(std::string commandLine)
     : commandLine_(std::move(commandLine)),
-      files_(platform::MakeFileSystem()),
+      systemFiles_(platform::MakeFileSystem()),
+      files_(*systemFiles_, clock_),
       programFolder_(platform::ProgramFolder()),
-      settings_(MakeSettingsStore(*files_, programFolder_)),
-      log_(*files_, state_.settings),
+      settings_(MakeSettingsStore(files_, programFolder_)),
+      log_(files_, state_.settings),
       registry_(MakeRegistryStrings(*settings_)),
       toolkit_(MakeToolkit()),
       window_(MakeWindow()),
       noWindow_(MakeSilentUserInterface()),
-      rapi_(MakeRapi(*files_, LoadHandheldRoot(*settings_), programFolder_)),
+      rapi_(MakeRapi(files_, LoadHandheldRoot(*settings_), programFolder_)),
       hooks_(MakeHooks(state_, log_, Ui())),
       connection_(*rapi_, hooks_),
-      deviceFiles_(*rapi_, connection_, *files_, hooks_),
-      databases_(MakeDatabaseEngine(*files_)),
+      deviceFiles_(*rapi_, connection_, files_, hooks_),
+      databases_(MakeDatabaseEngine(files_)),
       run_{state_,         log_,
            Ui(),           *settings_,
            *databases_,    connection_,
-           deviceFiles_,   [this] { return CreateFileTransfer(connection_, deviceFiles_, *files_); },
-           *files_,        shell_,
+           deviceFiles_,   [this] { return CreateFileTransfer(connection_, deviceFiles_, files_); },
+           files_,         shell_,
            clock_,         programFolder_,
            kProgramVersion} {}
 
@@ -60,7 +61,7 @@ Wiring::Wiring(std::string commandLine)
 std::unique_ptr<frmMain> Wiring::MakeWindow() {
   if (!toolkit_ || SilentModeOf(commandLine_)) return nullptr;
   return std::make_unique<frmMain>(
-      *toolkit_, frmMain::Services{state_.settings, state_.ModeNames, *settings_, *registry_, *files_, shell_,
+      *toolkit_, frmMain::Services{state_.settings, state_.ModeNames, *settings_, *registry_, files_, shell_,
                                    kProgramVersion, [this] { InteractiveSync(run_, *window_); }});
 }
 

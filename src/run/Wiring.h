@@ -5,6 +5,7 @@
 #include <string>
 
 #include "device/Rapi.h"
+#include "platform/PatientFileSystem.h"
 #include "run/Main.h"
 #include "ui/frmMain.h"
 
@@ -26,9 +27,10 @@ class Wiring {
   UserInterface& Ui();
 
   std::string commandLine_;
-  std::unique_ptr<platform::FileSystem> files_;
-  platform::SystemShell shell_;
   platform::SystemClock clock_;
+  std::unique_ptr<platform::FileSystem> systemFiles_;
+  platform::PatientFileSystem files_;
+  platform::SystemShell shell_;
   std::string programFolder_;
   std::unique_ptr<SettingsStore> settings_;
   RunState state_;

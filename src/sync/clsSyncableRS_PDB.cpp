@@ -116,8 +116,18 @@ void clsSyncableRS_PDB::createADORS() {
   std::vector<FieldDefinition> fields;
   if (OpenTable()) fields = FieldsOfTable();
   records_ = std::make_unique<MemoryRecordset>(std::move(fields));
-  if (context_.syncMode == sync_modes::kSynchronize || context_.syncMode == sync_modes::kOverwritePc) LoadRecords();
+  const bool wantsRows = context_.syncMode == sync_modes::kSynchronize || context_.syncMode == sync_modes::kOverwritePc;
+  if (wantsRows && !database_.OpenFailure()) LoadRecords();
   database_.CloseDatabase();
+}
+
+void clsSyncableRS_PDB::RequireOpened() const {
+  const std::optional<Error>& failure = database_.OpenFailure();
+  if (!failure) return;
+  const bool held = failure->Number() == errors::kPermissionDenied;
+  const Error shown = StandardError(held ? errors::kPathFileAccess : failure->Number());
+  throw Error(shown.Number(), "clsSyncableRS_PDB",
+              shown.Description() + ": " + failure->Source() + (held ? " is held by another program" : ""));
 }
 
 bool clsSyncableRS_PDB::OpenTable() {

@@ -51,6 +51,10 @@ class clsSyncableRS_PDB : public ISyncableRS {
   /// With a record count that is a multiple of 8 progress is reported for every record, else never.
   void createADORS() override;
 
+  /// Raises why the last createADORS or openDB could not open its file; nothing when it could. A file that another
+  /// program holds is error 75 with its path: a run explains error 70 as the desktop database being in use.
+  void RequireOpened() const;
+
   /// Both the same: the key's criterion. Error 91 without a key.
   std::string keyCriteria(const Recordset& rs) const override;
   std::string keyPrintableString(const Recordset& rs) const override { return keyCriteria(rs); }

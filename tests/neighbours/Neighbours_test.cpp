@@ -6,11 +6,13 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 
 #include "jet/Database.h"
 #include "platform/FileSystem.h"
+#include "platform/PatientFileSystem.h"
 #include "support/ExpectError.h"
 #include "support/JetDatabase.h"
 #include "support/TempFolder.h"
@@ -216,6 +218,17 @@ TEST_F(Neighbours, NameWithBlanksAndOtherLetters_IsOpenedAndCommitted) {
   database->Commit();
   EXPECT_EQ(ErrorOf([&] { Database::Open(*files_, path, Mode::ReadWrite); }).Description(),
             "Could not use '" + path + "'; file already in use.");
+}
+
+TEST_F(Neighbours, AFileHeldForAMomentIsOpenedByWhoIsPatient) {
+  std::optional<Neighbour> neighbour(std::in_place, folder_, "exclusive", "x.mdb");
+  ASSERT_TRUE(neighbour->Holds());
+  ExpectInUse(Mode::ReadWrite);
+  std::thread release([&] { neighbour.reset(); });
+  const platform::SystemClock clock;
+  platform::PatientFileSystem patient(*files_, clock);
+  EXPECT_NO_THROW(Database::Open(patient, path_, Mode::ReadWrite));
+  release.join();
 }
 
 }  // namespace

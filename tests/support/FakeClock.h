@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -20,12 +22,21 @@ class FakeClock : public platform::Clock {
     return readings_[reading];
   }
 
+  /// Takes no time; runs `whileAsleep`, where a test lets the world go on.
+  void Sleep(std::chrono::milliseconds duration) const override {
+    slept_ += duration;
+    if (whileAsleep) whileAsleep();
+  }
+  std::chrono::milliseconds Slept() const { return slept_; }
+  std::function<void()> whileAsleep;
+
   /// How often the time was asked for.
   std::size_t Taken() const { return taken_; }
 
  private:
   std::vector<CivilTime> readings_;
   mutable std::size_t taken_ = 0;
+  mutable std::chrono::milliseconds slept_{0};
 };
 
 }  // namespace mv::testing

@@ -36,6 +36,11 @@ class MemoryFileSystem : public platform::FileSystem {
   /// The `count`th Sync from now on fails with `error`.
   void FailSync(std::size_t count, std::int32_t error = errors::kDiskFull) { disk_->syncFault = {count, error}; }
 
+  /// The opens of `path` number `first` to `first + count - 1` from now on (1: the next) fail with `error`.
+  void FailOpens(const std::string& path, std::size_t first, std::size_t count, std::int32_t error) {
+    openFaults_[Normal(path)] = {first, count, error};
+  }
+
   /// Calls so far that reached a file.
   std::size_t Opens() const { return opens_; }
   std::size_t Reads() const { return disk_->reads; }
@@ -44,6 +49,7 @@ class MemoryFileSystem : public platform::FileSystem {
   std::unique_ptr<platform::File> Open(const std::string& path, platform::Access access,
                                        platform::Disposition disposition, platform::Sharing sharing) override {
     const std::string name = Normal(path);
+    CountOpen(name);
     if (folders_.contains(name)) throw StandardError(errors::kPathFileAccess);
     RequireFolder(name);
     const bool creates = disposition != platform::Disposition::OpenExisting;
@@ -143,6 +149,11 @@ class MemoryFileSystem : public platform::FileSystem {
     void Count() {
       if (remaining > 0 && --remaining == 0) throw StandardError(error);
     }
+  };
+  struct OpenFault {
+    std::size_t first = 1;
+    std::size_t count = 0;
+    std::int32_t error = 0;
   };
   /// What the files share with the file system, which they may outlive.
   struct Disk {
@@ -253,6 +264,17 @@ class MemoryFileSystem : public platform::FileSystem {
     return separator == std::string::npos ? std::string() : name.substr(0, separator);
   }
 
+  void CountOpen(const std::string& name) {
+    const auto found = openFaults_.find(name);
+    if (found == openFaults_.end()) return;
+    OpenFault& fault = found->second;
+    if (fault.first > 1) {
+      --fault.first;
+    } else if (fault.count > 0) {
+      --fault.count;
+      throw StandardError(fault.error);
+    }
+  }
   void RequireFolder(const std::string& name) const {
     if (!folders_.contains(FolderOf(name))) throw StandardError(errors::kPathNotFound);
   }
@@ -273,6 +295,7 @@ class MemoryFileSystem : public platform::FileSystem {
 
   std::shared_ptr<Disk> disk_ = std::make_shared<Disk>();
   std::map<std::string, std::shared_ptr<Node>> files_;
+  std::map<std::string, OpenFault> openFaults_;
   std::set<std::string> folders_ = {""};
   std::size_t opens_ = 0;
 };

@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstdlib>
 #include <ctime>
+#include <thread>
 
 #include "base/Cp1252.h"
 #include "base/Text.h"
@@ -97,6 +98,10 @@ CivilTime SystemClock::Now() const {
   civil.minute = broken.tm_min;
   civil.second = broken.tm_sec == 60 ? 59 : broken.tm_sec;
   return civil;
+}
+
+void SystemClock::Sleep(std::chrono::milliseconds duration) const {
+  std::this_thread::sleep_for(duration);
 }
 
 }  // namespace mv::platform

@@ -62,4 +62,8 @@ CivilTime SystemClock::Now() const {
   return civil;
 }
 
+void SystemClock::Sleep(std::chrono::milliseconds duration) const {
+  ::Sleep(static_cast<DWORD>(duration.count()));
+}
+
 }  // namespace mv::platform

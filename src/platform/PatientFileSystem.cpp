@@ -1,0 +1,49 @@
+#include "platform/PatientFileSystem.h"
+
+#include <utility>
+
+#include "base/Error.h"
+
+namespace mv::platform {
+
+template <typename Action>
+auto PatientFileSystem::Patiently(Action action) {
+  for (auto waited = kPause; waited <= kPatience; waited += kPause) {
+    try {
+      return action();
+    } catch (const Error& error) {
+      if (error.Number() != errors::kPermissionDenied) throw;
+    }
+    clock_.Sleep(kPause);
+  }
+  return action();
+}
+
+std::unique_ptr<File> PatientFileSystem::Open(const std::string& path, Access access, Disposition disposition,
+                                              Sharing sharing) {
+  return Patiently([&] { return files_.Open(path, access, disposition, sharing); });
+}
+
+void PatientFileSystem::RemoveFile(const std::string& path) {
+  Patiently([&] { files_.RemoveFile(path); });
+}
+
+void PatientFileSystem::RenameFile(const std::string& from, const std::string& to) {
+  Patiently([&] { files_.RenameFile(from, to); });
+}
+
+void PatientFileSystem::CopyWhole(const std::string& from, const std::string& to) {
+  Patiently([&] { files_.CopyWhole(from, to); });
+}
+
+void PatientFileSystem::WriteWhole(const std::string& path, ByteView content) {
+  Patiently([&] { files_.WriteWhole(path, content); });
+}
+
+/// Not tried again: the files are given up with the first attempt.
+std::unique_ptr<File> PatientFileSystem::ReplaceOpen(std::unique_ptr<File> staged, std::unique_ptr<File> current,
+                                                     const std::string& path) {
+  return files_.ReplaceOpen(std::move(staged), std::move(current), path);
+}
+
+}  // namespace mv::platform
