@@ -189,6 +189,7 @@ std::int32_t FolderRapi::CeReadFile(RapiHandle file, ByteSpan out, std::uint32_t
     const std::size_t count = open.file->ReadAt(open.position, out);
     open.position += count;
     bytesRead = static_cast<std::uint32_t>(count);
+    if (count < out.size()) throw StandardError(errors::kDeviceIo);
     return kSuccess;
   });
 }

@@ -44,6 +44,8 @@ class FolderRapi : public Rapi {
                           std::uint32_t securityAttributes, std::uint32_t disposition,
                           std::uint32_t flagsAndAttributes) override;
   std::uint32_t CeGetFileSize(RapiHandle file) override;
+  /// Fails when the file ends before `out` is full: callers ask for what CeGetFileSize told, so the file was cut
+  /// meanwhile, and a table filled up with zeros would pass for a whole one.
   std::int32_t CeReadFile(RapiHandle file, ByteSpan out, std::uint32_t& bytesRead) override;
   std::int32_t CeWriteFile(RapiHandle file, ByteView data, std::uint32_t& bytesWritten) override;
   /// For an upload this is the moment at which the new file counts; a failure leaves the old one.

@@ -240,6 +240,21 @@ TEST_F(FolderRapiTest, FileOpenedForReading_CannotBeWritten) {
   EXPECT_EQ(rapi_.CeRapiGetError(), 0);
 }
 
+TEST(FolderRapiOnDisk, FileCutWhileItIsRead_IsAFailedRead) {
+  const testing::TempFolder folder;
+  folder.Write("card/t.pdb", "0123456789");
+  const auto files = platform::MakeFileSystem();
+  FolderRapi rapi(*files, folder.File("card"));
+  RAPIINIT init;
+  ASSERT_EQ(rapi.CeRapiInitEx(init), 0);
+  const RapiHandle file = rapi.CeCreateFile("\\t.pdb", kRead, 1, 1, kOpenExisting, 0x80);
+  Bytes buffer(rapi.CeGetFileSize(file) + 1);
+  std::uint32_t count = 0;
+  EXPECT_EQ(rapi.CeReadFile(file, buffer, count), 0);
+  EXPECT_EQ(count, 10U);
+  EXPECT_EQ(rapi.CeRapiGetError(), 0) << "the device refused, so the copy's code is 1";
+}
+
 TEST(FolderRapiOnDisk, UploadAndDownload_RoundTripOnTheRealFileSystem) {
   const testing::TempFolder folder;
   folder.Write("card/Program Files/Motorva/brnd_Fuel.pdb", "old content");

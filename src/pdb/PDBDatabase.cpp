@@ -143,6 +143,7 @@ PDBDatabase::Header PDBDatabase::ReadHeader() {
   stream.ByteToLong(header.nextId, pos, kBigEndian);
   stream.ByteToInteger(count, pos, kBigEndian);
   header.recordCount = PDBUtils::IntegerToUnsigned(count);
+  header.isBlank = header.name.empty() && type.empty() && header.creatorId.empty();
   return header;
 }
 

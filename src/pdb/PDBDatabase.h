@@ -77,6 +77,8 @@ class PDBDatabase {
   bool OpenDatabase();
   /// Why the last OpenDatabase returned false, its source the file's path; nothing when it opened the file.
   const std::optional<Error>& OpenFailure() const { return openFailure_; }
+  /// True when the header of the file last opened names no table, no type and no creator: zeros where a table was.
+  bool IsBlank() const { return header_.isBlank; }
   /// Starts an empty database, to be written by CloseDatabase; name, folder and creator stay. Always true.
   bool CreateDatabase();
   /// Writes the file when the database is new or was edited, in place (readers are not expected meanwhile), and
@@ -136,6 +138,7 @@ class PDBDatabase {
     std::int32_t highestId = 0;
     std::int32_t nextId = 0;
     std::int32_t recordCount = 0;  ///< as read; what is written is counted anew
+    bool isBlank = false;          ///< as read
   };
   struct Entry {
     std::int32_t offset = 0;  ///< of the data in the file; 0 for data in memory

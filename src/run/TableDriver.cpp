@@ -163,6 +163,7 @@ void TableDriver::LoadSource(clsSyncableRS_PDB& source, const std::string& table
   source.createADORS();
   // Without its rows the merge would take every one of them for gone.
   source.RequireOpened();
+  source.RequireHeader();
   source.closeDB();
   Yield(run_);
   Yield(run_);

@@ -182,6 +182,24 @@ TEST_P(HeldWorkFileTest, AFetchedFileThatVanishedIsError53WithItsPath) {
   EXPECT_EQ(error.Description(), "File not found: " + kSourceFile);
 }
 
+TEST_P(HeldWorkFileTest, AHandheldFileOfZerosIsDamagedAndNotEmpty) {
+  const Rows before = DesktopRows();
+  const Bytes zeros(4096);
+  world_.rapi.Put(kDeviceFile, zeros);
+  EXPECT_EQ(ErrorOfRun(), errors::kSubscriptOutOfRange);
+  EXPECT_EQ(DesktopRows(), before);
+  EXPECT_EQ(world_.rapi.Content(kDeviceFile), zeros);
+}
+
+TEST_P(HeldWorkFileTest, AHeaderThatNamesOneThingIsNoHeaderOfZeros) {
+  for (const std::size_t place : {0u, 60u, 64u}) {  // the table's name, the type, the creator
+    Bytes file(78 + 1);
+    file[place] = 'X';
+    world_.rapi.Put(kDeviceFile, file);
+    EXPECT_NO_THROW(Synchronize()) << "byte " << place;
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Modes, HeldWorkFileTest, ::testing::Values<std::int16_t>(0, 1, 2));
 
 TEST_F(TableDriverTest, OverwritePdaReplacesTheHandheldsTable) {

@@ -130,6 +130,10 @@ void clsSyncableRS_PDB::RequireOpened() const {
               shown.Description() + ": " + failure->Source() + (held ? " is held by another program" : ""));
 }
 
+void clsSyncableRS_PDB::RequireHeader() const {
+  if (database_.IsBlank()) throw StandardError(errors::kSubscriptOutOfRange);
+}
+
 bool clsSyncableRS_PDB::OpenTable() {
   fieldTypes_.clear();
   if (!database_.OpenDatabase()) return false;

@@ -54,6 +54,9 @@ class clsSyncableRS_PDB : public ISyncableRS {
   /// Raises why the last createADORS or openDB could not open its file; nothing when it could. A file that another
   /// program holds is error 75 with its path: a run explains error 70 as the desktop database being in use.
   void RequireOpened() const;
+  /// Error 9, as for a cut file, when the file that createADORS read has a header of zeros: what a handheld leaves that
+  /// lost its power while it wrote the table.
+  void RequireHeader() const;
 
   /// Both the same: the key's criterion. Error 91 without a key.
   std::string keyCriteria(const Recordset& rs) const override;
