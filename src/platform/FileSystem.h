@@ -44,6 +44,9 @@ class File {
 /// Errors are mv::Error: 53 missing file, 76 missing folder on the way, 70 held or locked by somebody else, 75 no
 /// permission, or a folder where a file is wanted, 61 disk full, 57 any other failure of the device.
 ///
+/// A file opened with a promise (Sharing::None or Read) is the one under its name at that moment: who replaces files by
+/// rename cannot leave another program with the old one.
+///
 /// Sharing is enforced among programs that use the same means: share modes on Windows, advisory locks (both kinds) on
 /// POSIX systems.
 class FileSystem {

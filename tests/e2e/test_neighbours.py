@@ -1,5 +1,6 @@
 """A database among other users of the system: permissions, links, names, owners. What mvtool writes, MVPPCSync writes too."""
 
+import concurrent.futures
 import json
 import os
 import pathlib
@@ -146,6 +147,23 @@ class Neighbours(unittest.TestCase):
                               self.insert("a", status=1))
                 self.assertEqual(self.database.read_bytes(), bytes(content))
                 self.assertEqual(self.keys(), [])
+
+
+    def test_writers_at_once_lose_no_insert_that_they_called_done(self):
+        def insert_many(writer):
+            return [key for key in (f"{writer}-{i}" for i in range(150)) if self.was_inserted(key)]
+
+        with concurrent.futures.ThreadPoolExecutor(4) as writers:
+            done = [key for keys in writers.map(insert_many, range(4)) for key in keys]
+        self.assertGreater(len(done), 0)
+        self.assertEqual(sorted(self.keys()), sorted(done))
+
+    def was_inserted(self, key):
+        done = subprocess.run([str(self.tool), "apply", str(self.database), "T"], input=ROW % key, text=True,
+                              capture_output=True)
+        if done.returncode != 0:
+            self.assertIn("in use", done.stderr)
+        return done.returncode == 0
 
 
 if __name__ == "__main__":

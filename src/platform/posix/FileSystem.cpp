@@ -163,16 +163,39 @@ mode_t CreationMode(const std::string& native) {
   return ::stat(replaced.c_str(), &status) == 0 ? (status.st_mode & kUsual) | S_IRUSR | S_IWUSR : kUsual;
 }
 
-std::unique_ptr<PosixFile> OpenNative(const std::string& native, Access access, Disposition disposition,
-                                      Sharing sharing) {
+/// Opens and locks what is under the name at that moment.
+std::unique_ptr<PosixFile> OpenOnce(const std::string& native, Access access, Disposition disposition,
+                                    Sharing sharing) {
   const int number = ::open(native.c_str(), OpenFlags(access, disposition), CreationMode(native));
   if (number < 0) throw ErrorFromErrno(errno, native);
   auto file = std::make_unique<PosixFile>(number, native);
   if (IsFolder(native)) throw ErrorFromErrno(EISDIR, native);
   if (!TakeLocks(number, access, sharing)) throw ErrorFromErrno(EWOULDBLOCK, native);
-  // Cut only after the lock was granted: somebody else's content is not ours to destroy.
-  if (disposition == Disposition::CreateAlways) file->Resize(0);
   return file;
+}
+
+/// False when the name belongs to another file by now, or to none.
+bool IsUnderItsName(const PosixFile& file) {
+  struct stat opened = {};
+  struct stat named = {};
+  if (::fstat(file.Number(), &opened) != 0 || ::stat(file.Native().c_str(), &named) != 0) return false;
+  return opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
+/// Between opening and locking, somebody else's new file may have taken the name, and what is open is then a file
+/// without one: what is read from it is out of date, what is written to it is gone. So the lock counts only when the
+/// name still leads to the same file.
+std::unique_ptr<PosixFile> OpenNative(const std::string& native, Access access, Disposition disposition,
+                                      Sharing sharing) {
+  constexpr int kMostAttempts = 100;
+  for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
+    auto file = OpenOnce(native, access, disposition, sharing);
+    if (sharing != Sharing::All && !IsUnderItsName(*file)) continue;
+    // Cut only after the lock was granted: somebody else's content is not ours to destroy.
+    if (disposition == Disposition::CreateAlways) file->Resize(0);
+    return file;
+  }
+  throw ErrorFromErrno(EWOULDBLOCK, native);
 }
 
 /// Makes a rename in `folder` last. A folder that cannot be opened or synced (network shares) is no reason to call the

@@ -3,7 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <future>
+#include <string>
+#include <vector>
 
+#include "base/Error.h"
 #include "support/ExpectError.h"
 #include "support/TempFolder.h"
 
@@ -42,6 +46,44 @@ TEST_F(PosixFiles, WriteWhole_KeepsTheModeAndGoesThroughALink) {
   EXPECT_TRUE(fs::is_symlink(Native("link")));
   EXPECT_EQ(folder_.Read("file"), "new");
   EXPECT_EQ(ModeOf("file"), kOwnerOnly);
+}
+
+/// One of several programs that count in a file: it takes hold of the file, and puts a new one with the next number in
+/// its place, without a sync, so that names change hands as fast as the system can. Returns how often it got hold of
+/// the file.
+int CountUp(const fs::path& path, int attempts) {
+  const std::unique_ptr<FileSystem> files = MakeFileSystem();
+  const std::string staged = files->StagedName(path.string());
+  int done = 0;
+  for (int i = 0; i < attempts; ++i) {
+    try {
+      const auto current = files->Open(path.string(), Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
+      Bytes content(static_cast<std::size_t>(current->Size()));
+      current->ReadAt(0, content);
+      const std::string next = std::to_string(std::stoi(std::string(content.begin(), content.end())) + 1);
+      const auto written = files->Open(staged, Access::ReadWrite, Disposition::CreateAlways, Sharing::None);
+      written->WriteAt(0, Bytes(next.begin(), next.end()));
+      fs::rename(staged, path);
+      ++done;
+    } catch (const Error&) {
+      // Somebody else holds the file; that attempt does not count.
+    }
+  }
+  return done;
+}
+
+TEST_F(PosixFiles, FileThatOthersReplace_IsHeldOnlyUnderItsName) {
+  folder_.Write("count", "0");
+  constexpr int kPrograms = 4;
+  constexpr int kAttempts = 10000;
+  std::vector<std::future<int>> programs;
+  for (int i = 0; i < kPrograms; ++i) {
+    programs.push_back(std::async(std::launch::async, CountUp, Native("count"), kAttempts));
+  }
+  int done = 0;
+  for (std::future<int>& program : programs) done += program.get();
+  EXPECT_GT(done, 0);
+  EXPECT_EQ(folder_.Read("count"), std::to_string(done)) << "what was written to a file without a name is lost";
 }
 
 }  // namespace
