@@ -9,7 +9,6 @@
 #include "base/NumberText.h"
 #include "base/Text.h"
 #include "base/Utf.h"
-#include "jet/ExpressionParser.h"
 #include "jet/Guid.h"
 #include "jet/TextKeys.h"
 #include "platform/System.h"
@@ -271,15 +270,6 @@ bool IsLike(std::string_view text, std::string_view pattern) {
   }
   while (element < elements.size() && elements[element] == U'*') ++element;
   return element == elements.size();
-}
-
-std::optional<Expression> Expression::Parse(std::string_view text, const TableDefinition& table,
-                                            std::optional<std::size_t> subject) {
-  try {
-    return Expression(ParsedSteps(text, table, subject));
-  } catch (const Error&) {
-    return std::nullopt;  // by the contract
-  }
 }
 
 Value Expression::Evaluate(const Row& row, const ExpressionSources& sources) const {

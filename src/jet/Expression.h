@@ -5,10 +5,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/Date.h"
-#include "jet/TableDefinition.h"
 #include "recordset/Value.h"
 
 namespace mv::jet {
@@ -25,6 +25,7 @@ struct ExpressionSources {
 };
 
 /// An expression of a table's design: the default value of a column, or the rule that a value or a row must satisfy.
+/// ExpressionParser.h reads it from its text:
 ///
 ///   literals    12  1.5E3  "text" 'text' (a quote inside doubled)  #2/28/2004 10:30 PM#  #2004-02-28#  #10:30#
 ///               True Yes On False No Off Null
@@ -41,16 +42,6 @@ struct ExpressionSources {
 /// the way of FoldCase where that has no place for a character or is not asked about it (behind the 255th).
 class Expression {
  public:
-  /// Nothing when the text is not understood: another function or operator, an unknown column, more than 2048 bytes or
-  /// 40 parentheses in each other. `subject`: the column whose rule it is, by position.
-  static std::optional<Expression> Parse(std::string_view text, const TableDefinition& table,
-                                         std::optional<std::size_t> subject);
-
-  /// Gives the value of a column of the row, by position, as the table stores it.
-  using Row = std::function<Value(std::size_t)>;
-  /// Null, bool, double, Date or text. Error 13 for operands that do not go together, error 6 for a division by zero.
-  Value Evaluate(const Row& row, const ExpressionSources& sources) const;
-
   enum class Operation : std::uint8_t {
     Constant,
     Column,
@@ -87,10 +78,16 @@ class Expression {
     std::size_t right = 0;
   };
 
- private:
+  /// `steps`: at least one; the last one is the result.
   explicit Expression(std::vector<Step> steps) : steps_(std::move(steps)) {}
 
-  std::vector<Step> steps_;  ///< the last one is the result
+  /// Gives the value of a column of the row, by position, as the table stores it.
+  using Row = std::function<Value(std::size_t)>;
+  /// Null, bool, double, Date or text. Error 13 for operands that do not go together, error 6 for a division by zero.
+  Value Evaluate(const Row& row, const ExpressionSources& sources) const;
+
+ private:
+  std::vector<Step> steps_;
 };
 
 /// Jet's patterns: "?" one character, "*" any number of them, "#" a digit, "[ace-g]" one of these, "[!ace-g]" one that

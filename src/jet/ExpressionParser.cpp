@@ -4,6 +4,7 @@
 #include <array>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "base/Error.h"
 #include "base/NumberText.h"
@@ -444,10 +445,14 @@ std::optional<Date> DateFromLiteral(std::string_view text) {
   return DateFromCivil(date);
 }
 
-std::vector<Expression::Step> ParsedSteps(std::string_view text, const TableDefinition& table,
+std::optional<Expression> ParseExpression(std::string_view text, const TableDefinition& table,
                                           std::optional<std::size_t> subject) {
-  if (text.size() > kLongestText) Fail();
-  return Parser(Lexer(text).Tokens(), table, subject).Steps();
+  if (text.size() > kLongestText) return std::nullopt;
+  try {
+    return Expression(Parser(Lexer(text).Tokens(), table, subject).Steps());
+  } catch (const Error&) {
+    return std::nullopt;  // by the contract
+  }
 }
 
 }  // namespace mv::jet

@@ -2,14 +2,16 @@
 
 #include <optional>
 #include <string_view>
-#include <vector>
 
+#include "base/Date.h"
 #include "jet/Expression.h"
+#include "jet/TableDefinition.h"
 
 namespace mv::jet {
 
-/// Reads the texts of Expression into its steps; see Expression::Parse. Error 13 for what is not understood.
-std::vector<Expression::Step> ParsedSteps(std::string_view text, const TableDefinition& table,
+/// Nothing when the text is not understood: another function or operator, an unknown column, more than 2048 bytes or
+/// 40 parentheses in each other. `subject`: the column whose rule it is, by position.
+std::optional<Expression> ParseExpression(std::string_view text, const TableDefinition& table,
                                           std::optional<std::size_t> subject);
 
 /// The date between two "#", in the order month, day, year or as year-month-day, with or without a time (12 or 24

@@ -35,7 +35,7 @@ const ExpressionSources kSources = {[] { return CivilTime{2004, 2, 29, 13, 45, 1
 
 /// The value of an expression over a row of Design.
 Value ValueOf(std::string_view text, const std::vector<Value>& row = std::vector<Value>(7)) {
-  const auto expression = Expression::Parse(text, Design(), std::nullopt);
+  const auto expression = ParseExpression(text, Design(), std::nullopt);
   EXPECT_TRUE(expression) << text;
   if (!expression) return Null();
   return expression->Evaluate([&](std::size_t column) { return row.at(column); }, kSources);
@@ -43,14 +43,14 @@ Value ValueOf(std::string_view text, const std::vector<Value>& row = std::vector
 
 /// What the rule of the column `subject` says to its value.
 Value RuleOn(std::string_view rule, const Value& value, std::size_t subject = 0) {
-  const auto expression = Expression::Parse(rule, Design(), subject);
+  const auto expression = ParseExpression(rule, Design(), subject);
   EXPECT_TRUE(expression) << rule;
   if (!expression) return Null();
   return expression->Evaluate([&](std::size_t column) { return column == subject ? value : Value(); }, kSources);
 }
 
 bool IsUnderstood(std::string_view text, std::optional<std::size_t> subject = std::nullopt) {
-  return Expression::Parse(text, Design(), subject).has_value();
+  return ParseExpression(text, Design(), subject).has_value();
 }
 
 Value Text(const char* text) {

@@ -7,7 +7,7 @@
 #include "base/Bytes.h"
 #include "base/Date.h"
 #include "jet/Page.h"
-#include "jet/TableDefinition.h"
+#include "jet/SortOrder.h"
 
 namespace mv::jet {
 

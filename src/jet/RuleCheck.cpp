@@ -4,6 +4,7 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "jet/ExpressionParser.h"
 #include "jet/JetErrors.h"
 #include "recordset/Conversions.h"
 
@@ -22,12 +23,12 @@ void RuleCheck::AddDefault(const std::string& text) {
   defaults_.emplace_back();
   if (Trim(text).empty()) return;
   // The other columns of a new row have no values to refer to.
-  defaults_.back() = Expression::Parse(text, TableDefinition(), std::nullopt);
+  defaults_.back() = ParseExpression(text, TableDefinition(), std::nullopt);
 }
 
 void RuleCheck::AddRule(const std::string& text, const std::string& message, std::optional<std::size_t> column) {
   if (Trim(text).empty()) return;
-  checks_.push_back({column, &text, &message, Expression::Parse(text, table_, column)});
+  checks_.push_back({column, &text, &message, ParseExpression(text, table_, column)});
 }
 
 Value RuleCheck::DefaultOf(std::size_t column) const {

@@ -6,6 +6,7 @@
 
 #include "jet/Page.h"
 #include "jet/PageFile.h"
+#include "jet/SortOrder.h"
 
 namespace mv::jet {
 
@@ -25,15 +26,6 @@ enum class ColumnType : std::uint8_t {
   Guid = 15,
   Decimal = 16,
   RawBlock = 17,
-};
-
-/// Text sort order of a column or a file.
-struct SortOrder {
-  std::uint16_t language = 0x0409;
-  std::uint8_t id = 0;
-  std::uint8_t version = 0;
-
-  friend bool operator==(const SortOrder&, const SortOrder&) = default;
 };
 
 /// One column as its 25-byte block and name describe it.
