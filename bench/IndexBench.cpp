@@ -8,10 +8,10 @@
 
 #include "BenchTable.h"
 #include "base/ByteOrder.h"
-#include "jet/DataPage.h"
 #include "jet/Database.h"
-#include "jet/IndexKey.h"
-#include "jet/IndexTree.h"
+#include "jet/index/IndexKey.h"
+#include "jet/index/IndexTree.h"
+#include "jet/pages/DataPage.h"
 #include "mvtool/SampleDatabase.h"
 #include "support/MemoryFileSystem.h"
 

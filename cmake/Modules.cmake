@@ -1,18 +1,26 @@
-# The folder in which a module keeps what only this system's build compiles.
+# The folder in which a module keeps what only this system's build compiles, and those that only others compile, as a
+# regular expression.
 if(WIN32)
   set(MV_SYSTEM_FOLDER windows)
+  set(MV_OTHER_FOLDERS "posix")
 else()
   set(MV_SYSTEM_FOLDER posix)
+  set(MV_OTHER_FOLDERS "windows|win32")
 endif()
 
-# mv_module(NAME [DEPENDS ...] [WINDOWS_LIBRARIES ...] [TEST_DEPENDS ...] [TEST_PARTS n]): the sources of src/NAME and of its system
-# folder (src/NAME/windows or src/NAME/posix, where there is one) as the library mv_NAME, and the *_test.cpp files of both
-# as the test program NAME_tests. WINDOWS_LIBRARIES: import libraries that its Windows folder needs. TEST_DEPENDS: modules
-# that only the tests use, which may stand above this one. TEST_PARTS: as PARTS of mv_test.
+# mv_module(NAME [DEPENDS ...] [WINDOWS_LIBRARIES ...] [TEST_DEPENDS ...] [TEST_PARTS n]): the sources of src/NAME and of the folders
+# in it as the library mv_NAME, and their *_test.cpp files as the test program NAME_tests. Not taken: folders of other
+# systems, folders in folders, main.cpp files. WINDOWS_LIBRARIES: import libraries that its Windows folder needs.
+# TEST_DEPENDS: modules that only the tests use, which may stand above this one. TEST_PARTS: as PARTS of mv_test.
 function(mv_module name)
   cmake_parse_arguments(ARG "" "TEST_PARTS" "DEPENDS;WINDOWS_LIBRARIES;TEST_DEPENDS" ${ARGN})
   set(folder ${CMAKE_SOURCE_DIR}/src/${name})
-  file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp ${folder}/${MV_SYSTEM_FOLDER}/*.cpp)
+  file(
+    GLOB sources
+    RELATIVE ${folder} CONFIGURE_DEPENDS
+    ${folder}/*.cpp ${folder}/*/*.cpp)
+  list(FILTER sources EXCLUDE REGEX "^(${MV_OTHER_FOLDERS})/")
+  list(TRANSFORM sources PREPEND ${folder}/)
   set(tests ${sources})
   list(FILTER tests INCLUDE REGEX "_test\\.cpp$")
   list(FILTER sources EXCLUDE REGEX "(_test|/main)\\.cpp$")

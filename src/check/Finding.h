@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "jet/Page.h"
+#include "jet/file/Page.h"
 
 namespace mv::check {
 

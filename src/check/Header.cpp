@@ -5,7 +5,7 @@
 #include <cmath>
 #include <string_view>
 
-#include "jet/Rc4.h"
+#include "jet/file/Rc4.h"
 
 namespace mv::check {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "jet/Rc4.h"
+#include "jet/file/Rc4.h"
 #include "support/CheckWorld.h"
 #include "support/JetDatabase.h"
 

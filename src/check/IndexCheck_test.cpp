@@ -2,7 +2,7 @@
 
 #include "check/DatabaseCheck.h"
 #include "check/IndexPage.h"
-#include "jet/TableDefinition.h"
+#include "jet/definition/TableDefinition.h"
 #include "support/CheckWorld.h"
 #include "support/JetDatabase.h"
 

@@ -4,8 +4,8 @@
 #include <array>
 
 #include "check/StoredText.h"
-#include "jet/TextKeys.h"
-#include "jet/TextWeights.h"
+#include "jet/index/TextKeys.h"
+#include "jet/index/TextWeights.h"
 
 namespace mv::check {
 namespace {

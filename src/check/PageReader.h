@@ -6,7 +6,7 @@
 
 #include "base/ByteOrder.h"
 #include "base/Bytes.h"
-#include "jet/Page.h"
+#include "jet/file/Page.h"
 
 namespace mv::check {
 

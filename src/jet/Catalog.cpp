@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "base/Text.h"
-#include "jet/JetErrors.h"
+#include "jet/file/JetErrors.h"
 
 namespace mv::jet {
 namespace {

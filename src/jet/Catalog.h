@@ -7,8 +7,8 @@
 
 #include "base/Bytes.h"
 #include "base/Date.h"
-#include "jet/Header.h"
 #include "jet/Table.h"
+#include "jet/file/Header.h"
 
 namespace mv::jet {
 

@@ -6,13 +6,13 @@
 #include <vector>
 
 #include "jet/Catalog.h"
-#include "jet/DataPage.h"
-#include "jet/Header.h"
-#include "jet/IndexTree.h"
-#include "jet/MapPages.h"
-#include "jet/SystemTables.h"
 #include "jet/Table.h"
-#include "jet/UsageMap.h"
+#include "jet/definition/SystemTables.h"
+#include "jet/file/Header.h"
+#include "jet/index/IndexTree.h"
+#include "jet/pages/DataPage.h"
+#include "jet/pages/MapPages.h"
+#include "jet/pages/UsageMap.h"
 
 namespace mv::jet {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Date.h"
-#include "jet/PageFile.h"
+#include "jet/file/PageFile.h"
 
 namespace mv::jet {
 

@@ -9,8 +9,8 @@
 
 #include "base/ByteOrder.h"
 #include "jet/Database.h"
-#include "jet/Header.h"
-#include "jet/SystemTables.h"
+#include "jet/definition/SystemTables.h"
+#include "jet/file/Header.h"
 #include "support/ExpectSound.h"
 #include "support/Hex.h"
 #include "support/MemoryFileSystem.h"

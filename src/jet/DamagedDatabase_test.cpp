@@ -3,8 +3,8 @@
 #include <random>
 #include <string>
 
-#include "jet/DataPage.h"
 #include "jet/Table.h"
+#include "jet/pages/DataPage.h"
 #include "support/JetDatabase.h"
 
 // Whatever bytes a file has: every call succeeds or raises an Error of the engine, comes to an end, and a change that

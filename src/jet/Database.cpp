@@ -4,13 +4,13 @@
 #include <utility>
 
 #include "jet/CreateDatabase.h"
-#include "jet/IndexKey.h"
-#include "jet/IndexTree.h"
-#include "jet/JetErrors.h"
-#include "jet/MapPages.h"
-#include "jet/Properties.h"
 #include "jet/RelationBuild.h"
-#include "jet/SystemTables.h"
+#include "jet/definition/Properties.h"
+#include "jet/definition/SystemTables.h"
+#include "jet/file/JetErrors.h"
+#include "jet/index/IndexKey.h"
+#include "jet/index/IndexTree.h"
+#include "jet/pages/MapPages.h"
 
 namespace mv::jet {
 namespace {

@@ -7,13 +7,13 @@
 
 #include "base/Date.h"
 #include "jet/Catalog.h"
-#include "jet/Header.h"
-#include "jet/PageFile.h"
-#include "jet/PageOwners.h"
 #include "jet/RelationDesign.h"
 #include "jet/Relations.h"
 #include "jet/Table.h"
-#include "jet/TableDesign.h"
+#include "jet/definition/PageOwners.h"
+#include "jet/definition/TableDesign.h"
+#include "jet/file/Header.h"
+#include "jet/file/PageFile.h"
 #include "platform/FileSystem.h"
 
 namespace mv::jet {

@@ -9,7 +9,7 @@
 
 #include "base/ByteOrder.h"
 #include "base/Error.h"
-#include "jet/JetErrors.h"
+#include "jet/file/JetErrors.h"
 #include "support/ExpectError.h"
 #include "support/ExpectSound.h"
 #include "support/ExternalTool.h"

@@ -5,8 +5,8 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
-#include "jet/JetErrors.h"
 #include "jet/JetRecordset.h"
+#include "jet/file/JetErrors.h"
 
 namespace mv::jet {
 namespace {

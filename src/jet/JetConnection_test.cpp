@@ -6,7 +6,7 @@
 #include <string>
 
 #include "base/Error.h"
-#include "jet/Header.h"
+#include "jet/file/Header.h"
 #include "support/ExpectError.h"
 #include "support/MemoryFileSystem.h"
 

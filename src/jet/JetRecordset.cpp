@@ -5,8 +5,8 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
-#include "jet/ColumnValue.h"
-#include "jet/JetErrors.h"
+#include "jet/file/JetErrors.h"
+#include "jet/rows/ColumnValue.h"
 #include "recordset/Conversions.h"
 #include "recordset/FindCriterion.h"
 

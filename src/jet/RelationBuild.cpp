@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "jet/Catalog.h"
-#include "jet/IndexTree.h"
-#include "jet/JetErrors.h"
-#include "jet/MapPages.h"
+#include "jet/file/JetErrors.h"
+#include "jet/index/IndexTree.h"
+#include "jet/pages/MapPages.h"
 
 namespace mv::jet {
 namespace {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "jet/PageFile.h"
 #include "jet/RelationDesign.h"
 #include "jet/Table.h"
+#include "jet/file/PageFile.h"
 
 namespace mv::jet {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "base/ByteOrder.h"
-#include "jet/DefinitionLayout.h"
-#include "jet/SystemTables.h"
+#include "jet/definition/DefinitionLayout.h"
+#include "jet/definition/SystemTables.h"
 #include "support/ExpectError.h"
 #include "support/ExpectSound.h"
 #include "support/Hex.h"

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "base/Text.h"
-#include "jet/JetErrors.h"
-#include "jet/TableDesign.h"
+#include "jet/definition/TableDesign.h"
+#include "jet/file/JetErrors.h"
 
 namespace mv::jet {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "jet/TableDefinition.h"
+#include "jet/definition/TableDefinition.h"
 
 namespace mv::jet {
 

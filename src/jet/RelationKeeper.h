@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "jet/Page.h"
+#include "jet/file/Page.h"
 #include "recordset/Value.h"
 
 namespace mv::jet {

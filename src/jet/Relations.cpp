@@ -8,10 +8,10 @@
 #include <utility>
 
 #include "base/Error.h"
-#include "jet/IndexKey.h"
-#include "jet/JetErrors.h"
 #include "jet/RelationDesign.h"
 #include "jet/Table.h"
+#include "jet/file/JetErrors.h"
+#include "jet/index/IndexKey.h"
 
 namespace mv::jet {
 namespace {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "jet/RelationKeeper.h"
-#include "jet/TableDefinition.h"
+#include "jet/definition/TableDefinition.h"
 
 namespace mv::jet {
 

@@ -4,8 +4,8 @@
 #include <array>
 
 #include "base/ByteOrder.h"
-#include "jet/DefinitionLayout.h"
 #include "jet/JetRecordset.h"
+#include "jet/definition/DefinitionLayout.h"
 #include "support/ExpectError.h"
 #include "support/JetDatabase.h"
 

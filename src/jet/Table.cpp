@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "base/Error.h"
-#include "jet/ColumnValue.h"
+#include "jet/rows/ColumnValue.h"
 
 namespace mv::jet {
 namespace {

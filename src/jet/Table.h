@@ -6,17 +6,17 @@
 #include <string>
 #include <vector>
 
-#include "jet/IndexKey.h"
-#include "jet/IndexTree.h"
-#include "jet/LongValues.h"
-#include "jet/PageFile.h"
 #include "jet/RelationKeeper.h"
-#include "jet/Row.h"
-#include "jet/RowStore.h"
-#include "jet/RuleCheck.h"
-#include "jet/TableDefinition.h"
-#include "jet/TableRules.h"
-#include "jet/UsageMap.h"
+#include "jet/definition/TableDefinition.h"
+#include "jet/definition/TableRules.h"
+#include "jet/file/PageFile.h"
+#include "jet/index/IndexKey.h"
+#include "jet/index/IndexTree.h"
+#include "jet/pages/UsageMap.h"
+#include "jet/rows/LongValues.h"
+#include "jet/rows/Row.h"
+#include "jet/rows/RowStore.h"
+#include "jet/rules/RuleCheck.h"
 #include "recordset/Value.h"
 
 namespace mv::jet {

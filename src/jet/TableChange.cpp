@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "base/Error.h"
-#include "jet/ColumnValue.h"
-#include "jet/JetErrors.h"
 #include "jet/Table.h"
+#include "jet/file/JetErrors.h"
+#include "jet/rows/ColumnValue.h"
 #include "recordset/Conversions.h"
 
 // Inserting, updating and deleting rows: all checks, then one statement that changes the pages.

@@ -3,8 +3,8 @@
 #include <functional>
 
 #include "base/ByteOrder.h"
-#include "jet/DataPage.h"
 #include "jet/Table.h"
+#include "jet/pages/DataPage.h"
 #include "support/ExpectError.h"
 #include "support/Hex.h"
 #include "support/JetDatabase.h"

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "base/ByteOrder.h"
-#include "jet/DataPage.h"
+#include "jet/pages/DataPage.h"
 #include "support/ExpectError.h"
 #include "support/Hex.h"
 #include "support/JetDatabase.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "jet/TableDefinition.h"
+#include "jet/definition/TableDefinition.h"
 #include "mvtool/IndexedTable.h"
 #include "mvtool/Json.h"
 

@@ -2,8 +2,8 @@
 
 #include "base/Error.h"
 #include "check/DatabaseCheck.h"
-#include "jet/JetErrors.h"
-#include "jet/PageFile.h"
+#include "jet/file/JetErrors.h"
+#include "jet/file/PageFile.h"
 #include "mvtool/Command.h"
 #include "mvtool/Json.h"
 #include "mvtool/ToolErrors.h"

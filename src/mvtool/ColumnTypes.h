@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-#include "jet/TableDefinition.h"
+#include "jet/definition/TableDefinition.h"
 #include "recordset/Value.h"
 
 namespace mv::tool {

@@ -6,8 +6,8 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
-#include "jet/ColumnValue.h"
-#include "jet/TextKeys.h"
+#include "jet/index/TextKeys.h"
+#include "jet/rows/ColumnValue.h"
 #include "recordset/Conversions.h"
 
 namespace mv::tool {

@@ -4,7 +4,7 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
-#include "jet/PageFile.h"
+#include "jet/file/PageFile.h"
 #include "run/LogTexts.h"
 
 namespace mv {

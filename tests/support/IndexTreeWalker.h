@@ -10,8 +10,8 @@
 
 #include "base/ByteOrder.h"
 #include "base/Bytes.h"
-#include "jet/PageFile.h"
-#include "jet/UsageMap.h"
+#include "jet/file/PageFile.h"
+#include "jet/pages/UsageMap.h"
 
 namespace mv::testing {
 

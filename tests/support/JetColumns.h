@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "jet/TableDefinition.h"
+#include "jet/definition/TableDefinition.h"
 
 namespace mv::testing {
 

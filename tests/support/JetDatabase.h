@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "jet/Database.h"
-#include "jet/IndexKey.h"
-#include "jet/IndexTree.h"
+#include "jet/index/IndexKey.h"
+#include "jet/index/IndexTree.h"
 #include "support/MemoryFileSystem.h"
 
 namespace mv::testing {

@@ -14,8 +14,8 @@
 
 #include "base/Error.h"
 #include "jet/Database.h"
-#include "jet/IndexKey.h"
-#include "jet/IndexTree.h"
+#include "jet/index/IndexKey.h"
+#include "jet/index/IndexTree.h"
 #include "support/MemoryFileSystem.h"
 
 namespace mv::testing {

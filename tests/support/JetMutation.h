@@ -12,10 +12,10 @@
 
 #include "base/ByteOrder.h"
 #include "base/Bytes.h"
-#include "jet/DataPage.h"
-#include "jet/DefinitionLayout.h"
-#include "jet/IndexPage.h"
-#include "jet/Page.h"
+#include "jet/definition/DefinitionLayout.h"
+#include "jet/file/Page.h"
+#include "jet/index/IndexPage.h"
+#include "jet/pages/DataPage.h"
 
 namespace mv::testing {
 

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "jet/Database.h"
-#include "jet/SystemTables.h"
-#include "jet/TableDefinition.h"
-#include "jet/UsageMap.h"
+#include "jet/definition/SystemTables.h"
+#include "jet/definition/TableDefinition.h"
+#include "jet/pages/UsageMap.h"
 
 namespace mv::testing {
 

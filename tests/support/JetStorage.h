@@ -5,9 +5,9 @@
 #include <string>
 
 #include "base/Bytes.h"
-#include "jet/DataPage.h"
-#include "jet/PageFile.h"
-#include "jet/UsageMap.h"
+#include "jet/file/PageFile.h"
+#include "jet/pages/DataPage.h"
+#include "jet/pages/UsageMap.h"
 #include "support/MemoryFileSystem.h"
 
 namespace mv::testing {

@@ -1,0 +1,147 @@
+#include "jet/definition/Properties.h"
+
+#include <gtest/gtest.h>
+
+#include "support/ExpectError.h"
+#include "support/Hex.h"
+
+namespace mv::jet {
+namespace {
+
+using testing::ErrorOf;
+using testing::FromHex;
+
+TableDefinition Users() {
+  TableDefinition table;
+  table.name = "users";
+  for (const char* name : {"id", "name", "email"}) {
+    Column column;
+    column.name = name;
+    table.columns.push_back(column);
+  }
+  return table;
+}
+
+/// Required on "name" and "email", as Jet writes it.
+const std::string kRequired =
+    "4D 52 32 00 | 18 00 00 00 80 00 | 10 00 \"Required\""
+    "1D 00 00 00 01 00 | 0E 00 00 00 08 00 \"name\" | 09 00 01 01 00 00 01 00 01"
+    "1F 00 00 00 01 00 | 10 00 00 00 0A 00 \"email\" | 09 00 01 01 00 00 01 00 01";
+
+TEST(Properties, EmptyList_GivesTheDefaults) {
+  const auto rules = RulesFromProperties({}, Users()).columns;
+  ASSERT_EQ(rules.size(), 3u);
+  EXPECT_FALSE(rules[1].required);
+  EXPECT_TRUE(rules[1].allowZeroLength);
+}
+
+TEST(Properties, Required_BelongsToTheColumnOfItsBlock) {
+  const auto rules = RulesFromProperties(FromHex(kRequired), Users()).columns;
+  EXPECT_FALSE(rules[0].required);
+  EXPECT_TRUE(rules[1].required);
+  EXPECT_TRUE(rules[2].required);
+  EXPECT_TRUE(rules[1].allowZeroLength);
+}
+
+TEST(Properties, AllowZeroLengthFalse_IsARuleAndTrueIsNone) {
+  const auto rules = RulesFromProperties(FromHex("4D 52 32 00 | 26 00 00 00 80 00 | 1E 00 \"AllowZeroLength\""
+                                                 "1D 00 00 00 01 00 | 0E 00 00 00 08 00 \"NAME\""
+                                                 "09 00 01 01 00 00 01 00 00"
+                                                 "1F 00 00 00 01 00 | 10 00 00 00 0A 00 \"email\""
+                                                 "09 00 01 01 00 00 01 00 01"),
+                                         Users())
+                         .columns;
+  EXPECT_FALSE(rules[1].allowZeroLength);
+  EXPECT_TRUE(rules[2].allowZeroLength);
+  EXPECT_FALSE(rules[1].required);
+}
+
+TEST(Properties, TrueAsFFOrInFourBytes_IsTrue) {
+  for (const char* value : {"09 00 01 01 00 00 01 00 FF", "0C 00 01 01 00 00 04 00 00 00 00 80"}) {
+    const Bytes entry = FromHex(value);
+    Bytes list = FromHex("4D 52 32 00 | 18 00 00 00 80 00 | 10 00 \"Required\"");
+    list.push_back(static_cast<std::uint8_t>(20 + entry.size()));
+    const Bytes owner = FromHex("00 00 00 01 00 | 0E 00 00 00 08 00 \"name\"");
+    list.insert(list.end(), owner.begin(), owner.end());
+    list.insert(list.end(), entry.begin(), entry.end());
+    EXPECT_TRUE(RulesFromProperties(list, Users()).columns[1].required) << value;
+  }
+}
+
+TEST(Properties, OtherProperties_AreIgnored) {
+  // Caption, a text, on "name"; Description on the table itself; Required as a number, not a Boolean.
+  const auto rules =
+      RulesFromProperties(FromHex("4D 52 32 00 | 28 00 00 00 80 00 | 0E 00 \"Caption\" | 10 00 \"Required\""
+                                  "17 00 00 00 00 00 | 06 00 00 00 00 00 | 0B 00 01 0A 01 00 03 00 01 01 01"
+                                  "28 00 00 00 01 00 | 0E 00 00 00 08 00 \"name\" | 0A 00 01 0A 00 00 02 00 \"N\" | 0A "
+                                  "00 01 03 01 00 02 00 01 00"),
+                          Users())
+          .columns;
+  EXPECT_FALSE(rules[0].required);
+  EXPECT_FALSE(rules[1].required);
+}
+
+TEST(Properties, Expressions_BelongToTheirColumnOrToTheTable) {
+  // DefaultValue "0" as Memo and ValidationText "no" as Text on "name"; ValidationRule "1" on the table itself.
+  const TableRules rules = RulesFromProperties(
+      FromHex(
+          "4D 52 32 00 | 5C 00 00 00 80 00 | 18 00 \"DefaultValue\" | 1C 00 \"ValidationRule\" | 1C 00 "
+          "\"ValidationText\" | 16 00 00 00 00 00 | 06 00 00 00 00 00 | 0A 00 01 0C 01 00 02 00 \"1\""
+          "2A 00 00 00 01 00 | 0E 00 00 00 08 00 \"name\" | 0A 00 01 0C 00 00 02 00 \"0\" | 0C 00 01 0A 02 00 04 00 "
+          "\"no\""),
+      Users());
+  EXPECT_EQ(rules.columns[1].defaultValue, "0");
+  EXPECT_EQ(rules.columns[1].validationText, "no");
+  EXPECT_EQ(rules.columns[1].validationRule, "");
+  EXPECT_EQ(rules.columns[0].defaultValue, "");
+  EXPECT_EQ(rules.validationRule, "1");
+  EXPECT_EQ(rules.validationText, "");
+}
+
+TEST(Properties, PropertiesOfADeletedColumn_AreIgnored) {
+  TableDefinition table = Users();
+  table.columns.pop_back();
+  EXPECT_EQ(RulesFromProperties(FromHex(kRequired), table).columns.size(), 2u);
+}
+
+TEST(Properties, EveryShorterList_IsDamageOrEndsBetweenBlocks) {
+  const Bytes whole = FromHex(kRequired);
+  for (std::size_t size = 1; size < whole.size(); ++size) {
+    const ByteView part = ByteView(whole).first(size);
+    if (size == 4 || size == 28 || size == 57) {
+      EXPECT_NO_THROW(RulesFromProperties(part, Users())) << size;
+      continue;
+    }
+    const Error error = ErrorOf([&] { RulesFromProperties(part, Users()); });
+    EXPECT_EQ(error.Description(),
+              "The database file is damaged: table 'users': its property list contradicts itself. Nothing was changed.")
+        << size;
+  }
+}
+
+TEST(Properties, SizesThatDoNotFit_AreDamage) {
+  const auto refuses = [](std::size_t at, std::uint8_t byte) {
+    Bytes list = FromHex(kRequired);
+    list[at] = byte;
+    try {
+      RulesFromProperties(list, Users());
+      return false;
+    } catch (const Error& error) {
+      return error.Number() == errors::kJetGeneral;
+    }
+  };
+  EXPECT_TRUE(refuses(0, 'K')) << "other magic";
+  EXPECT_TRUE(refuses(4, 0x00)) << "block of no bytes, which would never end";
+  EXPECT_TRUE(refuses(4, 0x05)) << "block shorter than its header";
+  EXPECT_TRUE(refuses(7, 0x80)) << "block of 2 GiB";
+  EXPECT_TRUE(refuses(10, 0x0F)) << "name that ends within a character";
+  EXPECT_TRUE(refuses(34, 0x0D)) << "owner part shorter than its name";
+  EXPECT_TRUE(refuses(37, 0x80)) << "owner part of 2 GiB";
+  EXPECT_TRUE(refuses(48, 0x00)) << "entry of no bytes, which would never end";
+  EXPECT_TRUE(refuses(48, 0x0A)) << "entry longer than its block";
+  EXPECT_TRUE(refuses(52, 0x01)) << "number of a name that is not there";
+  EXPECT_TRUE(refuses(54, 0x02)) << "value longer than its entry";
+}
+
+}  // namespace
+}  // namespace mv::jet

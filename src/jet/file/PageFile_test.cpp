@@ -1,0 +1,475 @@
+#include "jet/file/PageFile.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "support/ExpectError.h"
+#include "support/MemoryFileSystem.h"
+#include "support/TempFolder.h"
+
+namespace mv::jet {
+namespace {
+
+using mv::testing::ErrorNumberOf;
+using mv::testing::ErrorOf;
+using mv::testing::MemoryFileSystem;
+using mv::testing::TempFolder;
+using Mode = PageFile::Mode;
+
+const char* const kPath = "C:\\data\\Motorva.db";
+
+/// The content of a page of test files: its number, everywhere.
+Page PageOf(std::size_t number) {
+  Page page;
+  page.fill(static_cast<std::uint8_t>(number));
+  return page;
+}
+
+Bytes FileOf(std::size_t pages) {
+  Bytes bytes(pages * kPageSize);
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i / kPageSize);
+  return bytes;
+}
+
+class PageFileTest : public ::testing::Test {
+ protected:
+  std::unique_ptr<PageFile> OpenWith(std::size_t pages, Mode mode = Mode::ReadWrite) {
+    files_.Put(kPath, FileOf(pages));
+    return PageFile::Open(files_, kPath, mode);
+  }
+  void ExpectNothingLeftBeside() { EXPECT_EQ(files_.List("C:\\data").size(), 1U); }
+
+  MemoryFileSystem files_;
+};
+
+TEST_F(PageFileTest, MissingFileAndMissingFolder_AreNotFoundUnderTheNameGiven) {
+  files_.CreateFolders("C:\\data");
+  EXPECT_EQ(ErrorOf([&] { PageFile::Open(files_, kPath, Mode::ReadWrite); }).Description(),
+            "Could not find file 'C:\\data\\Motorva.db'.");
+  EXPECT_EQ(ErrorOf([&] { PageFile::Open(files_, "D:\\x\\y.db", Mode::ReadOnly); }).Description(),
+            "Could not find file 'D:\\x\\y.db'.");
+}
+
+TEST_F(PageFileTest, FolderInPlaceOfAFile_CannotBeOpened) {
+  files_.CreateFolders(kPath);
+  EXPECT_EQ(ErrorOf([&] { PageFile::Open(files_, kPath, Mode::ReadWrite); }).Description(),
+            "The Microsoft Jet database engine cannot open the file 'C:\\data\\Motorva.db'. It is already opened "
+            "exclusively by another user, or you need permission to view its data.");
+}
+
+TEST_F(PageFileTest, FolderThatTakesNoNewFile_KeepsTheOldFileAndTheChanges) {
+  const auto file = OpenWith(3);
+  file->Write(1).fill(0x55);
+  files_.CreateFolders(files_.StagedName(kPath));
+  const Error error = ErrorOf([&] { file->Commit(); });
+  EXPECT_EQ(error.Number(), errors::kPathFileAccess);
+  EXPECT_EQ(error.Description(),
+            "The new database cannot be written beside 'C:\\data\\Motorva.db': its folder takes no new file.");
+  EXPECT_EQ(files_.Content(kPath), FileOf(3));
+  EXPECT_TRUE(file->Changed());
+}
+
+TEST_F(PageFileTest, FileThatSomebodyHolds_IsInUse) {
+  const auto holder = OpenWith(3);
+  EXPECT_EQ(ErrorOf([&] { PageFile::Open(files_, kPath, Mode::ReadWrite); }).Description(),
+            "Could not use 'C:\\data\\Motorva.db'; file already in use.");
+  EXPECT_EQ(ErrorNumberOf([&] { PageFile::Open(files_, kPath, Mode::ReadOnly); }), errors::kJetGeneral);
+}
+
+TEST_F(PageFileTest, TwoReaders_MayShareAFileButNoWriterJoins) {
+  const auto one = OpenWith(3, Mode::ReadOnly);
+  const auto two = PageFile::Open(files_, kPath, Mode::ReadOnly);
+  EXPECT_EQ(two->Read(1), PageOf(1));
+  EXPECT_EQ(ErrorNumberOf([&] { PageFile::Open(files_, kPath, Mode::ReadWrite); }), errors::kJetGeneral);
+}
+
+TEST_F(PageFileTest, LengthsThatNoDatabaseHas_AreRefused) {
+  for (const std::size_t length : {std::size_t{0}, kPageSize, 2 * kPageSize + 1, 3 * kPageSize - 1}) {
+    files_.Put(kPath, Bytes(length));
+    const Error error = ErrorOf([&] { PageFile::Open(files_, kPath, Mode::ReadWrite); });
+    EXPECT_TRUE(error.Description().starts_with("Unrecognized database format 'C:\\data\\Motorva.db'.")) << length;
+  }
+}
+
+TEST_F(PageFileTest, LocksOnTheLockFile_MeanInUse) {
+  files_.Put(kPath, FileOf(3));
+  files_.Put("C:\\data\\Motorva.ldb", Bytes(64));
+  const auto lock = files_.Open("C:\\data\\Motorva.ldb", platform::Access::ReadWrite,
+                                platform::Disposition::OpenExisting, platform::Sharing::None);
+  EXPECT_EQ(ErrorOf([&] { PageFile::Open(files_, kPath, Mode::ReadWrite); }).Description(),
+            "Could not use 'C:\\data\\Motorva.db'; file already in use.");
+  EXPECT_EQ(ErrorNumberOf([&] { PageFile::Open(files_, kPath, Mode::ReadOnly); }), errors::kJetGeneral);
+  EXPECT_EQ(ErrorNumberOf([&] { PageFile::Create(files_, kPath); }), errors::kJetGeneral);
+}
+
+TEST_F(PageFileTest, StaleLockFile_IsNoReasonToRefuseAndIsLeftAlone) {
+  files_.Put("C:\\data\\Motorva.ldb", Bytes(64));
+  OpenWith(3);
+  EXPECT_EQ(files_.Content("C:\\data\\Motorva.ldb"), Bytes(64));
+}
+
+TEST_F(PageFileTest, LockFileOfANameWithoutExtension_IsNamedByTheWholeName) {
+  files_.Put("C:\\da.ta\\Motorva", FileOf(3));
+  files_.Put("C:\\da.ta\\Motorva.ldb", Bytes(64));
+  const auto lock = files_.Open("C:\\da.ta\\Motorva.ldb", platform::Access::ReadWrite,
+                                platform::Disposition::OpenExisting, platform::Sharing::None);
+  EXPECT_EQ(ErrorNumberOf([&] { PageFile::Open(files_, "C:\\da.ta\\Motorva", Mode::ReadWrite); }), errors::kJetGeneral);
+}
+
+TEST_F(PageFileTest, NoLockFileIsMade) {
+  const auto file = OpenWith(3);
+  file->Write(2).fill(9);
+  file->Commit();
+  ExpectNothingLeftBeside();
+}
+
+TEST_F(PageFileTest, Opening_ReadsNoPage) {
+  const auto file = OpenWith(100);
+  EXPECT_EQ(file->PageCount(), 100U);
+  EXPECT_EQ(files_.Reads(), 0U);
+}
+
+TEST_F(PageFileTest, ReadingInAscendingOrder_FetchesRunsOfPages) {
+  const auto file = OpenWith(100);
+  for (PageNumber number = 0; number < 100; ++number) EXPECT_EQ(file->Read(number), PageOf(number));
+  EXPECT_LE(files_.Reads(), 10U);
+  const std::size_t reads = files_.Reads();
+  for (PageNumber number = 0; number < 100; ++number) EXPECT_EQ(file->Read(number), PageOf(number));
+  EXPECT_EQ(files_.Reads(), reads);
+}
+
+TEST_F(PageFileTest, ReadAhead_KeepsPagesThatHaveChanged) {
+  const auto file = OpenWith(100);
+  file->Write(12).fill(0xEE);
+  for (PageNumber number = 9; number < 20; ++number) {
+    EXPECT_EQ(file->Read(number)[0], number == 12 ? 0xEE : number);
+  }
+}
+
+TEST_F(PageFileTest, PageBehindTheEnd_IsDamage) {
+  const auto file = OpenWith(3);
+  EXPECT_EQ(ErrorOf([&] { file->Read(3); }).Description(),
+            "The database file is damaged: page 3 lies behind the end of the file. Nothing was changed.");
+  EXPECT_EQ(ErrorNumberOf([&] { file->Write(0xFFFFFFFF); }), errors::kJetGeneral);
+}
+
+TEST_F(PageFileTest, FileThatBecameShorter_IsDamageWhenThePageIsRead) {
+  const auto file = OpenWith(5);
+  files_.Put(kPath, FileOf(3));
+  EXPECT_EQ(file->Read(2), PageOf(2));
+  EXPECT_EQ(ErrorNumberOf([&] { file->Read(4); }), errors::kJetGeneral);
+}
+
+TEST_F(PageFileTest, FailingRead_IsReportedAndMayBeTriedAgain) {
+  const auto file = OpenWith(3);
+  files_.FailRead(1);
+  EXPECT_EQ(ErrorNumberOf([&] { file->Read(1); }), errors::kDeviceIo);
+  EXPECT_EQ(file->Read(1), PageOf(1));
+}
+
+TEST_F(PageFileTest, FileOpenedReadOnly_CannotBeChanged) {
+  const auto file = OpenWith(3, Mode::ReadOnly);
+  EXPECT_EQ(ErrorNumberOf([&] { file->Write(1); }), errors::kPermissionDenied);
+  EXPECT_EQ(ErrorNumberOf([&] { file->Append(); }), errors::kPermissionDenied);
+  EXPECT_FALSE(file->Changed());
+}
+
+TEST_F(PageFileTest, Changes_StayInMemoryUntilCommit) {
+  const auto file = OpenWith(3);
+  EXPECT_FALSE(file->Changed());
+  file->Write(1).fill(0x55);
+  EXPECT_EQ(file->Append(), 3U);
+  EXPECT_EQ(file->Read(1)[4095], 0x55);
+  EXPECT_EQ(file->Read(3), Page{});
+  EXPECT_TRUE(file->Changed());
+  EXPECT_EQ(files_.Content(kPath), FileOf(3));
+
+  file->Commit();
+  EXPECT_FALSE(file->Changed());
+  Bytes expected = FileOf(3);
+  std::fill_n(expected.begin() + kPageSize, kPageSize, std::uint8_t{0x55});
+  expected.resize(4 * kPageSize);
+  EXPECT_EQ(files_.Content(kPath), expected);
+  ExpectNothingLeftBeside();
+}
+
+TEST_F(PageFileTest, CommitWithoutChanges_TouchesNothing) {
+  const auto file = OpenWith(3);
+  file->Read(2);
+  const std::size_t opens = files_.Opens();
+  file->Commit();
+  EXPECT_EQ(files_.Writes(), 0U);
+  EXPECT_EQ(files_.Opens(), opens);
+}
+
+TEST_F(PageFileTest, CommitOfALargeFile_StreamsItInPiecesAndKeepsTheRest) {
+  const std::size_t pages = 3 * 256 + 7;
+  const auto file = OpenWith(pages);
+  Bytes expected = FileOf(pages);
+  for (const std::size_t number : {0U, 255U, 256U, 774U}) {
+    file->Write(static_cast<PageNumber>(number))[7] = 0xAB;
+    expected[number * kPageSize + 7] = 0xAB;
+  }
+  file->Commit();
+  EXPECT_EQ(files_.Content(kPath), expected);
+  EXPECT_EQ(files_.Writes(), 4U + 1U);
+}
+
+TEST_F(PageFileTest, CommitAfterCommit_BuildsOnTheFileWrittenBefore) {
+  const auto file = OpenWith(40);
+  file->Write(3)[0] = 0x11;
+  file->Commit();
+  file->Write(30)[0] = 0x22;
+  file->Append();
+  file->Commit();
+  file->Write(40)[0] = 0x33;
+  file->Commit();
+  Bytes expected = FileOf(40);
+  expected.resize(41 * kPageSize);
+  expected[3 * kPageSize] = 0x11;
+  expected[30 * kPageSize] = 0x22;
+  expected[40 * kPageSize] = 0x33;
+  EXPECT_EQ(files_.Content(kPath), expected);
+}
+
+TEST_F(PageFileTest, FileStaysHeldThroughCommits) {
+  const auto file = OpenWith(3);
+  file->Write(1).fill(1);
+  file->Commit();
+  EXPECT_EQ(ErrorNumberOf([&] { PageFile::Open(files_, kPath, Mode::ReadOnly); }), errors::kJetGeneral);
+}
+
+TEST_F(PageFileTest, CommitThatFailsAtAnyStep_LeavesTheOldFileAndTheChanges) {
+  for (std::size_t step = 1; step <= 5; ++step) {
+    SCOPED_TRACE(step);
+    const auto file = OpenWith(600);
+    file->Write(500).fill(0x77);
+    file->Append();
+    if (step <= 4) {
+      files_.FailWrite(step);  // three pieces, then the replacement
+    } else {
+      files_.FailSync(1);
+    }
+    EXPECT_EQ(ErrorNumberOf([&] { file->Commit(); }), errors::kDiskFull);
+    EXPECT_EQ(files_.Content(kPath), FileOf(600));
+    ExpectNothingLeftBeside();
+    EXPECT_TRUE(file->Changed());
+    EXPECT_EQ(file->Read(500)[0], 0x77);
+    EXPECT_EQ(file->Read(77), PageOf(77));
+
+    file->Commit();
+    Bytes expected = FileOf(600);
+    std::fill_n(expected.begin() + 500 * static_cast<std::ptrdiff_t>(kPageSize), kPageSize, std::uint8_t{0x77});
+    expected.resize(601 * kPageSize);
+    EXPECT_EQ(files_.Content(kPath), expected);
+  }
+}
+
+TEST_F(PageFileTest, CommitThatCannotReadTheOldFile_ChangesNothing) {
+  const auto file = OpenWith(600);
+  file->Write(500).fill(0x77);
+  files_.FailRead(2);
+  EXPECT_EQ(ErrorNumberOf([&] { file->Commit(); }), errors::kDeviceIo);
+  EXPECT_EQ(files_.Content(kPath), FileOf(600));
+  ExpectNothingLeftBeside();
+}
+
+TEST_F(PageFileTest, Discard_ForgetsChangesAndPagesAdded) {
+  const auto file = OpenWith(3);
+  file->Write(1).fill(0x55);
+  file->Append();
+  file->Discard();
+  EXPECT_EQ(file->Undone(), 1U);
+  EXPECT_FALSE(file->Changed());
+  EXPECT_EQ(file->PageCount(), 3U);
+  EXPECT_EQ(file->Read(1), PageOf(1));
+  file->Write(2).fill(0x66);
+  file->Commit();
+  EXPECT_EQ(files_.Content(kPath)[kPageSize], 1);
+  EXPECT_EQ(files_.Content(kPath)[2 * kPageSize], 0x66);
+}
+
+TEST_F(PageFileTest, ShrinkTo_ForgetsPagesWithoutChangesAndKeepsTheOthers) {
+  const auto file = OpenWith(100);
+  for (PageNumber page = 0; page < 100; ++page) file->Read(page);
+  file->Write(7).fill(0x55);
+  const std::size_t reads = files_.Reads();
+  file->ShrinkTo(100);
+  file->Read(50);
+  EXPECT_EQ(files_.Reads(), reads);
+  file->ShrinkTo(99);
+  EXPECT_EQ(file->Read(50), PageOf(50));
+  EXPECT_EQ(files_.Reads(), reads + 1);
+  EXPECT_EQ(file->Read(7)[0], 0x55);
+  EXPECT_TRUE(file->Changed());
+  file->Commit();
+  EXPECT_EQ(files_.Content(kPath)[7 * kPageSize], 0x55);
+  EXPECT_EQ(files_.Content(kPath)[8 * kPageSize], 8);
+}
+
+TEST_F(PageFileTest, ShrinkToInAStatement_LeavesItsOldContents) {
+  const auto file = OpenWith(10);
+  file->Begin();
+  file->Write(3).fill(0x55);
+  for (PageNumber page = 0; page < 10; ++page) file->Read(page);
+  file->ShrinkTo(0);
+  file->Rollback();
+  EXPECT_EQ(file->Read(3), PageOf(3));
+  EXPECT_FALSE(file->Changed());
+}
+
+TEST_F(PageFileTest, NewDatabase_ExistsOnlyAfterCommit) {
+  files_.CreateFolders("C:\\data");
+  const auto file = PageFile::Create(files_, kPath);
+  EXPECT_EQ(file->PageCount(), 0U);
+  file->Append();
+  file->Write(file->Append()).fill(5);
+  EXPECT_FALSE(files_.FileExists(kPath));
+  file->Commit();
+  Bytes expected(2 * kPageSize, 0);
+  std::fill_n(expected.begin() + kPageSize, kPageSize, std::uint8_t{5});
+  EXPECT_EQ(files_.Content(kPath), expected);
+  file->Write(0).fill(4);
+  file->Commit();
+  EXPECT_EQ(files_.Content(kPath)[0], 4);
+}
+
+TEST_F(PageFileTest, NewDatabaseOverAnOldFile_HoldsItAndReplacesIt) {
+  files_.Put(kPath, FileOf(9));
+  const auto file = PageFile::Create(files_, kPath);
+  EXPECT_EQ(file->PageCount(), 0U);
+  EXPECT_EQ(ErrorNumberOf([&] { PageFile::Open(files_, kPath, Mode::ReadOnly); }), errors::kJetGeneral);
+  file->Append();
+  EXPECT_EQ(files_.Content(kPath), FileOf(9));
+  file->Commit();
+  EXPECT_EQ(files_.Content(kPath), Bytes(kPageSize, 0));
+}
+
+// Statements.
+
+TEST_F(PageFileTest, Rollback_RestoresPagesCountAndTheUnchangedState) {
+  const auto file = OpenWith(3);
+  file->Begin();
+  file->Write(1).fill(0x55);
+  file->Write(file->Append()).fill(0x66);
+  EXPECT_EQ(file->Undone(), 0U);
+  file->Rollback();
+  EXPECT_EQ(file->Undone(), 1U);
+  EXPECT_EQ(file->Read(1), PageOf(1));
+  EXPECT_EQ(file->PageCount(), 3U);
+  EXPECT_FALSE(file->Changed());
+}
+
+TEST_F(PageFileTest, Rollback_KeepsWhatEarlierStatementsDid) {
+  const auto file = OpenWith(3);
+  file->Begin();
+  file->Write(1).fill(0x55);
+  file->End();
+  file->Append();
+  file->Begin();
+  file->Write(1).fill(0x66);
+  file->Write(1).fill(0x77);
+  file->Write(3).fill(0x77);
+  file->Rollback();
+  EXPECT_EQ(file->Read(1)[9], 0x55);
+  EXPECT_EQ(file->Read(3), Page{});
+  EXPECT_EQ(file->PageCount(), 4U);
+  EXPECT_TRUE(file->Changed());
+}
+
+TEST_F(PageFileTest, ManyStatements_ReuseTheirRoomAndRestoreTheRightPages) {
+  const auto file = OpenWith(200);
+  for (PageNumber round = 0; round < 5; ++round) {
+    file->Begin();
+    for (PageNumber number = round; number < 150; ++number) file->Write(number).fill(0xEE);
+    file->Rollback();
+  }
+  for (PageNumber number = 0; number < 200; ++number) EXPECT_EQ(file->Read(number), PageOf(number));
+}
+
+TEST_F(PageFileTest, StatementWithoutComplete_IsRolledBack) {
+  const auto file = OpenWith(3);
+  {
+    Statement statement(*file);
+    file->Write(1).fill(0x55);
+  }
+  EXPECT_FALSE(file->Changed());
+  {
+    Statement statement(*file);
+    file->Write(1).fill(0x55);
+    statement.Complete();
+  }
+  EXPECT_EQ(file->Read(1)[0], 0x55);
+}
+
+TEST_F(PageFileTest, StatementInsideAnother_IsRolledBackWithIt) {
+  const auto file = OpenWith(3);
+  {
+    Statement outer(*file);
+    file->Write(0).fill(0x44);
+    Statement inner(*file);
+    file->Write(1).fill(0x55);
+    inner.Complete();
+  }
+  EXPECT_FALSE(file->Changed());
+  EXPECT_EQ(file->Read(1), PageOf(1));
+}
+
+TEST_F(PageFileTest, FailedStatementInsideAnother_CannotBeCompleted) {
+  const auto file = OpenWith(3);
+  Statement outer(*file);
+  file->Write(0).fill(0x44);
+  {
+    Statement inner(*file);
+    file->Write(1).fill(0x55);
+  }
+  EXPECT_EQ(ErrorNumberOf([&] { outer.Complete(); }), errors::kJetGeneral);
+  EXPECT_FALSE(file->Changed());
+}
+
+TEST_F(PageFileTest, CommitInAStatement_IsRefused) {
+  const auto file = OpenWith(3);
+  Statement statement(*file);
+  file->Write(1).fill(0x55);
+  EXPECT_EQ(ErrorNumberOf([&] { file->Commit(); }), errors::kJetGeneral);
+  EXPECT_EQ(files_.Content(kPath), FileOf(3));
+}
+
+TEST_F(PageFileTest, DiscardInAStatement_EndsIt) {
+  const auto file = OpenWith(3);
+  {
+    Statement statement(*file);
+    file->Write(1).fill(0x55);
+    file->Append();
+    file->Discard();
+  }
+  EXPECT_EQ(file->PageCount(), 3U);
+  EXPECT_EQ(file->Read(1), PageOf(1));
+  file->Write(2).fill(0x66);
+  file->Commit();
+  EXPECT_EQ(files_.Content(kPath)[2 * kPageSize], 0x66);
+}
+
+TEST(PageFileOnDisk, CommitOverAFileOfThisMachine_IsReadBackByTheNextOpening) {
+  const TempFolder folder;
+  const auto files = platform::MakeFileSystem();
+  const std::string path = folder.File("real.mdb");
+  {
+    const auto file = PageFile::Create(*files, path);
+    for (PageNumber number = 0; number < 300; ++number) file->Write(file->Append()) = PageOf(number);
+    file->Commit();
+    file->Write(299).fill(0xAA);
+    EXPECT_EQ(ErrorNumberOf([&] { PageFile::Open(*files, path, Mode::ReadWrite); }), errors::kJetGeneral);
+    file->Commit();
+  }
+  const auto file = PageFile::Open(*files, path, Mode::ReadOnly);
+  EXPECT_EQ(file->PageCount(), 300U);
+  EXPECT_EQ(file->Read(298), PageOf(298));
+  EXPECT_EQ(file->Read(299)[0], 0xAA);
+  EXPECT_EQ(files->List(folder.Path()).size(), 1U);
+}
+
+}  // namespace
+}  // namespace mv::jet

@@ -1,0 +1,558 @@
+#include "jet/index/IndexTree.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <string>
+
+#include "jet/file/JetErrors.h"
+
+namespace mv::jet {
+namespace {
+
+constexpr std::size_t kMaxDepth = kHighestIndexLevel + std::size_t{1};
+
+[[noreturn]] void DamagedTree(PageNumber root, const std::string& what) {
+  throw DamagedFileError("the index tree of page " + std::to_string(root) + " " + what);
+}
+
+/// The place from `first` to `last` (not included) whose larger part, as `largerPart` tells it, is smallest.
+template <typename LargerPart>
+std::size_t Balanced(std::size_t first, std::size_t last, LargerPart largerPart) {
+  std::size_t best = first;
+  for (std::size_t place = first + 1; place < last; ++place) {
+    if (largerPart(place) < largerPart(best)) best = place;
+  }
+  return best;
+}
+
+/// Bytes of a part of a leaf's entries on a page of its own. The entries ascend, so what the first and the last share
+/// all share.
+std::size_t SizeOfPart(EntryRange part) {
+  if (part.Count() < 2) return part.StoredSize(0);
+  const ByteView first = part.list[part.first];
+  const ByteView last = part.list[part.last - 1];
+  const auto end = std::mismatch(first.begin(), first.end(), last.begin(), last.end()).first;
+  // Something of every entry but the first must be left to store.
+  const auto shared = std::min(static_cast<std::size_t>(end - first.begin()), last.size() - 1);
+  return part.StoredSize(shared);
+}
+
+/// Where to cut a leaf's entries: the first one of the upper part. One entry that shares nothing with the others may
+/// need a page of its own, because the others fit on theirs only by what they share.
+std::size_t MiddleCut(const EntryList& entries) {
+  const std::size_t count = entries.Count();
+  return Balanced(1, count, [&](std::size_t cut) {
+    return std::max(SizeOfPart({entries, 0, cut}), SizeOfPart({entries, cut, count}));
+  });
+}
+
+/// The node entry that goes up. Three entries are enough for both parts to keep one, and all that fit a page are.
+std::size_t MiddleEntry(const EntryList& entries) {
+  const std::size_t count = entries.Count();
+  return Balanced(1, count - 1, [&](std::size_t middle) {
+    return std::max(entries.Size(0, middle), entries.Size(middle + 1, count));
+  });
+}
+
+void CheckCanBeSpread(const EntryList& nodeEntries) {
+  if (nodeEntries.Count() < 3) throw DamagedFileError("the entries of an index node are too long");
+}
+
+/// The parts of a node entry.
+ByteView KeyAndRowOf(ByteView nodeEntry) {
+  return nodeEntry.first(nodeEntry.size() - kChildSize);
+}
+
+PageNumber ChildOf(ByteView nodeEntry) {
+  return LoadBig<std::uint32_t>(nodeEntry.last(kChildSize).data());
+}
+
+}  // namespace
+
+/// The pages from the root to a leaf, each with the way taken from it.
+class IndexTree::Path {
+ public:
+  /// Instead of an entry: the tail was taken.
+  static constexpr std::size_t kTail = std::numeric_limits<std::size_t>::max();
+
+  struct Step {
+    PageNumber page = 0;
+    std::size_t at = kTail;  ///< where the entry begins whose child comes next; meaningless in the last step
+  };
+
+  /// The leaf's place in the path; 0 when the root is a leaf.
+  std::size_t LeafDepth() const { return size_ - 1; }
+  PageNumber Leaf() const { return steps_[size_ - 1].page; }
+  const Step& operator[](std::size_t depth) const { return steps_[depth]; }
+
+  void Append(Step step) {
+    if (size_ == kMaxDepth) DamagedTree(steps_[0].page, "has no end");
+    steps_[size_++] = step;
+  }
+  /// The root's content has moved to the page `moved`, its tail.
+  void RootMovedTo(PageNumber moved) {
+    if (size_ == kMaxDepth) DamagedTree(steps_[0].page, "is too deep");
+    std::move_backward(steps_.begin(), steps_.begin() + static_cast<std::ptrdiff_t>(size_),
+                       steps_.begin() + static_cast<std::ptrdiff_t>(size_) + 1);
+    ++size_;
+    steps_[0] = {steps_[1].page, kTail};
+    steps_[1].page = moved;
+  }
+  /// The place of a page in the path, which must be there.
+  std::size_t DepthOf(PageNumber page) const {
+    const auto end = steps_.begin() + static_cast<std::ptrdiff_t>(size_);
+    const auto step = std::find_if(steps_.begin(), end, [&](const Step& one) { return one.page == page; });
+    if (step == end) DamagedTree(steps_[0].page, "has entries out of order");
+    return static_cast<std::size_t>(step - steps_.begin());
+  }
+  /// True when the page at `depth` is its parent's tail. Needs depth > 0.
+  bool IsTail(std::size_t depth) const { return steps_[depth - 1].at == kTail; }
+  /// True when nothing of its level stands right of the page at `depth`.
+  bool IsRightmost(std::size_t depth) const {
+    return std::all_of(steps_.begin(), steps_.begin() + static_cast<std::ptrdiff_t>(depth),
+                       [](const Step& step) { return step.at == kTail; });
+  }
+
+ private:
+  std::array<Step, kMaxDepth> steps_;
+  std::size_t size_ = 0;
+};
+
+/// What the split of a page means for its parent.
+struct IndexTree::Split {
+  PageNumber lower = 0;    ///< gets an entry with lastOfLower
+  PageNumber upper = 0;    ///< takes the place of the page that was split
+  EntryBytes lastOfLower;  ///< key and row address
+};
+
+/// The entries of a page together with one that the page could not take.
+struct IndexTree::Overfull {
+  EntryList entries;
+  std::size_t added = 0;  ///< index of the one
+
+  bool EndsWithAdded() const { return added + 1 == entries.Count(); }
+
+  /// Adds an entry to a page; the result has the page's entries when it must be split for it.
+  static std::optional<Overfull> Insert(IndexPage& page, std::size_t at, ByteView entry) {
+    if (page.TryInsert(at, entry)) return std::nullopt;
+    Overfull result{page.AllEntries(), page.IndexOf(at)};
+    result.entries.Insert(result.added, entry);
+    if (page.TryStore({result.entries, 0, result.entries.Count()})) return std::nullopt;
+    return result;
+  }
+};
+
+IndexTree::IndexTree(PageFile& file, FreePages& freePages, PageNumber tablePage, const IndexData& index)
+    : file_(file), freePages_(freePages), tablePage_(tablePage), root_(index.root), map_(index.map) {}
+
+IndexTree::Path IndexTree::PathTo(ByteView entry) const {
+  Path path;
+  PageNumber page = root_;
+  while (true) {
+    const IndexPageView view = View(page);
+    if (view.IsLeaf()) {
+      path.Append({page});
+      return path;
+    }
+    const std::size_t at = view.LowerBound(entry);
+    const bool takesTail = at == view.Used();
+    path.Append({page, takesTail ? Path::kTail : at});
+    page = takesTail ? view.Tail() : view.ChildAt(at);
+  }
+}
+
+PageNumber IndexTree::FirstLeaf() const {
+  PageNumber page = root_;
+  for (std::size_t depth = 0; depth < kMaxDepth; ++depth) {
+    const IndexPageView view = View(page);
+    if (view.IsLeaf()) return page;
+    page = view.FirstChild();
+  }
+  DamagedTree(root_, "has no end");
+}
+
+/// Hands the entries from `at` of a leaf on to `visit`, following the leaf links, until that returns false.
+template <typename Visitor>
+void IndexTree::VisitEntries(PageNumber leaf, std::size_t at, Visitor visit) const {
+  EntryBytes entry;
+  for (PageNumber visited = 0; leaf != 0; ++visited) {
+    if (visited == file_.PageCount()) DamagedTree(root_, "has leaves linked in a circle");
+    const IndexPageView view = View(leaf);
+    if (!view.IsLeaf()) DamagedTree(root_, "has a node among its leaves");
+    for (const std::size_t used = view.Used(); at < used; at = view.EndOf(at)) {
+      view.ReadEntry(at, entry);
+      if (!visit(entry)) return;
+    }
+    leaf = view.Next();
+    at = 0;
+  }
+}
+
+std::vector<IndexTree::Entry> IndexTree::Entries() const {
+  std::vector<Entry> entries;
+  VisitEntries(FirstLeaf(), 0, [&](const EntryBytes& entry) {
+    entries.push_back({Bytes(entry.Key().begin(), entry.Key().end()), entry.Row()});
+    return true;
+  });
+  return entries;
+}
+
+/// Hands the rows with exactly this key on to `visit`, ascending, until that returns false.
+template <typename Visitor>
+void IndexTree::VisitKey(ByteView key, Visitor visit) const {
+  if (key.size() > kLongestPageKey) return;
+  const EntryBytes lowest(key, RowId{});
+  const PageNumber leaf = PathTo(lowest.View()).Leaf();
+  VisitEntries(leaf, View(leaf).LowerBound(lowest.View()), [&](const EntryBytes& entry) {
+    // Longer keys that begin with this one may stand among its entries.
+    const ByteView bytes = entry.View();
+    if (bytes.size() < key.size() || !std::equal(key.begin(), key.end(), bytes.begin())) return false;
+    return entry.Key().size() != key.size() || visit(entry.Row());
+  });
+}
+
+std::optional<RowId> IndexTree::Find(ByteView key, std::optional<RowId> except) const {
+  std::optional<RowId> found;
+  VisitKey(key, [&](RowId row) {
+    if (row != except) found = row;
+    return !found.has_value();
+  });
+  return found;
+}
+
+std::vector<RowId> IndexTree::FindAll(ByteView key, std::size_t most) const {
+  std::vector<RowId> rows;
+  VisitKey(key, [&](RowId row) {
+    if (rows.size() < most) rows.push_back(row);
+    return rows.size() < most;
+  });
+  return rows;
+}
+
+bool IndexTree::FindByRow(RowId row, EntryBytes& found) const {
+  bool isFound = false;
+  VisitEntries(FirstLeaf(), 0, [&](const EntryBytes& entry) {
+    isFound = entry.Row() == row;
+    if (isFound) found = entry;
+    return !isFound;
+  });
+  return isFound;
+}
+
+void IndexTree::Insert(ByteView key, RowId row) {
+  if (key.size() > kLongestKey) {
+    throw UnsupportedError("an index key of more than " + std::to_string(kLongestKey) + " bytes");
+  }
+  const EntryBytes entry(key, row);
+  Path path = PathTo(entry.View());
+  IndexPage leaf = Edit(path.Leaf());
+  const std::size_t at = leaf.LowerBound(entry.View());
+  if (leaf.Holds(at, entry.View())) DamagedTree(root_, "has an entry for a row that is new");
+  const std::optional<Overfull> overfull = Overfull::Insert(leaf, at, entry.View());
+  if (!overfull) return;
+  Split split = SplitLeaf(path, *overfull);
+  PassUp(path, path.LeafDepth(), split);
+}
+
+/// Appending leaves the old leaf full and puts the new entry on a leaf of its own, so that ascending keys fill their
+/// pages; else the entries are halved.
+IndexTree::Split IndexTree::SplitLeaf(Path& path, const Overfull& leaf) {
+  if (path.LeafDepth() == 0) PushRootDown(path);
+  const EntryList& entries = leaf.entries;
+  const bool appends = leaf.EndsWithAdded() && path.IsRightmost(path.LeafDepth());
+  const std::size_t cut = appends ? entries.Count() - 1 : MiddleCut(entries);
+  Split split = AddSibling(path, path.LeafDepth());
+  if (!appends) Edit(split.lower).StoreCompact({entries, 0, cut});
+  Edit(split.upper).StoreCompact({entries, cut, entries.Count()});
+  split.lastOfLower.Append(entries[cut - 1]);
+  return split;
+}
+
+/// The middle entry goes up; when appending, the last but one, so that the new node has an entry. Needs depth > 0.
+IndexTree::Split IndexTree::SplitNode(Path& path, std::size_t depth, const Overfull& node) {
+  const EntryList& entries = node.entries;
+  CheckCanBeSpread(entries);
+  const bool appends = node.EndsWithAdded() && path.IsRightmost(depth);
+  const std::size_t middle = appends ? entries.Count() - 2 : MiddleEntry(entries);
+  const PageNumber tail = View(path[depth].page).Tail();
+  Split split = AddSibling(path, depth);
+  Edit(split.upper).SetTail(tail);
+  StoreNodePair(split.lower, split.upper, entries, middle);
+  split.lastOfLower.Append(KeyAndRowOf(entries[middle]));
+  return split;
+}
+
+/// Spreads entries over two neighbours. The one named goes to neither: its child becomes the tail of the lower node.
+void IndexTree::StoreNodePair(PageNumber lower, PageNumber upper, const EntryList& entries, std::size_t middle) {
+  IndexPage lowerNode = Edit(lower);
+  lowerNode.StoreCompact({entries, 0, middle});
+  lowerNode.SetTail(ChildOf(entries[middle]));
+  IndexPage upperNode = Edit(upper);
+  upperNode.StoreCompact({entries, middle + 1, entries.Count()});
+  CutNodeLink(lowerNode.Tail(), upperNode.FirstChild());
+}
+
+/// A new page beside the one at `depth`, on the side that changes the parent least: the upper part of a tail, because
+/// the tail has no entry that would have to change; the lower part of any other page, because its entry stays right.
+IndexTree::Split IndexTree::AddSibling(const Path& path, std::size_t depth) {
+  const PageNumber page = path[depth].page;
+  const PageNumber added = NewPage(View(page).Level());
+  if (path.IsTail(depth)) {
+    LinkBetween(page, added, View(page).Next());
+    return {page, added, {}};
+  }
+  LinkBetween(View(page).Previous(), added, page);
+  return {added, page, {}};
+}
+
+/// Tells the parent of the page at `depth` of its split, and that page's parent when it must be split in turn.
+void IndexTree::PassUp(Path& path, std::size_t depth, Split split) {
+  while (true) {
+    const bool wasTail = path.IsTail(depth);
+    --depth;
+    IndexPage node = Edit(path[depth].page);
+    if (wasTail) node.SetTail(split.upper);
+    EntryBytes entry = split.lastOfLower;
+    entry.AppendChild(split.lower);
+    const std::size_t at = wasTail ? node.Used() : path[depth].at;
+    const std::optional<Overfull> overfull = Overfull::Insert(node, at, entry.View());
+    if (!overfull) return;
+    if (depth == 0) {
+      PushRootDown(path);
+      depth = 1;
+    }
+    split = SplitNode(path, depth, *overfull);
+  }
+}
+
+/// Gives the tree one more level: the root keeps its number, its content moves to a new page, its tail.
+void IndexTree::PushRootDown(Path& path) {
+  const std::uint8_t level = View(root_).Level();
+  const PageNumber moved = NewPage(level);
+  path.RootMovedTo(moved);
+  file_.Write(moved) = file_.Read(root_);
+  IndexPage::Format(file_.Write(root_), tablePage_, static_cast<std::uint8_t>(level + 1));
+  Edit(root_).SetTail(moved);
+}
+
+bool IndexTree::Remove(ByteView key, RowId row) {
+  if (key.size() <= kLongestPageKey) {
+    const EntryBytes entry(key, row);
+    Path path = PathTo(entry.View());
+    const IndexPageView leaf = View(path.Leaf());
+    const std::size_t at = leaf.LowerBound(entry.View());
+    if (leaf.Holds(at, entry.View())) {
+      RemoveAt(path, at);
+      return true;
+    }
+  }
+  EntryBytes entry;
+  if (!FindByRow(row, entry)) return false;
+  Path path = PathTo(entry.View());
+  const IndexPageView leaf = View(path.Leaf());
+  const std::size_t at = leaf.LowerBound(entry.View());
+  if (!leaf.Holds(at, entry.View())) DamagedTree(root_, "has entries out of order");
+  RemoveAt(path, at);
+  return true;
+}
+
+void IndexTree::RemoveAt(Path& path, std::size_t at) {
+  IndexPage leaf = Edit(path.Leaf());
+  const bool wasLast = leaf.EndOf(at) == leaf.Used();
+  leaf.Remove(at);
+  if (leaf.IsEmpty()) return RemoveEmptyPages(path);
+  if (!wasLast) return;
+  EntryBytes last;
+  leaf.ReadEntry(leaf.LastStart(), last);
+  UpdateAncestorEntry(path, path.LeafDepth(), last.View());
+}
+
+/// The leaf of the path is empty: takes it out of the tree, and every node that has nothing left without it.
+void IndexTree::RemoveEmptyPages(Path& path) {
+  for (std::size_t depth = path.LeafDepth(); depth > 0; --depth) {
+    Unlink(path[depth].page);
+    DropPage(path[depth].page);
+    const PageNumber parent = path[depth - 1].page;
+    if (DetachChild(path, depth - 1)) return MendNode(parent);
+  }
+  FormatEmptyLeaf(file_.Write(root_), tablePage_);
+}
+
+/// Takes the child of the path out of the node at `depth`. Returns false when the node has no other child.
+bool IndexTree::DetachChild(Path& path, std::size_t depth) {
+  IndexPage node = Edit(path[depth].page);
+  if (!path.IsTail(depth + 1)) {
+    node.Remove(path[depth].at);
+    return true;
+  }
+  if (node.IsEmpty()) return false;
+  const std::size_t lastStart = node.LastStart();
+  EntryBytes last;
+  node.ReadEntry(lastStart, last);
+  node.SetTail(node.ChildAt(lastStart));
+  node.Remove(lastStart);
+  UpdateAncestorEntry(path, depth, last.KeyAndRow());
+  return true;
+}
+
+/// `last` (key and row address) is now the last entry below the page at `depth`: writes it into the entry that stands
+/// for it, which is in the parent or, when the path goes through tails, further up or nowhere.
+void IndexTree::UpdateAncestorEntry(Path& path, std::size_t depth, ByteView last) {
+  while (depth > 0 && path.IsTail(depth)) --depth;
+  if (depth > 0) ReplaceEntry(path, depth - 1, path[depth - 1].at, last);
+}
+
+/// Gives the entry at `at` of the node at `depth` another key and row address, which may be too long for the page.
+void IndexTree::ReplaceEntry(Path& path, std::size_t depth, std::size_t at, ByteView keyAndRow) {
+  IndexPage node = Edit(path[depth].page);
+  EntryBytes entry;
+  entry.Append(keyAndRow);
+  entry.AppendChild(node.ChildAt(at));
+  node.Remove(at);
+  const std::optional<Overfull> overfull = Overfull::Insert(node, at, entry.View());
+  if (!overfull) return;
+  if (depth == 0) {
+    PushRootDown(path);
+    depth = 1;
+  }
+  const Split split = SplitNode(path, depth, *overfull);
+  PassUp(path, depth, split);
+}
+
+/// After a removal: no node is left with its tail only. Jet itself does leave such nodes, but not every reader takes
+/// them for sound.
+void IndexTree::MendNode(PageNumber node) {
+  while (node != root_ && View(node).IsEmpty()) {
+    Path path = PathTo(LastBelow(node).View());
+    const std::size_t depth = path.DepthOf(node);
+    const PageNumber parent = path[depth - 1].page;
+    if (!JoinWithNeighbour(path, depth)) return;
+    node = parent;
+  }
+  CollapseRoot();
+}
+
+/// The last entry below a node.
+EntryBytes IndexTree::LastBelow(PageNumber page) const {
+  for (std::size_t depth = 0; depth < kMaxDepth; ++depth) {
+    const IndexPageView view = View(page);
+    if (!view.IsLeaf()) {
+      page = view.Tail();
+      continue;
+    }
+    if (view.IsEmpty()) DamagedTree(root_, "has an empty leaf");
+    EntryBytes last;
+    view.ReadEntry(view.LastStart(), last);
+    return last;
+  }
+  DamagedTree(root_, "has no end");
+}
+
+/// Puts the children of the node at `depth` and of a neighbour under one of the two, or spreads them evenly when they
+/// are too many. Returns true when the parent has lost an entry by that. Needs depth > 0.
+bool IndexTree::JoinWithNeighbour(Path& path, std::size_t depth) {
+  IndexPage parent = Edit(path[depth - 1].page);
+  if (parent.IsEmpty()) return false;  // other engines leave such parents; there is no neighbour then
+  const std::size_t at = path.IsTail(depth) ? parent.LastStart() : path[depth - 1].at;
+  const std::size_t next = parent.EndOf(at);
+  const PageNumber lower = parent.ChildAt(at);
+  const PageNumber upper = next == parent.Used() ? parent.Tail() : parent.ChildAt(next);
+  const bool areNeighbours = lower != upper && View(lower).Level() == View(upper).Level();
+  if (!areNeighbours || View(upper).Level() >= parent.Level()) DamagedTree(root_, "has a wrong level");
+
+  const EntryList entries = JoinedEntries(parent, at, lower, upper);
+  JoinNodeLink(View(lower).Tail(), View(upper).FirstChild());
+  const EntryRange all = {entries, 0, entries.Count()};
+  if (all.StoredSize(0) <= kEntryAreaSize) {
+    Edit(upper).StoreCompact(all);
+    parent.Remove(at);
+    Unlink(lower);
+    DropPage(lower);
+    return true;
+  }
+  CheckCanBeSpread(entries);
+  const std::size_t middle = MiddleEntry(entries);
+  StoreNodePair(lower, upper, entries, middle);
+  ReplaceEntry(path, depth - 1, at, KeyAndRowOf(entries[middle]));
+  return false;
+}
+
+/// The entries of two neighbours, and between them one for the lower one's tail: its last entry is the one that the
+/// parent has for the whole of the lower node.
+EntryList IndexTree::JoinedEntries(const IndexPageView& parent, std::size_t at, PageNumber lower,
+                                   PageNumber upper) const {
+  EntryBytes ofLower;
+  parent.ReadEntry(at, ofLower);
+  EntryBytes between;
+  between.Append(ofLower.KeyAndRow());
+  between.AppendChild(View(lower).Tail());
+  EntryList entries = View(lower).AllEntries();
+  entries.Append(between.View());
+  const EntryList rest = View(upper).AllEntries();
+  for (std::size_t i = 0; i < rest.Count(); ++i) entries.Append(rest[i]);
+  return entries;
+}
+
+/// A root that has its tail only takes the tail's content.
+void IndexTree::CollapseRoot() {
+  while (!View(root_).IsLeaf() && View(root_).IsEmpty()) {
+    const PageNumber tail = View(root_).Tail();
+    if (tail == root_ || View(tail).Level() >= View(root_).Level()) DamagedTree(root_, "has a root below itself");
+    file_.Write(root_) = file_.Read(tail);
+    DropPage(tail);
+  }
+}
+
+PageNumber IndexTree::NewPage(std::uint8_t level) {
+  const PageNumber page = freePages_.Allocate();
+  IndexPage::Format(file_.Write(page), tablePage_, level);
+  UsageMap(file_, map_).Add(page, freePages_);
+  return page;
+}
+
+void IndexTree::DropPage(PageNumber page) {
+  UsageMap map(file_, map_);
+  if (!map.Contains(page)) DamagedTree(root_, "has page " + std::to_string(page) + ", which its map does not list");
+  map.Remove(page);
+  freePages_.Free(page);
+}
+
+/// Puts `added` between two neighbours, either of which may be 0.
+void IndexTree::LinkBetween(PageNumber left, PageNumber added, PageNumber right) {
+  IndexPage page = Edit(added);
+  page.SetPrevious(left);
+  page.SetNext(right);
+  if (left != 0) Edit(left).SetNext(added);
+  if (right != 0) Edit(right).SetPrevious(added);
+}
+
+void IndexTree::Unlink(PageNumber page) {
+  const IndexPageView view = View(page);
+  const PageNumber left = view.Previous();
+  const PageNumber right = view.Next();
+  const bool agree = (left == 0 || View(left).Next() == page) && (right == 0 || View(right).Previous() == page);
+  if (!agree) DamagedTree(root_, "has neighbours that do not agree");
+  if (left != 0) Edit(left).SetNext(right);
+  if (right != 0) Edit(right).SetPrevious(left);
+}
+
+/// Two children have come under different parents: nodes are linked under one parent only, leaves throughout.
+void IndexTree::CutNodeLink(PageNumber left, PageNumber right) {
+  if (View(left).IsLeaf()) return;
+  Edit(left).SetNext(0);
+  Edit(right).SetPrevious(0);
+}
+
+/// Two children have come side by side under one parent.
+void IndexTree::JoinNodeLink(PageNumber left, PageNumber right) {
+  if (View(left).IsLeaf()) return;
+  Edit(left).SetNext(right);
+  Edit(right).SetPrevious(left);
+}
+
+void FormatEmptyLeaf(Page& page, PageNumber tablePage) {
+  IndexPage::Format(page, tablePage, 0);
+}
+
+}  // namespace mv::jet

@@ -1,0 +1,199 @@
+#include "jet/rows/ColumnValue.h"
+
+#include <algorithm>
+#include <bit>
+#include <string>
+
+#include "base/ByteOrder.h"
+#include "base/Error.h"
+#include "base/Utf.h"
+#include "jet/file/JetErrors.h"
+#include "jet/rows/Decimal.h"
+#include "jet/rows/Guid.h"
+
+namespace mv::jet {
+namespace {
+
+constexpr std::uint8_t kDecimalNegative = 0x80;
+/// Around the years 100 to 9999. The fraction counts forward from a negative day too: the first day ends before the
+/// number of the day before it.
+constexpr double kDayBeforeFirst = -657435;
+constexpr double kDayBehindLast = 2958466;
+
+template <std::integral T>
+void StoreWhole(Bytes& out, T value) {
+  out.resize(sizeof(T));
+  StoreLittle(out.data(), value);
+}
+
+void StoreDecimal(Bytes& out, const Decimal& decimal) {
+  out.resize(1 + sizeof(decimal.magnitude));
+  out[0] = decimal.negative ? kDecimalNegative : 0;
+  for (std::size_t word = 0; word < decimal.magnitude.size(); ++word) {
+    StoreLittle(out.data() + 1 + sizeof(std::uint32_t) * word, decimal.magnitude[word]);
+  }
+}
+
+Decimal LoadDecimal(ByteView bytes) {
+  Decimal decimal;
+  decimal.negative = (bytes[0] & kDecimalNegative) != 0;
+  for (std::size_t word = 0; word < decimal.magnitude.size(); ++word) {
+    decimal.magnitude[word] = LoadLittle<std::uint32_t>(bytes.data() + 1 + sizeof(std::uint32_t) * word);
+  }
+  return decimal;
+}
+
+void StoreGuid(Bytes& out, std::string_view text) {
+  const Guid stored = SwappedGroups(GuidFromText(text));
+  out.assign(stored.begin(), stored.end());
+}
+
+std::string LoadGuid(ByteView bytes) {
+  Guid stored;
+  std::copy_n(bytes.begin(), stored.size(), stored.begin());
+  return TextOfGuid(SwappedGroups(stored));
+}
+
+void StoreDate(Bytes& out, Date date) {
+  const bool inCalendar = date.days > kDayBeforeFirst && date.days < kDayBehindLast;
+  if (!inCalendar) throw StandardError(errors::kOverflow);
+  StoreWhole(out, std::bit_cast<std::uint64_t>(date.days));
+}
+
+[[noreturn]] void ThrowTooLong() {
+  throw ConstraintError(
+      "The field is too small to accept the amount of data you attempted to add. Try inserting or pasting less data.");
+}
+
+void StoreText(Bytes& out, const Column& column, const std::string& text) {
+  std::u16string units = Utf16FromUtf8(text);
+  const std::size_t longest = column.length / sizeof(char16_t);
+  if (units.size() > longest) ThrowTooLong();
+  if (column.IsFixed()) units.resize(longest, u' ');
+  const bool compressed = column.IsCompressed() && !column.IsFixed();
+  out = StoredText(units, compressed ? TextForm::CompressedUnlessLonger : TextForm::Plain);
+}
+
+void StoreRaw(Bytes& out, const Column& column, const Bytes& bytes) {
+  if (bytes.size() > column.length) ThrowTooLong();
+  out = bytes;
+  if (column.IsFixed()) out.resize(column.length);
+}
+
+/// Bytes that the type takes; 0 when that varies.
+std::size_t SizeOfType(const Column& column) {
+  switch (column.type) {
+    case ColumnType::Text:
+    case ColumnType::Binary:
+    case ColumnType::RawBlock:
+      return 0;
+    default:
+      return FixedSize(column);
+  }
+}
+
+}  // namespace
+
+DataType DataTypeOf(ColumnType type) {
+  switch (type) {
+    case ColumnType::Boolean:
+      return DataType::Boolean;
+    case ColumnType::Byte:
+      return DataType::UnsignedTinyInt;
+    case ColumnType::Integer:
+      return DataType::SmallInt;
+    case ColumnType::Long:
+      return DataType::Integer;
+    case ColumnType::Currency:
+      return DataType::Currency;
+    case ColumnType::Single:
+      return DataType::Single;
+    case ColumnType::Double:
+      return DataType::Double;
+    case ColumnType::DateTime:
+      return DataType::Date;
+    case ColumnType::Text:
+      return DataType::VarWChar;
+    case ColumnType::Memo:
+      return DataType::LongVarWChar;
+    case ColumnType::Ole:
+      return DataType::LongVarBinary;
+    case ColumnType::Guid:
+      return DataType::Guid;
+    case ColumnType::Decimal:
+      return DataType::Numeric;
+    case ColumnType::Binary:
+    case ColumnType::RawBlock:
+      break;
+  }
+  return DataType::VarBinary;
+}
+
+Bytes StoredText(std::u16string_view units, TextForm form) {
+  constexpr char16_t kCompressedMark = 0xFEFF;
+  Bytes stored = EncodeText(units, form);
+  if (units.starts_with(kCompressedMark) && stored == EncodeText(units, TextForm::Plain)) {
+    throw ConstraintError("A text that begins with the character U+FEFF cannot be stored.");
+  }
+  return stored;
+}
+
+Value ValueFromBytes(const Column& column, ByteView bytes) {
+  const std::size_t size = SizeOfType(column);
+  if (size != 0 && bytes.size() != size) {
+    throw DamagedFileError("column '" + column.name + "' of a row has " + std::to_string(bytes.size()) + " bytes");
+  }
+  switch (column.type) {
+    case ColumnType::Byte:
+      return bytes[0];
+    case ColumnType::Integer:
+      return LoadLittle<std::int16_t>(bytes.data());
+    case ColumnType::Long:
+      return LoadLittle<std::int32_t>(bytes.data());
+    case ColumnType::Currency:
+      return Currency{LoadLittle<std::int64_t>(bytes.data())};
+    case ColumnType::Single:
+      return std::bit_cast<float>(LoadLittle<std::uint32_t>(bytes.data()));
+    case ColumnType::Double:
+      return std::bit_cast<double>(LoadLittle<std::uint64_t>(bytes.data()));
+    case ColumnType::DateTime:
+      return Date{std::bit_cast<double>(LoadLittle<std::uint64_t>(bytes.data()))};
+    case ColumnType::Text:
+      return DecodeText(bytes);
+    case ColumnType::Guid:
+      return LoadGuid(bytes);
+    case ColumnType::Decimal:
+      return TextOfDecimal(LoadDecimal(bytes), column.scale);
+    default:
+      return Bytes(bytes.begin(), bytes.end());
+  }
+}
+
+void BytesFromValue(const Column& column, const Value& value, Bytes& out) {
+  switch (column.type) {
+    case ColumnType::Byte:
+      return StoreWhole(out, std::get<std::uint8_t>(value));
+    case ColumnType::Integer:
+      return StoreWhole(out, std::get<std::int16_t>(value));
+    case ColumnType::Long:
+      return StoreWhole(out, std::get<std::int32_t>(value));
+    case ColumnType::Currency:
+      return StoreWhole(out, std::get<Currency>(value).tenThousandths);
+    case ColumnType::Single:
+      return StoreWhole(out, std::bit_cast<std::uint32_t>(std::get<float>(value)));
+    case ColumnType::Double:
+      return StoreWhole(out, std::bit_cast<std::uint64_t>(std::get<double>(value)));
+    case ColumnType::DateTime:
+      return StoreDate(out, std::get<Date>(value));
+    case ColumnType::Text:
+      return StoreText(out, column, std::get<std::string>(value));
+    case ColumnType::Guid:
+      return StoreGuid(out, std::get<std::string>(value));
+    case ColumnType::Decimal:
+      return StoreDecimal(out, DecimalFromText(std::get<std::string>(value), column.precision, column.scale));
+    default:
+      return StoreRaw(out, column, std::get<Bytes>(value));
+  }
+}
+
+}  // namespace mv::jet

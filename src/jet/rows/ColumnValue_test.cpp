@@ -1,0 +1,162 @@
+#include "jet/rows/ColumnValue.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "support/ExpectError.h"
+#include "support/Hex.h"
+#include "support/JetColumns.h"
+
+namespace mv::jet {
+namespace {
+
+using mv::testing::ErrorNumberOf;
+using mv::testing::ErrorOf;
+using mv::testing::FromHex;
+using mv::testing::JetColumns;
+using mv::testing::ToHex;
+
+Column FixedColumn(ColumnType type) {
+  return JetColumns().Fixed("C", type).Last();
+}
+
+std::string Stored(const Column& column, const Value& value) {
+  Bytes bytes = {0xEE, 0xEE};
+  BytesFromValue(column, value, bytes);
+  return ToHex(bytes);
+}
+
+void ExpectBothWays(const Column& column, const Value& value, const std::string& hex) {
+  EXPECT_EQ(Stored(column, value), hex);
+  EXPECT_EQ(ValueFromBytes(column, FromHex(hex)), value);
+}
+
+TEST(ColumnValue, Numbers_AreLittleEndian) {
+  ExpectBothWays(FixedColumn(ColumnType::Byte), std::uint8_t{200}, "C8");
+  ExpectBothWays(FixedColumn(ColumnType::Integer), std::int16_t{-2}, "FE FF");
+  ExpectBothWays(FixedColumn(ColumnType::Long), std::int32_t{1}, "01 00 00 00");
+  ExpectBothWays(FixedColumn(ColumnType::Currency), Currency{180000}, "20 BF 02 00 00 00 00 00");
+  ExpectBothWays(FixedColumn(ColumnType::Single), 1.5F, "00 00 C0 3F");
+  ExpectBothWays(FixedColumn(ColumnType::Double), -1.5, "00 00 00 00 00 00 F8 BF");
+  ExpectBothWays(FixedColumn(ColumnType::DateTime), Date{38143.5}, "00 00 00 00 F0 9F E2 40");
+}
+
+TEST(ColumnValue, DateBefore1899_KeepsItsFractionCountingForward) {
+  ExpectBothWays(FixedColumn(ColumnType::DateTime), Date{-1.25}, "00 00 00 00 00 00 F4 BF");
+}
+
+TEST(ColumnValue, DatesOutsideTheYears100To9999_Overflow) {
+  const Column column = FixedColumn(ColumnType::DateTime);
+  // The last moment of the first day: its fraction counts forward.
+  EXPECT_EQ(ValueFromBytes(column, FromHex(Stored(column, Date{-657434.999}))), Value(Date{-657434.999}));
+  EXPECT_EQ(ValueFromBytes(column, FromHex(Stored(column, Date{2958465.99}))), Value(Date{2958465.99}));
+  for (const double days :
+       {-657435.0, 2958466.0, std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
+    EXPECT_EQ(ErrorNumberOf([&] { Stored(column, Date{days}); }), errors::kOverflow) << days;
+  }
+}
+
+TEST(ColumnValue, Guid_KeepsItsFirstThreeGroupsLittleEndian) {
+  ExpectBothWays(FixedColumn(ColumnType::Guid), std::string("{01234567-89AB-CDEF-0123-456789ABCDEF}"),
+                 "67 45 23 01 AB 89 EF CD 01 23 45 67 89 AB CD EF");
+}
+
+TEST(ColumnValue, Decimal_HasItsWordsMostSignificantFirst) {
+  ExpectBothWays(FixedColumn(ColumnType::Decimal), std::string("-12.5000"),
+                 "80 00 00 00 00 00 00 00 00 00 00 00 00 48 E8 01 00");
+}
+
+TEST(ColumnValue, DecimalBeyondThePrecision_Overflows) {
+  const Column column = FixedColumn(ColumnType::Decimal);
+  EXPECT_EQ(ErrorNumberOf([&] { Stored(column, std::string("100000000000000")); }), errors::kOverflow);
+}
+
+TEST(ColumnValue, TextOfACompressedColumn_IsCompressed) {
+  const Column column = JetColumns().Text("C", 40).Last();
+  ExpectBothWays(column, std::string("Speedy Express"), "FF FE 53 70 65 65 64 79 20 45 78 70 72 65 73 73");
+}
+
+TEST(ColumnValue, TextOfAPlainColumn_IsReadCompressedAllTheSame) {
+  const Column column = JetColumns().Text("C", 40, false).Last();
+  ExpectBothWays(column, std::string("abc"), "61 00 62 00 63 00");
+  EXPECT_EQ(ValueFromBytes(column, FromHex("FF FE 61 62 63")), Value(std::string("abc")));
+}
+
+TEST(ColumnValue, TextOfTheLongestLength_FitsAndOneMoreCharacterDoesNot) {
+  const Column column = JetColumns().Text("C", 4).Last();
+  EXPECT_EQ(Stored(column, std::string("caf\xC3\xA9")), "FF FE 63 61 66 E9");
+  EXPECT_EQ(ErrorOf([&] { Stored(column, std::string("abcde")); }).Description(),
+            "The field is too small to accept the amount of data you attempted to add. Try inserting or pasting less "
+            "data.");
+}
+
+TEST(ColumnValue, CharacterOutsideTheFirstPlane_CountsTwice) {
+  const Column column = JetColumns().Text("C", 2).Last();
+  ExpectBothWays(column, std::string("\xF0\x9F\x9A\x97"), "3D D8 97 DE");
+  EXPECT_EQ(ErrorNumberOf([&] { Stored(column, std::string("a\xF0\x9F\x9A\x97")); }), errors::kJetConstraint);
+}
+
+TEST(ColumnValue, FixedText_IsFilledWithBlanksAndNeverCompressed) {
+  Column column = JetColumns().FixedBytes("C", ColumnType::Text, 10).Last();
+  column.moreFlags = 0x01;
+  EXPECT_EQ(Stored(column, std::string("abc")), "61 00 62 00 63 00 20 00 20 00");
+  EXPECT_EQ(ValueFromBytes(column, FromHex("61 00 62 00 63 00 20 00 20 00")), Value(std::string("abc  ")));
+}
+
+TEST(ColumnValue, TrailingBlanks_AreStoredAsGiven) {
+  const Column column = JetColumns().Text("C", 10).Last();
+  ExpectBothWays(column, std::string("a  "), "FF FE 61 20 20");
+}
+
+TEST(ColumnValue, PlainTextThatBeginsLikeACompressedOne_IsRefused) {
+  const Column plain = JetColumns().Text("C", 10, false).Last();
+  EXPECT_EQ(ErrorNumberOf([&] {
+              Stored(plain, std::string("\xEF\xBB\xBF"
+                                        "abc"));
+            }),
+            errors::kJetConstraint);
+  const Column compressed = JetColumns().Text("C", 10).Last();
+  ExpectBothWays(compressed,
+                 std::string("\xEF\xBB\xBF"
+                             "abcd"),
+                 "FF FE 00 FF FE 00 61 62 63 64");
+}
+
+TEST(ColumnValue, Binary_IsAsGivenUpToItsLength) {
+  const Column column = JetColumns().Variable("C", ColumnType::Binary, 4).Last();
+  ExpectBothWays(column, Bytes{1, 2, 3}, "01 02 03");
+  EXPECT_EQ(ErrorNumberOf([&] { Stored(column, Bytes(5)); }), errors::kJetConstraint);
+  const Column fixed = JetColumns().FixedBytes("C", ColumnType::Binary, 4).Last();
+  EXPECT_EQ(Stored(fixed, Bytes{1, 2, 3}), "01 02 03 00");
+}
+
+TEST(ColumnValue, WrongNumberOfBytes_IsDamage) {
+  for (const ColumnType type :
+       {ColumnType::Byte, ColumnType::Long, ColumnType::DateTime, ColumnType::Guid, ColumnType::Decimal}) {
+    EXPECT_EQ(ErrorNumberOf([&] { ValueFromBytes(FixedColumn(type), Bytes(3)); }), errors::kJetGeneral);
+    EXPECT_EQ(ErrorNumberOf([&] { ValueFromBytes(FixedColumn(type), Bytes()); }), errors::kJetGeneral);
+  }
+  EXPECT_EQ(ErrorNumberOf([&] { ValueFromBytes(JetColumns().Text("C", 9).Last(), Bytes(3)); }), errors::kJetGeneral);
+}
+
+TEST(ColumnValue, EveryTypeHasARecordsetType) {
+  EXPECT_EQ(DataTypeOf(ColumnType::Boolean), DataType::Boolean);
+  EXPECT_EQ(DataTypeOf(ColumnType::Byte), DataType::UnsignedTinyInt);
+  EXPECT_EQ(DataTypeOf(ColumnType::Integer), DataType::SmallInt);
+  EXPECT_EQ(DataTypeOf(ColumnType::Long), DataType::Integer);
+  EXPECT_EQ(DataTypeOf(ColumnType::Currency), DataType::Currency);
+  EXPECT_EQ(DataTypeOf(ColumnType::Single), DataType::Single);
+  EXPECT_EQ(DataTypeOf(ColumnType::Double), DataType::Double);
+  EXPECT_EQ(DataTypeOf(ColumnType::DateTime), DataType::Date);
+  EXPECT_EQ(DataTypeOf(ColumnType::Text), DataType::VarWChar);
+  EXPECT_EQ(DataTypeOf(ColumnType::Memo), DataType::LongVarWChar);
+  EXPECT_EQ(DataTypeOf(ColumnType::Ole), DataType::LongVarBinary);
+  EXPECT_EQ(DataTypeOf(ColumnType::Guid), DataType::Guid);
+  EXPECT_EQ(DataTypeOf(ColumnType::Decimal), DataType::Numeric);
+  EXPECT_EQ(DataTypeOf(ColumnType::Binary), DataType::VarBinary);
+  EXPECT_EQ(DataTypeOf(ColumnType::RawBlock), DataType::VarBinary);
+}
+
+}  // namespace
+}  // namespace mv::jet
