@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "mvtool/DemoData.h"
+#include "mvtool/demo/DemoData.h"
 
 namespace mv::bench {
 

@@ -12,7 +12,7 @@
 #include "jet/index/IndexKey.h"
 #include "jet/index/IndexTree.h"
 #include "jet/pages/DataPage.h"
-#include "mvtool/SampleDatabase.h"
+#include "mvtool/demo/SampleDatabase.h"
 #include "support/MemoryFileSystem.h"
 
 namespace mv::bench {

@@ -7,7 +7,7 @@
 
 #include "BenchTable.h"
 #include "jet/Database.h"
-#include "mvtool/SampleDatabase.h"
+#include "mvtool/demo/SampleDatabase.h"
 #include "support/MemoryFileSystem.h"
 
 namespace mv::bench {

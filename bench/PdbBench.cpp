@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "BenchTable.h"
-#include "mvtool/DemoFolder.h"
-#include "mvtool/SampleDatabase.h"
+#include "mvtool/demo/DemoFolder.h"
+#include "mvtool/demo/SampleDatabase.h"
 #include "platform/Shell.h"
 #include "recordset/MemoryRecordset.h"
 #include "support/MemoryFileSystem.h"

@@ -2,7 +2,7 @@
 #include <string>
 #include <vector>
 
-#include "mvtool/Command.h"
+#include "mvtool/commands/Command.h"
 #include "platform/Console.h"
 
 int main(int argc, char** argv) {

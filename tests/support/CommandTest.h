@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "mvtool/Command.h"
+#include "mvtool/commands/Command.h"
 #include "support/FakeClock.h"
 #include "support/MemoryFileSystem.h"
 

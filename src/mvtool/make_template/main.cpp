@@ -1,7 +1,7 @@
 #include <iostream>
 
 #include "base/Error.h"
-#include "mvtool/SampleDatabase.h"
+#include "mvtool/demo/SampleDatabase.h"
 #include "platform/Console.h"
 #include "platform/FileSystem.h"
 

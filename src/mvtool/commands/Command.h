@@ -1,0 +1,52 @@
+#pragma once
+
+#include <iosfwd>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mvtool/commands/Arguments.h"
+#include "platform/FileSystem.h"
+#include "platform/System.h"
+
+namespace mv::tool {
+
+/// What a command works with. The streams carry UTF-8 bytes unchanged.
+struct ToolContext {
+  std::istream& in;
+  std::ostream& out;
+  std::ostream& err;
+  platform::FileSystem& files;
+  const platform::Clock& clock;
+};
+
+/// One command of the program. `run` writes its results to the context's `out` and throws mv::Error when it fails:
+/// UsageError when the arguments make no sense together, anything else when the work cannot be done.
+struct Command {
+  std::string_view name;
+  std::string_view help;  ///< what it does, in lines of up to 80 characters; shown below the synopsis
+  ArgumentRules rules;
+  void (*run)(const Arguments& arguments, ToolContext& context);
+};
+
+Command ListCommand();
+Command ShowCommand();
+Command CreateCommand();
+Command MakeCommand();
+Command ApplyCommand();
+Command ExportCommand();
+Command CheckCommand();
+Command TemplateCommand();
+Command DemoCommand();
+
+/// Exit statuses of the program.
+inline constexpr int kSucceeded = 0;
+inline constexpr int kOperationFailed = 1;
+inline constexpr int kNotUnderstood = 2;
+
+/// Runs the program with `words`, the arguments after its name, and returns its exit status. Messages go to `err`, each
+/// starting with "mvtool: ".
+int RunTool(std::span<const std::string> words, ToolContext& context);
+
+}  // namespace mv::tool

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "jet/definition/TableDefinition.h"
+#include "mvtool/files/IndexedTable.h"
+#include "mvtool/text/Json.h"
+
+namespace mv::tool {
+
+/// One change of a table.
+struct Change {
+  enum class Kind { Insert, Update, Delete };
+  Kind kind = Kind::Insert;
+  std::vector<IndexedTable::Condition> where;  ///< Update and Delete: which row; at least one
+  std::vector<std::size_t> columns;            ///< Insert and Update: positions of the columns that get a value
+  std::vector<Value> values;                   ///< these values
+};
+
+/// Reads changes of one table:
+///
+///   {"op":"insert","row":{"KY_ID":"a1","CU_COST":"12.5000"}}
+///   {"op":"update","where":{"KY_ID":"a1"},"set":{"CU_COST":null}}
+///   {"op":"delete","where":{"KY_ID":"a1"}}
+///
+/// Values as ValueText.h has them; names of columns without regard to case.
+class ChangeReader {
+ public:
+  /// `table` must outlive the reader.
+  explicit ChangeReader(const jet::TableDefinition& table);
+
+  /// ToolError with line and column for anything that is not of the form above, unknown columns and values of another
+  /// type than their column's among it.
+  Change FromJson(const Json& json) const;
+
+ private:
+  std::size_t ColumnOf(const Json::Member& member) const;
+  std::vector<IndexedTable::Condition> ConditionsFromJson(const Json& json) const;
+
+  const jet::TableDefinition& table_;
+  std::map<std::string, std::size_t> columns_;  ///< positions by name, as written and in one case
+};
+
+}  // namespace mv::tool

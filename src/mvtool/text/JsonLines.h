@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <iosfwd>
+#include <optional>
+#include <string>
+
+#include "mvtool/text/Json.h"
+
+namespace mv::tool {
+
+/// JSON values from a stream, one on each line; blank lines are skipped. Keeps one line at a time, so that an input may
+/// be of any length.
+class JsonLines {
+ public:
+  /// The stream must outlive the reader.
+  explicit JsonLines(std::istream& in) : in_(in) {}
+
+  /// The next value; nothing at the end. ToolError with line and column for a line that is not one JSON value, and when
+  /// the stream cannot be read.
+  std::optional<Json> Next();
+
+  /// Number of the line that was read last, from 1.
+  std::size_t Number() const { return number_; }
+
+ private:
+  std::istream& in_;
+  std::string line_;
+  std::size_t number_ = 0;
+};
+
+}  // namespace mv::tool

@@ -1,0 +1,195 @@
+#include "mvtool/text/ValueText.h"
+
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "base/Error.h"
+#include "base/NumberText.h"
+
+namespace mv::tool {
+namespace {
+
+constexpr std::string_view kNotANumber = "NaN";
+constexpr std::string_view kInfinity = "Infinity";
+constexpr std::string_view kMinusInfinity = "-Infinity";
+constexpr std::string_view kHexDigits = "0123456789abcdef";
+
+/// A value as text, and whether JSON writes that text in quotes.
+struct ShownValue {
+  std::string text;
+  bool quoted = true;
+};
+
+ShownValue Bare(std::string text) {
+  return {std::move(text), false};
+}
+
+std::string HexOf(const Bytes& bytes) {
+  std::string text;
+  text.reserve(bytes.size() * 2);
+  for (const std::uint8_t byte : bytes) {
+    text += kHexDigits[byte >> 4];
+    text += kHexDigits[byte & 0x0F];
+  }
+  return text;
+}
+
+template <typename Float>
+ShownValue ShowFloat(Float value, std::string digits, const std::string& usualNotANumber) {
+  if (std::isinf(value)) return {std::string(value < 0 ? kMinusInfinity : kInfinity)};
+  if (std::isnan(value)) return {digits == usualNotANumber ? std::string(kNotANumber) : std::move(digits)};
+  return Bare(std::move(digits));
+}
+
+struct Show {
+  ShownValue operator()(Null) const { return Bare("null"); }
+  ShownValue operator()(bool value) const { return Bare(value ? "true" : "false"); }
+  ShownValue operator()(std::uint8_t value) const { return Bare(TextOfInteger(value)); }
+  ShownValue operator()(std::int16_t value) const { return Bare(TextOfInteger(value)); }
+  ShownValue operator()(std::int32_t value) const { return Bare(TextOfInteger(value)); }
+  ShownValue operator()(float value) const {
+    return ShowFloat(value, TextOfSingle(value), TextOfSingle(std::numeric_limits<float>::quiet_NaN()));
+  }
+  ShownValue operator()(double value) const {
+    return ShowFloat(value, TextOfDouble(value), TextOfDouble(std::numeric_limits<double>::quiet_NaN()));
+  }
+  ShownValue operator()(Currency value) const { return {FixedTextOfCurrency(value.tenThousandths)}; }
+  ShownValue operator()(Date value) const {
+    try {
+      return {IsoFromDate(value)};
+    } catch (const Error&) {
+      // Damaged files hold dates outside the calendar; they are worth seeing too.
+      return (*this)(value.days);
+    }
+  }
+  ShownValue operator()(const std::string& value) const { return {value}; }
+  ShownValue operator()(const Bytes& value) const { return {HexOf(value)}; }
+};
+
+int HexDigit(char character) {
+  const char lower = character >= 'A' && character <= 'F' ? static_cast<char>(character + 32) : character;
+  const std::size_t digit = kHexDigits.find(lower);
+  return digit == std::string_view::npos ? -1 : static_cast<int>(digit);
+}
+
+Bytes BytesFromJson(const Json& json) {
+  const std::string& text = json.Text();
+  if (text.size() % 2 != 0) json.Fail("hex digits in pairs are wanted here");
+  Bytes bytes;
+  bytes.reserve(text.size() / 2);
+  for (std::size_t i = 0; i < text.size(); i += 2) {
+    const int high = HexDigit(text[i]);
+    const int low = HexDigit(text[i + 1]);
+    if (high < 0 || low < 0) json.Fail("hex digits in pairs are wanted here");
+    bytes.push_back(static_cast<std::uint8_t>(high << 4 | low));
+  }
+  return bytes;
+}
+
+/// The digits of a number, or the text that stands for one.
+std::string NumberText(const Json& json) {
+  if (const auto* number = json.As<JsonNumber>()) return number->text;
+  const auto* const text = json.As<std::string>();
+  if (text == nullptr) json.Fail("a number is wanted here");
+  if (*text == kInfinity) return "inf";
+  if (*text == kMinusInfinity) return "-inf";
+  return *text;
+}
+
+template <typename Float>
+Float FloatFromJson(const Json& json, Float (*parse)(std::string_view)) {
+  const auto* const text = json.As<std::string>();
+  if (text != nullptr && *text == kNotANumber) return std::numeric_limits<Float>::quiet_NaN();
+  return parse(NumberText(json));
+}
+
+Date DateValueFromJson(const Json& json) {
+  if (const auto* days = json.As<JsonNumber>()) return Date{days->real};
+  const std::optional<Date> date = DateFromIso(json.Text());
+  if (!date) json.Fail("a date such as \"2024-05-17T08:30:00\" is wanted here");
+  return *date;
+}
+
+template <typename Integer>
+Integer IntegerFromJson(const Json& json) {
+  return static_cast<Integer>(json.Integer(std::numeric_limits<Integer>::min(), std::numeric_limits<Integer>::max()));
+}
+
+Value ConvertJson(DataType type, const Json& json) {
+  switch (type) {
+    case DataType::Boolean:
+      return json.Boolean();
+    case DataType::UnsignedTinyInt:
+      return IntegerFromJson<std::uint8_t>(json);
+    case DataType::SmallInt:
+      return IntegerFromJson<std::int16_t>(json);
+    case DataType::Integer:
+      return IntegerFromJson<std::int32_t>(json);
+    case DataType::Single:
+      return FloatFromJson<float>(json, &ParseSingle);
+    case DataType::Double:
+      return FloatFromJson<double>(json, &ParseDouble);
+    case DataType::Currency:
+      return Currency{ParseCurrency(NumberText(json))};
+    case DataType::Date:
+    case DataType::DBDate:
+    case DataType::DBTimeStamp:
+      return DateValueFromJson(json);
+    case DataType::Numeric:
+      return NumberText(json);
+    case DataType::Binary:
+    case DataType::VarBinary:
+    case DataType::LongVarBinary:
+      return BytesFromJson(json);
+    case DataType::BStr:
+    case DataType::Guid:
+    case DataType::Char:
+    case DataType::WChar:
+    case DataType::VarWChar:
+    case DataType::LongVarWChar:
+      return json.Text();
+  }
+  json.Fail("a field of this type cannot be given a value");
+}
+
+}  // namespace
+
+void WriteJsonValue(JsonWriter& writer, const Value& value) {
+  const ShownValue shown = std::visit(Show{}, value);
+  if (shown.quoted) {
+    writer.Text(shown.text);
+  } else {
+    writer.Number(shown.text);
+  }
+}
+
+std::string CsvField(const std::string& text) {
+  if (!text.empty() && text.find_first_of("\",\r\n") == std::string::npos) return text;
+  std::string field = "\"";
+  for (const char character : text) {
+    if (character == '"') field += '"';
+    field += character;
+  }
+  return field += '"';
+}
+
+std::string CsvField(const Value& value) {
+  if (IsNull(value)) return {};
+  return CsvField(std::visit(Show{}, value).text);
+}
+
+Value ValueFromJson(DataType type, const Json& json) {
+  if (json.IsNull()) return Null{};
+  try {
+    return ConvertJson(type, json);
+  } catch (const Error& error) {
+    if (error.Number() == errors::kTypeMismatch) json.Fail("a number is wanted here");
+    if (error.Number() == errors::kOverflow) json.Fail("this number is out of range");
+    throw;
+  }
+}
+
+}  // namespace mv::tool
