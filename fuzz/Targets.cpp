@@ -8,7 +8,7 @@
 
 #include "base/Error.h"
 #include "base/Utf.h"
-#include "config/IniDocument.h"
+#include "fileio/IniDocument.h"
 #include "mvtool/demo/SampleDatabase.h"
 #include "mvtool/text/Json.h"
 #include "mvtool/text/RecordJson.h"

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "config/IniDocument.h"
 #include "config/SettingsStore.h"
+#include "fileio/IniDocument.h"
 #include "platform/FileSystem.h"
 
 namespace mv {

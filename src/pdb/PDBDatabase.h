@@ -8,7 +8,7 @@
 
 #include "base/Bytes.h"
 #include "base/Error.h"
-#include "config/cFileIO.h"
+#include "fileio/cFileIO.h"
 #include "pdb/PDBByteStream.h"
 #include "platform/System.h"
 

@@ -7,7 +7,7 @@
 #include "base/Checked.h"
 #include "base/Error.h"
 #include "base/Text.h"
-#include "config/cFileIO.h"
+#include "fileio/cFileIO.h"
 #include "recordset/Conversions.h"
 
 namespace mv {

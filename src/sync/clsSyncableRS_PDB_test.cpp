@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "base/Error.h"
-#include "config/cFileIO.h"
+#include "fileio/cFileIO.h"
 #include "recordset/Conversions.h"
 #include "support/ExpectError.h"
 #include "support/FakeClock.h"

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "base/Error.h"
-#include "config/cFileIO.h"
+#include "fileio/cFileIO.h"
 #include "mvtool/files/ColumnTypes.h"
 #include "mvtool/files/OneFileSystem.h"
 #include "mvtool/files/ToolErrors.h"

@@ -1,4 +1,4 @@
-#include "config/cFileIO.h"
+#include "fileio/cFileIO.h"
 
 #include <gtest/gtest.h>
 

@@ -10,9 +10,9 @@
 
 #include "base/Bytes.h"
 #include "base/Error.h"
-#include "config/FileText.h"
-#include "config/IniDocument.h"
-#include "config/IniProfile.h"
+#include "fileio/FileText.h"
+#include "fileio/IniDocument.h"
+#include "fileio/IniProfile.h"
 #include "platform/FileSystem.h"
 #include "platform/Shell.h"
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "config/FileText.h"
-#include "config/IniDocument.h"
+#include "fileio/FileText.h"
+#include "fileio/IniDocument.h"
 #include "platform/FileSystem.h"
 #include "platform/PrivateProfile.h"
 

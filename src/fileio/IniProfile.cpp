@@ -1,9 +1,9 @@
-#include "config/IniProfile.h"
+#include "fileio/IniProfile.h"
 
 #include <algorithm>
 
 #include "base/Utf.h"
-#include "config/FileText.h"
+#include "fileio/FileText.h"
 
 namespace mv {
 namespace {

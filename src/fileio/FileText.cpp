@@ -1,4 +1,4 @@
-#include "config/FileText.h"
+#include "fileio/FileText.h"
 
 #include "base/Cp1252.h"
 #include "base/Utf.h"

@@ -1,4 +1,4 @@
-#include "config/IniDocument.h"
+#include "fileio/IniDocument.h"
 
 #include <gtest/gtest.h>
 
