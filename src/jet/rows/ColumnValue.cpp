@@ -44,12 +44,12 @@ Decimal LoadDecimal(ByteView bytes) {
 }
 
 void StoreGuid(Bytes& out, std::string_view text) {
-  const Guid stored = SwappedGroups(GuidFromText(text));
+  const GuidBytes stored = SwappedGroups(GuidFromText(text));
   out.assign(stored.begin(), stored.end());
 }
 
 std::string LoadGuid(ByteView bytes) {
-  Guid stored;
+  GuidBytes stored;
   std::copy_n(bytes.begin(), stored.size(), stored.begin());
   return TextOfGuid(SwappedGroups(stored));
 }

@@ -19,9 +19,9 @@ std::uint8_t HexDigit(char c) {
 
 }  // namespace
 
-Guid GuidFromText(std::string_view text) {
+GuidBytes GuidFromText(std::string_view text) {
   if (text.size() != kForm.size()) throw StandardError(errors::kTypeMismatch);
-  Guid guid = {};
+  GuidBytes guid = {};
   std::size_t digits = 0;
   for (std::size_t i = 0; i < kForm.size(); ++i) {
     if (kForm[i] != 'x') {
@@ -34,7 +34,7 @@ Guid GuidFromText(std::string_view text) {
   return guid;
 }
 
-std::string TextOfGuid(const Guid& guid) {
+std::string TextOfGuid(const GuidBytes& guid) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string text(kForm);
   std::size_t digits = 0;
@@ -46,8 +46,8 @@ std::string TextOfGuid(const Guid& guid) {
   return text;
 }
 
-Guid SwappedGroups(const Guid& guid) {
-  Guid swapped = guid;
+GuidBytes SwappedGroups(const GuidBytes& guid) {
+  GuidBytes swapped = guid;
   std::reverse(swapped.begin(), swapped.begin() + 4);
   std::reverse(swapped.begin() + 4, swapped.begin() + 6);
   std::reverse(swapped.begin() + 6, swapped.begin() + 8);

@@ -234,7 +234,7 @@ CivilTime SystemNow() {
 std::string RandomGuid() {
   std::random_device device;
   std::uniform_int_distribution<int> anyByte(0, 255);
-  Guid guid;
+  GuidBytes guid;
   for (std::uint8_t& byte : guid) byte = static_cast<std::uint8_t>(anyByte(device));
   // Version 4 and the variant of the standard.
   guid[6] = static_cast<std::uint8_t>((guid[6] & 0x0F) | 0x40);
