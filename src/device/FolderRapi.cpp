@@ -55,10 +55,6 @@ std::string WithoutSeparatorsAtEnd(std::string_view path) {
 FolderRapi::FolderRapi(platform::FileSystem& files, const std::string& root)
     : files_(files), prefix_(WithoutSeparatorsAtEnd(root)) {}
 
-FolderRapi::~FolderRapi() {
-  for (auto& [handle, open] : openFiles_) Discard(open);
-}
-
 template <typename Result, typename Call>
 Result FolderRapi::Report(Result failure, Call call) {
   rapiError_ = 0;
@@ -92,7 +88,6 @@ std::int32_t FolderRapi::CeRapiInitEx(RAPIINIT& init) {
 }
 
 std::int32_t FolderRapi::CeRapiUninit() {
-  for (auto& [handle, open] : openFiles_) Discard(open);
   openFiles_.clear();
   findHandles_.clear();
   connected_ = false;
@@ -160,15 +155,8 @@ FolderRapi::OpenFile FolderRapi::OpenForReading(const std::string& localPath) {
 
 FolderRapi::OpenFile FolderRapi::OpenForUpload(const std::string& localPath) {
   if (files_.FolderExists(localPath)) throw StandardError(errors::kPathFileAccess);
-  Upload upload;
-  upload.targetPath = files_.RealPath(localPath);
-  upload.stagedPath = files_.StagedName(upload.targetPath);
-  if (files_.FileExists(upload.targetPath)) {
-    upload.oldFile = files_.Open(upload.targetPath, Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
-  }
   OpenFile open;
-  open.file = files_.Open(upload.stagedPath, Access::ReadWrite, Disposition::CreateAlways, Sharing::None);
-  open.upload = std::move(upload);
+  open.upload = std::make_unique<platform::StagedWrite>(files_, localPath);
   return open;
 }
 
@@ -179,14 +167,14 @@ FolderRapi::OpenFile& FolderRapi::FileOf(RapiHandle handle) {
 }
 
 std::uint32_t FolderRapi::CeGetFileSize(RapiHandle file) {
-  return Report(kNoFileSize, [&] { return static_cast<std::uint32_t>(FileOf(file).file->Size()); });
+  return Report(kNoFileSize, [&] { return static_cast<std::uint32_t>(FileOf(file).Contents().Size()); });
 }
 
 std::int32_t FolderRapi::CeReadFile(RapiHandle file, ByteSpan out, std::uint32_t& bytesRead) {
   bytesRead = 0;
   return Report(std::int32_t{0}, [&] {
     OpenFile& open = FileOf(file);
-    const std::size_t count = open.file->ReadAt(open.position, out);
+    const std::size_t count = open.Contents().ReadAt(open.position, out);
     open.position += count;
     bytesRead = static_cast<std::uint32_t>(count);
     if (count < out.size()) throw StandardError(errors::kDeviceIo);
@@ -199,7 +187,7 @@ std::int32_t FolderRapi::CeWriteFile(RapiHandle file, ByteView data, std::uint32
   return Report(std::int32_t{0}, [&] {
     OpenFile& open = FileOf(file);
     if (!open.upload) throw StandardError(errors::kPermissionDenied);
-    open.file->WriteAt(open.position, data);
+    open.upload->Contents().WriteAt(open.position, data);
     open.position += data.size();
     bytesWritten = static_cast<std::uint32_t>(data.size());
     return kSuccess;
@@ -208,37 +196,11 @@ std::int32_t FolderRapi::CeWriteFile(RapiHandle file, ByteView data, std::uint32
 
 std::int32_t FolderRapi::CeCloseHandle(RapiHandle handle) {
   return Report(std::int32_t{0}, [&] {
-    OpenFile open = std::move(FileOf(handle));
+    const OpenFile open = std::move(FileOf(handle));
     openFiles_.erase(handle);
-    if (open.upload) PutInPlace(open);
+    if (open.upload) open.upload->Finish();
     return kSuccess;
   });
-}
-
-void FolderRapi::PutInPlace(OpenFile& open) {
-  Upload& upload = *open.upload;
-  if (upload.oldFile) {
-    files_.ReplaceOpen(std::move(open.file), std::move(upload.oldFile), upload.targetPath);
-    return;
-  }
-  try {
-    open.file->Sync();
-    open.file.reset();
-    files_.RenameFile(upload.stagedPath, upload.targetPath);
-  } catch (const Error&) {
-    Discard(open);
-    throw;
-  }
-}
-
-void FolderRapi::Discard(OpenFile& open) {
-  open.file.reset();
-  if (!open.upload) return;
-  try {
-    files_.RemoveFile(open.upload->stagedPath);
-  } catch (const Error&) {
-    // The unfinished file is in nobody's way; the next upload replaces it.
-  }
 }
 
 std::int32_t FolderRapi::CeFindClose(RapiHandle handle) {

@@ -8,6 +8,7 @@
 
 #include "device/Rapi.h"
 #include "platform/FileSystem.h"
+#include "platform/StagedWrite.h"
 
 namespace mv {
 
@@ -29,7 +30,6 @@ class FolderRapi : public Rapi {
  public:
   /// `root` is a local folder; `files` must outlive this object.
   FolderRapi(platform::FileSystem& files, const std::string& root);
-  ~FolderRapi() override;
   FolderRapi(const FolderRapi&) = delete;
   FolderRapi& operator=(const FolderRapi&) = delete;
 
@@ -54,16 +54,13 @@ class FolderRapi : public Rapi {
   std::uint32_t WaitForSingleObject(RapiHandle event, std::uint32_t milliseconds) override;
 
  private:
-  /// Where an unfinished upload lies and what it will replace.
-  struct Upload {
-    std::string stagedPath;
-    std::string targetPath;
-    std::unique_ptr<platform::File> oldFile;  ///< null when the upload creates the file
-  };
+  /// A file being read, or one being written.
   struct OpenFile {
-    std::unique_ptr<platform::File> file;
+    std::unique_ptr<platform::File> file;           ///< null for an upload
+    std::unique_ptr<platform::StagedWrite> upload;  ///< null for a file being read
     std::uint64_t position = 0;
-    std::optional<Upload> upload;  ///< nothing for a file being read
+
+    platform::File& Contents() { return upload ? upload->Contents() : *file; }
   };
 
   bool IsUsable() const;
@@ -77,8 +74,6 @@ class FolderRapi : public Rapi {
   OpenFile OpenForReading(const std::string& localPath);
   OpenFile OpenForUpload(const std::string& localPath);
   OpenFile& FileOf(RapiHandle handle);
-  void PutInPlace(OpenFile& open);
-  void Discard(OpenFile& open);
 
   /// Runs one call; notes whether it failed, and whether the transport is to blame. `failure` is its failed result.
   template <typename Result, typename Call>

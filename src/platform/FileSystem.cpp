@@ -5,6 +5,7 @@
 #include "base/Error.h"
 #include "base/Text.h"
 #include "base/Utf.h"
+#include "platform/StagedWrite.h"
 
 namespace mv::platform {
 namespace {
@@ -20,6 +21,36 @@ std::string TempName(const std::string& prefix, unsigned number) {
 }
 
 }  // namespace
+
+void FileSystem::CopyWhole(const std::string& from, const std::string& to) {
+  const auto source = Open(from, Access::Read, Disposition::OpenExisting, Sharing::Read);
+  StagedWrite staged(*this, to, from);
+  CopyContent(*source, staged.Contents());
+  staged.Finish();
+}
+
+void FileSystem::WriteWhole(const std::string& path, ByteView content) {
+  StagedWrite staged(*this, path);
+  staged.Contents().WriteAt(0, content);
+  staged.Finish();
+}
+
+std::string FileSystem::StagedName(const std::string& path) const {
+  return path + ".writing";
+}
+
+std::unique_ptr<File> FileSystem::CreateStaged(const std::string& path, const std::string&) {
+  return Open(StagedName(path), Access::ReadWrite, Disposition::CreateAlways, Sharing::None);
+}
+
+void FileSystem::DiscardStaged(std::unique_ptr<File> staged, const std::string& path) {
+  staged.reset();
+  try {
+    RemoveFile(StagedName(path));
+  } catch (const Error&) {
+    // Whoever gave the write up knows why.
+  }
+}
 
 std::string FileSystem::CreateTempFile(const std::string& folder, const std::string& prefix) {
   const std::string path = FolderLength(folder) == folder.size() ? folder : JoinPath(folder, {});

@@ -22,6 +22,11 @@ enum class Sharing {
   All,   ///< no promise asked for
 };
 
+enum class Existing {
+  Replace,
+  Keep,  ///< error 58 when there is a file already
+};
+
 /// One open file. Not opened for appending: every read and write names its offset. The destructor closes silently.
 class File {
  public:
@@ -72,21 +77,30 @@ class FileSystem {
   virtual void CreateFolders(const std::string& folder) = 0;
 
   /// Copies `from` over `to`: at every instant `to` holds its old content or all of the new, and on return the new is
-  /// on disk. Error 70 when somebody else has either of them locked or open without sharing.
-  virtual void CopyWhole(const std::string& from, const std::string& to) = 0;
+  /// on disk. A new file has the mode of `from`. Error 70 when somebody else has either of them locked or open without
+  /// sharing.
+  virtual void CopyWhole(const std::string& from, const std::string& to);
   /// The same for content from memory; keeps the mode of an existing file.
-  virtual void WriteWhole(const std::string& path, ByteView content) = 0;
+  virtual void WriteWhole(const std::string& path, ByteView content);
 
-  /// A name for the file that ReplaceOpen puts in the place of `path`: the folder of `path` and a name of our own made
-  /// from its name.
-  virtual std::string StagedName(const std::string& path) const = 0;
+  // The steps of StagedWrite, which is what everybody else uses.
+
+  /// A name for the file that is to take the place of `path`: the folder of `path` and a name of our own made from its
+  /// name.
+  std::string StagedName(const std::string& path) const;
+  /// Makes the file StagedName(path), empty, ReadWrite, Sharing::None; a left-over of that name is taken over. On POSIX
+  /// systems it has, from its first moment, the mode of the file at `path`, else of the one at `like`, and its owner
+  /// where the system allows that.
+  virtual std::unique_ptr<File> CreateStaged(const std::string& path, const std::string& like);
   /// Puts a completely written file in the place of another in one step. `staged` was opened on StagedName(path) with
-  /// Sharing::None, `current` on `path` with Sharing::None; both are given up. Returns `path` opened anew (ReadWrite,
-  /// Sharing::None), on disk with its folder entry; on POSIX systems with its old mode, and its old owner where the
-  /// system allows that. At every instant `path` is the old file or the new one. When it fails the old one is in place
-  /// and the staged one is removed.
-  virtual std::unique_ptr<File> ReplaceOpen(std::unique_ptr<File> staged, std::unique_ptr<File> current,
-                                            const std::string& path) = 0;
+  /// Sharing::None, `current` on `path` likewise, or is null. On success both are given up, and `path` is returned
+  /// opened anew (ReadWrite, Sharing::None), on disk with its folder entry. When it fails the old file is in place, and
+  /// it may be tried again: both files are still open, except on Windows, which renames and replaces closed files only.
+  /// Error 58 when `existing` is Keep and there is a file at `path`.
+  virtual std::unique_ptr<File> ReplaceOpen(std::unique_ptr<File>& staged, std::unique_ptr<File>& current,
+                                            const std::string& path, Existing existing) = 0;
+  /// Closes and removes the file StagedName(path), and is silent about failures: a left-over means nothing.
+  virtual void DiscardStaged(std::unique_ptr<File> staged, const std::string& path);
 
   /// True when another program holds a lock on any of the bytes `first` to `first + count - 1`, which may lie behind
   /// the file's end, or has the file open without sharing. False for a missing file.

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "base/Error.h"
+#include "platform/StagedWrite.h"
 #include "support/ExpectError.h"
 #include "support/MemoryFileSystem.h"
 #include "support/TempFolder.h"
@@ -188,20 +189,93 @@ TEST_P(FileSystemTest, CopyWholeOverAHeldFileIsError70AndLeavesIt) {
   EXPECT_FALSE(folder_.Has("copy"));
 }
 
+/// A file around another one, as tests and tools put them there: nothing but what the interface says.
+class WrappedFile : public File {
+ public:
+  explicit WrappedFile(std::unique_ptr<File> inner) : inner_(std::move(inner)) {}
+  std::uint64_t Size() const override { return inner_->Size(); }
+  std::size_t ReadAt(std::uint64_t offset, ByteSpan out) override { return inner_->ReadAt(offset, out); }
+  void WriteAt(std::uint64_t offset, ByteView data) override { inner_->WriteAt(offset, data); }
+  void Resize(std::uint64_t size) override { inner_->Resize(size); }
+  void Sync() override { inner_->Sync(); }
+
+ private:
+  std::unique_ptr<File> inner_;
+};
+
 TEST_P(FileSystemTest, ReplaceOpenPutsTheStagedFileInPlaceAndKeepsItHeld) {
+  for (const bool wrapped : {false, true}) {
+    folder_.Write("file", "old");
+    const std::string path = folder_.File("file");
+    auto current = Open("file", Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
+    auto staged = files_->CreateStaged(path, {});
+    staged->WriteAt(0, BytesOf("new content"));
+    if (wrapped) {
+      current = std::make_unique<WrappedFile>(std::move(current));
+      staged = std::make_unique<WrappedFile>(std::move(staged));
+    }
+
+    const auto replaced = files_->ReplaceOpen(staged, current, path, Existing::Replace);
+
+    Bytes content(32);
+    content.resize(replaced->ReadAt(0, content));
+    EXPECT_EQ(TextOf(content), "new content");
+    EXPECT_EQ(ErrorNumberOf([&] { Open("file", Access::ReadWrite, Disposition::OpenExisting); }), 70);
+    EXPECT_FALSE(files_->FileExists(files_->StagedName(path)));
+    EXPECT_EQ(staged, nullptr);
+    EXPECT_EQ(current, nullptr);
+  }
+}
+
+TEST_P(FileSystemTest, AStagedWriteLeavesTheOldFileUntilItIsFinished) {
   folder_.Write("file", "old");
-  const std::string path = folder_.File("file");
-  auto current = Open("file", Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
-  auto staged = files_->Open(files_->StagedName(path), Access::ReadWrite, Disposition::CreateAlways, Sharing::None);
-  staged->WriteAt(0, BytesOf("new content"));
+  {
+    StagedWrite staged(*files_, folder_.File("file"));
+    staged.Contents().WriteAt(0, BytesOf("new"));
+    EXPECT_EQ(ErrorNumberOf([&] { Open("file", Access::Write, Disposition::OpenExisting); }), 70)
+        << "nobody changes it";
+  }
+  EXPECT_EQ(folder_.Read("file"), "old");
+  EXPECT_FALSE(folder_.Has("file.writing"));
+  {
+    StagedWrite staged(*files_, folder_.File("file"));
+    staged.Contents().WriteAt(0, BytesOf("new"));
+    staged.Finish();
+  }
+  EXPECT_EQ(folder_.Read("file"), "new");
+  EXPECT_FALSE(folder_.Has("file.writing"));
+}
 
-  const auto replaced = files_->ReplaceOpen(std::move(staged), std::move(current), path);
+TEST_P(FileSystemTest, AStagedWriteTakesALeftOverOverAndCutsIt) {
+  folder_.Write("file.writing", "the unfinished write of a killed program");
+  StagedWrite staged(*files_, folder_.File("file"));
+  staged.Contents().WriteAt(0, BytesOf("new"));
+  staged.Finish();
+  EXPECT_EQ(folder_.Read("file"), "new");
+}
 
-  Bytes content(32);
-  content.resize(replaced->ReadAt(0, content));
-  EXPECT_EQ(TextOf(content), "new content");
-  EXPECT_EQ(ErrorNumberOf([&] { Open("file", Access::ReadWrite, Disposition::OpenExisting); }), 70);
-  EXPECT_FALSE(files_->FileExists(files_->StagedName(path)));
+TEST_P(FileSystemTest, ASecondStagedWriteOfTheSameFileIsError70) {
+  const StagedWrite first(*files_, folder_.File("file"));
+  EXPECT_EQ(ErrorNumberOf([&] { StagedWrite(*files_, folder_.File("file")); }), 70);
+}
+
+TEST_P(FileSystemTest, FinishNewLeavesAFileThatCameInBetween) {
+  StagedWrite staged(*files_, folder_.File("file"));
+  staged.Contents().WriteAt(0, BytesOf("new"));
+  folder_.Write("file", "somebody else's");
+  EXPECT_EQ(ErrorNumberOf([&] { staged.FinishNew(); }), errors::kFileAlreadyExists);
+  EXPECT_EQ(folder_.Read("file"), "somebody else's");
+  StagedWrite other(*files_, folder_.File("free"));
+  other.FinishNew();
+  EXPECT_TRUE(folder_.Has("free"));
+}
+
+TEST_P(FileSystemTest, AStagedWriteTakesOverWhatSomebodyElseWrote) {
+  folder_.Write("file", "old");
+  folder_.Write("file.writing", "arrived");
+  StagedWrite::TakeOver(*files_, folder_.File("file"))->Finish();
+  EXPECT_EQ(folder_.Read("file"), "arrived");
+  EXPECT_EQ(ErrorNumberOf([&] { StagedWrite::TakeOver(*files_, folder_.File("file")); }), errors::kFileNotFound);
 }
 
 TEST_P(FileSystemTest, ALockBehindTheEndOfAFileIsSeen) {

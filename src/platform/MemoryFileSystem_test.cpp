@@ -36,14 +36,16 @@ TEST_F(MemoryFileSystemTest, AFailingWriteOfAWholeFileLeavesTheOldOne) {
   EXPECT_EQ(files_.Content("C:\\file"), (Bytes{1, 2, 3, 4}));
 }
 
-TEST_F(MemoryFileSystemTest, AFailingReplacementLeavesTheOldFileAndRemovesTheStagedOne) {
+TEST_F(MemoryFileSystemTest, AFailingReplacementLeavesTheOldFileAndMayBeTriedAgain) {
   auto current = OpenFile();
-  auto staged = files_.Open(files_.StagedName("C:\\file"), Access::ReadWrite, Disposition::CreateAlways, Sharing::None);
+  auto staged = files_.CreateStaged("C:\\file", {});
+  staged->WriteAt(0, Bytes{9});
   files_.FailWrite(1);
-  EXPECT_EQ(ErrorNumberOf([&] { files_.ReplaceOpen(std::move(staged), std::move(current), "C:\\file"); }),
-            errors::kDiskFull);
+  const auto replace = [&] { files_.ReplaceOpen(staged, current, "C:\\file", platform::Existing::Replace); };
+  EXPECT_EQ(ErrorNumberOf(replace), errors::kDiskFull);
   EXPECT_EQ(files_.Content("C:\\file"), (Bytes{1, 2, 3, 4}));
-  EXPECT_FALSE(files_.FileExists(files_.StagedName("C:\\file")));
+  EXPECT_NO_THROW(replace());
+  EXPECT_EQ(files_.Content("C:\\file"), Bytes{9});
 }
 
 TEST_F(MemoryFileSystemTest, TheChosenReadAndTheChosenSyncFail) {

@@ -1,7 +1,5 @@
 #include "platform/PatientFileSystem.h"
 
-#include <utility>
-
 #include "base/Error.h"
 
 namespace mv::platform {
@@ -40,10 +38,13 @@ void PatientFileSystem::WriteWhole(const std::string& path, ByteView content) {
   Patiently([&] { files_.WriteWhole(path, content); });
 }
 
-/// Not tried again: the files are given up with the first attempt.
-std::unique_ptr<File> PatientFileSystem::ReplaceOpen(std::unique_ptr<File> staged, std::unique_ptr<File> current,
-                                                     const std::string& path) {
-  return files_.ReplaceOpen(std::move(staged), std::move(current), path);
+std::unique_ptr<File> PatientFileSystem::CreateStaged(const std::string& path, const std::string& like) {
+  return Patiently([&] { return files_.CreateStaged(path, like); });
+}
+
+std::unique_ptr<File> PatientFileSystem::ReplaceOpen(std::unique_ptr<File>& staged, std::unique_ptr<File>& current,
+                                                     const std::string& path, Existing existing) {
+  return Patiently([&] { return files_.ReplaceOpen(staged, current, path, existing); });
 }
 
 }  // namespace mv::platform

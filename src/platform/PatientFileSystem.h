@@ -1,6 +1,6 @@
 #pragma once
 
-#include <functional>
+#include <utility>
 
 #include "platform/FileSystem.h"
 #include "platform/System.h"
@@ -29,9 +29,12 @@ class PatientFileSystem : public FileSystem {
   void CreateFolders(const std::string& folder) override { files_.CreateFolders(folder); }
   void CopyWhole(const std::string& from, const std::string& to) override;
   void WriteWhole(const std::string& path, ByteView content) override;
-  std::string StagedName(const std::string& path) const override { return files_.StagedName(path); }
-  std::unique_ptr<File> ReplaceOpen(std::unique_ptr<File> staged, std::unique_ptr<File> current,
-                                    const std::string& path) override;
+  std::unique_ptr<File> CreateStaged(const std::string& path, const std::string& like) override;
+  std::unique_ptr<File> ReplaceOpen(std::unique_ptr<File>& staged, std::unique_ptr<File>& current,
+                                    const std::string& path, Existing existing) override;
+  void DiscardStaged(std::unique_ptr<File> staged, const std::string& path) override {
+    files_.DiscardStaged(std::move(staged), path);
+  }
   bool IsRangeLocked(const std::string& path, std::uint64_t first, std::uint64_t count) const override {
     return files_.IsRangeLocked(path, first, count);
   }

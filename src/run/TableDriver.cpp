@@ -6,6 +6,7 @@
 #include "base/NumberText.h"
 #include "base/Text.h"
 #include "device/clsWin32FileTransfer.h"
+#include "platform/StagedWrite.h"
 #include "run/LogTexts.h"
 #include "run/RunSteps.h"
 #include "sync/KeyClasses.h"
@@ -34,30 +35,44 @@ void CommitAfterError(Connection& connection) {
   }
 }
 
-/// A file that cannot be emptied cannot be written either; that shows as a failed copy.
-void EmptyFile(platform::FileSystem& files, const std::string& path) {
-  try {
-    files.Open(path, platform::Access::Write, platform::Disposition::CreateAlways, platform::Sharing::None);
-  } catch (const Error&) {
+/// A file that somebody else writes, by its path, before it takes its place.
+class ArrivingFile {
+ public:
+  /// Makes it, empty. One that cannot be made cannot be written either; that shows as a failed copy.
+  ArrivingFile(platform::FileSystem& files, const std::string& place, const std::string& like)
+      : files_(files), place_(files.RealPath(place)) {
+    try {
+      files.CreateStaged(place_, like);
+    } catch (const Error&) {
+    }
   }
-}
+  /// Removes it when it was not put in place.
+  ~ArrivingFile() {
+    try {
+      if (!placed_) platform::StagedWrite::TakeOver(files_, place_);
+    } catch (const Error&) {
+      // The failure that left it behind is told; the next fetch takes it over.
+    }
+  }
+  ArrivingFile(const ArrivingFile&) = delete;
+  ArrivingFile& operator=(const ArrivingFile&) = delete;
 
-bool PutInPlace(platform::FileSystem& files, const std::string& from, const std::string& to) {
-  try {
-    files.RenameFile(from, to);
-    return true;
-  } catch (const Error&) {
-    return false;
+  std::string Path() const { return files_.StagedName(place_); }
+  bool PutInPlace() {
+    try {
+      platform::StagedWrite::TakeOver(files_, place_)->Finish();
+      placed_ = true;
+    } catch (const Error&) {
+      // A result to the caller: the copy failed at its end.
+    }
+    return placed_;
   }
-}
 
-/// Tidies up after a failure that is reported anyway.
-void RemoveQuietly(platform::FileSystem& files, const std::string& path) {
-  try {
-    files.RemoveFile(path);
-  } catch (const Error&) {
-  }
-}
+ private:
+  platform::FileSystem& files_;
+  std::string place_;
+  bool placed_ = false;
+};
 
 }  // namespace
 
@@ -128,20 +143,11 @@ bool TableDriver::RetrieveTable(const std::string& table) {
 /// would take the table away where the source folder happens to be the handheld's own.)
 DeviceCopyResult TableDriver::CopyFromDevice(const std::string& table) {
   const std::string local = LocalSourceFile(table);
-  const std::string arriving = run_.files.StagedName(local);
-  EmptyFile(run_.files, arriving);
-  DeviceCopyResult result = DeviceCopyResult::WriteFailed;
-  try {
-    result = run_.deviceFiles.CopyFileFromDevice(DeviceFile(table), arriving, Overwrite::Yes);
-  } catch (...) {
-    RemoveQuietly(run_.files, arriving);
-    throw;
-  }
-  if (result == DeviceCopyResult::Copied && !PutInPlace(run_.files, arriving, local)) {
-    result = DeviceCopyResult::WriteFailed;
-  }
-  if (result != DeviceCopyResult::Copied) RemoveQuietly(run_.files, arriving);
-  return result;
+  ArrivingFile arriving(run_.files, local, run_.state.settings.DesktopDBPath);
+  const DeviceCopyResult result =
+      run_.deviceFiles.CopyFileFromDevice(DeviceFile(table), arriving.Path(), Overwrite::Yes);
+  if (result != DeviceCopyResult::Copied) return result;
+  return arriving.PutInPlace() ? result : DeviceCopyResult::WriteFailed;
 }
 
 void TableDriver::ReportNotRetrieved(const std::string& table, std::int32_t code) {

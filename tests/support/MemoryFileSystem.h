@@ -25,7 +25,7 @@ class MemoryFileSystem : public platform::FileSystem {
     NodeOf(Normal(path))->content = std::move(content);
   }
   /// What a file holds. Error 53.
-  Bytes Content(const std::string& path) const { return Existing(Normal(path))->content; }
+  Bytes Content(const std::string& path) const { return NodeAt(Normal(path))->content; }
 
   /// The `count`th write from now on (1: the next) fails with `error`. A write is a call of WriteAt, Resize,
   /// WriteWhole, CopyWhole or ReplaceOpen. WriteAt keeps the first half of the data, as a full disk does; the others
@@ -53,8 +53,8 @@ class MemoryFileSystem : public platform::FileSystem {
     if (folders_.contains(name)) throw StandardError(errors::kPathFileAccess);
     RequireFolder(name);
     const bool creates = disposition != platform::Disposition::OpenExisting;
-    const std::shared_ptr<Node> node = creates ? NodeOf(name) : Existing(name);
-    auto file = std::make_unique<MemoryFile>(disk_, node, name, access, sharing);
+    const std::shared_ptr<Node> node = creates ? NodeOf(name) : NodeAt(name);
+    auto file = std::make_unique<MemoryFile>(disk_, node, access, sharing);
     if (disposition == platform::Disposition::CreateAlways) node->content.clear();
     ++opens_;
     return file;
@@ -78,12 +78,12 @@ class MemoryFileSystem : public platform::FileSystem {
   void RemoveFile(const std::string& path) override {
     const std::string name = Normal(path);
     if (folders_.contains(name)) throw StandardError(errors::kPathFileAccess);
-    RequireFree(*Existing(name));
+    RequireFree(*NodeAt(name));
     files_.erase(name);
   }
 
   void RenameFile(const std::string& from, const std::string& to) override {
-    const std::shared_ptr<Node> node = Existing(Normal(from));
+    const std::shared_ptr<Node> node = NodeAt(Normal(from));
     RequireFolder(Normal(to));
     RequireFree(*node);
     if (FileExists(to)) RequireFree(*files_.at(Normal(to)));
@@ -98,8 +98,8 @@ class MemoryFileSystem : public platform::FileSystem {
   }
 
   void CopyWhole(const std::string& from, const std::string& to) override {
-    const std::shared_ptr<Node> source = Existing(Normal(from));
-    const MemoryFile held(disk_, source, Normal(from), platform::Access::Read, platform::Sharing::Read);
+    const std::shared_ptr<Node> source = NodeAt(Normal(from));
+    const MemoryFile held(disk_, source, platform::Access::Read, platform::Sharing::Read);
     WriteWhole(to, source->content);
   }
 
@@ -113,21 +113,24 @@ class MemoryFileSystem : public platform::FileSystem {
     NodeOf(name)->content.assign(content.begin(), content.end());
   }
 
-  std::string StagedName(const std::string& path) const override { return path + ".writing"; }
-
-  std::unique_ptr<platform::File> ReplaceOpen(std::unique_ptr<platform::File> staged,
-                                              std::unique_ptr<platform::File> current,
-                                              const std::string& path) override {
-    const std::string stagedName = static_cast<MemoryFile&>(*staged).Name();
-    const std::shared_ptr<Node> node = Existing(stagedName);
-    files_.erase(stagedName);
-    staged.reset();
-    current.reset();
+  std::unique_ptr<platform::File> ReplaceOpen(std::unique_ptr<platform::File>& staged,
+                                              std::unique_ptr<platform::File>& current, const std::string& path,
+                                              platform::Existing existing) override {
+    const std::string from = Normal(StagedName(path));
+    const std::string to = Normal(path);
+    const std::shared_ptr<Node> node = NodeAt(from);
+    if (existing == platform::Existing::Keep && files_.contains(to)) throw StandardError(errors::kFileAlreadyExists);
+    if (files_.contains(to) && files_.at(to)->openings.size() > (current ? 1u : 0u)) {
+      throw StandardError(errors::kPermissionDenied);
+    }
     ++disk_->writes;
     disk_->writeFault.Count();
-    files_[Normal(path)] = node;
-    return std::make_unique<MemoryFile>(disk_, node, Normal(path), platform::Access::ReadWrite,
-                                        platform::Sharing::None);
+    staged->Sync();
+    files_.erase(from);
+    files_[to] = node;
+    staged.reset();
+    current.reset();
+    return std::make_unique<MemoryFile>(disk_, node, platform::Access::ReadWrite, platform::Sharing::None);
   }
 
   bool IsRangeLocked(const std::string& path, std::uint64_t, std::uint64_t) const override {
@@ -179,9 +182,9 @@ class MemoryFileSystem : public platform::FileSystem {
 
   class MemoryFile : public platform::File {
    public:
-    MemoryFile(std::shared_ptr<Disk> disk, std::shared_ptr<Node> node, std::string name, platform::Access access,
+    MemoryFile(std::shared_ptr<Disk> disk, std::shared_ptr<Node> node, platform::Access access,
                platform::Sharing sharing)
-        : disk_(std::move(disk)), node_(std::move(node)), name_(std::move(name)), opening_{access, sharing} {
+        : disk_(std::move(disk)), node_(std::move(node)), opening_{access, sharing} {
       for (const Opening& other : node_->openings) {
         if (opening_.Excludes(other) || other.Excludes(opening_)) throw StandardError(errors::kPermissionDenied);
       }
@@ -193,8 +196,6 @@ class MemoryFileSystem : public platform::FileSystem {
         return other.access == opening_.access && other.sharing == opening_.sharing;
       }));
     }
-
-    const std::string& Name() const { return name_; }
 
     std::uint64_t Size() const override { return node_->content.size(); }
 
@@ -244,7 +245,6 @@ class MemoryFileSystem : public platform::FileSystem {
 
     std::shared_ptr<Disk> disk_;
     std::shared_ptr<Node> node_;
-    std::string name_;
     Opening opening_;
   };
 
@@ -281,7 +281,7 @@ class MemoryFileSystem : public platform::FileSystem {
   static void RequireFree(const Node& node) {
     if (!node.openings.empty()) throw StandardError(errors::kPermissionDenied);
   }
-  std::shared_ptr<Node> Existing(const std::string& name) const {
+  std::shared_ptr<Node> NodeAt(const std::string& name) const {
     RequireFolder(name);
     const auto found = files_.find(name);
     if (found == files_.end()) throw StandardError(errors::kFileNotFound);

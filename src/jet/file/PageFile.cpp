@@ -1,4 +1,5 @@
 #include "jet/file/PageFile.h"
+#include "jet/file/CommitWholeFile.h"
 
 #include <algorithm>
 #include <array>
@@ -14,8 +15,6 @@ namespace {
 
 /// Pages fetched with one read when pages are met in ascending order.
 constexpr std::size_t kReadAhead = 16;
-/// Pages copied in one piece by Commit: 1 MiB.
-constexpr std::size_t kPiecePages = 256;
 /// Blocks for old contents that are kept from one statement to the next.
 constexpr std::size_t kSpareBlocks = 64;
 
@@ -197,11 +196,12 @@ void PageFile::Rollback() {
 void PageFile::Commit() {
   if (depth_ > 0) throw Error(errors::kJetGeneral, "PageFile", "A change is still under way.");
   if (!Changed()) return;
-  auto staged = WriteStaged();
   try {
-    file_ = files_.ReplaceOpen(std::move(staged), std::move(file_), realPath_);
-  } catch (...) {
-    ReopenAfterFailure();
+    file_ = CommitWholeFile(files_, realPath_, file_, PageCount(),
+                            [this](PageNumber first, ByteSpan out) { ReadPages(first, out); });
+  } catch (const Error& error) {
+    if (!file_) ReopenAfterFailure();
+    if (error.Number() == errors::kPathFileAccess) throw FolderNotWritableError(path_);
     throw;
   }
   fileCount_ = PageCount();
@@ -210,44 +210,11 @@ void PageFile::Commit() {
   ++writableNow_;
 }
 
-std::unique_ptr<platform::File> PageFile::OpenStaged(const std::string& name) {
-  try {
-    return files_.Open(name, platform::Access::ReadWrite, platform::Disposition::CreateAlways, platform::Sharing::None);
-  } catch (const Error& error) {
-    if (error.Number() == errors::kPathFileAccess) throw FolderNotWritableError(path_);
-    throw;
-  }
-}
-
-std::unique_ptr<platform::File> PageFile::WriteStaged() {
-  const std::string name = files_.StagedName(realPath_);
-  auto staged = OpenStaged(name);
-  try {
-    WriteAllPages(*staged);
-    staged->Sync();
-    return staged;
-  } catch (...) {
-    staged.reset();
-    try {
-      files_.RemoveFile(name);
-    } catch (const Error&) {
-      // The caller is told why the database could not be written; a left-over is overwritten by the next attempt.
-    }
-    throw;
-  }
-}
-
-void PageFile::WriteAllPages(platform::File& out) {
-  Bytes piece(std::min<std::size_t>(kPiecePages, entries_.size()) * kPageSize);
-  for (PageNumber first = 0; first < PageCount(); first += kPiecePages) {
-    const std::size_t count = std::min<std::size_t>(kPiecePages, PageCount() - first);
-    const ByteSpan bytes = ByteSpan(piece).first(count * kPageSize);
-    ReadUnchanged(first, bytes);
-    for (std::size_t i = 0; i < count; ++i) {
-      const Entry& entry = entries_[first + i];
-      if (entry.changed) std::memcpy(bytes.data() + i * kPageSize, entry.page->data(), kPageSize);
-    }
-    out.WriteAt(FileOffset(first), bytes);
+void PageFile::ReadPages(PageNumber first, ByteSpan out) {
+  ReadUnchanged(first, out);
+  for (std::size_t i = 0; i < out.size() / kPageSize; ++i) {
+    const Entry& entry = entries_[first + i];
+    if (entry.changed) std::memcpy(out.data() + i * kPageSize, entry.page->data(), kPageSize);
   }
 }
 

@@ -116,9 +116,8 @@ class PageFile {
   void RestoreOldContents();
   void DropOldContents();
   void CheckMayWrite() const;
-  std::unique_ptr<platform::File> OpenStaged(const std::string& name);
-  std::unique_ptr<platform::File> WriteStaged();
-  void WriteAllPages(platform::File& out);
+  /// The pages from `first` on as they are now, for a commit.
+  void ReadPages(PageNumber first, ByteSpan out);
   void ReadUnchanged(PageNumber first, ByteSpan out);
   void ReopenAfterFailure();
 

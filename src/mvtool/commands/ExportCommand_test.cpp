@@ -86,7 +86,7 @@ TEST_F(ExportTest, TableThatCannotBeRead_DoesNotKeepTheOthersBack) {
 
 TEST_F(ExportTest, FullDisk_EndsItAndLeavesNoPartOfATable) {
   files_.CreateFolders("out");
-  files_.FailWrite(2);
+  files_.FailWrite(3);  // a table is one write and one replacement
   EXPECT_EQ(Run({"export", "x.db", "out"}), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: out/50%25.csv: Disk full\n");
   EXPECT_EQ(files_.List("out"), std::vector<std::string>{"Shop.csv"});

@@ -72,20 +72,13 @@ void OneFileSystem::CreateFolders(const std::string&) {
   RefuseSecondFile();
 }
 
-void OneFileSystem::CopyWhole(const std::string&, const std::string&) {
+std::unique_ptr<platform::File> OneFileSystem::CreateStaged(const std::string&, const std::string&) {
   RefuseSecondFile();
 }
 
-void OneFileSystem::WriteWhole(const std::string&, ByteView) {
-  RefuseSecondFile();
-}
-
-std::string OneFileSystem::StagedName(const std::string&) const {
-  RefuseSecondFile();
-}
-
-std::unique_ptr<platform::File> OneFileSystem::ReplaceOpen(std::unique_ptr<platform::File>,
-                                                           std::unique_ptr<platform::File>, const std::string&) {
+std::unique_ptr<platform::File> OneFileSystem::ReplaceOpen(std::unique_ptr<platform::File>&,
+                                                           std::unique_ptr<platform::File>&, const std::string&,
+                                                           platform::Existing) {
   RefuseSecondFile();
 }
 

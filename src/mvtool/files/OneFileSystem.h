@@ -29,12 +29,10 @@ class OneFileSystem : public platform::FileSystem {
   void RemoveFile(const std::string& path) override;
   void RenameFile(const std::string& from, const std::string& to) override;
   void CreateFolders(const std::string& folder) override;
-  void CopyWhole(const std::string& from, const std::string& to) override;
-  void WriteWhole(const std::string& path, ByteView content) override;
-  std::string StagedName(const std::string& path) const override;
-  std::unique_ptr<platform::File> ReplaceOpen(std::unique_ptr<platform::File> staged,
-                                              std::unique_ptr<platform::File> current,
-                                              const std::string& path) override;
+  std::unique_ptr<platform::File> CreateStaged(const std::string& path, const std::string& like) override;
+  std::unique_ptr<platform::File> ReplaceOpen(std::unique_ptr<platform::File>& staged,
+                                              std::unique_ptr<platform::File>& current, const std::string& path,
+                                              platform::Existing existing) override;
   bool IsRangeLocked(const std::string& path, std::uint64_t first, std::uint64_t count) const override;
   std::string RealPath(const std::string& path) const override;
 

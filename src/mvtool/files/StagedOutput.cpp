@@ -3,10 +3,8 @@
 #include <array>
 #include <cstdint>
 #include <streambuf>
-#include <utility>
 
 #include "base/Bytes.h"
-#include "base/Error.h"
 
 namespace mv::tool {
 
@@ -42,33 +40,17 @@ class StagedOutput::Buffer : public std::streambuf {
   std::array<char, kPieceSize> piece_;
 };
 
-StagedOutput::StagedOutput(platform::FileSystem& files, std::string path)
-    : files_(files),
-      path_(std::move(path)),
-      stagedPath_(files.StagedName(path_)),
-      file_(files.Open(stagedPath_, platform::Access::ReadWrite, platform::Disposition::CreateAlways,
-                       platform::Sharing::None)),
-      buffer_(std::make_unique<Buffer>(*file_)),
-      stream_(buffer_.get()) {
+StagedOutput::StagedOutput(platform::FileSystem& files, const std::string& path)
+    : file_(files, path), buffer_(std::make_unique<Buffer>(file_.Contents())), stream_(buffer_.get()) {
   // A stream swallows what its buffer throws unless it is told to pass it on.
   stream_.exceptions(std::ios::badbit);
 }
 
-StagedOutput::~StagedOutput() {
-  if (!file_) return;
-  file_.reset();
-  try {
-    files_.RemoveFile(stagedPath_);
-  } catch (const Error&) {
-    // Whoever could not finish knows why already; a left-over is overwritten by the next attempt.
-  }
-}
+StagedOutput::~StagedOutput() = default;
 
 void StagedOutput::Finish() {
   stream_.flush();
-  file_->Sync();
-  file_.reset();
-  files_.RenameFile(stagedPath_, path_);
+  file_.Finish();
 }
 
 }  // namespace mv::tool

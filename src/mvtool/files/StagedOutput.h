@@ -4,7 +4,7 @@
 #include <ostream>
 #include <string>
 
-#include "platform/FileSystem.h"
+#include "platform/StagedWrite.h"
 
 namespace mv::tool {
 
@@ -13,7 +13,7 @@ namespace mv::tool {
 class StagedOutput {
  public:
   /// Creates the staged file. The file system's errors.
-  StagedOutput(platform::FileSystem& files, std::string path);
+  StagedOutput(platform::FileSystem& files, const std::string& path);
   ~StagedOutput();
   StagedOutput(const StagedOutput&) = delete;
   StagedOutput& operator=(const StagedOutput&) = delete;
@@ -26,10 +26,7 @@ class StagedOutput {
  private:
   class Buffer;
 
-  platform::FileSystem& files_;
-  std::string path_;
-  std::string stagedPath_;
-  std::unique_ptr<platform::File> file_;  ///< nothing once finished
+  platform::StagedWrite file_;
   std::unique_ptr<Buffer> buffer_;
   std::ostream stream_;
 };

@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <filesystem>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -19,8 +18,6 @@ namespace mv::platform {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char* kStagedSuffix = ".writing";
 
 std::string FolderOf(const std::string& native) {
   const std::size_t length = FolderLength(native);
@@ -152,21 +149,12 @@ int OpenFlags(Access access, Disposition disposition) {
   return direction | O_CLOEXEC | (disposition == Disposition::OpenExisting ? 0 : O_CREAT);
 }
 
-/// The mode of a file that is made anew. One that is to take another's place is never open to more people than that
-/// one.
-mode_t CreationMode(const std::string& native) {
-  constexpr mode_t kUsual = 0666;
-  constexpr std::string_view kSuffix = kStagedSuffix;
-  struct stat status = {};
-  if (!native.ends_with(kSuffix)) return kUsual;
-  const std::string replaced = native.substr(0, native.size() - kSuffix.size());
-  return ::stat(replaced.c_str(), &status) == 0 ? (status.st_mode & kUsual) | S_IRUSR | S_IWUSR : kUsual;
-}
+constexpr mode_t kUsualMode = 0666;
 
 /// Opens and locks what is under the name at that moment.
-std::unique_ptr<PosixFile> OpenOnce(const std::string& native, Access access, Disposition disposition,
-                                    Sharing sharing) {
-  const int number = ::open(native.c_str(), OpenFlags(access, disposition), CreationMode(native));
+std::unique_ptr<PosixFile> OpenOnce(const std::string& native, Access access, Disposition disposition, Sharing sharing,
+                                    mode_t mode) {
+  const int number = ::open(native.c_str(), OpenFlags(access, disposition), mode);
   if (number < 0) throw ErrorFromErrno(errno, native);
   auto file = std::make_unique<PosixFile>(number, native);
   if (IsFolder(native)) throw ErrorFromErrno(EISDIR, native);
@@ -186,10 +174,10 @@ bool IsUnderItsName(const PosixFile& file) {
 /// without one: what is read from it is out of date, what is written to it is gone. So the lock counts only when the
 /// name still leads to the same file.
 std::unique_ptr<PosixFile> OpenNative(const std::string& native, Access access, Disposition disposition,
-                                      Sharing sharing) {
+                                      Sharing sharing, mode_t mode = kUsualMode) {
   constexpr int kMostAttempts = 100;
   for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
-    auto file = OpenOnce(native, access, disposition, sharing);
+    auto file = OpenOnce(native, access, disposition, sharing, mode);
     if (sharing != Sharing::All && !IsUnderItsName(*file)) continue;
     // Cut only after the lock was granted: somebody else's content is not ours to destroy.
     if (disposition == Disposition::CreateAlways) file->Resize(0);
@@ -205,57 +193,30 @@ void SyncFolder(const std::string& folder) {
   if (descriptor.IsOpen()) ::fsync(descriptor.Number());
 }
 
-/// Gives the new file the mode and, where that is allowed, the owner of the one it replaces.
-void CopyModeAndOwner(const std::string& from, int to) {
-  struct stat status = {};
-  if (::stat(from.c_str(), &status) != 0) return;
+/// Gives an open file the mode and, where that is allowed, the owner of another.
+void CopyModeAndOwner(const struct stat& from, int to) {
   // Only the superuser may give a file away; for everybody else the new file is theirs, as the old one was.
-  const bool ownerKept = ::fchown(to, status.st_uid, status.st_gid) == 0;
-  const mode_t withoutSetId = status.st_mode & 0777;
-  ::fchmod(to, ownerKept ? status.st_mode & 07777 : withoutSetId);
+  const bool ownerKept = ::fchown(to, from.st_uid, from.st_gid) == 0;
+  const mode_t withoutSetId = from.st_mode & 0777;
+  ::fchmod(to, ownerKept ? from.st_mode & 07777 : withoutSetId);
 }
 
-/// A file that is written beside `target` and takes its place in Finish; removed when it never does.
-class StagedFile {
- public:
-  explicit StagedFile(std::string target)
-      : target_(std::move(target)),
-        file_(OpenNative(target_ + kStagedSuffix, Access::ReadWrite, Disposition::CreateAlways, Sharing::None)) {}
-  /// Takes over a staged file that the caller has written.
-  StagedFile(std::string target, std::unique_ptr<PosixFile> written)
-      : target_(std::move(target)), file_(std::move(written)) {}
-  ~StagedFile() {
-    if (file_) ::unlink(file_->Native().c_str());
-  }
-  StagedFile(const StagedFile&) = delete;
-  StagedFile& operator=(const StagedFile&) = delete;
-
-  PosixFile& Contents() { return *file_; }
-
-  std::unique_ptr<PosixFile> Finish() {
-    CopyModeAndOwner(target_, file_->Number());
-    file_->Sync();
-    if (::rename(file_->Native().c_str(), target_.c_str()) != 0) throw ErrorFromErrno(errno, target_);
-    SyncFolder(FolderOf(target_));
-    return std::move(file_);
-  }
-
- private:
-  std::string target_;
-  std::unique_ptr<PosixFile> file_;
-};
+/// Renames a file to a name that must be free.
+int RenameToFreeName(const char* from, const char* to) {
+  const int result = ::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE);
+  const bool unsupported = result != 0 && (errno == EINVAL || errno == ENOSYS || errno == ENOTSUP);
+  if (!unsupported) return result;
+  // Network shares and old kernels cannot do it in one step.
+  struct stat existing = {};
+  if (::lstat(to, &existing) != 0) return ::rename(from, to);
+  errno = EEXIST;
+  return -1;
+}
 
 std::string Resolved(const std::string& path) {
   std::error_code code;
   const fs::path resolved = fs::weakly_canonical(fs::absolute(NativePath(path), code), code);
   return code ? NativePath(path) : resolved.string();
-}
-
-/// Keeps others out of a file that is about to be replaced; nothing when there is none yet.
-std::unique_ptr<PosixFile> HoldExisting(const std::string& native) {
-  std::error_code ignored;
-  if (!fs::exists(native, ignored)) return nullptr;
-  return OpenNative(native, Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
 }
 
 class PosixFileSystem : public FileSystem {
@@ -303,31 +264,35 @@ class PosixFileSystem : public FileSystem {
     if (code) throw ErrorFromErrno(code.value(), NativePath(folder));
   }
 
-  void CopyWhole(const std::string& from, const std::string& to) override {
-    const auto source = OpenNative(NativePath(from), Access::Read, Disposition::OpenExisting, Sharing::Read);
-    const std::string target = Resolved(to);
-    const auto held = HoldExisting(target);
-    StagedFile staged(target);
-    CopyContent(*source, staged.Contents());
-    staged.Finish();
+  std::unique_ptr<File> CreateStaged(const std::string& path, const std::string& like) override {
+    struct stat model = {};
+    const bool hasModel = ::stat(NativePath(path).c_str(), &model) == 0 ||
+                          (!like.empty() && ::stat(NativePath(like).c_str(), &model) == 0);
+    const mode_t mode = hasModel ? (model.st_mode & kUsualMode) | S_IRUSR | S_IWUSR : kUsualMode;
+    auto file =
+        OpenNative(NativePath(StagedName(path)), Access::ReadWrite, Disposition::CreateAlways, Sharing::None, mode);
+    if (hasModel) CopyModeAndOwner(model, file->Number());
+    return file;
   }
 
-  void WriteWhole(const std::string& path, ByteView content) override {
-    const std::string target = Resolved(path);
-    const auto held = HoldExisting(target);
-    StagedFile staged(target);
-    staged.Contents().WriteAt(0, content);
-    staged.Finish();
+  std::unique_ptr<File> ReplaceOpen(std::unique_ptr<File>& staged, std::unique_ptr<File>& current,
+                                    const std::string& path, Existing existing) override {
+    const std::string from = NativePath(StagedName(path));
+    const std::string to = NativePath(path);
+    staged->Sync();
+    const bool replaces = existing == Existing::Replace;
+    const int result = replaces ? ::rename(from.c_str(), to.c_str()) : RenameToFreeName(from.c_str(), to.c_str());
+    if (result != 0 && !replaces && errno == EEXIST) throw StandardError(errors::kFileAlreadyExists);
+    if (result != 0) throw ErrorFromErrno(errno, to);
+    SyncFolder(FolderOf(to));
+    // Held until the new file, held as well, has its name.
+    current.reset();
+    return std::move(staged);
   }
 
-  std::string StagedName(const std::string& path) const override { return path + kStagedSuffix; }
-
-  std::unique_ptr<File> ReplaceOpen(std::unique_ptr<File> staged, std::unique_ptr<File> current,
-                                    const std::string& path) override {
-    // The old file stays locked until the new one, locked as well, has its name.
-    const std::unique_ptr<File> held = std::move(current);
-    std::unique_ptr<PosixFile> written(static_cast<PosixFile*>(staged.release()));
-    return StagedFile(NativePath(path), std::move(written)).Finish();
+  /// Removed before it is let go, so that it is not somebody else's by then.
+  void DiscardStaged(std::unique_ptr<File> staged, const std::string& path) override {
+    if (staged) ::unlink(NativePath(StagedName(path)).c_str());
   }
 
   bool IsRangeLocked(const std::string& path, std::uint64_t first, std::uint64_t count) const override {

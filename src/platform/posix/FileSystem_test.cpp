@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/Error.h"
+#include "platform/StagedWrite.h"
 #include "support/ExpectError.h"
 #include "support/TempFolder.h"
 
@@ -34,9 +35,16 @@ class PosixFiles : public ::testing::Test {
 
 TEST_F(PosixFiles, FileThatIsToReplaceAPrivateOne_IsPrivateFromTheStart) {
   fs::permissions(Native("file"), kOwnerOnly);
-  const std::string staged = files_->StagedName(folder_.File("file"));
-  const auto file = files_->Open(staged, Access::ReadWrite, Disposition::CreateAlways, Sharing::None);
+  const StagedWrite staged(*files_, folder_.File("file"));
   EXPECT_EQ(ModeOf("file.writing"), kOwnerOnly);
+}
+
+TEST_F(PosixFiles, NewCopyOfAPrivateFile_IsPrivateFromTheStart) {
+  fs::permissions(Native("file"), kOwnerOnly);
+  files_->CopyWhole(folder_.File("file"), folder_.File("copy"));
+  EXPECT_EQ(ModeOf("copy"), kOwnerOnly);
+  const StagedWrite staged(*files_, folder_.File("other"), folder_.File("file"));
+  EXPECT_EQ(ModeOf("other.writing"), kOwnerOnly);
 }
 
 TEST_F(PosixFiles, WriteWhole_KeepsTheModeAndGoesThroughALink) {

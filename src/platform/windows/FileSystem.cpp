@@ -8,6 +8,7 @@
 #include "base/Error.h"
 #include "base/Text.h"
 #include "platform/windows/PrivateProfile.h"
+#include "platform/windows/RenameByHandle.h"
 #include "platform/windows/ScriptingFiles.h"
 #include "platform/windows/SystemError.h"
 #include "platform/windows/Wide.h"
@@ -18,7 +19,6 @@ namespace {
 constexpr std::size_t kLongestPiece = 1 << 20;
 /// What the system's temporary names may need behind their folder.
 constexpr std::size_t kTempNameRoom = 256;
-constexpr const char* kStagedSuffix = ".writing";
 
 /// A file handle that closes itself.
 class Handle {
@@ -90,6 +90,8 @@ class WindowsFile : public File {
     if (!::FlushFileBuffers(handle_.Get())) throw LastError();
   }
 
+  HANDLE Get() const { return handle_.Get(); }
+
  private:
   static DWORD PieceLength(std::size_t length) {
     return static_cast<DWORD>(length < kLongestPiece ? length : kLongestPiece);
@@ -129,55 +131,35 @@ std::unique_ptr<File> OpenNative(const std::wstring& native, Access access, Disp
   return std::make_unique<WindowsFile>(handle);
 }
 
+/// True when a refusal to replace the file means that somebody holds it open; the system calls that "access denied"
+/// too.
+bool IsReplaceable(const std::wstring& native) {
+  return !HasAttribute(native, FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY);
+}
+
 void MoveOver(const std::wstring& from, const std::wstring& to) {
   if (::MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) return;
-  // A file that somebody holds open cannot be replaced; the system calls that "access denied".
-  if (::GetLastError() == ERROR_ACCESS_DENIED &&
-      !HasAttribute(to, FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) {
-    throw StandardError(errors::kPermissionDenied);
-  }
+  if (::GetLastError() == ERROR_ACCESS_DENIED && IsReplaceable(to)) throw StandardError(errors::kPermissionDenied);
   throw LastError();
 }
 
-/// A file that is written beside `target` and takes its place in Finish; removed when it never does.
-class StagedFile {
- public:
-  explicit StagedFile(std::wstring target)
-      : target_(std::move(target)),
-        staged_(target_ + Wide(kStagedSuffix)),
-        file_(OpenNative(staged_, Access::ReadWrite, Disposition::CreateAlways, Sharing::None)) {}
-  /// Takes over a staged file that the caller has written.
-  StagedFile(std::wstring target, std::unique_ptr<File> written)
-      : target_(std::move(target)), staged_(target_ + Wide(kStagedSuffix)), file_(std::move(written)) {}
-  ~StagedFile() {
-    file_.reset();
-    if (!finished_) ::DeleteFileW(staged_.c_str());
+/// Opens a file so that it can be renamed while it is open and held.
+std::unique_ptr<WindowsFile> OpenToRename(const std::wstring& native) {
+  const HANDLE handle = ::CreateFileW(native.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, 0, nullptr, OPEN_EXISTING,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) throw LastError();
+  return std::make_unique<WindowsFile>(handle);
+}
+
+/// The file stays open and held under its new name: nobody can get between renaming and opening.
+void RenameOpen(const WindowsFile& file, const std::wstring& to, Existing existing) {
+  const unsigned long code = RenameByHandle(file.Get(), to, existing == Existing::Replace);
+  if (code == ERROR_SUCCESS) return;
+  if (existing == Existing::Keep && (code == ERROR_ALREADY_EXISTS || code == ERROR_FILE_EXISTS)) {
+    throw StandardError(errors::kFileAlreadyExists);
   }
-  StagedFile(const StagedFile&) = delete;
-  StagedFile& operator=(const StagedFile&) = delete;
-
-  File& Contents() { return *file_; }
-
-  /// Open files cannot be renamed here, so staged and old file are closed first; who opens the old one in between
-  /// makes the move fail and keeps the old content.
-  void Finish() {
-    file_->Sync();
-    file_.reset();
-    MoveOver(staged_, target_);
-    finished_ = true;
-  }
-
- private:
-  std::wstring target_;
-  std::wstring staged_;
-  std::unique_ptr<File> file_;
-  bool finished_ = false;
-};
-
-/// Fails when somebody else has the file open.
-void CheckNotHeld(const std::wstring& native) {
-  if (::GetFileAttributesW(native.c_str()) == INVALID_FILE_ATTRIBUTES) return;
-  OpenNative(native, Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
+  if (code == ERROR_ACCESS_DENIED && IsReplaceable(to)) throw StandardError(errors::kPermissionDenied);
+  throw ErrorFromCode(code);
 }
 
 class WindowsFileSystem : public FileSystem {
@@ -229,32 +211,15 @@ class WindowsFileSystem : public FileSystem {
     if (!::CreateDirectoryW(native.c_str(), nullptr) && !IsFolder(native)) throw LastError();
   }
 
-  void CopyWhole(const std::string& from, const std::string& to) override {
-    const auto source = OpenNative(NativePath(from), Access::Read, Disposition::OpenExisting, Sharing::Read);
-    const std::wstring target = NativePath(to);
-    CheckNotHeld(target);
-    StagedFile staged(target);
-    CopyContent(*source, staged.Contents());
-    staged.Finish();
-  }
-
-  void WriteWhole(const std::string& path, ByteView content) override {
-    const std::wstring target = NativePath(path);
-    CheckNotHeld(target);
-    StagedFile staged(target);
-    staged.Contents().WriteAt(0, content);
-    staged.Finish();
-  }
-
-  std::string StagedName(const std::string& path) const override { return path + kStagedSuffix; }
-
-  std::unique_ptr<File> ReplaceOpen(std::unique_ptr<File> staged, std::unique_ptr<File> current,
-                                    const std::string& path) override {
-    const std::wstring target = NativePath(path);
-    StagedFile written(target, std::move(staged));
+  std::unique_ptr<File> ReplaceOpen(std::unique_ptr<File>& staged, std::unique_ptr<File>& current,
+                                    const std::string& path, Existing existing) override {
+    if (staged) staged->Sync();
+    staged.reset();
+    auto renamed = OpenToRename(NativePath(StagedName(path)));
     current.reset();
-    written.Finish();
-    return OpenNative(target, Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
+    RenameOpen(*renamed, FullPath(NativePath(path)), existing);
+    renamed->Sync();
+    return renamed;
   }
 
   bool IsRangeLocked(const std::string& path, std::uint64_t first, std::uint64_t count) const override {
