@@ -148,6 +148,12 @@ TEST_F(FileManagement, EmptyDesktopFile_IsTwoAfterTheDeviceFileWasOpened) {
   EXPECT_EQ(rapi_.Count("CeWriteFile"), 0U);
 }
 
+TEST_F(FileManagement, DeviceFileThatCannotBeCreatedAndEmptyDesktopFile_IsSevenBecauseTheDeviceIsAskedFirst) {
+  files_.Put(kDesktopFile, {});
+  rapi_.Fail("CeCreateFile", 0);
+  EXPECT_EQ(Upload(), 7);
+}
+
 TEST_F(FileManagement, UnreadableDesktopFile_IsTwo) {
   files_.Put(kDesktopFile, Pattern(10));
   files_.FailRead(1);
@@ -167,6 +173,27 @@ TEST_F(FileManagement, RefusedLastWrite_IsFive) {
   files_.Put(kDesktopFile, Pattern(1000));
   rapi_.Fail("CeWriteFile", 0, 20);
   EXPECT_EQ(Upload(), 5);
+}
+
+TEST_F(FileManagement, WriteAnsweredWithAnythingButOne_IsFiveStopsAndEndsTheConnection) {
+  for (const std::int32_t answer : {2, -1}) {
+    files_.Put(kDesktopFile, Pattern(1000));
+    rapi_.calls.clear();
+    rapi_.writeResult = answer;
+    EXPECT_EQ(Upload(), 5) << answer;
+    EXPECT_EQ(rapi_.Count("CeWriteFile"), 1U) << answer;
+    EXPECT_FALSE(connection_.IsDeviceConnected()) << answer;
+    EXPECT_TRUE(log_.empty()) << answer;
+  }
+}
+
+TEST_F(FileManagement, CountOfBytesWrittenThatTheHandheldTells_DoesNotMatter) {
+  for (const std::uint32_t count : {0U, 49U, 51U, 0xFFFFFFFFU}) {
+    rapi_.countToldInstead = count;
+    EXPECT_EQ(ChunksOf(160), "8 8 8 8 8 8 8 8 8 8 8 8 8 8 8 8 8 8 8 8 ") << count;
+    EXPECT_EQ(rapi_.Content(kDeviceFile), Pattern(160)) << count;
+    EXPECT_TRUE(connection_.IsDeviceConnected()) << count;
+  }
 }
 
 TEST_F(FileManagement, TransportErrorWhileWriting_IsSixAndEndsTheConnection) {
@@ -233,6 +260,15 @@ TEST_F(FileManagement, Download_ReadsTheWholeFileAtOnceAndLogs) {
   EXPECT_TRUE(connection_.IsDeviceConnected());
 }
 
+TEST_F(FileManagement, Download_LogsBeforeItClosesTheDeviceFile) {
+  hooks_.writeLogLine = [this](const std::string&) { rapi_.calls.push_back("log line"); };
+  rapi_.Put(kDeviceFile, Pattern(10));
+  connection_.ConnectDevice();
+  Download();
+  EXPECT_EQ(std::vector<std::string>(rapi_.calls.end() - 3, rapi_.calls.end()),
+            (std::vector<std::string>{"CeReadFile 10", "log line", "CeCloseHandle"}));
+}
+
 TEST_F(FileManagement, DownloadWithoutAConnection_IsSixAndDoesNotConnect) {
   rapi_.Put(kDeviceFile, Pattern(10));
   EXPECT_EQ(Download(), 6);
@@ -290,6 +326,17 @@ TEST_F(FileManagement, DesktopFileThatCannotBeWritten_IsFiveAndEndsTheConnection
   EXPECT_EQ(Download(), 5);
   EXPECT_FALSE(connection_.IsDeviceConnected());
   EXPECT_TRUE(log_.empty());
+}
+
+TEST_F(FileManagement, FailuresOfTheDesktopFile_DoNotAskWhetherTheTransportFailed) {
+  EXPECT_EQ(Upload(), 1);
+  files_.Put(kDesktopFile, {});
+  EXPECT_EQ(Upload(), 2);
+  rapi_.Put(kDeviceFile, Pattern(10));
+  connection_.ConnectDevice();
+  files_.FailWrite(1);
+  EXPECT_EQ(Download(), 5);
+  EXPECT_EQ(rapi_.errorQuestions, 0U);
 }
 
 TEST_F(FileManagement, EmptyDeviceFile_RaisesToTheCaller) {

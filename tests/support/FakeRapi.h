@@ -28,6 +28,11 @@ class FakeRapi : public Rapi {
   std::uint32_t recordSize = 0;
   /// What CeGetFileSize answers instead of a file's true size.
   std::optional<std::uint32_t> sizeToldInstead;
+  /// What CeWriteFile answers instead of 1 when it has written, and the count that it tells instead of the true one.
+  std::int32_t writeResult = 1;
+  std::optional<std::uint32_t> countToldInstead;
+  /// How often CeRapiGetError was called.
+  std::size_t errorQuestions = 0;
 
   void Put(const std::string& path, Bytes content) { files_[FoldCase(path)] = std::move(content); }
   bool Has(const std::string& path) const { return files_.contains(FoldCase(path)); }
@@ -58,7 +63,10 @@ class FakeRapi : public Rapi {
     handles_.clear();
     return 0;
   }
-  std::int32_t CeRapiGetError() override { return rapiError_; }
+  std::int32_t CeRapiGetError() override {
+    ++errorQuestions;
+    return rapiError_;
+  }
   std::uint32_t WaitForSingleObject(RapiHandle event, std::uint32_t milliseconds) override {
     Note("WaitForSingleObject " + std::to_string(event) + " " + std::to_string(milliseconds));
     record_->hrRapiInit = resultInRecordAfterWait;
@@ -108,8 +116,8 @@ class FakeRapi : public Rapi {
     if (!Begin("CeWriteFile") || !handles_.contains(file) || !handles_[file].writable) return 0;
     Bytes& content = files_[handles_[file].path];
     content.insert(content.end(), data.begin(), data.end());
-    bytesWritten = static_cast<std::uint32_t>(data.size());
-    return 1;
+    bytesWritten = countToldInstead.value_or(static_cast<std::uint32_t>(data.size()));
+    return writeResult;
   }
   std::int32_t CeCloseHandle(RapiHandle handle) override {
     Note("CeCloseHandle");
