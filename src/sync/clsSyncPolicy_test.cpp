@@ -73,7 +73,8 @@ class DeviceSide : public clsSyncableRS_ADO {
   bool Flag(std::string_view name) const { return adors().FieldValue(name) == Value(true); }
 };
 
-/// The table file that is written: keeps the text of each record, and what the desktop's current row was then.
+/// The table file that is written: keeps the text of each record, and what the desktop's current row and the number of
+/// its saved rows were then.
 class OutputSide : public clsSyncableRS_ADO {
  public:
   explicit OutputSide(const Recordset& desktop) : desktop_(desktop) {}
@@ -81,11 +82,13 @@ class OutputSide : public clsSyncableRS_ADO {
   bool copyRecordToNative(ISyncableRS& source) override {
     records += RowText(source.adors()) + " ";
     desktopRowThen = desktop_.Eof() ? "eof" : RowText(desktop_);
+    savedRowsThen = desktop_.RecordCount();
     return false;
   }
 
   std::string records;
   std::string desktopRowThen;
+  std::int64_t savedRowsThen = 0;
 
  private:
   const Recordset& desktop_;
@@ -326,10 +329,11 @@ TEST_F(SyncPolicy, ModifiedRow_IsWrittenOutBeforeTheDesktopRowChanges) {
   EXPECT_EQ(output_.desktopRowThen, "a=1");
 }
 
-TEST_F(SyncPolicy, NewRow_IsOnTheDesktopBeforeItIsWrittenOut) {
+TEST_F(SyncPolicy, NewRow_IsSavedOnTheDesktopBeforeItIsWrittenOut) {
   OnDevice("a", "2", Flags::Modified);
   Sync();
   EXPECT_EQ(output_.desktopRowThen, "a=2");
+  EXPECT_EQ(output_.savedRowsThen, 1) << "a row that is still pending does not count";
 }
 
 TEST_F(SyncPolicy, SingleQuoteInADesktopKey_EndsTheMergeWithTheFindsError) {
