@@ -438,6 +438,33 @@ TEST(PDBByteStreamTest, LengthPrefixedTextIsWrittenWithOneByteUnder255AndTwoFrom
   EXPECT_EQ(ErrorNumberOf([&] { longText.CStringToByte(std::string(32768, 'x'), pos); }), errors::kOverflow);
 }
 
+TEST(PDBByteStreamTest, LengthPrefixedTextOf255CharactersHasATwoByteLengthWithoutAMark) {
+  PDBByteStream shorter;
+  shorter.Clear();
+  std::int32_t pos = 0;
+  shorter.CStringToByte(std::string(254, 'x'), pos);
+  EXPECT_EQ(pos, 255);
+  EXPECT_EQ(ToHex(ByteView(shorter.ByteArray()).first(3)), "FE 78 78");
+
+  PDBByteStream stream;
+  pos = 0;
+  stream.CStringToByte(std::string(255, 'x'), pos);
+  EXPECT_EQ(pos, 257);
+  EXPECT_EQ(ToHex(ByteView(stream.ByteArray()).first(4)), "FF 00 78 78");
+  EXPECT_EQ(stream.ByteArray().size(), 258u);
+}
+
+TEST(PDBByteStreamTest, LengthPrefixedTextOf255CharactersDoesNotReadBackBecauseItsLengthIsTakenForAMark) {
+  PDBByteStream stream;
+  std::int32_t pos = 0;
+  stream.CStringToByte(std::string(255, 'x'), pos);
+  std::string text;
+  pos = 0;
+  stream.ByteToCString(text, pos);
+  EXPECT_EQ(text, std::string(254, 'x')) << "the first character belongs to the length; the spare byte ends the text";
+  EXPECT_EQ(pos, 3 + 0x7800);
+}
+
 TEST(PDBByteStreamTest, LengthPrefixedTextIsReadWithALongLengthOnlyUnlikeItIsWritten) {
   std::string text;
   std::int32_t pos = 0;

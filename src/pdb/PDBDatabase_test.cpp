@@ -330,6 +330,15 @@ TEST_F(PDBDatabaseTest, OpeningAnotherTableWithoutClosingTheFirstReadsTheOther) 
   EXPECT_EQ(ByIndex(1).hex, "EE A2");
 }
 
+TEST_F(PDBDatabaseTest, OpeningAFileEndsTheCreationBeforeIt) {
+  files_.Put(kFile, ThreeRecords());
+  database_->CreateDatabase();
+  ASSERT_TRUE(database_->OpenDatabase());
+  database_->CloseDatabase();
+  EXPECT_EQ(files_.Writes(), 0u);
+  EXPECT_EQ(ToHex(files_.Content(kFile)), ToHex(ThreeRecords()));
+}
+
 // --- Damaged files --------------------------------------------------------------------------------------------------
 
 TEST_F(PDBDatabaseTest, AFileShorterThanItsHeaderOrListIsOutOfRange) {
@@ -531,10 +540,12 @@ TEST_F(PDBDatabaseTest, RemovingAnUnknownIdChangesNothing) {
   EXPECT_EQ(files_.Writes(), 0u);
 }
 
-TEST_F(PDBDatabaseTest, RemovedEntriesStayInTheIterationAsEmptyAndDeleted) {
+TEST_F(PDBDatabaseTest, RemovedEntriesStayInTheIterationAsEmptyAndDeletedWhateverTheirAttributesWere) {
   OpenFileOf(ThreeRecords());
-  database_->Remove(5);
+  for (const std::int32_t id : {17, 5, 9}) database_->Remove(id);
+  EXPECT_EQ(ByIndex(1), (Record{1, 17, 0, 0x80, ""}));
   EXPECT_EQ(ByIndex(2), (Record{2, 5, 0, 0x80, ""}));
+  EXPECT_EQ(ByIndex(3), (Record{3, 9, 0, 0x80, ""}));
 }
 
 TEST_F(PDBDatabaseTest, RemoveAllLeavesAnEmptyList) {
@@ -612,6 +623,13 @@ TEST_F(PDBDatabaseTest, AReplacedBlockIsWhatIsReadAndWritten) {
   database_->WriteAppInfoBlock({0xB1, 0xB2});
   EXPECT_EQ(ToHex(database_->ReadAppInfoBlock()), "B1 B2");
   EXPECT_TRUE(SavedTail().ends_with("B1 B2"));
+}
+
+TEST_F(PDBDatabaseTest, AReplacedSortInfoBlockIsWhatIsReadAndWritten) {
+  OpenFileOf(Joined(HeaderOf("00 00 00 00 00 00 00 4E 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"), "51"));
+  database_->WriteSortInfoBlock({0x61});
+  EXPECT_EQ(ToHex(database_->ReadSortInfoBlock()), "61");
+  EXPECT_EQ(SavedTail(), "00 00 00 00 00 00 00 4E 44 41 54 41 00 00 00 00 00 00 00 00 00 00 00 01 00 00 61");
 }
 
 TEST_F(PDBDatabaseTest, AnEmptyBlockIsNone) {
