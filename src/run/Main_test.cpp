@@ -147,6 +147,17 @@ TEST_F(MainTest, AHandheldThatDoesNotAnswerIsAskedForUntilItDoes) {
   EXPECT_TRUE(world_.ui.CallsThatStart("enable").empty());
 }
 
+TEST_F(MainTest, TheHandheldIsAskedForUnderThePlainPointer) {
+  world_.hooks.showHourglass = [this] { world_.ui.calls.push_back("hourglass of the connection"); };
+  world_.rapi.initResult = -1;
+  world_.ui.answers = {MessageAnswer::Retry};
+  Start("", &window_);
+  const std::string message = "message: " + world_.ui.messages.at(0).text;
+  EXPECT_EQ(world_.ui.calls,
+            (Calls{"common controls", "hourglass", "messages", "show", "messages", "hourglass of the connection",
+                   "pointer", message, "hourglass of the connection", "pointer", message, "unload"}));
+}
+
 TEST_F(MainTest, AHandheldThatAnswersLaterEnablesStart) {
   world_.rapi.initResult = -1;
   struct Connecting : testing::RecordingUi {
