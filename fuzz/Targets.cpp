@@ -51,11 +51,11 @@ class NoShell : public platform::Shell {
   bool OpenDocument(const std::string&) override { return false; }
 };
 
-/// The table file "t.pdb" of a folder in memory.
+/// The table file "\t.pdb" in memory.
 class TableFile {
  public:
   explicit TableFile(ByteView content) : database_(cFileIO(files_, shell_, ""), clock_) {
-    files_.Put("t.pdb", Bytes(content.begin(), content.end()));
+    files_.Put("\\t.pdb", Bytes(content.begin(), content.end()));
     database_.PDBFilePath("\\");
   }
 

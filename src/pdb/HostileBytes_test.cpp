@@ -53,7 +53,7 @@ class HostileBytesTest : public ::testing::Test {
 
   /// Opens a table file and reads everything in it as a table is read.
   void ReadTable(Bytes content) {
-    files_.Put("t.pdb", std::move(content));
+    files_.Put("\\t.pdb", std::move(content));
     PDBDatabase database(cFileIO(files_, shell_, ""), clock_);
     database.PDBFilePath("\\");
     database.PDBDatabaseName("t");
@@ -65,7 +65,7 @@ class HostileBytesTest : public ::testing::Test {
     record.AppforgeDefinition(definition);
     std::size_t total = 0;
     for (std::int32_t i = 1; i <= database.RecordCount(); ++i) total += ReadRecord(database, i, record);
-    EXPECT_LE(total, files_.Content("t.pdb").size()) << "records overlap";
+    EXPECT_LE(total, files_.Content("\\t.pdb").size()) << "records overlap";
     database.CloseDatabase();
   }
 
@@ -97,7 +97,7 @@ class HostileBytesTest : public ::testing::Test {
     record.resize(18 + 8 + 8 + 1);
     for (int i = 0; i < 5; ++i) database.Update(-1, 0, 0, 0, record);
     database.CloseDatabase();
-    return files_.Content("sound.pdb");
+    return files_.Content("\\sound.pdb");
   }
 
   testing::MemoryFileSystem files_;

@@ -69,6 +69,18 @@ TEST_F(MemoryFileSystemTest, CallsThatReachAFileAreCounted) {
   EXPECT_EQ(files_.Writes(), 2u);
 }
 
+TEST_F(MemoryFileSystemTest, APathWithALeadingSeparatorLeadsToTheRootAndOneWithoutToTheCurrentFolder) {
+  files_.CreateFolders("\\sync\\dest");
+  files_.Put("/file", {1});
+  EXPECT_TRUE(files_.FolderExists("\\\\sync"));
+  EXPECT_FALSE(files_.FolderExists("sync"));
+  EXPECT_EQ(files_.List("\\"), (std::vector<std::string>{"file", "sync"}));
+  EXPECT_EQ(files_.List("\\sync"), std::vector<std::string>{"dest"});
+  EXPECT_FALSE(files_.FileExists("file"));
+  files_.CreateFolders("sync");
+  EXPECT_EQ(files_.List(""), (std::vector<std::string>{"C:", "sync"}));
+}
+
 TEST_F(MemoryFileSystemTest, AFileMayOutliveTheFileSystem) {
   std::unique_ptr<File> file;
   {

@@ -21,6 +21,16 @@ class RecordingRegistry : public RegistryStrings {
   std::vector<std::string> written;
 };
 
+/// Writes down which folders it shall create, as they are called.
+class RecordingFolders : public testing::MemoryFileSystem {
+ public:
+  void CreateFolders(const std::string& folder) override {
+    created.push_back(folder);
+    MemoryFileSystem::CreateFolders(folder);
+  }
+  std::vector<std::string> created;
+};
+
 std::vector<std::string> AutoStartEntry(const std::string& data) {
   return {"Software\\Microsoft\\Windows CE Services\\AutoStartOnConnect/Brindle Software=" + data};
 }
@@ -28,7 +38,8 @@ std::vector<std::string> AutoStartEntry(const std::string& data) {
 class frmConfigTest : public ::testing::Test {
  protected:
   frmConfigTest() {
-    files_.CreateFolders("C:\\Cars");
+    files_.Put("C:\\Cars\\Motorva.db", {});
+    files_.created.clear();
     settings_.DesktopDBPath = "C:\\Cars\\Motorva.db";
     settings_.PDADBPath = "\\Program Files\\Motorva";
     settings_.PCSyncSourcePath = "D:\\source";
@@ -42,7 +53,7 @@ class frmConfigTest : public ::testing::Test {
     form_.cmdOK_Click(view_);
   }
 
-  testing::MemoryFileSystem files_;
+  RecordingFolders files_;
   RecordingRegistry registry_;
   Settings settings_;
   testing::FakeConfigView view_;
@@ -220,6 +231,9 @@ TEST_F(frmConfigTest, ADatabaseWithoutAFolderHasRelativeWorkFolders) {
   EXPECT_EQ(settings_.PCSyncSourcePath, "sync\\source");
   EXPECT_EQ(settings_.PCSyncDestPath, "sync\\dest");
   EXPECT_TRUE(files_.FolderExists("\\sync")) << "in the root of the current drive";
+  EXPECT_TRUE(files_.FolderExists("sync\\source"));
+  EXPECT_FALSE(files_.FolderExists("\\sync\\source"));
+  EXPECT_EQ(files_.created, (std::vector<std::string>{"\\sync", "sync\\source", "sync\\dest"}));
 }
 
 TEST_F(frmConfigTest, OkMakesTheWorkFolders) {
@@ -228,6 +242,15 @@ TEST_F(frmConfigTest, OkMakesTheWorkFolders) {
   EXPECT_TRUE(files_.FolderExists("C:\\Cars\\sync\\dest"));
   LoadAndOk();
   EXPECT_EQ(view_.unloaded, 2) << "folders that exist are no error";
+}
+
+TEST_F(frmConfigTest, TheSyncFolderOfADatabaseInAFolderLiesThereAndNotInTheRoot) {
+  LoadAndOk();
+  EXPECT_TRUE(files_.FolderExists("C:\\Cars\\sync"));
+  EXPECT_FALSE(files_.FolderExists("\\sync"));
+  EXPECT_EQ(files_.created,
+            (std::vector<std::string>{"C:\\Cars\\\\sync", "C:\\Cars\\sync\\source", "C:\\Cars\\sync\\dest"}))
+      << "a doubled separator is read as one";
 }
 
 TEST_F(frmConfigTest, AFolderThatCannotBeMadeDoesNotStopTheOthers) {

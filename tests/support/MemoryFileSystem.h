@@ -16,7 +16,8 @@
 namespace mv::testing {
 
 /// A file system in memory with the contract of platform::FileSystem, for tests: it counts what reaches the "disk" and
-/// fails when told to. Names are case-sensitive; a drive ("C:") is a folder like any other.
+/// fails when told to. Names are case-sensitive; a drive ("C:") is a folder like any other. "\x" lies in the root of
+/// the current drive, "x" in the current folder.
 class MemoryFileSystem : public platform::FileSystem {
  public:
   /// Creates or replaces a file and the folders above it. Not counted, never fails.
@@ -68,7 +69,7 @@ class MemoryFileSystem : public platform::FileSystem {
     if (!folders_.contains(name)) throw StandardError(errors::kPathNotFound);
     std::vector<std::string> names;
     const auto add = [&](const std::string& path) {
-      if (path != name && FolderOf(path) == name) names.push_back(path.substr(name.empty() ? 0 : name.size() + 1));
+      if (path != name && FolderOf(path) == name) names.push_back(path.substr(path.rfind('/') + 1));
     };
     for (const auto& [path, node] : files_) add(path);
     for (const std::string& path : folders_) add(path);
@@ -248,20 +249,21 @@ class MemoryFileSystem : public platform::FileSystem {
     Opening opening_;
   };
 
-  /// "C:\data\\x" and "C:/data/x/" as "C:/data/x"; a leading separator goes too.
+  /// "C:\data\\x" and "C:/data/x/" as "C:/data/x".
   static std::string Normal(const std::string& path) {
     std::string name;
     for (const char c : path) {
       const bool separator = c == '\\' || c == '/';
-      if (separator && (name.empty() || name.back() == '/')) continue;
+      if (separator && name.ends_with('/')) continue;
       name += separator ? '/' : c;
     }
-    if (name.ends_with('/')) name.pop_back();
+    if (name.size() > 1 && name.ends_with('/')) name.pop_back();
     return name;
   }
   static std::string FolderOf(const std::string& name) {
     const std::size_t separator = name.rfind('/');
-    return separator == std::string::npos ? std::string() : name.substr(0, separator);
+    if (separator == std::string::npos) return {};
+    return name.substr(0, std::max<std::size_t>(separator, 1));  // the root is its separator
   }
 
   void CountOpen(const std::string& name) {
@@ -296,7 +298,7 @@ class MemoryFileSystem : public platform::FileSystem {
   std::shared_ptr<Disk> disk_ = std::make_shared<Disk>();
   std::map<std::string, std::shared_ptr<Node>> files_;
   std::map<std::string, OpenFault> openFaults_;
-  std::set<std::string> folders_ = {""};
+  std::set<std::string> folders_ = {"", "/"};
   std::size_t opens_ = 0;
 };
 
