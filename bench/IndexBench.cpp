@@ -30,9 +30,7 @@ class Tree {
     jet::DataPage::Format(pages.Write(mapPage), jet::kOwnerMaps);
     index_.map = {mapPage, jet::DataPage(pages, mapPage).Append(Bytes(69, 0), jet::SlotState::Live)};
     index_.root = freePages_.Allocate();
-    jet::FormatEmptyLeaf(pages.Write(index_.root), kTablePage);
-    jet::UsageMap(pages, index_.map).Add(index_.root, freePages_);
-    tree_ = std::make_unique<jet::IndexTree>(pages, freePages_, kTablePage, index_);
+    tree_ = std::make_unique<jet::IndexTree>(jet::IndexTree::Create(pages, freePages_, kTablePage, index_));
   }
 
   jet::IndexTree& operator*() { return *tree_; }

@@ -81,10 +81,7 @@ void WriteFreeMaps(PageFile& file, PageNumber firstFree) {
 
 void WriteSystemTable(PageFile& file, FreePages& freePages, const TableDefinition& table) {
   WriteDefinition(file, BuildDefinition(table), table.pages);
-  for (const IndexData& index : table.indexData) {
-    FormatEmptyLeaf(file.Write(index.root), table.page);
-    UsageMap(file, index.map).Add(index.root, freePages);
-  }
+  for (const IndexData& index : table.indexData) IndexTree::Create(file, freePages, table.page, index);
 }
 
 /// How many maps the tables name on the page of system maps.

@@ -47,11 +47,10 @@ void AllocateMaps(PageFile& file, FreePages& freePages, TableDefinition& table) 
   for (std::size_t i = 0; i < places.size(); ++i) *places[i] = maps[i];
 }
 
-void AllocateRoots(PageFile& file, FreePages& freePages, TableDefinition& table) {
+void PlantTrees(PageFile& file, FreePages& freePages, TableDefinition& table) {
   for (IndexData& index : table.indexData) {
     index.root = freePages.Allocate();
-    FormatEmptyLeaf(file.Write(index.root), table.page);
-    UsageMap(file, index.map).Add(index.root, freePages);
+    IndexTree::Create(file, freePages, table.page, index);
   }
 }
 
@@ -154,7 +153,7 @@ void Database::CreateTable(const TableSpec& design, const CivilTime& created) {
   FreePages freePages(*pages_);
   AllocateDefinition(freePages, table);
   AllocateMaps(*pages_, freePages, table);
-  AllocateRoots(*pages_, freePages, table);
+  PlantTrees(*pages_, freePages, table);
   WriteDefinition(*pages_, BuildDefinition(table), table.pages);
   const auto id = static_cast<std::int32_t>(table.page);
   catalog_.AddObject({id, kTablesId, table.name, ObjectType::Table, 0}, header_.Identifier(Account::Admin),

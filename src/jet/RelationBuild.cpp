@@ -57,9 +57,7 @@ void BuildRelation(PageFile& file, const RelationDesign& design, const Table& fo
   IndexData treeData = design.foreignTree;
   treeData.map = AddMapBeside(file, freePages, foreignTable.ownedPages.page);
   treeData.root = freePages.Allocate();
-  FormatEmptyLeaf(file.Write(treeData.root), foreignTable.page);
-  UsageMap(file, treeData.map).Add(treeData.root, freePages);
-  IndexTree tree(file, freePages, foreignTable.page, treeData);
+  IndexTree tree = IndexTree::Create(file, freePages, foreignTable.page, treeData);
   const Statistics statistics = FillTree(tree, design, foreign, primary);
 
   Bytes definition = ReadDefinitionBytes(file, foreignTable);

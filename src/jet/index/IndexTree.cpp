@@ -55,6 +55,10 @@ std::size_t MiddleEntry(const EntryList& entries) {
   });
 }
 
+void FormatLeaf(Page& page, PageNumber tablePage) {
+  IndexPage::Format(page, tablePage, 0);
+}
+
 void CheckCanBeSpread(const EntryList& nodeEntries) {
   if (nodeEntries.Count() < 3) throw DamagedFileError("the entries of an index node are too long");
 }
@@ -145,6 +149,12 @@ struct IndexTree::Overfull {
 
 IndexTree::IndexTree(PageFile& file, FreePages& freePages, PageNumber tablePage, const IndexData& index)
     : file_(file), freePages_(freePages), tablePage_(tablePage), root_(index.root), map_(index.map) {}
+
+IndexTree IndexTree::Create(PageFile& file, FreePages& freePages, PageNumber tablePage, const IndexData& index) {
+  FormatLeaf(file.Write(index.root), tablePage);
+  UsageMap(file, index.map).Add(index.root, freePages);
+  return IndexTree(file, freePages, tablePage, index);
+}
 
 IndexTree::Path IndexTree::PathTo(ByteView entry) const {
   Path path;
@@ -376,7 +386,7 @@ void IndexTree::RemoveEmptyPages(Path& path) {
     const PageNumber parent = path[depth - 1].page;
     if (DetachChild(path, depth - 1)) return MendNode(parent);
   }
-  FormatEmptyLeaf(file_.Write(root_), tablePage_);
+  FormatLeaf(file_.Write(root_), tablePage_);
 }
 
 /// Takes the child of the path out of the node at `depth`. Returns false when the node has no other child.
@@ -549,10 +559,6 @@ void IndexTree::JoinNodeLink(PageNumber left, PageNumber right) {
   if (View(left).IsLeaf()) return;
   Edit(left).SetNext(right);
   Edit(right).SetPrevious(left);
-}
-
-void FormatEmptyLeaf(Page& page, PageNumber tablePage) {
-  IndexPage::Format(page, tablePage, 0);
 }
 
 }  // namespace mv::jet

@@ -22,6 +22,9 @@ class IndexTree {
  public:
   /// `tablePage`: definition page of the table, the owner field of new pages.
   IndexTree(PageFile& file, FreePages& freePages, PageNumber tablePage, const IndexData& index);
+  /// Makes page index.root, whatever it holds, the root of an empty tree and lists it in index.map, which is there
+  /// already. The arguments are those of the constructor.
+  static IndexTree Create(PageFile& file, FreePages& freePages, PageNumber tablePage, const IndexData& index);
 
   struct Entry {
     Bytes key;
@@ -93,8 +96,5 @@ class IndexTree {
   PageNumber root_;
   RowId map_;
 };
-
-/// An empty root leaf for a new index.
-void FormatEmptyLeaf(Page& page, PageNumber tablePage);
 
 }  // namespace mv::jet

@@ -35,9 +35,7 @@ class IndexTreeTest : public ::testing::Test {
   IndexTreeTest() : freePages_(storage_.File()) {
     index_.map = storage_.AddMap();
     index_.root = freePages_.Allocate();
-    FormatEmptyLeaf(storage_.File().Write(index_.root), kTable);
-    UsageMap(storage_.File(), index_.map).Add(index_.root, freePages_);
-    tree_ = std::make_unique<IndexTree>(storage_.File(), freePages_, kTable, index_);
+    tree_ = std::make_unique<IndexTree>(IndexTree::Create(storage_.File(), freePages_, kTable, index_));
   }
 
   IndexTreeWalker Walk() { return IndexTreeWalker(storage_.File(), kTable, index_.root, index_.map); }
@@ -95,6 +93,18 @@ TEST_F(IndexTreeTest, EmptyTree_IsAnEmptyRootLeaf) {
   EXPECT_EQ(tree_->Find(LongKey(1)), std::nullopt);
   EXPECT_FALSE(tree_->Remove(LongKey(1), {1000, 0}));
   Walk();
+}
+
+TEST_F(IndexTreeTest, Create_ClearsThePageAndListsItInTheMap) {
+  const PageNumber page = freePages_.Allocate();
+  storage_.File().Write(page).fill(0xFF);
+  IndexData index;
+  index.map = storage_.AddMap();
+  index.root = page;
+  const IndexTree tree = IndexTree::Create(storage_.File(), freePages_, kTable, index);
+  EXPECT_EQ(PageAt(page), PageAt(index_.root));
+  EXPECT_EQ(UsageMap(storage_.File(), index.map).Pages(), std::vector<PageNumber>{page});
+  EXPECT_TRUE(tree.Entries().empty());
 }
 
 TEST_F(IndexTreeTest, Entries_AreKeyAndRowAddressBigEndian) {
