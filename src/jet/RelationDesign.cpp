@@ -20,10 +20,7 @@ constexpr std::int32_t kSetNull = 0x2000;
 }
 
 std::size_t PositionOf(const RelationSpec& relation, const TableDefinition& table, const std::string& column) {
-  const std::string wanted = FoldCase(column);
-  for (std::size_t i = 0; i < table.columns.size(); ++i) {
-    if (FoldCase(table.columns[i].name) == wanted) return i;
-  }
+  if (const std::optional<std::size_t> position = table.PositionOf(column)) return *position;
   Refuse(relation, "table '" + table.name + "' has no field '" + column + "'.");
 }
 
@@ -40,15 +37,6 @@ std::vector<std::size_t> PositionsOf(const RelationSpec& relation, const TableDe
   return positions;
 }
 
-/// The columns of a tree, by position.
-std::vector<std::size_t> ColumnsOf(const TableDefinition& table, const IndexData& tree) {
-  std::vector<std::size_t> positions;
-  for (const IndexData::KeyColumn& key : tree.columns) {
-    positions.push_back(static_cast<std::size_t>(table.ColumnById(key.columnId) - table.columns.data()));
-  }
-  return positions;
-}
-
 bool IsPrimaryKey(const TableDefinition& table, std::size_t tree) {
   return std::any_of(table.indexes.begin(), table.indexes.end(), [tree](const LogicalIndex& index) {
     return index.dataNumber == tree && index.kind == LogicalIndex::Kind::PrimaryKey;
@@ -60,7 +48,7 @@ bool IsPrimaryKey(const TableDefinition& table, std::size_t tree) {
 std::size_t UniqueTree(const TableDefinition& table, const std::vector<std::size_t>& columns) {
   std::size_t found = table.indexData.size();
   for (std::size_t tree = 0; tree < table.indexData.size(); ++tree) {
-    const std::vector<std::size_t> positions = ColumnsOf(table, table.indexData[tree]);
+    const std::vector<std::size_t> positions = table.PositionsOf(table.indexData[tree]);
     const bool fits = table.indexData[tree].IsUnique() &&
                       std::is_permutation(positions.begin(), positions.end(), columns.begin(), columns.end());
     if (fits && (found == table.indexData.size() || IsPrimaryKey(table, tree))) found = tree;
@@ -115,7 +103,7 @@ void MatchColumns(const RelationSpec& relation, const TableDefinition& foreign, 
     Refuse(relation, "No unique index found for the referenced field of the primary table '" + primary.name + "'.");
   }
   design.primaryIndex.dataNumber = static_cast<std::uint32_t>(tree);
-  design.primaryColumns = ColumnsOf(primary, primary.indexData[tree]);
+  design.primaryColumns = primary.PositionsOf(primary.indexData[tree]);
   for (const std::size_t column : design.primaryColumns) {
     const auto at = std::find(others.begin(), others.end(), column) - others.begin();
     design.foreignColumns.push_back(own[static_cast<std::size_t>(at)]);

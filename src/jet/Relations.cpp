@@ -31,10 +31,7 @@ struct Side {
 
 Side SideOf(Table& table, const LogicalIndex& index) {
   Side side{&table, index.dataNumber, {}};
-  const TableDefinition& definition = table.Definition();
-  for (const IndexData::KeyColumn& key : side.Data().columns) {
-    side.columns.push_back(static_cast<std::size_t>(definition.ColumnById(key.columnId) - definition.columns.data()));
-  }
+  side.columns = table.Definition().PositionsOf(side.Data());
   return side;
 }
 

@@ -10,10 +10,6 @@
 namespace mv::jet {
 namespace {
 
-std::size_t PositionOf(const TableDefinition& table, std::uint16_t columnId) {
-  return static_cast<std::size_t>(table.ColumnById(columnId) - table.columns.data());
-}
-
 constexpr PageNumber kFilesOwnMaps = 1;
 
 /// Changing a table through a map that serves something else as well would damage that.
@@ -75,10 +71,7 @@ void Table::BindIndexes() {
   keyPositions_.clear();
   for (const IndexData& index : definition_.indexData) {
     trees_.emplace_back(file_, freePages_, definition_.page, index);
-    keyPositions_.emplace_back();
-    for (const IndexData::KeyColumn& key : index.columns) {
-      keyPositions_.back().push_back(PositionOf(definition_, key.columnId));
-    }
+    keyPositions_.push_back(definition_.PositionsOf(index));
   }
   relatedColumns_ = RelatedColumns(definition_, keyPositions_);
 }

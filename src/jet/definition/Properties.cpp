@@ -5,7 +5,6 @@
 #include <string>
 
 #include "base/ByteOrder.h"
-#include "base/Text.h"
 #include "base/Utf.h"
 #include "jet/file/JetErrors.h"
 
@@ -121,11 +120,8 @@ void Apply(const Property& property, TableRules& rules) {
 
 /// Null for a column that the table no longer has.
 ColumnRules* RulesOf(const std::string& column, const TableDefinition& table, TableRules& rules) {
-  const std::string wanted = FoldCase(column);
-  for (std::size_t i = 0; i < table.columns.size(); ++i) {
-    if (FoldCase(table.columns[i].name) == wanted) return &rules.columns[i];
-  }
-  return nullptr;
+  const std::optional<std::size_t> position = table.PositionOf(column);
+  return position ? &rules.columns[*position] : nullptr;
 }
 
 /// Hands the owner's name and each property of a block on to `apply`.

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/ByteOrder.h"
+#include "base/Text.h"
 #include "base/Utf.h"
 #include "jet/definition/DefinitionLayout.h"
 #include "jet/file/JetErrors.h"
@@ -218,9 +219,29 @@ void ReadHead(const DefinitionReader& reader, TableDefinition& table) {
 }  // namespace
 
 const Column* TableDefinition::ColumnById(std::uint16_t id) const {
-  const auto found =
-      std::find_if(columns.begin(), columns.end(), [id](const Column& column) { return column.id == id; });
-  return found == columns.end() ? nullptr : &*found;
+  const std::optional<std::size_t> position = PositionOf(id);
+  return position ? &columns[*position] : nullptr;
+}
+
+std::optional<std::size_t> TableDefinition::PositionOf(std::uint16_t columnId) const {
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    if (columns[i].id == columnId) return i;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::size_t> TableDefinition::PositionOf(std::string_view columnName) const {
+  const std::string wanted = FoldCase(columnName);
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    if (FoldCase(columns[i].name) == wanted) return i;
+  }
+  return std::nullopt;
+}
+
+std::vector<std::size_t> TableDefinition::PositionsOf(const IndexData& index) const {
+  std::vector<std::size_t> positions;
+  for (const IndexData::KeyColumn& key : index.columns) positions.push_back(PositionOf(key.columnId).value());
+  return positions;
 }
 
 std::string TableDefinition::IndexName(std::size_t dataNumber) const {

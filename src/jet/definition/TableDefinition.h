@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "jet/file/Page.h"
@@ -104,6 +106,13 @@ struct TableDefinition {
 
   /// The column with the given id; nullptr when there is none (deleted).
   const Column* ColumnById(std::uint16_t id) const;
+  /// Position in `columns` of the column with the given id; nothing when there is none.
+  std::optional<std::size_t> PositionOf(std::uint16_t columnId) const;
+  /// Position in `columns` of the column of this name, without regard to case; nothing when there is none.
+  std::optional<std::size_t> PositionOf(std::string_view columnName) const;
+  /// Positions in `columns` of an index's columns, in the index's order. Needs that they are all there, as they are in
+  /// a definition that was read or designed.
+  std::vector<std::size_t> PositionsOf(const IndexData& index) const;
   /// Names of the logical indexes over one tree that users see, for messages; "#n" when none.
   std::string IndexName(std::size_t dataNumber) const;
 };

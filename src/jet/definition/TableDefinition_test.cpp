@@ -148,6 +148,22 @@ TEST(TableDefinition, ColumnById_FindsByIdAndNotByPosition) {
   EXPECT_EQ(table.ColumnById(2), &table.columns[1]);
 }
 
+TEST(TableDefinition, PositionOf_TakesAnIdOrANameInAnyCase) {
+  TableDefinition table = Categories();
+  table.columns.erase(table.columns.begin() + 1);
+  EXPECT_EQ(table.PositionOf(std::uint16_t{2}), 1u);
+  EXPECT_EQ(table.PositionOf(std::uint16_t{1}), std::nullopt);
+  EXPECT_EQ(table.PositionOf("CATEGORYid"), 0u);
+  EXPECT_EQ(table.PositionOf("CategoryName"), std::nullopt);
+}
+
+TEST(TableDefinition, PositionsOf_FollowTheIndexAndNotTheColumns) {
+  TableDefinition table = Categories();
+  std::swap(table.columns.front(), table.columns.back());
+  const IndexData index = {.columns = {{3, true}, {1, true}, {0, false}}, .map = {}};
+  EXPECT_EQ(table.PositionsOf(index), (std::vector<std::size_t>{0, 1, 3}));
+}
+
 TEST(ParseDefinition, TailLessThanLength_IsCutOff) {
   for (const std::size_t size : {0u, 8u, 11u, 62u, 200u, 540u}) {
     Bytes definition = CategoriesDefinition();

@@ -122,14 +122,12 @@ void AddColumns(TableDefinition& table, const std::vector<ColumnSpec>& specs) {
 }
 
 const Column& KeyColumnOf(const TableDefinition& table, const IndexSpec& index, const std::string& name) {
-  const std::string wanted = FoldCase(name);
-  const auto found = std::find_if(table.columns.begin(), table.columns.end(),
-                                  [&](const Column& column) { return FoldCase(column.name) == wanted; });
+  const std::optional<std::size_t> position = table.PositionOf(name);
   const std::string where = "Index '" + index.name + "' of table '" + table.name + "'";
-  if (found == table.columns.end())
-    throw ConstraintError(where + " names the field '" + name + "', which is not there.");
-  if (found->type == ColumnType::Ole) throw ConstraintError(where + " cannot have the OLE field '" + name + "'.");
-  return *found;
+  if (!position) throw ConstraintError(where + " names the field '" + name + "', which is not there.");
+  const Column& column = table.columns[*position];
+  if (column.type == ColumnType::Ole) throw ConstraintError(where + " cannot have the OLE field '" + name + "'.");
+  return column;
 }
 
 IndexData DesignTree(const TableDefinition& table, const IndexSpec& design) {

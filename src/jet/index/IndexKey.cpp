@@ -217,13 +217,6 @@ void AppendPart(Bytes& key, const Column& column, const std::string& table, cons
   if (IsText(column.type)) key.push_back(kTextEnd);
 }
 
-/// Position in TableDefinition::columns of a column id; columns.size() when there is no such column.
-std::size_t PositionOf(const TableDefinition& table, std::uint16_t columnId) {
-  const auto found = std::find_if(table.columns.begin(), table.columns.end(),
-                                  [&](const Column& column) { return column.id == columnId; });
-  return static_cast<std::size_t>(found - table.columns.begin());
-}
-
 std::string IndexNameOf(const TableDefinition& table, const IndexData& index) {
   const auto found = std::find_if(table.indexData.begin(), table.indexData.end(),
                                   [&](const IndexData& data) { return data.root == index.root; });
@@ -239,13 +232,16 @@ void AppendKey(Bytes& key, const Column& column, const Value& value, bool ascend
 IndexKey KeyOf(const TableDefinition& table, const IndexData& index, std::span<const Value> values) {
   IndexKey key;
   for (const IndexData::KeyColumn& part : index.columns) {
-    const std::size_t position = PositionOf(table, part.columnId);
-    if (position >= values.size()) throw DamagedFileError("an index names column id " + std::to_string(part.columnId));
-    const Column& column = table.columns[position];
-    const bool isNull = IsNull(values[position]) && column.type != ColumnType::Boolean;
+    const std::optional<std::size_t> position = table.PositionOf(part.columnId);
+    if (!position || *position >= values.size()) {
+      throw DamagedFileError("an index names column id " + std::to_string(part.columnId));
+    }
+    const Column& column = table.columns[*position];
+    const Value& value = values[*position];
+    const bool isNull = IsNull(value) && column.type != ColumnType::Boolean;
     key.allNull = key.allNull && isNull;
     key.anyNull = key.anyNull || isNull;
-    AppendPart(key.bytes, column, table.name, values[position], part.ascending);
+    AppendPart(key.bytes, column, table.name, value, part.ascending);
   }
   if (key.bytes.size() > kLongestKey) {
     throw UnsupportedError("the key of index " + Quoted(IndexNameOf(table, index)) + " of table " + Quoted(table.name) +
@@ -256,9 +252,9 @@ IndexKey KeyOf(const TableDefinition& table, const IndexData& index, std::span<c
 
 std::string WhyNotWritable(const TableDefinition& table, const IndexData& index) {
   for (const IndexData::KeyColumn& part : index.columns) {
-    const std::size_t position = PositionOf(table, part.columnId);
-    if (position >= table.columns.size()) return "column id " + std::to_string(part.columnId) + " does not exist";
-    const std::string reason = WhyNoKey(table.columns[position], part.ascending);
+    const Column* const column = table.ColumnById(part.columnId);
+    if (column == nullptr) return "column id " + std::to_string(part.columnId) + " does not exist";
+    const std::string reason = WhyNoKey(*column, part.ascending);
     if (!reason.empty()) return reason;
   }
   return {};

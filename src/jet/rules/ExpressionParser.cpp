@@ -167,11 +167,9 @@ class Parser {
     return steps_.size() - 1;
   }
   std::size_t AddColumnNamed(const std::string& name) {
-    const std::string wanted = FoldCase(name);
-    for (std::size_t i = 0; i < table_.columns.size(); ++i) {
-      if (FoldCase(table_.columns[i].name) == wanted) return AddColumn(i);
-    }
-    Fail();
+    const std::optional<std::size_t> position = table_.PositionOf(name);
+    if (!position) Fail();
+    return AddColumn(*position);
   }
   std::size_t Subject() {
     if (!subject_) Fail();

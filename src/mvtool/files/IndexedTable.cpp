@@ -112,8 +112,7 @@ bool IndexedTable::CanAnswer(const jet::IndexData& index, const Criteria& criter
   const jet::TableDefinition& table = Definition();
   if (!jet::WhyNotWritable(table, index).empty()) return false;
   bool allNull = true;
-  for (const jet::IndexData::KeyColumn& key : index.columns) {
-    const auto position = static_cast<std::size_t>(table.ColumnById(key.columnId) - table.columns.data());
+  for (const std::size_t position : table.PositionsOf(index)) {
     const auto criterion = std::find_if(criteria.begin(), criteria.end(),
                                         [position](const Criterion& one) { return one.column == position; });
     if (criterion == criteria.end() || !HasOneKey(table.columns[position], criterion->text)) return false;
