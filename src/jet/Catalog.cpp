@@ -39,9 +39,12 @@ std::size_t SystemColumnAt(const TableDefinition& table, const std::string& colu
   throw DamagedFileError("table '" + table.name + "' lacks its column '" + column + "'");
 }
 
+bool CatalogObject::IsSystem() const {
+  return (flags & kSystemObject) != 0 || name.starts_with("MSys") || name.starts_with("~");
+}
+
 bool CatalogObject::IsUserTable() const {
-  return type == ObjectType::Table && (flags & (kSystemObject | kHiddenObject | kAccessObject)) == 0 &&
-         !name.starts_with("MSys") && !name.starts_with("~");
+  return type == ObjectType::Table && !IsSystem() && (flags & (kHiddenObject | kAccessObject)) == 0;
 }
 
 Catalog::Catalog(Table& objects, Table& permissions) : objects_(objects), permissions_(permissions) {

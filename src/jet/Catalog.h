@@ -43,6 +43,9 @@ struct CatalogObject {
   ObjectType type = ObjectType::Table;
   std::uint32_t flags = 0;
 
+  /// True for what the platform makes for itself: flagged so, or named as it names its own.
+  bool IsSystem() const;
+  /// True for a table that users see: no system object, not hidden.
   bool IsUserTable() const;
 };
 

@@ -10,7 +10,6 @@
 namespace mv::jet {
 namespace {
 
-constexpr std::uint8_t kSystemTable = 0x53;
 constexpr std::uint8_t kFixed = 0x13;       // fixed, updatable, system
 constexpr std::uint8_t kVariable = 0x12;    // updatable, system
 constexpr std::uint8_t kIdentifier = 0x32;  // as above, an account identifier
@@ -84,7 +83,7 @@ class SystemTableBuilder {
     table.page = page;
     table.pages = {page};
     table.name = name;
-    table.tableType = kSystemTable;
+    table.tableType = TableDefinition::kSystemTable;
     table.nextColumnId = static_cast<std::uint16_t>(columns.size());
     table.ownedPages = NextMap();
     table.freeSpacePages = NextMap();

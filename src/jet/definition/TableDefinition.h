@@ -92,9 +92,13 @@ struct LogicalIndex {
 /// A table's definition, read from its chain of definition pages. `page` is the table's identity: owner field of its
 /// data and index pages.
 struct TableDefinition {
+  /// Values of `tableType`.
+  static constexpr std::uint8_t kUserTable = 0x4E;
+  static constexpr std::uint8_t kSystemTable = 0x53;
+
   PageNumber page = 0;
-  std::string name;               ///< from the catalog
-  std::uint8_t tableType = 0x4E;  ///< 4E user, 53 system
+  std::string name;  ///< from the catalog
+  std::uint8_t tableType = kUserTable;
   std::uint16_t nextColumnId = 0;
   std::uint16_t nextVariableIndex = 0;
   RowId ownedPages;
@@ -104,6 +108,8 @@ struct TableDefinition {
   std::vector<LogicalIndex> indexes;
   std::vector<PageNumber> pages;  ///< the definition's own pages
 
+  /// True for the tables that the platform keeps for itself, those of the catalog.
+  bool IsSystem() const { return tableType == kSystemTable; }
   /// The column with the given id; nullptr when there is none (deleted).
   const Column* ColumnById(std::uint16_t id) const;
   /// Position in `columns` of the column with the given id; nothing when there is none.

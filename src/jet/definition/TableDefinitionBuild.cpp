@@ -11,8 +11,6 @@
 namespace mv::jet {
 namespace {
 
-constexpr std::uint8_t kSystemTable = 0x53;
-
 template <std::integral T>
 void Append(Bytes& bytes, T value) {
   bytes.resize(bytes.size() + sizeof(T));
@@ -41,7 +39,7 @@ void AppendColumn(Bytes& bytes, const TableDefinition& table, const Column& colu
   StoreLittle(block + layout::column::kTagAt, layout::kTag);
   StoreLittle(block + layout::column::kIdAt, column.id);
   StoreLittle(block + layout::column::kVariableIndexAt, VariableIndexField(table, column));
-  if (table.tableType != kSystemTable) StoreLittle(block + layout::column::kPositionAt, column.id);
+  if (!table.IsSystem()) StoreLittle(block + layout::column::kPositionAt, column.id);
   if (column.type == ColumnType::Decimal) {
     block[layout::column::kPrecisionAt] = column.precision;
     block[layout::column::kScaleAt] = column.scale;

@@ -15,7 +15,6 @@ namespace mv::tool {
 namespace {
 
 constexpr std::string_view kKeep = "--keep";
-constexpr std::uint8_t kSystemTable = 0x53;
 
 constexpr std::string_view kHelp =
     "  Changes rows of a table as JSON lines from standard input say:\n"
@@ -89,7 +88,7 @@ void Apply(const Arguments& arguments, ToolContext& context) {
   const auto database = jet::Database::Open(context.files, arguments.Operand(0), jet::PageFile::Mode::ReadWrite,
                                             {[&context] { return context.clock.Now(); }, jet::RandomGuid});
   IndexedTable table(database->OpenTable(arguments.Operand(1)));
-  if (table.Definition().tableType == kSystemTable) {
+  if (table.Definition().IsSystem()) {
     throw ToolError("\"" + table.Definition().name + "\" is a table of the system");
   }
   JsonLines lines(context.in);

@@ -20,10 +20,6 @@ constexpr Kind kKinds[] = {
     {-32756, OtherObjects::All, "page"},
 };
 
-bool IsOfThePlatform(const jet::CatalogObject& object) {
-  return (object.flags & jet::kSystemObject) != 0 || object.name.starts_with("MSys") || object.name.starts_with("~");
-}
-
 }  // namespace
 
 std::vector<jet::CatalogObject> UserTables(const jet::Database& database) {
@@ -34,7 +30,7 @@ std::vector<jet::CatalogObject> UserTables(const jet::Database& database) {
 
 void ReportOtherObjects(const jet::Database& database, OtherObjects which, std::string_view what, std::ostream& err) {
   for (const jet::CatalogObject& object : database.Objects()) {
-    if (IsOfThePlatform(object)) continue;
+    if (object.IsSystem()) continue;
     for (const Kind& kind : kKinds) {
       const bool isWanted = which == OtherObjects::All || kind.group == OtherObjects::RowSources;
       if (kind.type != static_cast<std::int16_t>(object.type) || !isWanted) continue;
