@@ -47,7 +47,8 @@ class File {
 /// The operating system's files. Paths are UTF-8 and may use "\" and "/" alike.
 ///
 /// Errors are mv::Error: 53 missing file, 76 missing folder on the way, 70 held or locked by somebody else, 75 no
-/// permission, or a folder where a file is wanted, 61 disk full, 57 any other failure of the device.
+/// permission, or a folder, a pipe or a device where a file is wanted, 61 disk full, 57 any other failure of the
+/// device.
 ///
 /// A file opened with a promise (Sharing::None or Read) is the one under its name at that moment: who replaces files by
 /// rename cannot leave another program with the old one.
@@ -105,6 +106,10 @@ class FileSystem {
   /// True when another program holds a lock on any of the bytes `first` to `first + count - 1`, which may lie behind
   /// the file's end, or has the file open without sharing. False for a missing file.
   virtual bool IsRangeLocked(const std::string& path, std::uint64_t first, std::uint64_t count) const = 0;
+
+  /// True when both names lead to the same file, whatever they look like: other case, another way, a link of either
+  /// kind. Where one of them is missing, when both name the same place.
+  virtual bool IsSameFile(const std::string& one, const std::string& other) const = 0;
 
   /// Absolute form; on POSIX systems with links resolved, so that replacing the file does not replace a link to it. A
   /// missing file: its folder's.

@@ -278,6 +278,15 @@ TEST_P(FileSystemTest, AStagedWriteTakesOverWhatSomebodyElseWrote) {
   EXPECT_EQ(ErrorNumberOf([&] { StagedWrite::TakeOver(*files_, folder_.File("file")); }), errors::kFileNotFound);
 }
 
+TEST_P(FileSystemTest, NamesOfOneFileAreTheSameFile) {
+  folder_.Write("file", "a");
+  folder_.Write("other", "a");
+  EXPECT_TRUE(files_->IsSameFile(folder_.File("file"), folder_.Path() + "/file"));
+  EXPECT_FALSE(files_->IsSameFile(folder_.File("file"), folder_.File("other")));
+  EXPECT_FALSE(files_->IsSameFile(folder_.File("file"), folder_.File("missing")));
+  EXPECT_TRUE(files_->IsSameFile(folder_.File("missing"), folder_.Path() + "/missing"));
+}
+
 TEST_P(FileSystemTest, ALockBehindTheEndOfAFileIsSeen) {
   folder_.Write("file.ldb", "");
   EXPECT_FALSE(files_->IsRangeLocked(folder_.File("file.ldb"), 0x10000001, 255));

@@ -25,6 +25,11 @@ class MemoryFileSystem : public platform::FileSystem {
     CreateFolders(FolderOf(Normal(path)));
     NodeOf(Normal(path))->content = std::move(content);
   }
+  /// Gives a file a second name. Not counted, never fails.
+  void Link(const std::string& path, const std::string& name) {
+    CreateFolders(FolderOf(Normal(name)));
+    files_[Normal(name)] = NodeAt(Normal(path));
+  }
   /// What a file holds. Error 53.
   Bytes Content(const std::string& path) const { return NodeAt(Normal(path))->content; }
 
@@ -140,6 +145,13 @@ class MemoryFileSystem : public platform::FileSystem {
     const std::vector<Opening>& openings = found->second->openings;
     return std::any_of(openings.begin(), openings.end(),
                        [](const Opening& opening) { return opening.sharing == platform::Sharing::None; });
+  }
+
+  bool IsSameFile(const std::string& one, const std::string& other) const override {
+    const auto first = files_.find(Normal(one));
+    const auto second = files_.find(Normal(other));
+    if (first == files_.end() || second == files_.end()) return Normal(one) == Normal(other);
+    return first->second == second->second;
   }
 
   std::string RealPath(const std::string& path) const override { return Normal(path); }

@@ -86,6 +86,10 @@ bool OneFileSystem::IsRangeLocked(const std::string&, std::uint64_t, std::uint64
   return false;
 }
 
+bool OneFileSystem::IsSameFile(const std::string&, const std::string&) const {
+  return true;
+}
+
 std::string OneFileSystem::RealPath(const std::string& path) const {
   return path;
 }

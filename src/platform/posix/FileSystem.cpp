@@ -151,13 +151,27 @@ int OpenFlags(Access access, Disposition disposition) {
 
 constexpr mode_t kUsualMode = 0666;
 
+/// A pipe would keep its opener waiting, and opening a device may already do something.
+void RefuseSpecialFile(const struct stat& status, const std::string& native) {
+  if (!S_ISREG(status.st_mode)) throw ErrorFromErrno(EISDIR, native);
+}
+
+void RefuseSpecialFileAt(const std::string& native) {
+  struct stat status = {};
+  if (::stat(native.c_str(), &status) == 0) RefuseSpecialFile(status, native);
+}
+
 /// Opens and locks what is under the name at that moment.
 std::unique_ptr<PosixFile> OpenOnce(const std::string& native, Access access, Disposition disposition, Sharing sharing,
                                     mode_t mode) {
-  const int number = ::open(native.c_str(), OpenFlags(access, disposition), mode);
+  RefuseSpecialFileAt(native);
+  // Not to wait, should a pipe have come there by now.
+  const int number = ::open(native.c_str(), OpenFlags(access, disposition) | O_NONBLOCK | O_NOCTTY, mode);
   if (number < 0) throw ErrorFromErrno(errno, native);
   auto file = std::make_unique<PosixFile>(number, native);
-  if (IsFolder(native)) throw ErrorFromErrno(EISDIR, native);
+  struct stat status = {};
+  if (::fstat(number, &status) != 0) throw ErrorFromErrno(errno, native);
+  RefuseSpecialFile(status, native);
   if (!TakeLocks(number, access, sharing)) throw ErrorFromErrno(EWOULDBLOCK, native);
   return file;
 }
@@ -279,6 +293,7 @@ class PosixFileSystem : public FileSystem {
                                     const std::string& path, Existing existing) override {
     const std::string from = NativePath(StagedName(path));
     const std::string to = NativePath(path);
+    RefuseSpecialFileAt(to);
     staged->Sync();
     const bool replaces = existing == Existing::Replace;
     const int result = replaces ? ::rename(from.c_str(), to.c_str()) : RenameToFreeName(from.c_str(), to.c_str());
@@ -306,6 +321,15 @@ class PosixFileSystem : public FileSystem {
     range.l_start = static_cast<off_t>(first);
     range.l_len = static_cast<off_t>(count);
     return ::fcntl(descriptor.Number(), F_OFD_GETLK, &range) == 0 && range.l_type != F_UNLCK;
+  }
+
+  bool IsSameFile(const std::string& one, const std::string& other) const override {
+    struct stat first = {};
+    struct stat second = {};
+    const bool bothExist =
+        ::stat(NativePath(one).c_str(), &first) == 0 && ::stat(NativePath(other).c_str(), &second) == 0;
+    if (!bothExist) return Resolved(one) == Resolved(other);
+    return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
   }
 
   std::string RealPath(const std::string& path) const override { return Resolved(path); }

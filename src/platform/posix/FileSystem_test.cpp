@@ -1,6 +1,7 @@
 #include "platform/FileSystem.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <future>
@@ -18,6 +19,7 @@ namespace mv::platform {
 namespace {
 
 namespace fs = std::filesystem;
+using mv::testing::ErrorNumberOf;
 using mv::testing::TempFolder;
 
 constexpr fs::perms kOwnerOnly = fs::perms::owner_read | fs::perms::owner_write;
@@ -54,6 +56,40 @@ TEST_F(PosixFiles, WriteWhole_KeepsTheModeAndGoesThroughALink) {
   EXPECT_TRUE(fs::is_symlink(Native("link")));
   EXPECT_EQ(folder_.Read("file"), "new");
   EXPECT_EQ(ModeOf("file"), kOwnerOnly);
+}
+
+TEST_F(PosixFiles, LinksOfBothKinds_AreTheSameFile) {
+  fs::create_symlink("file", Native("symbolic"));
+  fs::create_hard_link(Native("file"), Native("hard"));
+  fs::create_directory_symlink(".", Native("way"));
+  for (const char* name : {"symbolic", "hard", "way/file", "way/way/hard"}) {
+    EXPECT_TRUE(files_->IsSameFile(folder_.File("file"), folder_.File(name))) << name;
+  }
+}
+
+TEST_F(PosixFiles, PipesAndDevices_AreRefusedAndNotWaitedFor) {
+  ASSERT_EQ(::mkfifo(Native("pipe").c_str(), 0600), 0);
+  fs::create_symlink("pipe", Native("link"));
+  fs::create_symlink("/dev/null", Native("device"));
+  for (const char* name : {"pipe", "link", "device"}) {
+    for (const Access access : {Access::Read, Access::Write, Access::ReadWrite}) {
+      for (const Disposition disposition :
+           {Disposition::OpenExisting, Disposition::OpenAlways, Disposition::CreateAlways}) {
+        EXPECT_EQ(ErrorNumberOf([&] { files_->Open(folder_.File(name), access, disposition, Sharing::All); }),
+                  errors::kPathFileAccess)
+            << name;
+      }
+    }
+    EXPECT_EQ(ErrorNumberOf([&] { files_->WriteWhole(folder_.File(name), Bytes{1}); }), errors::kPathFileAccess);
+  }
+}
+
+TEST_F(PosixFiles, PipeInThePlaceOfAFile_IsNotReplaced) {
+  ASSERT_EQ(::mkfifo(Native("pipe").c_str(), 0600), 0);
+  folder_.Write("pipe.writing", "arrived");
+  EXPECT_EQ(ErrorNumberOf([&] { StagedWrite::TakeOver(*files_, folder_.File("pipe"))->Finish(); }),
+            errors::kPathFileAccess);
+  EXPECT_TRUE(fs::is_fifo(Native("pipe")));
 }
 
 /// One of several programs that count in a file: it takes hold of the file, and puts a new one with the next number in

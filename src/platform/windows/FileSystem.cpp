@@ -128,7 +128,19 @@ std::unique_ptr<File> OpenNative(const std::wstring& native, Access access, Disp
   const HANDLE handle = ::CreateFileW(native.c_str(), AccessBits(access), ShareBits(sharing), nullptr,
                                       DispositionCode(disposition), FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle == INVALID_HANDLE_VALUE) throw LastError();
-  return std::make_unique<WindowsFile>(handle);
+  auto file = std::make_unique<WindowsFile>(handle);
+  // "NUL", "COM1" or a pipe: what is written there is gone, and who reads may wait for ever.
+  if (::GetFileType(handle) != FILE_TYPE_DISK) throw StandardError(errors::kPathFileAccess);
+  return file;
+}
+
+/// Where a file lies; nothing when it is missing or cannot be looked at.
+std::optional<BY_HANDLE_FILE_INFORMATION> InformationOf(const std::wstring& native) {
+  const Handle file(::CreateFileW(native.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                  OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  BY_HANDLE_FILE_INFORMATION information = {};
+  if (!file.IsOpen() || !::GetFileInformationByHandle(file.Get(), &information)) return std::nullopt;
+  return information;
 }
 
 /// True when a refusal to replace the file means that somebody holds it open; the system calls that "access denied"
@@ -235,6 +247,14 @@ class WindowsFileSystem : public FileSystem {
       return true;
     ::UnlockFileEx(file.Get(), 0, low, high, &range);
     return false;
+  }
+
+  bool IsSameFile(const std::string& one, const std::string& other) const override {
+    const auto first = InformationOf(NativePath(one));
+    const auto second = InformationOf(NativePath(other));
+    if (!first || !second) return FoldCase(RealPath(one)) == FoldCase(RealPath(other));
+    return first->dwVolumeSerialNumber == second->dwVolumeSerialNumber &&
+           first->nFileIndexHigh == second->nFileIndexHigh && first->nFileIndexLow == second->nFileIndexLow;
   }
 
   std::string RealPath(const std::string& path) const override { return Narrow(FullPath(NativePath(path))); }

@@ -1,6 +1,9 @@
 #include "platform/FileSystem.h"
 
 #include <gtest/gtest.h>
+
+#include <filesystem>
+
 #include "base/Error.h"
 #include "support/ExpectError.h"
 #include "support/TempFolder.h"
@@ -22,6 +25,23 @@ TEST(WindowsFileSystemTest, TemporaryNamesAreTheSystemsOwn) {
   EXPECT_EQ(folder.Read(name), "");
   EXPECT_NE(files->CreateTempFile(folder.Path() + "\\", "nts"), path);
   EXPECT_EQ(ErrorNumberOf([&] { files->CreateTempFile(folder.File("none"), "nts"); }), errors::kPathNotFound);
+}
+
+TEST(WindowsFileSystemTest, DevicesAreRefused) {
+  const auto files = MakeFileSystem();
+  EXPECT_EQ(ErrorNumberOf([&] { files->Open("NUL", Access::Write, Disposition::OpenAlways, Sharing::All); }),
+            errors::kPathFileAccess);
+}
+
+TEST(WindowsFileSystemTest, AHardLinkAndAnotherCaseAreTheSameFile) {
+  const TempFolder folder;
+  folder.Write("file", "a");
+  const auto files = MakeFileSystem();
+  std::filesystem::create_hard_link(std::filesystem::path(folder.Path()) / "file",
+                                    std::filesystem::path(folder.Path()) / "hard");
+  EXPECT_TRUE(files->IsSameFile(folder.File("file"), folder.File("hard")));
+  EXPECT_TRUE(files->IsSameFile(folder.File("file"), folder.File("FILE")));
+  EXPECT_TRUE(files->IsSameFile(folder.File("missing"), folder.File("MISSING")));
 }
 
 }  // namespace
