@@ -10,8 +10,6 @@
 namespace mv {
 namespace {
 
-constexpr const char* kTemplateName = "_20";
-
 /// `number` with zeros in front up to `width` digits.
 std::string Digits(int number, std::size_t width) {
   std::string digits = std::to_string(number);
@@ -31,7 +29,7 @@ std::string TimeStamp(const platform::Clock& clock) {
 
 void BackupDesktopDatabase(const RunContext& run) {
   const std::string& database = run.state.settings.DesktopDBPath;
-  const std::string backup = database + ".presyncbackup." + TimeStamp(run.clock);
+  const std::string backup = database + kBackupInfix + TimeStamp(run.clock);
   run.log.WriteLogLine(log_texts::BackupLine(backup), false);
   // The engine of the platform may hold the database by its lock file alone.
   if (jet::PageFile::IsLockedByEngine(run.files, database)) throw StandardError(errors::kPermissionDenied);

@@ -244,16 +244,18 @@ class EndToEndTest : public ::testing::Test {
 
   std::optional<ExitStatus> Run(const std::string& commandLine) {
     RunState state;
-    SyncLog log(*files_, state.settings);
+    const ProtectedFiles protectedFiles(*files_, state.settings, folder_.File("program"));
+    SyncLog log(*files_, state.settings, protectedFiles);
     SilentUserInterface ui;
     FolderRapi rapi(*files_, folder_.File("handheld"));
     const DeviceHooks hooks{[&](const std::string& line) { log.WriteLogLine(line, false); }, {}, {}, {}};
     modWinCERAPIConnectionHandler connection(rapi, hooks);
     modWinCEFileManagement deviceFiles(rapi, connection, *files_, hooks);
     RunContext run{
-        state,      log,        ui,          settings_,
-        databases_, connection, deviceFiles, [&] { return CreateFileTransfer(connection, deviceFiles, *files_); },
-        *files_,    shell_,     clock_,      folder_.File("program")};
+        state,      log,           ui,          settings_,
+        databases_, connection,    deviceFiles, [&] { return CreateFileTransfer(connection, deviceFiles, *files_); },
+        *files_,    shell_,        clock_,      folder_.File("program"),
+        "1.2.3",    protectedFiles};
     const EntryContext entry{run, commandLine, nullptr, [] { return true; }, errors_};
     return Main(entry);
   }

@@ -40,6 +40,7 @@ void ReportEnd(const RunContext& run) {
 }
 
 void RunConnected(const RunContext& run) {
+  RequireSeparatePaths(run, kFirstTable);
   run.state.TablesSynchronized = 0;
   LogLines(run.log, log_texts::InteractiveBanner(run.state.settings, run.version, NowText(run)));
   run.ui.AddProgressLine("Synchronization Began: " + NowText(run));

@@ -37,7 +37,8 @@ struct Session {
             world.shell,
             world.clock,
             "C:\\Motorva",
-            "1.2.3"} {
+            "1.2.3",
+            world.protectedFiles} {
     world.state.InteractiveRun = true;
     world.hooks.advanceSpinner = [this] { window.AdvanceSpinner(false); };
     world.hooks.showHourglass = [this] { window.SetHourglass(true); };

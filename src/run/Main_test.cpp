@@ -183,7 +183,9 @@ TEST_F(MainTest, AHandheldThatAnswersLaterEnablesStart) {
                  usual.files,
                  usual.shell,
                  usual.clock,
-                 usual.programFolder};
+                 usual.programFolder,
+                 usual.version,
+                 usual.protectedFiles};
   const EntryContext entry{run, "", &window, [] { return true; }, errors_};
   EXPECT_EQ(Main(entry), std::nullopt);
   EXPECT_EQ(ui.messages.size(), 1u);

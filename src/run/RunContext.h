@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "config/SettingsStore.h"
@@ -35,7 +36,10 @@ struct RunContext {
   /// Folder of this program's executable, without a separator at its end.
   std::string programFolder;
   /// "major.minor.revision" of this program.
-  std::string version = {};
+  std::string version;
+  const ProtectedFiles& protectedFiles;
+  /// The local path of a file of the handheld, by its path there; nothing when it has none.
+  std::function<std::optional<std::string>(const std::string& devicePath)> localDeviceFile = {};
 };
 
 /// The current time as the log and the window show it.

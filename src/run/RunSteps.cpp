@@ -1,6 +1,9 @@
 #include "run/RunSteps.h"
 
+#include <utility>
+
 #include "base/Error.h"
+#include "base/Text.h"
 #include "run/DesktopBackup.h"
 #include "run/TableDriver.h"
 #include "sync/SyncContext.h"
@@ -18,6 +21,24 @@ void LogLines(SyncLog& log, const std::vector<std::string>& lines) {
 
 void LogLastLine(SyncLog& log) {
   log.WriteLogLine("", true);
+}
+
+void RequireSeparatePaths(const RunContext& run, std::size_t first) {
+  const Settings& settings = run.state.settings;
+  std::vector<ProtectedFiles::Use> uses = {{"the source folder", settings.PCSyncSourcePath},
+                                           {"the destination folder", settings.PCSyncDestPath}};
+  if (settings.SyncLog != 0) uses.push_back({"the sync log", settings.SyncLogPath});
+  for (std::size_t i = first; i < kTables.size(); ++i) {
+    const std::string name = std::string(kTables[i]) + ".pdb";
+    const std::string onHandheld = JoinPath(settings.PDADBPath, name);
+    uses.push_back({"the fetched table file", JoinPath(settings.PCSyncSourcePath, name)});
+    uses.push_back({"the merged table file", JoinPath(settings.PCSyncDestPath, name)});
+    // What has the handheld's path on this PC is removed after each upload.
+    uses.push_back({"the handheld's table file", onHandheld});
+    if (!run.localDeviceFile) continue;
+    if (auto local = run.localDeviceFile(onHandheld)) uses.push_back({"the handheld's table file", std::move(*local)});
+  }
+  run.protectedFiles.RequireOthers(uses);
 }
 
 void BackUpBeforeOverwritePc(const RunContext& run) {

@@ -17,6 +17,9 @@ void LogLines(SyncLog& log, const std::vector<std::string>& lines);
 /// The empty line that ends a run's log, and closes it.
 void LogLastLine(SyncLog& log);
 
+/// Error 75 when a path of the run - log, source, destination or handheld, of the tables from number `first` of kTables
+/// on - leads to the desktop database, its template or a backup. To be asked before anything is opened.
+void RequireSeparatePaths(const RunContext& run, std::size_t first);
 /// Backs the desktop database up and lays the template over it when the mode is Overwrite PC.
 void BackUpBeforeOverwritePc(const RunContext& run);
 /// The tables from number `first` of kTables on.

@@ -19,6 +19,7 @@ ExitStatus ReportNoHandheld(const RunContext& run) {
 
 ExitStatus RunConnected(const RunContext& run) {
   run.connection.DisconnectDevice();
+  RequireSeparatePaths(run, kFirstSilentTable);
   run.state.TablesSynchronized = 0;
   LogLines(run.log, log_texts::SilentBanner(NowText(run)));
   BackUpBeforeOverwritePc(run);

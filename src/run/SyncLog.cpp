@@ -22,6 +22,7 @@ void SyncLog::Append(const std::string& line) {
 }
 
 void SyncLog::Open() {
+  protectedFiles_.RequireOthers({{"the sync log", settings_.SyncLogPath}});
   const bool append = settings_.SyncLogHistory != 0;
   file_ = files_.Open(settings_.SyncLogPath, platform::Access::Write,
                       append ? platform::Disposition::OpenAlways : platform::Disposition::CreateAlways,

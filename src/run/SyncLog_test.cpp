@@ -25,7 +25,8 @@ class SyncLogTest : public ::testing::Test {
 
   testing::MemoryFileSystem files_;
   Settings settings_;
-  SyncLog log_{files_, settings_};
+  ProtectedFiles protectedFiles_{files_, settings_, "C:\\Motorva"};
+  SyncLog log_{files_, settings_, protectedFiles_};
 };
 
 TEST_F(SyncLogTest, EachLineEndsInCarriageReturnAndLineFeedAndIsThereAtOnce) {

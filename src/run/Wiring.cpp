@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "config/UserSettings.h"
-#include "device/FolderRapi.h"
 #include "device/SystemRapi.h"
 #include "run/CurrentError.h"
 #include "run/DatabaseEngine.h"
@@ -14,13 +13,6 @@
 
 namespace mv {
 namespace {
-
-/// A folder that stands for the handheld comes before the handheld that the system may reach.
-std::unique_ptr<Rapi> MakeRapi(platform::FileSystem& files, const std::string& handheldRoot,
-                               const std::string& programFolder) {
-  if (handheldRoot.empty()) return MakeSystemRapi(programFolder);
-  return std::make_unique<FolderRapi>(files, handheldRoot);
-}
 
 /// The device modules know neither the log nor the window.
 DeviceHooks MakeHooks(RunState& state, SyncLog& log, UserInterface& ui) {
@@ -39,23 +31,44 @@ Wiring::Wiring(std::string commandLine)
       files_(*systemFiles_, clock_),
       programFolder_(platform::ProgramFolder()),
       settings_(MakeSettingsStore(files_, programFolder_)),
-      log_(files_, state_.settings),
+      protectedFiles_(files_, state_.settings, programFolder_),
+      log_(files_, state_.settings, protectedFiles_),
       registry_(MakeRegistryStrings(*settings_)),
       toolkit_(MakeToolkit()),
       window_(MakeWindow()),
       noWindow_(MakeSilentUserInterface()),
-      rapi_(MakeRapi(files_, LoadHandheldRoot(*settings_), programFolder_)),
+      folderRapi_(MakeFolderRapi()),
+      systemRapi_(folderRapi_ ? nullptr : MakeSystemRapi(programFolder_)),
       hooks_(MakeHooks(state_, log_, Ui())),
-      connection_(*rapi_, hooks_),
-      deviceFiles_(*rapi_, connection_, files_, hooks_),
+      connection_(Handheld(), hooks_),
+      deviceFiles_(Handheld(), connection_, files_, hooks_),
       databases_(MakeDatabaseEngine(files_)),
-      run_{state_,         log_,
-           Ui(),           *settings_,
-           *databases_,    connection_,
-           deviceFiles_,   [this] { return CreateFileTransfer(connection_, deviceFiles_, files_); },
-           files_,         shell_,
-           clock_,         programFolder_,
-           kProgramVersion} {}
+      run_{state_,
+           log_,
+           Ui(),
+           *settings_,
+           *databases_,
+           connection_,
+           deviceFiles_,
+           [this] { return CreateFileTransfer(connection_, deviceFiles_, files_); },
+           files_,
+           shell_,
+           clock_,
+           programFolder_,
+           kProgramVersion,
+           protectedFiles_,
+           [this](const std::string& path) { return folderRapi_ ? folderRapi_->LocalPath(path) : std::nullopt; }} {}
+
+/// A folder that stands for the handheld comes before the handheld that the system may reach; null without one.
+std::unique_ptr<FolderRapi> Wiring::MakeFolderRapi() {
+  const std::string root = LoadHandheldRoot(*settings_);
+  return root.empty() ? nullptr : std::make_unique<FolderRapi>(files_, root);
+}
+
+Rapi& Wiring::Handheld() {
+  if (folderRapi_) return *folderRapi_;
+  return *systemRapi_;
+}
 
 /// Null in an edition without a window, and for a silent run, which cannot show one then, whatever happens.
 std::unique_ptr<frmMain> Wiring::MakeWindow() {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "device/Rapi.h"
+#include "device/FolderRapi.h"
 #include "platform/PatientFileSystem.h"
 #include "run/Main.h"
 #include "ui/frmMain.h"
@@ -25,6 +25,8 @@ class Wiring {
  private:
   std::unique_ptr<frmMain> MakeWindow();
   UserInterface& Ui();
+  std::unique_ptr<FolderRapi> MakeFolderRapi();
+  Rapi& Handheld();
 
   std::string commandLine_;
   platform::SystemClock clock_;
@@ -34,12 +36,14 @@ class Wiring {
   std::string programFolder_;
   std::unique_ptr<SettingsStore> settings_;
   RunState state_;
+  ProtectedFiles protectedFiles_;
   SyncLog log_;
   std::unique_ptr<RegistryStrings> registry_;
   std::unique_ptr<Toolkit> toolkit_;  ///< null in an edition without a window
   std::unique_ptr<frmMain> window_;   ///< null likewise, and for a silent run
   std::unique_ptr<UserInterface> noWindow_;
-  std::unique_ptr<Rapi> rapi_;
+  std::unique_ptr<FolderRapi> folderRapi_;  ///< null when the handheld is no folder
+  std::unique_ptr<Rapi> systemRapi_;        ///< null when it is one
   DeviceHooks hooks_;
   modWinCERAPIConnectionHandler connection_;
   modWinCEFileManagement deviceFiles_;

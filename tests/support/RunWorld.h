@@ -135,15 +135,16 @@ class RunWorld {
   FakeDatabase database;
   FakeRapi rapi;
   RunState state;
-  SyncLog log{files, state.settings};
+  ProtectedFiles protectedFiles{files, state.settings, "C:\\Motorva"};
+  SyncLog log{files, state.settings, protectedFiles};
   DeviceHooks hooks{[this](const std::string& line) { log.WriteLogLine(line, false); }, [] {}, [] {}, [] {}};
   modWinCERAPIConnectionHandler connection{rapi, hooks};
   modWinCEFileManagement deviceFiles{rapi, connection, files, hooks};
   RunContext run{
-      state,    log,        ui,          settings,
-      database, connection, deviceFiles, [this] { return CreateFileTransfer(connection, deviceFiles, files); },
-      files,    shell,      clock,       "C:\\Motorva",
-      "1.2.3"};
+      state,    log,           ui,          settings,
+      database, connection,    deviceFiles, [this] { return CreateFileTransfer(connection, deviceFiles, files); },
+      files,    shell,         clock,       "C:\\Motorva",
+      "1.2.3",  protectedFiles};
 };
 
 }  // namespace mv::testing

@@ -75,9 +75,10 @@ Outcome RunThroughAdo(FakeAdo& ado, const BothSides& sides, std::int16_t mode) {
   Fill(ado, sides.desktop);
   ado::AdoDatabaseProvider provider(ado, world.database);
   const RunContext& usual = world.run;
-  const RunContext run{usual.state, usual.log,        usual.ui,          usual.settings,
-                       provider,    usual.connection, usual.deviceFiles, usual.createFileTransfer,
-                       usual.files, usual.shell,      usual.clock,       usual.programFolder};
+  const RunContext run{usual.state,   usual.log,           usual.ui,          usual.settings,
+                       provider,      usual.connection,    usual.deviceFiles, usual.createFileTransfer,
+                       usual.files,   usual.shell,         usual.clock,       usual.programFolder,
+                       usual.version, usual.protectedFiles};
   const std::int32_t error = Synchronize(run);
   return OutcomeOf(world, ado.RowsOf(kTable), error);
 }

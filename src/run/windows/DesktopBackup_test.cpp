@@ -31,7 +31,11 @@ class HeldFile {
 /// An Overwrite PC run whose database and log are on the disk, everything else in memory.
 class DesktopBackupOnDisk : public ::testing::Test {
  protected:
-  DesktopBackupOnDisk() : files_(platform::MakeFileSystem()), log_(*files_, world_.state.settings), run_(RunOnDisk()) {
+  DesktopBackupOnDisk()
+      : files_(platform::MakeFileSystem()),
+        protectedFiles_(*files_, world_.state.settings, folder_.File("program")),
+        log_(*files_, world_.state.settings, protectedFiles_),
+        run_(RunOnDisk()) {
     folder_.Write("Motorva.db", "database");
     folder_.Write("program/_20", "template");
     world_.state.settings.DesktopDBPath = folder_.File("Motorva.db");
@@ -46,7 +50,8 @@ class DesktopBackupOnDisk : public ::testing::Test {
             usual.databases,   usual.connection,
             usual.deviceFiles, usual.createFileTransfer,
             *files_,           usual.shell,
-            usual.clock,       folder_.File("program")};
+            usual.clock,       folder_.File("program"),
+            usual.version,     protectedFiles_};
   }
 
   void ExpectInUse() {
@@ -59,6 +64,7 @@ class DesktopBackupOnDisk : public ::testing::Test {
   testing::TempFolder folder_;
   testing::RunWorld world_;
   std::unique_ptr<platform::FileSystem> files_;
+  ProtectedFiles protectedFiles_;
   SyncLog log_;
   RunContext run_;
 };
