@@ -1,14 +1,23 @@
 #include "run/DesktopBackup.h"
 
+#include <memory>
 #include <string>
 
+#include "base/Date.h"
 #include "base/Error.h"
 #include "base/Text.h"
 #include "jet/file/PageFile.h"
+#include "platform/StagedWrite.h"
 #include "run/LogTexts.h"
+#include "run/TemplateCheck.h"
 
 namespace mv {
 namespace {
+
+using platform::Access;
+using platform::Disposition;
+using platform::Sharing;
+using platform::StagedWrite;
 
 /// `number` with zeros in front up to `width` digits.
 std::string Digits(int number, std::size_t width) {
@@ -17,24 +26,98 @@ std::string Digits(int number, std::size_t width) {
   return digits;
 }
 
-/// "yyyymmdd-hhmmss". Day and time are two readings of the clock.
-std::string TimeStamp(const platform::Clock& clock) {
-  const CivilTime day = clock.Now();
-  const CivilTime time = clock.Now();
-  return Digits(day.year, 4) + Digits(day.month, 2) + Digits(day.day, 2) + "-" + Digits(time.hour, 2) +
+/// "yyyymmdd-hhmmss".
+std::string TimeStamp(const CivilTime& time) {
+  return Digits(time.year, 4) + Digits(time.month, 2) + Digits(time.day, 2) + "-" + Digits(time.hour, 2) +
          Digits(time.minute, 2) + Digits(time.second, 2);
+}
+
+/// Day and time are two readings of the clock.
+CivilTime Now(const platform::Clock& clock) {
+  CivilTime now = clock.Now();
+  const CivilTime time = clock.Now();
+  now.hour = time.hour;
+  now.minute = time.minute;
+  now.second = time.second;
+  return now;
+}
+
+CivilTime SecondAfter(const CivilTime& time) {
+  constexpr double kSecond = 1.0 / (24 * 60 * 60);
+  return CivilFromDate(Date{DateFromCivil(time).days + kSecond});
+}
+
+/// A backup under a name that nobody else has or is about to have.
+struct Backup {
+  std::string path;
+  std::unique_ptr<StagedWrite> file;
+};
+
+/// Null when another run is writing a backup of that name, or has written it.
+std::unique_ptr<StagedWrite> Reserve(platform::FileSystem& files, const std::string& path, const std::string& like) {
+  if (files.FileExists(path)) return nullptr;
+  try {
+    auto file = std::make_unique<StagedWrite>(files, path, like);
+    return files.FileExists(path) ? nullptr : std::move(file);
+  } catch (const Error& error) {
+    if (error.Number() != errors::kPermissionDenied) throw;
+    return nullptr;
+  }
+}
+
+/// Logs the name that it found.
+Backup MakeBackup(const RunContext& run, const std::string& database) {
+  Backup backup;
+  for (CivilTime time = Now(run.clock); !backup.file; time = SecondAfter(time)) {
+    backup.path = database + kBackupInfix + TimeStamp(time);
+    try {
+      backup.file = Reserve(run.files, backup.path, database);
+    } catch (const Error&) {
+      run.log.WriteLogLine(log_texts::BackupLine(backup.path), false);
+      throw;
+    }
+  }
+  run.log.WriteLogLine(log_texts::BackupLine(backup.path), false);
+  return backup;
+}
+
+void CopyDatabase(const RunContext& run, const std::string& database, Backup& backup) {
+  // The engine of the platform may hold the database by its lock file alone.
+  if (jet::PageFile::IsLockedByEngine(run.files, database)) throw StandardError(errors::kPermissionDenied);
+  const auto source = run.files.Open(database, Access::Read, Disposition::OpenExisting, Sharing::Read);
+  platform::CopyContent(*source, backup.file->Contents());
+  backup.file->FinishNew();
+}
+
+/// What was checked is what is laid down: the template is held, and read once.
+void LayTemplateOver(const RunContext& run, const std::string& database, std::size_t firstTable) {
+  const std::string path = JoinPath(run.programFolder, kTemplateName);
+  const auto held = run.files.Open(path, Access::Read, Disposition::OpenExisting, Sharing::Read);
+  Bytes content(static_cast<std::size_t>(held->Size()));
+  content.resize(held->ReadAt(0, content));
+  CheckTemplate(run, path, content, firstTable);
+  run.files.WriteWhole(database, content);
 }
 
 }  // namespace
 
-void BackupDesktopDatabase(const RunContext& run) {
+void BackupDesktopDatabase(const RunContext& run, std::size_t firstTable) {
   const std::string& database = run.state.settings.DesktopDBPath;
-  const std::string backup = database + kBackupInfix + TimeStamp(run.clock);
-  run.log.WriteLogLine(log_texts::BackupLine(backup), false);
-  // The engine of the platform may hold the database by its lock file alone.
-  if (jet::PageFile::IsLockedByEngine(run.files, database)) throw StandardError(errors::kPermissionDenied);
-  run.files.CopyWhole(database, backup);
-  run.files.CopyWhole(JoinPath(run.programFolder, kTemplateName), database);
+  Backup backup = MakeBackup(run, database);
+  CopyDatabase(run, database, backup);
+  LayTemplateOver(run, database, firstTable);
+}
+
+void RemoveUnfinishedBackups(const RunContext& run) {
+  const std::string unfinished = run.files.StagedName({});
+  for (const std::string& backup : run.protectedFiles.Backups()) {
+    if (!backup.ends_with(unfinished) || run.files.IsRangeLocked(backup, 0, 1)) continue;
+    try {
+      StagedWrite::TakeOver(run.files, backup.substr(0, backup.size() - unfinished.size()));
+    } catch (const Error&) {
+      // A run that is still writing it, or a file of somebody else: in nobody's way.
+    }
+  }
 }
 
 }  // namespace mv

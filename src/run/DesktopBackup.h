@@ -1,14 +1,24 @@
 #pragma once
 
+#include <cstddef>
+
 #include "run/RunContext.h"
 
 namespace mv {
 
 /// Prepares an Overwrite PC run: copies the desktop database to DesktopDBPath + ".presyncbackup.yyyymmdd-hhmmss", then
-/// the template "_20" of the program's folder over it. Each copy is whole or not there, and a copy left half done never
-/// stands in the place of the database. Logs the backup line before the first copy.
-/// Error 53 when the database or the template is missing, 70 when another program has the database open; the database
-/// is then as it was. A backup of the same second is replaced.
-void BackupDesktopDatabase(const RunContext& run);
+/// puts a copy of the template "_20" of the program's folder in its place. `firstTable`: the run's first one in
+/// kTables.
+///
+/// No backup is ever replaced: while a name is taken, the time in it goes on by a second. A backup may be read and
+/// written by nobody who could not read and write the database. Each copy is whole or not there, and a copy left half
+/// done never stands in the place of the database. Logs the backup line before the copy.
+///
+/// The template must be sound and have the tables of the run. Error 53 when the database or the template is missing, 70
+/// when another program has the database open, and those of CheckTemplate; the database is then as it was.
+void BackupDesktopDatabase(const RunContext& run, std::size_t firstTable);
+
+/// Removes what killed runs left of unfinished backups.
+void RemoveUnfinishedBackups(const RunContext& run);
 
 }  // namespace mv

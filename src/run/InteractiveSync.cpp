@@ -44,7 +44,7 @@ void RunConnected(const RunContext& run) {
   run.state.TablesSynchronized = 0;
   LogLines(run.log, log_texts::InteractiveBanner(run.state.settings, run.version, NowText(run)));
   run.ui.AddProgressLine("Synchronization Began: " + NowText(run));
-  BackUpBeforeOverwritePc(run);
+  BackUpBeforeOverwritePc(run, kFirstTable);
   SynchronizeTables(run, kFirstTable);
   ReportEnd(run);
 }

@@ -41,8 +41,9 @@ void RequireSeparatePaths(const RunContext& run, std::size_t first) {
   run.protectedFiles.RequireOthers(uses);
 }
 
-void BackUpBeforeOverwritePc(const RunContext& run) {
-  if (run.state.settings.SyncMode == sync_modes::kOverwritePc) BackupDesktopDatabase(run);
+void BackUpBeforeOverwritePc(const RunContext& run, std::size_t first) {
+  RemoveUnfinishedBackups(run);
+  if (run.state.settings.SyncMode == sync_modes::kOverwritePc) BackupDesktopDatabase(run, first);
 }
 
 void SynchronizeTables(const RunContext& run, std::size_t first) {

@@ -20,8 +20,8 @@ void LogLastLine(SyncLog& log);
 /// Error 75 when a path of the run - log, source, destination or handheld, of the tables from number `first` of kTables
 /// on - leads to the desktop database, its template or a backup. To be asked before anything is opened.
 void RequireSeparatePaths(const RunContext& run, std::size_t first);
-/// Backs the desktop database up and lays the template over it when the mode is Overwrite PC.
-void BackUpBeforeOverwritePc(const RunContext& run);
+/// Backs the desktop database up and lays the template over it when the mode is Overwrite PC. `first` as above.
+void BackUpBeforeOverwritePc(const RunContext& run, std::size_t first);
 /// The tables from number `first` of kTables on.
 void SynchronizeTables(const RunContext& run, std::size_t first);
 

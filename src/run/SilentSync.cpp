@@ -22,7 +22,7 @@ ExitStatus RunConnected(const RunContext& run) {
   RequireSeparatePaths(run, kFirstSilentTable);
   run.state.TablesSynchronized = 0;
   LogLines(run.log, log_texts::SilentBanner(NowText(run)));
-  BackUpBeforeOverwritePc(run);
+  BackUpBeforeOverwritePc(run, kFirstSilentTable);
   SynchronizeTables(run, kFirstSilentTable);
   SaveLastSync(run.settings, run.clock);
   LogLines(run.log, log_texts::SilentEnd(run.state.TablesSynchronized, NowText(run)));

@@ -1,0 +1,41 @@
+#include "run/TemplateCheck.h"
+
+#include "base/Error.h"
+#include "check/DatabaseCheck.h"
+#include "jet/Database.h"
+
+namespace mv {
+namespace {
+
+void RequireSound(const std::string& path, const check::Report& report) {
+  if (report.IsSound()) return;
+  throw Error(errors::kJetGeneral, "",
+              "The template database \"" + path + "\" is damaged (" + LineOf(report.findings.front()) +
+                  "). The desktop database was not changed.");
+}
+
+/// Calls `open` for the name of each table; an error gets the template's path.
+template <typename Open>
+void OpenTables(const std::string& path, std::size_t firstTable, Open open) {
+  try {
+    for (std::size_t i = firstTable; i < kTables.size(); ++i) open(kTables[i]);
+  } catch (const Error& error) {
+    throw Error(error.Number(), error.Source(), "Template database \"" + path + "\": " + error.Description());
+  }
+}
+
+}  // namespace
+
+void CheckTemplate(const RunContext& run, const std::string& path, ByteView content, std::size_t firstTable) {
+  const check::Report report = check::CheckDatabase(content);
+  if (!report.checked) {
+    const auto connection = run.databases.Open("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + path + ";");
+    OpenTables(path, firstTable, [&](const char* table) { connection->OpenTable(table); });
+    return;
+  }
+  RequireSound(path, report);
+  const auto database = jet::Database::Open(run.files, path, jet::PageFile::Mode::ReadOnly);
+  OpenTables(path, firstTable, [&](const char* table) { database->OpenTable(table); });
+}
+
+}  // namespace mv
