@@ -121,7 +121,9 @@ void frmConfig::TakeLogging(const frmConfigView& view) {
 }
 
 std::string frmConfig::DatabaseFolder() const {
-  return settings_.DesktopDBPath.substr(0, FolderLength(settings_.DesktopDBPath));
+  const std::string& path = settings_.DesktopDBPath;
+  const std::size_t separator = path.rfind('\\');
+  return separator == std::string::npos ? std::string() : path.substr(0, separator + 1);
 }
 
 void frmConfig::CreateWorkFolders() {

@@ -40,7 +40,7 @@ class frmConfig {
   void TakePaths(const frmConfigView& view);
   void TakeLogging(const frmConfigView& view);
   void CreateWorkFolders();
-  /// The database's folder with its separator; empty when its path names none.
+  /// The database's folder up to the last "\" of its path; empty without one, also when the path has a "/".
   std::string DatabaseFolder() const;
 
   Settings& settings_;

@@ -236,6 +236,24 @@ TEST_F(frmConfigTest, ADatabaseWithoutAFolderHasRelativeWorkFolders) {
   EXPECT_EQ(files_.created, (std::vector<std::string>{"\\sync", "sync\\source", "sync\\dest"}));
 }
 
+TEST_F(frmConfigTest, ADatabasePathWithSlashesAloneHasNoFolder) {
+  Load();
+  view_.paths[0] = "/home/kim/cars/Motorva.db";
+  form_.cmdOK_Click(view_);
+  EXPECT_EQ(settings_.DesktopDBPath, "/home/kim/cars/Motorva.db");
+  EXPECT_EQ(settings_.PCSyncSourcePath, "sync\\source");
+  EXPECT_EQ(settings_.PCSyncDestPath, "sync\\dest");
+  EXPECT_EQ(files_.created, (std::vector<std::string>{"\\sync", "sync\\source", "sync\\dest"}));
+}
+
+TEST_F(frmConfigTest, ASlashBehindTheLastBackslashDoesNotEndTheFolder) {
+  Load();
+  view_.paths[0] = "C:\\Cars\\old/Motorva.db";
+  form_.cmdOK_Click(view_);
+  EXPECT_EQ(settings_.PCSyncSourcePath, "C:\\Cars\\sync\\source");
+  EXPECT_EQ(settings_.PCSyncDestPath, "C:\\Cars\\sync\\dest");
+}
+
 TEST_F(frmConfigTest, OkMakesTheWorkFolders) {
   LoadAndOk();
   EXPECT_TRUE(files_.FolderExists("C:\\Cars\\sync\\source"));
