@@ -25,6 +25,7 @@ bool WaitForHandheld(const RunContext& run) {
 }
 
 void ReportIncomplete(const RunContext& run) {
+  run.log.WriteLogLine(log_texts::kErrorsOccurred, false);
   run.ui.AddProgressLine("Synchronization Ended with Errors: " + NowText(run));
   run.ui.ShowMessage(texts::kNotCompleted, texts::kNotCompletedTitle, MessageButtons::Ok, MessageIcon::Critical);
 }

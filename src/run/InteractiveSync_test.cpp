@@ -108,11 +108,31 @@ class InteractiveSyncTest : public ::testing::Test {
     return found;
   }
   Calls ProgressLines() const { return toolkit_.CallsThatStart("progress: "); }
+  /// Puts the log's new lines among the window's calls.
+  void NoteLogLines() {
+    const std::string log = world_.HasLog() ? world_.Log() : "";
+    while (notedLog_ < log.size()) {
+      const std::size_t end = log.find(kLine, notedLog_);
+      toolkit_.calls.push_back("log: " + log.substr(notedLog_, end - notedLog_));
+      notedLog_ = end + kLine.size();
+    }
+  }
+  /// What a run told in log, progress list and message boxes, in one sequence.
+  Calls LogListAndMessages() const {
+    Calls told;
+    for (const std::string& call : toolkit_.calls) {
+      if (call.starts_with("log: ") || call.starts_with("progress: ") || call.starts_with("message: ")) {
+        told.push_back(call);
+      }
+    }
+    return told;
+  }
 
   RunWorld world_;
   Session session_{world_};
   testing::FakeToolkit& toolkit_ = session_.toolkit;
   frmMain& window_ = session_.window;
+  std::size_t notedLog_ = 0;  ///< bytes of the log
 };
 
 const Calls kDisabledForTheRun = {"disable button 1", "disable mnuSyncStart", "disable button 1", "disable button 3",
@@ -261,6 +281,18 @@ TEST_F(InteractiveSyncTest, FewerThanThirteenTablesEndWithAnAdvice) {
                  "Sync Not Completed Successfully", MessageButtons::Ok, MessageIcon::Critical}}));
   EXPECT_TRUE(world_.settings.Stored("PPC_Mobile", "LastSync").has_value());
   EXPECT_EQ(Switches(), Joined(kDisabledForTheRun, kEnabledAfterTheRun));
+}
+
+TEST_F(InteractiveSyncTest, TheErrorsOfAnIncompleteRunAreLoggedAfterTheListHasTheCount) {
+  world_.rapi.Fail("CeCreateFile", 0, 1);
+  toolkit_.beforeCall = [this] { NoteLogLines(); };
+  Run();
+  const Calls told = LogListAndMessages();
+  EXPECT_EQ(
+      Calls(told.end() - 7, told.end()),
+      (Calls{"log: " + std::string(60, '-'), "log:  " + Ended("12"), "progress: " + Ended("12"),
+             "log: ** Errors occurred during synchronization", "progress: Synchronization Ended with Errors: " + Now(),
+             "message: " + toolkit_.messages.at(0).text, "log: "}));
 }
 
 TEST_F(InteractiveSyncTest, ATableThatTheHandheldDoesNotTakeBackIsShown) {

@@ -8,7 +8,6 @@ namespace {
 
 constexpr std::size_t kRuleWidth = 60;
 constexpr const char* kSupportContact = "Questions? Write to support@motorva.example";
-constexpr const char* kErrorsOccurred = "** Errors occurred during synchronization";
 
 /// `text` between the side walls of the silent banner.
 std::string Boxed(const std::string& text) {
@@ -108,9 +107,7 @@ std::vector<std::string> SilentEnd(std::int16_t tablesSynchronized, const std::s
 }
 
 std::vector<std::string> InteractiveEnd(std::int16_t tablesSynchronized, const std::string& now) {
-  std::vector<std::string> lines = {Rule(), " " + Ended(tablesSynchronized, now)};
-  if (tablesSynchronized != kCountedTables) lines.push_back(kErrorsOccurred);
-  return lines;
+  return {Rule(), " " + Ended(tablesSynchronized, now)};
 }
 
 std::vector<std::string> NoHandheld(const std::string& now) {

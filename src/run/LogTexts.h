@@ -37,9 +37,12 @@ inline constexpr const char* kTableEnd = " ";
 
 /// "Synchronization of 12 of 13 tables ended: " and the time.
 std::string Ended(std::int16_t tablesSynchronized, const std::string& now);
-/// End lines without the empty one that closes the log.
+/// End lines without the empty one that closes the log. An interactive run tells the count in its window before it
+/// goes on with kErrorsOccurred, so that line is not among those of InteractiveEnd.
 std::vector<std::string> SilentEnd(std::int16_t tablesSynchronized, const std::string& now);
 std::vector<std::string> InteractiveEnd(std::int16_t tablesSynchronized, const std::string& now);
+/// Fewer than kCountedTables succeeded.
+inline constexpr const char* kErrorsOccurred = "** Errors occurred during synchronization";
 
 /// A silent run that found no handheld.
 std::vector<std::string> NoHandheld(const std::string& now);

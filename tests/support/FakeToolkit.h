@@ -67,6 +67,8 @@ class FakeAboutView : public frmAboutView {
 class FakeToolkit : public Toolkit {
  public:
   std::vector<std::string> calls;
+  /// Runs before each call is written down.
+  std::function<void()> beforeCall = [] {};
   std::vector<RecordingUi::Message> messages;
   std::deque<MessageAnswer> answers;
   /// What the user does at the coming ProcessMessages, one each.
@@ -137,7 +139,10 @@ class FakeToolkit : public Toolkit {
     }
 
    private:
-    void Note(const std::string& call) { toolkit_.calls.push_back(call); }
+    void Note(const std::string& call) {
+      toolkit_.beforeCall();
+      toolkit_.calls.push_back(call);
+    }
     static std::string Verb(bool enabled) { return enabled ? "enable " : "disable "; }
     FakeToolkit& toolkit_;
   };
