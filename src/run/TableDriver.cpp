@@ -120,7 +120,7 @@ void TableDriver::SynchronizeTable(const std::string& table) {
     CreateResult(result, *records, table);
     SetKeyInfo(source, table);
     Merge(source, desktop, result, *connection, table);
-    WriteResult(source, desktop, result, table);
+    WriteResult(source, result, table);
     ReturnTable(*transfer, table);
   }
   CloseQuietly(*connection);
@@ -170,7 +170,6 @@ void TableDriver::LoadSource(clsSyncableRS_PDB& source, const std::string& table
   // Without its rows the merge would take every one of them for gone.
   source.RequireOpened();
   source.RequireHeader();
-  source.closeDB();
   Yield(run_);
   Yield(run_);
   Log(log_texts::SourceCreated(table));
@@ -195,7 +194,6 @@ std::unique_ptr<Recordset> TableDriver::OpenDesktopTable(Connection& connection,
 void TableDriver::CreateResult(clsSyncableRS_PDB& result, const Recordset& templateRS, const std::string& table) {
   run_.state.CurrentPdbFolder = run_.state.settings.PCSyncDestPath;
   result.createDB(FileNameOf(table), templateRS);
-  result.closeDB();
   result.openDB(FileNameOf(table));
   result.RequireOpened();
   Log(log_texts::ResultCreated(table));
@@ -227,11 +225,8 @@ void TableDriver::Merge(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desktop, c
   connection.Commit();
 }
 
-void TableDriver::WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desktop, clsSyncableRS_PDB& result,
-                              const std::string& table) {
+void TableDriver::WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_PDB& result, const std::string& table) {
   result.closeDB();
-  desktop.closeDB();
-  source.closeDB();
   // Reads the result back: a file that cannot be read shall not reach the handheld.
   source.name(FileNameOf(table));
   run_.state.CurrentPdbFolder = run_.state.settings.PCSyncDestPath;

@@ -43,8 +43,7 @@ class TableDriver {
   void SetKeyInfo(clsSyncableRS_PDB& source, const std::string& table);
   void Merge(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desktop, clsSyncableRS_PDB& result, Connection& connection,
              const std::string& table);
-  void WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desktop, clsSyncableRS_PDB& result,
-                   const std::string& table);
+  void WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_PDB& result, const std::string& table);
   void ReturnTable(IFileTransfer& transfer, const std::string& table);
   void ReportReturned(const std::string& table);
   void ReportNotReturned(const std::string& table, std::int32_t code);

@@ -16,9 +16,9 @@
 namespace mv {
 
 /// A handheld's table file as one side of a table. A run uses two of them for a table:
-/// - the handheld's side: name set, createADORS (the file is opened, read and closed), keyInfo set, merged, closeDB;
-/// - the output: createDB, closeDB, openDB, then one copyRecordToNative for each record, and closeDB, which writes
-/// them.
+/// - the handheld's side: name set, createADORS (the file is opened, read and closed), keyInfo set, merged;
+/// - the output: createDB (the file is written and closed), openDB, then one copyRecordToNative for each record, and
+/// closeDB, which writes them.
 ///
 /// Files lie in the context's currentPdbFolder as it is at the time of the call. File names are given with their
 /// extension, a folder before the last "\" is not looked at; the file is called by the name without its last four
@@ -42,6 +42,7 @@ class clsSyncableRS_PDB : public ISyncableRS {
   void createDB(const std::string& fileName, const Recordset& templateRS) override;
   /// Opens a table file for appending. One that cannot be opened is no error; the next record then is.
   void openDB(const std::string& fileName) override;
+  /// Writes the records that were appended, if any, and closes the file.
   void closeDB() override;
   /// Reads the table file called name() into the recordset: its fields in order, then `_D` and `_M`, and one row for
   /// each record; in mode "Overwrite PDA" no rows. A field of an unknown type is reported and left out, and fields
