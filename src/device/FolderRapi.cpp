@@ -14,13 +14,6 @@ using platform::Access;
 using platform::Disposition;
 using platform::Sharing;
 
-constexpr std::uint32_t kGenericRead = 0x80000000;
-constexpr std::uint32_t kGenericWrite = 0x40000000;
-constexpr std::uint32_t kCreateAlways = 2;
-constexpr std::uint32_t kOpenExisting = 3;
-constexpr std::uint32_t kNoFileSize = 0xFFFFFFFF;
-constexpr std::uint32_t kWaitSignalled = 0;
-constexpr std::int32_t kSuccess = 1;
 /// E_FAIL: what a transport that has lost its device answers.
 constexpr std::int32_t kTransportFailed = static_cast<std::int32_t>(0x80004005);
 
@@ -96,7 +89,7 @@ std::int32_t FolderRapi::CeRapiUninit() {
 }
 
 std::uint32_t FolderRapi::WaitForSingleObject(RapiHandle, std::uint32_t) {
-  return kWaitSignalled;
+  return rapi::kWaitSignalled;
 }
 
 std::optional<std::string> FolderRapi::EntryName(const std::string& folder, const std::string& name) const {
@@ -138,8 +131,8 @@ RapiHandle FolderRapi::CeCreateFile(const std::string& path, std::uint32_t acces
   return Report(kInvalidRapiHandle, [&] {
     const std::optional<std::string> local = LocalPath(path);
     if (!local) throw StandardError(errors::kPathNotFound);
-    const bool reads = access == kGenericRead && disposition == kOpenExisting;
-    const bool uploads = access == kGenericWrite && disposition == kCreateAlways;
+    const bool reads = access == rapi::kGenericRead && disposition == rapi::kOpenExisting;
+    const bool uploads = access == rapi::kGenericWrite && disposition == rapi::kCreateAlways;
     if (!reads && !uploads) throw StandardError(errors::kPathFileAccess);
     const RapiHandle handle = nextHandle_++;
     openFiles_.emplace(handle, reads ? OpenForReading(*local) : OpenForUpload(*local));
@@ -167,7 +160,7 @@ FolderRapi::OpenFile& FolderRapi::FileOf(RapiHandle handle) {
 }
 
 std::uint32_t FolderRapi::CeGetFileSize(RapiHandle file) {
-  return Report(kNoFileSize, [&] { return static_cast<std::uint32_t>(FileOf(file).Contents().Size()); });
+  return Report(rapi::kNoFileSize, [&] { return static_cast<std::uint32_t>(FileOf(file).Contents().Size()); });
 }
 
 std::int32_t FolderRapi::CeReadFile(RapiHandle file, ByteSpan out, std::uint32_t& bytesRead) {
@@ -178,7 +171,7 @@ std::int32_t FolderRapi::CeReadFile(RapiHandle file, ByteSpan out, std::uint32_t
     open.position += count;
     bytesRead = static_cast<std::uint32_t>(count);
     if (count < out.size()) throw StandardError(errors::kDeviceIo);
-    return kSuccess;
+    return rapi::kTransferred;
   });
 }
 
@@ -190,7 +183,7 @@ std::int32_t FolderRapi::CeWriteFile(RapiHandle file, ByteView data, std::uint32
     open.upload->Contents().WriteAt(open.position, data);
     open.position += data.size();
     bytesWritten = static_cast<std::uint32_t>(data.size());
-    return kSuccess;
+    return rapi::kTransferred;
   });
 }
 
@@ -199,14 +192,14 @@ std::int32_t FolderRapi::CeCloseHandle(RapiHandle handle) {
     const OpenFile open = std::move(FileOf(handle));
     openFiles_.erase(handle);
     if (open.upload) open.upload->Finish();
-    return kSuccess;
+    return rapi::kTransferred;
   });
 }
 
 std::int32_t FolderRapi::CeFindClose(RapiHandle handle) {
   return Report(std::int32_t{0}, [&] {
     if (findHandles_.erase(handle) == 0) throw StandardError(errors::kDeviceIo);
-    return kSuccess;
+    return rapi::kTransferred;
   });
 }
 

@@ -20,12 +20,11 @@ class NoRapi : public Rapi {
   std::int32_t CeWriteFile(RapiHandle, ByteView, std::uint32_t&) override { return 0; }
   std::int32_t CeCloseHandle(RapiHandle) override { return 0; }
   std::int32_t CeFindClose(RapiHandle) override { return 0; }
-  std::uint32_t WaitForSingleObject(RapiHandle, std::uint32_t) override { return kTimedOut; }
+  std::uint32_t WaitForSingleObject(RapiHandle, std::uint32_t) override { return rapi::kWaitTimeout; }
 
  private:
   static constexpr std::int32_t kNotImplemented = -2147467263;  // E_NOTIMPL, 0x80004001
   static constexpr std::uint32_t kNoSize = 0xFFFFFFFF;
-  static constexpr std::uint32_t kTimedOut = 258;
 };
 
 }  // namespace mv

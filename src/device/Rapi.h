@@ -12,6 +12,21 @@ using RapiHandle = std::uintptr_t;
 /// The invalid handle, all bits set.
 inline constexpr RapiHandle kInvalidRapiHandle = ~RapiHandle{0};
 
+/// Arguments and results of the calls below, with the numbers of the published interface.
+namespace rapi {
+inline constexpr std::uint32_t kGenericRead = 0x80000000;
+inline constexpr std::uint32_t kGenericWrite = 0x40000000;
+inline constexpr std::uint32_t kFileShareRead = 1;
+inline constexpr std::uint32_t kCreateAlways = 2;
+inline constexpr std::uint32_t kOpenExisting = 3;
+inline constexpr std::uint32_t kFileAttributeNormal = 0x80;
+inline constexpr std::uint32_t kNoFileSize = 0xFFFFFFFF;
+/// What a read or write that succeeded returns.
+inline constexpr std::int32_t kTransferred = 1;
+inline constexpr std::uint32_t kWaitSignalled = 0;
+inline constexpr std::uint32_t kWaitTimeout = 258;
+}  // namespace rapi
+
 /// The connection start-up record. Its published layout is the business of the implementations.
 struct RAPIINIT {
   std::uint32_t cbSize = 0;     ///< set to 12 by the caller

@@ -8,21 +8,15 @@
 namespace mv {
 namespace {
 
-constexpr std::uint32_t kGenericRead = 0x80000000;
-constexpr std::uint32_t kGenericWrite = 0x40000000;
-constexpr std::uint32_t kFileShareRead = 1;
 /// The device ignores it.
 constexpr std::uint32_t kSecurityAttributes = 1;
-constexpr std::uint32_t kCreateAlways = 2;
-constexpr std::uint32_t kOpenExisting = 3;
-constexpr std::uint32_t kFileAttributeNormal = 0x80;
-constexpr std::uint32_t kNoFileSize = 0xFFFFFFFF;
-constexpr std::int32_t kTransferred = 1;
 
 /// Lengths are signed 32-bit numbers here.
 constexpr std::uint32_t kLongestFile = std::numeric_limits<std::int32_t>::max();
 
 constexpr std::size_t kChunksPerUpload = 20;
+/// A download is read in pieces of that size, so that the window stays alive.
+constexpr std::size_t kDownloadChunk = 64 * 1024;
 constexpr std::size_t kBytesReadPerTurn = 256;
 constexpr std::size_t kBytesWrittenPerTurn = 1024;
 
@@ -53,8 +47,8 @@ DeviceCopyResult modWinCEFileManagement::Upload(const std::string& desktopPath, 
     if (found != DeviceCopyResult::Copied) return found;
   }
   if (!files_.FileExistsForScripts(desktopPath)) return DeviceCopyResult::SourceUnreadable;
-  const RapiHandle file = rapi_.CeCreateFile(devicePath, kGenericWrite, kFileShareRead, kSecurityAttributes,
-                                             kCreateAlways, kFileAttributeNormal);
+  const RapiHandle file = rapi_.CeCreateFile(devicePath, rapi::kGenericWrite, rapi::kFileShareRead, kSecurityAttributes,
+                                             rapi::kCreateAlways, rapi::kFileAttributeNormal);
   if (file == kInvalidRapiHandle) return FailureCode(DeviceCopyResult::CannotCreate);
   Bytes buffer;
   if (ReadFileBytes(desktopPath, buffer) == 0) return DeviceCopyResult::SourceEmpty;
@@ -73,13 +67,13 @@ DeviceCopyResult modWinCEFileManagement::RequireNoDeviceFile(const std::string& 
 
 bool modWinCEFileManagement::WriteInChunks(RapiHandle file, ByteView data) {
   const std::size_t chunkSize = ChunkSize(data.size());
-  std::int32_t result = kTransferred;
-  for (std::size_t sent = 0; sent < data.size() && result == kTransferred; sent += chunkSize) {
-    std::uint32_t ignored = 0;  // shipped handhelds report no reliable count
+  std::int32_t result = rapi::kTransferred;
+  for (std::size_t sent = 0; sent < data.size() && result == rapi::kTransferred; sent += chunkSize) {
+    std::uint32_t ignored = 0;  // the libraries of handhelds report no reliable count
     result = rapi_.CeWriteFile(file, data.subspan(sent, std::min(chunkSize, data.size() - sent)), ignored);
     AdvanceSpinner();
   }
-  return result == kTransferred;
+  return result == rapi::kTransferred;
 }
 
 DeviceCopyResult modWinCEFileManagement::CopyFileFromDevice(const std::string& devicePath,
@@ -94,8 +88,8 @@ DeviceCopyResult modWinCEFileManagement::Download(const std::string& devicePath,
                                                   Overwrite overwrite) {
   if (overwrite == Overwrite::No && files_.FileExistsForScripts(desktopPath))
     return DeviceCopyResult::DestinationExists;
-  const RapiHandle file = rapi_.CeCreateFile(devicePath, kGenericRead, kFileShareRead, kSecurityAttributes,
-                                             kOpenExisting, kFileAttributeNormal);
+  const RapiHandle file = rapi_.CeCreateFile(devicePath, rapi::kGenericRead, rapi::kFileShareRead, kSecurityAttributes,
+                                             rapi::kOpenExisting, rapi::kFileAttributeNormal);
   if (file == kInvalidRapiHandle) return FailureCode(DeviceCopyResult::SourceUnreadable);
   Bytes buffer;
   if (!ReadDeviceFile(file, buffer)) return FailureCode(DeviceCopyResult::SourceUnreadable);
@@ -108,16 +102,20 @@ DeviceCopyResult modWinCEFileManagement::Download(const std::string& devicePath,
 bool modWinCEFileManagement::ReadDeviceFile(RapiHandle file, Bytes& buffer) {
   AdvanceSpinner();
   const std::uint32_t size = rapi_.CeGetFileSize(file);
-  if (size == kNoFileSize) return false;
+  if (size == rapi::kNoFileSize) return false;
   if (size == 0 || size > kLongestFile) {
     rapi_.CeCloseHandle(file);
     throw StandardError(errors::kSubscriptOutOfRange);
   }
   buffer.resize(size);
   AdvanceSpinner();
-  std::uint32_t ignored = 0;  // shipped handhelds report no reliable count
-  const bool read = rapi_.CeReadFile(file, buffer, ignored) != 0;
-  AdvanceSpinner();
+  bool read = true;
+  for (std::size_t done = 0; done < size && read; done += kDownloadChunk) {
+    std::uint32_t ignored = 0;  // the libraries of handhelds report no reliable count
+    const ByteSpan piece = ByteSpan(buffer).subspan(done, std::min(kDownloadChunk, size - done));
+    read = rapi_.CeReadFile(file, piece, ignored) != 0;
+    AdvanceSpinner();
+  }
   return read;
 }
 

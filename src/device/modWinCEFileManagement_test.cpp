@@ -55,6 +55,30 @@ class FileManagement : public ::testing::Test {
   modWinCEFileManagement copies_{rapi_, connection_, files_, hooks_};
 };
 
+TEST_F(FileManagement, DownloadOfALongFile_IsReadInPiecesAndKeepsTheWindowAlive) {
+  const Bytes content = Pattern(150000);
+  rapi_.Put(kDeviceFile, content);
+  connection_.ConnectDevice();
+  rapi_.calls.clear();
+  EXPECT_EQ(Download(), 0);
+  EXPECT_EQ(files_.Content(kDesktopFile), content);
+  std::string pieces;
+  for (const std::string& call : rapi_.calls) {
+    if (call.starts_with("CeReadFile ")) pieces += call.substr(11) + " ";
+  }
+  EXPECT_EQ(pieces, "65536 65536 18928 ");
+  EXPECT_EQ(spins_, 2 + 3 + 150000 / 1024);
+  EXPECT_EQ(log_, std::vector<std::string>{std::string("     150000 bytes read from device at: ") + kDeviceFile});
+}
+
+TEST_F(FileManagement, DownloadWithOnePieceThatFails_IsAFailedRead) {
+  rapi_.Put(kDeviceFile, Pattern(150000));
+  connection_.ConnectDevice();
+  rapi_.Fail("CeReadFile", 0, 2);
+  EXPECT_EQ(Download(), 1);
+  EXPECT_FALSE(files_.FileExists(kDesktopFile));
+}
+
 // ---- Upload
 
 TEST_F(FileManagement, Upload_ConnectsWritesClosesAndLogs) {

@@ -8,7 +8,6 @@ namespace {
 /// Size of the published start-up record with its 32-bit handle.
 constexpr std::uint32_t kStartUpRecordSize = 12;
 constexpr std::uint32_t kConnectTimeoutMilliseconds = 5000;
-constexpr std::uint32_t kWaitTimedOut = 258;
 
 /// True when the handheld answered in time. Only the time-out is told apart: a wait that fails otherwise counts as
 /// signalled, and the result in the record decides.
@@ -16,7 +15,7 @@ bool StartConnection(Rapi& rapi) {
   RAPIINIT init;
   init.cbSize = kStartUpRecordSize;
   if (rapi.CeRapiInitEx(init) != 0 || init.hrRapiInit != 0) return false;
-  if (rapi.WaitForSingleObject(init.heRapiInit, kConnectTimeoutMilliseconds) == kWaitTimedOut) return false;
+  if (rapi.WaitForSingleObject(init.heRapiInit, kConnectTimeoutMilliseconds) == rapi::kWaitTimeout) return false;
   return init.hrRapiInit == 0;
 }
 

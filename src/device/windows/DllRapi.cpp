@@ -15,7 +15,6 @@ namespace mv {
 namespace {
 
 constexpr const char* kLibraryName = "rapi.dll";
-constexpr std::uint32_t kNoFileSize = 0xFFFFFFFF;
 
 /// What a device tells about a file, as the API publishes it; the same at both widths.
 struct FindData {
@@ -187,7 +186,7 @@ RapiHandle DllRapi::CeCreateFile(const std::string& path, std::uint32_t access, 
 }
 
 std::uint32_t DllRapi::CeGetFileSize(RapiHandle file) {
-  return library_ == nullptr ? kNoFileSize : library_->CeGetFileSize(SystemHandle(file), nullptr);
+  return library_ == nullptr ? rapi::kNoFileSize : library_->CeGetFileSize(SystemHandle(file), nullptr);
 }
 
 std::int32_t DllRapi::CeReadFile(RapiHandle file, ByteSpan out, std::uint32_t& bytesRead) {
