@@ -7,6 +7,7 @@
 #include "platform/FileSystem.h"
 #include "platform/Shell.h"
 #include "platform/System.h"
+#include "sync/MergeObserver.h"
 
 namespace mv {
 
@@ -31,6 +32,8 @@ struct SyncContext {
   platform::FileSystem& files;
   platform::Shell& shell;
   platform::Clock& clock;
+  /// Told what the merge does; null when nobody wants to know, which costs nothing.
+  MergeObserver* observer = nullptr;
 };
 
 }  // namespace mv

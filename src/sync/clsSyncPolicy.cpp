@@ -1,13 +1,50 @@
 #include "sync/clsSyncPolicy.h"
 
+#include "base/Date.h"
+#include "base/Error.h"
+#include "recordset/Conversions.h"
+
 namespace mv {
 namespace {
+
+using Row = MergeObserver::Row;
+
+/// The current row's table fields.
+Row RowOf(const ISyncableRS& side) {
+  Row row;
+  const auto count = static_cast<std::size_t>(side.nSyncableFields());
+  for (std::size_t i = 0; i < count; ++i) row.push_back(side.adors().FieldValue(i));
+  return row;
+}
+
+/// True when a handheld that gets `desktop` holds what it held before: it knows no null and no part of a second.
+bool IsSameOnHandheld(DataType type, const Value& handheld, const Value& desktop) {
+  if (IsNull(desktop)) return TextOf(handheld).empty() || handheld == ConvertedTo(type, Value(std::int16_t{0}));
+  try {
+    const Value stored = ConvertedTo(type, desktop);
+    const auto* date = std::get_if<Date>(&stored);
+    if (!date) return stored == handheld;
+    return CivilFromDate(*date) == CivilFromDate(std::get<Date>(handheld));
+  } catch (const Error&) {
+    return false;  // a value that cannot be held there is another one
+  }
+}
+
+bool IsSameOnHandheld(const std::vector<FieldDefinition>& fields, const Row& handheld, const Row& desktop) {
+  if (handheld.size() != desktop.size()) return false;
+  for (std::size_t i = 0; i < handheld.size(); ++i) {
+    if (!IsSameOnHandheld(fields[i].type, handheld[i], desktop[i])) return false;
+  }
+  return true;
+}
 
 /// One table's merge: its three sides and the two recordsets that are walked.
 class TableMerge {
  public:
-  TableMerge(ISyncableRS& deviceRS, ISyncableRS& desktopRS, ISyncableRS& outputRS)
-      : deviceRS_(deviceRS),
+  TableMerge(ISyncableRS& deviceRS, ISyncableRS& desktopRS, ISyncableRS& outputRS, const SyncContext& context)
+      : context_(context),
+        observer_(context.observer),
+        deviceRS_(deviceRS),
         desktopRS_(desktopRS),
         outputRS_(outputRS),
         deviceRecords_(deviceRS.adors()),
@@ -16,13 +53,18 @@ class TableMerge {
   /// Walks the desktop's rows; takes the handheld's row of each out of its recordset.
   void MergeDesktopRows();
   /// Walks the handheld's rows that are left.
-  void AddDeviceRows(const SyncContext& context);
+  void AddDeviceRows();
 
  private:
   void MergeDesktopRow();
   /// Makes the handheld's row with the current desktop row's key the current one; false when there is none.
   bool FindDeviceRow();
+  void TakeDeviceRow();
+  void KeepDesktopRow();
+  void AddDeviceRow();
 
+  const SyncContext& context_;
+  MergeObserver* observer_;  ///< null when nobody wants to know
   ISyncableRS& deviceRS_;
   ISyncableRS& desktopRS_;
   ISyncableRS& outputRS_;
@@ -44,19 +86,38 @@ void TableMerge::MergeDesktopRows() {
 void TableMerge::MergeDesktopRow() {
   if (!FindDeviceRow()) {
     outputRS_.copyRecordToNative(desktopRS_);
+    if (observer_) observer_->Added(Side::Handheld, RowOf(desktopRS_));
     return;
   }
   if (deviceRS_.RecordIsDeleted()) {
+    const Row gone = observer_ ? RowOf(desktopRS_) : Row();
     desktopRecords_.Delete();
+    if (observer_) observer_->Deleted(gone);
     return;
   }
   if (deviceRS_.RecordIsModified()) {
-    outputRS_.copyRecordToNative(deviceRS_);
-    desktopRS_.copyRecordToNative(deviceRS_);
+    TakeDeviceRow();
   } else {
-    outputRS_.copyRecordToNative(desktopRS_);
+    KeepDesktopRow();
   }
   deviceRecords_.Delete();
+}
+
+void TableMerge::TakeDeviceRow() {
+  const Row before = observer_ ? RowOf(desktopRS_) : Row();
+  outputRS_.copyRecordToNative(deviceRS_);
+  desktopRS_.copyRecordToNative(deviceRS_);
+  if (!observer_) return;
+  const Row after = RowOf(desktopRS_);
+  if (after != before) observer_->Changed(Side::Desktop, before, after);
+}
+
+void TableMerge::KeepDesktopRow() {
+  outputRS_.copyRecordToNative(desktopRS_);
+  if (!observer_) return;
+  const Row before = RowOf(deviceRS_);
+  const Row after = RowOf(desktopRS_);
+  if (!IsSameOnHandheld(deviceRecords_.Fields(), before, after)) observer_->Changed(Side::Handheld, before, after);
 }
 
 bool TableMerge::FindDeviceRow() {
@@ -66,26 +127,34 @@ bool TableMerge::FindDeviceRow() {
   return !deviceRecords_.Eof();
 }
 
-void TableMerge::AddDeviceRows(const SyncContext& context) {
+void TableMerge::AddDeviceRows() {
   if (deviceRecords_.Bof() && deviceRecords_.Eof()) return;
   for (deviceRecords_.MoveFirst(); !deviceRecords_.Eof(); deviceRecords_.MoveNext()) {
     const bool modified = deviceRS_.RecordIsModified();
     const bool deleted = deviceRS_.RecordIsDeleted();
-    const bool wanted = modified || context.syncMode == sync_modes::kOverwritePc;
-    if (deleted || !wanted) continue;
-    desktopRecords_.AddNew();
-    desktopRS_.copyRecordToNative(deviceRS_);
-    desktopRecords_.Update();
-    outputRS_.copyRecordToNative(deviceRS_);
+    if (deleted) continue;
+    if (modified || context_.syncMode == sync_modes::kOverwritePc) {
+      AddDeviceRow();
+    } else if (observer_) {
+      observer_->Dropped(RowOf(deviceRS_));
+    }
   }
+}
+
+void TableMerge::AddDeviceRow() {
+  desktopRecords_.AddNew();
+  desktopRS_.copyRecordToNative(deviceRS_);
+  desktopRecords_.Update();
+  outputRS_.copyRecordToNative(deviceRS_);
+  if (observer_) observer_->Added(Side::Desktop, RowOf(deviceRS_));
 }
 
 }  // namespace
 
 bool clsSyncPolicy::Sync(ISyncableRS& deviceRS, ISyncableRS& desktopRS, ISyncableRS& outputRS) const {
-  TableMerge merge(deviceRS, desktopRS, outputRS);
+  TableMerge merge(deviceRS, desktopRS, outputRS, context_);
   merge.MergeDesktopRows();
-  merge.AddDeviceRows(context_);
+  merge.AddDeviceRows();
   return false;
 }
 

@@ -391,5 +391,93 @@ TEST_F(SyncPolicy, SecondRunOverTheResult_ChangesNothing) {
   EXPECT_EQ(RowTexts(desktop_), result);
 }
 
+/// Writes down what it is told, the values of a row joined by ":".
+class RecordingObserver : public MergeObserver {
+ public:
+  void Added(Side side, const Row& row) override { told += "added " + NameOf(side) + TextOfRow(row) + "; "; }
+  void Changed(Side side, const Row& before, const Row& after) override {
+    told += "changed " + NameOf(side) + TextOfRow(before) + " to" + TextOfRow(after) + "; ";
+  }
+  void Deleted(const Row& row) override { told += "deleted" + TextOfRow(row) + "; "; }
+  void Dropped(const Row& row) override { told += "dropped" + TextOfRow(row) + "; "; }
+
+  std::string told;
+
+ private:
+  static std::string NameOf(Side side) { return side == Side::Desktop ? "desktop" : "handheld"; }
+  static std::string TextOfRow(const Row& row) {
+    std::string text = " ";
+    for (const Value& value : row) text += TextOf(value) + ":";
+    text.pop_back();
+    return text;
+  }
+};
+
+class ObservedMerge : public SyncPolicy {
+ protected:
+  ObservedMerge() { context_.observer = &observer_; }
+  std::string ToldBy(std::int16_t mode) {
+    Sync(mode);
+    return observer_.told;
+  }
+  RecordingObserver observer_;
+};
+
+TEST_F(ObservedMerge, RowsThatStayAsTheyAreAreNotTold) {
+  OnDesktop("a", "1");
+  OnDevice("a", "1");
+  OnDesktop("b", "2");
+  OnDevice("b", "2", Flags::Modified);
+  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "");
+}
+
+TEST_F(ObservedMerge, ADesktopRowThatTheHandheldLacks_IsAddedThere) {
+  OnDesktop("a", "1");
+  OnDesktop("b", "2");
+  OnDevice("a", "1");
+  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "added handheld b:2; ");
+}
+
+TEST_F(ObservedMerge, AModifiedRow_ChangesTheDesktop) {
+  OnDesktop("a", "old");
+  OnDevice("a", "new", Flags::Modified);
+  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "changed desktop a:old to a:new; ");
+}
+
+TEST_F(ObservedMerge, AnUnflaggedRowWithOtherValues_IsChangedOnTheHandheld) {
+  OnDesktop("a", "desktop");
+  OnDevice("a", "handheld");
+  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "changed handheld a:handheld to a:desktop; ");
+}
+
+TEST_F(ObservedMerge, ANullOnTheDesktop_IsTheHandheldsEmptyText) {
+  AddRow(desktop_, {std::string("a"), Null{}});
+  OnDevice("a", "");
+  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "");
+}
+
+TEST_F(ObservedMerge, ADeletedRow_IsDeletedOnTheDesktopWithTheDesktopsValues) {
+  OnDesktop("a", "desktop");
+  OnDevice("a", "handheld", Flags::DeletedAndModified);
+  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "deleted a:desktop; ");
+}
+
+TEST_F(ObservedMerge, AModifiedRowThatTheDesktopLacks_IsAddedThere) {
+  OnDevice("a", "1", Flags::Modified);
+  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "added desktop a:1; ");
+}
+
+TEST_F(ObservedMerge, AnUnflaggedRowThatTheDesktopLacks_IsDroppedExceptInOverwritePc) {
+  OnDevice("a", "1");
+  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "dropped a:1; ");
+  observer_.told.clear();
+  EXPECT_EQ(ToldBy(sync_modes::kOverwritePc), "added desktop a:1; ");
+}
+
+TEST_F(ObservedMerge, ADeletedRowThatTheDesktopLacks_IsNotTold) {
+  OnDevice("a", "1", Flags::Deleted);
+  EXPECT_EQ(ToldBy(sync_modes::kOverwritePc), "");
+}
+
 }  // namespace
 }  // namespace mv

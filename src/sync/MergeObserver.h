@@ -1,0 +1,31 @@
+#pragma once
+
+#include <vector>
+
+#include "recordset/Value.h"
+
+namespace mv {
+
+/// The two sides of a table.
+enum class Side { Desktop, Handheld };
+
+/// Learns what a merge does to the rows of a table, each right after it was done; a row that stays as it is on both
+/// sides is not told. Values are those of a row's table fields in their order, without the handheld's flags. What a
+/// side calls an added, changed or deleted row is against what it held before the run.
+class MergeObserver {
+ public:
+  using Row = std::vector<Value>;
+
+  virtual ~MergeObserver() = default;
+  /// The side got a row whose key it did not have.
+  virtual void Added(Side side, const Row& row) = 0;
+  /// The side's row got other values: the desktop's because the handheld flagged its own as modified, the handheld's
+  /// because it did not.
+  virtual void Changed(Side side, const Row& before, const Row& after) = 0;
+  /// The desktop lost a row that the handheld flagged as deleted.
+  virtual void Deleted(const Row& row) = 0;
+  /// The handheld lost a row that no desktop row matched and that was not flagged as modified.
+  virtual void Dropped(const Row& row) = 0;
+};
+
+}  // namespace mv
