@@ -259,6 +259,16 @@ std::int64_t ParseCurrency(std::string_view text) {
   return WithSign(ScaledMagnitude(decimal, kCurrencyPlaces), decimal.negative);
 }
 
+std::int64_t DecimalPlaces(std::string_view text) {
+  const Decimal decimal = RequireDecimal(Trim(text));
+  const std::size_t wholeSize = decimal.whole.size();
+  std::size_t count = wholeSize + decimal.fraction.size();
+  while (count > 0 && DigitAt(decimal, count - 1) == '0') --count;
+  if (count == 0) return 0;
+  const std::int64_t places = static_cast<std::int64_t>(count) - static_cast<std::int64_t>(wholeSize);
+  return std::max(places - decimal.exponent, std::int64_t{0});
+}
+
 std::int64_t ParseInteger(std::string_view text, std::int64_t lowest, std::int64_t highest) {
   text = Trim(text);
   const bool negative = TakeSign(text);

@@ -28,6 +28,9 @@ double ParseDouble(std::string_view text);
 float ParseSingle(std::string_view text);
 /// In ten-thousandths; further decimals round half to even.
 std::int64_t ParseCurrency(std::string_view text);
+/// How many decimals it takes to write the number, trailing zeros not counted: 1 for "12.500", 3 for "5e-3", 0 for
+/// "1.5e2". Error 13 when the text is no number.
+std::int64_t DecimalPlaces(std::string_view text);
 /// Decimal digits with an optional sign and nothing else; error 6 outside lowest .. highest.
 std::int64_t ParseInteger(std::string_view text, std::int64_t lowest, std::int64_t highest);
 /// Any number that ParseDouble takes, rounded half to even; error 6 outside lowest .. highest.

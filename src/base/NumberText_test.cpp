@@ -177,6 +177,28 @@ TEST(NumberText, CurrencyRoundsFurtherDecimalsHalfToEven) {
   EXPECT_EQ(ParseCurrency("9.99996"), 100'000);
 }
 
+TEST(NumberText, DecimalPlacesAreThoseThatCount) {
+  for (const char* const text :
+       {"0", "-0", "0.000", "0e-9", ".0", "12", "12.", "12.000", "1.5e1", "1.50e1", "1e400", "9007199254740993"}) {
+    EXPECT_EQ(DecimalPlaces(text), 0) << text;
+  }
+  EXPECT_EQ(DecimalPlaces("12.500"), 1);
+  EXPECT_EQ(DecimalPlaces("-12.50001"), 5);
+  EXPECT_EQ(DecimalPlaces("5e-3"), 3);
+  EXPECT_EQ(DecimalPlaces("500e-3"), 1);
+  EXPECT_EQ(DecimalPlaces("0.05e-1"), 3);
+  EXPECT_EQ(DecimalPlaces("1.25e+1"), 1);
+  EXPECT_EQ(DecimalPlaces("1e-400"), 400);
+  EXPECT_EQ(DecimalPlaces(" .25 "), 2);
+  EXPECT_EQ(DecimalPlaces("1e-99999999999999999999"), 1'000'000'000'000);
+}
+
+TEST(NumberText, DecimalPlacesAreThoseOfANumber) {
+  for (const char* const text : {"", "x", "inf", "nan:7ff8000000000000", "1.5x", "1e"}) {
+    EXPECT_EQ(ErrorOf([&] { DecimalPlaces(text); }), errors::kTypeMismatch) << text;
+  }
+}
+
 TEST(NumberText, CurrencyReadsTheExponentFormOfADouble) {
   EXPECT_EQ(ParseCurrency("1e-05"), 0);
   EXPECT_EQ(ParseCurrency("6e-05"), 1);
