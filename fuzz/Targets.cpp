@@ -169,7 +169,7 @@ void UseJson(ByteView input) {
   Succeeds([&] {
     const tool::Json json = tool::ParseJson(TextOf(input));
     const tool::TableFileHeader header = tool::HeaderFromJson(json, "t");
-    tool::RecordFromJson(json, header.fields);
+    tool::RecordFromJson(json, header);
   });
 }
 

@@ -118,7 +118,7 @@ TEST_F(ApplyTest, Keep_KeepsWhatCameBefore) {
 }
 
 TEST_F(ApplyTest, MistakesInALine_AreNamedWithTheirPlace) {
-  ExpectRefused("x", "line 1, column 1: a value is missing");
+  ExpectRefused("x", "line 1, column 1: syntax error while parsing value - invalid literal");
   ExpectRefused("[]", "line 1, column 1: an object is wanted here");
   ExpectRefused("{\"row\":{}}", "line 1, column 1: the member \"op\" is missing");
   ExpectRefused("\n{\"op\":\"frob\"}",
@@ -130,7 +130,8 @@ TEST_F(ApplyTest, MistakesInALine_AreNamedWithTheirPlace) {
   ExpectRefused("{\"op\":\"insert\",\"row\":{\"X\":1}}", "line 1, column 27: the table has no column \"X\"");
   ExpectRefused("{\"op\":\"delete\",\"where\":{\"NM\":1,\"nm\":2}}",
                 "line 1, column 37: a second value for column \"nm\"");
-  ExpectRefused("{\"op\":\"insert\",\"row\":{\"NM\":\"1\"}}", "line 1, column 28: a number is wanted here");
+  ExpectRefused("{\"op\":\"insert\",\"row\":{\"NM\":\"1\"}}",
+                "line 1, column 28: a number is wanted here, not \"1\". Table 'Shop', column 'NM'.");
 }
 
 TEST_F(ApplyTest, EveryType_RoundTripsThroughItsShownForm) {
@@ -153,6 +154,49 @@ TEST_F(ApplyTest, EveryType_RoundTripsThroughItsShownForm) {
             kSucceeded)
       << err_;
   EXPECT_EQ(out_, "0 inserted, 1 updated, 1 deleted\n");
+}
+
+TEST_F(ApplyTest, NumberThatAColumnCannotHoldExactly_IsRefusedAndTheRowStays) {
+  ASSERT_EQ(Apply("{\"op\":\"insert\",\"row\":{\"ID\":1,\"CU\":\"7.5\",\"DE\":\"1.5\",\"D\":0.5}}", "All"), kSucceeded)
+      << err_;
+  before_ = files_.Content("x.db");
+  const auto refused = [&](const std::string& column, const std::string& number, const std::string& wish) {
+    const std::string assigned = "{\"" + column + "\":" + number + "}";
+    for (const std::string& line :
+         {"{\"op\":\"update\",\"where\":{\"ID\":1},\"set\":" + assigned + "}",
+          "{\"op\":\"insert\",\"row\":" + assigned + "}", "{\"op\":\"delete\",\"where\":" + assigned + "}"}) {
+      EXPECT_EQ(Apply("{\"op\":\"update\",\"where\":{\"ID\":1},\"set\":{\"BY\":1}}\n" + line, "All"), kOperationFailed)
+          << line;
+      EXPECT_EQ(err_, "mvtool: line 2, column " + std::to_string(line.find(assigned) + column.size() + 5) + ": " +
+                          wish + " is wanted here, not " + number + ". Table 'All', column '" + column + "'.\n");
+      EXPECT_EQ(files_.Content("x.db"), before_);
+    }
+  };
+  refused("CU", "12.50001", "a number with at most 4 decimals");
+  refused("CU", "\"12.50001\"", "a number with at most 4 decimals");
+  refused("CU", "9007199254740993", "a number within the column's range");
+  refused("DE", "1.2345", "a number with at most 3 decimals");
+  refused("DE", "12345678", "a number within the column's range");
+  refused("BY", "256", "a whole number from 0 to 255");
+  refused("I", "1.5", "a whole number from -32768 to 32767");
+  refused("ID", "2147483648", "a whole number from -2147483648 to 2147483647");
+  refused("S", "1e39", "a number within the column's range");
+  refused("D", "1e-400", "a number within the column's range");
+  ExpectRefused("{\"op\":\"delete\",\"where\":{\"D\":1e400}}", "line 1, column 29: 1e400 is out of range");
+}
+
+TEST_F(ApplyTest, NumberThatAColumnHoldsExactly_IsTakenHoweverItIsWritten) {
+  ASSERT_EQ(
+      Apply(
+          "{\"op\":\"insert\",\"row\":{\"ID\":1E2,\"CU\":12.50000,\"DE\":9007.1990,\"I\":-0,\"D\":0.1,\"S\":16777217}}",
+          "All"),
+      kSucceeded)
+      << err_;
+  const std::string shown = Shown("x.db", "All");
+  for (const char* const value :
+       {"\"ID\":100,", "\"CU\":\"12.5000\"", "\"DE\":\"9007.199\"", "\"I\":0,", "\"D\":0.1,", "\"S\":16777216,"}) {
+    EXPECT_NE(shown.find(value), shown.npos) << value << " in " << shown;
+  }
 }
 
 TEST_F(ApplyTest, NewRow_DrawsItsNumber) {

@@ -340,7 +340,9 @@ TEST_F(CommandTest, MistakesInTheLines_AreNamedAndMakeNoFile) {
   EXPECT_EQ(Run({"make", "f.pdb"}, ""), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: standard input is empty; its first line must describe the fields\n");
   EXPECT_EQ(Run({"make", "f.pdb"}, first + "\n{\"values\":[\"x\",70000]}"), kOperationFailed);
-  EXPECT_EQ(err_, "mvtool: line 3, column 16: a whole number from -32768 to 32767 is wanted here\n");
+  EXPECT_EQ(err_,
+            "mvtool: line 3, column 16: a whole number from -32768 to 32767 is wanted here, not 70000. Table 'Parts', "
+            "column 'NM'.\n");
   EXPECT_EQ(Run({"make", "f.pdb"}, "{\"fields\":[{\"name\":\"D\",\"type\":7}]}\n{\"values\":[\"1903-12-31\"]}"),
             kOperationFailed);
   EXPECT_EQ(err_, "mvtool: line 2: a handheld's dates run from 1904-01-01T00:00:00 to 2040-02-06T06:28:15\n");

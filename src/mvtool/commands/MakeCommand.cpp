@@ -34,9 +34,9 @@ std::string NameWithoutExtension(const std::string& path) {
   return dot == 0 ? name : name.substr(0, dot);
 }
 
-void AddRecords(TableFileWriter& writer, const std::vector<TableFileField>& fields, JsonLines& lines) {
+void AddRecords(TableFileWriter& writer, const TableFileHeader& table, JsonLines& lines) {
   while (const std::optional<Json> line = lines.Next()) {
-    const HandheldRecord record = RecordFromJson(*line, fields);
+    const HandheldRecord record = RecordFromJson(*line, table);
     try {
       writer.Add(record);
     } catch (const Error& error) {
@@ -53,7 +53,7 @@ void Make(const Arguments& arguments, ToolContext& context) {
   if (!first) throw ToolError("standard input is empty; its first line must describe the fields");
   const TableFileHeader header = HeaderFromJson(*first, NameWithoutExtension(path));
   TableFileWriter writer(header, context.clock);
-  AddRecords(writer, header.fields, lines);
+  AddRecords(writer, header, lines);
   writer.WriteTo(context.files, path);
 }
 

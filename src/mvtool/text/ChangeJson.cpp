@@ -28,7 +28,10 @@ std::vector<IndexedTable::Condition> ChangeReader::ConditionsFromJson(const Json
   for (const Json::Member& member : json.Members()) {
     const std::size_t column = ColumnOf(member);
     if (!seen.insert(column).second) member.value.Fail("a second value for column \"" + member.name + "\"");
-    conditions.push_back({column, ValueFromJson(DataTypeOf(table_.columns[column].type), member.value)});
+    const jet::Column& target = table_.columns[column];
+    conditions.push_back(
+        {column, ValueFromJson({DataTypeOf(target.type), table_.name, target.name, target.precision, target.scale},
+                               member.value)});
   }
   return conditions;
 }

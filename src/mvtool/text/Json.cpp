@@ -1,177 +1,26 @@
 #include "mvtool/text/Json.h"
 
 #include <algorithm>
-#include <charconv>
+#include <iterator>
+#include <nlohmann/json.hpp>
 #include <utility>
 
+#include "base/Error.h"
+#include "base/NumberText.h"
 #include "base/Utf.h"
 #include "mvtool/files/ToolErrors.h"
 
 namespace mv::tool {
 namespace {
 
+using Library = nlohmann::json;
+
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kHexDigits = "0123456789abcdef";
+constexpr std::size_t kMostShown = 60;
 
 [[noreturn]] void FailAt(JsonPosition position, const std::string& message) {
   throw ToolError("line " + std::to_string(position.line) + ", column " + std::to_string(position.column) + ": " +
                   message);
-}
-
-bool IsDigit(char character) {
-  return character >= '0' && character <= '9';
-}
-
-bool IsHighSurrogate(char32_t unit) {
-  return unit >= 0xD800 && unit <= 0xDBFF;
-}
-
-bool IsLowSurrogate(char32_t unit) {
-  return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
-/// The text under the reading position. Line ends occur between values only (inside texts they must be escaped), so
-/// the column is kept by counting what is taken.
-class Cursor {
- public:
-  Cursor(std::string_view text, std::size_t firstLine) : text_(text) {
-    position_.line = firstLine;
-    if (text_.starts_with(kByteOrderMark)) offset_ = kByteOrderMark.size();
-  }
-
-  bool AtEnd() const { return offset_ == text_.size(); }
-  /// The next byte; zero at the end, which no JSON text contains unescaped.
-  char Peek() const { return AtEnd() ? '\0' : text_[offset_]; }
-  std::size_t Offset() const { return offset_; }
-  std::string_view Since(std::size_t start) const { return text_.substr(start, offset_ - start); }
-  JsonPosition Position() const { return position_; }
-
-  /// Takes one byte that is a character of its own.
-  void Take() {
-    if (text_[offset_++] == '\n') {
-      ++position_.line;
-      position_.column = 1;
-    } else {
-      ++position_.column;
-    }
-  }
-
-  bool TakeIf(char expected) {
-    if (AtEnd() || text_[offset_] != expected) return false;
-    Take();
-    return true;
-  }
-
-  bool TakeIf(std::string_view word) {
-    if (!text_.substr(offset_).starts_with(word)) return false;
-    offset_ += word.size();
-    position_.column += word.size();
-    return true;
-  }
-
-  /// Takes one character and returns its bytes; refuses malformed UTF-8.
-  std::string_view TakeCharacter() {
-    const std::size_t start = offset_;
-    const char32_t codePoint = NextCodePoint(text_, offset_);
-    const std::string_view bytes = Since(start);
-    if (codePoint == U'\uFFFD' && bytes != "\xEF\xBF\xBD") FailAt(position_, "this is not UTF-8");
-    ++position_.column;
-    return bytes;
-  }
-
-  void SkipBlanks() {
-    while (Peek() == ' ' || Peek() == '\t' || Peek() == '\n' || Peek() == '\r') Take();
-  }
-
- private:
-  std::string_view text_;
-  std::size_t offset_ = 0;
-  JsonPosition position_;
-};
-
-char32_t ReadHexUnit(Cursor& cursor) {
-  char32_t unit = 0;
-  for (int i = 0; i < 4; ++i) {
-    const char next = cursor.Peek();
-    const std::size_t digit = kHexDigits.find(next >= 'A' && next <= 'F' ? static_cast<char>(next + 32) : next);
-    if (cursor.AtEnd() || digit == std::string_view::npos) FailAt(cursor.Position(), "\\u needs four hex digits");
-    unit = unit << 4 | static_cast<char32_t>(digit);
-    cursor.Take();
-  }
-  return unit;
-}
-
-/// The character of a \u escape whose "\u" is taken, with its second half when it is a surrogate pair.
-char32_t ReadUnicodeEscape(Cursor& cursor) {
-  const JsonPosition start = cursor.Position();
-  const char32_t first = ReadHexUnit(cursor);
-  if (IsLowSurrogate(first)) FailAt(start, "unpaired surrogate");
-  if (!IsHighSurrogate(first)) return first;
-  if (!cursor.TakeIf("\\u")) FailAt(start, "unpaired surrogate");
-  const char32_t second = ReadHexUnit(cursor);
-  if (!IsLowSurrogate(second)) FailAt(start, "unpaired surrogate");
-  return 0x10000 + ((first - 0xD800) << 10) + (second - 0xDC00);
-}
-
-void ReadEscape(Cursor& cursor, std::string& text) {
-  constexpr std::string_view kLetters = "\"\\/bfnrt";
-  constexpr std::string_view kMeanings = "\"\\/\b\f\n\r\t";
-  if (cursor.TakeIf('u')) {
-    AppendUtf8(text, ReadUnicodeEscape(cursor));
-    return;
-  }
-  const std::size_t letter = cursor.AtEnd() ? std::string_view::npos : kLetters.find(cursor.Peek());
-  if (letter == std::string_view::npos) FailAt(cursor.Position(), "unknown escape in a text");
-  text += kMeanings[letter];
-  cursor.Take();
-}
-
-std::string ReadText(Cursor& cursor) {
-  const JsonPosition start = cursor.Position();
-  std::string text;
-  cursor.Take();
-  while (!cursor.TakeIf('"')) {
-    if (cursor.AtEnd()) FailAt(start, "this text has no end");
-    if (cursor.TakeIf('\\')) {
-      ReadEscape(cursor, text);
-    } else if (static_cast<unsigned char>(cursor.Peek()) < 0x20) {
-      FailAt(cursor.Position(), "a control character in a text must be escaped");
-    } else {
-      text += cursor.TakeCharacter();
-    }
-  }
-  return text;
-}
-
-void TakeDigits(Cursor& cursor) {
-  if (!IsDigit(cursor.Peek())) FailAt(cursor.Position(), "a digit is missing");
-  while (IsDigit(cursor.Peek())) cursor.Take();
-}
-
-JsonNumber ReadNumber(Cursor& cursor) {
-  const JsonPosition position = cursor.Position();
-  const std::size_t start = cursor.Offset();
-  cursor.TakeIf('-');
-  if (!cursor.TakeIf('0')) TakeDigits(cursor);
-  bool whole = true;
-  if (cursor.TakeIf('.')) {
-    whole = false;
-    TakeDigits(cursor);
-  }
-  if (cursor.TakeIf('e') || cursor.TakeIf('E')) {
-    whole = false;
-    if (!cursor.TakeIf('+')) cursor.TakeIf('-');
-    TakeDigits(cursor);
-  }
-  JsonNumber number;
-  number.text = std::string(cursor.Since(start));
-  const char* const end = number.text.data() + number.text.size();
-  if (std::from_chars(number.text.data(), end, number.real).ec != std::errc()) {
-    FailAt(position, "this number is out of range");
-  }
-  std::int64_t integer = 0;
-  if (whole && std::from_chars(number.text.data(), end, integer).ec == std::errc()) number.integer = integer;
-  return number;
 }
 
 void RefuseRepeatedNames(const Json::Object& members) {
@@ -186,95 +35,179 @@ void RefuseRepeatedNames(const Json::Object& members) {
   FailAt((*std::next(repeated))->value.Position(), "a second member \"" + (*repeated)->name + "\"");
 }
 
-/// Reads with a stack of its own for the containers that are still open, so that nesting costs no call depth.
-class Reader {
+/// A character of a text that the library takes one by one; counts those it took.
+class CountingIterator {
  public:
-  Reader(std::string_view text, std::size_t firstLine) : cursor_(text, firstLine) {}
+  using iterator_category = std::input_iterator_tag;
+  using value_type = char;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const char*;
+  using reference = char;
 
-  Json ReadDocument() {
-    std::optional<Json> value;
-    while (!value) {
-      cursor_.SkipBlanks();
-      value = StartsContainer() ? Open() : ReadScalar();
-      while (value && !open_.empty()) value = Attach(std::move(*value));
+  /// The count must outlive the iterator.
+  CountingIterator(const char* at, std::size_t& taken) : at_(at), taken_(&taken) {}
+
+  char operator*() const { return *at_; }
+  CountingIterator& operator++() {
+    ++at_;
+    ++*taken_;
+    return *this;
+  }
+  bool operator==(const CountingIterator& other) const { return at_ == other.at_; }
+
+ private:
+  const char* at_;
+  std::size_t* taken_;
+};
+
+/// Builds the value of what the library reports. The library tells neither where a value stands nor how a number was
+/// written: both come from the text, with the help of how much of it the library has taken.
+class Reader : public Library::json_sax_t {
+ public:
+  Reader(std::string_view text, std::size_t firstLine) : text_(text) {
+    position_.line = firstLine;
+    if (text.starts_with(kByteOrderMark)) tokenEnd_ = counted_ = kByteOrderMark.size();
+  }
+
+  Json Read() {
+    const char* const begin = text_.data();
+    Library::sax_parse(CountingIterator(begin, taken_), CountingIterator(begin + text_.size(), taken_), this);
+    // For the library a zero character is the end of the text.
+    const std::size_t zero = text_.find('\0');
+    if (zero != std::string_view::npos) FailAt(PositionOf(zero), "nothing may follow the value");
+    return std::move(root_);
+  }
+
+  bool null() override { return AddScalar(nullptr); }
+  bool boolean(bool value) override { return AddScalar(value); }
+  bool number_integer(std::int64_t) override { return Attach(TakeNumber()); }
+  bool number_unsigned(std::uint64_t) override { return Attach(TakeNumber()); }
+  bool number_float(double, const std::string&) override { return Attach(TakeNumber()); }
+  bool string(std::string& value) override { return AddScalar(std::move(value)); }
+  /// Other formats than JSON have such values.
+  bool binary(Library::binary_t&) override { return false; }
+  bool start_object(std::size_t) override { return Open(Json::Object()); }
+  bool start_array(std::size_t) override { return Open(Json::Array()); }
+  bool end_array() override { return Close(); }
+
+  bool end_object() override {
+    RefuseRepeatedNames(std::get<Json::Object>(open_.back().content));
+    return Close();
+  }
+
+  bool key(std::string& name) override {
+    open_.back().name = std::move(name);
+    tokenEnd_ = taken_;
+    return true;
+  }
+
+  /// `charactersRead` counts the one that is wrong, and the end of the text as one.
+  bool parse_error(std::size_t charactersRead, const std::string&, const Library::exception& error) override {
+    if (dynamic_cast<const Library::out_of_range*>(&error) != nullptr) {
+      const Json number = TakeNumber();
+      number.Fail(number.Shown() + " is out of range");
     }
-    cursor_.SkipBlanks();
-    if (!cursor_.AtEnd()) FailAt(cursor_.Position(), "nothing may follow the value");
-    return std::move(*value);
+    const std::string message = MessageOf(error);
+    const std::size_t wrong = charactersRead - 1;
+    // A wrong character inside a token is named itself, a token that is wrong as a whole by its start.
+    const bool isToken = message.find("unexpected") != message.npos || message.find("missing closing") != message.npos;
+    const bool isMark = wrong < text_.size() && kMarks.find(text_[wrong]) != kMarks.npos;
+    FailAt(PositionOf(isToken && !isMark ? std::min(TokenStart(), wrong) : wrong), message);
   }
 
  private:
+  static constexpr std::string_view kMarks = "[]{}:,";
+  static constexpr std::string_view kBetweenValues = " \t\r\n:,";
+  static constexpr std::string_view kOfNumbers = "+-.0123456789Ee";
+
   struct Container {
     JsonPosition position;
-    bool isObject = false;
-    std::string name;  ///< of the member whose value is being read
-    Json::Array elements;
-    Json::Object members;
+    Json::Content content;  ///< an array or an object
+    std::string name;       ///< of the member whose value is being read
   };
 
-  bool StartsContainer() const { return cursor_.Peek() == '[' || cursor_.Peek() == '{'; }
-  char ClosingBracket() const { return open_.back().isObject ? '}' : ']'; }
-
-  /// Returns the container when it is empty; else its first element is to be read.
-  std::optional<Json> Open() {
-    if (open_.size() == kMaxJsonDepth) FailAt(cursor_.Position(), "nested too deep");
-    Container& container = open_.emplace_back();
-    container.position = cursor_.Position();
-    container.isObject = cursor_.Peek() == '{';
-    cursor_.Take();
-    cursor_.SkipBlanks();
-    if (cursor_.Peek() == ClosingBracket()) return Close();
-    if (container.isObject) ReadName();
-    return std::nullopt;
+  /// What the library found wrong, without its own counting of the place and without the text, which may be anything.
+  static std::string MessageOf(const Library::exception& error) {
+    const std::string_view what = error.what();
+    const std::size_t start = what.find("syntax error");
+    const std::string_view message = start == what.npos ? what : what.substr(start);
+    return std::string(message.substr(0, message.find("; last read")));
   }
 
-  /// Adds an element to the innermost container. Returns that container when it ends here; else its next element is to
-  /// be read.
-  std::optional<Json> Attach(Json value) {
-    Container& container = open_.back();
-    if (container.isObject) {
-      container.members.push_back({std::move(container.name), std::move(value)});
-    } else {
-      container.elements.push_back(std::move(value));
+  /// Where the value, name or bracket behind the last one begins.
+  std::size_t TokenStart() const { return std::min(text_.find_first_not_of(kBetweenValues, tokenEnd_), text_.size()); }
+
+  /// Offsets must not descend from call to call.
+  JsonPosition PositionOf(std::size_t offset) {
+    for (; counted_ < offset; ++counted_) {
+      const auto byte = static_cast<unsigned char>(text_[counted_]);
+      if (byte == '\n') {
+        ++position_.line;
+        position_.column = 1;
+      } else if ((byte & 0xC0) != 0x80) {
+        ++position_.column;
+      }
     }
-    cursor_.SkipBlanks();
-    if (cursor_.Peek() == ClosingBracket()) return Close();
-    if (!cursor_.TakeIf(','))
-      FailAt(cursor_.Position(), std::string("\",\" or \"") + ClosingBracket() + "\" is missing");
-    cursor_.SkipBlanks();
-    if (container.isObject) ReadName();
-    return std::nullopt;
+    return position_;
   }
 
-  Json Close() {
-    cursor_.Take();
+  bool AddScalar(Json::Content content) {
+    const JsonPosition position = PositionOf(TokenStart());
+    tokenEnd_ = taken_;
+    return Attach(Json(std::move(content), position));
+  }
+
+  /// The library knows of a number's end by the character behind it, so that its count is of no use here.
+  Json TakeNumber() {
+    const std::size_t start = TokenStart();
+    tokenEnd_ = std::min(text_.find_first_not_of(kOfNumbers, start), text_.size());
+    return Json(JsonNumber{std::string(text_.substr(start, tokenEnd_ - start))}, PositionOf(start));
+  }
+
+  bool Open(Json::Content content) {
+    const JsonPosition position = PositionOf(TokenStart());
+    if (open_.size() == kMaxJsonDepth) FailAt(position, "nested too deep");
+    open_.push_back({position, std::move(content), {}});
+    tokenEnd_ = taken_;
+    return true;
+  }
+
+  bool Close() {
     Container container = std::move(open_.back());
     open_.pop_back();
-    if (!container.isObject) return Json(std::move(container.elements), container.position);
-    RefuseRepeatedNames(container.members);
-    return Json(std::move(container.members), container.position);
+    tokenEnd_ = taken_;
+    return Attach(Json(std::move(container.content), container.position));
   }
 
-  void ReadName() {
-    if (cursor_.Peek() != '"') FailAt(cursor_.Position(), "a member name in quotes is missing");
-    open_.back().name = ReadText(cursor_);
-    cursor_.SkipBlanks();
-    if (!cursor_.TakeIf(':')) FailAt(cursor_.Position(), "\":\" is missing");
+  bool Attach(Json value) {
+    if (open_.empty()) {
+      root_ = std::move(value);
+    } else if (auto* const elements = std::get_if<Json::Array>(&open_.back().content)) {
+      elements->push_back(std::move(value));
+    } else {
+      std::get<Json::Object>(open_.back().content).push_back({std::move(open_.back().name), std::move(value)});
+    }
+    return true;
   }
 
-  Json ReadScalar() {
-    const JsonPosition position = cursor_.Position();
-    if (cursor_.Peek() == '"') return Json(ReadText(cursor_), position);
-    if (cursor_.Peek() == '-' || IsDigit(cursor_.Peek())) return Json(ReadNumber(cursor_), position);
-    if (cursor_.TakeIf("true")) return Json(true, position);
-    if (cursor_.TakeIf("false")) return Json(false, position);
-    if (cursor_.TakeIf("null")) return Json(nullptr, position);
-    FailAt(position, cursor_.AtEnd() ? "the text ends too early" : "a value is missing");
-  }
-
-  Cursor cursor_;
+  std::string_view text_;
+  std::size_t taken_ = 0;     ///< characters that the library took
+  std::size_t tokenEnd_ = 0;  ///< behind the last value, name or bracket
+  std::size_t counted_ = 0;   ///< characters that position_ has counted
+  JsonPosition position_;
   std::vector<Container> open_;
+  Json root_;
 };
+
+bool IsEscaped(char character) {
+  return static_cast<unsigned char>(character) < 0x20 || character == '"' || character == '\\';
+}
+
+std::string Quoted(std::string_view text) {
+  // Rows are written by the thousand, and the library takes its time for each text.
+  if (std::none_of(text.begin(), text.end(), IsEscaped)) return '"' + std::string(text) + '"';
+  return Library(text).dump(-1, ' ', false, Library::error_handler_t::replace);
+}
 
 template <typename T>
 const T& Wanted(const Json& value, const char* what) {
@@ -302,11 +235,13 @@ const JsonNumber& Json::Number() const {
 }
 
 std::int64_t Json::Integer(std::int64_t lowest, std::int64_t highest) const {
-  const std::optional<std::int64_t> integer = Number().integer;
-  if (!integer || *integer < lowest || *integer > highest) {
-    Fail("a whole number from " + std::to_string(lowest) + " to " + std::to_string(highest) + " is wanted here");
+  const std::string& text = Number().text;
+  try {
+    if (DecimalPlaces(text) == 0) return ParseRounded(text, lowest, highest);
+  } catch (const Error&) {
+    // Beyond the limits: refused below, as fractions are.
   }
-  return *integer;
+  Fail("a whole number from " + std::to_string(lowest) + " to " + std::to_string(highest) + " is wanted here");
 }
 
 const std::string& Json::Text() const {
@@ -342,12 +277,26 @@ void Json::AllowOnly(std::initializer_list<std::string_view> names) const {
   }
 }
 
+std::string Json::Shown() const {
+  struct Show {
+    std::string operator()(std::nullptr_t) const { return "null"; }
+    std::string operator()(bool value) const { return value ? "true" : "false"; }
+    std::string operator()(const JsonNumber& value) const { return value.text; }
+    std::string operator()(const std::string& value) const { return Quoted(value); }
+    std::string operator()(const Array&) const { return "an array"; }
+    std::string operator()(const Object&) const { return "an object"; }
+  };
+  const std::string text = std::visit(Show(), content_);
+  const std::string start = FirstCharacters(text, kMostShown);
+  return start.size() == text.size() ? text : start + "...";
+}
+
 void Json::Fail(const std::string& message) const {
   FailAt(position_, message);
 }
 
 Json ParseJson(std::string_view text, std::size_t firstLine) {
-  return Reader(text, firstLine).ReadDocument();
+  return Reader(text, firstLine).Read();
 }
 
 JsonWriter& JsonWriter::BeginObject() {
@@ -378,7 +327,7 @@ JsonWriter& JsonWriter::EndArray() {
 
 JsonWriter& JsonWriter::Name(std::string_view name) {
   Separate();
-  AppendQuoted(name);
+  result_ += Quoted(name);
   result_ += ':';
   needsComma_ = false;
   return *this;
@@ -386,7 +335,7 @@ JsonWriter& JsonWriter::Name(std::string_view name) {
 
 JsonWriter& JsonWriter::Text(std::string_view text) {
   Separate();
-  AppendQuoted(text);
+  result_ += Quoted(text);
   return *this;
 }
 
@@ -416,26 +365,6 @@ void JsonWriter::Clear() {
 void JsonWriter::Separate() {
   if (needsComma_) result_ += ',';
   needsComma_ = true;
-}
-
-void JsonWriter::AppendQuoted(std::string_view text) {
-  constexpr std::string_view kPlain = "\"\\\b\f\n\r\t";
-  constexpr std::string_view kEscaped = "\"\\bfnrt";
-  result_ += '"';
-  for (const char character : text) {
-    const std::size_t escape = kPlain.find(character);
-    if (escape != std::string_view::npos) {
-      result_ += '\\';
-      result_ += kEscaped[escape];
-    } else if (static_cast<unsigned char>(character) < 0x20) {
-      result_ += "\\u00";
-      result_ += kHexDigits[static_cast<unsigned char>(character) >> 4];
-      result_ += kHexDigits[static_cast<unsigned char>(character) & 0x0F];
-    } else {
-      result_ += character;
-    }
-  }
-  result_ += '"';
 }
 
 }  // namespace mv::tool

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -20,11 +19,9 @@ struct JsonPosition {
   std::size_t column = 1;
 };
 
-/// A number with the text it was written as, so that no digit is lost on the way to a currency or decimal column.
+/// A number as the text it was written as: which digits count is up to the column that it is for.
 struct JsonNumber {
   std::string text;
-  double real = 0;
-  std::optional<std::int64_t> integer;  ///< set when written without point and exponent and within 64 bits
 };
 
 /// One value of a JSON text, remembering where it stood. The accessors below throw ToolError "line L, column C: ..."
@@ -51,7 +48,7 @@ class Json {
 
   bool Boolean() const;
   const JsonNumber& Number() const;
-  /// A whole number between the limits, both included.
+  /// A whole number between the limits, both included; "1E2" and "100.0" are 100.
   std::int64_t Integer(std::int64_t lowest, std::int64_t highest) const;
   const std::string& Text() const;
   const Array& Elements() const;
@@ -64,6 +61,8 @@ class Json {
   /// Refuses an object with a member that is not in `names`: a misspelt member must not go unnoticed.
   void AllowOnly(std::initializer_list<std::string_view> names) const;
 
+  /// The value as JSON for a message, cut when it is long; of an array or an object only what it is.
+  std::string Shown() const;
   /// Throws ToolError "line L, column C: `message`".
   [[noreturn]] void Fail(const std::string& message) const;
 
@@ -79,7 +78,7 @@ struct Json::Member {
 
 /// Reads one whole JSON text (UTF-8, a byte order mark in front is skipped). `firstLine` is the number of its first
 /// line in messages. Throws ToolError with line and column for anything that RFC 8259 does not allow, for malformed
-/// UTF-8, unpaired surrogates, repeated member names, numbers beyond a double and nesting below kMaxJsonDepth.
+/// UTF-8, unpaired surrogates, repeated member names, numbers too large for a double and nesting below kMaxJsonDepth.
 Json ParseJson(std::string_view text, std::size_t firstLine = 1);
 
 /// Builds one JSON text without blanks, members in the order of the calls. The caller keeps calls in a valid order.
@@ -104,7 +103,6 @@ class JsonWriter {
 
  private:
   void Separate();
-  void AppendQuoted(std::string_view text);
 
   std::string result_;
   bool needsComma_ = false;

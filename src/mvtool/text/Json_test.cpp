@@ -22,35 +22,61 @@ TEST(JsonRead, ScalarsOfEachKind_AreRead) {
   EXPECT_FALSE(ParseJson("false").Boolean());
   EXPECT_EQ(ParseJson("\"a\"").Text(), "a");
   EXPECT_EQ(ParseJson("-12").Integer(-100, 0), -12);
-  EXPECT_EQ(ParseJson("1.5e3").Number().real, 1500.0);
+  EXPECT_EQ(ParseJson("1.5e3").Number().text, "1.5e3");
 }
 
 TEST(JsonRead, Numbers_KeepTheTextTheyWereWrittenAs) {
-  const JsonNumber number = ParseJson("922337203685477.58070").Number();
-  EXPECT_EQ(number.text, "922337203685477.58070");
-  EXPECT_FALSE(number.integer.has_value());
+  for (const char* const text :
+       {"0", "-0", "7", "-7", "922337203685477.58070", "9223372036854775807", "-9223372036854775808",
+        "18446744073709551615", "18446744073709551616", "-9223372036854775809", "9007199254740993", "1E2", "1e+2",
+        "1.50", "-0.0e-0", "1e-400", "0.1000000000000000055511151231257827021181583404541015625"}) {
+    EXPECT_EQ(ParseJson(text).Number().text, text);
+    const Json among = ParseJson("[" + std::string(text) + " ,\t" + text + ",{\"a\":" + text + "}\n]");
+    EXPECT_EQ(among.Elements()[0].Number().text, text);
+    EXPECT_EQ(among.Elements()[1].Number().text, text);
+    EXPECT_EQ(among.Elements()[2].At("a").Number().text, text);
+  }
 }
 
-TEST(JsonRead, IntegersBeyond64Bits_AreOnlyReal) {
-  EXPECT_EQ(ParseJson("9223372036854775807").Number().integer, INT64_MAX);
-  EXPECT_EQ(ParseJson("-9223372036854775808").Number().integer, INT64_MIN);
-  EXPECT_FALSE(ParseJson("9223372036854775808").Number().integer.has_value());
+TEST(JsonRead, IntegersOf64Bits_AreExact) {
+  EXPECT_EQ(ParseJson("9223372036854775807").Integer(INT64_MIN, INT64_MAX), INT64_MAX);
+  EXPECT_EQ(ParseJson("-9223372036854775808").Integer(INT64_MIN, INT64_MAX), INT64_MIN);
+  EXPECT_EQ(ParseJson("9007199254740993").Integer(INT64_MIN, INT64_MAX), 9007199254740993);
+  for (const char* const text : {"9223372036854775808", "-9223372036854775809", "18446744073709551617", "1e300"}) {
+    EXPECT_THROW(ParseJson(text).Integer(INT64_MIN, INT64_MAX), Error) << text;
+  }
 }
 
-TEST(JsonRead, NumberWithAPoint_IsNoInteger) {
-  EXPECT_FALSE(ParseJson("1.0").Number().integer.has_value());
-  EXPECT_FALSE(ParseJson("1e2").Number().integer.has_value());
+TEST(JsonRead, WholeNumber_IsAnIntegerHoweverItIsWritten) {
+  EXPECT_EQ(ParseJson("1.0").Integer(0, 9), 1);
+  EXPECT_EQ(ParseJson("1E2").Integer(0, 100), 100);
+  EXPECT_EQ(ParseJson("1200e-2").Integer(0, 100), 12);
+  EXPECT_EQ(ParseJson("-0").Integer(0, 9), 0);
+  EXPECT_THROW(ParseJson("1.5").Integer(0, 9), Error);
+  EXPECT_THROW(ParseJson("1e-1").Integer(0, 9), Error);
+  EXPECT_THROW(ParseJson("1e-400").Integer(0, 9), Error);
 }
 
 TEST(JsonRead, MalformedNumbers_AreRefused) {
-  EXPECT_EQ(MessageFor("01"), "line 1, column 2: nothing may follow the value");
-  EXPECT_EQ(MessageFor("-"), "line 1, column 2: a digit is missing");
-  EXPECT_EQ(MessageFor("1."), "line 1, column 3: a digit is missing");
-  EXPECT_EQ(MessageFor("1e+"), "line 1, column 4: a digit is missing");
-  EXPECT_EQ(MessageFor("+1"), "line 1, column 1: a value is missing");
-  EXPECT_EQ(MessageFor(".5"), "line 1, column 1: a value is missing");
-  EXPECT_EQ(MessageFor("NaN"), "line 1, column 1: a value is missing");
-  EXPECT_EQ(MessageFor("1e999"), "line 1, column 1: this number is out of range");
+  EXPECT_EQ(MessageFor("01"),
+            "line 1, column 2: syntax error while parsing value - unexpected number literal; expected end of input");
+  EXPECT_EQ(MessageFor("[01, 5]"),
+            "line 1, column 3: syntax error while parsing array - unexpected number literal; expected ']'");
+  EXPECT_EQ(MessageFor("-"),
+            "line 1, column 2: syntax error while parsing value - invalid number; expected digit after '-'");
+  EXPECT_EQ(MessageFor("1."),
+            "line 1, column 3: syntax error while parsing value - invalid number; expected digit after '.'");
+  EXPECT_EQ(MessageFor("1e+"),
+            "line 1, column 4: syntax error while parsing value - invalid number; expected digit after exponent sign");
+  EXPECT_EQ(MessageFor("+1"), "line 1, column 1: syntax error while parsing value - invalid literal");
+  EXPECT_EQ(MessageFor(".5"), "line 1, column 1: syntax error while parsing value - invalid literal");
+  EXPECT_EQ(MessageFor("NaN"), "line 1, column 1: syntax error while parsing value - invalid literal");
+}
+
+TEST(JsonRead, NumbersTooLargeForADouble_AreRefused) {
+  EXPECT_EQ(MessageFor("1e999"), "line 1, column 1: 1e999 is out of range");
+  EXPECT_EQ(MessageFor("[0, -1e400]"), "line 1, column 5: -1e400 is out of range");
+  EXPECT_EQ(MessageFor(std::string(400, '9')), "line 1, column 1: " + std::string(60, '9') + "... is out of range");
 }
 
 TEST(JsonRead, Escapes_GiveTheirCharacters) {
@@ -63,27 +89,41 @@ TEST(JsonRead, SurrogatePair_GivesOneCharacter) {
 }
 
 TEST(JsonRead, UnpairedSurrogates_AreRefused) {
-  EXPECT_EQ(MessageFor(R"("\ud83d")"), "line 1, column 4: unpaired surrogate");
-  EXPECT_EQ(MessageFor(R"("\ud83dx")"), "line 1, column 4: unpaired surrogate");
-  EXPECT_EQ(MessageFor(R"("\ud83d\u0041")"), "line 1, column 4: unpaired surrogate");
-  EXPECT_EQ(MessageFor(R"("\ude00")"), "line 1, column 4: unpaired surrogate");
+  const std::string kNoSecondHalf =
+      "syntax error while parsing value - invalid string: surrogate U+D800..U+DBFF must be followed by U+DC00..U+DFFF";
+  EXPECT_EQ(MessageFor(R"("\ud83d")"), "line 1, column 8: " + kNoSecondHalf);
+  EXPECT_EQ(MessageFor(R"("\ud83dx")"), "line 1, column 8: " + kNoSecondHalf);
+  EXPECT_EQ(MessageFor(R"("\ud83d\u0041")"), "line 1, column 13: " + kNoSecondHalf);
+  EXPECT_EQ(MessageFor(R"("\ude00")"),
+            "line 1, column 7: syntax error while parsing value - invalid string: surrogate U+DC00..U+DFFF must follow "
+            "U+D800..U+DBFF");
 }
 
 TEST(JsonRead, BadEscapes_AreRefused) {
-  EXPECT_EQ(MessageFor(R"("\x41")"), "line 1, column 3: unknown escape in a text");
-  EXPECT_EQ(MessageFor(R"("\u00G0")"), "line 1, column 6: \\u needs four hex digits");
-  EXPECT_EQ(MessageFor("\"\\"), "line 1, column 3: unknown escape in a text");
-  EXPECT_EQ(MessageFor("\"\\u12"), "line 1, column 6: \\u needs four hex digits");
+  EXPECT_EQ(MessageFor(R"("\x41")"),
+            "line 1, column 3: syntax error while parsing value - invalid string: forbidden character after backslash");
+  EXPECT_EQ(
+      MessageFor(R"("\u00G0")"),
+      "line 1, column 6: syntax error while parsing value - invalid string: '\\u' must be followed by 4 hex digits");
+  EXPECT_EQ(MessageFor("\"\\"),
+            "line 1, column 3: syntax error while parsing value - invalid string: forbidden character after backslash");
+  EXPECT_EQ(
+      MessageFor("\"\\u12"),
+      "line 1, column 6: syntax error while parsing value - invalid string: '\\u' must be followed by 4 hex digits");
 }
 
 TEST(JsonRead, ControlCharactersInATextMustBeEscaped) {
-  EXPECT_EQ(MessageFor("\"a\nb\""), "line 1, column 3: a control character in a text must be escaped");
+  EXPECT_EQ(MessageFor("\"a\nb\""),
+            "line 1, column 3: syntax error while parsing value - invalid string: control character U+000A (LF) must "
+            "be escaped to \\u000A or \\n");
   EXPECT_EQ(MessageFor(std::string_view("\"\0\"", 3)),
-            "line 1, column 2: a control character in a text must be escaped");
+            "line 1, column 2: syntax error while parsing value - invalid string: control character U+0000 (NUL) must "
+            "be escaped to \\u0000");
 }
 
 TEST(JsonRead, TextWithoutEnd_IsReportedWhereItBegins) {
-  EXPECT_EQ(MessageFor("[1,\n  \"abc"), "line 2, column 3: this text has no end");
+  EXPECT_EQ(MessageFor("[1,\n  \"abc"),
+            "line 2, column 3: syntax error while parsing value - invalid string: missing closing quote");
 }
 
 TEST(JsonRead, Utf8_IsTakenAsItIs) {
@@ -91,10 +131,11 @@ TEST(JsonRead, Utf8_IsTakenAsItIs) {
 }
 
 TEST(JsonRead, MalformedUtf8_IsRefusedAtItsColumn) {
-  EXPECT_EQ(MessageFor("\"\xC3\xA9\xFF\""), "line 1, column 3: this is not UTF-8");
-  EXPECT_EQ(MessageFor("\"\xED\xA0\x80\""), "line 1, column 2: this is not UTF-8");
-  EXPECT_EQ(MessageFor("\"\xC0\x80\""), "line 1, column 2: this is not UTF-8");
-  EXPECT_EQ(MessageFor("\"\xE2\x82"), "line 1, column 2: this is not UTF-8");
+  const std::string kIllFormed = "syntax error while parsing value - invalid string: ill-formed UTF-8 byte";
+  EXPECT_EQ(MessageFor("\"\xC3\xA9\xFF\""), "line 1, column 3: " + kIllFormed);
+  EXPECT_EQ(MessageFor("\"\xED\xA0\x80\""), "line 1, column 3: " + kIllFormed);
+  EXPECT_EQ(MessageFor("\"\xC0\x80\""), "line 1, column 2: " + kIllFormed);
+  EXPECT_EQ(MessageFor("\"\xE2\x82"), "line 1, column 3: " + kIllFormed);
 }
 
 TEST(JsonRead, ByteOrderMarkInFront_IsSkipped) {
@@ -120,16 +161,58 @@ TEST(JsonRead, RepeatedMemberName_IsRefusedEvenWhenEscaped) {
 }
 
 TEST(JsonRead, MalformedContainers_SayWhatIsMissing) {
-  EXPECT_EQ(MessageFor(""), "line 1, column 1: the text ends too early");
-  EXPECT_EQ(MessageFor("[1 2]"), "line 1, column 4: \",\" or \"]\" is missing");
-  EXPECT_EQ(MessageFor("[1,]"), "line 1, column 4: a value is missing");
-  EXPECT_EQ(MessageFor("{\"a\" 1}"), "line 1, column 6: \":\" is missing");
-  EXPECT_EQ(MessageFor("{\"a\":1,}"), "line 1, column 8: a member name in quotes is missing");
-  EXPECT_EQ(MessageFor("{a:1}"), "line 1, column 2: a member name in quotes is missing");
-  EXPECT_EQ(MessageFor("[1}"), "line 1, column 3: \",\" or \"]\" is missing");
-  EXPECT_EQ(MessageFor("]"), "line 1, column 1: a value is missing");
-  EXPECT_EQ(MessageFor("[1] x"), "line 1, column 5: nothing may follow the value");
-  EXPECT_EQ(MessageFor("{\"a\":"), "line 1, column 6: the text ends too early");
+  EXPECT_EQ(
+      MessageFor(""),
+      "line 1, column 1: syntax error while parsing value - unexpected end of input; expected '[', '{', or a literal");
+  EXPECT_EQ(MessageFor("[1 2]"),
+            "line 1, column 4: syntax error while parsing array - unexpected number literal; expected ']'");
+  EXPECT_EQ(MessageFor("[1,]"),
+            "line 1, column 4: syntax error while parsing value - unexpected ']'; expected '[', '{', or a literal");
+  EXPECT_EQ(MessageFor("[1,,22]"),
+            "line 1, column 4: syntax error while parsing value - unexpected ','; expected '[', '{', or a literal");
+  EXPECT_EQ(MessageFor("[1 22, 3]"),
+            "line 1, column 4: syntax error while parsing array - unexpected number literal; expected ']'");
+  EXPECT_EQ(MessageFor("[1,\n \"x\" \"long\"]"),
+            "line 2, column 6: syntax error while parsing array - unexpected string literal; expected ']'");
+  EXPECT_EQ(MessageFor("{\"a\" 1}"),
+            "line 1, column 6: syntax error while parsing object separator - unexpected number literal; expected ':'");
+  EXPECT_EQ(MessageFor("{\"a\":1,}"),
+            "line 1, column 8: syntax error while parsing object key - unexpected '}'; expected string literal");
+  EXPECT_EQ(MessageFor("{a:1}"), "line 1, column 2: syntax error while parsing object key - invalid literal");
+  EXPECT_EQ(MessageFor("[1}"), "line 1, column 3: syntax error while parsing array - unexpected '}'; expected ']'");
+  EXPECT_EQ(MessageFor("]"),
+            "line 1, column 1: syntax error while parsing value - unexpected ']'; expected '[', '{', or a literal");
+  EXPECT_EQ(MessageFor("[1] x"), "line 1, column 5: syntax error while parsing value - invalid literal");
+  EXPECT_EQ(
+      MessageFor("{\"a\":"),
+      "line 1, column 6: syntax error while parsing value - unexpected end of input; expected '[', '{', or a literal");
+}
+
+TEST(JsonRead, ZeroCharacter_DoesNotEndTheText) {
+  EXPECT_EQ(MessageFor(std::string_view("1\0", 2)), "line 1, column 2: nothing may follow the value");
+  EXPECT_EQ(MessageFor(std::string_view("[1]\n \0 x", 8)), "line 2, column 2: nothing may follow the value");
+  EXPECT_EQ(
+      MessageFor(std::string_view("[1,\0]", 6)),
+      "line 1, column 4: syntax error while parsing value - unexpected end of input; expected '[', '{', or a literal");
+}
+
+TEST(JsonRead, Values_RememberWhereTheyStood) {
+  const Json object = ParseJson("\xEF\xBB\xBF{\"\xC3\xA9\" : [ 12,\n\t-3.5 ,true, {}],\n\"b\":\"x\"}");
+  const auto place = [](const Json& json) {
+    return std::to_string(json.Position().line) + ":" + std::to_string(json.Position().column);
+  };
+  const Json& array = object.At("\xC3\xA9");
+  EXPECT_EQ(place(object), "1:1");
+  EXPECT_EQ(place(array), "1:8");
+  EXPECT_EQ(place(array.Elements()[0]), "1:10");
+  EXPECT_EQ(place(array.Elements()[1]), "2:2");
+  EXPECT_EQ(place(array.Elements()[2]), "2:8");
+  EXPECT_EQ(place(array.Elements()[3]), "2:14");
+  EXPECT_EQ(place(object.At("b")), "3:5");
+}
+
+TEST(JsonRead, WrongCharacters_AreNotRepeatedInTheMessage) {
+  EXPECT_EQ(MessageFor("{\x1B[31m}"), "line 1, column 2: syntax error while parsing object key - invalid literal");
 }
 
 TEST(JsonRead, NestingUpToTheLimit_IsRead) {
@@ -149,7 +232,7 @@ TEST(JsonRead, FirstLineNumber_CountsInMessages) {
     ParseJson("[1,\n x]", 7);
     FAIL();
   } catch (const Error& error) {
-    EXPECT_EQ(error.Description(), "line 8, column 2: a value is missing");
+    EXPECT_EQ(error.Description(), "line 8, column 2: syntax error while parsing value - invalid literal");
   }
 }
 
@@ -173,6 +256,16 @@ TEST(JsonAccess, ValueOfTheWrongKind_SaysWhatIsWantedAndWhere) {
   EXPECT_EQ(message([&] { object.At("z"); }), "line 1, column 1: the member \"z\" is missing");
   EXPECT_EQ(message([&] { object.AllowOnly({"a"}); }), "line 2, column 15: unknown member \"t\"");
   EXPECT_EQ(message([&] { object.AllowOnly({"t", "a"}); }), "accepted");
+}
+
+TEST(JsonAccess, Shown_IsTheValueAsJson) {
+  EXPECT_EQ(ParseJson("null").Shown(), "null");
+  EXPECT_EQ(ParseJson("false").Shown(), "false");
+  EXPECT_EQ(ParseJson("-1.50").Shown(), "-1.50");
+  EXPECT_EQ(ParseJson(R"("a\u000a\"")").Shown(), R"("a\n\"")");
+  EXPECT_EQ(ParseJson("[1]").Shown(), "an array");
+  EXPECT_EQ(ParseJson("{}").Shown(), "an object");
+  EXPECT_EQ(ParseJson('"' + std::string(99, 'x') + '"').Shown(), '"' + std::string(59, 'x') + "...");
 }
 
 TEST(JsonWrite, NestedContainers_GetTheirCommas) {

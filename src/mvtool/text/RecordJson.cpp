@@ -24,11 +24,12 @@ TableFileField FieldFromJson(const Json& json) {
   return {json.At("name").Text(), static_cast<std::int32_t>(type)};
 }
 
-Value ValueOfField(const TableFileField& field, const Json& json) {
+Value ValueOfField(const std::string& table, const TableFileField& field, const Json& json) {
   const std::optional<HandheldType> type = HandheldTypeNumbered(field.type);
   if (json.IsNull()) return type ? ZeroValueOf(*type) : Value(Null{});
   if (!type) json.Fail("a field of type " + std::to_string(field.type) + " holds nothing but null");
-  const Value value = ValueFromJson(DataTypeOf(*type), json);
+  const Value value =
+      ValueFromJson({.type = DataTypeOf(*type), .table = table, .column = field.name, .toTheSecond = true}, json);
   const auto* const text = std::get_if<std::string>(&value);
   if (text != nullptr && text->find('\0') != std::string::npos) {
     json.Fail("a text of a table file cannot hold a zero character");
@@ -45,22 +46,24 @@ std::vector<Value> ZeroValues(const std::vector<TableFileField>& fields) {
   return values;
 }
 
-void AssignNamed(const Json::Member& member, const std::vector<TableFileField>& fields, std::vector<Value>& values) {
+void AssignNamed(const Json::Member& member, const TableFileHeader& table, std::vector<Value>& values) {
+  const std::vector<TableFileField>& fields = table.fields;
   const auto field = std::find_if(fields.begin(), fields.end(),
                                   [&](const TableFileField& candidate) { return candidate.name == member.name; });
   if (field == fields.end()) member.value.Fail("the table has no field \"" + member.name + "\"");
-  values[static_cast<std::size_t>(field - fields.begin())] = ValueOfField(*field, member.value);
+  values[static_cast<std::size_t>(field - fields.begin())] = ValueOfField(table.name, *field, member.value);
 }
 
-std::vector<Value> ValuesFromJson(const Json& json, const std::vector<TableFileField>& fields) {
+std::vector<Value> ValuesFromJson(const Json& json, const TableFileHeader& table) {
+  const std::vector<TableFileField>& fields = table.fields;
   std::vector<Value> values = ZeroValues(fields);
   if (json.As<Json::Array>() == nullptr) {
-    for (const Json::Member& member : json.Members()) AssignNamed(member, fields, values);
+    for (const Json::Member& member : json.Members()) AssignNamed(member, table, values);
     return values;
   }
   const Json::Array& elements = json.Elements();
   if (elements.size() != fields.size()) json.Fail(std::to_string(fields.size()) + " values are wanted here");
-  for (std::size_t i = 0; i < fields.size(); ++i) values[i] = ValueOfField(fields[i], elements[i]);
+  for (std::size_t i = 0; i < fields.size(); ++i) values[i] = ValueOfField(table.name, fields[i], elements[i]);
   return values;
 }
 
@@ -72,16 +75,16 @@ void ReadUniqueId(const Json& json, HandheldRecord& record) {
   record.uniqueId = static_cast<std::uint32_t>(json.Integer(0, kLargestUniqueId));
 }
 
-HandheldRecord RecordAsShown(const Json& json, const std::vector<TableFileField>& fields) {
+HandheldRecord RecordAsShown(const Json& json, const TableFileHeader& table) {
   HandheldRecord record;
-  record.values = ZeroValues(fields);
+  record.values = ZeroValues(table.fields);
   for (const Json::Member& member : json.Members()) {
     if (member.name == kAttributesMember) {
       ReadAttributes(member.value, record);
     } else if (member.name == kUniqueIdMember) {
       ReadUniqueId(member.value, record);
     } else {
-      AssignNamed(member, fields, record.values);
+      AssignNamed(member, table, record.values);
     }
   }
   return record;
@@ -114,15 +117,15 @@ void WriteHeader(JsonWriter& writer, const TableFileHeader& header) {
   writer.EndArray().EndObject();
 }
 
-HandheldRecord RecordFromJson(const Json& json, const std::vector<TableFileField>& fields) {
+HandheldRecord RecordFromJson(const Json& json, const TableFileHeader& table) {
   if (json.Find(kAttributesMember) != nullptr || json.Find(kUniqueIdMember) != nullptr) {
-    return RecordAsShown(json, fields);
+    return RecordAsShown(json, table);
   }
   json.AllowOnly({"attributes", "uniqueId", "values"});
   HandheldRecord record;
   if (const Json* const attributes = json.Find("attributes")) ReadAttributes(*attributes, record);
   if (const Json* const uniqueId = json.Find("uniqueId")) ReadUniqueId(*uniqueId, record);
-  record.values = ValuesFromJson(json.At("values"), fields);
+  record.values = ValuesFromJson(json.At("values"), table);
   return record;
 }
 

@@ -24,7 +24,8 @@ namespace mv::tool {
 TableFileHeader HeaderFromJson(const Json& json, const std::string& defaultName);
 void WriteHeader(JsonWriter& writer, const TableFileHeader& header);
 
-HandheldRecord RecordFromJson(const Json& json, const std::vector<TableFileField>& fields);
+/// `table` names the fields and, in messages, the table.
+HandheldRecord RecordFromJson(const Json& json, const TableFileHeader& table);
 
 /// Names of the leading members of a record as "show" prints it.
 inline constexpr std::string_view kAttributesMember = "_attributes";

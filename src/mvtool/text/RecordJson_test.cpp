@@ -7,10 +7,10 @@
 namespace mv::tool {
 namespace {
 
-const std::vector<TableFileField> kFields = {{"ID", 3}, {"NAME", 5}, {"PAID", 9}, {"ODD", 12}};
+const TableFileHeader kTable = {"T", "BRND", {{"ID", 3}, {"NAME", 5}, {"PAID", 9}, {"ODD", 12}}};
 
 HandheldRecord Read(std::string_view text) {
-  return RecordFromJson(ParseJson(text), kFields);
+  return RecordFromJson(ParseJson(text), kTable);
 }
 
 std::string MessageFor(std::string_view text) {

@@ -101,9 +101,11 @@ IndexSpec IndexFromJson(const TableSpec& table, const Json& json) {
 SchemaRow RowFromJson(const TableSpec& table, const Json& json) {
   SchemaRow row{json.Position(), std::vector<Value>(table.columns.size())};
   for (const Json::Member& member : json.Members()) {
-    const std::optional<std::size_t> column = ColumnNamed(table, member.name);
-    if (!column) member.value.Fail("the table has no column \"" + member.name + "\"");
-    row.values[*column] = ValueFromJson(DataTypeOf(table.columns[*column].type), member.value);
+    const std::optional<std::size_t> position = ColumnNamed(table, member.name);
+    if (!position) member.value.Fail("the table has no column \"" + member.name + "\"");
+    const ColumnSpec& column = table.columns[*position];
+    row.values[*position] =
+        ValueFromJson({DataTypeOf(column.type), table.name, column.name, column.precision, column.scale}, member.value);
   }
   return row;
 }

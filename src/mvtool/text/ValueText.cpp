@@ -8,6 +8,8 @@
 
 #include "base/Error.h"
 #include "base/NumberText.h"
+#include "jet/Decimal.h"
+#include "mvtool/ToolErrors.h"
 
 namespace mv::tool {
 namespace {
@@ -15,6 +17,7 @@ namespace {
 constexpr std::string_view kNotANumber = "NaN";
 constexpr std::string_view kInfinity = "Infinity";
 constexpr std::string_view kMinusInfinity = "-Infinity";
+constexpr unsigned kCurrencyPlaces = 4;
 constexpr std::string_view kHexDigits = "0123456789abcdef";
 
 /// A value as text, and whether JSON writes that text in quotes.
@@ -99,15 +102,45 @@ std::string NumberText(const Json& json) {
   return *text;
 }
 
-template <typename Float>
-Float FloatFromJson(const Json& json, Float (*parse)(std::string_view)) {
-  const auto* const text = json.As<std::string>();
-  if (text != nullptr && *text == kNotANumber) return std::numeric_limits<Float>::quiet_NaN();
-  return parse(NumberText(json));
+/// The digits of a number that has no more decimals than `most`.
+std::string ExactText(const Json& json, unsigned most) {
+  std::string text = NumberText(json);
+  if (DecimalPlaces(text) > most)
+    json.Fail("a number with at most " + std::to_string(most) + " decimals is wanted here");
+  return text;
 }
 
-Date DateValueFromJson(const Json& json) {
-  if (const auto* days = json.As<JsonNumber>()) return Date{days->real};
+/// The nearest number there is; but what is not zero does not become zero.
+template <typename Float>
+Float FloatFromJson(const Json& json, Float (*parse)(std::string_view)) {
+  const std::string text = NumberText(json);
+  if (text == kNotANumber) return std::numeric_limits<Float>::quiet_NaN();
+  const Float value = parse(text);
+  if (value == 0 && DecimalPlaces(text) > 0) throw StandardError(errors::kOverflow);
+  return value;
+}
+
+std::string DecimalFromJson(const ValueTarget& target, const Json& json) {
+  std::string text = ExactText(json, target.scale);
+  jet::DecimalFromText(text, target.precision, target.scale);
+  return text;
+}
+
+/// A second is rarely an exact number of days; a thousandth of it is more than digits of days are off.
+bool IsWholeSecond(Date date) {
+  constexpr double kSecondsPerDay = 86400;
+  const double seconds = date.days * kSecondsPerDay;
+  return std::fabs(seconds - std::round(seconds)) < 0.001;
+}
+
+Date DateFromDays(const ValueTarget& target, const Json& json) {
+  const Date date{FloatFromJson<double>(json, &ParseDouble)};
+  if (target.toTheSecond && !IsWholeSecond(date)) json.Fail("a date to the second is wanted here");
+  return date;
+}
+
+Date DateValueFromJson(const ValueTarget& target, const Json& json) {
+  if (json.As<JsonNumber>() != nullptr) return DateFromDays(target, json);
   const std::optional<Date> date = DateFromIso(json.Text());
   if (!date) json.Fail("a date such as \"2024-05-17T08:30:00\" is wanted here");
   return *date;
@@ -118,8 +151,8 @@ Integer IntegerFromJson(const Json& json) {
   return static_cast<Integer>(json.Integer(std::numeric_limits<Integer>::min(), std::numeric_limits<Integer>::max()));
 }
 
-Value ConvertJson(DataType type, const Json& json) {
-  switch (type) {
+Value ConvertJson(const ValueTarget& target, const Json& json) {
+  switch (target.type) {
     case DataType::Boolean:
       return json.Boolean();
     case DataType::UnsignedTinyInt:
@@ -133,13 +166,13 @@ Value ConvertJson(DataType type, const Json& json) {
     case DataType::Double:
       return FloatFromJson<double>(json, &ParseDouble);
     case DataType::Currency:
-      return Currency{ParseCurrency(NumberText(json))};
+      return Currency{ParseCurrency(ExactText(json, kCurrencyPlaces))};
     case DataType::Date:
     case DataType::DBDate:
     case DataType::DBTimeStamp:
-      return DateValueFromJson(json);
+      return DateValueFromJson(target, json);
     case DataType::Numeric:
-      return NumberText(json);
+      return DecimalFromJson(target, json);
     case DataType::Binary:
     case DataType::VarBinary:
     case DataType::LongVarBinary:
@@ -153,6 +186,16 @@ Value ConvertJson(DataType type, const Json& json) {
       return json.Text();
   }
   json.Fail("a field of this type cannot be given a value");
+}
+
+Value ReadValue(const ValueTarget& target, const Json& json) {
+  try {
+    return ConvertJson(target, json);
+  } catch (const Error& error) {
+    if (error.Number() == errors::kTypeMismatch) json.Fail("a number is wanted here");
+    if (error.Number() == errors::kOverflow) json.Fail("a number within the column's range is wanted here");
+    throw;
+  }
 }
 
 }  // namespace
@@ -181,14 +224,13 @@ std::string CsvField(const Value& value) {
   return CsvField(std::visit(Show{}, value).text);
 }
 
-Value ValueFromJson(DataType type, const Json& json) {
+Value ValueFromJson(const ValueTarget& target, const Json& json) {
   if (json.IsNull()) return Null{};
   try {
-    return ConvertJson(type, json);
+    return ReadValue(target, json);
   } catch (const Error& error) {
-    if (error.Number() == errors::kTypeMismatch) json.Fail("a number is wanted here");
-    if (error.Number() == errors::kOverflow) json.Fail("this number is out of range");
-    throw;
+    throw ToolError(error.Description() + ", not " + json.Shown() + ". Table '" + std::string(target.table) +
+                    "', column '" + std::string(target.column) + "'.");
   }
 }
 

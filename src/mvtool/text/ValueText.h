@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "mvtool/text/Json.h"
 #include "recordset/Value.h"
@@ -26,8 +27,19 @@ std::string CsvField(const Value& value);
 /// `text` as a CSV field.
 std::string CsvField(const std::string& text);
 
-/// The value that `json` gives to a field of `type`: the inverse of the form above. Numbers stand for currency and
-/// decimals too, and for a date as days. Throws ToolError with the place when it does not fit the type.
-Value ValueFromJson(DataType type, const Json& json);
+/// The column, or the field of a table file, that a value is read for.
+struct ValueTarget {
+  DataType type = DataType::Integer;
+  std::string_view table = {};   ///< for messages
+  std::string_view column = {};  ///< for messages
+  unsigned precision = 0;        ///< Numeric: digits at most
+  unsigned scale = 0;            ///< Numeric: how many of them are decimals
+  bool toTheSecond = false;      ///< Date: holds no fractions of seconds
+};
+
+/// The value that `json` gives to a column: the inverse of the form above. Numbers stand for currency and decimals too,
+/// and for a date as days. Floating-point columns take the nearest number there is, all others only what they hold
+/// exactly. Throws ToolError with the place, the column and the value when it does not fit.
+Value ValueFromJson(const ValueTarget& target, const Json& json);
 
 }  // namespace mv::tool
