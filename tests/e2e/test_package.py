@@ -48,7 +48,8 @@ class Package(unittest.TestCase):
             cls.files = {e.filename.split("/", 1)[1]: archive.read(e) for e in cls.entries}
 
     def test_it_holds_both_programs_with_template_and_companion(self):
-        expected = ["README.txt"] + [f"{m}/{f}" for m in ("x64", "x86") for f in ("MVPPCSync.exe", "_20", "mvtool.exe")]
+        expected = ["README.txt", "licence-json.txt"]
+        expected += [f"{m}/{f}" for m in ("x64", "x86") for f in ("MVPPCSync.exe", "_20", "mvtool.exe")]
         self.assertEqual([e.filename for e in self.entries], [f"MVPPCSync-{VERSION}/{name}" for name in expected])
 
     def test_the_programs_are_for_their_systems_and_only_the_companion_has_a_console(self):
@@ -88,6 +89,9 @@ class Package(unittest.TestCase):
         self.assertEqual(text.count(b"\n"), text.count(b"\r\n"))
         self.assertTrue(text.startswith(f"MVPPCSync {VERSION} ".encode("ascii")))
         self.assertLessEqual(max(map(len, text.split(b"\r\n"))), 80)
+
+    def test_the_licence_of_the_json_library_comes_along(self):
+        self.assertIn(b"Permission is hereby granted, free of charge", self.files["licence-json.txt"])
 
     def test_packing_again_gives_the_same_bytes(self):
         with tempfile.TemporaryDirectory() as folder:
