@@ -8,8 +8,8 @@
 
 #include "base/Error.h"
 #include "base/NumberText.h"
-#include "jet/Decimal.h"
-#include "mvtool/ToolErrors.h"
+#include "jet/rows/Decimal.h"
+#include "mvtool/files/ToolErrors.h"
 
 namespace mv::tool {
 namespace {
