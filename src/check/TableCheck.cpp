@@ -2,9 +2,10 @@
 
 #include <algorithm>
 
-#include "base/Cp1252.h"
 #include "base/Utf.h"
 #include "check/StoredText.h"
+#include "pdb/PDBUtils.h"
+#include "pdb/TableFormat.h"
 
 namespace mv::check {
 namespace {
@@ -13,21 +14,6 @@ constexpr std::size_t kAddressSize = 4;
 
 /// Pages of long values with fewer bytes free are never listed as having room.
 constexpr std::size_t kLongValueRoom = 257;
-
-/// The handheld's program counts the bytes of a record in 16 bits.
-constexpr std::size_t kMaxHandheldText = 32767;
-/// Characters above this value of Windows-1252 take two bytes in the handheld's table files.
-constexpr std::uint8_t kLastOneByteValue = 128;
-
-/// Bytes of a text in a handheld's table file.
-std::size_t HandheldSize(const std::u16string& units) {
-  const std::string text = Utf8FromUtf16(units);
-  std::size_t size = 0;
-  for (std::size_t at = 0; at < text.size();) {
-    size += Cp1252FromCodePoint(NextCodePoint(text, at)) > kLastOneByteValue ? 2 : 1;
-  }
-  return size;
-}
 
 }  // namespace
 
@@ -235,12 +221,13 @@ std::string TableCheck::KeyText() {
 }
 
 void TableCheck::NoteMemoBeyondHandheld(const Place& place) {
-  if (longValues_.Units().size() <= kMaxHandheldText / 2) return;
-  const std::size_t size = HandheldSize(longValues_.Units());
-  if (size <= kMaxHandheldText) return;
+  constexpr std::size_t kMost = table_format::kLongestText;
+  if (longValues_.Units().size() <= kMost / 2) return;
+  const auto size = static_cast<std::size_t>(PDBUtils::UTF8Length(Utf8FromUtf16(longValues_.Units())));
+  if (size <= kMost) return;
   const std::string key = KeyText();
   context_.findings.Note(Kind::Handheld, place, "the memo takes ", size, " bytes as Windows-1252 text; handhelds read ",
-                         kMaxHandheldText, ", so a run would stop at this table with an overflow",
+                         kMost, ", so a run would stop at this table with an overflow",
                          key.empty() ? "" : " (row with " + key + ")");
 }
 

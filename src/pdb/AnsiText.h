@@ -10,7 +10,7 @@
 namespace mv {
 
 /// The highest Windows-1252 value that zero-terminated text of table files holds in one byte; those above take two.
-/// 127 would be right, but handhelds have always been sent the value 128 (the euro sign) as it is.
+/// 127 would be right by UTF-8, but handhelds read a lone 80 as what it is in Windows-1252, the euro sign.
 inline constexpr std::uint8_t kLastOneByteValue = 128;
 
 /// The Windows-1252 value of the next character of `text` at byte `position`, which advances past it; "?" for a

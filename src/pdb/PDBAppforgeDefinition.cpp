@@ -8,6 +8,7 @@
 #include "base/Checked.h"
 #include "base/Cp1252.h"
 #include "base/Text.h"
+#include "pdb/HandheldType.h"
 
 namespace mv {
 namespace {
@@ -84,26 +85,6 @@ void PutText(Bytes& block, std::size_t offset, std::string_view ansi) {
 }
 
 }  // namespace
-
-std::int32_t FieldWidth(std::int32_t type) {
-  switch (type) {
-    case fieldtypes::kByte:
-    case fieldtypes::kBoolean:
-    case fieldtypes::kString:
-      return 1;
-    case fieldtypes::kInteger:
-      return 2;
-    case fieldtypes::kLong:
-    case fieldtypes::kSingle:
-    case fieldtypes::kDate:
-      return 4;
-    case fieldtypes::kDouble:
-    case fieldtypes::kCurrency:
-      return 8;
-    default:
-      return 0;
-  }
-}
 
 void PDBAppforgeDefinition::SortInfoBlock(Bytes block) {
   RequireBytes(block, 0, kSortFixedSize);

@@ -11,22 +11,6 @@
 
 namespace mv {
 
-/// Type codes of the fields in a handheld's records. Multi-byte values are big-endian.
-namespace fieldtypes {
-inline constexpr std::int32_t kByte = 1;      ///< one unsigned byte
-inline constexpr std::int32_t kInteger = 2;   ///< 16-bit
-inline constexpr std::int32_t kLong = 3;      ///< 32-bit
-inline constexpr std::int32_t kSingle = 4;    ///< IEEE 754 binary32
-inline constexpr std::int32_t kString = 5;    ///< zero-terminated text
-inline constexpr std::int32_t kBoolean = 6;   ///< one byte
-inline constexpr std::int32_t kDate = 7;      ///< unsigned 32-bit seconds since 1904-01-01 00:00 local time
-inline constexpr std::int32_t kDouble = 8;    ///< IEEE 754 binary64
-inline constexpr std::int32_t kCurrency = 9;  ///< 64-bit, ten-thousandths
-}  // namespace fieldtypes
-
-/// Bytes of a field in a record whose texts are all empty: a text counts 1, its terminator. 0 for an unknown code.
-std::int32_t FieldWidth(std::int32_t type);
-
 /// The description of a table's records: the AppInfo block of its file.
 ///
 /// Layout of the block (16-bit values big-endian, n fields; name offsets count from byte 276):
@@ -47,8 +31,8 @@ std::int32_t FieldWidth(std::int32_t type);
 ///   300       6n    per field: offset of its name (2), type code (2), zeros (2)
 ///   300+6n          table name, then the field names, Windows-1252, each with a zero byte behind it
 ///
-/// A new definition has no fields, an empty table name and an empty category area. Fields are numbered from 1; error 9
-/// for any other number.
+/// Types are given as codes (HandheldType.h), because a file may hold any number there. A new definition has no fields,
+/// an empty table name and an empty category area. Fields are numbered from 1; error 9 for any other number.
 class PDBAppforgeDefinition {
  public:
   /// Builds the block. Error 6 when it would be longer than 32767 bytes, its records' fixed size exceeds that, or a

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "pdb/HandheldType.h"
 #include "support/ExpectError.h"
 #include "support/Hex.h"
 
@@ -16,8 +17,8 @@ constexpr std::size_t kMark = 276;
 
 PDBAppforgeDefinition TwoFields() {
   PDBAppforgeDefinition definition;
-  definition.AddFieldName("ID", fieldtypes::kLong);
-  definition.AddFieldName("Name", fieldtypes::kString);
+  definition.AddFieldName("ID", CodeOf(HandheldType::Long));
+  definition.AddFieldName("Name", CodeOf(HandheldType::Text));
   return definition;
 }
 
@@ -42,11 +43,11 @@ TEST(PDBAppforgeDefinitionTest, FieldsAreNumberedFromOneInTheOrderOfAdding) {
   PDBAppforgeDefinition definition = TwoFields();
   EXPECT_EQ(definition.FieldCount(), 2);
   EXPECT_EQ(definition.FieldName(1), "ID");
-  EXPECT_EQ(definition.FieldType(2), fieldtypes::kString);
+  EXPECT_EQ(definition.FieldType(2), CodeOf(HandheldType::Text));
   definition.FieldName(2, "Title");
-  definition.FieldType(2, fieldtypes::kByte);
+  definition.FieldType(2, CodeOf(HandheldType::Byte));
   EXPECT_EQ(definition.FieldName(2), "Title");
-  EXPECT_EQ(definition.FieldType(2), fieldtypes::kByte);
+  EXPECT_EQ(definition.FieldType(2), CodeOf(HandheldType::Byte));
   for (const std::int16_t outside : {std::int16_t{-1}, std::int16_t{0}, std::int16_t{3}}) {
     EXPECT_EQ(ErrorNumberOf([&] { definition.FieldName(outside, "x"); }), errors::kSubscriptOutOfRange);
     EXPECT_EQ(ErrorNumberOf([&] { definition.FieldType(outside, 1); }), errors::kSubscriptOutOfRange);
@@ -57,14 +58,8 @@ TEST(PDBAppforgeDefinitionTest, AfterClearingTheNextFieldIsNumberOneAgain) {
   PDBAppforgeDefinition definition = TwoFields();
   definition.ClearFieldName();
   EXPECT_EQ(definition.FieldCount(), 0);
-  definition.AddFieldName("New", fieldtypes::kDate);
+  definition.AddFieldName("New", CodeOf(HandheldType::Date));
   EXPECT_EQ(definition.FieldName(1), "New");
-}
-
-TEST(PDBAppforgeDefinitionTest, WidthsOfAllTypes) {
-  const std::vector<std::int32_t> widths = {0, 1, 2, 4, 4, 1, 1, 4, 8, 8, 0};
-  for (std::int32_t type = 0; type <= 10; ++type) EXPECT_EQ(FieldWidth(type), widths[static_cast<std::size_t>(type)]);
-  EXPECT_EQ(FieldWidth(-1), 0);
 }
 
 // --- Building -------------------------------------------------------------------------------------------------------
@@ -92,14 +87,14 @@ TEST(PDBAppforgeDefinitionTest, TheFixedRecordSizeCountsOneForEachText) {
 
 TEST(PDBAppforgeDefinitionTest, NamesAreWrittenAsOneByteEachCharacter) {
   PDBAppforgeDefinition definition;
-  definition.AddFieldName("\xC3\xA9\xE2\x82\xAC\xD0\x96", fieldtypes::kByte);
+  definition.AddFieldName("\xC3\xA9\xE2\x82\xAC\xD0\x96", CodeOf(HandheldType::Byte));
   const Bytes block = definition.AppInfoBlock();
   EXPECT_EQ(ToHex(ByteView(block).subspan(306)), "00 E9 80 3F 00");
 }
 
 TEST(PDBAppforgeDefinitionTest, ABlockAbove32767BytesOverflows) {
   PDBAppforgeDefinition definition;
-  definition.AddFieldName(std::string(32767 - 300 - 6 - 2, 'x'), fieldtypes::kByte);
+  definition.AddFieldName(std::string(32767 - 300 - 6 - 2, 'x'), CodeOf(HandheldType::Byte));
   EXPECT_EQ(definition.AppInfoBlock().size(), 32767u);
   definition.FieldName(1, std::string(32767 - 300 - 6 - 1, 'x'));
   EXPECT_EQ(ErrorNumberOf([&] { definition.AppInfoBlock(); }), errors::kOverflow);
@@ -107,9 +102,9 @@ TEST(PDBAppforgeDefinitionTest, ABlockAbove32767BytesOverflows) {
 
 TEST(PDBAppforgeDefinitionTest, AFixedSizeAbove32767Overflows) {
   PDBAppforgeDefinition definition;
-  for (int i = 0; i < 4095; ++i) definition.AddFieldName("", fieldtypes::kDouble);
+  for (int i = 0; i < 4095; ++i) definition.AddFieldName("", CodeOf(HandheldType::Double));
   EXPECT_EQ(definition.AppInfoBlock().size(), 300u + 7u * 4095u + 1u);
-  definition.AddFieldName("", fieldtypes::kDouble);
+  definition.AddFieldName("", CodeOf(HandheldType::Double));
   EXPECT_EQ(ErrorNumberOf([&] { definition.AppInfoBlock(); }), errors::kOverflow);
 }
 
@@ -121,9 +116,9 @@ TEST(PDBAppforgeDefinitionTest, ATypeCodeOfMoreThan16BitsOverflows) {
 
 TEST(PDBAppforgeDefinitionTest, MoreThan32767FieldsOverflow) {
   PDBAppforgeDefinition definition;
-  for (int i = 0; i < 32767; ++i) definition.AddFieldName("", fieldtypes::kByte);
+  for (int i = 0; i < 32767; ++i) definition.AddFieldName("", CodeOf(HandheldType::Byte));
   EXPECT_EQ(definition.FieldCount(), 32767);
-  EXPECT_EQ(ErrorNumberOf([&] { definition.AddFieldName("", fieldtypes::kByte); }), errors::kOverflow);
+  EXPECT_EQ(ErrorNumberOf([&] { definition.AddFieldName("", CodeOf(HandheldType::Byte)); }), errors::kOverflow);
   EXPECT_EQ(ErrorNumberOf([&] { definition.AppInfoBlock(); }), errors::kOverflow);
 }
 
@@ -131,19 +126,19 @@ TEST(PDBAppforgeDefinitionTest, MoreThan32767FieldsOverflow) {
 
 TEST(PDBAppforgeDefinitionTest, ReadingABlockGivesItsFields) {
   PDBAppforgeDefinition definition;
-  definition.AddFieldName("Old", fieldtypes::kByte);
+  definition.AddFieldName("Old", CodeOf(HandheldType::Byte));
   EXPECT_TRUE(definition.IsAppforgeData(TwoFields().AppInfoBlock()));
   EXPECT_EQ(definition.FieldCount(), 2);
   EXPECT_EQ(definition.FieldName(1), "ID");
-  EXPECT_EQ(definition.FieldType(1), fieldtypes::kLong);
+  EXPECT_EQ(definition.FieldType(1), CodeOf(HandheldType::Long));
   EXPECT_EQ(definition.FieldName(2), "Name");
-  EXPECT_EQ(definition.FieldType(2), fieldtypes::kString);
+  EXPECT_EQ(definition.FieldType(2), CodeOf(HandheldType::Text));
 }
 
 /// A device's block: categories and a table name, which no member of a definition sets.
 Bytes DeviceBlock() {
   PDBAppforgeDefinition definition;
-  definition.AddFieldName("ID", fieldtypes::kLong);
+  definition.AddFieldName("ID", CodeOf(HandheldType::Long));
   Bytes block = definition.AppInfoBlock();
   block.insert(block.begin() + 306, {'T', 'b', 'l'});
   PutWord(block, 288, static_cast<std::uint16_t>(block.size() - 277));
@@ -176,7 +171,7 @@ TEST(PDBAppforgeDefinitionTest, ACategoryNameEndsAtItsFirstZeroByte) {
 
 TEST(PDBAppforgeDefinitionTest, NamesComeWithoutBlanksAroundThem) {
   PDBAppforgeDefinition source;
-  source.AddFieldName("  My Field ", fieldtypes::kByte);
+  source.AddFieldName("  My Field ", CodeOf(HandheldType::Byte));
   PDBAppforgeDefinition definition;
   ASSERT_TRUE(definition.IsAppforgeData(source.AppInfoBlock()));
   EXPECT_EQ(definition.FieldName(1), "My Field");
@@ -184,7 +179,7 @@ TEST(PDBAppforgeDefinitionTest, NamesComeWithoutBlanksAroundThem) {
 
 TEST(PDBAppforgeDefinitionTest, NamesAreReadAsOneCharacterEachByte) {
   PDBAppforgeDefinition source;
-  source.AddFieldName("\xC3\xA9\xE2\x82\xAC", fieldtypes::kByte);
+  source.AddFieldName("\xC3\xA9\xE2\x82\xAC", CodeOf(HandheldType::Byte));
   PDBAppforgeDefinition definition;
   ASSERT_TRUE(definition.IsAppforgeData(source.AppInfoBlock()));
   EXPECT_EQ(definition.FieldName(1), "\xC3\xA9\xE2\x82\xAC");

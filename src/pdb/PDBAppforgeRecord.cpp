@@ -7,6 +7,7 @@
 
 #include "base/Checked.h"
 #include "base/NumberText.h"
+#include "pdb/HandheldType.h"
 #include "pdb/PDBUtils.h"
 
 namespace mv {
@@ -17,8 +18,8 @@ constexpr bool kSwap = true;
 constexpr std::uint8_t kTrueByte = 255;
 constexpr std::string_view kTrueText = "1";
 constexpr std::string_view kFalseText = "0";
-/// 1904-01-01 00:00, the zero of dates in records, as seconds since 1899-12-30.
-constexpr std::int64_t kDateEpoch = 1462LL * 86400;
+/// kHandheldEpoch as seconds since 1899-12-30.
+constexpr std::int64_t kDateEpoch = static_cast<std::int64_t>(kHandheldEpoch.days) * 86400;
 
 template <typename Integer>
 Integer ParseAs(std::string_view text) {
@@ -78,31 +79,31 @@ void PDBAppforgeRecord::ReadField(std::int16_t i, std::int32_t& pos) {
   std::int16_t integer = 0;
   std::int32_t word = 0;
   std::int64_t amount = 0;
-  switch (definition_->FieldType(i)) {
-    case fieldtypes::kByte:
+  switch (static_cast<HandheldType>(definition_->FieldType(i))) {
+    case HandheldType::Byte:
       stream_.GetByte(byte, pos);
       return AppendInteger(Cleared(i), byte);
-    case fieldtypes::kInteger:
+    case HandheldType::Integer:
       stream_.ByteToInteger(integer, pos, kSwap);
       return AppendInteger(Cleared(i), integer);
-    case fieldtypes::kLong:
+    case HandheldType::Long:
       stream_.ByteToLong(word, pos, kSwap);
       return AppendInteger(Cleared(i), word);
-    case fieldtypes::kSingle:  // as bits: a signalling not-a-number must not pass through a register
+    case HandheldType::Single:  // as bits: a signalling not-a-number must not pass through a register
       stream_.ByteToLong(word, pos, kSwap);
       return AppendSingleBits(Cleared(i), static_cast<std::uint32_t>(word));
-    case fieldtypes::kDouble:
+    case HandheldType::Double:
       stream_.ByteToCurrency(amount, pos, kSwap);
       return AppendDoubleBits(Cleared(i), static_cast<std::uint64_t>(amount));
-    case fieldtypes::kCurrency:
+    case HandheldType::Currency:
       stream_.ByteToCurrency(amount, pos, kSwap);
       return AppendCurrency(Cleared(i), amount);
-    case fieldtypes::kString:
+    case HandheldType::Text:
       return stream_.ByteToString(Cleared(i), pos);
-    case fieldtypes::kBoolean:
+    case HandheldType::Boolean:
       stream_.GetByte(byte, pos);
       return BooleanValue(i, byte != 0);
-    case fieldtypes::kDate:
+    case HandheldType::Date:
       stream_.ByteToLong(word, pos, kSwap);
       return AppendIso(Cleared(i), DateFromWord(word));
     default:
@@ -117,7 +118,7 @@ std::int32_t PDBAppforgeRecord::DataLength() const {
     const auto field = static_cast<std::int16_t>(i);
     const std::int32_t type = definition_->FieldType(field);
     length = CheckedAdd(length, FieldWidth(type));
-    if (type == fieldtypes::kString) length = CheckedAdd(length, PDBUtils::UTF8Length(StringValue(field)));
+    if (type == CodeOf(HandheldType::Text)) length = CheckedAdd(length, PDBUtils::UTF8Length(StringValue(field)));
   }
   return length;
 }
@@ -135,24 +136,24 @@ const PDBByteStream& PDBAppforgeRecord::ByteStream() {
 
 void PDBAppforgeRecord::WriteField(std::int16_t i, std::int32_t& pos) {
   const std::string& text = StringValue(i);
-  switch (definition_->FieldType(i)) {
-    case fieldtypes::kByte:
+  switch (static_cast<HandheldType>(definition_->FieldType(i))) {
+    case HandheldType::Byte:
       return stream_.SetByte(ByteValue(i), pos);
-    case fieldtypes::kInteger:
+    case HandheldType::Integer:
       return stream_.IntegerToByte(IntegerValue(i), pos, kSwap);
-    case fieldtypes::kLong:
+    case HandheldType::Long:
       return stream_.LongToByte(LongValue(i), pos, kSwap);
-    case fieldtypes::kSingle:
+    case HandheldType::Single:
       return stream_.LongToByte(static_cast<std::int32_t>(ParseSingleBits(text)), pos, kSwap);
-    case fieldtypes::kDouble:
+    case HandheldType::Double:
       return stream_.CurrencyToByte(static_cast<std::int64_t>(ParseDoubleBits(text)), pos, kSwap);
-    case fieldtypes::kCurrency:
+    case HandheldType::Currency:
       return stream_.CurrencyToByte(CurrencyValue(i), pos, kSwap);
-    case fieldtypes::kString:
+    case HandheldType::Text:
       return stream_.StringToByte(text, pos);
-    case fieldtypes::kBoolean:
+    case HandheldType::Boolean:
       return stream_.SetByte(BooleanValue(i) ? kTrueByte : std::uint8_t{0}, pos);
-    case fieldtypes::kDate:
+    case HandheldType::Date:
       return stream_.LongToByte(WordFromDate(ParseDate(text)), pos, kSwap);
     default:
       return;

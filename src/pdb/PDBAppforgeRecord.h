@@ -15,7 +15,7 @@ namespace mv {
 
 /// One record of a table as field values: from bytes, to bytes, and each value by type.
 ///
-/// The fields follow one another in the definition's order, without gaps, as fieldtypes says; a field of an unknown
+/// The fields follow one another in the definition's order, without gaps, as HandheldType says; a field of an unknown
 /// type occupies nothing. True is written as FF, and any byte but 0 reads as true.
 ///
 /// Every value is held as text, in the invariant forms of base/NumberText.h, dates as "2026-11-21T14:05:09", Booleans

@@ -5,6 +5,8 @@
 #include <limits>
 #include <random>
 
+#include "pdb/HandheldType.h"
+#include "pdb/TableFormat.h"
 #include "support/ExpectError.h"
 #include "support/Hex.h"
 
@@ -15,13 +17,21 @@ using mv::testing::ErrorNumberOf;
 using mv::testing::FromHex;
 using mv::testing::ToHex;
 
-std::shared_ptr<PDBAppforgeDefinition> DefinitionOf(const std::vector<std::int32_t>& types) {
+/// A code that a file may hold, known or not.
+struct Code {
+  Code(HandheldType type) : number(CodeOf(type)) {}
+  Code(std::int32_t any) : number(any) {}
+
+  std::int32_t number;
+};
+
+std::shared_ptr<PDBAppforgeDefinition> DefinitionOf(const std::vector<Code>& types) {
   auto definition = std::make_shared<PDBAppforgeDefinition>();
-  for (const std::int32_t type : types) definition->AddFieldName("F", type);
+  for (const Code& type : types) definition->AddFieldName("F", type.number);
   return definition;
 }
 
-PDBAppforgeRecord RecordOf(const std::vector<std::int32_t>& types) {
+PDBAppforgeRecord RecordOf(const std::vector<Code>& types) {
   PDBAppforgeRecord record;
   record.AppforgeDefinition(DefinitionOf(types));
   return record;
@@ -42,7 +52,7 @@ Bytes Written(PDBAppforgeRecord& record) {
   return bytes;
 }
 
-std::string RoundTrip(std::int32_t type, std::string_view hex) {
+std::string RoundTrip(HandheldType type, std::string_view hex) {
   PDBAppforgeRecord record = RecordOf({type});
   Read(record, FromHex(hex));
   return ToHex(Written(record));
@@ -64,7 +74,7 @@ TEST(PDBAppforgeRecordTest, WithoutADefinitionARecordHasNoFields) {
 }
 
 TEST(PDBAppforgeRecordTest, LongTextAndBooleanByteForByte) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kLong, fieldtypes::kString, fieldtypes::kBoolean});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Long, HandheldType::Text, HandheldType::Boolean});
   record.LongValue(1, 7);
   record.StringValue(2, "ab");
   record.BooleanValue(3, true);
@@ -73,10 +83,11 @@ TEST(PDBAppforgeRecordTest, LongTextAndBooleanByteForByte) {
 }
 
 TEST(PDBAppforgeRecordTest, TheStreamEndsInASpareByteAlsoBehindALastFieldOfOneByte) {
-  for (const std::int32_t last : {fieldtypes::kByte, fieldtypes::kBoolean, fieldtypes::kString, fieldtypes::kLong, 0}) {
-    PDBAppforgeRecord record = RecordOf({fieldtypes::kByte, last});
+  for (const std::int32_t last : {CodeOf(HandheldType::Byte), CodeOf(HandheldType::Boolean), CodeOf(HandheldType::Text),
+                                  CodeOf(HandheldType::Long), 0}) {
+    PDBAppforgeRecord record = RecordOf({HandheldType::Byte, last});
     record.ByteValue(1, 200);
-    if (last != fieldtypes::kString) record.ByteValue(2, 1);
+    if (last != CodeOf(HandheldType::Text)) record.ByteValue(2, 1);
     EXPECT_EQ(record.ByteStream().Length(), record.DataLength()) << last;
   }
 }
@@ -98,7 +109,7 @@ TEST(PDBAppforgeRecordTest, AllTypesByteForByte) {
 }
 
 TEST(PDBAppforgeRecordTest, ReadingABooleanTakesAnyByteButZeroForTrueAndWritesFF) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kBoolean, fieldtypes::kBoolean});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Boolean, HandheldType::Boolean});
   Read(record, {1, 0});
   EXPECT_TRUE(record.BooleanValue(1));
   EXPECT_FALSE(record.BooleanValue(2));
@@ -106,7 +117,7 @@ TEST(PDBAppforgeRecordTest, ReadingABooleanTakesAnyByteButZeroForTrueAndWritesFF
 }
 
 TEST(PDBAppforgeRecordTest, AFieldOfAnUnknownTypeOccupiesNothingAndKeepsItsValue) {
-  PDBAppforgeRecord record = RecordOf({0, fieldtypes::kByte, 10});
+  PDBAppforgeRecord record = RecordOf({0, HandheldType::Byte, 10});
   record.StringValue(1, "kept");
   Read(record, {5});
   EXPECT_EQ(record.StringValue(1), "kept");
@@ -116,25 +127,25 @@ TEST(PDBAppforgeRecordTest, AFieldOfAnUnknownTypeOccupiesNothingAndKeepsItsValue
 }
 
 TEST(PDBAppforgeRecordTest, ANewDefinitionEmptiesAllValues) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kString});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Text});
   record.StringValue(0, "zero");
   record.StringValue(1, "one");
-  record.AppforgeDefinition(DefinitionOf({fieldtypes::kString, fieldtypes::kString}));
+  record.AppforgeDefinition(DefinitionOf({HandheldType::Text, HandheldType::Text}));
   EXPECT_EQ(record.StringValue(0), "");
   EXPECT_EQ(record.StringValue(1), "");
   EXPECT_EQ(record.StringValue(2), "");
 }
 
 TEST(PDBAppforgeRecordTest, ADefinitionThatGrewBehindTheRecordsBackIsOutOfRange) {
-  const auto definition = DefinitionOf({fieldtypes::kString});
+  const auto definition = DefinitionOf({HandheldType::Text});
   PDBAppforgeRecord record;
   record.AppforgeDefinition(definition);
-  definition->AddFieldName("G", fieldtypes::kString);
+  definition->AddFieldName("G", CodeOf(HandheldType::Text));
   EXPECT_EQ(ErrorNumberOf([&] { record.ByteStream(); }), errors::kSubscriptOutOfRange);
 }
 
 TEST(PDBAppforgeRecordTest, NumbersOutsideTheFieldsAreOutOfRangeAndZeroBelongsToNoField) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kByte});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Byte});
   record.StringValue(0, "free");
   EXPECT_EQ(record.StringValue(0), "free");
   Read(record, {1});
@@ -155,20 +166,20 @@ TEST(PDBAppforgeRecordTest, ARecordThatEndsBeforeItsFieldsIsOutOfRange) {
 }
 
 TEST(PDBAppforgeRecordTest, ATextMayEndWithTheRecordInsteadOfATerminator) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kByte, fieldtypes::kString, fieldtypes::kString});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Byte, HandheldType::Text, HandheldType::Text});
   Read(record, {1, 'a', 'b'});
   EXPECT_EQ(record.StringValue(2), "ab");
   EXPECT_EQ(record.StringValue(3), "");
 }
 
 TEST(PDBAppforgeRecordTest, BytesBehindTheLastFieldAreNotLookedAt) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kByte});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Byte});
   Read(record, {1, 2, 3});
   EXPECT_EQ(ToHex(Written(record)), "01");
 }
 
 TEST(PDBAppforgeRecordTest, OneObjectServesOneRecordAfterTheOther) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kString, fieldtypes::kLong});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Text, HandheldType::Long});
   Read(record, FromHex("61 62 63 64 65 66 67 68 69 6A 6B 6C 6D 6E 6F 70 71 72 00 FF FF FF FF"));
   EXPECT_EQ(record.StringValue(1), "abcdefghijklmnopqr");
   Read(record, FromHex("78 00 00 00 00 01"));
@@ -181,7 +192,7 @@ TEST(PDBAppforgeRecordTest, TheStreamsSettingsAreTakenOver) {
   stream.ByteArray(FromHex("01 00 E9 00"));
   stream.UTF8Strings(false);
   stream.GlobalByteSwap(true);
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kInteger, fieldtypes::kString});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Integer, HandheldType::Text});
   record.ByteStream(stream);
   EXPECT_EQ(record.IntegerValue(1), 1);
   EXPECT_EQ(record.StringValue(2), "\xC3\xA9");
@@ -192,17 +203,17 @@ TEST(PDBAppforgeRecordTest, TheStreamsSettingsAreTakenOver) {
 // --- Reading and writing gives the same bytes -----------------------------------------------------------------------
 
 TEST(PDBAppforgeRecordTest, EveryByteAndIntegerComesBack) {
-  for (const char* hex : {"00", "7F", "80", "FF"}) EXPECT_EQ(RoundTrip(fieldtypes::kByte, hex), hex);
-  for (const char* hex : {"00 00", "7F FF", "80 00", "FF FF"}) EXPECT_EQ(RoundTrip(fieldtypes::kInteger, hex), hex);
+  for (const char* hex : {"00", "7F", "80", "FF"}) EXPECT_EQ(RoundTrip(HandheldType::Byte, hex), hex);
+  for (const char* hex : {"00 00", "7F FF", "80 00", "FF FF"}) EXPECT_EQ(RoundTrip(HandheldType::Integer, hex), hex);
   for (const char* hex : {"00 00 00 00", "7F FF FF FF", "80 00 00 00", "FF FF FF FF"}) {
-    EXPECT_EQ(RoundTrip(fieldtypes::kLong, hex), hex);
+    EXPECT_EQ(RoundTrip(HandheldType::Long, hex), hex);
   }
 }
 
 TEST(PDBAppforgeRecordTest, EverySingleComesBackWithZerosSignInfinitiesAndPayloadsOfNotANumbers) {
   for (const char* hex : {"00 00 00 00", "80 00 00 00", "00 00 00 01", "7F 7F FF FF", "7F 80 00 00", "FF 80 00 00",
                           "7F C0 00 00", "7F 80 00 01", "FF 80 00 01", "FF FF FF FF", "3D CC CC CD"}) {
-    EXPECT_EQ(RoundTrip(fieldtypes::kSingle, hex), hex);
+    EXPECT_EQ(RoundTrip(HandheldType::Single, hex), hex);
   }
 }
 
@@ -211,19 +222,19 @@ TEST(PDBAppforgeRecordTest, EveryDoubleComesBackWithZerosSignInfinitiesAndPayloa
        {"00 00 00 00 00 00 00 00", "80 00 00 00 00 00 00 00", "00 00 00 00 00 00 00 01", "7F EF FF FF FF FF FF FF",
         "7F F0 00 00 00 00 00 00", "FF F0 00 00 00 00 00 00", "7F F8 00 00 00 00 00 00", "7F F0 00 00 00 00 00 01",
         "FF F0 00 00 00 00 00 01", "FF FF FF FF FF FF FF FF", "3F B9 99 99 99 99 99 9A"}) {
-    EXPECT_EQ(RoundTrip(fieldtypes::kDouble, hex), hex);
+    EXPECT_EQ(RoundTrip(HandheldType::Double, hex), hex);
   }
 }
 
 TEST(PDBAppforgeRecordTest, EveryCurrencyComesBackUpToBothEnds) {
   for (const char* hex : {"00 00 00 00 00 00 00 00", "80 00 00 00 00 00 00 00", "7F FF FF FF FF FF FF FF",
                           "FF FF FF FF FF FF FF FF", "00 00 00 00 00 00 00 01"}) {
-    EXPECT_EQ(RoundTrip(fieldtypes::kCurrency, hex), hex);
+    EXPECT_EQ(RoundTrip(HandheldType::Currency, hex), hex);
   }
 }
 
 TEST(PDBAppforgeRecordTest, EveryDateWordComesBack) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kDate});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Date});
   constexpr std::uint64_t kEnd = std::uint64_t{1} << 32;
   constexpr std::uint64_t kPrimeStep = 20'011;
   Bytes bytes(4);
@@ -233,7 +244,7 @@ TEST(PDBAppforgeRecordTest, EveryDateWordComesBack) {
     ASSERT_EQ(Written(record), bytes) << word;
   }
   for (const char* hex : {"00 00 00 00", "7F E8 17 7F", "7F E8 17 80", "7F FF FF FF", "80 00 00 00", "FF FF FF FF"}) {
-    EXPECT_EQ(RoundTrip(fieldtypes::kDate, hex), hex);
+    EXPECT_EQ(RoundTrip(HandheldType::Date, hex), hex);
   }
 }
 
@@ -255,12 +266,12 @@ TEST(PDBAppforgeRecordTest, RecordsOfRandomValuesComeBack) {
 }
 
 TEST(PDBAppforgeRecordTest, TheTradeMarkSignDoesNotSurviveARoundTripBecauseItsLeadByteIsNotDecoded) {
-  EXPECT_EQ(RoundTrip(fieldtypes::kString, "C2 99 00"), "C3 82 C2 99 00");
+  EXPECT_EQ(RoundTrip(HandheldType::Text, "C2 99 00"), "C3 82 C2 99 00");
 }
 
 TEST(PDBAppforgeRecordTest, ATextOf32767BytesIsReadAndALongerOneOverflows) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kString});
-  record.StringValue(1, std::string(32767, 'x'));
+  PDBAppforgeRecord record = RecordOf({HandheldType::Text});
+  record.StringValue(1, std::string(table_format::kLongestText, 'x'));
   Bytes bytes = Written(record);
   Read(record, bytes);
   EXPECT_EQ(record.StringValue(1).size(), 32767u);
@@ -272,7 +283,7 @@ TEST(PDBAppforgeRecordTest, ATextOf32767BytesIsReadAndALongerOneOverflows) {
 // --- Dates ----------------------------------------------------------------------------------------------------------
 
 TEST(PDBAppforgeRecordTest, DatesAreSecondsSince1904) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kDate});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Date});
   record.DateValue(1, At(1904, 1, 1));
   EXPECT_EQ(ToHex(Written(record)), "00 00 00 00");
   record.DateValue(1, At(1972, 1, 1));
@@ -284,7 +295,7 @@ TEST(PDBAppforgeRecordTest, DatesAreSecondsSince1904) {
 }
 
 TEST(PDBAppforgeRecordTest, SettingADateRoundsToTheNearestSecond) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kDate});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Date});
   record.DateValue(1, Date{1462 + 1.4 / 86400});
   EXPECT_EQ(ToHex(Written(record)), "00 00 00 01");
   record.DateValue(1, Date{1462 + 1.6 / 86400});
@@ -292,7 +303,7 @@ TEST(PDBAppforgeRecordTest, SettingADateRoundsToTheNearestSecond) {
 }
 
 TEST(PDBAppforgeRecordTest, DatesBefore1904AreNegativeSecondsAndReadBackAsLateOnes) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kDate});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Date});
   record.DateValue(1, At(1903, 12, 31, 23, 59, 59));
   EXPECT_EQ(ToHex(Written(record)), "FF FF FF FF");
   Read(record, Written(record));
@@ -300,7 +311,7 @@ TEST(PDBAppforgeRecordTest, DatesBefore1904AreNegativeSecondsAndReadBackAsLateOn
 }
 
 TEST(PDBAppforgeRecordTest, DatesThat32BitsCannotHoldOverflow) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kDate});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Date});
   record.DateValue(1, At(2040, 2, 6, 6, 28, 15));
   EXPECT_EQ(ToHex(Written(record)), "FF FF FF FF");
   record.DateValue(1, At(2040, 2, 6, 6, 28, 16));
@@ -312,7 +323,7 @@ TEST(PDBAppforgeRecordTest, DatesThat32BitsCannotHoldOverflow) {
 }
 
 TEST(PDBAppforgeRecordTest, ADateOutsideTheCalendarLeavesTheValue) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kDate});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Date});
   record.DateValue(1, At(2000, 1, 1));
   EXPECT_EQ(ErrorNumberOf([&] { record.DateValue(1, Date{1e10}); }), errors::kOverflow);
   EXPECT_EQ(ErrorNumberOf([&] { record.DateValue(1, Date{std::numeric_limits<double>::quiet_NaN()}); }),
@@ -333,7 +344,7 @@ TEST(PDBAppforgeRecordTest, StringValueIsTheStoredTextOfAnyField) {
 }
 
 TEST(PDBAppforgeRecordTest, AnyAccessorConvertsWhatItCan) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kString});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Text});
   record.StringValue(1, " 2.5 ");
   EXPECT_EQ(record.ByteValue(1), 2) << "half to even";
   EXPECT_EQ(record.IntegerValue(1), 2);
@@ -350,7 +361,7 @@ TEST(PDBAppforgeRecordTest, AnyAccessorConvertsWhatItCan) {
 
 TEST(PDBAppforgeRecordTest, TheTypeAloneDecidesHowAValueIsWritten) {
   PDBAppforgeRecord record =
-      RecordOf({fieldtypes::kLong, fieldtypes::kString, fieldtypes::kBoolean, fieldtypes::kDate});
+      RecordOf({HandheldType::Long, HandheldType::Text, HandheldType::Boolean, HandheldType::Date});
   record.DoubleValue(1, 3.5);
   record.BooleanValue(2, true);
   record.LongValue(3, 2);
@@ -359,7 +370,7 @@ TEST(PDBAppforgeRecordTest, TheTypeAloneDecidesHowAValueIsWritten) {
 }
 
 TEST(PDBAppforgeRecordTest, TextThatDoesNotConvertIsATypeMismatch) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kLong});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Long});
   for (const char* text : {"", "abc", "True", "1,5", "2026-11-21T00:00:00"}) {
     record.StringValue(1, text);
     EXPECT_EQ(ErrorNumberOf([&] { record.LongValue(1); }), errors::kTypeMismatch) << text;
@@ -372,7 +383,7 @@ TEST(PDBAppforgeRecordTest, TextThatDoesNotConvertIsATypeMismatch) {
 }
 
 TEST(PDBAppforgeRecordTest, ValuesOutsideTheTypeOverflow) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kByte});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Byte});
   record.LongValue(1, 256);
   EXPECT_EQ(ErrorNumberOf([&] { record.ByteValue(1); }), errors::kOverflow);
   EXPECT_EQ(ErrorNumberOf([&] { record.ByteStream(); }), errors::kOverflow);
@@ -385,7 +396,7 @@ TEST(PDBAppforgeRecordTest, ValuesOutsideTheTypeOverflow) {
 }
 
 TEST(PDBAppforgeRecordTest, AValueMayBeSetFromAnotherFieldOrItself) {
-  PDBAppforgeRecord record = RecordOf({fieldtypes::kString, fieldtypes::kString});
+  PDBAppforgeRecord record = RecordOf({HandheldType::Text, HandheldType::Text});
   record.StringValue(1, "a text longer than a small string holds");
   record.StringValue(1, record.StringValue(1));
   record.StringValue(2, record.StringValue(1));

@@ -6,20 +6,19 @@
 #include "base/Checked.h"
 #include "base/Date.h"
 #include "pdb/PDBUtils.h"
+#include "pdb/RecordFlags.h"
+#include "pdb/TableFormat.h"
 
 namespace mv {
 namespace {
 
-constexpr std::int32_t kNameWidth = 32;
-constexpr std::int32_t kIdWidth = 4;
-constexpr std::int32_t kHeaderSize = 78;
-constexpr std::int32_t kEntrySize = 8;
+constexpr std::int32_t kNameWidth = table_format::kNameWidth;
+constexpr std::int32_t kIdWidth = table_format::kCreatorWidth;
+constexpr std::int32_t kHeaderSize = table_format::kHeaderSize;
+constexpr std::int32_t kEntrySize = table_format::kEntrySize;
 constexpr std::int32_t kGapSize = 2;
 constexpr const char* kType = "DATA";
 constexpr std::int16_t kFirstVersion = 1;
-
-constexpr std::int32_t kModified = 0x40;
-constexpr std::int32_t kDeleted = 0x80;
 
 /// Values of DatabaseFor that matter.
 constexpr std::int32_t kWithoutIds = 0;
@@ -257,7 +256,7 @@ Bytes PDBDatabase::ReadNextModified(std::int32_t& index, std::int32_t& uniqueID,
                                     std::int32_t& attributes) {
   iterationIndex_ = CheckedAdd(iterationIndex_, 1);
   for (std::int32_t i = iterationIndex_; i < EntryCount(); ++i) {
-    if ((EntryAt(i).attributes & (kModified | kDeleted)) == 0) continue;
+    if ((EntryAt(i).attributes & (kRecordModified | kRecordDeleted)) == 0) continue;
     iterationIndex_ = i;
     return ReadNext(index, uniqueID, category, attributes);
   }
@@ -304,7 +303,7 @@ void PDBDatabase::Remove(std::int32_t id) {
   if (index == 0) return;
   Entry& entry = EntryAt(index);
   entry.length = 0;
-  entry.attributes = kDeleted;
+  entry.attributes = kRecordDeleted;
   dirty_ = true;
 }
 

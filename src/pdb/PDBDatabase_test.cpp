@@ -4,8 +4,10 @@
 
 #include <optional>
 
+#include "pdb/HandheldType.h"
 #include "pdb/PDBAppforgeDefinition.h"
 #include "pdb/PDBAppforgeRecord.h"
+#include "pdb/TableFormat.h"
 #include "support/ExpectError.h"
 #include "support/FakeClock.h"
 #include "support/Hex.h"
@@ -131,8 +133,8 @@ class PDBDatabaseTest : public ::testing::Test {
 
 TEST_F(PDBDatabaseTest, TheWorkedExampleByteForByte) {
   auto definition = std::make_shared<PDBAppforgeDefinition>();
-  definition->AddFieldName("ID", fieldtypes::kLong);
-  definition->AddFieldName("Name", fieldtypes::kString);
+  definition->AddFieldName("ID", CodeOf(HandheldType::Long));
+  definition->AddFieldName("Name", CodeOf(HandheldType::Text));
   database_->CreateDatabase();
   database_->PDBDatabaseName("brnd_Demo");
   database_->CreatorId("BRND");
@@ -665,7 +667,7 @@ TEST_F(PDBDatabaseTest, MoreThan32767RecordsOverflowBeforeTheFileIsTouched) {
 
 TEST_F(PDBDatabaseTest, ThirtyTwoThousandRecordsComeBack) {
   database_->CreateDatabase();
-  for (int i = 0; i < 32767; ++i) {
+  for (std::size_t i = 0; i < table_format::kMostRecords; ++i) {
     database_->Update(-1, 0, 0, 0, {static_cast<std::uint8_t>(i >> 8), static_cast<std::uint8_t>(i & 0xFF), 0});
   }
   database_->CloseDatabase();

@@ -8,6 +8,8 @@
 #include "base/NumberText.h"
 #include "base/Utf.h"
 #include "pdb/AnsiText.h"
+#include "pdb/HandheldType.h"
+#include "pdb/TableFormat.h"
 
 namespace mv {
 namespace {
@@ -15,9 +17,6 @@ namespace {
 constexpr double kTwoTo32 = 4294967296.0;
 constexpr std::int32_t kTwoTo16 = 65536;
 constexpr std::int32_t kSecondsPerDay = 86400;
-/// 1904-01-01 as days since 1899-12-30.
-constexpr double kPalmEpoch = 1462;
-constexpr std::size_t kIdLength = 4;
 
 }  // namespace
 
@@ -41,16 +40,16 @@ std::int32_t PDBUtils::IntegerToUnsigned(std::int16_t i) {
 }
 
 Date PDBUtils::PalmLongToDate(std::int32_t v) {
-  return Date{kPalmEpoch + std::nearbyint(LongToUnsigned(v) / kSecondsPerDay)};
+  return Date{kHandheldEpoch.days + std::nearbyint(LongToUnsigned(v) / kSecondsPerDay)};
 }
 
 std::int32_t PDBUtils::DateToPalmLong(Date d) {
-  const Date distance{d.days - kPalmEpoch};
+  const Date distance{d.days - kHandheldEpoch.days};
   return UnsignedToLong(static_cast<double>(CivilFromDate(distance).day) * kSecondsPerDay);
 }
 
 std::int32_t PDBUtils::PalmIDtoLong(std::string_view s) {
-  if (CharacterCount(s) != kIdLength) return 0;
+  if (CharacterCount(s) != table_format::kCreatorWidth) return 0;
   std::int32_t value = 0;
   for (std::size_t position = 0; position < s.size();) {
     value = CheckedAdd(CheckedMultiply(value, 256), std::int32_t{NextAnsiValue(s, position)});

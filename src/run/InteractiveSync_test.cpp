@@ -10,7 +10,6 @@
 namespace mv {
 namespace {
 
-using testing::kModified;
 using testing::RunWorld;
 using testing::Values;
 using Calls = std::vector<std::string>;
@@ -195,7 +194,7 @@ TEST_F(InteractiveSyncTest, TheTimeIsSavedAsLastSyncAndNothingElseIs) {
 }
 
 TEST_F(InteractiveSyncTest, AccessoriesAreSynchronisedToo) {
-  world_.PutDeviceTable("brnd_Accessories", {{{Value(std::string("1")), Value(std::string("rack"))}, kModified}});
+  world_.PutDeviceTable("brnd_Accessories", {{{Value(std::string("1")), Value(std::string("rack"))}, kRecordModified}});
   Run();
   EXPECT_EQ(world_.database.tables["brnd_Accessories"].rows.size(), 1u);
 }
@@ -378,7 +377,7 @@ class ClosingTest : public ::testing::Test {
   struct World : RunWorld {
     World() {
       LayOut(*this);
-      PutDeviceTable("brnd_Customer", {{{Value(std::string("Ann")), Value(std::string("new"))}, kModified}});
+      PutDeviceTable("brnd_Customer", {{{Value(std::string("Ann")), Value(std::string("new"))}, kRecordModified}});
     }
     Bytes Customers() const { return rapi.Content(DevicePath("brnd_Customer")); }
     std::size_t CustomerRows() { return database.tables["brnd_Customer"].rows.size(); }

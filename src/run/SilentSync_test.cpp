@@ -13,7 +13,6 @@ namespace mv {
 namespace {
 
 using testing::ErrorOf;
-using testing::kModified;
 using testing::RunWorld;
 using testing::Values;
 using Calls = std::vector<std::string>;
@@ -144,7 +143,7 @@ TEST_F(SilentSyncTest, WithHistoryRunsFollowEachOther) {
 
 TEST_F(SilentSyncTest, WithLoggingOffTheRunIsTheSame) {
   world_.state.settings.SyncLog = 0;
-  world_.PutDeviceTable("brnd_Vehicle", {{{Value(std::string("VIN1")), Value(std::string("new"))}, kModified}});
+  world_.PutDeviceTable("brnd_Vehicle", {{{Value(std::string("VIN1")), Value(std::string("new"))}, kRecordModified}});
   EXPECT_EQ(Run(), ExitStatus::Success);
   EXPECT_FALSE(world_.HasLog());
   EXPECT_EQ(world_.database.tables["brnd_Vehicle"].rows.size(), 1u);

@@ -10,8 +10,6 @@ namespace mv {
 namespace {
 
 using testing::ErrorNumberOf;
-using testing::kDeleted;
-using testing::kModified;
 using testing::Values;
 using Rows = std::vector<Values>;
 using Calls = std::vector<std::string>;
@@ -30,9 +28,9 @@ class TableDriverTest : public ::testing::Test {
   TableDriverTest() {
     world_.database.tables[kTable].rows = {RowOf("A", "desktop a"), RowOf("B", "desktop b"), RowOf("C", "desktop c")};
     world_.PutDeviceTable(kTable, {{RowOf("A", "device a"), 0},
-                                   {RowOf("B", "device b"), kModified},
-                                   {RowOf("C", "device c"), kDeleted},
-                                   {RowOf("D", "device d"), kModified},
+                                   {RowOf("B", "device b"), kRecordModified},
+                                   {RowOf("C", "device c"), kRecordDeleted},
+                                   {RowOf("D", "device d"), kRecordModified},
                                    {RowOf("E", "device e"), 0}});
   }
 
@@ -286,7 +284,7 @@ TEST_F(TableDriverTest, ASilentRunShowsNoMessageBoxForATableThatCannotGoBack) {
 TEST_F(TableDriverTest, AnUnknownTableIsReportedAndGoesOnWithoutAKey) {
   world_.state.InteractiveRun = true;
   world_.database.tables["brnd_Boats"] = {testing::RunWorld::FieldsOf("brnd_Boats"), {}};
-  world_.PutDeviceTable("brnd_Boats", {{RowOf("A", "device a"), kModified}});
+  world_.PutDeviceTable("brnd_Boats", {{RowOf("A", "device a"), kRecordModified}});
   TableDriver(world_.run).SynchronizeTable("brnd_Boats");
   EXPECT_EQ(world_.ui.messages,
             (std::vector<testing::RecordingUi::Message>{

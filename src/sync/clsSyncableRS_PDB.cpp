@@ -1,14 +1,17 @@
 #include "sync/clsSyncableRS_PDB.h"
 
 #include <algorithm>
-#include <array>
+#include <optional>
 #include <utility>
 
 #include "base/Checked.h"
 #include "base/Error.h"
 #include "base/Text.h"
 #include "fileio/cFileIO.h"
-#include "recordset/Conversions.h"
+#include "pdb/FieldValue.h"
+#include "pdb/HandheldType.h"
+#include "pdb/RecordFlags.h"
+#include "pdb/TableFormat.h"
 
 namespace mv {
 namespace {
@@ -18,10 +21,7 @@ constexpr std::int32_t kNoRecordsetError = -2;
 
 constexpr const char* kDeletedField = "_D";
 constexpr const char* kModifiedField = "_M";
-constexpr std::int32_t kDeletedBit = 0x80;
-constexpr std::int32_t kModifiedBit = 0x40;
 
-constexpr const char* kCreator = "BRND";
 constexpr std::size_t kExtensionLength = 4;
 
 /// As arguments of PDBDatabase::Update.
@@ -29,18 +29,6 @@ constexpr std::int32_t kAppend = -1;
 constexpr std::int32_t kNewId = 0;
 constexpr std::int16_t kNoCategory = 0;
 constexpr std::int32_t kNoFlags = 0;
-
-/// What a date field whose word is 0 holds: 1904-01-01.
-constexpr Date kZeroDate{1462};
-
-/// The recordset types that table files are read into, at the place of their field type less 1.
-constexpr std::array kRecordsetTypes = {
-    DataType::UnsignedTinyInt, DataType::SmallInt, DataType::Integer, DataType::Single,  DataType::BStr,
-    DataType::Boolean,         DataType::Date,     DataType::Double,  DataType::Currency};
-
-bool IsKnownFieldType(std::int32_t type) {
-  return type >= fieldtypes::kByte && type <= fieldtypes::kCurrency;
-}
 
 bool IsFlagField(const std::string& name) {
   return name == kModifiedField || name == kDeletedField;
@@ -60,12 +48,11 @@ std::string AsFolder(const std::string& folder) {
   return folder.empty() || folder.ends_with('\\') || folder.ends_with('/') ? folder : folder + '\\';
 }
 
-/// `value` as a field of `type` stores it, null as `zero`.
-template <typename Stored>
-Stored StoredAs(DataType type, const Value& value, Stored zero = {}) {
-  if (const auto* stored = std::get_if<Stored>(&value)) return *stored;
-  if (IsNull(value)) return zero;
-  return std::get<Stored>(ConvertedTo(type, value));
+/// The handheld's type for a recordset field.
+HandheldType RequiredType(DataType type) {
+  if (const std::optional<HandheldType> known = HandheldTypeOf(type)) return *known;
+  throw Error(kUnknownTypeError, "adoTypeToPDBType",
+              "Unknown field type: " + std::to_string(static_cast<std::int32_t>(type)));
 }
 
 }  // namespace
@@ -74,34 +61,7 @@ clsSyncableRS_PDB::clsSyncableRS_PDB(const SyncContext& context)
     : context_(context), database_(cFileIO(context.files, context.shell, context.currentPdbFolder), context.clock) {}
 
 std::int32_t clsSyncableRS_PDB::adoTypeToPDBType(DataType type) {
-  switch (type) {
-    case DataType::UnsignedTinyInt:
-    case DataType::Char:
-      return fieldtypes::kByte;
-    case DataType::SmallInt:
-      return fieldtypes::kInteger;
-    case DataType::Integer:
-      return fieldtypes::kLong;
-    case DataType::Single:
-      return fieldtypes::kSingle;
-    case DataType::BStr:
-    case DataType::VarWChar:
-    case DataType::LongVarWChar:
-      return fieldtypes::kString;
-    case DataType::Boolean:
-      return fieldtypes::kBoolean;
-    case DataType::Date:
-    case DataType::DBDate:
-    case DataType::DBTimeStamp:
-      return fieldtypes::kDate;
-    case DataType::Double:
-      return fieldtypes::kDouble;
-    case DataType::Currency:
-      return fieldtypes::kCurrency;
-    default:
-      throw Error(kUnknownTypeError, "adoTypeToPDBType",
-                  "Unknown field type: " + std::to_string(static_cast<std::int32_t>(type)));
-  }
+  return CodeOf(RequiredType(type));
 }
 
 void clsSyncableRS_PDB::SetDatabaseName(const std::string& fileName) {
@@ -153,11 +113,12 @@ std::vector<FieldDefinition> clsSyncableRS_PDB::FieldsOfTable() {
   std::int16_t i = 0;
   for (const std::int32_t type : fieldTypes_) {
     ++i;
-    if (!IsKnownFieldType(type)) {
+    const std::optional<HandheldType> known = HandheldTypeNumbered(type);
+    if (!known) {
       context_.showMessage("Unknown PDB field type: " + std::to_string(type));
       continue;
     }
-    fields.push_back({definition.FieldName(i), kRecordsetTypes[static_cast<std::size_t>(type) - 1], 0});
+    fields.push_back({definition.FieldName(i), DataTypeOf(*known), 0});
   }
   fields.push_back({kDeletedField, DataType::Boolean, 0});
   fields.push_back({kModifiedField, DataType::Boolean, 0});
@@ -175,8 +136,8 @@ void clsSyncableRS_PDB::LoadRecords() {
     const std::int32_t attributes = ReadRecord(i);
     if (reportsProgress) context_.reportProgress();
     records_->AddNew();
-    records_->SetFieldValue(deletedField, (attributes & kDeletedBit) != 0);
-    records_->SetFieldValue(modifiedField, (attributes & kModifiedBit) != 0);
+    records_->SetFieldValue(deletedField, (attributes & kRecordDeleted) != 0);
+    records_->SetFieldValue(modifiedField, (attributes & kRecordModified) != 0);
     FillRow();
     records_->Update();
   }
@@ -198,30 +159,8 @@ void clsSyncableRS_PDB::FillRow() {
     ++field;
     // The place counts fields of unknown types too, although the recordset lacks them.
     const auto place = static_cast<std::size_t>(field) - 1;
-    if (IsKnownFieldType(type)) records_->SetFieldValue(place, RecordValue(field, type));
-  }
-}
-
-Value clsSyncableRS_PDB::RecordValue(std::int16_t i, std::int32_t type) const {
-  switch (type) {
-    case fieldtypes::kByte:
-      return record_.ByteValue(i);
-    case fieldtypes::kInteger:
-      return record_.IntegerValue(i);
-    case fieldtypes::kLong:
-      return record_.LongValue(i);
-    case fieldtypes::kSingle:
-      return record_.SingleValue(i);
-    case fieldtypes::kBoolean:
-      return record_.BooleanValue(i);
-    case fieldtypes::kDate:
-      return record_.DateValue(i);
-    case fieldtypes::kDouble:
-      return record_.DoubleValue(i);
-    case fieldtypes::kCurrency:
-      return Currency{record_.CurrencyValue(i)};
-    default:
-      return record_.StringValue(i);
+    const std::optional<HandheldType> known = HandheldTypeNumbered(type);
+    if (known) records_->SetFieldValue(place, FieldValueOf(record_, field, *known));
   }
 }
 
@@ -237,7 +176,9 @@ std::string clsSyncableRS_PDB::keyCriteria(const Recordset& rs) const {
 
 bool clsSyncableRS_PDB::Flag(const char* field, const char* member) const {
   if (!records_) throw Error(kNoRecordsetError, member, "Unexpected null recordset");
-  return StoredAs<bool>(DataType::Boolean, records_->FieldValue(field));
+  const Value value = records_->FieldValue(field);
+  const bool* const flag = std::get_if<bool>(&value);
+  return flag != nullptr && *flag;
 }
 
 // --- The output -----------------------------------------------------------------------------------------------------
@@ -249,7 +190,7 @@ void clsSyncableRS_PDB::createDB(const std::string& fileName, const Recordset& t
     return;
   }
   SetDatabaseName(fileName);
-  database_.CreatorId(kCreator);
+  database_.CreatorId(table_format::kCreator);
   PDBAppforgeDefinition definition;
   for (const FieldDefinition& field : templateRS.Fields()) {
     if (!IsFlagField(field.name)) definition.AddFieldName(field.name, adoTypeToPDBType(field.type));
@@ -276,35 +217,10 @@ bool clsSyncableRS_PDB::copyRecordToNative(ISyncableRS& source) {
   const auto count = static_cast<std::size_t>(syncableFields_);
   for (std::size_t place = 0; place < count; ++place) {
     const Value value = row.FieldValue(place);
-    SetRecordValue(static_cast<std::int16_t>(place + 1), fields[place].type, value);
+    SetFieldValue(record_, static_cast<std::int16_t>(place + 1), RequiredType(fields[place].type), value);
   }
   database_.Update(kAppend, kNewId, kNoCategory, kNoFlags, record_.ByteStream().ByteArray());
   return false;
-}
-
-void clsSyncableRS_PDB::SetRecordValue(std::int16_t i, DataType type, const Value& value) {
-  switch (adoTypeToPDBType(type)) {
-    case fieldtypes::kByte:
-      return record_.ByteValue(i, StoredAs<std::uint8_t>(DataType::UnsignedTinyInt, value));
-    case fieldtypes::kInteger:
-      return record_.IntegerValue(i, StoredAs<std::int16_t>(type, value));
-    case fieldtypes::kLong:
-      return record_.LongValue(i, StoredAs<std::int32_t>(type, value));
-    case fieldtypes::kSingle:
-      return record_.SingleValue(i, StoredAs<float>(type, value));
-    case fieldtypes::kString:
-      return record_.StringValue(i, StoredAs<std::string>(type, value));
-    case fieldtypes::kBoolean:
-      return record_.BooleanValue(i, StoredAs<bool>(type, value));
-    case fieldtypes::kDate:
-      return record_.DateValue(i, StoredAs<Date>(type, value, kZeroDate));
-    case fieldtypes::kDouble:
-      return record_.DoubleValue(i, StoredAs<double>(type, value));
-    case fieldtypes::kCurrency:
-      return record_.CurrencyValue(i, StoredAs<Currency>(type, value).tenThousandths);
-    default:
-      throw Error(kUnknownTypeError, "PDB:copyRecordToNative", "Unknown field type.");
-  }
 }
 
 }  // namespace mv

@@ -28,8 +28,8 @@ class clsSyncableRS_PDB : public ISyncableRS {
   /// `context` must outlive this object.
   explicit clsSyncableRS_PDB(const SyncContext& context);
 
-  /// The field type (fieldtypes) of a table file for a recordset's field type. Error -1 "Unknown field type: N", source
-  /// "adoTypeToPDBType", for a type that handhelds do not have.
+  /// The code of the handheld's type (HandheldType) for a recordset's field type. Error -1 "Unknown field type: N",
+  /// source "adoTypeToPDBType", for a type that handhelds do not have.
   static std::int32_t adoTypeToPDBType(DataType type);
 
   /// Output: appends a record made of the current row of the source's recordset. Takes as many fields as the template
@@ -85,9 +85,6 @@ class clsSyncableRS_PDB : public ISyncableRS {
   std::int32_t ReadRecord(std::int32_t index);
   /// Assigns the table's fields of the new row.
   void FillRow();
-  /// Field `i` (from 1) of the record last read.
-  Value RecordValue(std::int16_t i, std::int32_t type) const;
-  void SetRecordValue(std::int16_t i, DataType type, const Value& value);
   bool Flag(const char* field, const char* member) const;
 
   const SyncContext& context_;

@@ -4,6 +4,8 @@
 
 #include "base/Error.h"
 #include "fileio/cFileIO.h"
+#include "pdb/RecordFlags.h"
+#include "pdb/TableFormat.h"
 #include "recordset/Conversions.h"
 #include "support/ExpectError.h"
 #include "support/FakeClock.h"
@@ -23,8 +25,6 @@ using testing::ToHex;
 
 constexpr const char* kFolder = "C:\\Users\\john.smith\\source";
 constexpr const char* kTable = "brnd_Fuel.pdb";
-constexpr std::int32_t kModified = 0x40;
-constexpr std::int32_t kDeleted = 0x80;
 
 struct Field {
   const char* name;
@@ -42,7 +42,7 @@ class PdbSide : public ::testing::Test {
     table->CreateDatabase();
     table->PDBFilePath(folder_ + "\\");
     table->PDBDatabaseName(name);
-    table->CreatorId("BRND");
+    table->CreatorId(table_format::kCreator);
     PDBAppforgeDefinition definition;
     for (const Field& field : fields) definition.AddFieldName(field.name, field.type);
     table->WriteAppInfoBlock(definition.AppInfoBlock());
@@ -172,8 +172,8 @@ TEST_P(PdbFlags, AttributeBitsBecomeTheTwoFlags) {
 
 INSTANTIATE_TEST_SUITE_P(Attributes, PdbFlags,
                          ::testing::Values(FlagCase{0x00, false, false}, FlagCase{0x3F, false, false},
-                                           FlagCase{kModified, false, true}, FlagCase{kDeleted, true, false},
-                                           FlagCase{0xC0, true, true}));
+                                           FlagCase{kRecordModified, false, true},
+                                           FlagCase{kRecordDeleted, true, false}, FlagCase{0xC0, true, true}));
 
 TEST_F(PdbSide, OverwritePda_LeavesTheRecordsetWithFieldsButWithoutRows) {
   mode_ = sync_modes::kOverwritePda;
@@ -496,7 +496,7 @@ TEST_F(PdbSide, CharacterOutsideTheCodePage_IsWrittenAsAQuestionMark) {
 
 TEST_F(PdbSide, WrittenRecord_HasNoFlags) {
   const auto table = NewTable({{"KY_RECID", 5}});
-  Append(*table, FromHex("61 00"), kModified);
+  Append(*table, FromHex("61 00"), kRecordModified);
   table->CloseDatabase();
   clsSyncableRS_PDB& device = Loaded();
   const MemoryRecordset desktop({{"KY_RECID", DataType::VarWChar, 0}});
@@ -528,7 +528,7 @@ TEST_F(PdbSide, TemplateFieldOfAnUnknownType_RaisesAndWritesNothing) {
 
 TEST_F(PdbSide, DeviceTableNarrowerThanTheDesktops_ReadsOnIntoItsFlagsThenFails) {
   const auto table = NewTable({{"KY_RECID", 5}});
-  Append(*table, FromHex("61 00"), kModified);
+  Append(*table, FromHex("61 00"), kRecordModified);
   table->CloseDatabase();
   clsSyncableRS_PDB& device = Loaded();
   const MemoryRecordset twoMore(
@@ -583,11 +583,11 @@ TEST_F(PdbSide, WrittenTable_ReadsBackAsItWas) {
 
 TEST_F(PdbSide, MergeOfATable_KeepsBothSidesInStep) {
   const auto table = NewTable({{"KY_RECID", 5}, {"NB_MILES", 3}});
-  Append(*table, FromHex("61 00 | 00 00 00 01"));             // unchanged, desktop wins
-  Append(*table, FromHex("62 00 | 00 00 00 02"), kModified);  // edited on the handheld
-  Append(*table, FromHex("63 00 | 00 00 00 03"), kDeleted);   // deleted on the handheld
-  Append(*table, FromHex("64 00 | 00 00 00 04"), kModified);  // new on the handheld
-  Append(*table, FromHex("65 00 | 00 00 00 05"));             // deleted on the desktop
+  Append(*table, FromHex("61 00 | 00 00 00 01"));                   // unchanged, desktop wins
+  Append(*table, FromHex("62 00 | 00 00 00 02"), kRecordModified);  // edited on the handheld
+  Append(*table, FromHex("63 00 | 00 00 00 03"), kRecordDeleted);   // deleted on the handheld
+  Append(*table, FromHex("64 00 | 00 00 00 04"), kRecordModified);  // new on the handheld
+  Append(*table, FromHex("65 00 | 00 00 00 05"));                   // deleted on the desktop
   table->CloseDatabase();
   clsSyncableRS_PDB& device = Loaded();
   device.keyInfo(MakeKeyInfo("brnd_Fuel"));

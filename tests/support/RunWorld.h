@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "pdb/RecordFlags.h"
+#include "pdb/TableFormat.h"
 #include "run/RunContext.h"
 #include "run/RunState.h"
 #include "run/TableDriver.h"
@@ -20,9 +22,6 @@
 #include "sync/clsSyncableRS_PDB.h"
 
 namespace mv::testing {
-
-inline constexpr std::uint8_t kDeleted = 0x80;
-inline constexpr std::uint8_t kModified = 0x40;
 
 /// A record of a handheld's table.
 struct DeviceRecord {
@@ -82,11 +81,9 @@ class RunWorld {
     }
     output.closeDB();
     Bytes file = scratch.Content("scratch\\" + table + ".pdb");
-    constexpr std::size_t kEntries = 78;
-    constexpr std::size_t kEntrySize = 8;
-    constexpr std::size_t kAttributes = 4;
     for (std::size_t i = 0; i < records.size(); ++i) {
-      file[kEntries + kEntrySize * i + kAttributes] = records[i].attributes;
+      const std::size_t entry = table_format::kHeaderSize + table_format::kEntrySize * i;
+      file[entry + table_format::kEntryAttributesAt] = records[i].attributes;
     }
     return file;
   }

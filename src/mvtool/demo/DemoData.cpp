@@ -5,9 +5,12 @@
 #include <utility>
 
 #include "base/Text.h"
+#include "mvtool/files/ColumnTypes.h"
 #include "mvtool/demo/DemoRows.h"
 #include "mvtool/demo/SampleSchema.h"
-#include "mvtool/files/ColumnTypes.h"
+#include "pdb/FieldValue.h"
+#include "pdb/RecordFlags.h"
+#include "pdb/TableFormat.h"
 
 namespace mv::tool {
 namespace {
@@ -41,6 +44,12 @@ constexpr std::array<RowHistory, 20> kVariedHistories = {
     RowHistory::Same,
     RowHistory::EditedOnDesktop,
 };
+
+/// Rows of the uniform plan on either side: a hundredth is on the handheld alone.
+constexpr std::size_t WithNewOnes(std::size_t rows) {
+  return rows + rows / 100;
+}
+static_assert(WithNewOnes(kMostDemoRows) <= table_format::kMostRecords);
 
 /// Every third of the rows that nothing happened to has a null on the desktop.
 bool HasNull(std::size_t number) {
@@ -155,7 +164,7 @@ DemoPlan DemoPlan::Uniform(std::size_t rows) {
 }
 
 std::size_t DemoPlan::RowCount(std::size_t table) const {
-  return rows_ ? *rows_ + *rows_ / 100 : kVariedCounts.at(table);
+  return rows_ ? WithNewOnes(*rows_) : kVariedCounts.at(table);
 }
 
 RowHistory DemoPlan::HistoryOf(std::size_t number) const {

@@ -11,10 +11,6 @@
 
 namespace mv::tool {
 
-/// Attribute bits of a handheld's record.
-inline constexpr std::uint8_t kRecordModified = 0x40;
-inline constexpr std::uint8_t kRecordDeleted = 0x80;
-
 /// One table as either side holds it before a run.
 struct DemoTable {
   jet::TableSpec design;
@@ -56,7 +52,7 @@ class DemoPlan {
   std::optional<std::size_t> rows_;
 };
 
-/// The most rows that DemoPlan::Uniform takes: a table file counts its records with 15 bits.
+/// The most rows that DemoPlan::Uniform takes: with the new ones the table file has nearly as many records as it can.
 inline constexpr std::size_t kMostDemoRows = 32'000;
 
 /// The table at position `table` of SampleTables(). The same plan gives the same data every time, on every machine.

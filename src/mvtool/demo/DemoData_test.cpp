@@ -10,11 +10,14 @@
 #include "base/Cp1252.h"
 #include "base/Text.h"
 #include "base/Utf.h"
-#include "mvtool/demo/DemoRows.h"
-#include "mvtool/demo/SampleSchema.h"
 #include "mvtool/files/ColumnTypes.h"
+#include "mvtool/demo/DemoRows.h"
 #include "mvtool/text/Json.h"
+#include "mvtool/demo/SampleSchema.h"
 #include "mvtool/text/ValueText.h"
+#include "pdb/FieldValue.h"
+#include "pdb/RecordFlags.h"
+#include "pdb/TableFormat.h"
 
 namespace mv::tool {
 namespace {
@@ -174,7 +177,7 @@ TEST(DemoDataTest, NotesAreOfEveryStorageSize) {
     EXPECT_GT(onePage, 0);
     EXPECT_GT(severalPages, 0);
     EXPECT_GT(longest, 8500u);
-    EXPECT_LT(longest, 32767u);
+    EXPECT_LT(longest, table_format::kLongestText);
   }
 }
 
@@ -209,7 +212,7 @@ TEST(DemoDataTest, UniformPlan_HasItsShares) {
 
 TEST(DemoDataTest, MostRowsFitTheCountOfATableFile) {
   const DemoTable table = MakeDemoTable(3, DemoPlan::Uniform(kMostDemoRows));
-  EXPECT_LE(table.handheldRecords.size(), 32767u);
+  EXPECT_LE(table.handheldRecords.size(), table_format::kMostRecords);
 }
 
 TEST(DemoDataTest, FirstFuelRecord_IsTheSameOnEveryMachine) {

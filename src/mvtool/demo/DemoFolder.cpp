@@ -7,9 +7,10 @@
 
 #include "config/IniSettingsStore.h"
 #include "config/Settings.h"
+#include "mvtool/files/ColumnTypes.h"
 #include "mvtool/demo/SampleDatabase.h"
 #include "mvtool/demo/SampleSchema.h"
-#include "mvtool/files/ColumnTypes.h"
+#include "pdb/TableFormat.h"
 
 namespace mv::tool {
 namespace {
@@ -28,9 +29,9 @@ std::string Below(const std::string& root, std::initializer_list<std::string_vie
 TableFileHeader HeaderOf(const jet::TableSpec& table) {
   TableFileHeader header;
   header.name = table.name;
-  header.creator = kHandheldCreator;
+  header.creator = table_format::kCreator;
   for (const jet::ColumnSpec& column : table.columns) {
-    header.fields.push_back({column.name, static_cast<std::int32_t>(HandheldTypeOf(column.type))});
+    header.fields.push_back({column.name, CodeOf(HandheldTypeOf(column.type))});
   }
   return header;
 }

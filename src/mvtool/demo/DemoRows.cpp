@@ -4,10 +4,11 @@
 #include <string_view>
 
 #include "base/Utf.h"
+#include "mvtool/files/ColumnTypes.h"
 #include "mvtool/demo/DemoRandom.h"
 #include "mvtool/demo/DemoWords.h"
 #include "mvtool/demo/SampleSchema.h"
-#include "mvtool/files/ColumnTypes.h"
+#include "pdb/FieldValue.h"
 
 namespace mv::tool {
 namespace {

@@ -1,14 +1,10 @@
 #pragma once
 
-#include <string_view>
 #include <vector>
 
 #include "jet/Database.h"
 
 namespace mv::tool {
-
-/// Creator of the handheld's table files.
-inline constexpr std::string_view kHandheldCreator = "BRND";
 
 inline constexpr std::size_t kSampleTableCount = 13;
 

@@ -8,6 +8,7 @@
 #include "base/ByteOrder.h"
 #include "base/Error.h"
 #include "mvtool/files/ToolErrors.h"
+#include "pdb/TableFormat.h"
 
 namespace mv::tool {
 namespace {
@@ -16,11 +17,7 @@ constexpr std::size_t kDatabaseMarkOffset = 4;
 constexpr std::string_view kDatabaseStart("\0\1\0\0", kDatabaseMarkOffset);
 constexpr std::string_view kDatabaseMarks[] = {"Standard Jet DB", "Standard ACE DB"};
 
-constexpr std::size_t kTableHeaderSize = 78;
-constexpr std::size_t kRecordCountOffset = 76;
-constexpr std::size_t kRecordEntrySize = 8;
-
-using Start = std::array<std::uint8_t, kTableHeaderSize>;
+using Start = std::array<std::uint8_t, table_format::kHeaderSize>;
 
 bool IsDatabase(const Start& start, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(start.data()), std::min(size, start.size()));
@@ -30,9 +27,9 @@ bool IsDatabase(const Start& start, std::size_t size) {
 }
 
 bool IsTableFile(const Start& start, std::uint64_t fileSize) {
-  if (fileSize < kTableHeaderSize) return false;
-  const std::uint64_t records = LoadBig<std::uint16_t>(start.data() + kRecordCountOffset);
-  return fileSize >= kTableHeaderSize + records * kRecordEntrySize;
+  if (fileSize < table_format::kHeaderSize) return false;
+  const std::uint64_t records = LoadBig<std::uint16_t>(start.data() + table_format::kRecordCountAt);
+  return fileSize >= table_format::kHeaderSize + records * table_format::kEntrySize;
 }
 
 }  // namespace

@@ -4,9 +4,10 @@
 
 #include "base/Error.h"
 #include "fileio/cFileIO.h"
-#include "mvtool/files/ColumnTypes.h"
 #include "mvtool/files/OneFileSystem.h"
 #include "mvtool/files/ToolErrors.h"
+#include "pdb/FieldValue.h"
+#include "pdb/HandheldType.h"
 #include "pdb/PDBAppforgeDefinition.h"
 #include "pdb/PDBAppforgeRecord.h"
 #include "pdb/PDBDatabase.h"
@@ -42,57 +43,12 @@ Bytes ReadInput(platform::FileSystem& files, const std::string& path) {
   }
 }
 
-Value ReadField(const PDBAppforgeRecord& record, std::int16_t i, HandheldType type) {
-  switch (type) {
-    case HandheldType::Byte:
-      return record.ByteValue(i);
-    case HandheldType::Integer:
-      return record.IntegerValue(i);
-    case HandheldType::Long:
-      return record.LongValue(i);
-    case HandheldType::Single:
-      return record.SingleValue(i);
-    case HandheldType::Text:
-      return record.StringValue(i);
-    case HandheldType::Boolean:
-      return record.BooleanValue(i);
-    case HandheldType::Date:
-      return record.DateValue(i);
-    case HandheldType::Double:
-      return record.DoubleValue(i);
-    case HandheldType::Currency:
-      return Currency{record.CurrencyValue(i)};
-  }
-  return Null{};
-}
-
 /// A date field is an unsigned 32-bit count of seconds; what does not fit would come back as another date.
 void RequireHandheldDate(Date date) {
-  const std::int64_t seconds = SecondsFromDate(date) - SecondsFromDate(DateFromCivil({1904, 1, 1, 0, 0, 0}));
+  const std::int64_t seconds = SecondsFromDate(date) - SecondsFromDate(kHandheldEpoch);
   if (std::in_range<std::uint32_t>(seconds)) return;
   throw ToolError("a handheld's dates run from 1904-01-01T00:00:00 to 2040-02-06T06:28:15");
 }
-
-/// Puts a value into field `index` of a record, by the value's own type.
-struct WriteField {
-  PDBAppforgeRecord& record;
-  std::int16_t index;
-
-  void operator()(Null) const {}
-  void operator()(bool value) const { record.BooleanValue(index, value); }
-  void operator()(std::uint8_t value) const { record.ByteValue(index, value); }
-  void operator()(std::int16_t value) const { record.IntegerValue(index, value); }
-  void operator()(std::int32_t value) const { record.LongValue(index, value); }
-  void operator()(float value) const { record.SingleValue(index, value); }
-  void operator()(double value) const { record.DoubleValue(index, value); }
-  void operator()(Currency value) const { record.CurrencyValue(index, value.tenThousandths); }
-  void operator()(Date value) const {
-    RequireHandheldDate(value);
-    record.DateValue(index, value);
-  }
-  void operator()(const std::string& value) const { record.StringValue(index, value); }
-  void operator()(const Bytes&) const { throw StandardError(errors::kTypeMismatch, "TableFileWriter"); }
-};
 
 TableFileHeader HeaderOf(const PDBDatabase& database, const PDBAppforgeDefinition& definition) {
   TableFileHeader header;
@@ -157,7 +113,7 @@ class TableFileReader::Implementation {
       record_.ByteStream(stream);
       for (std::size_t i = 0; i < values.size(); ++i) {
         const std::optional<HandheldType> type = HandheldTypeNumbered(header_.fields[i].type);
-        if (type) values[i] = ReadField(record_, static_cast<std::int16_t>(i + 1), *type);
+        if (type) values[i] = FieldValueOf(record_, static_cast<std::int16_t>(i + 1), *type);
       }
     } catch (const Error& error) {
       throw ToolError("record " + std::to_string(index) + " is damaged: " + error.Description());
@@ -189,7 +145,10 @@ class TableFileWriter::Implementation {
  public:
   Implementation(const TableFileHeader& header, const platform::Clock& clock) : table_({}, clock) {
     const auto definition = std::make_shared<PDBAppforgeDefinition>();
-    for (const TableFileField& field : header.fields) definition->AddFieldName(field.name, field.type);
+    for (const TableFileField& field : header.fields) {
+      definition->AddFieldName(field.name, field.type);
+      types_.push_back(HandheldTypeNumbered(field.type));
+    }
     PDBDatabase& database = table_.Database();
     database.CreateDatabase();
     database.PDBDatabaseName(header.name);
@@ -199,9 +158,7 @@ class TableFileWriter::Implementation {
   }
 
   void Add(const HandheldRecord& record) {
-    for (std::size_t i = 0; i < record.values.size(); ++i) {
-      std::visit(WriteField{record_, static_cast<std::int16_t>(i + 1)}, record.values[i]);
-    }
+    for (std::size_t i = 0; i < record.values.size(); ++i) SetValue(i, record.values[i]);
     table_.Database().Update(kAppend, static_cast<std::int32_t>(record.uniqueId), kNoCategory, record.attributes,
                              record_.ByteStream().ByteArray());
   }
@@ -216,7 +173,14 @@ class TableFileWriter::Implementation {
   }
 
  private:
+  void SetValue(std::size_t i, const Value& value) {
+    if (!types_.at(i)) return;
+    if (const Date* const date = std::get_if<Date>(&value)) RequireHandheldDate(*date);
+    SetFieldValue(record_, static_cast<std::int16_t>(i + 1), *types_[i], value);
+  }
+
   MemoryTable table_;
+  std::vector<std::optional<HandheldType>> types_;  ///< of the fields; none for an unknown one
   PDBAppforgeRecord record_;
 };
 

@@ -13,8 +13,8 @@
 
 namespace mv::tool {
 
-/// One field of a table file as its definitions have it. `type` is a HandheldType, or any other number: such a field
-/// holds nothing.
+/// One field of a table file as its definitions have it. `type` is the code of a HandheldType, or any other number:
+/// such a field holds nothing.
 struct TableFileField {
   std::string name;
   std::int32_t type = 0;
@@ -60,8 +60,8 @@ class TableFileWriter {
   TableFileWriter(const TableFileHeader& header, const platform::Clock& clock);
   ~TableFileWriter();
 
-  /// Appends a record. `values`: one for each field, of the field's own type. ToolError for a date that a handheld
-  /// cannot hold.
+  /// Appends a record. `values`: one for each field, of the field's own type; a null becomes the type's zero. ToolError
+  /// for a date that a handheld cannot hold.
   void Add(const HandheldRecord& record);
   /// Puts the file at `path` in one step, replacing what is there; the last call.
   void WriteTo(platform::FileSystem& files, const std::string& path);

@@ -6,17 +6,15 @@
 #include <utility>
 
 #include "base/Utf.h"
-#include "mvtool/demo/SampleSchema.h"
-#include "mvtool/files/ColumnTypes.h"
 #include "mvtool/text/ValueText.h"
+#include "pdb/FieldValue.h"
+#include "pdb/HandheldType.h"
+#include "pdb/TableFormat.h"
 
 namespace mv::tool {
 namespace {
 
-constexpr std::size_t kMostNameCharacters = 32;
-constexpr std::size_t kCreatorCharacters = 4;
 constexpr std::int64_t kLargestAttributes = 255;
-constexpr std::int64_t kLargestUniqueId = 0xFFFFFF;
 
 TableFileField FieldFromJson(const Json& json) {
   json.AllowOnly({"name", "type"});
@@ -72,7 +70,7 @@ void ReadAttributes(const Json& json, HandheldRecord& record) {
 }
 
 void ReadUniqueId(const Json& json, HandheldRecord& record) {
-  record.uniqueId = static_cast<std::uint32_t>(json.Integer(0, kLargestUniqueId));
+  record.uniqueId = static_cast<std::uint32_t>(json.Integer(0, table_format::kLargestUniqueId));
 }
 
 HandheldRecord RecordAsShown(const Json& json, const TableFileHeader& table) {
@@ -97,13 +95,13 @@ TableFileHeader HeaderFromJson(const Json& json, const std::string& defaultName)
   TableFileHeader header;
   const Json* const name = json.Find("name");
   header.name = name == nullptr ? defaultName : name->Text();
-  if (CharacterCount(header.name) > kMostNameCharacters) {
+  if (CharacterCount(header.name) > table_format::kNameWidth) {
     (name == nullptr ? json : *name).Fail("the table's name is longer than 32 characters");
   }
-  header.creator = kHandheldCreator;
+  header.creator = table_format::kCreator;
   if (const Json* const creator = json.Find("creator")) {
     header.creator = creator->Text();
-    if (CharacterCount(header.creator) != kCreatorCharacters) creator->Fail("a creator has four characters");
+    if (CharacterCount(header.creator) != table_format::kCreatorWidth) creator->Fail("a creator has four characters");
   }
   for (const Json& field : json.At("fields").Elements()) header.fields.push_back(FieldFromJson(field));
   return header;

@@ -12,8 +12,6 @@ namespace {
 
 using testing::DeviceRecord;
 using testing::FakeAdo;
-using testing::kDeleted;
-using testing::kModified;
 using testing::RunWorld;
 using testing::Values;
 using Rows = std::vector<Values>;
@@ -91,8 +89,8 @@ BothSides RandomSides(unsigned seed) {
   for (int i = below(12); i > 0; --i)
     sides.desktop.push_back({"k" + std::to_string(below(10)), "desktop " + std::to_string(i)});
   for (int i = below(12); i > 0; --i) {
-    const std::uint8_t attributes =
-        std::array<std::uint8_t, 4>{0, kModified, kDeleted, kModified | kDeleted}[static_cast<std::size_t>(below(4))];
+    const std::uint8_t attributes = std::array<std::uint8_t, 4>{
+        0, kRecordModified, kRecordDeleted, kRecordModified | kRecordDeleted}[static_cast<std::size_t>(below(4))];
     sides.device.push_back({{"K" + std::to_string(below(10)), "device " + std::to_string(i)}, attributes});
   }
   return sides;
@@ -116,9 +114,9 @@ TEST(AdoRun, LeavesWhatARunInMemoryLeaves) {
 const BothSides kThreeRows = {{{std::string("A"), std::string("desktop a")},
                                {std::string("B"), std::string("desktop b")},
                                {std::string("C"), std::string("desktop c")}},
-                              {{{std::string("A"), std::string("device a")}, kModified},
-                               {{std::string("B"), std::string("device b")}, kModified},
-                               {{std::string("C"), std::string("device c")}, kModified}}};
+                              {{{std::string("A"), std::string("device a")}, kRecordModified},
+                               {{std::string("B"), std::string("device b")}, kRecordModified},
+                               {{std::string("C"), std::string("device c")}, kRecordModified}}};
 
 TEST(AdoRun, ErrorInTheMergeKeepsTheRowsBeforeIt) {
   FakeAdo ado;
@@ -157,7 +155,7 @@ TEST(AdoRun, CallsGrowWithTheRecordsOnly) {
   for (int i = 0; i < kRecords; ++i) {
     const std::string key = "k" + std::to_string(i);
     sides.desktop.push_back({key, std::string("desktop")});
-    sides.device.push_back({{"k" + std::to_string(kRecords - 1 - i), std::string("device")}, kModified});
+    sides.device.push_back({{"k" + std::to_string(kRecords - 1 - i), std::string("device")}, kRecordModified});
   }
   FakeAdo ado;
   const Outcome outcome = RunThroughAdo(ado, sides, 0);
