@@ -5,13 +5,14 @@
 #include <cstdint>
 
 #include "mvtool/demo/DemoData.h"
+#include "sync/Tables.h"
 
 namespace mv::bench {
 
 /// The table that all engines are measured with: fuel records, nine fields of seven types, about 70 bytes a record.
 inline tool::DemoTable FuelTable(const benchmark::State& state) {
-  constexpr std::size_t kFuel = 4;
-  return tool::MakeDemoTable(kFuel, tool::DemoPlan::Uniform(static_cast<std::size_t>(state.range(0))));
+  const auto place = static_cast<std::size_t>(FindTable(tables::kFuel.name) - kTables.data());
+  return tool::MakeDemoTable(place, tool::DemoPlan::Uniform(static_cast<std::size_t>(state.range(0))));
 }
 
 /// Runs a benchmark with tables of the sizes that are reported.

@@ -16,7 +16,7 @@ std::vector<std::string> KeysOf(const tool::DemoTable& table) {
 }
 
 MemoryRecordset RecordsWith(const std::vector<std::string>& keys) {
-  MemoryRecordset records({{"KY_RECID", DataType::BStr, 0}});
+  MemoryRecordset records({{tables::kFuel.keyField, DataType::BStr, 0}});
   for (const std::string& key : keys) {
     records.AddNew();
     records.SetFieldValue(std::size_t{0}, key);
@@ -30,7 +30,7 @@ std::size_t FindAll(MemoryRecordset& records, const std::vector<std::string>& ke
   std::size_t found = 0;
   for (const std::string& key : keys) {
     records.MoveFirst();
-    records.Find("KY_RECID='" + key + "'");
+    records.Find(tables::kFuel.keyField + ("='" + key) + "'");
     if (!records.Eof() && std::get<std::string>(records.FieldValue(std::size_t{0})) == key) ++found;
   }
   return found;

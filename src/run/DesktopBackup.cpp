@@ -90,22 +90,22 @@ void CopyDatabase(const RunContext& run, const std::string& database, Backup& ba
 }
 
 /// What was checked is what is laid down: the template is held, and read once.
-void LayTemplateOver(const RunContext& run, const std::string& database, std::size_t firstTable) {
+void LayTemplateOver(const RunContext& run, const std::string& database, std::span<const SyncTable> tables) {
   const std::string path = JoinPath(run.programFolder, kTemplateName);
   const auto held = run.files.Open(path, Access::Read, Disposition::OpenExisting, Sharing::Read);
   Bytes content(static_cast<std::size_t>(held->Size()));
   content.resize(held->ReadAt(0, content));
-  CheckTemplate(run, path, content, firstTable);
+  CheckTemplate(run, path, content, tables);
   run.files.WriteWhole(database, content);
 }
 
 }  // namespace
 
-void BackupDesktopDatabase(const RunContext& run, std::size_t firstTable) {
+void BackupDesktopDatabase(const RunContext& run, std::span<const SyncTable> tables) {
   const std::string& database = run.state.settings.DesktopDBPath;
   Backup backup = MakeBackup(run, database);
   CopyDatabase(run, database, backup);
-  LayTemplateOver(run, database, firstTable);
+  LayTemplateOver(run, database, tables);
 }
 
 void RemoveUnfinishedBackups(const RunContext& run) {

@@ -1,14 +1,15 @@
 #pragma once
 
-#include <cstddef>
+#include <span>
 
 #include "run/RunContext.h"
+#include "sync/Tables.h"
 
 namespace mv {
 
 /// Prepares an Overwrite PC run: copies the desktop database to DesktopDBPath + ".presyncbackup.yyyymmdd-hhmmss", then
-/// puts a copy of the template "_20" of the program's folder in its place. `firstTable`: the run's first one in
-/// kTables.
+/// puts a copy of the template "_20" of the program's folder in its place. `tables`: those of
+/// the run.
 ///
 /// No backup is ever replaced: while a name is taken, the time in it goes on by a second. A backup may be read and
 /// written by nobody who could not read and write the database. Each copy is whole or not there, and a copy left half
@@ -16,7 +17,7 @@ namespace mv {
 ///
 /// The template must be sound and have the tables of the run. Error 53 when the database or the template is missing, 70
 /// when another program has the database open, and those of CheckTemplate; the database is then as it was.
-void BackupDesktopDatabase(const RunContext& run, std::size_t firstTable);
+void BackupDesktopDatabase(const RunContext& run, std::span<const SyncTable> tables);
 
 /// Removes what killed runs left of unfinished backups.
 void RemoveUnfinishedBackups(const RunContext& run);

@@ -24,14 +24,14 @@ class DesktopBackupTest : public ::testing::Test {
   }
 
   std::int32_t ErrorOfBackup() {
-    return ErrorNumberOf([&] { BackupDesktopDatabase(world_.run, 0); });
+    return ErrorNumberOf([&] { BackupDesktopDatabase(world_.run, kTables); });
   }
 
   testing::RunWorld world_;
 };
 
 TEST_F(DesktopBackupTest, TheDatabaseIsKeptAsideAndTheTemplateTakesItsPlace) {
-  BackupDesktopDatabase(world_.run, 0);
+  BackupDesktopDatabase(world_.run, kTables);
   EXPECT_EQ(world_.files.Content(kBackup), (Bytes{1, 2, 3}));
   EXPECT_EQ(world_.files.Content(kDatabase), (Bytes{9, 9}));
   EXPECT_EQ(world_.files.Content("C:\\Motorva\\_20"), (Bytes{9, 9}));
@@ -40,14 +40,14 @@ TEST_F(DesktopBackupTest, TheDatabaseIsKeptAsideAndTheTemplateTakesItsPlace) {
 
 TEST_F(DesktopBackupTest, DayAndTimeOfTheNameAreTwoReadingsOfTheClock) {
   world_.clock = FakeClock({{2026, 1, 2, 23, 59, 59}, {2026, 1, 3, 0, 4, 5}});
-  BackupDesktopDatabase(world_.run, 0);
+  BackupDesktopDatabase(world_.run, kTables);
   EXPECT_TRUE(world_.files.FileExists("C:\\Cars\\Motorva.db.presyncbackup.20260102-000405"));
 }
 
 TEST_F(DesktopBackupTest, ABackupIsNeverReplacedTheTimeInTheNameGoesOn) {
   for (std::uint8_t run = 1; run <= 3; ++run) {
     world_.files.Put(kDatabase, {run});
-    BackupDesktopDatabase(world_.run, 0);
+    BackupDesktopDatabase(world_.run, kTables);
   }
   EXPECT_EQ(world_.files.Content(kBackup), Bytes{1});
   EXPECT_EQ(world_.files.Content("C:\\Cars\\Motorva.db.presyncbackup.20261121-140510"), Bytes{2});
@@ -58,13 +58,13 @@ TEST_F(DesktopBackupTest, ABackupIsNeverReplacedTheTimeInTheNameGoesOn) {
 TEST_F(DesktopBackupTest, TheTimeInTheNameGoesOnThroughMidnight) {
   world_.clock = FakeClock({{2026, 12, 31, 23, 59, 59}});
   world_.files.Put("C:\\Cars\\Motorva.db.presyncbackup.20261231-235959", {7});
-  BackupDesktopDatabase(world_.run, 0);
+  BackupDesktopDatabase(world_.run, kTables);
   EXPECT_EQ(world_.files.Content("C:\\Cars\\Motorva.db.presyncbackup.20270101-000000"), (Bytes{1, 2, 3}));
 }
 
 TEST_F(DesktopBackupTest, ANameThatAnotherRunIsWritingIsTaken) {
   platform::StagedWrite other(world_.files, kBackup);
-  BackupDesktopDatabase(world_.run, 0);
+  BackupDesktopDatabase(world_.run, kTables);
   EXPECT_EQ(world_.files.Content("C:\\Cars\\Motorva.db.presyncbackup.20261121-140510"), (Bytes{1, 2, 3}));
   EXPECT_NO_THROW(other.FinishNew());
 }
@@ -75,7 +75,7 @@ TEST_F(DesktopBackupTest, AnUnfinishedBackupOfAKilledRunGoesInEveryMode) {
     world_.state.settings.SyncMode = mode;
     world_.files.Put(unfinished, {1});
     world_.files.Put("C:\\Cars\\other.writing", {1});
-    BackUpBeforeOverwritePc(world_.run, 0);
+    BackUpBeforeOverwritePc(world_.run, kTables);
     EXPECT_FALSE(world_.files.FileExists(unfinished)) << "mode " << mode;
     EXPECT_TRUE(world_.files.FileExists("C:\\Cars\\other.writing")) << "is not ours";
   }
@@ -98,7 +98,7 @@ TEST_F(DesktopBackupTest, ATemplateOfAnotherVersionWithoutATableOfTheRunLeavesTh
   world_.database.tables.erase("brnd_AccItems");
   EXPECT_NE(ErrorOfBackup(), 0);
   EXPECT_EQ(world_.files.Content(kDatabase), (Bytes{1, 2, 3}));
-  EXPECT_NO_THROW(BackupDesktopDatabase(world_.run, kFirstSilentTable)) << "a silent run does not need that table";
+  EXPECT_NO_THROW(BackupDesktopDatabase(world_.run, kSilentTables)) << "a silent run does not need that table";
 }
 
 TEST_F(DesktopBackupTest, AMissingDatabaseIsError53) {
@@ -132,7 +132,7 @@ TEST_F(DesktopBackupTest, ADatabaseHeldByItsLockFileIsError70) {
     EXPECT_EQ(ErrorOfBackup(), 70);
     EXPECT_EQ(world_.files.Content(kDatabase), (Bytes{1, 2, 3}));
   }
-  EXPECT_NO_THROW(BackupDesktopDatabase(world_.run, 0)) << "a lock file that a crash left behind holds nothing";
+  EXPECT_NO_THROW(BackupDesktopDatabase(world_.run, kTables)) << "a lock file that a crash left behind holds nothing";
 }
 
 TEST_F(DesktopBackupTest, ACopyThatFailsLeavesTheDatabase) {

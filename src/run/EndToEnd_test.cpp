@@ -203,7 +203,7 @@ class EndToEndTest : public ::testing::Test {
   EndToEndTest() {
     settings_.Put("General", "DBPath", folder_.File("desktop"));
     folder_.Write("desktop/keep", "");
-    for (const char* table : kTables) WriteDeviceTable(table, EmptyTable(table));
+    for (const SyncTable& table : kTables) WriteDeviceTable(table.name, EmptyTable(table.name));
     WriteDeviceTable(kVehicle, kHandheld);
     CreateDatabase("desktop\\Motorva.db", {kDesktopA, kDesktopB, kDesktopC, kDesktopD});
     folder_.Write("program/keep", "");
@@ -224,7 +224,7 @@ class EndToEndTest : public ::testing::Test {
 
   void CreateDatabase(const std::string& name, const Rows& vehicles) {
     const auto database = jet::Database::Create(*files_, folder_.File(name), kCreated);
-    for (const char* table : kTables) database->CreateTable(SpecOf(table), kCreated);
+    for (const SyncTable& table : kTables) database->CreateTable(SpecOf(table.name), kCreated);
     for (const Values& row : vehicles) database->OpenTable(kVehicle).Insert(row);
     database->Commit();
   }
@@ -274,8 +274,8 @@ class EndToEndTest : public ::testing::Test {
         "Synchronizing 13 data tables\r\n"
         "------------------------------------------------------------\r\n";
     if (!backup.empty()) text += "   Backup Desktop Database to: " + backup + "\r\n";
-    for (std::size_t i = kFirstSilentTable; i < kTables.size(); ++i) {
-      const std::string table = kTables[i];
+    for (const SyncTable& synchronized : kSilentTables) {
+      const std::string table = synchronized.name;
       const bool isVehicle = table == kVehicle;
       text += TableLog(table, isVehicle ? kHandheld : EmptyTable(table), isVehicle ? result : EmptyTable(table),
                        resultText);

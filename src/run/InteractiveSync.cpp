@@ -9,8 +9,6 @@
 namespace mv {
 namespace {
 
-constexpr std::size_t kFirstTable = 0;
-
 /// False when the user gives up, or has closed the window.
 bool WaitForHandheld(const RunContext& run) {
   while (!run.connection.ConnectDevice()) {
@@ -41,12 +39,12 @@ void ReportEnd(const RunContext& run) {
 }
 
 void RunConnected(const RunContext& run) {
-  RequireSeparatePaths(run, kFirstTable);
+  RequireSeparatePaths(run, kTables);
   run.state.TablesSynchronized = 0;
   LogLines(run.log, log_texts::InteractiveBanner(run.state.settings, run.version, NowText(run)));
   run.ui.AddProgressLine("Synchronization Began: " + NowText(run));
-  BackUpBeforeOverwritePc(run, kFirstTable);
-  SynchronizeTables(run, kFirstTable);
+  BackUpBeforeOverwritePc(run, kTables);
+  SynchronizeTables(run, kTables);
   ReportEnd(run);
 }
 

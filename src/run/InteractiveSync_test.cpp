@@ -89,7 +89,7 @@ class InteractiveSyncTest : public ::testing::Test {
   }
   std::string AllTables(const std::string& resultText) const {
     std::string lines;
-    for (const char* table : kTables) lines += TableLines(table, resultText);
+    for (const SyncTable& table : kTables) lines += TableLines(table.name, resultText);
     return lines;
   }
   std::string Ended(const std::string& count) const {
@@ -154,8 +154,8 @@ TEST_F(InteractiveSyncTest, ThirteenTablesSucceedWithoutAMessageBox) {
 TEST_F(InteractiveSyncTest, TheProgressListTellsTheRunTableByTable) {
   Run();
   Calls expected = {"progress: Synchronization Began: " + Now()};
-  for (const char* table : kTables) {
-    expected.push_back("progress: SUCCESSFUL [" + std::string(table) + "] Table Synchronized");
+  for (const SyncTable& table : kTables) {
+    expected.push_back("progress: SUCCESSFUL [" + std::string(table.name) + "] Table Synchronized");
   }
   expected.push_back("progress: " + Ended("13"));
   EXPECT_EQ(ProgressLines(), expected);

@@ -6,13 +6,14 @@
 
 #include "base/Error.h"
 #include "run/RunState.h"
+#include "sync/Tables.h"
 
 /// The lines of the sync log, word for word: support people and scripts look for them, misspellings included. `now` is
 /// the local date and time in the user's form.
 namespace mv::log_texts {
 
 /// Both kinds of run count all tables, although the silent one leaves two out.
-inline constexpr std::int16_t kCountedTables = 13;
+inline constexpr std::int16_t kCountedTables = kTables.size();
 
 std::string Rule();
 

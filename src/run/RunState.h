@@ -8,16 +8,6 @@
 
 namespace mv {
 
-/// The tables, under the names they have on both sides, in the order of an interactive run.
-inline constexpr std::array<const char*, 13> kTables = {
-    "brnd_Accessories", "brnd_AccItems",   "brnd_Customer", "brnd_FieldValues", "brnd_Fuel",
-    "brnd_Maintenance", "brnd_MaintTasks", "brnd_Models",   "brnd_Parts",       "brnd_Payment",
-    "brnd_SchedMaint",  "brnd_Trip",       "brnd_Vehicle"};
-
-/// A silent run leaves out the first two tables, although its log counts them: accessories are synchronised from the
-/// main window only.
-inline constexpr std::size_t kFirstSilentTable = 2;
-
 /// What every part of a run knows of it: one object, made at start, handed on by reference, living as long as the
 /// process.
 struct RunState {

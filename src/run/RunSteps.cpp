@@ -23,13 +23,13 @@ void LogLastLine(SyncLog& log) {
   log.WriteLogLine("", true);
 }
 
-void RequireSeparatePaths(const RunContext& run, std::size_t first) {
+void RequireSeparatePaths(const RunContext& run, std::span<const SyncTable> tables) {
   const Settings& settings = run.state.settings;
   std::vector<ProtectedFiles::Use> uses = {{"the source folder", settings.PCSyncSourcePath},
                                            {"the destination folder", settings.PCSyncDestPath}};
   if (settings.SyncLog != 0) uses.push_back({"the sync log", settings.SyncLogPath});
-  for (std::size_t i = first; i < kTables.size(); ++i) {
-    const std::string name = std::string(kTables[i]) + ".pdb";
+  for (const SyncTable& table : tables) {
+    const std::string name = std::string(table.name) + ".pdb";
     const std::string onHandheld = JoinPath(settings.PDADBPath, name);
     uses.push_back({"the fetched table file", JoinPath(settings.PCSyncSourcePath, name)});
     uses.push_back({"the merged table file", JoinPath(settings.PCSyncDestPath, name)});
@@ -41,14 +41,14 @@ void RequireSeparatePaths(const RunContext& run, std::size_t first) {
   run.protectedFiles.RequireOthers(uses);
 }
 
-void BackUpBeforeOverwritePc(const RunContext& run, std::size_t first) {
+void BackUpBeforeOverwritePc(const RunContext& run, std::span<const SyncTable> tables) {
   RemoveUnfinishedBackups(run);
-  if (run.state.settings.SyncMode == sync_modes::kOverwritePc) BackupDesktopDatabase(run, first);
+  if (run.state.settings.SyncMode == sync_modes::kOverwritePc) BackupDesktopDatabase(run, tables);
 }
 
-void SynchronizeTables(const RunContext& run, std::size_t first) {
+void SynchronizeTables(const RunContext& run, std::span<const SyncTable> tables) {
   TableDriver driver(run);
-  for (std::size_t i = first; i < kTables.size(); ++i) driver.SynchronizeTable(kTables[i]);
+  for (const SyncTable& table : tables) driver.SynchronizeTable(table.name);
 }
 
 }  // namespace mv

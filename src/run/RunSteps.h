@@ -1,10 +1,11 @@
 #pragma once
 
-#include <cstddef>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "run/RunContext.h"
+#include "sync/Tables.h"
 
 /// What the silent and the interactive run have in common.
 namespace mv {
@@ -17,12 +18,13 @@ void LogLines(SyncLog& log, const std::vector<std::string>& lines);
 /// The empty line that ends a run's log, and closes it.
 void LogLastLine(SyncLog& log);
 
-/// Error 75 when a path of the run - log, source, destination or handheld, of the tables from number `first` of kTables
-/// on - leads to the desktop database, its template or a backup. To be asked before anything is opened.
-void RequireSeparatePaths(const RunContext& run, std::size_t first);
-/// Backs the desktop database up and lays the template over it when the mode is Overwrite PC. `first` as above.
-void BackUpBeforeOverwritePc(const RunContext& run, std::size_t first);
-/// The tables from number `first` of kTables on.
-void SynchronizeTables(const RunContext& run, std::size_t first);
+/// Error 75 when a path of the run - log, source, destination or handheld, of these tables - leads to the desktop
+/// database, its template or a backup. To be asked before anything is opened.
+void RequireSeparatePaths(const RunContext& run, std::span<const SyncTable> tables);
+/// Backs the desktop database up and lays the template over it when the mode is Overwrite PC. `tables`: those of the
+/// run.
+void BackUpBeforeOverwritePc(const RunContext& run, std::span<const SyncTable> tables);
+/// Synchronises these tables in their order.
+void SynchronizeTables(const RunContext& run, std::span<const SyncTable> tables);
 
 }  // namespace mv

@@ -1,5 +1,7 @@
 #include "run/SilentSync.h"
 
+#include <iterator>
+
 #include "config/Settings.h"
 #include "run/CurrentError.h"
 #include "run/LogTexts.h"
@@ -7,8 +9,6 @@
 
 namespace mv {
 namespace {
-
-constexpr std::int16_t kSilentTables = static_cast<std::int16_t>(kTables.size() - kFirstSilentTable);
 
 ExitStatus ReportNoHandheld(const RunContext& run) {
   LogLines(run.log, log_texts::NoHandheld(NowText(run)));
@@ -19,18 +19,19 @@ ExitStatus ReportNoHandheld(const RunContext& run) {
 
 ExitStatus RunConnected(const RunContext& run) {
   run.connection.DisconnectDevice();
-  RequireSeparatePaths(run, kFirstSilentTable);
+  RequireSeparatePaths(run, kSilentTables);
   run.state.TablesSynchronized = 0;
   LogLines(run.log, log_texts::SilentBanner(NowText(run)));
-  BackUpBeforeOverwritePc(run, kFirstSilentTable);
-  SynchronizeTables(run, kFirstSilentTable);
+  BackUpBeforeOverwritePc(run, kSilentTables);
+  SynchronizeTables(run, kSilentTables);
   SaveLastSync(run.settings, run.clock);
   LogLines(run.log, log_texts::SilentEnd(run.state.TablesSynchronized, NowText(run)));
   LogLastLine(run.log);
   run.connection.DisconnectDevice();
   run.ui.SetHourglass(false);
   run.ui.ProcessMessages();
-  return run.state.TablesSynchronized == kSilentTables ? ExitStatus::Success : ExitStatus::TablesFailed;
+  const bool allSucceeded = run.state.TablesSynchronized == std::ssize(kSilentTables);
+  return allSucceeded ? ExitStatus::Success : ExitStatus::TablesFailed;
 }
 
 ExitStatus ReportStop(const RunContext& run, const Error& error) {

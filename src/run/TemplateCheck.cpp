@@ -16,9 +16,9 @@ void RequireSound(const std::string& path, const check::Report& report) {
 
 /// Calls `open` for the name of each table; an error gets the template's path.
 template <typename Open>
-void OpenTables(const std::string& path, std::size_t firstTable, Open open) {
+void OpenTables(const std::string& path, std::span<const SyncTable> tables, Open open) {
   try {
-    for (std::size_t i = firstTable; i < kTables.size(); ++i) open(kTables[i]);
+    for (const SyncTable& table : tables) open(table.name);
   } catch (const Error& error) {
     throw Error(error.Number(), error.Source(), "Template database \"" + path + "\": " + error.Description());
   }
@@ -26,16 +26,17 @@ void OpenTables(const std::string& path, std::size_t firstTable, Open open) {
 
 }  // namespace
 
-void CheckTemplate(const RunContext& run, const std::string& path, ByteView content, std::size_t firstTable) {
+void CheckTemplate(const RunContext& run, const std::string& path, ByteView content,
+                   std::span<const SyncTable> tables) {
   const check::Report report = check::CheckDatabase(content);
   if (!report.checked) {
     const auto connection = run.databases.Open("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + path + ";");
-    OpenTables(path, firstTable, [&](const char* table) { connection->OpenTable(table); });
+    OpenTables(path, tables, [&](const char* table) { connection->OpenTable(table); });
     return;
   }
   RequireSound(path, report);
   const auto database = jet::Database::Open(run.files, path, jet::PageFile::Mode::ReadOnly);
-  OpenTables(path, firstTable, [&](const char* table) { database->OpenTable(table); });
+  OpenTables(path, tables, [&](const char* table) { database->OpenTable(table); });
 }
 
 }  // namespace mv

@@ -23,16 +23,16 @@ class TemplateCheckTest : public ::testing::Test {
  protected:
   TemplateCheckTest() { world_.files.Put(kDatabase, {1, 2, 3}); }
 
-  void MakeTemplate(std::size_t firstTable) {
+  void MakeTemplate(std::span<const SyncTable> tables) {
     world_.files.CreateFolders("C:\\Motorva");
     const auto database = jet::Database::Create(world_.files, kTemplate, testing::kJetCreated);
-    for (std::size_t i = firstTable; i < kTables.size(); ++i) {
-      database->CreateTable(JetTable(kTables[i]).Text("Key", 9).PrimaryKey("Key").Spec(), testing::kJetCreated);
+    for (const SyncTable& table : tables) {
+      database->CreateTable(JetTable(table.name).Text("Key", 9).PrimaryKey("Key").Spec(), testing::kJetCreated);
     }
     database->Commit();
   }
-  Error ErrorOfBackup(std::size_t firstTable) {
-    return ErrorOf([&] { BackupDesktopDatabase(world_.run, firstTable); });
+  Error ErrorOfBackup(std::span<const SyncTable> tables) {
+    return ErrorOf([&] { BackupDesktopDatabase(world_.run, tables); });
   }
   void ExpectUntouched() {
     EXPECT_EQ(world_.files.Content(kDatabase), (Bytes{1, 2, 3}));
@@ -43,14 +43,14 @@ class TemplateCheckTest : public ::testing::Test {
 };
 
 TEST_F(TemplateCheckTest, ASoundTemplateWithTheTablesOfTheRunIsLaidDown) {
-  MakeTemplate(0);
-  BackupDesktopDatabase(world_.run, 0);
+  MakeTemplate(kTables);
+  BackupDesktopDatabase(world_.run, kTables);
   EXPECT_EQ(world_.files.Content(kDatabase), world_.files.Content(kTemplate));
 }
 
 TEST_F(TemplateCheckTest, ATemplateWithoutATableOfTheRunLeavesTheDatabase) {
-  MakeTemplate(kFirstSilentTable);
-  const Error error = ErrorOfBackup(0);
+  MakeTemplate(kSilentTables);
+  const Error error = ErrorOfBackup(kTables);
   EXPECT_EQ(error.Number(), errors::kJetNoSuchTable);
   EXPECT_TRUE(error.Description().starts_with("Template database \"" + kTemplate + "\": ")) << error.Description();
   EXPECT_NE(error.Description().find("'brnd_Accessories'"), std::string::npos) << error.Description();
@@ -58,17 +58,17 @@ TEST_F(TemplateCheckTest, ATemplateWithoutATableOfTheRunLeavesTheDatabase) {
 }
 
 TEST_F(TemplateCheckTest, ASilentRunNeedsItsElevenTablesOnly) {
-  MakeTemplate(kFirstSilentTable);
-  EXPECT_NO_THROW(BackupDesktopDatabase(world_.run, kFirstSilentTable));
+  MakeTemplate(kSilentTables);
+  EXPECT_NO_THROW(BackupDesktopDatabase(world_.run, kSilentTables));
 }
 
 TEST_F(TemplateCheckTest, ADamagedTemplateLeavesTheDatabase) {
-  MakeTemplate(0);
+  MakeTemplate(kTables);
   Bytes content = world_.files.Content(kTemplate);
   // The page of the catalog's definition says that it is a data page.
   content[2 * jet::kPageSize] = 1;
   world_.files.Put(kTemplate, content);
-  const Error error = ErrorOfBackup(0);
+  const Error error = ErrorOfBackup(kTables);
   EXPECT_EQ(error.Number(), errors::kJetGeneral);
   EXPECT_TRUE(error.Description().starts_with("The template database \"" + kTemplate + "\" is damaged (damage: "))
       << error.Description();
@@ -76,11 +76,11 @@ TEST_F(TemplateCheckTest, ADamagedTemplateLeavesTheDatabase) {
 }
 
 TEST_F(TemplateCheckTest, ACutTemplateLeavesTheDatabase) {
-  MakeTemplate(0);
+  MakeTemplate(kTables);
   Bytes content = world_.files.Content(kTemplate);
   content.resize(content.size() - jet::kPageSize);
   world_.files.Put(kTemplate, content);
-  EXPECT_EQ(ErrorOfBackup(0).Number(), errors::kJetGeneral);
+  EXPECT_EQ(ErrorOfBackup(kTables).Number(), errors::kJetGeneral);
   ExpectUntouched();
 }
 

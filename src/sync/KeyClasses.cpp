@@ -5,11 +5,12 @@
 namespace mv {
 namespace {
 
-/// The first of `Keys` whose table is `tableName`.
+/// The one of `Keys` whose table is `tableName`.
 template <typename... Keys>
 std::unique_ptr<IKeyInfo> MakeOneOf(std::string_view tableName) {
+  static_assert(sizeof...(Keys) == kTables.size());
   std::unique_ptr<IKeyInfo> key;
-  ((Keys::kTable == tableName ? void(key = std::make_unique<Keys>()) : void()), ...);
+  ((Keys::kTable.name == tableName ? void(key = std::make_unique<Keys>()) : void()), ...);
   return key;
 }
 

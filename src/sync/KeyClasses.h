@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "sync/IKeyInfo.h"
+#include "sync/Tables.h"
 
 namespace mv {
 
@@ -22,83 +23,27 @@ class SingleFieldKeyInfo : public IKeyInfo {
   std::string_view keyField_;
 };
 
-class clsKeyInfo_Accessories : public SingleFieldKeyInfo {
+/// The key of one of the tables; each has a class of its own.
+template <const SyncTable& kOf>
+class TableKeyInfo : public SingleFieldKeyInfo {
  public:
-  static constexpr std::string_view kTable = "brnd_Accessories";
-  clsKeyInfo_Accessories() : SingleFieldKeyInfo("KY_RECID") {}
+  static constexpr const SyncTable& kTable = kOf;
+  TableKeyInfo() : SingleFieldKeyInfo(kTable.keyField) {}
 };
 
-class clsKeyInfo_AccItems : public SingleFieldKeyInfo {
- public:
-  static constexpr std::string_view kTable = "brnd_AccItems";
-  clsKeyInfo_AccItems() : SingleFieldKeyInfo("KY_RECID") {}
-};
-
-class clsKeyInfo_Customer : public SingleFieldKeyInfo {
- public:
-  static constexpr std::string_view kTable = "brnd_Customer";
-  clsKeyInfo_Customer() : SingleFieldKeyInfo("TX_NAME") {}
-};
-
-class clsKeyInfo_FieldValues : public SingleFieldKeyInfo {
- public:
-  static constexpr std::string_view kTable = "brnd_FieldValues";
-  clsKeyInfo_FieldValues() : SingleFieldKeyInfo("KY_RECID") {}
-};
-
-class clsKeyInfo_Fuel : public SingleFieldKeyInfo {
- public:
-  static constexpr std::string_view kTable = "brnd_Fuel";
-  clsKeyInfo_Fuel() : SingleFieldKeyInfo("KY_RECID") {}
-};
-
-class clsKeyInfo_Maintenance : public SingleFieldKeyInfo {
- public:
-  static constexpr std::string_view kTable = "brnd_Maintenance";
-  clsKeyInfo_Maintenance() : SingleFieldKeyInfo("KY_RECID") {}
-};
-
-class clsKeyInfo_MaintTasks : public SingleFieldKeyInfo {
- public:
-  static constexpr std::string_view kTable = "brnd_MaintTasks";
-  clsKeyInfo_MaintTasks() : SingleFieldKeyInfo("KY_RECID_TASK") {}
-};
-
-class clsKeyInfo_Models : public SingleFieldKeyInfo {
- public:
-  static constexpr std::string_view kTable = "brnd_Models";
-  clsKeyInfo_Models() : SingleFieldKeyInfo("KY_RECID") {}
-};
-
-class clsKeyInfo_Parts : public SingleFieldKeyInfo {
- public:
-  static constexpr std::string_view kTable = "brnd_Parts";
-  clsKeyInfo_Parts() : SingleFieldKeyInfo("KY_RECID_PART") {}
-};
-
-class clsKeyInfo_Payment : public SingleFieldKeyInfo {
- public:
-  static constexpr std::string_view kTable = "brnd_Payment";
-  clsKeyInfo_Payment() : SingleFieldKeyInfo("KY_RECID") {}
-};
-
-class clsKeyInfo_SchedMaint : public SingleFieldKeyInfo {
- public:
-  static constexpr std::string_view kTable = "brnd_SchedMaint";
-  clsKeyInfo_SchedMaint() : SingleFieldKeyInfo("KY_RECID") {}
-};
-
-class clsKeyInfo_Trip : public SingleFieldKeyInfo {
- public:
-  static constexpr std::string_view kTable = "brnd_Trip";
-  clsKeyInfo_Trip() : SingleFieldKeyInfo("KY_RECID") {}
-};
-
-class clsKeyInfo_Vehicle : public SingleFieldKeyInfo {
- public:
-  static constexpr std::string_view kTable = "brnd_Vehicle";
-  clsKeyInfo_Vehicle() : SingleFieldKeyInfo("TX_VIN") {}
-};
+using clsKeyInfo_Accessories = TableKeyInfo<tables::kAccessories>;
+using clsKeyInfo_AccItems = TableKeyInfo<tables::kAccItems>;
+using clsKeyInfo_Customer = TableKeyInfo<tables::kCustomer>;
+using clsKeyInfo_FieldValues = TableKeyInfo<tables::kFieldValues>;
+using clsKeyInfo_Fuel = TableKeyInfo<tables::kFuel>;
+using clsKeyInfo_Maintenance = TableKeyInfo<tables::kMaintenance>;
+using clsKeyInfo_MaintTasks = TableKeyInfo<tables::kMaintTasks>;
+using clsKeyInfo_Models = TableKeyInfo<tables::kModels>;
+using clsKeyInfo_Parts = TableKeyInfo<tables::kParts>;
+using clsKeyInfo_Payment = TableKeyInfo<tables::kPayment>;
+using clsKeyInfo_SchedMaint = TableKeyInfo<tables::kSchedMaint>;
+using clsKeyInfo_Trip = TableKeyInfo<tables::kTrip>;
+using clsKeyInfo_Vehicle = TableKeyInfo<tables::kVehicle>;
 
 /// The key of the table called `tableName`, compared as it is written; null when it is none of the thirteen.
 std::unique_ptr<IKeyInfo> MakeKeyInfo(std::string_view tableName);

@@ -90,6 +90,16 @@ TEST(MakeKeyInfo, EachTable_GetsItsOwnClass) {
   EXPECT_TRUE(dynamic_cast<clsKeyInfo_Vehicle*>(MakeKeyInfo("brnd_Vehicle").get()));
 }
 
+TEST(MakeKeyInfo, EveryTable_HasItsKey) {
+  const MemoryRecordset row = RowWithEveryKeyField();
+  for (const SyncTable& table : kTables) {
+    const std::unique_ptr<IKeyInfo> key = MakeKeyInfo(table.name);
+    ASSERT_TRUE(key) << table.name;
+    const std::string field = table.keyField;
+    EXPECT_EQ(key->Criteria(row), field + "='of " + field + "'") << table.name;
+  }
+}
+
 TEST(MakeKeyInfo, UnknownTable_HasNoKey) {
   EXPECT_FALSE(MakeKeyInfo("brnd_Boats"));
   EXPECT_FALSE(MakeKeyInfo(""));

@@ -18,6 +18,7 @@
 #include "support/RecordingSettings.h"
 #include "support/RecordingShell.h"
 #include "support/RecordingUi.h"
+#include "sync/Tables.h"
 #include "sync/clsSyncableRS_ADO.h"
 #include "sync/clsSyncableRS_PDB.h"
 
@@ -42,18 +43,15 @@ class RunWorld {
     state.settings.SyncLogPath = "C:\\Cars\\SyncLog.txt";
     state.ModeNames = {"Synchronize", "Overwrite PDA", "Overwrite PC"};
     state.ModeResultTexts = {"Table Synchronized", "PC Table Replaced PDA Table", "PDA Table Replaced PC Table"};
-    for (const char* table : kTables) database.tables[table] = {FieldsOf(table), {}};
+    for (const SyncTable& table : kTables) database.tables[table.name] = {FieldsOf(table.name), {}};
   }
   RunWorld(const RunWorld&) = delete;
   RunWorld& operator=(const RunWorld&) = delete;
 
-  /// The fields of a table: its key and "TX_NOTE".
+  /// The fields of a table: its key ("KY_RECID" where no run knows the table) and "TX_NOTE".
   static std::vector<FieldDefinition> FieldsOf(const std::string& table) {
-    std::string key = "KY_RECID";
-    if (table == "brnd_Customer") key = "TX_NAME";
-    if (table == "brnd_MaintTasks") key = "KY_RECID_TASK";
-    if (table == "brnd_Parts") key = "KY_RECID_PART";
-    if (table == "brnd_Vehicle") key = "TX_VIN";
+    const SyncTable* const known = FindTable(table);
+    const std::string key = known == nullptr ? "KY_RECID" : known->keyField;
     return {{key, DataType::VarWChar, 20}, {"TX_NOTE", DataType::VarWChar, 40}};
   }
 
@@ -92,7 +90,7 @@ class RunWorld {
   }
   /// Every table, empty.
   void PutAllDeviceTables() {
-    for (const char* table : kTables) PutDeviceTable(table, {});
+    for (const SyncTable& table : kTables) PutDeviceTable(table.name, {});
   }
 
   /// The rows of a table file.

@@ -4,11 +4,12 @@
 #include <string_view>
 
 #include "base/Utf.h"
-#include "mvtool/files/ColumnTypes.h"
 #include "mvtool/demo/DemoRandom.h"
 #include "mvtool/demo/DemoWords.h"
 #include "mvtool/demo/SampleSchema.h"
+#include "mvtool/files/ColumnTypes.h"
 #include "pdb/FieldValue.h"
+#include "sync/Tables.h"
 
 namespace mv::tool {
 namespace {
@@ -255,27 +256,22 @@ Row VehicleRow(DemoRandom& random, std::size_t number) {
           NotesOfRecord(random, number)};
 }
 
-struct RowMaker {
-  std::string_view table;
-  Row (*make)(DemoRandom&, std::size_t);
-};
+using RowMaker = Row (*)(DemoRandom&, std::size_t);
 
-/// In the order of SampleTables().
-constexpr std::array<RowMaker, kSampleTableCount> kRowMakers = {{
-    {"brnd_Accessories", &AccessoryRow},
-    {"brnd_AccItems", &AccessoryItemRow},
-    {"brnd_Customer", &CustomerRow},
-    {"brnd_FieldValues", &FieldValueRow},
-    {"brnd_Fuel", &FuelRow},
-    {"brnd_Maintenance", &MaintenanceRow},
-    {"brnd_MaintTasks", &MaintenanceTaskRow},
-    {"brnd_Models", &ModelRow},
-    {"brnd_Parts", &PartRow},
-    {"brnd_Payment", &PaymentRow},
-    {"brnd_SchedMaint", &ScheduledMaintenanceRow},
-    {"brnd_Trip", &TripRow},
-    {"brnd_Vehicle", &VehicleRow},
-}};
+/// In the order of kTables.
+constexpr std::array<RowMaker, kTables.size()> kRowMakers = {&AccessoryRow,
+                                                             &AccessoryItemRow,
+                                                             &CustomerRow,
+                                                             &FieldValueRow,
+                                                             &FuelRow,
+                                                             &MaintenanceRow,
+                                                             &MaintenanceTaskRow,
+                                                             &ModelRow,
+                                                             &PartRow,
+                                                             &PaymentRow,
+                                                             &ScheduledMaintenanceRow,
+                                                             &TripRow,
+                                                             &VehicleRow};
 
 /// Puts something else in the place of a value.
 struct Edit {
@@ -309,9 +305,9 @@ void EditColumn(const jet::TableSpec& table, Row& row, std::size_t choice) {
 }  // namespace
 
 std::vector<Value> DemoRow(std::size_t table, std::size_t number) {
-  const RowMaker& maker = kRowMakers.at(table);
-  DemoRandom random = RandomFor(maker.table, number);
-  return maker.make(random, number);
+  const RowMaker make = kRowMakers.at(table);
+  DemoRandom random = RandomFor(kTables[table].name, number);
+  return make(random, number);
 }
 
 std::vector<Value> EditedRow(const jet::TableSpec& table, std::vector<Value> row, std::size_t number) {

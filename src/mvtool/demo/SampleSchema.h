@@ -3,15 +3,16 @@
 #include <vector>
 
 #include "jet/Database.h"
+#include "sync/Tables.h"
 
 namespace mv::tool {
 
-inline constexpr std::size_t kSampleTableCount = 13;
+inline constexpr std::size_t kSampleTableCount = kTables.size();
 
 /// Position of the key column in every table.
 inline constexpr std::size_t kKeyColumn = 0;
 
-/// The thirteen tables of the application in the order of a run, as the demo data and the template database have them.
+/// The tables of a run (kTables), in its order, as the demo data and the template database have them.
 /// Columns stand in the order of the handheld's fields: the two sides are matched by position. Every table has one
 /// index, its primary key.
 std::vector<jet::TableSpec> SampleTables();

@@ -70,14 +70,14 @@ class DesktopBackupOnDisk : public ::testing::Test {
 };
 
 TEST_F(DesktopBackupOnDisk, ADatabaseThatNobodyHoldsIsReplacedByTheTemplate) {
-  BackupDesktopDatabase(run_, 0);
+  BackupDesktopDatabase(run_, kTables);
   EXPECT_EQ(folder_.Read("Motorva.db"), "template");
 }
 
 TEST_F(DesktopBackupOnDisk, ADatabaseHeldWithoutSharingCannotBeBackedUp) {
   {
     const HeldFile held(folder_.File("Motorva.db"), GENERIC_READ | GENERIC_WRITE, 0);
-    EXPECT_EQ(testing::ErrorNumberOf([&] { BackupDesktopDatabase(run_, 0); }), errors::kPermissionDenied);
+    EXPECT_EQ(testing::ErrorNumberOf([&] { BackupDesktopDatabase(run_, kTables); }), errors::kPermissionDenied);
     ExpectInUse();
   }
   EXPECT_EQ(folder_.Read("Motorva.db"), "database");
@@ -86,7 +86,7 @@ TEST_F(DesktopBackupOnDisk, ADatabaseHeldWithoutSharingCannotBeBackedUp) {
 TEST_F(DesktopBackupOnDisk, ADatabaseThatMayOnlyBeReadIsBackedUpButNotReplaced) {
   {
     const HeldFile held(folder_.File("Motorva.db"), GENERIC_READ, FILE_SHARE_READ);
-    EXPECT_EQ(testing::ErrorNumberOf([&] { BackupDesktopDatabase(run_, 0); }), errors::kPermissionDenied);
+    EXPECT_EQ(testing::ErrorNumberOf([&] { BackupDesktopDatabase(run_, kTables); }), errors::kPermissionDenied);
     ExpectInUse();
   }
   EXPECT_EQ(folder_.Read("Motorva.db"), "database");
