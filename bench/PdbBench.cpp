@@ -29,7 +29,7 @@ class BenchRun {
   testing::MemoryFileSystem& Files() { return files_; }
 
  private:
-  std::int16_t mode_ = sync_modes::kSynchronize;
+  RunMode mode_ = RunMode::Synchronize;
   std::string folder_ = kFolder;
   testing::MemoryFileSystem files_;
   platform::SystemShell shell_;

@@ -8,7 +8,7 @@
 #include "base/Text.h"
 #include "jet/file/PageFile.h"
 #include "platform/StagedWrite.h"
-#include "run/LogTexts.h"
+#include "run/RunTexts.h"
 #include "run/TemplateCheck.h"
 
 namespace mv {

@@ -71,12 +71,12 @@ TEST_F(DesktopBackupTest, ANameThatAnotherRunIsWritingIsTaken) {
 
 TEST_F(DesktopBackupTest, AnUnfinishedBackupOfAKilledRunGoesInEveryMode) {
   const std::string unfinished = kBackup + ".writing";
-  for (const std::int16_t mode : {sync_modes::kSynchronize, sync_modes::kOverwritePda, sync_modes::kOverwritePc}) {
-    world_.state.settings.SyncMode = mode;
+  for (const RunMode mode : {RunMode::Synchronize, RunMode::OverwritePda, RunMode::OverwritePc}) {
+    SetMode(world_.state, mode);
     world_.files.Put(unfinished, {1});
     world_.files.Put("C:\\Cars\\other.writing", {1});
     BackUpBeforeOverwritePc(world_.run, kTables);
-    EXPECT_FALSE(world_.files.FileExists(unfinished)) << "mode " << mode;
+    EXPECT_FALSE(world_.files.FileExists(unfinished)) << "mode " << static_cast<int>(mode);
     EXPECT_TRUE(world_.files.FileExists("C:\\Cars\\other.writing")) << "is not ours";
   }
 }

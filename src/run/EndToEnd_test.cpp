@@ -256,7 +256,7 @@ class EndToEndTest : public ::testing::Test {
         databases_, connection,    deviceFiles, [&] { return CreateFileTransfer(connection, deviceFiles, *files_); },
         *files_,    shell_,        clock_,      folder_.File("program"),
         "1.2.3",    protectedFiles};
-    const EntryContext entry{run, commandLine, nullptr, [] { return true; }, errors_};
+    const EntryContext entry{run, ParseInvocation(commandLine), nullptr, [] { return true; }, errors_};
     return Main(entry);
   }
 

@@ -2,8 +2,8 @@
 
 #include "config/Settings.h"
 #include "run/CurrentError.h"
-#include "run/LogTexts.h"
 #include "run/RunSteps.h"
+#include "run/RunTexts.h"
 #include "ui/Texts.h"
 
 namespace mv {
@@ -24,13 +24,13 @@ bool WaitForHandheld(const RunContext& run) {
 
 void ReportIncomplete(const RunContext& run) {
   run.log.WriteLogLine(log_texts::kErrorsOccurred, false);
-  run.ui.AddProgressLine("Synchronization Ended with Errors: " + NowText(run));
+  run.ui.AddProgressLine(window_texts::EndedWithErrors(NowText(run)));
   run.ui.ShowMessage(texts::kNotCompleted, texts::kNotCompletedTitle, MessageButtons::Ok, MessageIcon::Critical);
 }
 
 void ReportEnd(const RunContext& run) {
   const std::int16_t count = run.state.TablesSynchronized;
-  run.ui.SetStatus("Synchronization Ended - " + NowText(run));
+  run.ui.SetStatus(window_texts::EndedAt(NowText(run)));
   SaveLastSync(run.settings, run.clock);
   LogLines(run.log, log_texts::InteractiveEnd(count, NowText(run)));
   run.ui.AddProgressLine(log_texts::Ended(count, NowText(run)));
@@ -42,7 +42,7 @@ void RunConnected(const RunContext& run) {
   RequireSeparatePaths(run, kTables);
   run.state.TablesSynchronized = 0;
   LogLines(run.log, log_texts::InteractiveBanner(run.state.settings, run.version, NowText(run)));
-  run.ui.AddProgressLine("Synchronization Began: " + NowText(run));
+  run.ui.AddProgressLine(window_texts::Began(NowText(run)));
   BackUpBeforeOverwritePc(run, kTables);
   SynchronizeTables(run, kTables);
   ReportEnd(run);

@@ -42,8 +42,8 @@ bool CheckDevice(const EntryContext& entry) {
   return true;
 }
 
-ExitStatus RunSilently(const EntryContext& entry, std::int16_t mode) {
-  entry.run.state.settings.SyncMode = mode;
+ExitStatus RunSilently(const EntryContext& entry, RunMode mode) {
+  SetMode(entry.run.state, mode);
   const ExitStatus status = SilentSync(entry.run);
   CheckDevice(entry);
   return status;
@@ -72,7 +72,7 @@ std::optional<ExitStatus> Enter(const EntryContext& entry) {
   run.ui.ProcessMessages();
   FillModeTexts(run.state);
   run.state.settings = LoadSettings(run.settings, run.programFolder);
-  if (const auto mode = SilentModeOf(entry.commandLine)) return RunSilently(entry, *mode);
+  if (const auto mode = entry.invocation.silentMode) return RunSilently(entry, *mode);
   return RunInteractively(entry);
 }
 
@@ -81,14 +81,6 @@ std::optional<ExitStatus> Enter(const EntryContext& entry) {
 void ReportUnloggedError(const Error& error, std::ostream& errors) {
   errors << "MVPPCSync: " << error.Source() << (error.Source().empty() ? "" : ": ")
          << "Error: " << TextOfInteger(error.Number()) << " has occurred. Description: " << error.Description() << "\n";
-}
-
-std::optional<std::int16_t> SilentModeOf(const std::string& commandLine) {
-  const std::string wanted = AsciiUpper(Trim(commandLine));
-  if (wanted == "-MODE0") return sync_modes::kSynchronize;
-  if (wanted == "-MODE1") return sync_modes::kOverwritePda;
-  if (wanted == "-MODE2") return sync_modes::kOverwritePc;
-  return std::nullopt;
 }
 
 std::optional<ExitStatus> Main(const EntryContext& entry) {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/Error.h"
+#include "run/Invocation.h"
 #include "run/RunContext.h"
 #include "ui/MainWindow.h"
 
@@ -15,8 +16,7 @@ namespace mv {
 /// What the entry needs beside the run.
 struct EntryContext {
   RunContext& run;
-  /// The arguments, joined by blanks.
-  std::string commandLine;
+  Invocation invocation;
   /// Null in a build that has no window.
   MainWindow* window = nullptr;
   /// Registers the window classes of the common controls; whether that worked does not matter.
@@ -24,10 +24,6 @@ struct EntryContext {
   /// Where a user sees what no log and no window can tell.
   std::ostream& errors;
 };
-
-/// The mode that a command line selects for a silent run: "-MODE0", "-MODE1" or "-MODE2" in any case, blanks at the
-/// ends aside; nothing for anything else, which asks for the window.
-std::optional<std::int16_t> SilentModeOf(const std::string& commandLine);
 
 /// The program from its start until it ends or waits for its user. Loads the settings into the run state, runs silently
 /// or shows the main window, and tests that the handheld answers; only then the window's Start commands are enabled.

@@ -38,7 +38,7 @@ class MainTest : public ::testing::Test {
   }
 
   std::optional<ExitStatus> Start(const std::string& commandLine, MainWindow* window) {
-    const EntryContext entry{world_.run, commandLine, window,
+    const EntryContext entry{world_.run, ParseInvocation(commandLine), window,
                              [this] {
                                world_.ui.calls.push_back("common controls");
                                return false;
@@ -51,19 +51,6 @@ class MainTest : public ::testing::Test {
   RecordingWindow window_{world_.ui.calls};
   std::ostringstream errors_;
 };
-
-TEST_F(MainTest, TheSwitchesSelectAModeInAnyCaseAndWithBlanksAround) {
-  EXPECT_EQ(SilentModeOf("-MODE0"), 0);
-  EXPECT_EQ(SilentModeOf("-mode1"), 1);
-  EXPECT_EQ(SilentModeOf("  -Mode2 "), 2);
-}
-
-TEST_F(MainTest, AnythingElseIsNoSwitch) {
-  for (const char* text : {"", " ", "-Mode3", "-Mode", "-Mode1 now", "/Mode1", "Mode1", "-Mode11", "-Mode 1",
-                           "\t-Mode1", "-Mode0 -Mode1"}) {
-    EXPECT_EQ(SilentModeOf(text), std::nullopt) << text;
-  }
-}
 
 TEST_F(MainTest, ASwitchRunsSilentlyInItsModeWhateverIsStored) {
   world_.settings.Put("PPC_Mobile", "SyncMode", "2");
@@ -186,7 +173,7 @@ TEST_F(MainTest, AHandheldThatAnswersLaterEnablesStart) {
                  usual.programFolder,
                  usual.version,
                  usual.protectedFiles};
-  const EntryContext entry{run, "", &window, [] { return true; }, errors_};
+  const EntryContext entry{run, {}, &window, [] { return true; }, errors_};
   EXPECT_EQ(Main(entry), std::nullopt);
   EXPECT_EQ(ui.messages.size(), 1u);
   EXPECT_EQ(ui.CallsThatStart("enable start").size(), 1u);
@@ -217,7 +204,8 @@ TEST_F(MainTest, AnUnwritableLogIsNamedToTheUser) {
 }
 
 TEST_F(MainTest, NoExceptionLeavesTheProgram) {
-  const EntryContext entry{world_.run, "-Mode0", nullptr, []() -> bool { throw std::bad_alloc(); }, errors_};
+  const EntryContext entry{world_.run, ParseInvocation("-Mode0"), nullptr, []() -> bool { throw std::bad_alloc(); },
+                           errors_};
   EXPECT_EQ(Main(entry), ExitStatus::Stopped);
   EXPECT_EQ(errors_.str(), "MVPPCSync: Error: 7 has occurred. Description: Out of memory\n");
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "config/Settings.h"
+#include "sync/RunMode.h"
 
 namespace mv {
 
@@ -25,6 +26,14 @@ struct RunState {
   /// The local folder that table files are read from or written to at this moment.
   std::string CurrentPdbFolder;
 };
+
+/// The mode of the run; none of the enumerators when the stored number is none.
+inline RunMode ModeOf(const RunState& state) {
+  return static_cast<RunMode>(state.settings.SyncMode);
+}
+inline void SetMode(RunState& state, RunMode mode) {
+  state.settings.SyncMode = static_cast<std::int16_t>(mode);
+}
 
 /// Result of the process: of a silent run, or of a start that led to none.
 enum class ExitStatus {

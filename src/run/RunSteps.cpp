@@ -43,7 +43,7 @@ void RequireSeparatePaths(const RunContext& run, std::span<const SyncTable> tabl
 
 void BackUpBeforeOverwritePc(const RunContext& run, std::span<const SyncTable> tables) {
   RemoveUnfinishedBackups(run);
-  if (run.state.settings.SyncMode == sync_modes::kOverwritePc) BackupDesktopDatabase(run, tables);
+  if (ModeOf(run.state) == RunMode::OverwritePc) BackupDesktopDatabase(run, tables);
 }
 
 void SynchronizeTables(const RunContext& run, std::span<const SyncTable> tables) {

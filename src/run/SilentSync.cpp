@@ -4,8 +4,8 @@
 
 #include "config/Settings.h"
 #include "run/CurrentError.h"
-#include "run/LogTexts.h"
 #include "run/RunSteps.h"
+#include "run/RunTexts.h"
 
 namespace mv {
 namespace {

@@ -3,11 +3,9 @@
 #include <utility>
 
 #include "base/Error.h"
-#include "base/NumberText.h"
 #include "base/Text.h"
 #include "device/clsWin32FileTransfer.h"
 #include "platform/StagedWrite.h"
-#include "run/LogTexts.h"
 #include "run/RunSteps.h"
 #include "sync/KeyClasses.h"
 #include "sync/clsSyncPolicy.h"
@@ -81,21 +79,15 @@ std::unique_ptr<IFileTransfer> CreateFileTransfer(modWinCERAPIConnectionHandler&
   return std::make_unique<clsWin32FileTransfer>(connection, deviceFiles, files);
 }
 
-const std::string& ModeResultText(const RunState& state) {
-  const std::int16_t mode = state.settings.SyncMode;
-  if (mode < 0 || static_cast<std::size_t>(mode) >= state.ModeResultTexts.size()) {
-    throw StandardError(errors::kSubscriptOutOfRange);
-  }
-  return state.ModeResultTexts[static_cast<std::size_t>(mode)];
-}
-
 TableDriver::TableDriver(const RunContext& run)
     : run_(run),
+      reporter_(run),
+      mode_(ModeOf(run.state)),
       context_{
-          run.state.settings.SyncMode,
+          mode_,
           run.state.CurrentPdbFolder,
           [this] {
-            AdvanceSpinner();
+            reporter_.AdvanceSpinner();
             Yield(run_);
           },
           [this](const std::string& text) { run_.ui.ShowMessage(text, "", MessageButtons::Ok, MessageIcon::None); },
@@ -106,9 +98,10 @@ TableDriver::TableDriver(const RunContext& run)
 void TableDriver::SynchronizeTable(const std::string& table) {
   const std::unique_ptr<IFileTransfer> transfer = run_.createFileTransfer();
   if (!transfer) return;
-  ShowStatus("Initializing Communications");
+  reporter_.Connecting();
   transfer->Initialize();
-  if (!RetrieveTable(table)) return;
+  const TablePaths paths = PathsOf(table);
+  if (!RetrieveTable(table, paths)) return;
 
   clsSyncableRS_PDB source(context_);
   LoadSource(source, table);
@@ -121,50 +114,38 @@ void TableDriver::SynchronizeTable(const std::string& table) {
     SetKeyInfo(source, table);
     Merge(source, desktop, result, *connection, table);
     WriteResult(source, result, table);
-    ReturnTable(*transfer, table);
+    ReturnTable(*transfer, table, paths);
   }
   CloseQuietly(*connection);
 }
 
-bool TableDriver::RetrieveTable(const std::string& table) {
-  ShowStatus("Retrieving Table " + table + " from Device");
-  Log(log_texts::Retrieving(table));
+bool TableDriver::RetrieveTable(const std::string& table, const TablePaths& paths) {
+  reporter_.Retrieving(table);
   Yield(run_);
   PrepareFolders();
-  const DeviceCopyResult result = CopyFromDevice(table);
-  AdvanceSpinner();
+  const DeviceCopyResult result = CopyFromDevice(paths);
+  reporter_.AdvanceSpinner();
   if (result == DeviceCopyResult::Copied) return true;
-  ReportNotRetrieved(table, static_cast<std::int32_t>(result));
+  reporter_.NotRetrieved(table, static_cast<std::int32_t>(result));
+  Yield(run_);
   return false;
 }
 
 /// The copy writes over the start of an existing file and leaves what lies behind, which would lengthen the last
 /// record. So it goes into an empty file, which then takes the place of an earlier run's. (Removing that one first
 /// would take the table away where the source folder happens to be the handheld's own.)
-DeviceCopyResult TableDriver::CopyFromDevice(const std::string& table) {
-  const std::string local = LocalSourceFile(table);
-  ArrivingFile arriving(run_.files, local, run_.state.settings.DesktopDBPath);
-  const DeviceCopyResult result =
-      run_.deviceFiles.CopyFileFromDevice(DeviceFile(table), arriving.Path(), Overwrite::Yes);
+DeviceCopyResult TableDriver::CopyFromDevice(const TablePaths& paths) {
+  ArrivingFile arriving(run_.files, paths.source, run_.state.settings.DesktopDBPath);
+  const DeviceCopyResult result = run_.deviceFiles.CopyFileFromDevice(paths.device, arriving.Path(), Overwrite::Yes);
   if (result != DeviceCopyResult::Copied) return result;
   return arriving.PutInPlace() ? result : DeviceCopyResult::WriteFailed;
 }
 
-void TableDriver::ReportNotRetrieved(const std::string& table, std::int32_t code) {
-  // Told to the window's status bar even when the window is not shown.
-  run_.ui.SetStatus("Unable to Retrieve Table " + table + " from Device - SYNC FAILED");
-  Log(log_texts::NotRetrieved(table, code));
-  AddProgressLine("Unable to retrieve table [" + table +
-                  "] from device. Function returned code: " + TextOfInteger(code) + " - Not Avail/In-Use");
-  Yield(run_);
-}
-
 void TableDriver::LoadSource(clsSyncableRS_PDB& source, const std::string& table) {
-  Log(log_texts::Retrieved(table));
+  reporter_.Retrieved(table);
   source.name(FileNameOf(table));
-  ShowStatus("Reading source " + table + " table");
-  Log(log_texts::Converting(table));
-  AdvanceSpinner();
+  reporter_.Converting(table);
+  reporter_.AdvanceSpinner();
   run_.state.CurrentPdbFolder = run_.state.settings.PCSyncSourcePath;
   source.createADORS();
   // Without its rows the merge would take every one of them for gone.
@@ -172,14 +153,14 @@ void TableDriver::LoadSource(clsSyncableRS_PDB& source, const std::string& table
   source.RequireHeader();
   Yield(run_);
   Yield(run_);
-  Log(log_texts::SourceCreated(table));
+  reporter_.SourceCreated(table);
   Yield(run_);
 }
 
 std::unique_ptr<Connection> TableDriver::OpenDatabase() {
   auto connection =
       run_.databases.Open("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + run_.state.settings.DesktopDBPath + ";");
-  AdvanceSpinner();
+  reporter_.AdvanceSpinner();
   return connection;
 }
 
@@ -187,7 +168,7 @@ std::unique_ptr<Recordset> TableDriver::OpenDesktopTable(Connection& connection,
                                                          const std::string& table) {
   auto records = connection.OpenTable(table);
   desktop.SetADORS(*records);
-  AdvanceSpinner();
+  reporter_.AdvanceSpinner();
   return records;
 }
 
@@ -196,13 +177,13 @@ void TableDriver::CreateResult(clsSyncableRS_PDB& result, const Recordset& templ
   result.createDB(FileNameOf(table), templateRS);
   result.openDB(FileNameOf(table));
   result.RequireOpened();
-  Log(log_texts::ResultCreated(table));
+  reporter_.ResultCreated(table);
 }
 
 void TableDriver::SetKeyInfo(clsSyncableRS_PDB& source, const std::string& table) {
   std::unique_ptr<IKeyInfo> keyInfo = MakeKeyInfo(table);
   if (!keyInfo) {
-    ShowMessage("Table name: " + table + " is not supported.", MessageIcon::None);
+    reporter_.NotSupported(table);
     return;
   }
   source.keyInfo(std::move(keyInfo));
@@ -210,10 +191,9 @@ void TableDriver::SetKeyInfo(clsSyncableRS_PDB& source, const std::string& table
 
 void TableDriver::Merge(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desktop, clsSyncableRS_PDB& result,
                         Connection& connection, const std::string& table) {
-  AdvanceSpinner();
+  reporter_.AdvanceSpinner();
   const clsSyncPolicy policy(context_);
-  ShowStatus("Synchronizing " + table + "...");
-  Log(log_texts::Synchronizing(table));
+  reporter_.Synchronizing(table);
   Yield(run_);
   run_.state.CurrentTableName = table;
   try {
@@ -235,32 +215,18 @@ void TableDriver::WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_PDB& resu
   Yield(run_);
 }
 
-void TableDriver::ReturnTable(IFileTransfer& transfer, const std::string& table) {
-  ShowStatus("Transferring Data Back to Device");
-  Log(log_texts::Transferring(table));
+void TableDriver::ReturnTable(IFileTransfer& transfer, const std::string& table, const TablePaths& paths) {
+  reporter_.Transferring(table);
   Yield(run_);
-  const DeviceCopyResult result = transfer.CopyToDevice(LocalResultFile(table), DeviceFile(table), Overwrite::Yes);
+  const DeviceCopyResult result = transfer.CopyToDevice(paths.result, paths.device, Overwrite::Yes);
   if (result == DeviceCopyResult::Copied) {
-    ReportReturned(table);
+    reporter_.Returned(table);
+    ++run_.state.TablesSynchronized;
   } else {
-    ReportNotReturned(table, static_cast<std::int32_t>(result));
+    reporter_.NotReturned(table, static_cast<std::int32_t>(result));
   }
   Yield(run_);
-  Log(log_texts::kTableEnd);
-}
-
-void TableDriver::ReportReturned(const std::string& table) {
-  ShowStatus("Synchronization of Table " + table + " Complete");
-  Log(log_texts::Successful(table, ModeResultText(run_.state)));
-  AddProgressLine("SUCCESSFUL [" + table + "] " + ModeResultText(run_.state));
-  ++run_.state.TablesSynchronized;
-}
-
-void TableDriver::ReportNotReturned(const std::string& table, std::int32_t code) {
-  const std::string unable = "Unable to Return Updated Table " + table + " to Device";
-  ShowMessage(unable + ". Function returned code: " + TextOfInteger(code), MessageIcon::Exclamation);
-  ShowStatus(unable);
-  Log(log_texts::NotReturned(table, code));
+  reporter_.TableEnded();
 }
 
 /// The settings dialog makes these folders, but a run without one shall work too. A folder that cannot be made shows
@@ -274,27 +240,11 @@ void TableDriver::PrepareFolders() {
   }
 }
 
-std::string TableDriver::LocalSourceFile(const std::string& table) const {
-  return JoinPath(run_.state.settings.PCSyncSourcePath, FileNameOf(table));
-}
-std::string TableDriver::LocalResultFile(const std::string& table) const {
-  return JoinPath(run_.state.settings.PCSyncDestPath, FileNameOf(table));
-}
-std::string TableDriver::DeviceFile(const std::string& table) const {
-  return JoinPath(run_.state.settings.PDADBPath, FileNameOf(table));
-}
-
-void TableDriver::ShowStatus(const std::string& text) {
-  if (run_.state.InteractiveRun) run_.ui.SetStatus(text);
-}
-void TableDriver::AddProgressLine(const std::string& text) {
-  if (run_.state.InteractiveRun) run_.ui.AddProgressLine(text);
-}
-void TableDriver::AdvanceSpinner() {
-  if (run_.state.InteractiveRun) run_.ui.AdvanceSpinner(false);
-}
-void TableDriver::ShowMessage(const std::string& text, MessageIcon icon) {
-  if (run_.state.InteractiveRun) run_.ui.ShowMessage(text, "", MessageButtons::Ok, icon);
+TableDriver::TablePaths TableDriver::PathsOf(const std::string& table) const {
+  const Settings& settings = run_.state.settings;
+  const std::string name = FileNameOf(table);
+  return {JoinPath(settings.PDADBPath, name), JoinPath(settings.PCSyncSourcePath, name),
+          JoinPath(settings.PCSyncDestPath, name)};
 }
 
 }  // namespace mv

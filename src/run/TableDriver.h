@@ -4,6 +4,7 @@
 #include <string>
 
 #include "run/RunContext.h"
+#include "run/TableReporter.h"
 #include "sync/SyncContext.h"
 #include "sync/clsSyncableRS_ADO.h"
 #include "sync/clsSyncableRS_PDB.h"
@@ -32,9 +33,16 @@ class TableDriver {
   void SynchronizeTable(const std::string& table);
 
  private:
-  bool RetrieveTable(const std::string& table);
-  DeviceCopyResult CopyFromDevice(const std::string& table);
-  void ReportNotRetrieved(const std::string& table, std::int32_t code);
+  /// Where a table's file lies on the handheld, and this PC's two copies of it.
+  struct TablePaths {
+    std::string device;
+    std::string source;
+    std::string result;
+  };
+  TablePaths PathsOf(const std::string& table) const;
+
+  bool RetrieveTable(const std::string& table, const TablePaths& paths);
+  DeviceCopyResult CopyFromDevice(const TablePaths& paths);
   void LoadSource(clsSyncableRS_PDB& source, const std::string& table);
   std::unique_ptr<Connection> OpenDatabase();
   std::unique_ptr<Recordset> OpenDesktopTable(Connection& connection, clsSyncableRS_ADO& desktop,
@@ -44,31 +52,17 @@ class TableDriver {
   void Merge(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desktop, clsSyncableRS_PDB& result, Connection& connection,
              const std::string& table);
   void WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_PDB& result, const std::string& table);
-  void ReturnTable(IFileTransfer& transfer, const std::string& table);
-  void ReportReturned(const std::string& table);
-  void ReportNotReturned(const std::string& table, std::int32_t code);
-
+  void ReturnTable(IFileTransfer& transfer, const std::string& table, const TablePaths& paths);
   void PrepareFolders();
-  std::string LocalSourceFile(const std::string& table) const;
-  std::string LocalResultFile(const std::string& table) const;
-  std::string DeviceFile(const std::string& table) const;
-
-  // The window is told in interactive runs only, the log in both.
-  void ShowStatus(const std::string& text);
-  void AddProgressLine(const std::string& text);
-  void AdvanceSpinner();
-  void ShowMessage(const std::string& text, MessageIcon icon);
-  void Log(const std::string& line) { run_.log.WriteLogLine(line, false); }
 
   const RunContext& run_;
+  TableReporter reporter_;
+  RunMode mode_;
   SyncContext context_;
 };
 
 /// The transfer that every run uses; no setting or mode chooses another. All arguments must outlive it.
 std::unique_ptr<IFileTransfer> CreateFileTransfer(modWinCERAPIConnectionHandler& connection,
                                                   modWinCEFileManagement& deviceFiles, platform::FileSystem& files);
-
-/// The text that ends a table's success line in the mode of `state`; error 9 for a mode outside 0 to 2.
-const std::string& ModeResultText(const RunState& state);
 
 }  // namespace mv

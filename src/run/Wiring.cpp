@@ -15,18 +15,15 @@ namespace mv {
 namespace {
 
 /// The device modules know neither the log nor the window.
-DeviceHooks MakeHooks(RunState& state, SyncLog& log, UserInterface& ui) {
-  return {[&log](const std::string& line) { log.WriteLogLine(line, false); },
-          [&state, &ui] {
-            if (state.InteractiveRun) ui.AdvanceSpinner(false);
-          },
+DeviceHooks MakeHooks(SyncLog& log, UserInterface& ui) {
+  return {[&log](const std::string& line) { log.WriteLogLine(line, false); }, [&ui] { ui.AdvanceSpinner(false); },
           [&ui] { ui.SetHourglass(true); }, [&ui] { ui.ProcessMessages(); }};
 }
 
 }  // namespace
 
-Wiring::Wiring(std::string commandLine)
-    : commandLine_(std::move(commandLine)),
+Wiring::Wiring(Invocation invocation)
+    : invocation_(std::move(invocation)),
       systemFiles_(platform::MakeFileSystem()),
       files_(*systemFiles_, clock_),
       programFolder_(platform::ProgramFolder()),
@@ -34,12 +31,12 @@ Wiring::Wiring(std::string commandLine)
       protectedFiles_(files_, state_.settings, programFolder_),
       log_(files_, state_.settings, protectedFiles_),
       registry_(MakeRegistryStrings(*settings_)),
-      toolkit_(MakeToolkit()),
+      toolkit_(invocation_.silentMode ? nullptr : MakeToolkit()),
       window_(MakeWindow()),
       noWindow_(MakeSilentUserInterface()),
       folderRapi_(MakeFolderRapi()),
       systemRapi_(folderRapi_ ? nullptr : MakeSystemRapi(programFolder_)),
-      hooks_(MakeHooks(state_, log_, Ui())),
+      hooks_(MakeHooks(log_, Ui())),
       connection_(Handheld(), hooks_),
       deviceFiles_(Handheld(), connection_, files_, hooks_),
       databases_(MakeDatabaseEngine(files_)),
@@ -70,9 +67,9 @@ Rapi& Wiring::Handheld() {
   return *systemRapi_;
 }
 
-/// Null in an edition without a window, and for a silent run, which cannot show one then, whatever happens.
+/// Null in an edition without a window, and for a silent run: without a toolkit it cannot show one, whatever happens.
 std::unique_ptr<frmMain> Wiring::MakeWindow() {
-  if (!toolkit_ || SilentModeOf(commandLine_)) return nullptr;
+  if (!toolkit_) return nullptr;
   return std::make_unique<frmMain>(
       *toolkit_, frmMain::Services{state_.settings, state_.ModeNames, *settings_, *registry_, files_, shell_,
                                    kProgramVersion, [this] { InteractiveSync(run_, *window_); }});
@@ -84,15 +81,15 @@ UserInterface& Wiring::Ui() {
 }
 
 int Wiring::Run(std::ostream& errors) {
-  const EntryContext entry{run_, commandLine_, window_.get(), InitCommonControls, errors};
+  const EntryContext entry{run_, invocation_, window_.get(), InitCommonControls, errors};
   if (const auto status = Main(entry)) return static_cast<int>(*status);
   window_->RunUntilClosed();
   return static_cast<int>(ExitStatus::Success);
 }
 
-int RunProgram(const std::string& commandLine, std::ostream& errors) {
+int RunProgram(const Invocation& invocation, std::ostream& errors) {
   try {
-    return Wiring(commandLine).Run(errors);
+    return Wiring(invocation).Run(errors);
   } catch (...) {
     ReportUnloggedError(CurrentError(), errors);
     return static_cast<int>(ExitStatus::Stopped);

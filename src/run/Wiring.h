@@ -15,7 +15,7 @@ namespace mv {
 class Wiring {
  public:
   /// Reads the settings as far as they decide on an object. Raises when they cannot be read.
-  explicit Wiring(std::string commandLine);
+  explicit Wiring(Invocation invocation);
   Wiring(const Wiring&) = delete;
   Wiring& operator=(const Wiring&) = delete;
 
@@ -28,7 +28,7 @@ class Wiring {
   std::unique_ptr<FolderRapi> MakeFolderRapi();
   Rapi& Handheld();
 
-  std::string commandLine_;
+  Invocation invocation_;
   platform::SystemClock clock_;
   std::unique_ptr<platform::FileSystem> systemFiles_;
   platform::PatientFileSystem files_;
@@ -39,8 +39,8 @@ class Wiring {
   ProtectedFiles protectedFiles_;
   SyncLog log_;
   std::unique_ptr<RegistryStrings> registry_;
-  std::unique_ptr<Toolkit> toolkit_;  ///< null in an edition without a window
-  std::unique_ptr<frmMain> window_;   ///< null likewise, and for a silent run
+  std::unique_ptr<Toolkit> toolkit_;  ///< null in an edition without a window, and for a silent run
+  std::unique_ptr<frmMain> window_;   ///< null likewise
   std::unique_ptr<UserInterface> noWindow_;
   std::unique_ptr<FolderRapi> folderRapi_;  ///< null when the handheld is no folder
   std::unique_ptr<Rapi> systemRapi_;        ///< null when it is one
@@ -53,6 +53,6 @@ class Wiring {
 
 /// Puts the program together and runs it to its end; returns the process's exit status. Never raises: what no log could
 /// tell goes to `errors`.
-int RunProgram(const std::string& commandLine, std::ostream& errors);
+int RunProgram(const Invocation& invocation, std::ostream& errors);
 
 }  // namespace mv

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -8,21 +7,14 @@
 #include "platform/Shell.h"
 #include "platform/System.h"
 #include "sync/MergeObserver.h"
+#include "sync/RunMode.h"
 
 namespace mv {
-
-/// The run modes, as the command line and the settings number them.
-namespace sync_modes {
-inline constexpr std::int16_t kSynchronize = 0;
-inline constexpr std::int16_t kOverwritePda = 1;
-inline constexpr std::int16_t kOverwritePc = 2;
-}  // namespace sync_modes
 
 /// What the synchronisation of a table needs from the run around it. The run owns it all and changes the first two
 /// values between steps; it must outlive every object made from it.
 struct SyncContext {
-  /// One of sync_modes.
-  const std::int16_t& syncMode;
+  const RunMode& syncMode;
   /// Folder of the table files, without a separator at its end.
   const std::string& currentPdbFolder;
   /// Turns the activity spinner and lets pending window messages run. Must be set.

@@ -133,7 +133,7 @@ void TableMerge::AddDeviceRows() {
     const bool modified = deviceRS_.RecordIsModified();
     const bool deleted = deviceRS_.RecordIsDeleted();
     if (deleted) continue;
-    if (modified || context_.syncMode == sync_modes::kOverwritePc) {
+    if (modified || context_.syncMode == RunMode::OverwritePc) {
       AddDeviceRow();
     } else if (observer_) {
       observer_->Dropped(RowOf(deviceRS_));

@@ -109,14 +109,14 @@ class SyncPolicy : public ::testing::Test {
     const bool modified = flags == Flags::Modified || flags == Flags::DeletedAndModified;
     AddRow(device_, {key, text, deleted, modified});
   }
-  bool Sync(std::int16_t mode = sync_modes::kSynchronize) {
+  bool Sync(RunMode mode = RunMode::Synchronize) {
     if (desktop_.RecordCount() > 0) desktop_.MoveFirst();
     desktop_.moves.clear();
     mode_ = mode;
     return clsSyncPolicy(context_).Sync(deviceSide_, desktopSide_, output_);
   }
 
-  std::int16_t mode_ = sync_modes::kSynchronize;
+  RunMode mode_ = RunMode::Synchronize;
   std::string folder_;
   std::unique_ptr<platform::FileSystem> files_ = platform::MakeFileSystem();
   platform::SystemShell shell_;
@@ -169,7 +169,7 @@ constexpr Decision kOverwritePcDecisions[] = {
     {"Neither", false, false, Flags::None, "", "", ""},
 };
 
-class SyncDecision : public SyncPolicy, public ::testing::WithParamInterface<std::tuple<std::int16_t, Decision>> {};
+class SyncDecision : public SyncPolicy, public ::testing::WithParamInterface<std::tuple<RunMode, Decision>> {};
 
 TEST_P(SyncDecision, EndsAsTheTableSays) {
   const auto& [mode, decision] = GetParam();
@@ -182,15 +182,15 @@ TEST_P(SyncDecision, EndsAsTheTableSays) {
 }
 
 const auto kNameOfDecision = [](const auto& info) {
-  return "Mode" + std::to_string(std::get<0>(info.param)) + "_" + std::get<1>(info.param).name;
+  return "Mode" + std::to_string(static_cast<int>(std::get<0>(info.param))) + "_" + std::get<1>(info.param).name;
 };
 
 INSTANTIATE_TEST_SUITE_P(OverwritePc, SyncDecision,
-                         ::testing::Combine(::testing::Values(sync_modes::kOverwritePc),
+                         ::testing::Combine(::testing::Values(RunMode::OverwritePc),
                                             ::testing::ValuesIn(kOverwritePcDecisions)),
                          kNameOfDecision);
 INSTANTIATE_TEST_SUITE_P(OtherModes, SyncDecision,
-                         ::testing::Combine(::testing::Values(sync_modes::kSynchronize, sync_modes::kOverwritePda),
+                         ::testing::Combine(::testing::Values(RunMode::Synchronize, RunMode::OverwritePda),
                                             ::testing::ValuesIn(kDecisions)),
                          kNameOfDecision);
 
@@ -215,7 +215,7 @@ TEST_F(SyncPolicy, EmptyDesktopInOverwritePc_TakesEveryRowThatIsNotDeleted) {
   OnDevice("a", "1", Flags::Modified);
   OnDevice("b", "2");
   OnDevice("c", "3", Flags::Deleted);
-  Sync(sync_modes::kOverwritePc);
+  Sync(RunMode::OverwritePc);
   EXPECT_EQ(RowTexts(desktop_), "a=1 b=2 ");
   EXPECT_EQ(output_.records, "a=1 b=2 ");
 }
@@ -223,7 +223,7 @@ TEST_F(SyncPolicy, EmptyDesktopInOverwritePc_TakesEveryRowThatIsNotDeleted) {
 TEST_F(SyncPolicy, EmptyDevice_EveryDesktopRowGoesOutAndTheDesktopStays) {
   OnDesktop("a", "1");
   OnDesktop("b", "2");
-  for (const std::int16_t mode : {sync_modes::kSynchronize, sync_modes::kOverwritePda, sync_modes::kOverwritePc}) {
+  for (const RunMode mode : {RunMode::Synchronize, RunMode::OverwritePda, RunMode::OverwritePc}) {
     output_.records.clear();
     Sync(mode);
     EXPECT_EQ(output_.records, "a=1 b=2 ");
@@ -416,7 +416,7 @@ class RecordingObserver : public MergeObserver {
 class ObservedMerge : public SyncPolicy {
  protected:
   ObservedMerge() { context_.observer = &observer_; }
-  std::string ToldBy(std::int16_t mode) {
+  std::string ToldBy(RunMode mode) {
     Sync(mode);
     return observer_.told;
   }
@@ -428,55 +428,55 @@ TEST_F(ObservedMerge, RowsThatStayAsTheyAreAreNotTold) {
   OnDevice("a", "1");
   OnDesktop("b", "2");
   OnDevice("b", "2", Flags::Modified);
-  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "");
+  EXPECT_EQ(ToldBy(RunMode::Synchronize), "");
 }
 
 TEST_F(ObservedMerge, ADesktopRowThatTheHandheldLacks_IsAddedThere) {
   OnDesktop("a", "1");
   OnDesktop("b", "2");
   OnDevice("a", "1");
-  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "added handheld b:2; ");
+  EXPECT_EQ(ToldBy(RunMode::Synchronize), "added handheld b:2; ");
 }
 
 TEST_F(ObservedMerge, AModifiedRow_ChangesTheDesktop) {
   OnDesktop("a", "old");
   OnDevice("a", "new", Flags::Modified);
-  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "changed desktop a:old to a:new; ");
+  EXPECT_EQ(ToldBy(RunMode::Synchronize), "changed desktop a:old to a:new; ");
 }
 
 TEST_F(ObservedMerge, AnUnflaggedRowWithOtherValues_IsChangedOnTheHandheld) {
   OnDesktop("a", "desktop");
   OnDevice("a", "handheld");
-  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "changed handheld a:handheld to a:desktop; ");
+  EXPECT_EQ(ToldBy(RunMode::Synchronize), "changed handheld a:handheld to a:desktop; ");
 }
 
 TEST_F(ObservedMerge, ANullOnTheDesktop_IsTheHandheldsEmptyText) {
   AddRow(desktop_, {std::string("a"), Null{}});
   OnDevice("a", "");
-  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "");
+  EXPECT_EQ(ToldBy(RunMode::Synchronize), "");
 }
 
 TEST_F(ObservedMerge, ADeletedRow_IsDeletedOnTheDesktopWithTheDesktopsValues) {
   OnDesktop("a", "desktop");
   OnDevice("a", "handheld", Flags::DeletedAndModified);
-  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "deleted a:desktop; ");
+  EXPECT_EQ(ToldBy(RunMode::Synchronize), "deleted a:desktop; ");
 }
 
 TEST_F(ObservedMerge, AModifiedRowThatTheDesktopLacks_IsAddedThere) {
   OnDevice("a", "1", Flags::Modified);
-  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "added desktop a:1; ");
+  EXPECT_EQ(ToldBy(RunMode::Synchronize), "added desktop a:1; ");
 }
 
 TEST_F(ObservedMerge, AnUnflaggedRowThatTheDesktopLacks_IsDroppedExceptInOverwritePc) {
   OnDevice("a", "1");
-  EXPECT_EQ(ToldBy(sync_modes::kSynchronize), "dropped a:1; ");
+  EXPECT_EQ(ToldBy(RunMode::Synchronize), "dropped a:1; ");
   observer_.told.clear();
-  EXPECT_EQ(ToldBy(sync_modes::kOverwritePc), "added desktop a:1; ");
+  EXPECT_EQ(ToldBy(RunMode::OverwritePc), "added desktop a:1; ");
 }
 
 TEST_F(ObservedMerge, ADeletedRowThatTheDesktopLacks_IsNotTold) {
   OnDevice("a", "1", Flags::Deleted);
-  EXPECT_EQ(ToldBy(sync_modes::kOverwritePc), "");
+  EXPECT_EQ(ToldBy(RunMode::OverwritePc), "");
 }
 
 }  // namespace

@@ -76,7 +76,7 @@ void clsSyncableRS_PDB::createADORS() {
   std::vector<FieldDefinition> fields;
   if (OpenTable()) fields = FieldsOfTable();
   records_ = std::make_unique<MemoryRecordset>(std::move(fields));
-  const bool wantsRows = context_.syncMode == sync_modes::kSynchronize || context_.syncMode == sync_modes::kOverwritePc;
+  const bool wantsRows = context_.syncMode == RunMode::Synchronize || context_.syncMode == RunMode::OverwritePc;
   if (wantsRows && !database_.OpenFailure()) LoadRecords();
   database_.CloseDatabase();
 }

@@ -94,7 +94,7 @@ class PdbSide : public ::testing::Test {
   testing::MemoryFileSystem files_;
   platform::SystemShell shell_;
   testing::FakeClock clock_;
-  std::int16_t mode_ = sync_modes::kSynchronize;
+  RunMode mode_ = RunMode::Synchronize;
   std::string folder_ = kFolder;
   std::size_t progress_ = 0;
   std::vector<std::string> messages_;
@@ -176,7 +176,7 @@ INSTANTIATE_TEST_SUITE_P(Attributes, PdbFlags,
                                            FlagCase{kRecordDeleted, true, false}, FlagCase{0xC0, true, true}));
 
 TEST_F(PdbSide, OverwritePda_LeavesTheRecordsetWithFieldsButWithoutRows) {
-  mode_ = sync_modes::kOverwritePda;
+  mode_ = RunMode::OverwritePda;
   WriteRecords(16);
   const clsSyncableRS_PDB& side = Loaded();
   EXPECT_EQ(FieldsText(side.adors()), "KY_RECID:8 NB_MILES:3 _D:11 _M:11 ");
@@ -185,7 +185,7 @@ TEST_F(PdbSide, OverwritePda_LeavesTheRecordsetWithFieldsButWithoutRows) {
 }
 
 TEST_F(PdbSide, OverwritePc_LoadsTheRowsAsSynchronizeDoes) {
-  mode_ = sync_modes::kOverwritePc;
+  mode_ = RunMode::OverwritePc;
   WriteRecords(3);
   EXPECT_EQ(Loaded().adors().RecordCount(), 3);
 }
@@ -224,7 +224,7 @@ TEST_F(PdbSide, Loading_LeavesTheFileClosedAndUntouched) {
 }
 
 TEST_F(PdbSide, UnknownFieldType_IsReportedAndLeftOutButCounted) {
-  mode_ = sync_modes::kOverwritePda;
+  mode_ = RunMode::OverwritePda;
   NewTable({{"A", 3}, {"X", 12}, {"B", 5}, {"Y", 0}})->CloseDatabase();
   const clsSyncableRS_PDB& side = Loaded();
   EXPECT_EQ(messages_, (std::vector<std::string>{"Unknown PDB field type: 12", "Unknown PDB field type: 0"}));
@@ -264,7 +264,7 @@ class PdbWithoutMark : public PdbSide {
 
 TEST_F(PdbWithoutMark, WithRecords_StopsBecauseThereIsNoFlagToSet) {
   WriteTableWithoutMark(1);
-  for (const std::int16_t mode : {sync_modes::kSynchronize, sync_modes::kOverwritePc}) {
+  for (const RunMode mode : {RunMode::Synchronize, RunMode::OverwritePc}) {
     mode_ = mode;
     EXPECT_EQ(ErrorNumberOf([&] { Loaded(); }), errors::kItemNotFound);
     loaded_.clear();  // gives the file free
@@ -273,7 +273,7 @@ TEST_F(PdbWithoutMark, WithRecords_StopsBecauseThereIsNoFlagToSet) {
 
 TEST_F(PdbWithoutMark, WithRecordsInOverwritePda_GoesOn) {
   WriteTableWithoutMark(1);
-  mode_ = sync_modes::kOverwritePda;
+  mode_ = RunMode::OverwritePda;
   EXPECT_TRUE(Loaded().adors().Fields().empty());
 }
 

@@ -62,7 +62,7 @@ class RunWorld {
     MemoryFileSystem scratch;
     scratch.CreateFolders("scratch");
     const std::string folder = "scratch";
-    const std::int16_t mode = 0;
+    const RunMode mode = RunMode::Synchronize;
     const SyncContext context{mode, folder, [] {}, [](const std::string&) {}, scratch, shell, clock};
     MemoryRecordset rows(FieldsOf(table));
     clsSyncableRS_ADO source;
@@ -98,7 +98,7 @@ class RunWorld {
     MemoryFileSystem scratch;
     scratch.Put("scratch\\" + table + ".pdb", file);
     const std::string folder = "scratch";
-    const std::int16_t mode = 0;
+    const RunMode mode = RunMode::Synchronize;
     const SyncContext context{mode, folder, [] {}, [](const std::string&) {}, scratch, shell, clock};
     clsSyncableRS_PDB source(context);
     source.name(table + ".pdb");

@@ -4,5 +4,5 @@
 #include "run/Wiring.h"
 
 int main(int argc, char** argv) {
-  return mv::RunProgram(mv::platform::CommandLine(argc, argv), std::cerr);
+  return mv::RunProgram(mv::ParseInvocation(mv::platform::CommandLine(argc, argv)), std::cerr);
 }

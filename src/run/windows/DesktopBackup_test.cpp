@@ -40,7 +40,7 @@ class DesktopBackupOnDisk : public ::testing::Test {
     folder_.Write("program/_20", "template");
     world_.state.settings.DesktopDBPath = folder_.File("Motorva.db");
     world_.state.settings.SyncLogPath = folder_.File("SyncLog.txt");
-    world_.state.settings.SyncMode = sync_modes::kOverwritePc;
+    SetMode(world_.state, RunMode::OverwritePc);
   }
 
   RunContext RunOnDisk() {

@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include "platform/windows/Wide.h"
-#include "run/Main.h"
 
 namespace mv {
 namespace {
@@ -49,9 +48,9 @@ void SystemNoticeOutlet::WriteToStandardError(const std::string& text) {
   if (!WriteToOwnStandardError(text)) WriteToParentsConsole(text);
 }
 
-void TellUser(const std::string& words, const std::string& commandLine, NoticeOutlet& outlet) {
+void TellUser(const std::string& words, const Invocation& invocation, NoticeOutlet& outlet) {
   if (words.empty()) return;
-  if (SilentModeOf(commandLine)) {
+  if (invocation.silentMode) {
     outlet.WriteToStandardError(words);
   } else {
     outlet.ShowBox(words.substr(0, words.find_last_not_of('\n') + 1));

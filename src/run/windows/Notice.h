@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "run/Invocation.h"
+
 namespace mv {
 
 /// Where a program without a console can put words that no log and no window of its own can tell.
@@ -21,8 +23,8 @@ class SystemNoticeOutlet : public NoticeOutlet {
   void WriteToStandardError(const std::string& text) override;
 };
 
-/// Tells the user `words`, if there are any: in a box when the program was started with `commandLine` to open its
+/// Tells the user `words`, if there are any: in a box when the program was started with `invocation` to open its
 /// window, on standard error alone when it was to run silently.
-void TellUser(const std::string& words, const std::string& commandLine, NoticeOutlet& outlet);
+void TellUser(const std::string& words, const Invocation& invocation, NoticeOutlet& outlet);
 
 }  // namespace mv

@@ -17,7 +17,7 @@ class RecordingOutlet : public NoticeOutlet {
 
 std::vector<std::string> Told(const std::string& words, const std::string& commandLine) {
   RecordingOutlet outlet;
-  TellUser(words, commandLine, outlet);
+  TellUser(words, ParseInvocation(commandLine), outlet);
   return outlet.calls;
 }
 

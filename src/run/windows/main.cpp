@@ -11,13 +11,13 @@
 
 /// The command line in the arguments went through the ANSI code page; the system has it as it was typed.
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
-  const std::string commandLine = mv::platform::CommandLine(0, nullptr);
+  const mv::Invocation invocation = mv::ParseInvocation(mv::platform::CommandLine(0, nullptr));
   std::optional<mv::platform::NoSystemBoxes> quiet;
-  if (mv::SilentModeOf(commandLine)) quiet.emplace();
+  if (invocation.silentMode) quiet.emplace();
   // There is no standard error yet; what a start has to say comes with its end.
   std::ostringstream words;
-  const int status = mv::RunProgram(commandLine, words);
+  const int status = mv::RunProgram(invocation, words);
   mv::SystemNoticeOutlet outlet;
-  mv::TellUser(words.str(), commandLine, outlet);
+  mv::TellUser(words.str(), invocation, outlet);
   return status;
 }

@@ -1,4 +1,4 @@
-#include "run/LogTexts.h"
+#include "run/RunTexts.h"
 
 #include "base/NumberText.h"
 #include "base/Utf.h"
@@ -131,3 +131,60 @@ std::string InteractiveStoppedAt(const std::string& now) {
 }
 
 }  // namespace mv::log_texts
+
+namespace mv::window_texts {
+
+std::string Retrieving(const std::string& table) {
+  return "Retrieving Table " + table + " from Device";
+}
+
+std::string NotRetrieved(const std::string& table) {
+  return "Unable to Retrieve Table " + table + " from Device - SYNC FAILED";
+}
+
+std::string Reading(const std::string& table) {
+  return "Reading source " + table + " table";
+}
+
+std::string Synchronizing(const std::string& table) {
+  return "Synchronizing " + table + "...";
+}
+
+std::string Completed(const std::string& table) {
+  return "Synchronization of Table " + table + " Complete";
+}
+
+std::string NotReturned(const std::string& table) {
+  return "Unable to Return Updated Table " + table + " to Device";
+}
+
+std::string EndedAt(const std::string& now) {
+  return "Synchronization Ended - " + now;
+}
+
+std::string Began(const std::string& now) {
+  return "Synchronization Began: " + now;
+}
+
+std::string NotRetrievedLine(const std::string& table, std::int32_t code) {
+  return "Unable to retrieve table [" + table + "] from device. Function returned code: " + TextOfInteger(code) +
+         " - Not Avail/In-Use";
+}
+
+std::string Successful(const std::string& table, const std::string& modeResultText) {
+  return "SUCCESSFUL [" + table + "] " + modeResultText;
+}
+
+std::string EndedWithErrors(const std::string& now) {
+  return "Synchronization Ended with Errors: " + now;
+}
+
+std::string NotSupported(const std::string& table) {
+  return "Table name: " + table + " is not supported.";
+}
+
+std::string NotReturnedMessage(const std::string& table, std::int32_t code) {
+  return NotReturned(table) + ". Function returned code: " + TextOfInteger(code);
+}
+
+}  // namespace mv::window_texts

@@ -55,3 +55,27 @@ std::string StoppedAt(const std::string& now);
 std::string InteractiveStoppedAt(const std::string& now);
 
 }  // namespace mv::log_texts
+
+/// What the window shows of a run: its status bar, its list, its boxes about a table.
+namespace mv::window_texts {
+
+inline constexpr const char* kConnecting = "Initializing Communications";
+inline constexpr const char* kTransferring = "Transferring Data Back to Device";
+/// Of the status bar.
+std::string Retrieving(const std::string& table);
+std::string NotRetrieved(const std::string& table);
+std::string Reading(const std::string& table);
+std::string Synchronizing(const std::string& table);
+std::string Completed(const std::string& table);
+std::string NotReturned(const std::string& table);
+std::string EndedAt(const std::string& now);
+/// Of the list.
+std::string Began(const std::string& now);
+std::string NotRetrievedLine(const std::string& table, std::int32_t code);
+std::string Successful(const std::string& table, const std::string& modeResultText);
+std::string EndedWithErrors(const std::string& now);
+/// Of boxes.
+std::string NotSupported(const std::string& table);
+std::string NotReturnedMessage(const std::string& table, std::int32_t code);
+
+}  // namespace mv::window_texts

@@ -1,4 +1,4 @@
-#include "run/LogTexts.h"
+#include "run/RunTexts.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,29 @@
+#include "run/Invocation.h"
+
+#include <sstream>
+
+#include "base/Text.h"
+
+namespace mv {
+namespace {
+
+std::optional<RunMode> SilentModeOf(const std::string& commandLine) {
+  const std::string wanted = AsciiUpper(Trim(commandLine));
+  if (wanted == "-MODE0") return RunMode::Synchronize;
+  if (wanted == "-MODE1") return RunMode::OverwritePda;
+  if (wanted == "-MODE2") return RunMode::OverwritePc;
+  return std::nullopt;
+}
+
+}  // namespace
+
+Invocation ParseInvocation(const std::string& commandLine) {
+  Invocation invocation;
+  invocation.silentMode = SilentModeOf(commandLine);
+  if (invocation.silentMode) return invocation;
+  std::istringstream words(commandLine);
+  for (std::string word; words >> word;) invocation.unknownWords.push_back(word);
+  return invocation;
+}
+
+}  // namespace mv

@@ -1,0 +1,28 @@
+#include "run/Invocation.h"
+
+#include <gtest/gtest.h>
+
+namespace mv {
+namespace {
+
+using Words = std::vector<std::string>;
+
+TEST(InvocationTest, TheSwitchesSelectAModeInAnyCaseAndWithBlanksAround) {
+  EXPECT_EQ(ParseInvocation("-MODE0").silentMode, RunMode::Synchronize);
+  EXPECT_EQ(ParseInvocation("-mode1").silentMode, RunMode::OverwritePda);
+  EXPECT_EQ(ParseInvocation("  -Mode2 ").silentMode, RunMode::OverwritePc);
+  EXPECT_EQ(ParseInvocation("-Mode2").unknownWords, Words());
+}
+
+TEST(InvocationTest, AnythingElseIsNoSwitchAndItsWordsAreKnown) {
+  EXPECT_EQ(ParseInvocation("").unknownWords, Words());
+  EXPECT_EQ(ParseInvocation("-Mode3").unknownWords, Words{"-Mode3"});
+  EXPECT_EQ(ParseInvocation(" -Mode1  now ").unknownWords, (Words{"-Mode1", "now"}));
+  for (const char* text : {"", " ", "-Mode3", "-Mode", "-Mode1 now", "/Mode1", "Mode1", "-Mode11", "-Mode01", "-Mode 1",
+                           "\t-Mode1", "-Mode0 -Mode1"}) {
+    EXPECT_EQ(ParseInvocation(text).silentMode, std::nullopt) << text;
+  }
+}
+
+}  // namespace
+}  // namespace mv
