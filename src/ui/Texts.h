@@ -5,7 +5,8 @@
 #include "base/Error.h"
 
 /// Every text that the windows show, word for word: captions, tips, titles and messages, blanks and misspellings
-/// included. A keyboard mark ("&") is the view's business. Message boxes separate their lines by bare carriage returns.
+/// included. Keyboard marks ("&") are in the layouts, not here. Message boxes separate their lines by bare carriage
+/// returns.
 namespace mv::texts {
 
 // The main window.

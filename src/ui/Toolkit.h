@@ -12,7 +12,7 @@ class frmMain;
 class Toolkit {
  public:
   virtual ~Toolkit() = default;
-  /// The window, not shown yet: its commands enabled but for Start. `form` must outlive it.
+  /// The window, not shown yet: enabled is what the layout says, and every toolbar button. `form` must outlive it.
   virtual std::unique_ptr<frmMainView> MakeMainView(frmMain& form) = 0;
 };
 

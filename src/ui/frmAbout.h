@@ -20,7 +20,7 @@ class frmAbout {
   explicit frmAbout(const std::string& version) : version_(version) {}
 
   void Form_Load(frmAboutView& view) const;
-  /// The box's one button.
+  /// The box's one button, the default one; Esc and the close box press it too.
   void cmdOp_Click(frmAboutView& view) const;
 
  private:

@@ -24,8 +24,8 @@ struct FileQuestion {
   friend bool operator==(const FileQuestion&, const FileQuestion&) = default;
 };
 
-/// The settings dialog as its toolkit shows it. Rows of paths: 0 the desktop database, 1 the handheld's folder, 2 the
-/// sync log. Browse buttons: 0 for the database, 1 for the log.
+/// The settings dialog as its toolkit shows it, with the controls of ConfigLayout.h. Rows of paths: 0 the desktop
+/// database, 1 the handheld's folder, 2 the sync log. Browse buttons: 0 for the database, 1 for the log.
 class frmConfigView {
  public:
   static constexpr std::size_t kModes = 3;

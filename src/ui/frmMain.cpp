@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "base/Error.h"
+#include "ui/MainWindowLayout.h"
 #include "ui/Texts.h"
 #include "ui/frmAbout.h"
 #include "ui/frmConfig.h"
@@ -10,10 +11,9 @@
 namespace mv {
 namespace {
 
-using Menu = frmMainView::Menu;
-using Panel = frmMainView::Panel;
-
-constexpr int kCommandButtons[] = {frmMainView::kSyncButton, frmMainView::kSettingsButton, frmMainView::kLogButton};
+using layout::Command;
+using layout::Menu;
+using layout::Panel;
 
 }  // namespace
 
@@ -50,13 +50,17 @@ void frmMain::DisableCommands() {
 
 void frmMain::EnableStart(bool enabled) {
   if (!Open()) return;
-  view_->EnableButton(frmMainView::kSyncButton, enabled);
-  view_->EnableMenu(Menu::SyncStart, enabled);
+  for (const layout::ToolButton& button : layout::kToolBar) {
+    if (button.command == Command::Start) view_->EnableButton(button.index, enabled);
+  }
+  view_->EnableMenuItem(Command::Start, enabled);
 }
 
 void frmMain::EnableCommands(bool enabled) {
   if (!Open()) return;
-  for (const int button : kCommandButtons) view_->EnableButton(button, enabled);
+  for (const layout::ToolButton& button : layout::kToolBar) {
+    if (button.command) view_->EnableButton(button.index, enabled);
+  }
   view_->EnableMenu(Menu::Sync, enabled);
   view_->EnableMenu(Menu::View, enabled);
 }
@@ -154,9 +158,23 @@ void frmMain::mnuAbout_Click() {
 }
 
 void frmMain::tb_ButtonClick(int index) {
-  if (index == frmMainView::kSyncButton) mnuSyncStart_Click();
-  if (index == frmMainView::kSettingsButton) mnuViewSettings_Click();
-  if (index == frmMainView::kLogButton) mnuViewLog_Click();
+  const std::optional<Command> command = layout::CommandOfButton(index);
+  if (command) Perform(*command);
+}
+
+void frmMain::Perform(Command command) {
+  switch (command) {
+    case Command::Start:
+      return mnuSyncStart_Click();
+    case Command::Exit:
+      return mnuSyncExit_Click();
+    case Command::Settings:
+      return mnuViewSettings_Click();
+    case Command::Log:
+      return mnuViewLog_Click();
+    case Command::About:
+      return mnuAbout_Click();
+  }
 }
 
 bool frmMain::LogIsReadable() const {

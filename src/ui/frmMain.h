@@ -77,6 +77,8 @@ class frmMain : public MainWindow, public UserInterface {
   void mnuViewLog_Click();
   void mnuAbout_Click();
   void tb_ButtonClick(int index);
+  /// Calls the handler of the command's menu entry.
+  void Perform(frmMainView::Command command);
 
  private:
   /// True while there is a window that can show something.

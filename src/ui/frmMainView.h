@@ -10,21 +10,21 @@ namespace mv {
 class frmAbout;
 class frmConfig;
 
-/// The main window as its toolkit shows it. It calls the handlers of frmMain for what the user does, each only from its
-/// message loop: in ProcessMessages, RunUntilClosed or a modal window.
+/// The main window as its toolkit shows it: menu bar, toolbar and status bar as in MainWindowLayout.h, a band with mode
+/// picture and spinner, the progress list. The list has the focus at first; Tab leads to the toolbar and back. It calls
+/// the handlers of frmMain for what the user does, each only from its message loop: in ProcessMessages, RunUntilClosed
+/// or a modal window.
 ///
 /// After Unload, or when the system took the window away, every call does nothing; a view is destroyed with its
 /// frmMain, not with its window.
 class frmMainView {
  public:
-  /// The toolbar's buttons by index; 2 is a separator.
-  static constexpr int kSyncButton = 1;
-  static constexpr int kSettingsButton = 3;
-  static constexpr int kLogButton = 4;
   static constexpr int kSpinnerFrames = 4;
 
   enum class Panel { Status, Mode };
-  enum class Menu { Sync, SyncStart, View };
+  enum class Menu { Sync, View };
+  /// What the menus and the toolbar offer.
+  enum class Command { Start, Exit, Settings, Log, About };
 
   virtual ~frmMainView() = default;
 
@@ -43,8 +43,11 @@ class frmMainView {
   virtual void AddProgressItem(const std::string& text) = 0;
   /// `frame`: 0 to kSpinnerFrames - 1.
   virtual void ShowSpinnerFrame(int frame) = 0;
+  /// `index`: a layout::ToolButton's.
   virtual void EnableButton(int index, bool enabled) = 0;
   virtual void EnableMenu(Menu menu, bool enabled) = 0;
+  /// The command's menu entry.
+  virtual void EnableMenuItem(Command command, bool enabled) = 0;
   virtual void SetHourglass(bool on) = 0;
 
   virtual MessageAnswer ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,

@@ -213,6 +213,24 @@ TEST_F(frmMainTest, EachToolbarButtonRunsItsOwnCommand) {
   EXPECT_EQ(shell_.opened, Calls{"C:\\Cars\\SyncLog.txt"});
 }
 
+TEST_F(frmMainTest, EachCommandRunsItsMenuEntry) {
+  using Command = frmMainView::Command;
+  files_.Put("C:\\Cars\\SyncLog.txt", {});
+  int runs = 0;
+  startRun_ = [&] { ++runs; };
+  Open();
+  form_.Perform(Command::Start);
+  EXPECT_EQ(runs, 1);
+  form_.Perform(Command::Settings);
+  EXPECT_EQ(toolkit_.calls, Calls{"settings"});
+  form_.Perform(Command::Log);
+  EXPECT_EQ(shell_.opened, Calls{"C:\\Cars\\SyncLog.txt"});
+  form_.Perform(Command::About);
+  EXPECT_EQ(toolkit_.calls, (Calls{"settings", "about"}));
+  form_.Perform(Command::Exit);
+  EXPECT_TRUE(form_.Closed());
+}
+
 TEST_F(frmMainTest, ARunIsNotStartedInsideARun) {
   int runs = 0;
   startRun_ = [&] {

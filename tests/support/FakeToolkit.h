@@ -112,8 +112,11 @@ class FakeToolkit : public Toolkit {
     void ShowSpinnerFrame(int frame) override { Note("spinner " + std::to_string(frame)); }
     void EnableButton(int index, bool enabled) override { Note(Verb(enabled) + "button " + std::to_string(index)); }
     void EnableMenu(Menu menu, bool enabled) override {
-      const char* names[] = {"mnuSync", "mnuSyncStart", "mnuView"};
-      Note(Verb(enabled) + names[static_cast<std::size_t>(menu)]);
+      Note(Verb(enabled) + (menu == Menu::Sync ? "mnuSync" : "mnuView"));
+    }
+    void EnableMenuItem(Command command, bool enabled) override {
+      const char* names[] = {"mnuSyncStart", "mnuSyncExit", "mnuViewSettings", "mnuViewLog", "mnuAbout"};
+      Note(Verb(enabled) + names[static_cast<std::size_t>(command)]);
     }
     void SetHourglass(bool on) override { Note(on ? "hourglass" : "pointer"); }
     MessageAnswer ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/windows/Wide.h"
+#include "ui/Caption.h"
 #include "ui/Texts.h"
 #include "ui/win32/Controls.h"
 #include "ui/win32/PictureIds.h"
@@ -26,8 +27,7 @@ void AboutView::MakeControls() {
   picture_ = std::make_unique<PictureControl>(Window(), kImage1, kPictureSize, COLOR_BTNFACE);
   picture_->Show(PICTURE_PROGRAM);
   MakeChild(Window(), WC_STATICW, L"", SS_NOPREFIX, kLblVer);
-  // Both ways of closing a dialog are the box's one button.
-  MakeChild(Window(), WC_BUTTONW, Marked(texts::kOk), WS_TABSTOP | BS_DEFPUSHBUTTON, IDOK);
+  MakeChild(Window(), WC_BUTTONW, platform::Wide(Marked({texts::kOk})), WS_TABSTOP | BS_DEFPUSHBUTTON, IDOK);
 }
 
 SIZE AboutView::PlaceControls(const Dpi& dpi) {

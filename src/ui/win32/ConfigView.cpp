@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "platform/windows/Wide.h"
+#include "ui/Caption.h"
 #include "ui/Texts.h"
 #include "ui/win32/FileDialog.h"
 #include "ui/win32/PictureIds.h"
@@ -12,27 +13,20 @@
 namespace mv::win32 {
 namespace {
 
+using layout::ControlKind;
 using platform::Wide;
 
 /// Numbers of the controls; those of an array follow each other.
 enum Id : int {
-  kSSFrame2 = 101,
-  kSSFrame1,
-  kSspSyncIcon,
+  kFrame = 101,
+  kSspSyncIcon = 104,
   kLabel1,
-  kChkWriteLog,
-  kChkHistory,
-  kChkAutoStart,
+  kCheckBox,
   kLabel2 = 110,
   kTxtPaths = 120,
   kCmdBrowse = 130,
   kOptSync = 140,
 };
-
-constexpr char kPathMarks[] = {'D', 'M', 'y'};
-constexpr char kModeMarks[] = {'S', 'P', 'A'};
-constexpr std::size_t kPaths = 3;
-constexpr std::size_t kLogPath = 2;
 
 // Sizes in units of 1/96 inch.
 constexpr int kMargin = 12;
@@ -49,33 +43,40 @@ int IdAt(int first, std::size_t index) {
   return first + static_cast<int>(index);
 }
 
-/// The path row that a browse button belongs to.
-std::size_t RowOfButton(std::size_t button) {
-  return button == 0 ? 0 : kLogPath;
-}
-
-int IdOf(frmConfigView::CheckBox box) {
-  switch (box) {
-    case frmConfigView::CheckBox::WriteLog:
-      return kChkWriteLog;
-    case frmConfigView::CheckBox::History:
-      return kChkHistory;
+int FirstId(ControlKind kind) {
+  switch (kind) {
+    case ControlKind::Label:
+      return kLabel2;
+    case ControlKind::Path:
+      return kTxtPaths;
+    case ControlKind::Browse:
+      return kCmdBrowse;
+    case ControlKind::Box:
+      return kCheckBox;
+    case ControlKind::ModePicture:
+      return kSspSyncIcon;
+    case ControlKind::Mode:
+      return kOptSync;
+    case ControlKind::Help:
+      return kLabel1;
+    case ControlKind::Ok:
+      return IDOK;
     default:
-      return kChkAutoStart;
+      return IDCANCEL;
   }
 }
 
-int IdOf(frmConfigView::LogControl control) {
-  switch (control) {
-    case frmConfigView::LogControl::Label:
-      return IdAt(kLabel2, kLogPath);
-    case frmConfigView::LogControl::Path:
-      return IdAt(kTxtPaths, kLogPath);
-    case frmConfigView::LogControl::History:
-      return kChkHistory;
-    default:
-      return IdAt(kCmdBrowse, 1);
-  }
+int IdOf(layout::ControlId control) {
+  return IdAt(FirstId(control.kind), control.index);
+}
+
+int IdOf(layout::CheckBox box) {
+  return IdOf(layout::IdOf(box));
+}
+
+/// The arrow keys' group of the modes ends where another one begins.
+DWORD EndOfModes(layout::ControlId control) {
+  return control == layout::IdOf(layout::CheckBox::AutoStart) ? WS_GROUP : 0;
 }
 
 LONG TextHeight(HFONT font) {
@@ -133,7 +134,7 @@ bool ConfigView::Ticked(CheckBox box) const {
 }
 
 void ConfigView::Enable(LogControl control, bool enabled) {
-  ::EnableWindow(Control(IdOf(control)), enabled);
+  ::EnableWindow(Control(IdOf(layout::IdOf(control))), enabled);
 }
 
 void ConfigView::ShowBrowsePicture(std::size_t index, BrowsePicture picture) {
@@ -148,41 +149,59 @@ std::optional<std::string> ConfigView::AskFile(const FileQuestion& question) {
   return win32::AskFile(Window(), question);
 }
 
-// In the order of the Tab key. A keyboard mark in a label leads to the control behind it.
+// A keyboard mark in a label leads to the control made behind it.
 void ConfigView::MakeControls() {
   tips_ = std::make_unique<ToolTips>(Window());
-  MakeChild(Window(), WC_BUTTONW, Marked(texts::kLocations), BS_GROUPBOX, kSSFrame2);
-  for (std::size_t i = 0; i < kPaths; ++i) MakePathRow(i);
-  constexpr DWORD kCheckBox = WS_TABSTOP | BS_AUTOCHECKBOX;
-  MakeChild(Window(), WC_BUTTONW, Marked(texts::kWriteLog, 'L'), kCheckBox, kChkWriteLog);
-  MakeChild(Window(), WC_BUTTONW, Marked(texts::kHistory, 'H'), kCheckBox, kChkHistory);
-  MakeChild(Window(), WC_BUTTONW, Marked(texts::kProcessOptions), BS_GROUPBOX, kSSFrame1);
-  modePicture_ = std::make_unique<PictureControl>(Window(), kSspSyncIcon, kPictureSize, COLOR_WINDOW, WS_EX_STATICEDGE);
-  for (std::size_t i = 0; i < kModes; ++i) {
-    const DWORD group = i == 0 ? WS_GROUP | WS_TABSTOP : 0;
-    MakeChild(Window(), WC_BUTTONW, Marked(texts::kModes[i], kModeMarks[i]), group | BS_AUTORADIOBUTTON,
-              IdAt(kOptSync, i));
-  }
-  MakeChild(Window(), WC_BUTTONW, Marked(texts::kAutoStart, 'R'), WS_GROUP | kCheckBox, kChkAutoStart);
-  MakeChild(Window(), WC_STATICW, Wide(texts::kConfigHelp), SS_NOPREFIX, kLabel1);
-  MakeChild(Window(), WC_BUTTONW, Marked(texts::kOk), WS_TABSTOP | BS_DEFPUSHBUTTON, IDOK);
-  MakeChild(Window(), WC_BUTTONW, Marked(texts::kCancel), WS_TABSTOP | BS_PUSHBUTTON, IDCANCEL);
-}
-
-void ConfigView::MakePathRow(std::size_t index) {
-  MakeChild(Window(), WC_STATICW, Marked(texts::kPathLabels[index], kPathMarks[index]), SS_LEFT, IdAt(kLabel2, index));
-  MakeChild(Window(), WC_EDITW, L"", WS_TABSTOP | ES_AUTOHSCROLL, IdAt(kTxtPaths, index), WS_EX_CLIENTEDGE);
-  for (std::size_t button = 0; button < kBrowseButtons; ++button) {
-    if (RowOfButton(button) == index) MakeBrowseButton(button);
+  int frame = kFrame;
+  for (const layout::ConfigSection& section : layout::kConfigSections) {
+    if (section.frame) {
+      MakeChild(Window(), WC_BUTTONW, Wide(Marked({section.frame})), BS_GROUPBOX, frame++);
+    }
+    for (const layout::ConfigControl& control : section.controls) MakeControl(control);
   }
 }
 
-void ConfigView::MakeBrowseButton(std::size_t index) {
-  // The button shows its picture only; its text is what a screen reader says.
-  const HWND button = MakeChild(Window(), WC_BUTTONW, Marked(texts::kBrowseTips[index]),
-                                WS_TABSTOP | BS_PUSHBUTTON | BS_ICON, IdAt(kCmdBrowse, index));
-  tips_->Add(button, texts::kBrowseTips[index]);
-  ::SetWindowSubclass(button, BrowseProcedure, index, reinterpret_cast<DWORD_PTR>(this));
+void ConfigView::MakeControl(const layout::ConfigControl& control) {
+  const int id = IdOf(control.id);
+  const std::wstring text = Wide(Marked(control.caption));
+  switch (control.id.kind) {
+    case ControlKind::Label:
+      MakeChild(Window(), WC_STATICW, text, SS_LEFT, id);
+      return;
+    case ControlKind::Path:
+      MakeChild(Window(), WC_EDITW, L"", WS_TABSTOP | ES_AUTOHSCROLL, id, WS_EX_CLIENTEDGE);
+      return;
+    case ControlKind::Browse:
+      MakeBrowseButton(control);
+      return;
+    case ControlKind::Box:
+      MakeChild(Window(), WC_BUTTONW, text, WS_TABSTOP | BS_AUTOCHECKBOX | EndOfModes(control.id), id);
+      return;
+    case ControlKind::ModePicture:
+      modePicture_ = std::make_unique<PictureControl>(Window(), id, kPictureSize, COLOR_WINDOW, WS_EX_STATICEDGE);
+      return;
+    case ControlKind::Mode:
+      MakeChild(Window(), WC_BUTTONW, text, BS_AUTORADIOBUTTON | (control.id.index == 0 ? WS_GROUP | WS_TABSTOP : 0),
+                id);
+      return;
+    case ControlKind::Help:
+      MakeChild(Window(), WC_STATICW, Wide(control.caption.text), SS_NOPREFIX, id);
+      return;
+    case ControlKind::Ok:
+      MakeChild(Window(), WC_BUTTONW, text, WS_TABSTOP | BS_DEFPUSHBUTTON, id);
+      return;
+    case ControlKind::Cancel:
+      MakeChild(Window(), WC_BUTTONW, text, WS_TABSTOP | BS_PUSHBUTTON, id);
+      return;
+  }
+}
+
+void ConfigView::MakeBrowseButton(const layout::ConfigControl& control) {
+  // A button with a picture does not show its text.
+  const HWND button = MakeChild(Window(), WC_BUTTONW, Wide(Marked(control.caption)),
+                                WS_TABSTOP | BS_PUSHBUTTON | BS_ICON, IdOf(control.id));
+  tips_->Add(button, control.caption.text);
+  ::SetWindowSubclass(button, BrowseProcedure, control.id.index, reinterpret_cast<DWORD_PTR>(this));
 }
 
 /// Tells when a browse button goes down and up, by mouse or by the space bar. A button that loses the mouse, because
@@ -214,7 +233,7 @@ LRESULT CALLBACK ConfigView::BrowseProcedure(HWND button, UINT message, WPARAM w
 
 SIZE ConfigView::PlaceControls(const Dpi& dpi) {
   modePicture_->Rescale();
-  for (std::size_t i = 0; i < kBrowseButtons; ++i) ShowBrowsePicture(i, BrowsePicture::Released);
+  for (std::size_t i = 0; i < layout::kBrowseButtons; ++i) ShowBrowsePicture(i, BrowsePicture::Released);
   const LONG margin = dpi.Scale(kMargin);
   const LONG width = Width(dpi);
   LONG top = PlaceLocations(dpi, margin, width);
@@ -244,18 +263,19 @@ LONG ConfigView::PlaceLocations(const Dpi& dpi, LONG top, LONG width) {
   const LONG gap = dpi.Scale(kGap);
   const LONG field = FieldHeight(MessageFont(), dpi);
   LONG row = top + TextHeight(MessageFont()) + gap;
-  for (std::size_t i = 0; i < kPaths; ++i) {
+  for (std::size_t i = 0; i < layout::kPathRows; ++i) {
     PlacePathRow(dpi, i, row, width);
     row += field + gap;
   }
   LONG left = 2 * margin + LabelWidth() + gap;
-  for (const int box : {kChkWriteLog, kChkHistory}) {
-    const LONG right = left + TextSize(MessageFont(), Wide(TextOf(Control(box)))).cx + dpi.Scale(kTickWidth);
-    Place(Control(box), {left, row, right, row + field});
+  for (const CheckBox box : {CheckBox::WriteLog, CheckBox::History}) {
+    const HWND control = Control(IdOf(box));
+    const LONG right = left + TextSize(MessageFont(), Wide(TextOf(control))).cx + dpi.Scale(kTickWidth);
+    Place(control, {left, row, right, row + field});
     left = right + 2 * margin;
   }
   const LONG bottom = row + field + gap;
-  Place(Control(kSSFrame2), {margin, top, width - margin, bottom});
+  Place(Control(kFrame), {margin, top, width - margin, bottom});
   return bottom;
 }
 
@@ -271,8 +291,8 @@ void ConfigView::PlacePathRow(const Dpi& dpi, std::size_t index, LONG top, LONG 
   Place(edit, {left, editTop, right, editTop + editHeight});
   const LONG textTop = editTop + TextInset(edit);
   Place(Control(IdAt(kLabel2, index)), {2 * margin, textTop, left - gap, textTop + TextHeight(MessageFont())});
-  for (std::size_t button = 0; button < kBrowseButtons; ++button) {
-    if (RowOfButton(button) != index) continue;
+  for (std::size_t button = 0; button < layout::kBrowseButtons; ++button) {
+    if (layout::RowOfBrowse(button) != index) continue;
     Place(Control(IdAt(kCmdBrowse, button)), {right + gap, top, right + gap + field, top + field});
   }
 }
@@ -292,7 +312,7 @@ LONG ConfigView::PlaceOptions(const Dpi& dpi, LONG top, LONG width) {
     row += rowHeight;
   }
   const LONG bottom = first + tall + margin;
-  Place(Control(kSSFrame1), {margin, top, width - margin, bottom});
+  Place(Control(IdAt(kFrame, 1)), {margin, top, width - margin, bottom});
   return bottom;
 }
 
@@ -301,7 +321,7 @@ LONG ConfigView::PlaceBottom(const Dpi& dpi, LONG top, LONG width) {
   const LONG gap = dpi.Scale(kGap);
   const LONG button = dpi.Scale(kButtonWidth);
   const LONG autoStart = TextHeight(MessageFont()) + dpi.Scale(8);
-  Place(Control(kChkAutoStart), {margin, top, width - margin, top + autoStart});
+  Place(Control(IdOf(CheckBox::AutoStart)), {margin, top, width - margin, top + autoStart});
   const LONG helpTop = top + autoStart + gap;
   const LONG helpBottom = helpTop + WrappedHeight(MessageFont(), Wide(texts::kConfigHelp), width - 2 * margin);
   Place(Control(kLabel1), {margin, helpTop, width - margin, helpBottom});
@@ -318,9 +338,11 @@ void ConfigView::Command(int id, int code) {
   const auto indexIn = [id](int first, std::size_t count) { return id >= first && id < IdAt(first, count); };
   if (id == IDOK) form_.cmdOK_Click(*this);
   if (id == IDCANCEL) form_.cmdCancel_Click(*this);
-  if (id == kChkWriteLog) form_.chkWriteLog_Click(*this);
+  if (id == IdOf(CheckBox::WriteLog)) form_.chkWriteLog_Click(*this);
   if (indexIn(kOptSync, kModes)) form_.optSync_Click(*this, static_cast<std::size_t>(id - kOptSync));
-  if (indexIn(kCmdBrowse, kBrowseButtons)) form_.cmdBrowse_Click(*this, static_cast<std::size_t>(id - kCmdBrowse));
+  if (indexIn(kCmdBrowse, layout::kBrowseButtons)) {
+    form_.cmdBrowse_Click(*this, static_cast<std::size_t>(id - kCmdBrowse));
+  }
 }
 
 }  // namespace mv::win32

@@ -3,6 +3,7 @@
 #include <array>
 #include <memory>
 
+#include "ui/ConfigLayout.h"
 #include "ui/frmConfig.h"
 #include "ui/win32/Controls.h"
 #include "ui/win32/ModalDialog.h"
@@ -31,13 +32,11 @@ class ConfigView : public frmConfigView, private ModalDialog {
   void Unload() override { Close(); }
 
  private:
-  static constexpr std::size_t kBrowseButtons = 2;
-
   static LRESULT CALLBACK BrowseProcedure(HWND button, UINT message, WPARAM wide, LPARAM large, UINT_PTR index,
                                           DWORD_PTR view);
   void MakeControls() override;
-  void MakePathRow(std::size_t index);
-  void MakeBrowseButton(std::size_t index);
+  void MakeControl(const layout::ConfigControl& control);
+  void MakeBrowseButton(const layout::ConfigControl& control);
   void Load() override { form_.Form_Load(*this); }
   SIZE PlaceControls(const Dpi& dpi) override;
   LONG PlaceLocations(const Dpi& dpi, LONG top, LONG width);
@@ -51,7 +50,7 @@ class ConfigView : public frmConfigView, private ModalDialog {
   frmConfig& form_;
   std::unique_ptr<PictureControl> modePicture_;
   std::unique_ptr<ToolTips> tips_;
-  std::array<Icon, kBrowseButtons> browsePictures_;
+  std::array<Icon, layout::kBrowseButtons> browsePictures_;
 };
 
 }  // namespace mv::win32

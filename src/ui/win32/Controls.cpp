@@ -30,20 +30,6 @@ void Send(HWND window, UINT message, TTTOOLINFOW& tool) {
 
 }  // namespace
 
-std::wstring Marked(const std::string& text, char mnemonic) {
-  std::wstring marked;
-  bool pending = mnemonic != 0;
-  for (const wchar_t c : Wide(text)) {
-    if (pending && c == static_cast<wchar_t>(mnemonic)) {
-      marked += L'&';
-      pending = false;
-    }
-    marked += c;
-    if (c == L'&') marked += c;
-  }
-  return marked;
-}
-
 HWND MakeChild(HWND parent, const wchar_t* className, const std::wstring& text, DWORD style, int id,
                DWORD extendedStyle) {
   return ::CreateWindowExW(extendedStyle, className, text.c_str(), style | WS_CHILD | WS_VISIBLE, 0, 0, 0, 0, parent,

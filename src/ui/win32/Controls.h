@@ -6,10 +6,6 @@
 
 namespace mv::win32 {
 
-/// A documented text as a control takes it: in UTF-16, every "&" doubled, and a keyboard mark before the first
-/// `mnemonic`. 0: no mark. The text without its marks is the documented one.
-std::wstring Marked(const std::string& text, char mnemonic = 0);
-
 /// A child window in no place yet. `text` goes to the window as it is.
 HWND MakeChild(HWND parent, const wchar_t* className, const std::wstring& text, DWORD style, int id,
                DWORD extendedStyle = 0);

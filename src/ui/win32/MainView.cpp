@@ -3,8 +3,11 @@
 #include <windowsx.h>
 
 #include <algorithm>
+#include <span>
+#include <vector>
 
 #include "platform/windows/Wide.h"
+#include "ui/MainWindowLayout.h"
 #include "ui/Texts.h"
 #include "ui/win32/AboutView.h"
 #include "ui/win32/ConfigView.h"
@@ -13,16 +16,14 @@
 namespace mv::win32 {
 namespace {
 
+using layout::Command;
 using platform::Wide;
 
 constexpr const wchar_t* kClass = L"MotorvaSyncWindow";
 
 enum Id : int {
-  kMnuSyncStart = 101,
-  kMnuSyncExit,
-  kMnuViewSettings,
-  kMnuViewLog,
-  kMnuAbout,
+  /// Followed by the menu entries' numbers, by command.
+  kMnu = 101,
   /// Followed by the toolbar buttons' numbers, by index.
   kTb = 120,
   kToolBar = 140,
@@ -36,9 +37,6 @@ enum Id : int {
 /// Sent to the window itself after it was activated: the handler shall not run within the activation.
 constexpr UINT kActivated = WM_APP;
 
-constexpr int kSyncMenu = 0;
-constexpr int kViewMenu = 1;
-
 // Sizes in units of 1/96 inch.
 constexpr SIZE kWindowSize = {600, 440};
 constexpr SIZE kSmallestSize = {420, 300};
@@ -50,27 +48,61 @@ constexpr int kColumnMargin = 16;
 
 constexpr int kTitlePercent = 145;
 
-HMENU MakePopup(std::initializer_list<std::pair<int, std::wstring>> items) {
+int IdOf(Command command) {
+  return kMnu + static_cast<int>(command);
+}
+
+int PictureOf(Command command) {
+  switch (command) {
+    case Command::Start:
+      return PICTURE_SYNC;
+    case Command::Settings:
+      return PICTURE_SETTINGS;
+    case Command::Log:
+      return PICTURE_LOG;
+    default:
+      return 0;
+  }
+}
+
+UINT StateOf(bool enabled) {
+  return enabled ? MF_ENABLED : MF_GRAYED;
+}
+
+void Append(HMENU menu, Command command, const Caption& caption, bool enabled) {
+  ::AppendMenuW(menu, MF_STRING | StateOf(enabled), static_cast<UINT_PTR>(IdOf(command)),
+                Wide(Marked(caption)).c_str());
+}
+
+HMENU MakePopup(std::span<const layout::MenuItem> items) {
   const HMENU popup = ::CreatePopupMenu();
-  for (const auto& [id, text] : items) {
-    ::AppendMenuW(popup, id == 0 ? MF_SEPARATOR : MF_STRING, static_cast<UINT_PTR>(id), text.c_str());
+  for (const layout::MenuItem& item : items) {
+    if (item.command) Append(popup, *item.command, item.caption, item.enabled);
+    if (!item.command) ::AppendMenuW(popup, MF_SEPARATOR, 0, nullptr);
   }
   return popup;
 }
 
 HMENU MakeMenu() {
-  const HMENU sync = MakePopup({{kMnuSyncStart, Marked(texts::kMenuSyncStart, 'S')},
-                                {0, L""},
-                                {kMnuSyncExit, Marked(texts::kMenuSyncExit, 'x')}});
-  const HMENU view = MakePopup({{kMnuViewSettings, Marked(texts::kMenuViewSettings, 'S')},
-                                {kMnuViewLog, Marked(texts::kMenuViewLog, 'L')},
-                                {0, L""}});
   const HMENU menu = ::CreateMenu();
-  ::AppendMenuW(menu, MF_POPUP, reinterpret_cast<UINT_PTR>(sync), Marked(texts::kMenuSync, 'S').c_str());
-  ::AppendMenuW(menu, MF_POPUP, reinterpret_cast<UINT_PTR>(view), Marked(texts::kMenuView, 'V').c_str());
-  ::AppendMenuW(menu, MF_STRING, kMnuAbout, Marked(texts::kMenuAbout, 'A').c_str());
-  ::EnableMenuItem(menu, kMnuSyncStart, MF_BYCOMMAND | MF_GRAYED);
+  for (const layout::MenuBarEntry& entry : layout::kMenuBar) {
+    if (entry.command) {
+      Append(menu, *entry.command, entry.caption, true);
+    } else {
+      ::AppendMenuW(menu, MF_POPUP, reinterpret_cast<UINT_PTR>(MakePopup(entry.items)),
+                    Wide(Marked(entry.caption)).c_str());
+    }
+  }
   return menu;
+}
+
+std::vector<ToolBar::Button> ToolButtons() {
+  std::vector<ToolBar::Button> buttons;
+  for (const layout::ToolButton& button : layout::kToolBar) {
+    const int id = button.command ? kTb + button.index : 0;
+    buttons.push_back({id, button.command ? PictureOf(*button.command) : 0, button.text, button.tip});
+  }
+  return buttons;
 }
 
 /// The program's icon in the size that two of the system's measures say. The window class has it until the process
@@ -169,7 +201,7 @@ void MainView::Dispatch(MSG& message) {
 
 void MainView::SetPanel(Panel panel, const std::string& text) {
   // A tab at the start of a text would centre it.
-  ::SendMessageW(status_, SB_SETTEXTW, panel == Panel::Status ? 0 : 1, reinterpret_cast<LPARAM>(Wide(text).c_str()));
+  ::SendMessageW(status_, SB_SETTEXTW, layout::PositionOf(panel), reinterpret_cast<LPARAM>(Wide(text).c_str()));
 }
 
 void MainView::ShowMode(std::int16_t mode, const std::string& tip) {
@@ -200,14 +232,12 @@ void MainView::EnableButton(int index, bool enabled) {
 }
 
 void MainView::EnableMenu(Menu menu, bool enabled) {
-  const UINT state = enabled ? MF_ENABLED : MF_GRAYED;
-  const HMENU bar = ::GetMenu(window_);
-  if (menu == Menu::SyncStart) {
-    ::EnableMenuItem(bar, kMnuSyncStart, MF_BYCOMMAND | state);
-  } else {
-    ::EnableMenuItem(bar, menu == Menu::Sync ? kSyncMenu : kViewMenu, MF_BYPOSITION | state);
-    ::DrawMenuBar(window_);
-  }
+  ::EnableMenuItem(::GetMenu(window_), static_cast<UINT>(layout::PositionOf(menu)), MF_BYPOSITION | StateOf(enabled));
+  ::DrawMenuBar(window_);
+}
+
+void MainView::EnableMenuItem(Command command, bool enabled) {
+  ::EnableMenuItem(::GetMenu(window_), static_cast<UINT>(IdOf(command)), MF_BYCOMMAND | StateOf(enabled));
 }
 
 void MainView::SetHourglass(bool on) {
@@ -258,7 +288,7 @@ LRESULT MainView::Handle(UINT message, WPARAM wide, LPARAM large) {
     case WM_COMMAND:
       // A control shall be done with its click before the command begins, in which the window may be closed.
       if (large != 0) ::PostMessageW(window_, WM_COMMAND, wide, 0);
-      if (large == 0) Command(LOWORD(wide));
+      if (large == 0) HandleCommand(LOWORD(wide));
       return 0;
     case WM_NOTIFY:
       return Notify(*reinterpret_cast<const NMHDR*>(large));
@@ -314,21 +344,9 @@ void MainView::EndWithSession() {
   ::PostMessageW(window_, WM_NULL, 0, 0);
 }
 
-void MainView::Command(int id) {
-  switch (id) {
-    case kMnuSyncStart:
-      return form_.mnuSyncStart_Click();
-    case kMnuSyncExit:
-      return form_.mnuSyncExit_Click();
-    case kMnuViewSettings:
-      return form_.mnuViewSettings_Click();
-    case kMnuViewLog:
-      return form_.mnuViewLog_Click();
-    case kMnuAbout:
-      return form_.mnuAbout_Click();
-    default:
-      if (id >= kTb && id <= kTb + kLogButton) form_.tb_ButtonClick(id - kTb);
-  }
+void MainView::HandleCommand(int id) {
+  if (id >= kMnu && id < kTb) form_.Perform(static_cast<layout::Command>(id - kMnu));
+  if (id >= kTb && id < kToolBar) form_.tb_ButtonClick(id - kTb);
 }
 
 LRESULT MainView::Notify(const NMHDR& header) {
@@ -344,16 +362,7 @@ bool MainView::ShowsHourglass(LPARAM hit) const {
 }
 
 void MainView::MakeControls() {
-  const auto button = [](int index, int picture, const char* text, const char* tip) {
-    return ToolBar::Button{kTb + index, picture, text, tip};
-  };
-  toolBar_ = std::make_unique<ToolBar>(
-      window_, kToolBar,
-      std::vector<ToolBar::Button>{
-          button(kSyncButton, PICTURE_SYNC, texts::kToolSync, texts::kToolSyncTip),
-          {},
-          button(kSettingsButton, PICTURE_SETTINGS, texts::kToolSettings, texts::kToolSettingsTip),
-          button(kLogButton, PICTURE_LOG, texts::kToolLog, texts::kToolLogTip)});
+  toolBar_ = std::make_unique<ToolBar>(window_, kToolBar, ToolButtons());
   modePicture_ = std::make_unique<PictureControl>(window_, kSspSyncIcon, kModeSize, COLOR_WINDOW, WS_EX_STATICEDGE);
   title_ =
       MakeChild(window_, WC_STATICW, Wide(texts::kMainTitle), SS_NOPREFIX | SS_ENDELLIPSIS | SS_CENTERIMAGE, kLabel1);
@@ -430,11 +439,11 @@ void MainView::PlaceStatusPanels(int width) {
   const int modeLeft = width - TextSize(font_.get(), Wide(texts::kModePanel)).cx - dpi.Scale(40);
   const int rightEdges[] = {modeLeft, -1};
   ::SendMessageW(status_, SB_SETPARTS, std::size(rightEdges), reinterpret_cast<LPARAM>(rightEdges));
-  RECT place;
-  ::SendMessageW(status_, SB_GETRECT, 0, reinterpret_cast<LPARAM>(&place));
-  tips_->AddPart(status_, 0, place, texts::kStatusPanel);
-  ::SendMessageW(status_, SB_GETRECT, 1, reinterpret_cast<LPARAM>(&place));
-  tips_->AddPart(status_, 1, place, texts::kModePanel);
+  for (std::size_t part = 0; part < std::size(layout::kStatusBar); ++part) {
+    RECT place;
+    ::SendMessageW(status_, SB_GETRECT, part, reinterpret_cast<LPARAM>(&place));
+    tips_->AddPart(status_, part, place, layout::kStatusBar[part].tip);
+  }
 }
 
 void MainView::KeepFocus() {

@@ -11,8 +11,8 @@
 
 namespace mv::win32 {
 
-/// The main window: menu, toolbar, a band with mode picture and spinner, the progress list and the status bar.
-/// Everything is placed in code for the scaling of the screen that the window is on, and drawn in the system's colours.
+/// The main window. Everything is placed in code for the scaling of the screen that the window is on, and drawn in the
+/// system's colours.
 ///
 /// The keyboard: menus by their marks, Tab between toolbar and list, arrow keys, Space and Enter in the toolbar.
 class MainView : public frmMainView {
@@ -34,6 +34,7 @@ class MainView : public frmMainView {
   void ShowSpinnerFrame(int frame) override;
   void EnableButton(int index, bool enabled) override;
   void EnableMenu(Menu menu, bool enabled) override;
+  void EnableMenuItem(Command command, bool enabled) override;
   void SetHourglass(bool on) override;
   MessageAnswer ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
                             MessageIcon icon) override;
@@ -44,7 +45,7 @@ class MainView : public frmMainView {
   static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wide, LPARAM large);
   LRESULT Handle(UINT message, WPARAM wide, LPARAM large);
   void EndWithSession();
-  void Command(int id);
+  void HandleCommand(int id);
   LRESULT Notify(const NMHDR& header);
   bool ShowsHourglass(LPARAM hit) const;
 
