@@ -11,8 +11,8 @@ TEST(CaptionTest, TheMarkStandsBeforeTheFirstSuchLetter) {
 }
 
 TEST(CaptionTest, TheMarkTellsCapitalsFromSmallLetters) {
-  EXPECT_EQ(Marked({"Exit Program", 'x'}), "E&xit Program");
-  EXPECT_EQ(Marked({"Exit Program", 'P'}), "Exit &Program");
+  EXPECT_EQ(Marked({"Stop Process", 'p'}), "Sto&p Process");
+  EXPECT_EQ(Marked({"Stop Process", 'P'}), "Stop &Process");
 }
 
 TEST(CaptionTest, WithoutAMarkTheTextIsAsItWas) {
