@@ -33,7 +33,7 @@ constexpr const char* kWriteIniTag = "IniFile::WriteIni";
 constexpr const char* kDeleteIniTag = "IniFile::DeleteIni";
 constexpr const char* kDeleteIniAllTag = "IniFile::DeleteIniAll";
 
-/// Readers of INI values have always had a buffer of 100 characters, the closing zero included.
+/// INI values are read into a buffer of 100 characters, the closing zero included.
 constexpr std::size_t kLongestIniValue = 99;
 
 constexpr const char* kDefaultTempPrefix = "nts";

@@ -37,7 +37,7 @@ Date DateFromWord(std::int32_t word) {
   return DateFromSeconds(kDateEpoch + static_cast<std::uint32_t>(word));
 }
 
-/// The 32 bits for a date. Those before 1904 have always been written as negative seconds, although they read back as
+/// The 32 bits for a date. Those before 1904 are written as negative seconds, although they read back as
 /// the unsigned count, a date up to 2040.
 std::int32_t WordFromDate(Date date) {
   const std::int64_t seconds = SecondsFromDate(date) - kDateEpoch;

@@ -108,8 +108,8 @@ class PDBDatabase {
   /// The first entry with that ID; when there is none, the iteration is at its end and the result empty.
   Bytes ReadNextById(std::int32_t id, std::int32_t& index, std::int32_t& uniqueID, std::int16_t& category,
                      std::int32_t& attributes);
-  /// The first modified or deleted entry behind the current one, the last entry excepted: both are how the shipped
-  /// program counts.
+  /// The first modified or deleted entry behind the current one. The search starts one entry further on and leaves the
+  /// last entry out: that is this call's contract, odd as it is.
   Bytes ReadNextModified(std::int32_t& index, std::int32_t& uniqueID, std::int16_t& category, std::int32_t& attributes);
 
   /// Removes the first entry with that ID; without one nothing changes but IterationIndex.

@@ -27,9 +27,9 @@ class PDBUtils {
   /// A header date, unsigned seconds since 1904-01-01 local time, as the nearest whole day (halves to even), without
   /// a time of day.
   static Date PalmLongToDate(std::int32_t v);
-  /// A header date for `d`. The shipped program takes the distance from 1904-01-01 for a date and writes that date's
-  /// day of the month, so every result lies between 86400 and 2678400. Handhelds never read these dates; files stay
-  /// comparable with those it wrote.
+  /// A header date for `d`. Takes the distance from 1904-01-01 for a date and writes that date's day of the month, so
+  /// every result lies between 86400 and 2678400. Handhelds never read these dates; the rule keeps files the same
+  /// byte for byte.
   static std::int32_t DateToPalmLong(Date d);
 
   /// The big-endian value of exactly four characters; 0 for a text of any other length. Error 6 when the first

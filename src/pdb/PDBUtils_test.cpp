@@ -67,7 +67,7 @@ TEST(PDBUtilsTest, PalmLongToDateTakesTheCountAsUnsigned) {
   EXPECT_EQ(PDBUtils::PalmLongToDate(2082844800), DayOf(1970, 1, 1));
 }
 
-TEST(PDBUtilsTest, DateToPalmLongWritesTheDayOfTheMonthOfTheDistanceAsTheShippedProgramDid) {
+TEST(PDBUtilsTest, DateToPalmLongWritesTheDayOfTheMonthOfTheDistance) {
   EXPECT_EQ(PDBUtils::DateToPalmLong(DayOf(1904, 1, 1)), 30 * 86400) << "a distance of 0 is 1899-12-30";
   EXPECT_EQ(PDBUtils::DateToPalmLong(DayOf(1904, 1, 2)), 31 * 86400);
   EXPECT_EQ(PDBUtils::DateToPalmLong(DayOf(1904, 1, 3)), 1 * 86400);

@@ -65,7 +65,7 @@ class FileSystem {
   virtual bool FileExists(const std::string& path) const = 0;
   virtual bool FolderExists(const std::string& path) const = 0;
   /// FileExists as this system's scripts are answered, where they have an object for it
-  /// (platform/windows/ScriptingFiles.h): the device copies have always asked that one.
+  /// (platform/windows/ScriptingFiles.h): the device copies ask that one, so that a script gets the same answer.
   virtual bool FileExistsForScripts(const std::string& path) const { return FileExists(path); }
   /// Names (not paths) of the files and folders in `folder`, in no order.
   virtual std::vector<std::string> List(const std::string& folder) const = 0;

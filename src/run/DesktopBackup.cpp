@@ -6,7 +6,7 @@
 #include "base/Date.h"
 #include "base/Error.h"
 #include "base/Text.h"
-#include "jet/file/PageFile.h"
+#include "jet/file/DatabaseFile.h"
 #include "platform/StagedWrite.h"
 #include "run/RunTexts.h"
 #include "run/TemplateCheck.h"
@@ -82,9 +82,7 @@ Backup MakeBackup(const RunContext& run, const std::string& database) {
 }
 
 void CopyDatabase(const RunContext& run, const std::string& database, Backup& backup) {
-  // The engine of the platform may hold the database by its lock file alone.
-  if (jet::PageFile::IsLockedByEngine(run.files, database)) throw StandardError(errors::kPermissionDenied);
-  const auto source = run.files.Open(database, Access::Read, Disposition::OpenExisting, Sharing::Read);
+  const auto source = jet::OpenDatabaseFile(run.files, database, jet::DatabaseAccess::Read);
   platform::CopyContent(*source, backup.file->Contents());
   backup.file->FinishNew();
 }

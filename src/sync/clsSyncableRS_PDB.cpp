@@ -130,7 +130,7 @@ void clsSyncableRS_PDB::LoadRecords() {
   if (count == 0) return;
   const std::size_t deletedField = records_->FieldIndex(kDeletedField);
   const std::size_t modifiedField = records_->FieldIndex(kModifiedField);
-  // The total count decides, not the record's: as shipped, a table moves the spinner at each record or never.
+  // The total count decides, not the record's: a table moves the spinner at each record or never.
   const bool reportsProgress = count % 8 == 0;
   for (std::int32_t i = 1; i <= count; ++i) {
     const std::int32_t attributes = ReadRecord(i);

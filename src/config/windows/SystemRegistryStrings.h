@@ -9,7 +9,7 @@ namespace mv {
 /// The registry of this machine. LocalMachine is HKEY_LOCAL_MACHINE.
 ///
 /// The value is of type REG_SZ, in the system's ANSI code page, and its length does not count a closing zero: that is
-/// how the entry has always been written, and its reader, the device-connection manager, was made for it.
+/// what the reader of the entry, the device-connection manager, was made for.
 class SystemRegistryStrings : public RegistryStrings {
  public:
   void WriteRegistryString(RegistryRoot root, const std::string& keyPath, const std::string& valueName,

@@ -1,12 +1,12 @@
 #include "jet/file/PageFile.h"
 #include "jet/file/CommitWholeFile.h"
+#include "jet/file/DatabaseFile.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 
 #include "base/Error.h"
-#include "base/Text.h"
 #include "jet/file/Header.h"
 #include "jet/file/JetErrors.h"
 
@@ -18,19 +18,8 @@ constexpr std::size_t kReadAhead = 16;
 /// Blocks for old contents that are kept from one statement to the next.
 constexpr std::size_t kSpareBlocks = 64;
 
-/// Where each user of the platform's engine holds one byte of the lock file, far behind its content.
-constexpr std::uint64_t kUserLocksFirst = 0x10000001;
-constexpr std::uint64_t kUserLocksCount = 0xFF;
-
 std::uint64_t FileOffset(PageNumber number) {
   return std::uint64_t{number} * kPageSize;
-}
-
-/// NAME.ldb for NAME.mdb, in the same folder.
-std::string LockFileName(const std::string& path) {
-  const std::size_t dot = path.rfind('.');
-  const bool hasExtension = dot != std::string::npos && dot >= FolderLength(path);
-  return path.substr(0, hasExtension ? dot : path.size()) + ".ldb";
 }
 
 void CheckLength(const std::string& path, platform::File& file) {
@@ -54,7 +43,6 @@ PageFile::PageFile(Key, platform::FileSystem& files, const std::string& path, Mo
 std::unique_ptr<PageFile> PageFile::Open(platform::FileSystem& files, const std::string& path, Mode mode) {
   auto pages = std::make_unique<PageFile>(Key(), files, path, mode);
   pages->file_ = pages->OpenFile();
-  pages->RefuseWhenLocked();
   CheckLength(path, *pages->file_);
   pages->fileCount_ = static_cast<PageNumber>(pages->file_->Size() / kPageSize);
   pages->entries_.resize(pages->fileCount_);
@@ -63,35 +51,16 @@ std::unique_ptr<PageFile> PageFile::Open(platform::FileSystem& files, const std:
 
 std::unique_ptr<PageFile> PageFile::Create(platform::FileSystem& files, const std::string& path) {
   auto pages = std::make_unique<PageFile>(Key(), files, path, Mode::ReadWrite);
-  if (files.FileExists(pages->realPath_)) {
-    pages->file_ = pages->OpenFile();
-    pages->RefuseWhenLocked();
-  }
+  if (files.FileExists(pages->realPath_)) pages->file_ = pages->OpenFile();
   return pages;
 }
 
 std::unique_ptr<platform::File> PageFile::OpenFile() const {
-  const bool writing = mode_ == Mode::ReadWrite;
   try {
-    return files_.Open(realPath_, writing ? platform::Access::ReadWrite : platform::Access::Read,
-                       platform::Disposition::OpenExisting,
-                       writing ? platform::Sharing::None : platform::Sharing::Read);
+    return OpenDatabaseFile(files_, realPath_, mode_ == Mode::ReadWrite ? DatabaseAccess::Write : DatabaseAccess::Read);
   } catch (const Error& error) {
-    if (error.Number() == errors::kFileNotFound || error.Number() == errors::kPathNotFound) {
-      throw FileNotFoundError(path_);
-    }
-    if (error.Number() == errors::kPermissionDenied) throw FileInUseError(path_);
-    if (error.Number() == errors::kPathFileAccess) throw NoPermissionError(path_);
-    throw;
+    throw JetErrorFor(error, path_);
   }
-}
-
-bool PageFile::IsLockedByEngine(const platform::FileSystem& files, const std::string& path) {
-  return files.IsRangeLocked(LockFileName(files.RealPath(path)), kUserLocksFirst, kUserLocksCount);
-}
-
-void PageFile::RefuseWhenLocked() const {
-  if (IsLockedByEngine(files_, path_)) throw FileInUseError(path_);
 }
 
 /// How many pages from `number` on to fetch together: one, or a run when the page before it is in memory, because

@@ -19,10 +19,8 @@ namespace mv::jet {
 /// trace. A statement begun inside another one joins it: only the outermost End or Rollback counts, and an inner
 /// Rollback leaves the outer one nothing but Rollback.
 ///
-/// The file is held with Sharing::None from opening to closing when opened for writing, with Sharing::Read for reading.
-/// The engine of the platform shows by byte locks on a lock file beside the database (NAME.ldb) that it has the
-/// database open; such locks make the file "in use". A lock file without locks was left behind by a crash and is no
-/// reason to refuse; none is ever created here, because exclusive openers have none.
+/// The file is held from opening to closing as OpenDatabaseFile does it; no lock file is ever created here, because
+/// exclusive openers have none.
 ///
 /// Costs: one block of 4 KiB for each page touched (see ShrinkTo), one more for each page that the statement under way
 /// has changed.
@@ -40,9 +38,6 @@ class PageFile {
   /// A new database of no pages that exists in memory only until Commit, which replaces what is at `path`. An existing
   /// file there is held from now on; FileInUseError when somebody else holds it.
   static std::unique_ptr<PageFile> Create(platform::FileSystem& files, const std::string& path);
-
-  /// True when the engine of the platform shows by its lock file that it has the database open.
-  static bool IsLockedByEngine(const platform::FileSystem& files, const std::string& path);
 
   /// Only Open and Create make one.
   class Key {
@@ -108,7 +103,6 @@ class PageFile {
   };
 
   std::unique_ptr<platform::File> OpenFile() const;
-  void RefuseWhenLocked() const;
   const Page& Load(PageNumber number) const;
   std::size_t RunLength(PageNumber number) const;
   Page& MakeWritable(PageNumber number);

@@ -2,8 +2,7 @@
 
 #include "base/Error.h"
 #include "check/DatabaseCheck.h"
-#include "jet/file/JetErrors.h"
-#include "jet/file/PageFile.h"
+#include "jet/file/DatabaseFile.h"
 #include "mvtool/commands/Command.h"
 #include "mvtool/files/ToolErrors.h"
 #include "mvtool/text/Json.h"
@@ -25,18 +24,12 @@ constexpr std::string_view kHelp =
 /// The whole file, kept from writers while it is read.
 Bytes ReadDatabase(platform::FileSystem& files, const std::string& path) {
   try {
-    const auto file = files.Open(files.RealPath(path), platform::Access::Read, platform::Disposition::OpenExisting,
-                                 platform::Sharing::Read);
-    if (jet::PageFile::IsLockedByEngine(files, path)) throw jet::FileInUseError(path);
+    const auto file = jet::OpenDatabaseFile(files, path, jet::DatabaseAccess::Read);
     Bytes content(static_cast<std::size_t>(file->Size()));
     content.resize(file->ReadAt(0, content));
     return content;
   } catch (const Error& error) {
-    if (error.Number() == errors::kFileNotFound || error.Number() == errors::kPathNotFound) {
-      throw jet::FileNotFoundError(path);
-    }
-    if (error.Number() == errors::kPermissionDenied) throw jet::FileInUseError(path);
-    throw;
+    throw jet::JetErrorFor(error, path);
   }
 }
 
