@@ -46,6 +46,27 @@ function(mv_module name)
   endif()
 endfunction()
 
+# mv_unite_tests(UNITED NAME SOURCE...): the list UNITED gets the sources to compile for SOURCE...: these, or with
+# MV_UNITE_TESTS one for every twelve of them.
+function(mv_unite_tests united name)
+  set(rest ${ARGN})
+  list(LENGTH rest count)
+  set(sources)
+  while(rest AND MV_UNITE_TESTS AND count GREATER 1)
+    list(SUBLIST rest 0 12 some)
+    list(REMOVE_ITEM rest ${some})
+    list(LENGTH sources number)
+    set(source ${CMAKE_CURRENT_BINARY_DIR}/${name}_${number}.cpp)
+    add_custom_command(
+      OUTPUT ${source}
+      COMMAND ${CMAKE_SOURCE_DIR}/tools/unite-tests ${source} ${some}
+      DEPENDS ${some} ${CMAKE_SOURCE_DIR}/tools/unite-tests
+      VERBATIM)
+    list(APPEND sources ${source})
+  endwhile()
+  set(${united} ${sources} ${rest} PARENT_SCOPE)
+endfunction()
+
 # mv_test(NAME [PARTS n] SOURCES ... DEPENDS ...): a Google Test program; a cross build runs it through MV_TEST_RUNNER
 # (Wine). PARTS: how many processes share its tests, when they take long. Each writes a report into the build folder's
 # results. Not with MV_FUZZ.
@@ -57,7 +78,8 @@ function(mv_test name)
   if(NOT TARGET GTest::gmock_main OR MV_FUZZ)
     return()
   endif()
-  add_executable(${name} ${ARG_SOURCES})
+  mv_unite_tests(sources ${name} ${ARG_SOURCES})
+  add_executable(${name} ${sources})
   target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} mv_testing GTest::gmock_main)
   target_compile_options(${name} PRIVATE ${MV_TEST_OPTIONS})
   target_link_options(${name} PRIVATE ${MV_TEST_LINK_OPTIONS})

@@ -574,9 +574,15 @@ TEST_F(DllRapiTest, NamesOutsideAscii_AreWideOnTheDevice) {
   EXPECT_EQ(copies_.CopyFileFromDevice(path, DesktopFile(), Overwrite::Yes), DeviceCopyResult::Copied);
 }
 
+}  // namespace
+}  // namespace mv
+
 // ---- What every implementation does
 
-class LibraryHandheld : public testing::Handheld {
+namespace mv::testing {
+namespace {
+
+class LibraryHandheld : public Handheld {
  public:
   Rapi& Api() override { return rapi_; }
 
@@ -585,11 +591,7 @@ class LibraryHandheld : public testing::Handheld {
   DllRapi rapi_{{handheld_.Library()}};
 };
 
-}  // namespace
-}  // namespace mv
-
-namespace mv::testing {
-
 INSTANTIATE_TYPED_TEST_SUITE_P(Library, RapiContract, LibraryHandheld);
 
+}  // namespace
 }  // namespace mv::testing
