@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "base/Text.h"
-#include "mvtool/files/ColumnTypes.h"
 #include "mvtool/demo/DemoRows.h"
 #include "mvtool/demo/SampleSchema.h"
+#include "mvtool/files/ColumnTypes.h"
 #include "pdb/FieldValue.h"
 #include "pdb/RecordFlags.h"
 #include "pdb/TableFormat.h"

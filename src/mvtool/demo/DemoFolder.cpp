@@ -7,9 +7,9 @@
 
 #include "config/IniSettingsStore.h"
 #include "config/Settings.h"
-#include "mvtool/files/ColumnTypes.h"
 #include "mvtool/demo/SampleDatabase.h"
 #include "mvtool/demo/SampleSchema.h"
+#include "mvtool/files/ColumnTypes.h"
 #include "pdb/TableFormat.h"
 
 namespace mv::tool {
