@@ -52,10 +52,9 @@ class Scanner:
         except FileNotFoundError:
             return
         try:
-            fcntl.flock(file, fcntl.LOCK_SH | fcntl.LOCK_NB)
+            # Waits for its turn, and so has it as soon as the run lets go of the file.
+            fcntl.flock(file, fcntl.LOCK_SH)
             self.held += 1
             time.sleep(self.seconds)
-        except BlockingIOError:
-            pass
         finally:
             os.close(file)
