@@ -117,6 +117,14 @@ std::optional<std::string> FolderRapi::LocalPath(const std::string& devicePath) 
   return JoinPath(folder, EntryName(folder, last).value_or(last));
 }
 
+std::optional<std::string> FolderRapi::LocalFile(const std::string& devicePath) const {
+  try {
+    return LocalPath(devicePath);
+  } catch (const Error&) {
+    return std::nullopt;
+  }
+}
+
 RapiHandle FolderRapi::CeFindFirstFile(const std::string& path) {
   return Report(kInvalidRapiHandle, [&] {
     const std::optional<std::string> local = LocalPath(path);
@@ -171,7 +179,7 @@ std::int32_t FolderRapi::CeReadFile(RapiHandle file, ByteSpan out, std::uint32_t
     open.position += count;
     bytesRead = static_cast<std::uint32_t>(count);
     if (count < out.size()) throw StandardError(errors::kDeviceIo);
-    return rapi::kTransferred;
+    return rapi::kDone;
   });
 }
 
@@ -183,7 +191,7 @@ std::int32_t FolderRapi::CeWriteFile(RapiHandle file, ByteView data, std::uint32
     open.upload->Contents().WriteAt(open.position, data);
     open.position += data.size();
     bytesWritten = static_cast<std::uint32_t>(data.size());
-    return rapi::kTransferred;
+    return rapi::kDone;
   });
 }
 
@@ -192,14 +200,14 @@ std::int32_t FolderRapi::CeCloseHandle(RapiHandle handle) {
     const OpenFile open = std::move(FileOf(handle));
     openFiles_.erase(handle);
     if (open.upload) open.upload->Finish();
-    return rapi::kTransferred;
+    return rapi::kDone;
   });
 }
 
 std::int32_t FolderRapi::CeFindClose(RapiHandle handle) {
   return Report(std::int32_t{0}, [&] {
     if (findHandles_.erase(handle) == 0) throw StandardError(errors::kDeviceIo);
-    return rapi::kTransferred;
+    return rapi::kDone;
   });
 }
 

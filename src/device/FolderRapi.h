@@ -53,9 +53,9 @@ class FolderRapi : public Rapi {
   std::int32_t CeFindClose(RapiHandle handle) override;
   std::uint32_t WaitForSingleObject(RapiHandle event, std::uint32_t milliseconds) override;
 
-  /// The local path that `devicePath` names, whether or not its last segment exists; nothing when a folder on the way
-  /// is missing.
-  std::optional<std::string> LocalPath(const std::string& devicePath) const;
+  /// The local path of a file of the handheld, whether or not it exists; nothing when a folder on the way is missing or
+  /// cannot be looked at, for then no copy reaches the file either.
+  std::optional<std::string> LocalFile(const std::string& devicePath) const;
 
  private:
   /// A file being read, or one being written.
@@ -69,6 +69,9 @@ class FolderRapi : public Rapi {
 
   bool IsUsable() const;
   std::string RootFolder() const;
+  /// The local path that `devicePath` names, whether or not its last segment exists; nothing when a folder on the way
+  /// is missing.
+  std::optional<std::string> LocalPath(const std::string& devicePath) const;
   /// The name of the entry of `folder` that `name` names; nothing when there is none.
   std::optional<std::string> EntryName(const std::string& folder, const std::string& name) const;
 

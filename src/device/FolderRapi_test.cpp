@@ -240,6 +240,19 @@ TEST_F(FolderRapiTest, FileOpenedForReading_CannotBeWritten) {
   EXPECT_EQ(rapi_.CeRapiGetError(), 0);
 }
 
+TEST(FolderRapiOnDisk, LocalFile_IsThePathBelowTheRootOrNothing) {
+  const testing::TempFolder folder;
+  folder.Write("card/Motorva/t.pdb", "x");
+  const auto files = platform::MakeFileSystem();
+  const FolderRapi rapi(*files, folder.File("card"));
+  EXPECT_EQ(files->IdentityOf(rapi.LocalFile("\\MOTORVA\\T.PDB").value()),
+            files->IdentityOf(folder.File("card/Motorva/t.pdb")));
+  EXPECT_TRUE(rapi.LocalFile("\\Motorva\\new.pdb")) << "a file that is still to come has its place";
+  EXPECT_FALSE(rapi.LocalFile("\\none\\t.pdb"));
+  const FolderRapi gone(*files, folder.File("no card"));
+  EXPECT_FALSE(gone.LocalFile("\\Motorva\\t.pdb")) << "a root that cannot be looked at";
+}
+
 TEST(FolderRapiOnDisk, FileCutWhileItIsRead_IsAFailedRead) {
   const testing::TempFolder folder;
   folder.Write("card/t.pdb", "0123456789");

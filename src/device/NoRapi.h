@@ -15,7 +15,7 @@ class NoRapi : public Rapi {
                           std::uint32_t) override {
     return kInvalidRapiHandle;
   }
-  std::uint32_t CeGetFileSize(RapiHandle) override { return kNoSize; }
+  std::uint32_t CeGetFileSize(RapiHandle) override { return rapi::kNoFileSize; }
   std::int32_t CeReadFile(RapiHandle, ByteSpan, std::uint32_t&) override { return 0; }
   std::int32_t CeWriteFile(RapiHandle, ByteView, std::uint32_t&) override { return 0; }
   std::int32_t CeCloseHandle(RapiHandle) override { return 0; }
@@ -24,7 +24,6 @@ class NoRapi : public Rapi {
 
  private:
   static constexpr std::int32_t kNotImplemented = -2147467263;  // E_NOTIMPL, 0x80004001
-  static constexpr std::uint32_t kNoSize = 0xFFFFFFFF;
 };
 
 }  // namespace mv

@@ -21,8 +21,8 @@ inline constexpr std::uint32_t kCreateAlways = 2;
 inline constexpr std::uint32_t kOpenExisting = 3;
 inline constexpr std::uint32_t kFileAttributeNormal = 0x80;
 inline constexpr std::uint32_t kNoFileSize = 0xFFFFFFFF;
-/// What a read or write that succeeded returns.
-inline constexpr std::int32_t kTransferred = 1;
+/// What a call on a file or handle returns that succeeded.
+inline constexpr std::int32_t kDone = 1;
 inline constexpr std::uint32_t kWaitSignalled = 0;
 inline constexpr std::uint32_t kWaitTimeout = 258;
 }  // namespace rapi

@@ -67,13 +67,13 @@ DeviceCopyResult modWinCEFileManagement::RequireNoDeviceFile(const std::string& 
 
 bool modWinCEFileManagement::WriteInChunks(RapiHandle file, ByteView data) {
   const std::size_t chunkSize = ChunkSize(data.size());
-  std::int32_t result = rapi::kTransferred;
-  for (std::size_t sent = 0; sent < data.size() && result == rapi::kTransferred; sent += chunkSize) {
+  std::int32_t result = rapi::kDone;
+  for (std::size_t sent = 0; sent < data.size() && result == rapi::kDone; sent += chunkSize) {
     std::uint32_t ignored = 0;  // the libraries of handhelds report no reliable count
     result = rapi_.CeWriteFile(file, data.subspan(sent, std::min(chunkSize, data.size() - sent)), ignored);
     AdvanceSpinner();
   }
-  return result == rapi::kTransferred;
+  return result == rapi::kDone;
 }
 
 DeviceCopyResult modWinCEFileManagement::CopyFileFromDevice(const std::string& devicePath,

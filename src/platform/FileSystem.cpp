@@ -74,11 +74,14 @@ void CopyContent(File& from, File& to) {
   }
 }
 
-Bytes ReadWhole(FileSystem& files, const std::string& path) {
-  const std::unique_ptr<File> file = files.Open(path, Access::Read, Disposition::OpenExisting, Sharing::All);
-  Bytes content(static_cast<std::size_t>(file->Size()));
-  content.resize(file->ReadAt(0, content));
+Bytes ReadWhole(File& file) {
+  Bytes content(static_cast<std::size_t>(file.Size()));
+  content.resize(file.ReadAt(0, content));
   return content;
+}
+
+Bytes ReadWhole(FileSystem& files, const std::string& path) {
+  return ReadWhole(*files.Open(path, Access::Read, Disposition::OpenExisting, Sharing::All));
 }
 
 }  // namespace mv::platform

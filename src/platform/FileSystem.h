@@ -107,9 +107,9 @@ class FileSystem {
   /// the file's end, or has the file open without sharing. False for a missing file.
   virtual bool IsRangeLocked(const std::string& path, std::uint64_t first, std::uint64_t count) const = 0;
 
-  /// True when both names lead to the same file, whatever they look like: other case, another way, a link of either
-  /// kind. Where one of them is missing, when both name the same place.
-  virtual bool IsSameFile(const std::string& one, const std::string& other) const = 0;
+  /// A text that two paths share exactly when they lead to the same file, whatever they look like: other case, another
+  /// way, a link of either kind. A missing file's is that of its place.
+  virtual std::string IdentityOf(const std::string& path) const = 0;
 
   /// Absolute form; on POSIX systems with links resolved, so that replacing the file does not replace a link to it. A
   /// missing file: its folder's.
@@ -129,6 +129,8 @@ std::unique_ptr<FileSystem> MakeFileSystem();
 /// Writes all of `from` into `to` at the same offsets.
 void CopyContent(File& from, File& to);
 
+/// All that is in an open file now.
+Bytes ReadWhole(File& file);
 /// Reads a whole file. Error 53 and the rest as FileSystem::Open.
 Bytes ReadWhole(FileSystem& files, const std::string& path);
 

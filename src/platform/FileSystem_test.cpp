@@ -281,10 +281,10 @@ TEST_P(FileSystemTest, AStagedWriteTakesOverWhatSomebodyElseWrote) {
 TEST_P(FileSystemTest, NamesOfOneFileAreTheSameFile) {
   folder_.Write("file", "a");
   folder_.Write("other", "a");
-  EXPECT_TRUE(files_->IsSameFile(folder_.File("file"), folder_.Path() + "/file"));
-  EXPECT_FALSE(files_->IsSameFile(folder_.File("file"), folder_.File("other")));
-  EXPECT_FALSE(files_->IsSameFile(folder_.File("file"), folder_.File("missing")));
-  EXPECT_TRUE(files_->IsSameFile(folder_.File("missing"), folder_.Path() + "/missing"));
+  EXPECT_EQ(files_->IdentityOf(folder_.File("file")), files_->IdentityOf(folder_.Path() + "/file"));
+  EXPECT_NE(files_->IdentityOf(folder_.File("file")), files_->IdentityOf(folder_.File("other")));
+  EXPECT_NE(files_->IdentityOf(folder_.File("file")), files_->IdentityOf(folder_.File("missing")));
+  EXPECT_EQ(files_->IdentityOf(folder_.File("missing")), files_->IdentityOf(folder_.Path() + "/missing"));
 }
 
 TEST_P(FileSystemTest, ALockBehindTheEndOfAFileIsSeen) {

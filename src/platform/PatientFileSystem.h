@@ -38,9 +38,7 @@ class PatientFileSystem : public FileSystem {
   bool IsRangeLocked(const std::string& path, std::uint64_t first, std::uint64_t count) const override {
     return files_.IsRangeLocked(path, first, count);
   }
-  bool IsSameFile(const std::string& one, const std::string& other) const override {
-    return files_.IsSameFile(one, other);
-  }
+  std::string IdentityOf(const std::string& path) const override { return files_.IdentityOf(path); }
   std::string RealPath(const std::string& path) const override { return files_.RealPath(path); }
   std::string CreateTempFile(const std::string& folder, const std::string& prefix) override {
     return files_.CreateTempFile(folder, prefix);

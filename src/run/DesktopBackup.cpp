@@ -14,9 +14,6 @@
 namespace mv {
 namespace {
 
-using platform::Access;
-using platform::Disposition;
-using platform::Sharing;
 using platform::StagedWrite;
 
 /// `number` with zeros in front up to `width` digits.
@@ -87,12 +84,11 @@ void CopyDatabase(const RunContext& run, const std::string& database, Backup& ba
   backup.file->FinishNew();
 }
 
-/// What was checked is what is laid down: the template is held, and read once.
+/// What was checked is what is laid down: the template is read once. It is not held meanwhile, since the engine may
+/// want to open it for the check.
 void LayTemplateOver(const RunContext& run, const std::string& database, std::span<const SyncTable> tables) {
   const std::string path = JoinPath(run.programFolder, kTemplateName);
-  const auto held = run.files.Open(path, Access::Read, Disposition::OpenExisting, Sharing::Read);
-  Bytes content(static_cast<std::size_t>(held->Size()));
-  content.resize(held->ReadAt(0, content));
+  const Bytes content = platform::ReadWhole(*jet::OpenDatabaseFile(run.files, path, jet::DatabaseAccess::Read));
   CheckTemplate(run, path, content, tables);
   run.files.WriteWhole(database, content);
 }

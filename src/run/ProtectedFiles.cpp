@@ -1,11 +1,13 @@
 #include "run/ProtectedFiles.h"
 
+#include <map>
 #include <utility>
 
 #include "base/Error.h"
 #include "base/Text.h"
 
 namespace mv {
+
 ProtectedFiles::ProtectedFiles(const platform::FileSystem& files, const Settings& settings, std::string programFolder)
     : files_(files), settings_(settings), programFolder_(std::move(programFolder)) {}
 
@@ -35,13 +37,16 @@ std::vector<ProtectedFiles::Use> ProtectedFiles::All() const {
 }
 
 void ProtectedFiles::RequireOthers(const std::vector<Use>& uses) const {
-  for (const Use& file : All()) {
-    for (const Use& use : uses) {
-      if (!files_.IsSameFile(use.path, file.path)) continue;
-      throw Error(
-          errors::kPathFileAccess, "",
-          "Path/File access error: " + use.what + " \"" + use.path + "\" is " + file.what + " \"" + file.path + "\"");
-    }
+  std::vector<Use> all = All();
+  std::map<std::string, Use> byIdentity;
+  for (Use& file : all) byIdentity.emplace(files_.IdentityOf(file.path), std::move(file));
+  for (const Use& use : uses) {
+    const auto found = byIdentity.find(files_.IdentityOf(use.path));
+    if (found == byIdentity.end()) continue;
+    const Use& file = found->second;
+    throw Error(
+        errors::kPathFileAccess, "",
+        "Path/File access error: " + use.what + " \"" + use.path + "\" is " + file.what + " \"" + file.path + "\"");
   }
 }
 

@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "base/Error.h"
-#include "base/Text.h"
 #include "run/DesktopBackup.h"
 #include "run/TableDriver.h"
+#include "run/TablePaths.h"
 #include "sync/SyncContext.h"
 
 namespace mv {
@@ -29,14 +29,14 @@ void RequireSeparatePaths(const RunContext& run, std::span<const SyncTable> tabl
                                            {"the destination folder", settings.PCSyncDestPath}};
   if (settings.SyncLog != 0) uses.push_back({"the sync log", settings.SyncLogPath});
   for (const SyncTable& table : tables) {
-    const std::string name = std::string(table.name) + ".pdb";
-    const std::string onHandheld = JoinPath(settings.PDADBPath, name);
-    uses.push_back({"the fetched table file", JoinPath(settings.PCSyncSourcePath, name)});
-    uses.push_back({"the merged table file", JoinPath(settings.PCSyncDestPath, name)});
+    const TablePaths paths = PathsOf(settings, table.name);
+    uses.push_back({"the fetched table file", paths.source});
+    uses.push_back({"the merged table file", paths.result});
     // What has the handheld's path on this PC is removed after each upload.
-    uses.push_back({"the handheld's table file", onHandheld});
+    uses.push_back({"the handheld's table file", paths.device});
     if (!run.localDeviceFile) continue;
-    if (auto local = run.localDeviceFile(onHandheld)) uses.push_back({"the handheld's table file", std::move(*local)});
+    if (auto local = run.localDeviceFile(paths.device))
+      uses.push_back({"the handheld's table file", std::move(*local)});
   }
   run.protectedFiles.RequireOthers(uses);
 }

@@ -3,19 +3,15 @@
 #include <utility>
 
 #include "base/Error.h"
-#include "base/Text.h"
 #include "device/clsWin32FileTransfer.h"
 #include "platform/StagedWrite.h"
+#include "run/DatabaseEngine.h"
 #include "run/RunSteps.h"
 #include "sync/KeyClasses.h"
 #include "sync/clsSyncPolicy.h"
 
 namespace mv {
 namespace {
-
-std::string FileNameOf(const std::string& table) {
-  return table + ".pdb";
-}
 
 /// What the run did is already told; a failing clean-up shall not turn a finished table into a failed run.
 void CloseQuietly(Connection& connection) {
@@ -100,7 +96,7 @@ void TableDriver::SynchronizeTable(const std::string& table) {
   if (!transfer) return;
   reporter_.Connecting();
   transfer->Initialize();
-  const TablePaths paths = PathsOf(table);
+  const TablePaths paths = PathsOf(run_.state.settings, table);
   if (!RetrieveTable(table, paths)) return;
 
   clsSyncableRS_PDB source(context_);
@@ -143,7 +139,7 @@ DeviceCopyResult TableDriver::CopyFromDevice(const TablePaths& paths) {
 
 void TableDriver::LoadSource(clsSyncableRS_PDB& source, const std::string& table) {
   reporter_.Retrieved(table);
-  source.name(FileNameOf(table));
+  source.name(TableFileName(table));
   reporter_.Converting(table);
   reporter_.AdvanceSpinner();
   run_.state.CurrentPdbFolder = run_.state.settings.PCSyncSourcePath;
@@ -158,8 +154,7 @@ void TableDriver::LoadSource(clsSyncableRS_PDB& source, const std::string& table
 }
 
 std::unique_ptr<Connection> TableDriver::OpenDatabase() {
-  auto connection =
-      run_.databases.Open("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + run_.state.settings.DesktopDBPath + ";");
+  auto connection = run_.databases.Open(ConnectionStringFor(run_.state.settings.DesktopDBPath));
   reporter_.AdvanceSpinner();
   return connection;
 }
@@ -174,8 +169,8 @@ std::unique_ptr<Recordset> TableDriver::OpenDesktopTable(Connection& connection,
 
 void TableDriver::CreateResult(clsSyncableRS_PDB& result, const Recordset& templateRS, const std::string& table) {
   run_.state.CurrentPdbFolder = run_.state.settings.PCSyncDestPath;
-  result.createDB(FileNameOf(table), templateRS);
-  result.openDB(FileNameOf(table));
+  result.createDB(TableFileName(table), templateRS);
+  result.openDB(TableFileName(table));
   result.RequireOpened();
   reporter_.ResultCreated(table);
 }
@@ -208,7 +203,7 @@ void TableDriver::Merge(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desktop, c
 void TableDriver::WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_PDB& result, const std::string& table) {
   result.closeDB();
   // Reads the result back: a file that cannot be read shall not reach the handheld.
-  source.name(FileNameOf(table));
+  source.name(TableFileName(table));
   run_.state.CurrentPdbFolder = run_.state.settings.PCSyncDestPath;
   source.createADORS();
   source.RequireOpened();
@@ -238,13 +233,6 @@ void TableDriver::PrepareFolders() {
     } catch (const Error&) {
     }
   }
-}
-
-TableDriver::TablePaths TableDriver::PathsOf(const std::string& table) const {
-  const Settings& settings = run_.state.settings;
-  const std::string name = FileNameOf(table);
-  return {JoinPath(settings.PDADBPath, name), JoinPath(settings.PCSyncSourcePath, name),
-          JoinPath(settings.PCSyncDestPath, name)};
 }
 
 }  // namespace mv

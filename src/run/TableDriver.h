@@ -4,6 +4,7 @@
 #include <string>
 
 #include "run/RunContext.h"
+#include "run/TablePaths.h"
 #include "run/TableReporter.h"
 #include "sync/SyncContext.h"
 #include "sync/clsSyncableRS_ADO.h"
@@ -33,14 +34,6 @@ class TableDriver {
   void SynchronizeTable(const std::string& table);
 
  private:
-  /// Where a table's file lies on the handheld, and this PC's two copies of it.
-  struct TablePaths {
-    std::string device;
-    std::string source;
-    std::string result;
-  };
-  TablePaths PathsOf(const std::string& table) const;
-
   bool RetrieveTable(const std::string& table, const TablePaths& paths);
   DeviceCopyResult CopyFromDevice(const TablePaths& paths);
   void LoadSource(clsSyncableRS_PDB& source, const std::string& table);

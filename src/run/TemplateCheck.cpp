@@ -1,17 +1,25 @@
 #include "run/TemplateCheck.h"
 
+#include <algorithm>
+
 #include "base/Error.h"
 #include "check/DatabaseCheck.h"
 #include "jet/Database.h"
+#include "run/DatabaseEngine.h"
 
 namespace mv {
 namespace {
 
 void RequireSound(const std::string& path, const check::Report& report) {
   if (report.IsSound()) return;
-  throw Error(errors::kJetGeneral, "",
-              "The template database \"" + path + "\" is damaged (" + LineOf(report.findings.front()) +
-                  "). The desktop database was not changed.");
+  // Notes of what other programs are known to do may stand before it.
+  const auto damage = std::find_if(report.findings.begin(), report.findings.end(), [](const check::Finding& finding) {
+    return finding.severity == check::Severity::Damage;
+  });
+  const std::string what = damage == report.findings.end() ? SummaryOf(report) : LineOf(*damage);
+  throw Error(
+      errors::kJetGeneral, "",
+      "The template database \"" + path + "\" is damaged (" + what + "). The desktop database was not changed.");
 }
 
 /// Calls `open` for the name of each table; an error gets the template's path.
@@ -30,7 +38,7 @@ void CheckTemplate(const RunContext& run, const std::string& path, ByteView cont
                    std::span<const SyncTable> tables) {
   const check::Report report = check::CheckDatabase(content);
   if (!report.checked) {
-    const auto connection = run.databases.Open("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + path + ";");
+    const auto connection = run.databases.Open(ConnectionStringFor(path));
     OpenTables(path, tables, [&](const char* table) { connection->OpenTable(table); });
     return;
   }

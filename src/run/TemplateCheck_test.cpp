@@ -80,7 +80,9 @@ TEST_F(TemplateCheckTest, ACutTemplateLeavesTheDatabase) {
   Bytes content = world_.files.Content(kTemplate);
   content.resize(content.size() - jet::kPageSize);
   world_.files.Put(kTemplate, content);
-  EXPECT_EQ(ErrorOfBackup(kTables).Number(), errors::kJetGeneral);
+  const Error error = ErrorOfBackup(kTables);
+  EXPECT_EQ(error.Number(), errors::kJetGeneral);
+  EXPECT_NE(error.Description().find("is damaged (damage: "), std::string::npos) << error.Description();
   ExpectUntouched();
 }
 

@@ -54,7 +54,7 @@ Wiring::Wiring(Invocation invocation)
            programFolder_,
            kProgramVersion,
            protectedFiles_,
-           [this](const std::string& path) { return folderRapi_ ? folderRapi_->LocalPath(path) : std::nullopt; }} {}
+           [this](const std::string& path) { return folderRapi_ ? folderRapi_->LocalFile(path) : std::nullopt; }} {}
 
 /// A folder that stands for the handheld comes before the handheld that the system may reach; null without one.
 std::unique_ptr<FolderRapi> Wiring::MakeFolderRapi() {

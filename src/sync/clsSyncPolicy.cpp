@@ -1,7 +1,11 @@
 #include "sync/clsSyncPolicy.h"
 
+#include <optional>
+
 #include "base/Date.h"
 #include "base/Error.h"
+#include "pdb/FieldValue.h"
+#include "pdb/HandheldType.h"
 #include "recordset/Conversions.h"
 
 namespace mv {
@@ -17,11 +21,13 @@ Row RowOf(const ISyncableRS& side) {
   return row;
 }
 
-/// True when a handheld that gets `desktop` holds what it held before: it knows no null and no part of a second.
+/// True when a handheld that gets `desktop` in a field of `type` holds what it held before: it knows no null and no
+/// part of a second.
 bool IsSameOnHandheld(DataType type, const Value& handheld, const Value& desktop) {
-  if (IsNull(desktop)) return TextOf(handheld).empty() || handheld == ConvertedTo(type, Value(std::int16_t{0}));
+  const std::optional<HandheldType> known = HandheldTypeOf(type);
+  if (!known) return false;
   try {
-    const Value stored = ConvertedTo(type, desktop);
+    const Value stored = IsNull(desktop) ? ZeroValueOf(*known) : ConvertedTo(type, desktop);
     const auto* date = std::get_if<Date>(&stored);
     if (!date) return stored == handheld;
     return CivilFromDate(*date) == CivilFromDate(std::get<Date>(handheld));

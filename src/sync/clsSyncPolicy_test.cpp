@@ -456,6 +456,32 @@ TEST_F(ObservedMerge, ANullOnTheDesktop_IsTheHandheldsEmptyText) {
   EXPECT_EQ(ToldBy(RunMode::Synchronize), "");
 }
 
+TEST_F(ObservedMerge, ANullOnTheDesktop_IsTheZeroOfEveryTypeOnTheHandheld) {
+  const std::vector<std::pair<DataType, Value>> zeros = {{DataType::UnsignedTinyInt, std::uint8_t{0}},
+                                                         {DataType::SmallInt, std::int16_t{0}},
+                                                         {DataType::Integer, std::int32_t{0}},
+                                                         {DataType::Single, 0.0F},
+                                                         {DataType::Boolean, false},
+                                                         {DataType::Date, DateFromCivil({1904, 1, 1, 0, 0, 0})},
+                                                         {DataType::Double, 0.0},
+                                                         {DataType::Currency, Currency{}}};
+  for (const auto& [type, zero] : zeros) {
+    MemoryRecordset device({{"KY_RECID", DataType::BStr, 0},
+                            {"FIELD", type, 0},
+                            {"_D", DataType::Boolean, 0},
+                            {"_M", DataType::Boolean, 0}});
+    MemoryRecordset desktop({{"KY_RECID", DataType::BStr, 0}, {"FIELD", type, 0}});
+    AddRow(device, {std::string("a"), zero, false, false});
+    AddRow(desktop, {std::string("a"), Null{}});
+    desktop.MoveFirst();
+    deviceSide_.SetADORS(device);
+    desktopSide_.SetADORS(desktop);
+    clsSyncPolicy(context_).Sync(deviceSide_, desktopSide_, output_);
+    EXPECT_EQ(observer_.told, "") << "type " << static_cast<int>(type);
+    observer_.told.clear();
+  }
+}
+
 TEST_F(ObservedMerge, ADeletedRow_IsDeletedOnTheDesktopWithTheDesktopsValues) {
   OnDesktop("a", "desktop");
   OnDevice("a", "handheld", Flags::DeletedAndModified);

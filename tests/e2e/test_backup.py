@@ -44,11 +44,14 @@ class Backups(unittest.TestCase):
         self.world.create_database({t: (cols, []) for t, (cols, _, _) in self.case.items() if t != "brnd_Trip"}, lacking)
         torn = bytearray(sound)
         torn[2 * 4096] = 1
-        for what, content in (("cut", sound[:-4096]), ("torn", bytes(torn)), ("a text", b"no database"),
-                              ("without brnd_Trip", lacking.read_bytes())):
+        for what, content, error in (("cut", sound[:-4096], "is damaged (damage: "),
+                                     ("torn", bytes(torn), "is damaged (damage: "),
+                                     ("a text", b"no database", f"Unrecognized database format '{self.template.parent}\\_20'"),
+                                     ("without brnd_Trip", lacking.read_bytes(), "'brnd_Trip'")):
             with self.subTest(what=what):
                 self.template.write_bytes(content)
                 self.assertEqual(self.world.sync(merge.OVERWRITE_PC), 2)
+                self.assertIn(error, self.world.log_text())
                 self.assertIn("Synchronization Stopped Due to Errors", self.world.log_text())
                 self.assertEqual(self.world.database.read_bytes(), original)
         self.assertEqual({b.read_bytes() for b in self.backups()}, {original})

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -147,11 +148,12 @@ class MemoryFileSystem : public platform::FileSystem {
                        [](const Opening& opening) { return opening.sharing == platform::Sharing::None; });
   }
 
-  bool IsSameFile(const std::string& one, const std::string& other) const override {
-    const auto first = files_.find(Normal(one));
-    const auto second = files_.find(Normal(other));
-    if (first == files_.end() || second == files_.end()) return Normal(one) == Normal(other);
-    return first->second == second->second;
+  std::string IdentityOf(const std::string& path) const override {
+    const auto found = files_.find(Normal(path));
+    if (found == files_.end()) return Normal(path);
+    std::ostringstream address;
+    address << "node " << found->second.get();
+    return address.str();
   }
 
   std::string RealPath(const std::string& path) const override { return Normal(path); }

@@ -24,10 +24,7 @@ constexpr std::string_view kHelp =
 /// The whole file, kept from writers while it is read.
 Bytes ReadDatabase(platform::FileSystem& files, const std::string& path) {
   try {
-    const auto file = jet::OpenDatabaseFile(files, path, jet::DatabaseAccess::Read);
-    Bytes content(static_cast<std::size_t>(file->Size()));
-    content.resize(file->ReadAt(0, content));
-    return content;
+    return platform::ReadWhole(*jet::OpenDatabaseFile(files, path, jet::DatabaseAccess::Read));
   } catch (const Error& error) {
     throw jet::JetErrorFor(error, path);
   }

@@ -86,8 +86,8 @@ bool OneFileSystem::IsRangeLocked(const std::string&, std::uint64_t, std::uint64
   return false;
 }
 
-bool OneFileSystem::IsSameFile(const std::string&, const std::string&) const {
-  return true;
+std::string OneFileSystem::IdentityOf(const std::string&) const {
+  return {};
 }
 
 std::string OneFileSystem::RealPath(const std::string& path) const {

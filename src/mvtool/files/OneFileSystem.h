@@ -34,7 +34,7 @@ class OneFileSystem : public platform::FileSystem {
                                               std::unique_ptr<platform::File>& current, const std::string& path,
                                               platform::Existing existing) override;
   bool IsRangeLocked(const std::string& path, std::uint64_t first, std::uint64_t count) const override;
-  bool IsSameFile(const std::string& one, const std::string& other) const override;
+  std::string IdentityOf(const std::string& path) const override;
   std::string RealPath(const std::string& path) const override;
 
  private:

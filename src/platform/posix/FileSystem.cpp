@@ -207,12 +207,24 @@ void SyncFolder(const std::string& folder) {
   if (descriptor.IsOpen()) ::fsync(descriptor.Number());
 }
 
-/// Gives an open file the mode and, where that is allowed, the owner of another.
+/// Who writes a staged file must be able to open it again by its name.
+constexpr mode_t kOwnerReadsAndWrites = S_IRUSR | S_IWUSR;
+
+/// Gives a staged file the mode and, where that is allowed, the owner of another.
 void CopyModeAndOwner(const struct stat& from, int to) {
   // Only the superuser may give a file away; for everybody else the new file is theirs, as the old one was.
   const bool ownerKept = ::fchown(to, from.st_uid, from.st_gid) == 0;
-  const mode_t withoutSetId = from.st_mode & 0777;
-  ::fchmod(to, ownerKept ? from.st_mode & 07777 : withoutSetId);
+  const mode_t mode = from.st_mode & (ownerKept ? 07777 : 0777);
+  ::fchmod(to, mode | kOwnerReadsAndWrites);
+}
+
+/// Takes from a staged file what the old one does not grant its owner either.
+void FinishMode(const std::string& staged, const std::string& old) {
+  struct stat now = {};
+  struct stat wanted = {};
+  if (::stat(old.c_str(), &wanted) != 0 || ::stat(staged.c_str(), &now) != 0) return;
+  const mode_t surplus = kOwnerReadsAndWrites & ~wanted.st_mode;
+  if (surplus != 0) ::chmod(staged.c_str(), now.st_mode & 07777 & ~surplus);
 }
 
 /// Renames a file to a name that must be free.
@@ -282,7 +294,7 @@ class PosixFileSystem : public FileSystem {
     struct stat model = {};
     const bool hasModel = ::stat(NativePath(path).c_str(), &model) == 0 ||
                           (!like.empty() && ::stat(NativePath(like).c_str(), &model) == 0);
-    const mode_t mode = hasModel ? (model.st_mode & kUsualMode) | S_IRUSR | S_IWUSR : kUsualMode;
+    const mode_t mode = hasModel ? (model.st_mode & kUsualMode) | kOwnerReadsAndWrites : kUsualMode;
     auto file =
         OpenNative(NativePath(StagedName(path)), Access::ReadWrite, Disposition::CreateAlways, Sharing::None, mode);
     if (hasModel) CopyModeAndOwner(model, file->Number());
@@ -294,6 +306,7 @@ class PosixFileSystem : public FileSystem {
     const std::string from = NativePath(StagedName(path));
     const std::string to = NativePath(path);
     RefuseSpecialFileAt(to);
+    FinishMode(from, to);
     staged->Sync();
     const bool replaces = existing == Existing::Replace;
     const int result = replaces ? ::rename(from.c_str(), to.c_str()) : RenameToFreeName(from.c_str(), to.c_str());
@@ -323,13 +336,10 @@ class PosixFileSystem : public FileSystem {
     return ::fcntl(descriptor.Number(), F_OFD_GETLK, &range) == 0 && range.l_type != F_UNLCK;
   }
 
-  bool IsSameFile(const std::string& one, const std::string& other) const override {
-    struct stat first = {};
-    struct stat second = {};
-    const bool bothExist =
-        ::stat(NativePath(one).c_str(), &first) == 0 && ::stat(NativePath(other).c_str(), &second) == 0;
-    if (!bothExist) return Resolved(one) == Resolved(other);
-    return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+  std::string IdentityOf(const std::string& path) const override {
+    struct stat status = {};
+    if (::stat(NativePath(path).c_str(), &status) != 0) return Resolved(path);
+    return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
   }
 
   std::string RealPath(const std::string& path) const override { return Resolved(path); }

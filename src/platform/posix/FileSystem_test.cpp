@@ -58,12 +58,21 @@ TEST_F(PosixFiles, WriteWhole_KeepsTheModeAndGoesThroughALink) {
   EXPECT_EQ(ModeOf("file"), kOwnerOnly);
 }
 
+TEST_F(PosixFiles, FileThatReplacesAReadOnlyOne_CanBeWrittenByItsNameUntilItIsInPlace) {
+  folder_.Write("file.writing", "new");
+  fs::permissions(Native("file"), fs::perms::owner_read | fs::perms::group_read);
+  files_->CreateStaged(folder_.File("file"), {});
+  EXPECT_EQ(ModeOf("file.writing"), kOwnerOnly | fs::perms::group_read);
+  StagedWrite::TakeOver(*files_, folder_.File("file"))->Finish();
+  EXPECT_EQ(ModeOf("file"), fs::perms::owner_read | fs::perms::group_read);
+}
+
 TEST_F(PosixFiles, LinksOfBothKinds_AreTheSameFile) {
   fs::create_symlink("file", Native("symbolic"));
   fs::create_hard_link(Native("file"), Native("hard"));
   fs::create_directory_symlink(".", Native("way"));
   for (const char* name : {"symbolic", "hard", "way/file", "way/way/hard"}) {
-    EXPECT_TRUE(files_->IsSameFile(folder_.File("file"), folder_.File(name))) << name;
+    EXPECT_EQ(files_->IdentityOf(folder_.File("file")), files_->IdentityOf(folder_.File(name))) << name;
   }
 }
 

@@ -134,15 +134,6 @@ std::unique_ptr<File> OpenNative(const std::wstring& native, Access access, Disp
   return file;
 }
 
-/// Where a file lies; nothing when it is missing or cannot be looked at.
-std::optional<BY_HANDLE_FILE_INFORMATION> InformationOf(const std::wstring& native) {
-  const Handle file(::CreateFileW(native.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                  OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-  BY_HANDLE_FILE_INFORMATION information = {};
-  if (!file.IsOpen() || !::GetFileInformationByHandle(file.Get(), &information)) return std::nullopt;
-  return information;
-}
-
 /// True when a refusal to replace the file means that somebody holds it open; the system calls that "access denied"
 /// too.
 bool IsReplaceable(const std::wstring& native) {
@@ -249,12 +240,13 @@ class WindowsFileSystem : public FileSystem {
     return false;
   }
 
-  bool IsSameFile(const std::string& one, const std::string& other) const override {
-    const auto first = InformationOf(NativePath(one));
-    const auto second = InformationOf(NativePath(other));
-    if (!first || !second) return FoldCase(RealPath(one)) == FoldCase(RealPath(other));
-    return first->dwVolumeSerialNumber == second->dwVolumeSerialNumber &&
-           first->nFileIndexHigh == second->nFileIndexHigh && first->nFileIndexLow == second->nFileIndexLow;
+  std::string IdentityOf(const std::string& path) const override {
+    const Handle file(::CreateFileW(NativePath(path).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    BY_HANDLE_FILE_INFORMATION found = {};
+    if (!file.IsOpen() || !::GetFileInformationByHandle(file.Get(), &found)) return FoldCase(RealPath(path));
+    return std::to_string(found.dwVolumeSerialNumber) + ":" + std::to_string(found.nFileIndexHigh) + ":" +
+           std::to_string(found.nFileIndexLow);
   }
 
   std::string RealPath(const std::string& path) const override { return Narrow(FullPath(NativePath(path))); }

@@ -39,9 +39,19 @@ TEST(WindowsFileSystemTest, AHardLinkAndAnotherCaseAreTheSameFile) {
   const auto files = MakeFileSystem();
   std::filesystem::create_hard_link(std::filesystem::path(folder.Path()) / "file",
                                     std::filesystem::path(folder.Path()) / "hard");
-  EXPECT_TRUE(files->IsSameFile(folder.File("file"), folder.File("hard")));
-  EXPECT_TRUE(files->IsSameFile(folder.File("file"), folder.File("FILE")));
-  EXPECT_TRUE(files->IsSameFile(folder.File("missing"), folder.File("MISSING")));
+  EXPECT_EQ(files->IdentityOf(folder.File("file")), files->IdentityOf(folder.File("hard")));
+  EXPECT_EQ(files->IdentityOf(folder.File("file")), files->IdentityOf(folder.File("FILE")));
+  EXPECT_EQ(files->IdentityOf(folder.File("missing")), files->IdentityOf(folder.File("MISSING")));
+}
+
+TEST(WindowsFileSystemTest, AFileIsReplacedUnderAVerbatimPathToo) {
+  const TempFolder folder;
+  folder.Write("file", "old");
+  const auto files = MakeFileSystem();
+  const std::string plain = files->RealPath(folder.File("file"));
+  files->WriteWhole("\\\\?\\" + plain, Bytes{'n', 'e', 'w'});
+  EXPECT_EQ(folder.Read("file"), "new");
+  EXPECT_FALSE(folder.Has("file.writing"));
 }
 
 }  // namespace

@@ -3,7 +3,9 @@
 #include <winternl.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <string_view>
 #include <vector>
 
 namespace mv::platform {
@@ -26,11 +28,15 @@ Function FromNtDll(const char* name) {
   return reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), name)));
 }
 
-/// The name by which the system's kernel knows a path.
+/// The name by which the system's kernel knows a path: "\\?\C:\x" and "C:\x" as "\??\C:\x", "\\server\share" as
+/// "\??\UNC\server\share".
 std::wstring KernelName(const std::wstring& path) {
-  if (path.starts_with(LR"(\?\)")) return LR"(\??\)" + path.substr(4);
-  if (path.starts_with(LR"(\)")) return LR"(\??\UNC\)" + path.substr(2);
-  return LR"(\??\)" + path;
+  constexpr std::wstring_view kVerbatim = LR"(\\?\)";
+  constexpr std::wstring_view kShare = LR"(\\)";
+  const std::wstring kernel = LR"(\??\)";
+  if (path.starts_with(kVerbatim)) return kernel + path.substr(kVerbatim.size());
+  if (path.starts_with(kShare)) return kernel + LR"(UNC\)" + path.substr(kShare.size());
+  return kernel + path;
 }
 
 }  // namespace
