@@ -20,7 +20,7 @@ struct Target {
 
 class Replay : public ::testing::TestWithParam<Target> {};
 
-TEST_P(Replay, EveryInputOfTheCorpus_IsUsedWithoutAFinding) {
+TEST_P(Replay, EveryInputOfTheCorpusIsUsedWithoutAFinding) {
   std::vector<std::filesystem::path> paths;
   for (const auto& entry :
        std::filesystem::directory_iterator(std::filesystem::path(MV_FUZZ_CORPUS) / GetParam().folder)) {

@@ -50,7 +50,7 @@ TEST_F(CatalogTest, SoundCatalog) {
   EXPECT_EQ(Check(), Lines());
 }
 
-TEST_F(CatalogTest, UserTables_AreThoseThatAreNeitherSystemNorHidden) {
+TEST_F(CatalogTest, UserTablesAreThoseThatAreNeitherSystemNorHidden) {
   EXPECT_TRUE(objects_[8].IsUserTable());
   EXPECT_FALSE(objects_[5].IsUserTable());
   objects_[8].name = "~temporary";
@@ -62,14 +62,14 @@ TEST_F(CatalogTest, IdOfTwoObjects) {
   EXPECT_EQ(Check(), Lines{"damage: table MSysObjects, page 14, row 9: the id 16 of Other occurs twice"});
 }
 
-TEST_F(CatalogTest, NamesOfTablesAndQueries_AreUniqueTogether) {
+TEST_F(CatalogTest, NamesOfTablesAndQueriesAreUniqueTogether) {
   objects_.push_back({{14, 9}, -5, kTables, "t", Type::Query, 0, {}});
   EXPECT_EQ(Check(), Lines{"note: table MSysObjects, page 14, row 9: there are two tables or queries named t"});
   objects_.back().type = Type::Relation;
   EXPECT_EQ(Check(), Lines());
 }
 
-TEST_F(CatalogTest, SystemTables_HaveTheirPages) {
+TEST_F(CatalogTest, SystemTablesHaveTheirPages) {
   objects_[6].name = "Queries";
   EXPECT_EQ(Check(), Lines{"damage: table MSysObjects: page 4 is not listed as the definition of MSysQueries"});
 }
@@ -79,7 +79,7 @@ TEST_F(CatalogTest, ContainersOfEveryDatabase) {
   EXPECT_EQ(Check(), Lines{"damage: table MSysObjects: the object MSysDb is missing"});
 }
 
-TEST_F(CatalogTest, ParentThatDoesNotExist_IsNoted) {
+TEST_F(CatalogTest, ParentThatDoesNotExistIsNoted) {
   objects_[8].parent = 77;
   EXPECT_EQ(Check(), Lines{"note: table MSysObjects, page 14, row 8: the parent of T does not exist"});
 }
@@ -125,7 +125,7 @@ class CatalogRowsTest : public ::testing::Test {
   JetDatabase database_;
 };
 
-TEST_F(CatalogRowsTest, NewTable_IsSound) {
+TEST_F(CatalogRowsTest, NewTableIsSound) {
   EXPECT_EQ(Check(), Lines());
 }
 
@@ -141,12 +141,12 @@ TEST_F(CatalogRowsTest, OwnerThatIsNoAccount) {
   EXPECT_EQ(Check(), Lines{"damage: table MSysObjects, page 14, row 8: the owner of T is no known account"});
 }
 
-TEST_F(CatalogRowsTest, OwnerOfAWorkgroup_IsNotJudged) {
+TEST_F(CatalogRowsTest, OwnerOfAWorkgroupIsNotJudged) {
   SetObject("Owner", Bytes(102, 7));
   EXPECT_EQ(Check(), Lines());
 }
 
-TEST_F(CatalogRowsTest, PropertyList_IsChecked) {
+TEST_F(CatalogRowsTest, PropertyListIsChecked) {
   SetObject("LvProp", Bytes{1, 2, 3, 4});
   EXPECT_EQ(Check(), Lines{"damage: table MSysObjects, page 14, row 8: the property list does not begin with MR2"});
 }

@@ -30,7 +30,7 @@ class DataPagesTest : public ::testing::Test {
   unsigned readable_ = 0;
 };
 
-TEST_F(DataPagesTest, SoundPage_CanBeRead) {
+TEST_F(DataPagesTest, SoundPageCanBeRead) {
   CheckWorld world(file_);
   DataPages& rows = world.Context().rows;
   EXPECT_TRUE(rows.Add(kPage, kOwner, {}));
@@ -57,25 +57,25 @@ TEST_F(DataPagesTest, StatesOfSlots) {
   EXPECT_EQ(rows.StateOf({kPage, 2}), SlotState::Dead);
 }
 
-TEST_F(DataPagesTest, KindOfThePage_IsExact) {
+TEST_F(DataPagesTest, KindOfThePageIsExact) {
   file_.Byte(kPage, 1) = 0;
   EXPECT_EQ(Check(), Lines{"damage: table T, page 1: the page should be a data page, but begins with 0100"});
   EXPECT_EQ(readable_, 0U);
 }
 
-TEST_F(DataPagesTest, OwnerField_NamesTheOwner) {
+TEST_F(DataPagesTest, OwnerFieldNamesTheOwner) {
   EXPECT_EQ(Check(9), Lines{"damage: table T, page 1: the owner field is 7, not 9"});
   EXPECT_EQ(readable_, 3U);
 }
 
-TEST_F(DataPagesTest, WordAt8_Is0OnAllButLongValuePages) {
+TEST_F(DataPagesTest, WordAt8Is0OnAllButLongValuePages) {
   file_.Set32(kPage, 8, 5);
   EXPECT_EQ(Check(), Lines{"note: table T, page 1: the word at 8 is 5, not 0"});
   file_.Set32(kPage, 4, kLongValueOwner);
   EXPECT_EQ(Check(kLongValueOwner), Lines());
 }
 
-TEST_F(DataPagesTest, MoreThan255Slots_CannotBe) {
+TEST_F(DataPagesTest, MoreThan255SlotsCannotBe) {
   file_.PutDataPage(kPage, kOwner, std::vector<Bytes>(255, Bytes(5, 0)));
   EXPECT_EQ(Check(), Lines());
   EXPECT_EQ(readable_, 255U);
@@ -84,13 +84,13 @@ TEST_F(DataPagesTest, MoreThan255Slots_CannotBe) {
   EXPECT_EQ(readable_, 0U);
 }
 
-TEST_F(DataPagesTest, RowThatBeginsBehindTheRowBefore_CannotBeReadNorThoseAfterIt) {
+TEST_F(DataPagesTest, RowThatBeginsBehindTheRowBeforeCannotBeReadNorThoseAfterIt) {
   file_.Set16(kPage, 14 + 2 * 1, 4090);
   EXPECT_EQ(Check(), Lines{"damage: table T, page 1: the row in slot 1 would begin at 4090 and end at 4076"});
   EXPECT_EQ(readable_, 1U);
 }
 
-TEST_F(DataPagesTest, RowThatReachesIntoTheSlots_CannotBeRead) {
+TEST_F(DataPagesTest, RowThatReachesIntoTheSlotsCannotBeRead) {
   file_.Set16(kPage, 14 + 2 * 2, 19);
   EXPECT_EQ(Check(), Lines{"damage: table T, page 1: the row in slot 2 would begin at 19 and end at 4046"});
   EXPECT_EQ(readable_, 2U);
@@ -101,12 +101,12 @@ TEST_F(DataPagesTest, UnknownFlagOfASlot) {
   EXPECT_EQ(Check(), Lines{"damage: table T, page 1: slot 0 has an unknown flag"});
 }
 
-TEST_F(DataPagesTest, FreeSpaceWord_CountsTheFreeBytes) {
+TEST_F(DataPagesTest, FreeSpaceWordCountsTheFreeBytes) {
   file_.Set16(kPage, 2, 100);
   EXPECT_EQ(Check(), Lines{"damage: table T, page 1: the free-space word is 100, but 3986 bytes are free"});
 }
 
-TEST_F(DataPagesTest, EmptyPage_IsSound) {
+TEST_F(DataPagesTest, EmptyPageIsSound) {
   file_.PutDataPage(kPage, kOwner, {});
   EXPECT_EQ(Check(), Lines());
 }

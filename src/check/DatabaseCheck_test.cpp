@@ -28,13 +28,13 @@ const Bytes& Rich() {
   return image;
 }
 
-TEST(DatabaseCheck, NewDatabase_IsSound) {
+TEST(DatabaseCheck, NewDatabaseIsSound) {
   const Report report = CheckDatabase(JetDatabase().Image());
   EXPECT_EQ(LinesOf(report), Lines());
   EXPECT_EQ(SummaryOf(report), "16 pages, 0 tables, 0 rows, 0 indexes: sound");
 }
 
-TEST(DatabaseCheck, DatabaseWithEverything_IsSoundAndAllItsKeysAreCompared) {
+TEST(DatabaseCheck, DatabaseWithEverythingIsSoundAndAllItsKeysAreCompared) {
   const Report report = CheckDatabase(Rich());
   EXPECT_EQ(LinesOf(report), Lines());
   EXPECT_EQ(report.tables, 2U);
@@ -43,7 +43,7 @@ TEST(DatabaseCheck, DatabaseWithEverything_IsSoundAndAllItsKeysAreCompared) {
   EXPECT_GT(report.keysRebuilt, 208U * 8);
 }
 
-TEST(DatabaseCheck, PageOfTwoTables_IsDamage) {
+TEST(DatabaseCheck, PageOfTwoTablesIsDamage) {
   JetDatabase database;
   for (const char* name : {"A", "B"}) {
     database.Add(mv::testing::JetTable(name).Column("N", jet::ColumnType::Long)).Insert({std::int32_t{1}});
@@ -59,14 +59,14 @@ TEST(DatabaseCheck, PageOfTwoTables_IsDamage) {
   EXPECT_NE(a.page, b.page);
 }
 
-TEST(DatabaseCheck, OwnedPageThatIsFree_IsDamage) {
+TEST(DatabaseCheck, OwnedPageThatIsFreeIsDamage) {
   FileBytes file(JetDatabase().Image());
   file.Byte(1, file.RowStart({1, 0}) + 5 + 1) |= 0x40;
   EXPECT_EQ(FindingsIn(file.All()),
             Lines{"damage: page 14: the page is free, but belongs to the rows of table MSysObjects"});
 }
 
-TEST(DatabaseCheck, PageOfNobody_IsNoted) {
+TEST(DatabaseCheck, PageOfNobodyIsNoted) {
   Bytes image = JetDatabase().Image();
   image.resize(image.size() + jet::kPageSize);
   FileBytes file(std::move(image));
@@ -74,14 +74,14 @@ TEST(DatabaseCheck, PageOfNobody_IsNoted) {
   EXPECT_EQ(FindingsIn(file.All()), Lines{"note: pages that are neither free nor in use: 16"});
 }
 
-TEST(DatabaseCheck, CatalogThatCannotBeRead_IsOneFinding) {
+TEST(DatabaseCheck, CatalogThatCannotBeReadIsOneFinding) {
   FileBytes file(Rich());
   file.Byte(2, 0) = 9;
   EXPECT_EQ(FindingsIn(file.All()),
             Lines{"damage: table MSysObjects, page 2: the page should be a definition, but begins with 0901"});
 }
 
-TEST(DatabaseCheck, CutFile_EndsWithFindingsAtEveryLength) {
+TEST(DatabaseCheck, CutFileEndsWithFindingsAtEveryLength) {
   for (std::size_t pages = 2; pages * jet::kPageSize < Rich().size(); ++pages) {
     const ByteView cut = ByteView(Rich()).first(pages * jet::kPageSize);
     EXPECT_FALSE(CheckDatabase(cut).IsSound()) << pages;
@@ -107,7 +107,7 @@ Bytes Mutant(const Bytes& image, std::mt19937& random) {
   return mutant;
 }
 
-TEST(HostileFile, BytesReplacedAtRandom_GiveFindingsAndNothingElse) {
+TEST(HostileFile, BytesReplacedAtRandomGiveFindingsAndNothingElse) {
   std::size_t damaged = 0;
   for (unsigned seed = 1; seed <= 200; ++seed) {
     std::mt19937 random(seed);
@@ -116,7 +116,7 @@ TEST(HostileFile, BytesReplacedAtRandom_GiveFindingsAndNothingElse) {
   EXPECT_GT(damaged, 50U);
 }
 
-TEST(HostileFile, WholePagesOfRandomBytes_GiveFindingsAndNothingElse) {
+TEST(HostileFile, WholePagesOfRandomBytesGiveFindingsAndNothingElse) {
   for (unsigned seed = 1; seed <= 80; ++seed) {
     std::mt19937 random(seed);
     Bytes file = Rich();
@@ -131,7 +131,7 @@ TEST(HostileFile, WholePagesOfRandomBytes_GiveFindingsAndNothingElse) {
   }
 }
 
-TEST(HostileFile, PagesThatTakeEachOthersPlace_GiveFindingsAndNothingElse) {
+TEST(HostileFile, PagesThatTakeEachOthersPlaceGiveFindingsAndNothingElse) {
   for (unsigned seed = 1; seed <= 80; ++seed) {
     std::mt19937 random(seed);
     Bytes file = Rich();
@@ -147,7 +147,7 @@ TEST(HostileFile, PagesThatTakeEachOthersPlace_GiveFindingsAndNothingElse) {
   }
 }
 
-TEST(HostileFile, EveryRowBroken_IsReportedAHundredTimesAndCounted) {
+TEST(HostileFile, EveryRowBrokenIsReportedAHundredTimesAndCounted) {
   JetDatabase database;
   jet::Table& table = database.Add(mv::testing::JetTable("T").Column("N", jet::ColumnType::Long));
   for (std::int32_t i = 0; i < 2000; ++i) table.Insert({i});
@@ -174,7 +174,7 @@ std::vector<std::filesystem::path> Samples() {
   return paths;
 }
 
-TEST(RealFile, OfThisVersionAndPlain_IsSound) {
+TEST(RealFile, OfThisVersionAndPlainIsSound) {
   const std::vector<std::filesystem::path> samples = Samples();
   if (samples.empty()) GTEST_SKIP() << "JET_SAMPLES does not name a folder with database files";
   const auto files = platform::MakeFileSystem();
@@ -197,7 +197,7 @@ bool IsBrokenForOthers(const JetCheck& checker, const Bytes& file) {
   return checker.Run("--quiet", (std::filesystem::path(folder.Path()) / "mutant.mdb").string()).status != 0;
 }
 
-TEST(Mutants, BrokenByTheExternalChecker_AreBrokenByOurs) {
+TEST(Mutants, BrokenByTheExternalCheckerAreBrokenByOurs) {
   const auto checker = JetCheck::Find();
   if (!checker) GTEST_SKIP() << "JETCHECK does not name a checker that runs here";
   std::size_t broken = 0;

@@ -52,7 +52,7 @@ class DefinitionTest : public ::testing::Test {
   std::optional<CheckWorld> world_;
 };
 
-TEST_F(DefinitionTest, OfANewTable_IsSoundAndRead) {
+TEST_F(DefinitionTest, OfANewTableIsSoundAndRead) {
   EXPECT_EQ(Check(), Lines());
   const auto definition = Read();
   ASSERT_NE(definition, nullptr);
@@ -73,17 +73,17 @@ TEST_F(DefinitionTest, KindOfThePage) {
   EXPECT_EQ(Check(), Lines{"damage: table T, page 16: the page should be a definition, but begins with 0202"});
 }
 
-TEST_F(DefinitionTest, ChainOfPages_EndsWhereItMeetsItself) {
+TEST_F(DefinitionTest, ChainOfPagesEndsWhereItMeetsItself) {
   file_.Set32(kPage, 4, kPage);
   EXPECT_EQ(Check(), Lines{"damage: table T, page 16: the page already belongs to the definition of table T"});
 }
 
-TEST_F(DefinitionTest, ChainOfPages_StaysInTheFile) {
+TEST_F(DefinitionTest, ChainOfPagesStaysInTheFile) {
   file_.Set32(kPage, 4, 5000);
   EXPECT_THAT(Check(), ::testing::ElementsAre(::testing::HasSubstr("names page 5000, but the file has")));
 }
 
-TEST_F(DefinitionTest, CountsBeyondItsPages_CannotBeRead) {
+TEST_F(DefinitionTest, CountsBeyondItsPagesCannotBeRead) {
   const Lines unreadable = {
       "damage: table T, page 16: the definition cannot be read: its parts do not fit into its pages (1)"};
   file_.Set16(kPage, 45, 256);
@@ -93,18 +93,18 @@ TEST_F(DefinitionTest, CountsBeyondItsPages_CannotBeRead) {
   EXPECT_EQ(Check(), unreadable);
 }
 
-TEST_F(DefinitionTest, NameOfOddLength_CannotBeRead) {
+TEST_F(DefinitionTest, NameOfOddLengthCannotBeRead) {
   file_.Set16(kPage, kColumns + 5 * 25, 5);
   EXPECT_THAT(Check(), ::testing::ElementsAre(::testing::HasSubstr("cannot be read")));
 }
 
-TEST_F(DefinitionTest, DefinitionWithoutEnd_CannotBeRead) {
+TEST_F(DefinitionTest, DefinitionWithoutEndCannotBeRead) {
   const std::size_t end = file_.Word32(kPage, 8) - 2;
   for (std::size_t at = end; at < kPageSize; ++at) file_.Byte(kPage, at) = 0;
   EXPECT_THAT(Check(), ::testing::ElementsAre(::testing::HasSubstr("cannot be read")));
 }
 
-TEST_F(DefinitionTest, LengthField_IsThatOfTheParts) {
+TEST_F(DefinitionTest, LengthFieldIsThatOfTheParts) {
   const std::uint32_t length = file_.Word32(kPage, 8);
   file_.Set32(kPage, 8, length - 1);
   file_.Set16(kPage, 2, static_cast<std::uint16_t>(file_.Word16(kPage, 2) + 1));
@@ -112,7 +112,7 @@ TEST_F(DefinitionTest, LengthField_IsThatOfTheParts) {
                            " bytes, but its length field is " + std::to_string(length - 1)});
 }
 
-TEST_F(DefinitionTest, FreeSpaceWord_CountsTheReserveAsUsed) {
+TEST_F(DefinitionTest, FreeSpaceWordCountsTheReserveAsUsed) {
   const std::uint16_t free = file_.Word16(kPage, 2);
   file_.Set16(kPage, 2, static_cast<std::uint16_t>(free + 8));
   EXPECT_EQ(Check(), Lines{"note: table T, page 16: the free-space word is " + std::to_string(free + 8) + ", but " +
@@ -154,7 +154,7 @@ TEST_F(DefinitionCheckTest, LongerThanItsPages) {
   EXPECT_EQ(Judge(), Lines{"damage: table T, page 16: the definition is longer than its pages"});
 }
 
-TEST_F(DefinitionCheckTest, SecondPage_Has4088Bytes) {
+TEST_F(DefinitionCheckTest, SecondPageHas4088Bytes) {
   definition_->length = definition_->end = 4090;
   definition_->parts[0].freeSpace = 0;
   definition_->parts.push_back({17, 4086});
@@ -168,7 +168,7 @@ TEST_F(DefinitionCheckTest, IndexTag) {
   EXPECT_EQ(Judge(), Lines{"note: table T, page 16: an index data block lacks its tag"});
 }
 
-TEST_F(DefinitionCheckTest, ColumnIds_AreUniqueAndBelowTheNext) {
+TEST_F(DefinitionCheckTest, ColumnIdsAreUniqueAndBelowTheNext) {
   ColumnAt(3).id = 9;
   definition_->longValueMaps[0].columnId = 9;
   EXPECT_EQ(Judge(), Lines{"damage: " + OfColumn("M", "the id 9 is repeated or not below 5")});
@@ -177,7 +177,7 @@ TEST_F(DefinitionCheckTest, ColumnIds_AreUniqueAndBelowTheNext) {
   EXPECT_EQ(Judge(), Lines{"damage: " + OfColumn("F", "the id 4 is repeated or not below 5")});
 }
 
-TEST_F(DefinitionCheckTest, VariableIndexes_AreUniqueAndBelowTheNext) {
+TEST_F(DefinitionCheckTest, VariableIndexesAreUniqueAndBelowTheNext) {
   ColumnAt(3).variableIndex = 0;
   EXPECT_EQ(Judge(), Lines{"damage: " + OfColumn("M", "the variable index 0 is repeated or not below 2")});
   ColumnAt(3).variableIndex = 2;
@@ -192,7 +192,7 @@ TEST_F(DefinitionCheckTest, ColumnNames) {
   EXPECT_EQ(Judge(), Lines{"damage: " + OfColumn(std::string(65, 'x'), "the name has 65 characters")});
 }
 
-TEST_F(DefinitionCheckTest, SortOrder_IsThatOfTheFile) {
+TEST_F(DefinitionCheckTest, SortOrderIsThatOfTheFile) {
   ColumnAt(1).sortOrder = {0x09, 0x04, 0, 1};
   EXPECT_EQ(Judge(), Lines{"note: " + OfColumn("K", "the sort order 09040001 is not that of the file, 09040000")});
   ColumnAt(1).sortOrder = kGeneral;
@@ -200,7 +200,7 @@ TEST_F(DefinitionCheckTest, SortOrder_IsThatOfTheFile) {
   EXPECT_EQ(Judge(), Lines());
 }
 
-TEST_F(DefinitionCheckTest, LongValues_HaveNoFixedPlace) {
+TEST_F(DefinitionCheckTest, LongValuesHaveNoFixedPlace) {
   ColumnAt(3).flags |= 0x01;
   ColumnAt(3).fixedOffset = 20;
   EXPECT_EQ(Judge(), Lines{"damage: " + OfColumn("M", "a long value column is marked as having a fixed place")});
@@ -213,24 +213,24 @@ TEST_F(DefinitionCheckTest, LengthsOfColumns) {
                             "note: " + OfColumn("N", "the length field is 8, but values of the type have 4 bytes")}));
 }
 
-TEST_F(DefinitionCheckTest, TypeOfALaterEngine_IsNoted) {
+TEST_F(DefinitionCheckTest, TypeOfALaterEngineIsNoted) {
   ColumnAt(2).type = static_cast<ColumnType>(18);
   EXPECT_EQ(Judge(), Lines{"note: " + OfColumn("N", "the type 18 is not known")});
 }
 
-TEST_F(DefinitionCheckTest, FixedColumns_DoNotOverlap) {
+TEST_F(DefinitionCheckTest, FixedColumnsDoNotOverlap) {
   ColumnAt(2).fixedOffset = 3;
   EXPECT_EQ(Judge(), Lines{"damage: " + OfColumn("N", "the column overlaps column Id in the fixed area")});
 }
 
-TEST_F(DefinitionCheckTest, ShortestRow_FitsAPage) {
+TEST_F(DefinitionCheckTest, ShortestRowFitsAPage) {
   ColumnAt(2).fixedOffset = 4060 - 2 - 4 - 8 - 1;
   EXPECT_EQ(Judge(), Lines());
   ++ColumnAt(2).fixedOffset;
   EXPECT_EQ(Judge(), Lines{"damage: table T, page 16: the shortest row takes 4061 bytes, at most 4060 can be"});
 }
 
-TEST_F(DefinitionCheckTest, IndexColumns_ExistAndOccurOnce) {
+TEST_F(DefinitionCheckTest, IndexColumnsExistAndOccurOnce) {
   definition_->indexes[1].columns[1] = {7, true, std::nullopt};
   EXPECT_EQ(Judge(), Lines{"damage: table T, index Both, page 16: there is no column with the id 7"});
   definition_->indexes[1].columns[1] = definition_->indexes[1].columns[0];
@@ -267,7 +267,7 @@ TEST_F(DefinitionCheckTest, AtMost32Indexes) {
                             "damage: table T, page 16: the table has 33 indexes, at most 32 can be"}));
 }
 
-TEST_F(DefinitionCheckTest, IndexWithoutRelation_NamesNoOtherSide) {
+TEST_F(DefinitionCheckTest, IndexWithoutRelationNamesNoOtherSide) {
   definition_->logicalIndexes[0].otherTable = 5;
   const std::string name = definition_->logicalIndexes[0].name;
   EXPECT_EQ(Judge(), Lines{"note: table T, index " + name +

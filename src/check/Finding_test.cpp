@@ -7,7 +7,7 @@
 namespace mv::check {
 namespace {
 
-TEST(Finding, Line_NamesThePlaceAsFarAsItIsKnown) {
+TEST(Finding, LineNamesThePlaceAsFarAsItIsKnown) {
   Finding finding;
   finding.text = "something is wrong";
   EXPECT_EQ(LineOf(finding), "damage: something is wrong");
@@ -21,7 +21,7 @@ TEST(Finding, Line_NamesThePlaceAsFarAsItIsKnown) {
             "note: table Fuel, index PrimaryKey, column KY_RECID, page 123, row 4: something is wrong");
 }
 
-TEST(Finding, Summary_CountsAndSaysWhetherTheFileIsSound) {
+TEST(Finding, SummaryCountsAndSaysWhetherTheFileIsSound) {
   Report report;
   EXPECT_EQ(SummaryOf(report), "not checked");
   report.checked = true;
@@ -38,7 +38,7 @@ TEST(Finding, Summary_CountsAndSaysWhetherTheFileIsSound) {
   EXPECT_EQ(SummaryOf(report), "123 pages, 13 tables, 4567 rows, 1 index: 3 damages, 2 notes");
 }
 
-TEST(Finding, EveryKind_HasANameOfItsOwn) {
+TEST(Finding, EveryKindHasANameOfItsOwn) {
   for (std::size_t kind = 1; kind < kKinds; ++kind) {
     EXPECT_FALSE(NameOf(static_cast<Kind>(kind)).empty());
     EXPECT_NE(NameOf(static_cast<Kind>(kind)), NameOf(static_cast<Kind>(kind - 1)));
@@ -56,7 +56,7 @@ TEST(Findings, TextsArePutTogetherFromTheirParts) {
   EXPECT_EQ(LineOf(report.findings[0]), "damage: table T, page 17, row 3: row 9/2 has 5 bytes: 01ab");
 }
 
-TEST(Findings, LongHex_IsCut) {
+TEST(Findings, LongHexIsCut) {
   Findings findings;
   findings.Note(Kind::Row, {}, Hex{Bytes(30, 0x7F)});
   Report report;
@@ -64,7 +64,7 @@ TEST(Findings, LongHex_IsCut) {
   EXPECT_EQ(report.findings.at(0).text, "7f7f7f7f7f7f7f7f7f7f7f7f7f7f7f7f7f7f7f7f7f7f7f7f... (30 bytes)");
 }
 
-TEST(Findings, BeyondTheFirstHundredOfAKind_AreOnlyCounted) {
+TEST(Findings, BeyondTheFirstHundredOfAKindAreOnlyCounted) {
   Findings findings;
   for (int i = 0; i < 150; ++i) findings.Damage(Kind::Row, {}, "row ", i);
   for (int i = 0; i < 3; ++i) findings.Note(Kind::Row, {}, "note ", i);

@@ -35,40 +35,40 @@ class HeaderTest : public ::testing::Test {
   Bytes mask_;
 };
 
-TEST_F(HeaderTest, OfANewDatabase_IsSound) {
+TEST_F(HeaderTest, OfANewDatabaseIsSound) {
   EXPECT_EQ(Check(), Lines());
 }
 
-TEST_F(HeaderTest, PointersThatAreNotTheFixedOnes_AreDamage) {
+TEST_F(HeaderTest, PointersThatAreNotTheFixedOnesAreDamage) {
   SetMasked16(0x18, 0x0102);
   SetMasked16(0x2C, 6);
   EXPECT_EQ(Check(), (Lines{"damage: page 0: the pointer to the map of free pages is 258, not 256",
                             "damage: page 0: the pointer to the definition of MSysRelationships is 6, not 5"}));
 }
 
-TEST_F(HeaderTest, CodePage_MustBeOneOfWindows) {
+TEST_F(HeaderTest, CodePageMustBeOneOfWindows) {
   SetMasked16(0x3C, 1250);
   EXPECT_EQ(Check(), Lines());
   SetMasked16(0x3C, 7);
   EXPECT_EQ(Check(), Lines{"note: page 0: the code page 7 is no ANSI code page"});
 }
 
-TEST_F(HeaderTest, EngineVersion_Is40) {
+TEST_F(HeaderTest, EngineVersionIs40) {
   file_.Byte(0, 0x9C) = '5';
   EXPECT_EQ(Check(), Lines{"note: page 0: the engine's version is not 4.0"});
 }
 
-TEST_F(HeaderTest, CreationDate_IsADate) {
+TEST_F(HeaderTest, CreationDateIsADate) {
   SetMasked16(0x78, 0x7FF8);
   EXPECT_THAT(Check(), ::testing::Contains("note: page 0: the creation date is no date"));
 }
 
-TEST_F(HeaderTest, Password_IsNoted) {
+TEST_F(HeaderTest, PasswordIsNoted) {
   SetMasked16(0x42, 'x');
   EXPECT_EQ(Check(), Lines{"note: the database has a password"});
 }
 
-TEST_F(HeaderTest, CommitWordsBelow0100_AreDamage) {
+TEST_F(HeaderTest, CommitWordsBelow0100AreDamage) {
   file_.Set16(0, 0xE00 + 2 * 5, 0x0000);
   file_.Set16(0, 0xE00 + 2 * 9, 0x0001);
   file_.Set16(0, 0xE00 + 2 * 10, 0x0100);
@@ -76,7 +76,7 @@ TEST_F(HeaderTest, CommitWordsBelow0100_AreDamage) {
                             "damage: page 0: commit word 9 is 1: a writer stopped half-way, or met damage"}));
 }
 
-TEST_F(HeaderTest, Identifiers_AreThoseOfTheFile) {
+TEST_F(HeaderTest, IdentifiersAreThoseOfTheFile) {
   const jet::Header other = jet::Header::FromPage([&] {
     jet::Page page;
     std::copy_n(file_.Page(0), page.size(), page.begin());
@@ -91,7 +91,7 @@ TEST_F(HeaderTest, Identifiers_AreThoseOfTheFile) {
   EXPECT_EQ(header.AccountOf(Bytes{0x03}), std::nullopt);
 }
 
-TEST_F(HeaderTest, FilesOfOtherKinds_HaveOneFindingThatSaysWhatTheyAre) {
+TEST_F(HeaderTest, FilesOfOtherKindsHaveOneFindingThatSaysWhatTheyAre) {
   const auto withMark = [&](std::string_view mark, std::uint8_t version) {
     FileBytes file = file_;
     std::copy(mark.begin(), mark.end(), file.Page(0) + 4);
@@ -113,14 +113,14 @@ TEST_F(HeaderTest, FilesOfOtherKinds_HaveOneFindingThatSaysWhatTheyAre) {
   EXPECT_EQ(FindingsIn(start), Lines{"damage: the file is too short for a database and cannot be checked"});
 }
 
-TEST_F(HeaderTest, EncodedFile_CannotBeChecked) {
+TEST_F(HeaderTest, EncodedFileCannotBeChecked) {
   SetMasked16(0x3E, 1);
   const Report report = CheckDatabase(file_.All());
   EXPECT_FALSE(report.checked);
   EXPECT_EQ(LinesOf(report), Lines{"damage: the file is an encoded (encrypted) database and cannot be checked"});
 }
 
-TEST_F(HeaderTest, LengthThatIsNoMultipleOfAPage_IsDamageAndTheWholePagesAreChecked) {
+TEST_F(HeaderTest, LengthThatIsNoMultipleOfAPageIsDamageAndTheWholePagesAreChecked) {
   Bytes longer = file_.All();
   longer.push_back(0);
   EXPECT_EQ(FindingsIn(longer),

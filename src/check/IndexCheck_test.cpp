@@ -84,7 +84,7 @@ class IndexCheckTest : public ::testing::Test {
   FileBytes file_{SoundSample().image};
 };
 
-TEST_F(IndexCheckTest, SoundDatabase_HasNoFindings) {
+TEST_F(IndexCheckTest, SoundDatabaseHasNoFindings) {
   EXPECT_EQ(Check(), Lines());
   EXPECT_GE(Leaves().size(), 3U);
 }
@@ -119,7 +119,7 @@ TEST_F(IndexCheckTest, OwnerField) {
   EXPECT_EQ(Check(), Lines{At(leaf, "the owner field is 3, not " + std::to_string(SoundSample().definition.page))});
 }
 
-TEST_F(IndexCheckTest, ReservedWord_IsNoted) {
+TEST_F(IndexCheckTest, ReservedWordIsNoted) {
   const PageNumber leaf = Leaves()[1];
   file_.Set32(leaf, 8, 1);
   EXPECT_EQ(Check(),
@@ -174,7 +174,7 @@ TEST_F(IndexCheckTest, RootAsItsOwnChild) {
   EXPECT_THAT(Check(), ::testing::Contains(At(root, "the page already belongs to index PrimaryKey of table T")));
 }
 
-TEST_F(IndexCheckTest, NodeWithoutTail_LeavesRowsOut) {
+TEST_F(IndexCheckTest, NodeWithoutTailLeavesRowsOut) {
   const PageNumber tail = Leaves().back();
   file_.Set32(Primary().root, kTailAt, 0);
   const Lines found = Check();
@@ -217,7 +217,7 @@ TEST_F(IndexCheckTest, EmptyLeafBelowTheRoot) {
   EXPECT_THAT(Check(), ::testing::Contains(At(leaf, "the leaf is empty, but not the root")));
 }
 
-TEST_F(IndexCheckTest, PrefixOfANode_IsNoted) {
+TEST_F(IndexCheckTest, PrefixOfANodeIsNoted) {
   const PageNumber root = Primary().root;
   const IndexPage page = PageAt(root);
   ASSERT_EQ(page.PrefixLength(), 0U);
@@ -241,7 +241,7 @@ TEST_F(IndexCheckTest, MapIsTheTree) {
 /// The byte of the key's last letter in an entry of a node: key, 01 00, address, child.
 constexpr std::size_t kBehindKey = 2 + 4 + 4;
 
-TEST_F(IndexCheckTest, EntryOfANode_IsTheLastBelowItsChild) {
+TEST_F(IndexCheckTest, EntryOfANodeIsTheLastBelowItsChild) {
   const PageNumber root = Primary().root;
   const std::size_t last = kEntriesAt + PageAt(root).At(0).Size() - kBehindKey - 1;
   --file_.Byte(root, last);
@@ -307,14 +307,14 @@ class RowValueTest : public IndexCheckTest {
   std::uint8_t& MaskOf(RowId row) { return file_.Byte(row.page, file_.RowEnd(row) - 1); }
 };
 
-TEST_F(RowValueTest, RowThatHasNoNullAnyMore_NeedsAnEntry) {
+TEST_F(RowValueTest, RowThatHasNoNullAnyMoreNeedsAnEntry) {
   const RowId row = FirstRowOf(Leaves()[0]);
   MaskOf(row) |= 0x02;
   EXPECT_EQ(Check(), Lines{"damage: table T, index N, page " + std::to_string(row.page) + ", row " +
                            std::to_string(row.slot) + ": the row has no entry in the index"});
 }
 
-TEST_F(RowValueTest, RowOfNulls_HasNoEntryInAnIndexThatIgnoresThem) {
+TEST_F(RowValueTest, RowOfNullsHasNoEntryInAnIndexThatIgnoresThem) {
   const RowId row = AddressOf(PageAt(WithoutNulls().root).At(0));
   MaskOf(row) &= 0xFD;
   const Lines found = Check();
@@ -346,7 +346,7 @@ TEST_F(RowValueTest, SameKeyTwiceInAUniqueIndex) {
             Lines{At(first, "rows " + Text(one) + " and " + Text(two) + " have the same key 7f80000001", "U")});
 }
 
-TEST_F(IndexCheckTest, KeysOfAnotherSortOrder_AreNotComparedAndNoted) {
+TEST_F(IndexCheckTest, KeysOfAnotherSortOrderAreNotComparedAndNoted) {
   const jet::TableDefinition& definition = SoundSample().definition;
   const std::size_t column = 63 + 12 * definition.indexData.size() + 25 * definition.columns[0].id;
   ASSERT_EQ(file_.Word16(definition.page, column + 11), 0x0409);

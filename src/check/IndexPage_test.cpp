@@ -35,7 +35,7 @@ class IndexPageTest : public ::testing::Test {
   IndexPage page_;
 };
 
-TEST_F(IndexPageTest, LeafWithPrefix_GivesWholeEntries) {
+TEST_F(IndexPageTest, LeafWithPrefixGivesWholeEntries) {
   ASSERT_EQ(Read({"7F 80 00 00 01 00 00 F7 63", "01 00 00 F7 7B", "01 00 00 F8 21"}, 4), "");
   ASSERT_EQ(page_.Count(), 3U);
   EXPECT_EQ(page_.At(0).Copy(), FromHex("7F 80 00 00 01 00 00 F7 63"));
@@ -75,7 +75,7 @@ TEST_F(IndexPageTest, EntryTooShort) {
   EXPECT_EQ(Read({}, 0, kIndexNode), "an entry is too short for a key and an address");
 }
 
-TEST_F(IndexPageTest, EmptyPage_HasAllItsRoom) {
+TEST_F(IndexPageTest, EmptyPageHasAllItsRoom) {
   EXPECT_EQ(Read({}), "");
   EXPECT_EQ(page_.Count(), 0U);
   EXPECT_EQ(page_.Room(), 3616U);

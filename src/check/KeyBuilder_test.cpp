@@ -48,7 +48,7 @@ class KeyBuilderTest : public ::testing::Test {
   Bytes row_;
 };
 
-TEST_F(KeyBuilderTest, Null_IsOneByte) {
+TEST_F(KeyBuilderTest, NullIsOneByte) {
   const KeyBuilder::Key key = Build(ColumnType::Long, {}, true, KeyBuilder::Style::Usual, true);
   EXPECT_EQ(ToHex(key.bytes), "00");
   EXPECT_TRUE(key.allNull);
@@ -56,7 +56,7 @@ TEST_F(KeyBuilderTest, Null_IsOneByte) {
   EXPECT_EQ(ToHex(Build(ColumnType::Text, {}, false, KeyBuilder::Style::Usual, true).bytes), "FF");
 }
 
-TEST_F(KeyBuilderTest, Boolean_IsNeverNull) {
+TEST_F(KeyBuilderTest, BooleanIsNeverNull) {
   EXPECT_EQ(Key(ColumnType::Boolean, ""), "7F 00");
   EXPECT_EQ(Key(ColumnType::Boolean, "", false), "80 FF");
   const KeyBuilder::Key key = Build(ColumnType::Boolean, {}, true, KeyBuilder::Style::Usual, true);
@@ -81,7 +81,7 @@ TEST_F(KeyBuilderTest, FloatingNumbers) {
   EXPECT_EQ(Key(ColumnType::DateTime, "00 00 00 00 F0 9F E2 40"), "7F C0 E2 9F F0 00 00 00 00");
 }
 
-TEST_F(KeyBuilderTest, Binary_ComesInGroupsOf8) {
+TEST_F(KeyBuilderTest, BinaryComesInGroupsOf8) {
   EXPECT_EQ(Key(ColumnType::Binary, "01 02 03 04 05 06 07 08 09 0A"),
             "7F 01 02 03 04 05 06 07 08 09 09 0A 00 00 00 00 00 00 02");
   EXPECT_EQ(Key(ColumnType::Binary, "01 02 03 04 05 06 07 08"), "7F 01 02 03 04 05 06 07 08 08");
@@ -90,12 +90,12 @@ TEST_F(KeyBuilderTest, Binary_ComesInGroupsOf8) {
   EXPECT_EQ(Key(ColumnType::Binary, ""), "7F");
 }
 
-TEST_F(KeyBuilderTest, Guid_IsInPrintedOrder) {
+TEST_F(KeyBuilderTest, GuidIsInPrintedOrder) {
   EXPECT_EQ(Key(ColumnType::Guid, "67 45 23 01 AB 89 EF CD 01 23 45 67 89 AB CD EF"),
             "7F 01 23 45 67 89 AB CD EF 09 01 23 45 67 89 AB CD EF 08");
 }
 
-TEST_F(KeyBuilderTest, Decimal_HasItsSignInFront) {
+TEST_F(KeyBuilderTest, DecimalHasItsSignInFront) {
   const std::string value = "00 | 00 00 00 00 | 00 00 00 00 | 00 00 00 00 | 48 E8 01 00";
   const std::string zeros = "00 00 00 00 00 00 00 00 00 00 00 00 00 ";
   const std::string ones = "FF FF FF FF FF FF FF FF FF FF FF FF FF ";
@@ -107,24 +107,24 @@ TEST_F(KeyBuilderTest, Decimal_HasItsSignInFront) {
             "80 00 " + ones + "FE 17 B7");
 }
 
-TEST_F(KeyBuilderTest, Text_PlainOrCompressed) {
+TEST_F(KeyBuilderTest, TextPlainOrCompressed) {
   EXPECT_EQ(Key(ColumnType::Text, "\"Tables\""), "7F 6D 4A 4C 5E 51 6B 01 00");
   EXPECT_EQ(Key(ColumnType::Text, "FF FE 54 61 62 6C 65 73"), "7F 6D 4A 4C 5E 51 6B 01 00");
   EXPECT_EQ(Key(ColumnType::Text, "\"Tables\"", false), "80 92 B5 B3 A1 AE 94 FE FF 00");
 }
 
-TEST_F(KeyBuilderTest, Memo_IsFetched) {
+TEST_F(KeyBuilderTest, MemoIsFetched) {
   EXPECT_EQ(Key(ColumnType::Memo, "06 00 00 80 00 00 00 00 00 00 00 00 \"a b\""), "7F 4A 07 4C 01 00");
 }
 
-TEST_F(KeyBuilderTest, CharactersOfSeveralLetters_CountTwoOrOnce) {
+TEST_F(KeyBuilderTest, CharactersOfSeveralLettersCountTwoOrOnce) {
   const Bytes text = FromHex("41 00 DF 00 2D 00 42 00");  // "Aß-B"
   EXPECT_EQ(ToHex(Build(ColumnType::Text, text, true).bytes), "7F 4A 6B 6B 4C 01 01 01 01 80 13 06 82 00");
   EXPECT_EQ(ToHex(Build(ColumnType::Text, text, true, KeyBuilder::Style::Other).bytes),
             "7F 4A 6B 6B 4C 01 01 01 01 80 0F 06 82 00");
 }
 
-TEST_F(KeyBuilderTest, WhatHasNoKnownKey_IsSaid) {
+TEST_F(KeyBuilderTest, WhatHasNoKnownKeyIsSaid) {
   EXPECT_FALSE(Build(ColumnType::Text, FromHex("00 D8"), true).known);
   EXPECT_FALSE(Build(ColumnType::Ole, Bytes(20), true).known);
   EXPECT_FALSE(Build(ColumnType::RawBlock, Bytes(20), true).known);

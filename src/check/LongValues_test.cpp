@@ -81,7 +81,7 @@ TEST_F(LongValuesTest, SoundValuesOfAllForms) {
   EXPECT_TRUE(readable_);
 }
 
-TEST_F(LongValuesTest, Fetch_GivesTheBytes) {
+TEST_F(LongValuesTest, FetchGivesTheBytes) {
   Bytes inlined = Descriptor(kInline, 3);
   inlined.insert(inlined.end(), {1, 2, 3});
   Begin();
@@ -103,7 +103,7 @@ TEST_F(LongValuesTest, UnknownForm) {
   EXPECT_EQ(Check(Descriptor(0xC0000000, 10)), Lines{Damage("the value is of an unknown form")});
 }
 
-TEST_F(LongValuesTest, InlineValue_HasItsBytesAndNoMore) {
+TEST_F(LongValuesTest, InlineValueHasItsBytesAndNoMore) {
   Bytes descriptor = Descriptor(kInline, 3);
   descriptor.insert(descriptor.end(), {1, 2});
   EXPECT_EQ(Check(descriptor), Lines{Damage("the value should have 3 bytes, but only 2 follow its descriptor")});
@@ -122,7 +122,7 @@ TEST_F(LongValuesTest, FormGoesByTheLength) {
             Lines{Note("a value of 3816 bytes should be stored in another form")});
 }
 
-TEST_F(LongValuesTest, FormOfAMemo_GoesByItsLengthBeforeCompression) {
+TEST_F(LongValuesTest, FormOfAMemoGoesByItsLengthBeforeCompression) {
   column_.type = ColumnType::Memo;
   Bytes inlined = Descriptor(kInline, 35);
   inlined.insert(inlined.end(), {0xFF, 0xFE});
@@ -130,7 +130,7 @@ TEST_F(LongValuesTest, FormOfAMemo_GoesByItsLengthBeforeCompression) {
   EXPECT_EQ(Check(inlined), Lines{Note("a value of 66 bytes should be stored in another form")});
 }
 
-TEST_F(LongValuesTest, ShortChain_IsRightInAColumnWithoutFreeSpaceMap) {
+TEST_F(LongValuesTest, ShortChainIsRightInAColumnWithoutFreeSpaceMap) {
   column_.hasFreeSpaceMap = false;
   file_.PutDataPage(2, kLongValueOwner, {Part({}, 80)}, kStamp);
   EXPECT_EQ(Check(Descriptor(kChain, 80, {2, 0}, kStamp)), Lines());
@@ -204,7 +204,7 @@ TEST_F(LongValuesTest, PartThatIsNotAlone) {
   EXPECT_EQ(Check(Chain()), Lines{Note("the part of the chain at 4/0 is not alone on its page")});
 }
 
-TEST_F(LongValuesTest, StampOfAChain_IsThatOfItsFirstPageAndNot0) {
+TEST_F(LongValuesTest, StampOfAChainIsThatOfItsFirstPageAndNot0) {
   EXPECT_EQ(Check(Descriptor(kChain, kChainLength, {2, 0}, kStamp + 1)),
             Lines{Damage("the value has the stamp 4661, its first page 2 has 4660")});
   file_.Set32(2, 8, 0);
@@ -212,7 +212,7 @@ TEST_F(LongValuesTest, StampOfAChain_IsThatOfItsFirstPageAndNot0) {
             Lines{Damage("the value has the stamp 0, its first page 2 has 0")});
 }
 
-TEST_F(LongValuesTest, StampsElsewhere_AreNoted) {
+TEST_F(LongValuesTest, StampsElsewhereAreNoted) {
   file_.Set32(3, 8, 7);
   EXPECT_EQ(Check(Chain()), Lines{Note("page 3 has a stamp, but begins no chain")});
   file_.Set32(1, 8, 7);
@@ -221,7 +221,7 @@ TEST_F(LongValuesTest, StampsElsewhere_AreNoted) {
   EXPECT_EQ(Check(inlined), Lines{Note("the value has a stamp, but is no chain")});
 }
 
-TEST_F(LongValuesTest, RowsOfNoValue_AreNoted) {
+TEST_F(LongValuesTest, RowsOfNoValueAreNoted) {
   Check(Chain());
   values_->Check(column_, Descriptor(kOneRow, 200, {1, 0}), {});
   values_->NoteOrphans({1, 2, 3, 4}, {.table = "T", .column = "O"});

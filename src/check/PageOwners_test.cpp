@@ -31,7 +31,7 @@ TEST_F(PageOwnersTest, PageIsTakenOnce) {
   EXPECT_EQ(Take(), Lines{"damage: table T, page 3: the page already belongs to index PrimaryKey of table T"});
 }
 
-TEST_F(PageOwnersTest, PageOutsideTheFile_CannotBeTaken) {
+TEST_F(PageOwnersTest, PageOutsideTheFileCannotBeTaken) {
   EXPECT_FALSE(owners_.Claim(8, owners_.Add({Use::Rows, "T"}), {.table = "T"}));
   EXPECT_EQ(Take(), Lines{"damage: table T: names page 8, but the file has 8 pages"});
 }
@@ -43,12 +43,12 @@ TEST_F(PageOwnersTest, PageIsOwnedOrFree) {
   EXPECT_EQ(Take(), Lines{"damage: page 3: the page is free, but belongs to the long values of column M of table T"});
 }
 
-TEST_F(PageOwnersTest, PagesThatAreNeitherOwnedNorFree_AreOneNote) {
+TEST_F(PageOwnersTest, PagesThatAreNeitherOwnedNorFreeAreOneNote) {
   owners_.CheckFreePages({true, true, false, true, false, true, true, true});
   EXPECT_EQ(Take(), Lines{"note: pages that are neither free nor in use: 2, 4"});
 }
 
-TEST_F(PageOwnersTest, OfManySuchPages_TheFirstTenAreNamed) {
+TEST_F(PageOwnersTest, OfManySuchPagesTheFirstTenAreNamed) {
   PageOwners owners(100, findings_);
   owners.CheckFreePages(std::vector<bool>(100, false));
   EXPECT_EQ(Take(), Lines{"note: pages that are neither free nor in use: 0, 1, 2, 3, 4, 5, 6, 7, 8, 9 and 90 more"});

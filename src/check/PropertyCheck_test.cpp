@@ -35,12 +35,12 @@ class PropertyCheckTest : public ::testing::Test {
   Strings required_;
 };
 
-TEST_F(PropertyCheckTest, SoundList_SaysWhichColumnsAreRequired) {
+TEST_F(PropertyCheckTest, SoundListSaysWhichColumnsAreRequired) {
   EXPECT_EQ(Check(), Lines());
   EXPECT_EQ(required_, Strings{"name"});
 }
 
-TEST_F(PropertyCheckTest, ListWithoutProperties_IsSound) {
+TEST_F(PropertyCheckTest, ListWithoutPropertiesIsSound) {
   list_.resize(4);
   EXPECT_EQ(Check(), Lines());
 }
@@ -110,7 +110,7 @@ TEST_F(PropertyCheckTest, ValueOfAnEntry) {
   EXPECT_EQ(Check(), Lines{"damage: table T: a property's value does not fit"});
 }
 
-TEST_F(PropertyCheckTest, EveryCutList_IsWrongOrEndsBetweenBlocks) {
+TEST_F(PropertyCheckTest, EveryCutListIsWrongOrEndsBetweenBlocks) {
   const Bytes whole = list_;
   for (std::size_t size = 0; size < whole.size(); ++size) {
     list_.assign(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));

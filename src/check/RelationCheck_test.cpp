@@ -56,7 +56,7 @@ class RelationSidesTest : public ::testing::Test {
   Definitions definitions_;
 };
 
-TEST_F(RelationSidesTest, SidesThatNameEachOther_AreSound) {
+TEST_F(RelationSidesTest, SidesThatNameEachOtherAreSound) {
   EXPECT_EQ(Check(), Lines());
 }
 
@@ -125,11 +125,11 @@ class RelationRowsTest : public ::testing::Test {
   JetDatabase database_;
 };
 
-TEST_F(RelationRowsTest, RelationThatHolds_IsSound) {
+TEST_F(RelationRowsTest, RelationThatHoldsIsSound) {
   EXPECT_EQ(Check(), Lines());
 }
 
-TEST_F(RelationRowsTest, RowThatRefersToNoRow_IsNoted) {
+TEST_F(RelationRowsTest, RowThatRefersToNoRowIsNoted) {
   FileBytes file(database_.Image());
   const jet::Table& sales = database_->OpenTable("Sales");
   const jet::RowId row = *sales.First();
@@ -165,7 +165,7 @@ TEST_F(RelationRowsTest, RelationOfAColumnThatDoesNotExist) {
   EXPECT_EQ(Check(), Lines{Row("relation ShopsSales names column Store of table Sales, which does not exist")});
 }
 
-TEST_F(RelationRowsTest, RelationThatIsNotEnforced_NeedsNoIndex) {
+TEST_F(RelationRowsTest, RelationThatIsNotEnforcedNeedsNoIndex) {
   SetRelationship("szObject", std::string("Shops"));
   SetRelationship("szColumn", std::string("Id"));
   EXPECT_EQ(Check(), Lines{Row("relation ShopsSales is enforced, but table Shops has no index of its name")});

@@ -50,7 +50,7 @@ class RowReaderTest : public ::testing::Test {
   Bytes bytes_ = FromHex("04 00 | 01 00 00 00 | 61 00 62 00 | 0A 00 0A 00 06 00 02 00 | 0B");
 };
 
-TEST_F(RowReaderTest, SoundRow_HasItsCells) {
+TEST_F(RowReaderTest, SoundRowHasItsCells) {
   EXPECT_EQ(At(0).state, Cell::State::Value);
   EXPECT_EQ(Word32(At(0).bytes, 0), 1U);
   EXPECT_EQ(At(1).bytes.size(), 4U);
@@ -59,19 +59,19 @@ TEST_F(RowReaderTest, SoundRow_HasItsCells) {
   EXPECT_EQ(At(3).state, Cell::State::Value);
 }
 
-TEST_F(RowReaderTest, UnusedBytesBeforeTheOffsets_AreAllowed) {
+TEST_F(RowReaderTest, UnusedBytesBeforeTheOffsetsAreAllowed) {
   bytes_.insert(bytes_.begin() + 10, 3, 0xEE);
   EXPECT_EQ(Wrong(), "");
 }
 
-TEST_F(RowReaderTest, OldRow_LacksTheColumnsThatCameLater) {
+TEST_F(RowReaderTest, OldRowLacksTheColumnsThatCameLater) {
   bytes_ = FromHex("01 00 | 01 00 00 00 | 01");
   EXPECT_EQ(At(0).bytes.size(), 4U);
   EXPECT_EQ(At(1).state, Cell::State::Null);
   EXPECT_EQ(At(3).state, Cell::State::Null);
 }
 
-TEST_F(RowReaderTest, FixedColumnBehindTheFixedArea_IsOutside) {
+TEST_F(RowReaderTest, FixedColumnBehindTheFixedAreaIsOutside) {
   definition_.columns[0].fixedOffset = 1;
   EXPECT_EQ(At(0).state, Cell::State::Outside);
 }

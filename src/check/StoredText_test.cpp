@@ -5,7 +5,7 @@
 namespace mv::check {
 namespace {
 
-TEST(StoredText, Plain_IsUtf16) {
+TEST(StoredText, PlainIsUtf16) {
   std::u16string units;
   EXPECT_TRUE(DecodeStoredText(Bytes{'a', 0, 0x2D, 0x4E}, units));
   EXPECT_EQ(units, u"a\u4E2D");
@@ -13,13 +13,13 @@ TEST(StoredText, Plain_IsUtf16) {
   EXPECT_EQ(units, u"");
 }
 
-TEST(StoredText, Compressed_ChangesBetweenNarrowAndWide) {
+TEST(StoredText, CompressedChangesBetweenNarrowAndWide) {
   std::u16string units;
   EXPECT_TRUE(DecodeStoredText(Bytes{0xFF, 0xFE, 'c', 0xE9, 0, 0x2D, 0x4E, 0, 'x'}, units));
   EXPECT_EQ(units, u"c\u00E9\u4E2Dx");
 }
 
-TEST(StoredText, EndingWithinACharacter_IsWrong) {
+TEST(StoredText, EndingWithinACharacterIsWrong) {
   std::u16string units;
   EXPECT_FALSE(DecodeStoredText(Bytes{'a', 0, 'b'}, units));
   EXPECT_FALSE(DecodeStoredText(Bytes{0xFF, 0xFE, 'c', 0, 0x2D}, units));

@@ -121,7 +121,7 @@ class TableCheckTest : public ::testing::Test {
   bool readable_ = false;
 };
 
-TEST_F(TableCheckTest, SoundTable_HasNoFindingsAndItsRowsAreMarked) {
+TEST_F(TableCheckTest, SoundTableHasNoFindingsAndItsRowsAreMarked) {
   EXPECT_EQ(Check(), Lines());
   EXPECT_TRUE(readable_);
   EXPECT_EQ(definition_.dataPages, (std::vector<PageNumber>{kFirst, kSecond}));
@@ -132,41 +132,41 @@ TEST_F(TableCheckTest, SoundTable_HasNoFindingsAndItsRowsAreMarked) {
   EXPECT_EQ(world_->Context().report.rows, 3U);
 }
 
-TEST_F(TableCheckTest, UnreadableMap_MeansNothingIsKnownOfTheRows) {
+TEST_F(TableCheckTest, UnreadableMapMeansNothingIsKnownOfTheRows) {
   definition_.ownedPages = {kMaps, 9};
   EXPECT_EQ(Check(), Lines{"damage: table T: the map of owned pages should be at 2/9, where no live row is"});
   EXPECT_FALSE(readable_);
 }
 
-TEST_F(TableCheckTest, PagesWithRoom_AreOwned) {
+TEST_F(TableCheckTest, PagesWithRoomAreOwned) {
   file_.PutDataPage(kMaps, kMapOwner, {Map({kFirst, kSecond}), Map({kSecond, 5})});
   EXPECT_EQ(Check(), Lines{"damage: table T, page 5: the page is listed as having room, but is not the table's (this "
                            "page first of 1)"});
 }
 
-TEST_F(TableCheckTest, OwnedPage_IsADataPage) {
+TEST_F(TableCheckTest, OwnedPageIsADataPage) {
   file_.Byte(kSecond, 0) = 9;
   definition_.rowCount = 2;
   EXPECT_EQ(Check(), Lines{"damage: table T, page 4: the page should be a data page, but begins with 0901"});
 }
 
-TEST_F(TableCheckTest, RowCount_IsNoted) {
+TEST_F(TableCheckTest, RowCountIsNoted) {
   definition_.rowCount = 4;
   EXPECT_EQ(Check(), Lines{"note: table T, page 6: the definition counts 4 rows, but there are 3"});
 }
 
-TEST_F(TableCheckTest, AutonumberBehindTheOnesGiven_IsNoted) {
+TEST_F(TableCheckTest, AutonumberBehindTheOnesGivenIsNoted) {
   definition_.lastAutonumber = 11;
   EXPECT_EQ(Check(), Lines{"note: table T, page 6: the autonumber 12 was given, but the last one is said to be 11"});
 }
 
-TEST_F(TableCheckTest, DeadRows_AreNoRows) {
+TEST_F(TableCheckTest, DeadRowsAreNoRows) {
   file_.SetSlotState({kFirst, 0}, 0xC000);
   definition_.rowCount = 2;
   EXPECT_EQ(Check(), Lines());
 }
 
-TEST_F(TableCheckTest, BrokenRow_IsDamageAndStillCounts) {
+TEST_F(TableCheckTest, BrokenRowIsDamageAndStillCounts) {
   file_.Byte(kFirst, file_.RowStart({kFirst, 0})) = 6;
   EXPECT_EQ(Check(), Lines{"damage: table T, page 3, row 0: the row has more columns than its table"});
   EXPECT_EQ(world_->Context().rows.MarkOf({kFirst, 0}), Mark::Damaged);
@@ -178,7 +178,7 @@ TEST_F(TableCheckTest, FixedColumnOutsideTheFixedArea) {
   EXPECT_EQ(Check(), Lines{First("Id", "the row's fixed area ends before the column")});
 }
 
-TEST_F(TableCheckTest, ValueOfAFixedLengthType_HasThatLength) {
+TEST_F(TableCheckTest, ValueOfAFixedLengthTypeHasThatLength) {
   PutRow(MakeRow(10, Utf16("ab"), {}, Bytes(7)));
   EXPECT_EQ(Check(), Lines{First("D", "the value has 7 bytes, its type takes 8")});
 }
@@ -198,19 +198,19 @@ TEST_F(TableCheckTest, BinaryLongerThanItsColumn) {
   EXPECT_EQ(Check(), Lines{First("B", "the value has 3 bytes, at most 2 can be")});
 }
 
-TEST_F(TableCheckTest, LongValue_IsChecked) {
+TEST_F(TableCheckTest, LongValueIsChecked) {
   PutRow(MakeRow(10, Utf16("ab"), {}, Bytes(8), Bytes(5, 1)));
   EXPECT_EQ(Check(), Lines{First("M", "the descriptor has only 5 bytes")});
 }
 
-TEST_F(TableCheckTest, NullInARequiredColumn_IsNoted) {
+TEST_F(TableCheckTest, NullInARequiredColumnIsNoted) {
   definition_.columns[1].required = true;
   EXPECT_EQ(Check(), Lines());
   PutRow(MakeRow(10, {}));
   EXPECT_EQ(Check(), Lines{"note: table T, column K, page 3, row 0: the column may not be null, but is"});
 }
 
-TEST_F(TableCheckTest, MovedRow_HasOneLandingRow) {
+TEST_F(TableCheckTest, MovedRowHasOneLandingRow) {
   PutMovedRow();
   EXPECT_EQ(Check(), Lines());
   const RowReader reader(definition_);
@@ -254,14 +254,14 @@ TEST_F(TableCheckTest, LandingRowOfTwoRows) {
             Lines{"damage: table T, page 3, row 1: the row was moved to 4/0, which is another row's landing row"});
 }
 
-TEST_F(TableCheckTest, LandingRowOfNoRow_IsNoted) {
+TEST_F(TableCheckTest, LandingRowOfNoRowIsNoted) {
   PutMovedRow();
   file_.SetSlotState({kFirst, 0}, 0xC000);
   definition_.rowCount = 1;
   EXPECT_EQ(Check(), Lines{"note: table T, page 4, row 0: no moved row leads to this landing row"});
 }
 
-TEST_F(TableCheckTest, LongValuePageWithoutRoom_IsNotListed) {
+TEST_F(TableCheckTest, LongValuePageWithoutRoomIsNotListed) {
   definition_.longValueMaps = {{4, {kMaps, 2}, {kMaps, 3}}};
   Bytes descriptor(12);
   StoreLittle(descriptor.data(), 0x40000000u | 3816u);
@@ -274,20 +274,20 @@ TEST_F(TableCheckTest, LongValuePageWithoutRoom_IsNotListed) {
             Lines{"note: table T, column M, page 5: the page is listed as having room, but only 257 bytes are free"});
 }
 
-TEST_F(TableCheckTest, LongValuesOfNoRow_AreNoted) {
+TEST_F(TableCheckTest, LongValuesOfNoRowAreNoted) {
   definition_.longValueMaps = {{4, {kMaps, 2}, {kMaps, 3}}};
   file_.PutDataPage(5, kLongValueOwner, {Bytes(100, 'x')});
   EXPECT_EQ(Check(), Lines{"note: table T, column M, page 5: rows that belong to no value: 1"});
 }
 
-TEST_F(TableCheckTest, LongValuesOfABrokenRow_AreNoFindingOfTheirOwn) {
+TEST_F(TableCheckTest, LongValuesOfABrokenRowAreNoFindingOfTheirOwn) {
   definition_.longValueMaps = {{4, {kMaps, 2}, {kMaps, 3}}};
   file_.PutDataPage(5, kLongValueOwner, {Bytes(100, 'x')});
   file_.Byte(kFirst, file_.RowStart({kFirst, 0})) = 6;
   EXPECT_THAT(Check(), ::testing::ElementsAre(::testing::HasSubstr("more columns than its table")));
 }
 
-TEST_F(TableCheckTest, MapsOfADeletedColumn_KeepItsPages) {
+TEST_F(TableCheckTest, MapsOfADeletedColumnKeepItsPages) {
   definition_.longValueMaps = {{9, {kMaps, 2}, {kMaps, 3}}};
   file_.PutDataPage(5, kLongValueOwner, {Bytes(100, 'x')});
   EXPECT_EQ(Check(), Lines());
@@ -329,19 +329,19 @@ class LongMemoTest : public TableCheckTest {
   }
 };
 
-TEST_F(LongMemoTest, MemoThatHandheldsCannotReadBack_IsNotedWithItsRow) {
+TEST_F(LongMemoTest, MemoThatHandheldsCannotReadBackIsNotedWithItsRow) {
   EXPECT_EQ(CheckMemo(32767, u'm'), Lines());
   EXPECT_EQ(CheckMemo(32768, u'm'),
             Lines{"note: table T, column M, page 3, row 0: the memo takes 32768 bytes as Windows-1252 text; handhelds "
                   "read 32767, so a run would stop at this table with an overflow (row with K = ab)"});
 }
 
-TEST_F(LongMemoTest, CharactersThatTakeTwoBytesOnHandhelds_CountTwice) {
+TEST_F(LongMemoTest, CharactersThatTakeTwoBytesOnHandheldsCountTwice) {
   EXPECT_EQ(CheckMemo(16383, u'\u00E9'), Lines());
   EXPECT_THAT(CheckMemo(16384, u'\u00E9'), ::testing::ElementsAre(::testing::HasSubstr("takes 32768 bytes")));
 }
 
-TEST_F(LongMemoTest, MemoOfASystemTable_GoesToNoHandheld) {
+TEST_F(LongMemoTest, MemoOfASystemTableGoesToNoHandheld) {
   definition_.isUserTable = false;
   EXPECT_EQ(CheckMemo(32768, u'm'), Lines());
 }

@@ -65,12 +65,12 @@ class UsageMapsTest : public ::testing::Test {
   std::vector<bool> free_;
 };
 
-TEST_F(UsageMapsTest, InlineMap_IsTheSetOfItsBits) {
+TEST_F(UsageMapsTest, InlineMapIsTheSetOfItsBits) {
   EXPECT_EQ(Read(), Lines());
   EXPECT_EQ(pages_, (std::vector<PageNumber>{4, 9}));
 }
 
-TEST_F(UsageMapsTest, InlineMap_MayStartAtAMultipleOf8) {
+TEST_F(UsageMapsTest, InlineMapMayStartAtAMultipleOf8) {
   PutMap(InlineMap(8, {0, 1}));
   EXPECT_EQ(Read(), Lines());
   EXPECT_EQ(pages_, (std::vector<PageNumber>{8, 9}));
@@ -78,37 +78,37 @@ TEST_F(UsageMapsTest, InlineMap_MayStartAtAMultipleOf8) {
   EXPECT_EQ(Read(), Lines{"damage: table T, page 2, row 0: the map starts at page 4, which is no multiple of 8"});
 }
 
-TEST_F(UsageMapsTest, MapByReference_HasItsBitsOnPages) {
+TEST_F(UsageMapsTest, MapByReferenceHasItsBitsOnPages) {
   PutMap(MapByReference(kBitPage));
   EXPECT_EQ(Read(), Lines());
   EXPECT_EQ(pages_, (std::vector<PageNumber>{5}));
 }
 
-TEST_F(UsageMapsTest, MapByReferenceOfAnotherLength_IsNoted) {
+TEST_F(UsageMapsTest, MapByReferenceOfAnotherLengthIsNoted) {
   PutMap(MapByReference(kBitPage, 73));
   EXPECT_EQ(Read(), Lines{"note: table T, page 2, row 0: the map has 73 bytes, not 69"});
 }
 
-TEST_F(UsageMapsTest, BitPageOfAnotherKind_IsDamage) {
+TEST_F(UsageMapsTest, BitPageOfAnotherKindIsDamage) {
   PutMap(MapByReference(kBitPage));
   file_.Byte(kBitPage, 2) = 1;
   EXPECT_EQ(Read(),
             Lines{"damage: table T, page 3: the map should have its bits on this page, but it begins with 05010100"});
 }
 
-TEST_F(UsageMapsTest, BitPageOutsideTheFile_IsDamage) {
+TEST_F(UsageMapsTest, BitPageOutsideTheFileIsDamage) {
   PutMap(MapByReference(10));
   EXPECT_EQ(Read(), Lines{"damage: table T, page 2, row 0: names page 10, but the file has 10 pages"});
 }
 
-TEST_F(UsageMapsTest, BitPageOfTwoMaps_IsDamage) {
+TEST_F(UsageMapsTest, BitPageOfTwoMapsIsDamage) {
   Bytes row = MapByReference(kBitPage);
   StoreLittle(row.data() + 5, kBitPage);
   PutMap(row);
   EXPECT_EQ(Read(), Lines{"damage: table T, page 3: the page already belongs to the bits of a usage map of table T"});
 }
 
-TEST_F(UsageMapsTest, UnknownKindOrShortRow_CannotBeRead) {
+TEST_F(UsageMapsTest, UnknownKindOrShortRowCannotBeRead) {
   Bytes row = InlineMap(0, {4});
   row[0] = 2;
   PutMap(row);
@@ -119,7 +119,7 @@ TEST_F(UsageMapsTest, UnknownKindOrShortRow_CannotBeRead) {
   EXPECT_FALSE(isRead_);
 }
 
-TEST_F(UsageMapsTest, PagesOutsideTheFile_AreOneDamage) {
+TEST_F(UsageMapsTest, PagesOutsideTheFileAreOneDamage) {
   PutMap(InlineMap(0, {0, 4, 10, 11}));
   EXPECT_EQ(Read(), Lines{"damage: table T, page 2, row 0: the map names 3 pages that are not in the file, 0 first"});
   EXPECT_EQ(pages_, (std::vector<PageNumber>{4}));
@@ -133,7 +133,7 @@ TEST_F(UsageMapsTest, MapMustBeALiveRowOfAMapPage) {
   EXPECT_EQ(Read(), Lines{"damage: table T: the map should be at 2/0, where no live row is"});
 }
 
-TEST_F(UsageMapsTest, PageOfMaps_BelongsToMaps) {
+TEST_F(UsageMapsTest, PageOfMapsBelongsToMaps) {
   file_.Set32(kMapPage, 4, 17);
   EXPECT_EQ(Read(), Lines{"damage: table T, page 2: the owner field is 17, not 0"});
 }
@@ -145,26 +145,26 @@ TEST_F(UsageMapsTest, RowIsOneMapOnly) {
   EXPECT_EQ(world.Take(), Lines{"damage: table T: another map is at 2/0, which is another map as well"});
 }
 
-TEST_F(UsageMapsTest, GlobalMaps_GiveTheFreePages) {
+TEST_F(UsageMapsTest, GlobalMapsGiveTheFreePages) {
   PutGlobalMaps(InlineMap(0, {7}, 7), InlineMap(0, {}));
   EXPECT_THAT(CheckGlobal(), ::testing::SizeIs(1));
   EXPECT_TRUE(free_[7]);
   EXPECT_FALSE(free_[8]);
 }
 
-TEST_F(UsageMapsTest, BitsBehindTheEndOfTheFile_AreAllSet) {
+TEST_F(UsageMapsTest, BitsBehindTheEndOfTheFileAreAllSet) {
   EXPECT_EQ(CheckGlobal(), Lines());
   file_.Byte(1, 0xFBB + 5 + 20) = 0xFE;
   EXPECT_EQ(CheckGlobal(),
             Lines{"note: page 1: the map of free pages lacks pages behind the end of the file, where it could grow"});
 }
 
-TEST_F(UsageMapsTest, MapOfFreePagesThatIsTooShort_IsNoted) {
+TEST_F(UsageMapsTest, MapOfFreePagesThatIsTooShortIsNoted) {
   PutGlobalMaps(InlineMap(0, {}, 6), InlineMap(0, {}));
   EXPECT_EQ(CheckGlobal(), Lines{"note: page 1: the map of free pages covers 8 of 10 pages"});
 }
 
-TEST_F(UsageMapsTest, ReleasedPages_AreNoted) {
+TEST_F(UsageMapsTest, ReleasedPagesAreNoted) {
   Bytes free = InlineMap(0, {});
   std::fill(free.begin() + 7, free.end(), std::uint8_t{0xFF});
   free[6] = 0xFC;

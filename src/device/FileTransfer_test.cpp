@@ -29,7 +29,7 @@ class FileTransfer : public ::testing::Test {
   clsWin32FileTransfer win32_{connection_, copies_, files_};
 };
 
-TEST_F(FileTransfer, PocketPc_CopiesBothWays) {
+TEST_F(FileTransfer, PocketPcCopiesBothWays) {
   pocketPc_.Initialize();
   EXPECT_EQ(pocketPc_.CopyToDevice(kDesktopFile, kDeviceFile, Overwrite::Yes), DeviceCopyResult::Copied);
   EXPECT_EQ(rapi_.Content(kDeviceFile), (Bytes{1, 2, 3}));
@@ -37,7 +37,7 @@ TEST_F(FileTransfer, PocketPc_CopiesBothWays) {
   EXPECT_EQ(files_.Content("C:\\work\\b.pdb"), (Bytes{4, 5}));
 }
 
-TEST_F(FileTransfer, PocketPc_HandsOnTheOverwriteWish) {
+TEST_F(FileTransfer, PocketPcHandsOnTheOverwriteWish) {
   pocketPc_.Initialize();
   EXPECT_EQ(pocketPc_.CopyToDesktop("\\Motorva\\b.pdb", kDesktopFile, Overwrite::No),
             DeviceCopyResult::DestinationExists);
@@ -45,14 +45,14 @@ TEST_F(FileTransfer, PocketPc_HandsOnTheOverwriteWish) {
             DeviceCopyResult::DestinationExists);
 }
 
-TEST_F(FileTransfer, PocketPcTerminate_EndsTheConnection) {
+TEST_F(FileTransfer, PocketPcTerminateEndsTheConnection) {
   pocketPc_.Initialize();
   EXPECT_TRUE(connection_.IsDeviceConnected());
   pocketPc_.Terminate();
   EXPECT_FALSE(connection_.IsDeviceConnected());
 }
 
-TEST_F(FileTransfer, Nokia_ReportsSuccessAndTouchesNothing) {
+TEST_F(FileTransfer, NokiaReportsSuccessAndTouchesNothing) {
   nokia_.Initialize();
   EXPECT_EQ(nokia_.CopyToDesktop("\\missing", "C:\\work\\c.pdb", Overwrite::No), DeviceCopyResult::Copied);
   EXPECT_EQ(nokia_.CopyToDevice("C:\\missing", kDeviceFile, Overwrite::No), DeviceCopyResult::Copied);
@@ -62,26 +62,26 @@ TEST_F(FileTransfer, Nokia_ReportsSuccessAndTouchesNothing) {
   EXPECT_EQ(files_.Opens(), 0U);
 }
 
-TEST_F(FileTransfer, Win32CopyToDevice_Uploads) {
+TEST_F(FileTransfer, Win32CopyToDeviceUploads) {
   win32_.Initialize();
   EXPECT_EQ(win32_.CopyToDevice(kDesktopFile, kDeviceFile, Overwrite::Yes), DeviceCopyResult::Copied);
   EXPECT_EQ(rapi_.Content(kDeviceFile), (Bytes{1, 2, 3}));
 }
 
-TEST_F(FileTransfer, Win32CopyToDevice_RemovesTheDesktopFileAtTheDevicePath) {
+TEST_F(FileTransfer, Win32CopyToDeviceRemovesTheDesktopFileAtTheDevicePath) {
   files_.Put(kDeviceFile, {9});
   win32_.CopyToDevice(kDesktopFile, kDeviceFile, Overwrite::Yes);
   EXPECT_FALSE(files_.FileExists(kDeviceFile));
   EXPECT_TRUE(rapi_.Has(kDeviceFile));
 }
 
-TEST_F(FileTransfer, Win32CopyToDeviceThatFails_RemovesTheDesktopFileAllTheSame) {
+TEST_F(FileTransfer, Win32CopyToDeviceThatFailsRemovesTheDesktopFileAllTheSame) {
   files_.Put(kDeviceFile, {9});
   EXPECT_EQ(win32_.CopyToDevice("C:\\missing", kDeviceFile, Overwrite::Yes), DeviceCopyResult::SourceUnreadable);
   EXPECT_FALSE(files_.FileExists(kDeviceFile));
 }
 
-TEST_F(FileTransfer, Win32CopyToDeviceWhoseCleanUpFails_ReturnsTheUploadsCode) {
+TEST_F(FileTransfer, Win32CopyToDeviceWhoseCleanUpFailsReturnsTheUploadsCode) {
   files_.Put(kDeviceFile, {9});
   const auto held =
       files_.Open(kDeviceFile, platform::Access::Read, platform::Disposition::OpenExisting, platform::Sharing::None);
@@ -89,19 +89,19 @@ TEST_F(FileTransfer, Win32CopyToDeviceWhoseCleanUpFails_ReturnsTheUploadsCode) {
   EXPECT_TRUE(files_.FileExists(kDeviceFile));
 }
 
-TEST_F(FileTransfer, Win32CopyToDesktop_ReportsSuccessAndMovesNothing) {
+TEST_F(FileTransfer, Win32CopyToDesktopReportsSuccessAndMovesNothing) {
   win32_.Initialize();
   EXPECT_EQ(win32_.CopyToDesktop("\\Motorva\\b.pdb", "C:\\work\\b.pdb", Overwrite::Yes), DeviceCopyResult::Copied);
   EXPECT_FALSE(files_.FileExists("C:\\work\\b.pdb"));
 }
 
-TEST_F(FileTransfer, Win32Initialize_ConnectsAndTerminateLeavesTheConnectionUp) {
+TEST_F(FileTransfer, Win32InitializeConnectsAndTerminateLeavesTheConnectionUp) {
   win32_.Initialize();
   win32_.Terminate();
   EXPECT_TRUE(connection_.IsDeviceConnected());
 }
 
-TEST_F(FileTransfer, InitializeWithoutAHandheld_DropsTheFailure) {
+TEST_F(FileTransfer, InitializeWithoutAHandheldDropsTheFailure) {
   rapi_.initResult = -1;
   win32_.Initialize();
   pocketPc_.Initialize();

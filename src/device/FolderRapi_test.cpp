@@ -59,26 +59,26 @@ class FolderRapiTest : public ::testing::Test {
   FolderRapi rapi_{files_, "D:\\card"};
 };
 
-TEST_F(FolderRapiTest, MissingRoot_IsAFailedConnection) {
+TEST_F(FolderRapiTest, MissingRootIsAFailedConnection) {
   FolderRapi missing(files_, "D:\\nowhere");
   RAPIINIT init;
   EXPECT_NE(missing.CeRapiInitEx(init), 0);
   EXPECT_NE(init.hrRapiInit, 0);
 }
 
-TEST_F(FolderRapiTest, RootThatIsAFile_IsAFailedConnection) {
+TEST_F(FolderRapiTest, RootThatIsAFileIsAFailedConnection) {
   FolderRapi file(files_, kLocalPath);
   EXPECT_NE(Connect(file), 0);
 }
 
-TEST_F(FolderRapiTest, DesktopsOwnRootFolder_IsAFailedConnection) {
+TEST_F(FolderRapiTest, DesktopsOwnRootFolderIsAFailedConnection) {
   for (const char* root : {"", "\\", "/"}) {
     FolderRapi desktop(files_, root);
     EXPECT_NE(Connect(desktop), 0) << root;
   }
 }
 
-TEST_F(FolderRapiTest, RootWithSeparatorsAtItsEnd_IsTheSameRoot) {
+TEST_F(FolderRapiTest, RootWithSeparatorsAtItsEndIsTheSameRoot) {
   for (const char* root : {"D:\\card\\", "D:/card/", "D:\\card\\\\"}) {
     FolderRapi rapi(files_, root);
     EXPECT_EQ(Connect(rapi), 0) << root;
@@ -86,11 +86,11 @@ TEST_F(FolderRapiTest, RootWithSeparatorsAtItsEnd_IsTheSameRoot) {
   }
 }
 
-TEST_F(FolderRapiTest, NamesMatchWithoutRegardToCase_SegmentBySegment) {
+TEST_F(FolderRapiTest, NamesMatchWithoutRegardToCaseSegmentBySegment) {
   EXPECT_TRUE(CanRead("\\PROGRAM FILES\\motorva\\BRND_FUEL.PDB"));
 }
 
-TEST_F(FolderRapiTest, ExactMatch_ComesBeforeOneThatDiffersInCase) {
+TEST_F(FolderRapiTest, ExactMatchComesBeforeOneThatDiffersInCase) {
   files_.Put("D:\\card\\Program Files\\Motorva\\BRND_FUEL.PDB", {9, 9, 9, 9, 9});
   const RapiHandle lower = OpenForRead(kDevicePath);
   const RapiHandle upper = OpenForRead("\\Program Files\\Motorva\\BRND_FUEL.PDB");
@@ -119,12 +119,12 @@ std::uint32_t SizeOfTheMatch() {
   return rapi.CeGetFileSize(rapi.CeCreateFile("\\t.PDB", kRead, 1, 1, kOpenExisting, 0x80));
 }
 
-TEST(FolderRapiNames, SeveralMatchesOfWhichNoneIsExact_GiveTheFirstInByteOrder) {
+TEST(FolderRapiNames, SeveralMatchesOfWhichNoneIsExactGiveTheFirstInByteOrder) {
   EXPECT_EQ(SizeOfTheMatch<testing::MemoryFileSystem>(), 1U);
   EXPECT_EQ(SizeOfTheMatch<BackwardFileSystem>(), 1U);
 }
 
-TEST_F(FolderRapiTest, UploadUnderAnotherCase_ReplacesTheFileThatIsThere) {
+TEST_F(FolderRapiTest, UploadUnderAnotherCaseReplacesTheFileThatIsThere) {
   const RapiHandle file = OpenForUpload("\\program files\\motorva\\BRND_fuel.pdb");
   Write(file, {5});
   EXPECT_NE(rapi_.CeCloseHandle(file), 0);
@@ -132,7 +132,7 @@ TEST_F(FolderRapiTest, UploadUnderAnotherCase_ReplacesTheFileThatIsThere) {
   EXPECT_EQ(files_.List("D:\\card\\Program Files\\Motorva").size(), 1U);
 }
 
-TEST_F(FolderRapiTest, PathsThatLeaveTheRoot_NameNothing) {
+TEST_F(FolderRapiTest, PathsThatLeaveTheRootNameNothing) {
   files_.Put("D:\\secret.pdb", {1});
   files_.Put("D:\\card\\Program Files\\x.pdb", {1});
   for (const char* path :
@@ -146,13 +146,13 @@ TEST_F(FolderRapiTest, PathsThatLeaveTheRoot_NameNothing) {
   EXPECT_EQ(files_.Content("D:\\secret.pdb"), Bytes{1});
 }
 
-TEST_F(FolderRapiTest, UnfinishedUpload_LeavesTheOldTableWhole) {
+TEST_F(FolderRapiTest, UnfinishedUploadLeavesTheOldTableWhole) {
   const RapiHandle file = OpenForUpload(kDevicePath);
   Write(file, {9, 9, 9, 9});
   EXPECT_EQ(files_.Content(kLocalPath), (Bytes{1, 2, 3}));
 }
 
-TEST_F(FolderRapiTest, TableBeingReplaced_IsHeldAgainstOtherPrograms) {
+TEST_F(FolderRapiTest, TableBeingReplacedIsHeldAgainstOtherPrograms) {
   const RapiHandle file = OpenForUpload(kDevicePath);
   EXPECT_NE(file, kInvalidRapiHandle);
   EXPECT_EQ(testing::ErrorNumberOf([&] {
@@ -162,14 +162,14 @@ TEST_F(FolderRapiTest, TableBeingReplaced_IsHeldAgainstOtherPrograms) {
             errors::kPermissionDenied);
 }
 
-TEST_F(FolderRapiTest, UploadDroppedByTheEndOfTheConnection_LeavesNothingBehind) {
+TEST_F(FolderRapiTest, UploadDroppedByTheEndOfTheConnectionLeavesNothingBehind) {
   Write(OpenForUpload(kDevicePath), {9, 9});
   rapi_.CeRapiUninit();
   EXPECT_EQ(files_.Content(kLocalPath), (Bytes{1, 2, 3}));
   EXPECT_FALSE(files_.FileExists(StagedPath()));
 }
 
-TEST_F(FolderRapiTest, UploadDroppedWithTheObject_LeavesNothingBehind) {
+TEST_F(FolderRapiTest, UploadDroppedWithTheObjectLeavesNothingBehind) {
   {
     FolderRapi rapi(files_, "D:\\card");
     Connect(rapi);
@@ -180,28 +180,28 @@ TEST_F(FolderRapiTest, UploadDroppedWithTheObject_LeavesNothingBehind) {
   EXPECT_FALSE(files_.FileExists(StagedPath()));
 }
 
-TEST_F(FolderRapiTest, StaleUnfinishedUpload_IsReplacedByTheNext) {
+TEST_F(FolderRapiTest, StaleUnfinishedUploadIsReplacedByTheNext) {
   files_.Put(StagedPath(), {9, 9, 9, 9, 9, 9});
   EXPECT_EQ(CopyToDevice(), 0);
   EXPECT_EQ(files_.Content(kLocalPath), (Bytes{7, 8}));
   EXPECT_FALSE(files_.FileExists(StagedPath()));
 }
 
-TEST_F(FolderRapiTest, FullCard_IsAFailedWriteAndKeepsTheOldTable) {
+TEST_F(FolderRapiTest, FullCardIsAFailedWriteAndKeepsTheOldTable) {
   files_.FailWrite(1);
   EXPECT_EQ(CopyToDevice(), 5);
   EXPECT_EQ(files_.Content(kLocalPath), (Bytes{1, 2, 3}));
   EXPECT_FALSE(files_.FileExists(StagedPath()));
 }
 
-TEST_F(FolderRapiTest, UploadThatCannotTakeItsPlace_IsAFailedWriteAndKeepsTheOldTable) {
+TEST_F(FolderRapiTest, UploadThatCannotTakeItsPlaceIsAFailedWriteAndKeepsTheOldTable) {
   files_.FailWrite(2);
   EXPECT_EQ(CopyToDevice(), 5);
   EXPECT_EQ(files_.Content(kLocalPath), (Bytes{1, 2, 3}));
   EXPECT_FALSE(files_.FileExists(StagedPath()));
 }
 
-TEST_F(FolderRapiTest, NewTableThatCannotBeSynced_IsAFailedCloseAndLeavesNothing) {
+TEST_F(FolderRapiTest, NewTableThatCannotBeSyncedIsAFailedCloseAndLeavesNothing) {
   const RapiHandle file = OpenForUpload("\\Program Files\\Motorva\\brnd_Trip.pdb");
   Write(file, {1});
   files_.FailSync(1);
@@ -209,7 +209,7 @@ TEST_F(FolderRapiTest, NewTableThatCannotBeSynced_IsAFailedCloseAndLeavesNothing
   EXPECT_EQ(files_.List("D:\\card\\Program Files\\Motorva").size(), 1U);
 }
 
-TEST_F(FolderRapiTest, TableHeldByAnotherProgram_CannotBeReadNorReplaced) {
+TEST_F(FolderRapiTest, TableHeldByAnotherProgramCannotBeReadNorReplaced) {
   const auto held =
       files_.Open(kLocalPath, platform::Access::Read, platform::Disposition::OpenExisting, platform::Sharing::None);
   EXPECT_FALSE(CanRead(kDevicePath));
@@ -218,29 +218,29 @@ TEST_F(FolderRapiTest, TableHeldByAnotherProgram_CannotBeReadNorReplaced) {
   EXPECT_EQ(files_.Content(kLocalPath), (Bytes{1, 2, 3}));
 }
 
-TEST_F(FolderRapiTest, UploadIntoAMissingFolder_CannotBeCreated) {
+TEST_F(FolderRapiTest, UploadIntoAMissingFolderCannotBeCreated) {
   EXPECT_EQ(OpenForUpload("\\Missing\\brnd_Fuel.pdb"), kInvalidRapiHandle);
   EXPECT_EQ(rapi_.CeRapiGetError(), 0);
 }
 
-TEST_F(FolderRapiTest, UploadOverAFolder_CannotBeCreated) {
+TEST_F(FolderRapiTest, UploadOverAFolderCannotBeCreated) {
   EXPECT_EQ(OpenForUpload("\\Program Files"), kInvalidRapiHandle);
 }
 
-TEST_F(FolderRapiTest, OtherWaysOfOpening_Fail) {
+TEST_F(FolderRapiTest, OtherWaysOfOpeningFail) {
   EXPECT_EQ(rapi_.CeCreateFile(kDevicePath, kRead | kWrite, 1, 1, kOpenExisting, 0x80), kInvalidRapiHandle);
   EXPECT_EQ(rapi_.CeCreateFile(kDevicePath, kWrite, 1, 1, kOpenExisting, 0x80), kInvalidRapiHandle);
   EXPECT_EQ(rapi_.CeCreateFile(kDevicePath, kRead, 1, 1, kCreateAlways, 0x80), kInvalidRapiHandle);
   EXPECT_EQ(files_.Content(kLocalPath), (Bytes{1, 2, 3}));
 }
 
-TEST_F(FolderRapiTest, FileOpenedForReading_CannotBeWritten) {
+TEST_F(FolderRapiTest, FileOpenedForReadingCannotBeWritten) {
   const RapiHandle file = OpenForRead(kDevicePath);
   EXPECT_EQ(Write(file, {9}), 0);
   EXPECT_EQ(rapi_.CeRapiGetError(), 0);
 }
 
-TEST(FolderRapiOnDisk, LocalFile_IsThePathBelowTheRootOrNothing) {
+TEST(FolderRapiOnDisk, LocalFileIsThePathBelowTheRootOrNothing) {
   const testing::TempFolder folder;
   folder.Write("card/Motorva/t.pdb", "x");
   const auto files = platform::MakeFileSystem();
@@ -253,7 +253,7 @@ TEST(FolderRapiOnDisk, LocalFile_IsThePathBelowTheRootOrNothing) {
   EXPECT_FALSE(gone.LocalFile("\\Motorva\\t.pdb")) << "a root that cannot be looked at";
 }
 
-TEST(FolderRapiOnDisk, FileCutWhileItIsRead_IsAFailedRead) {
+TEST(FolderRapiOnDisk, FileCutWhileItIsReadIsAFailedRead) {
   const testing::TempFolder folder;
   folder.Write("card/t.pdb", "0123456789");
   const auto files = platform::MakeFileSystem();
@@ -268,7 +268,7 @@ TEST(FolderRapiOnDisk, FileCutWhileItIsRead_IsAFailedRead) {
   EXPECT_EQ(rapi.CeRapiGetError(), 0) << "the device refused, so the copy's code is 1";
 }
 
-TEST(FolderRapiOnDisk, UploadAndDownload_RoundTripOnTheRealFileSystem) {
+TEST(FolderRapiOnDisk, UploadAndDownloadRoundTripOnTheRealFileSystem) {
   const testing::TempFolder folder;
   folder.Write("card/Program Files/Motorva/brnd_Fuel.pdb", "old content");
   folder.Write("new.pdb", "new");
@@ -285,7 +285,7 @@ TEST(FolderRapiOnDisk, UploadAndDownload_RoundTripOnTheRealFileSystem) {
   EXPECT_EQ(files->List(folder.File("card\\Program Files\\Motorva")).size(), 1U);
 }
 
-TEST(FolderRapiOnDisk, UploadOfANewTable_AppearsWhole) {
+TEST(FolderRapiOnDisk, UploadOfANewTableAppearsWhole) {
   const testing::TempFolder folder;
   folder.Write("card/x.txt", "x");
   folder.Write("new.pdb", "new");
@@ -299,7 +299,7 @@ TEST(FolderRapiOnDisk, UploadOfANewTable_AppearsWhole) {
   EXPECT_EQ(files->List(folder.File("card")).size(), 2U);
 }
 
-TEST(FolderRapiOnDisk, DotSegments_DoNotLeaveTheRoot) {
+TEST(FolderRapiOnDisk, DotSegmentsDoNotLeaveTheRoot) {
   const testing::TempFolder folder;
   folder.Write("secret.pdb", "secret");
   folder.Write("card/t.pdb", "x");
@@ -313,7 +313,7 @@ TEST(FolderRapiOnDisk, DotSegments_DoNotLeaveTheRoot) {
   EXPECT_EQ(folder.Read("secret.pdb"), "secret");
 }
 
-TEST(FolderRapiOnDisk, RootThatVanishesDuringTheConnection_IsATransportError) {
+TEST(FolderRapiOnDisk, RootThatVanishesDuringTheConnectionIsATransportError) {
   const testing::TempFolder folder;
   folder.Write("card/t.pdb", "x");
   const auto files = platform::MakeFileSystem();

@@ -55,7 +55,7 @@ class FileManagement : public ::testing::Test {
   modWinCEFileManagement copies_{rapi_, connection_, files_, hooks_};
 };
 
-TEST_F(FileManagement, DownloadOfALongFile_IsReadInPiecesAndKeepsTheWindowAlive) {
+TEST_F(FileManagement, DownloadOfALongFileIsReadInPiecesAndKeepsTheWindowAlive) {
   const Bytes content = Pattern(150000);
   rapi_.Put(kDeviceFile, content);
   connection_.ConnectDevice();
@@ -71,7 +71,7 @@ TEST_F(FileManagement, DownloadOfALongFile_IsReadInPiecesAndKeepsTheWindowAlive)
   EXPECT_EQ(log_, std::vector<std::string>{std::string("     150000 bytes read from device at: ") + kDeviceFile});
 }
 
-TEST_F(FileManagement, DownloadWithOnePieceThatFails_IsAFailedRead) {
+TEST_F(FileManagement, DownloadWithOnePieceThatFailsIsAFailedRead) {
   rapi_.Put(kDeviceFile, Pattern(150000));
   connection_.ConnectDevice();
   rapi_.Fail("CeReadFile", 0, 2);
@@ -81,7 +81,7 @@ TEST_F(FileManagement, DownloadWithOnePieceThatFails_IsAFailedRead) {
 
 // ---- Upload
 
-TEST_F(FileManagement, Upload_ConnectsWritesClosesAndLogs) {
+TEST_F(FileManagement, UploadConnectsWritesClosesAndLogs) {
   files_.Put(kDesktopFile, Pattern(10));
   EXPECT_EQ(Upload(), 0);
   EXPECT_EQ(rapi_.Content(kDeviceFile), Pattern(10));
@@ -93,14 +93,14 @@ TEST_F(FileManagement, Upload_ConnectsWritesClosesAndLogs) {
             std::vector<std::string>{"     10 bytes written to device at: \\Program Files\\Motorva\\brnd_Fuel.pdb"});
 }
 
-TEST_F(FileManagement, SuccessfulUpload_LeavesTheConnectionUp) {
+TEST_F(FileManagement, SuccessfulUploadLeavesTheConnectionUp) {
   files_.Put(kDesktopFile, Pattern(10));
   Upload();
   EXPECT_TRUE(connection_.IsDeviceConnected());
   EXPECT_EQ(rapi_.OpenHandles(), 0U);
 }
 
-TEST_F(FileManagement, UploadWithoutAHandheld_IsSixAndDoesNotDisconnect) {
+TEST_F(FileManagement, UploadWithoutAHandheldIsSixAndDoesNotDisconnect) {
   files_.Put(kDesktopFile, Pattern(10));
   rapi_.waitResult = 258;
   EXPECT_EQ(Upload(), 6);
@@ -108,7 +108,7 @@ TEST_F(FileManagement, UploadWithoutAHandheld_IsSixAndDoesNotDisconnect) {
   EXPECT_EQ(rapi_.Count("CeCreateFile"), 0U);
 }
 
-TEST_F(FileManagement, UploadOverAnExistingFileWithoutOverwrite_IsFourAndEndsTheConnection) {
+TEST_F(FileManagement, UploadOverAnExistingFileWithoutOverwriteIsFourAndEndsTheConnection) {
   files_.Put(kDesktopFile, Pattern(10));
   rapi_.Put(kDeviceFile, {1});
   EXPECT_EQ(Upload(Overwrite::No), 4);
@@ -117,7 +117,7 @@ TEST_F(FileManagement, UploadOverAnExistingFileWithoutOverwrite_IsFourAndEndsThe
   EXPECT_EQ(rapi_.Count("CeFindClose"), 1U);
 }
 
-TEST_F(FileManagement, UploadOverAnExistingFileWithOverwrite_ReplacesIt) {
+TEST_F(FileManagement, UploadOverAnExistingFileWithOverwriteReplacesIt) {
   files_.Put(kDesktopFile, Pattern(10));
   rapi_.Put(kDeviceFile, Pattern(50));
   EXPECT_EQ(Upload(Overwrite::Yes), 0);
@@ -125,13 +125,13 @@ TEST_F(FileManagement, UploadOverAnExistingFileWithOverwrite_ReplacesIt) {
   EXPECT_EQ(rapi_.Count("CeFindFirstFile"), 0U);
 }
 
-TEST_F(FileManagement, UploadOfANewFileWithoutOverwrite_Copies) {
+TEST_F(FileManagement, UploadOfANewFileWithoutOverwriteCopies) {
   files_.Put(kDesktopFile, Pattern(10));
   EXPECT_EQ(Upload(Overwrite::No), 0);
   EXPECT_EQ(rapi_.Content(kDeviceFile), Pattern(10));
 }
 
-TEST_F(FileManagement, TransportErrorInTheExistenceTest_IsSixAndEndsTheConnection) {
+TEST_F(FileManagement, TransportErrorInTheExistenceTestIsSixAndEndsTheConnection) {
   files_.Put(kDesktopFile, Pattern(10));
   rapi_.Fail("CeFindFirstFile", kTransportError);
   EXPECT_EQ(Upload(Overwrite::No), 6);
@@ -139,32 +139,32 @@ TEST_F(FileManagement, TransportErrorInTheExistenceTest_IsSixAndEndsTheConnectio
   EXPECT_EQ(rapi_.Count("CeCreateFile"), 0U);
 }
 
-TEST_F(FileManagement, MissingDesktopFile_IsOneAndEndsTheConnection) {
+TEST_F(FileManagement, MissingDesktopFileIsOneAndEndsTheConnection) {
   EXPECT_EQ(Upload(), 1);
   EXPECT_FALSE(connection_.IsDeviceConnected());
   EXPECT_EQ(rapi_.Count("CeCreateFile"), 0U);
 }
 
-TEST_F(FileManagement, MissingDesktopFileAndExistingDeviceFile_IsFourBecauseTheDeviceIsAskedFirst) {
+TEST_F(FileManagement, MissingDesktopFileAndExistingDeviceFileIsFourBecauseTheDeviceIsAskedFirst) {
   rapi_.Put(kDeviceFile, {1});
   EXPECT_EQ(Upload(Overwrite::No), 4);
 }
 
-TEST_F(FileManagement, DeviceFileThatCannotBeCreated_IsSevenAndEndsTheConnection) {
+TEST_F(FileManagement, DeviceFileThatCannotBeCreatedIsSevenAndEndsTheConnection) {
   files_.Put(kDesktopFile, Pattern(10));
   rapi_.Fail("CeCreateFile", 0);
   EXPECT_EQ(Upload(), 7);
   EXPECT_FALSE(connection_.IsDeviceConnected());
 }
 
-TEST_F(FileManagement, TransportErrorWhileCreating_IsSixAndEndsTheConnection) {
+TEST_F(FileManagement, TransportErrorWhileCreatingIsSixAndEndsTheConnection) {
   files_.Put(kDesktopFile, Pattern(10));
   rapi_.Fail("CeCreateFile", kTransportError);
   EXPECT_EQ(Upload(), 6);
   EXPECT_FALSE(connection_.IsDeviceConnected());
 }
 
-TEST_F(FileManagement, EmptyDesktopFile_IsTwoAfterTheDeviceFileWasOpened) {
+TEST_F(FileManagement, EmptyDesktopFileIsTwoAfterTheDeviceFileWasOpened) {
   files_.Put(kDesktopFile, {});
   EXPECT_EQ(Upload(), 2);
   EXPECT_FALSE(connection_.IsDeviceConnected());
@@ -172,19 +172,19 @@ TEST_F(FileManagement, EmptyDesktopFile_IsTwoAfterTheDeviceFileWasOpened) {
   EXPECT_EQ(rapi_.Count("CeWriteFile"), 0U);
 }
 
-TEST_F(FileManagement, DeviceFileThatCannotBeCreatedAndEmptyDesktopFile_IsSevenBecauseTheDeviceIsAskedFirst) {
+TEST_F(FileManagement, DeviceFileThatCannotBeCreatedAndEmptyDesktopFileIsSevenBecauseTheDeviceIsAskedFirst) {
   files_.Put(kDesktopFile, {});
   rapi_.Fail("CeCreateFile", 0);
   EXPECT_EQ(Upload(), 7);
 }
 
-TEST_F(FileManagement, UnreadableDesktopFile_IsTwo) {
+TEST_F(FileManagement, UnreadableDesktopFileIsTwo) {
   files_.Put(kDesktopFile, Pattern(10));
   files_.FailRead(1);
   EXPECT_EQ(Upload(), 2);
 }
 
-TEST_F(FileManagement, RefusedWrite_IsFiveStopsAndEndsTheConnection) {
+TEST_F(FileManagement, RefusedWriteIsFiveStopsAndEndsTheConnection) {
   files_.Put(kDesktopFile, Pattern(1000));
   rapi_.Fail("CeWriteFile", 0, 3);
   EXPECT_EQ(Upload(), 5);
@@ -193,13 +193,13 @@ TEST_F(FileManagement, RefusedWrite_IsFiveStopsAndEndsTheConnection) {
   EXPECT_TRUE(log_.empty());
 }
 
-TEST_F(FileManagement, RefusedLastWrite_IsFive) {
+TEST_F(FileManagement, RefusedLastWriteIsFive) {
   files_.Put(kDesktopFile, Pattern(1000));
   rapi_.Fail("CeWriteFile", 0, 20);
   EXPECT_EQ(Upload(), 5);
 }
 
-TEST_F(FileManagement, WriteAnsweredWithAnythingButOne_IsFiveStopsAndEndsTheConnection) {
+TEST_F(FileManagement, WriteAnsweredWithAnythingButOneIsFiveStopsAndEndsTheConnection) {
   for (const std::int32_t answer : {2, -1}) {
     files_.Put(kDesktopFile, Pattern(1000));
     rapi_.calls.clear();
@@ -211,7 +211,7 @@ TEST_F(FileManagement, WriteAnsweredWithAnythingButOne_IsFiveStopsAndEndsTheConn
   }
 }
 
-TEST_F(FileManagement, CountOfBytesWrittenThatTheHandheldTells_DoesNotMatter) {
+TEST_F(FileManagement, CountOfBytesWrittenThatTheHandheldTellsDoesNotMatter) {
   for (const std::uint32_t count : {0U, 49U, 51U, 0xFFFFFFFFU}) {
     rapi_.countToldInstead = count;
     EXPECT_EQ(ChunksOf(160), "8 8 8 8 8 8 8 8 8 8 8 8 8 8 8 8 8 8 8 8 ") << count;
@@ -220,14 +220,14 @@ TEST_F(FileManagement, CountOfBytesWrittenThatTheHandheldTells_DoesNotMatter) {
   }
 }
 
-TEST_F(FileManagement, TransportErrorWhileWriting_IsSixAndEndsTheConnection) {
+TEST_F(FileManagement, TransportErrorWhileWritingIsSixAndEndsTheConnection) {
   files_.Put(kDesktopFile, Pattern(1000));
   rapi_.Fail("CeWriteFile", kTransportError, 2);
   EXPECT_EQ(Upload(), 6);
   EXPECT_FALSE(connection_.IsDeviceConnected());
 }
 
-TEST_F(FileManagement, RefusedClose_IsFiveAndNothingIsLogged) {
+TEST_F(FileManagement, RefusedCloseIsFiveAndNothingIsLogged) {
   files_.Put(kDesktopFile, Pattern(10));
   rapi_.Fail("CeCloseHandle", 0);
   EXPECT_EQ(Upload(), 5);
@@ -235,34 +235,34 @@ TEST_F(FileManagement, RefusedClose_IsFiveAndNothingIsLogged) {
   EXPECT_TRUE(log_.empty());
 }
 
-TEST_F(FileManagement, TransportErrorWhileClosing_IsSix) {
+TEST_F(FileManagement, TransportErrorWhileClosingIsSix) {
   files_.Put(kDesktopFile, Pattern(10));
   rapi_.Fail("CeCloseHandle", kTransportError);
   EXPECT_EQ(Upload(), 6);
 }
 
-TEST_F(FileManagement, UploadUpToTenBytes_IsOneChunk) {
+TEST_F(FileManagement, UploadUpToTenBytesIsOneChunk) {
   EXPECT_EQ(ChunksOf(1), "1 ");
   EXPECT_EQ(ChunksOf(9), "9 ");
   EXPECT_EQ(ChunksOf(10), "10 ");
 }
 
-TEST_F(FileManagement, UploadOfElevenBytes_IsCutIntoSingleBytes) {
+TEST_F(FileManagement, UploadOfElevenBytesIsCutIntoSingleBytes) {
   EXPECT_EQ(ChunksOf(11), "1 1 1 1 1 1 1 1 1 1 1 ");
 }
 
-TEST_F(FileManagement, ChunkSizeHalfwayBetween_RoundsToEven) {
+TEST_F(FileManagement, ChunkSizeHalfwayBetweenRoundsToEven) {
   EXPECT_EQ(ChunksOf(30), "2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 ");
   EXPECT_EQ(ChunksOf(50), "2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 ");
   EXPECT_EQ(ChunksOf(70), "4 4 4 4 4 4 4 4 4 4 4 4 4 4 4 4 4 2 ");
 }
 
-TEST_F(FileManagement, UploadOf1010Bytes_IsTwentyChunksOfFiftyAndOneOfTen) {
+TEST_F(FileManagement, UploadOf1010BytesIsTwentyChunksOfFiftyAndOneOfTen) {
   EXPECT_EQ(ChunksOf(1010), "50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 10 ");
   EXPECT_EQ(rapi_.Content(kDeviceFile), Pattern(1010));
 }
 
-TEST_F(FileManagement, Upload_AdvancesTheSpinnerPerChunkAndPer256BytesRead) {
+TEST_F(FileManagement, UploadAdvancesTheSpinnerPerChunkAndPer256BytesRead) {
   files_.Put(kDesktopFile, Pattern(1010));
   Upload();
   EXPECT_EQ(spins_, 21U + 3U);
@@ -270,7 +270,7 @@ TEST_F(FileManagement, Upload_AdvancesTheSpinnerPerChunkAndPer256BytesRead) {
 
 // ---- Download
 
-TEST_F(FileManagement, Download_ReadsTheWholeFileAtOnceAndLogs) {
+TEST_F(FileManagement, DownloadReadsTheWholeFileAtOnceAndLogs) {
   rapi_.Put(kDeviceFile, Pattern(3000));
   connection_.ConnectDevice();
   rapi_.calls.clear();
@@ -284,7 +284,7 @@ TEST_F(FileManagement, Download_ReadsTheWholeFileAtOnceAndLogs) {
   EXPECT_TRUE(connection_.IsDeviceConnected());
 }
 
-TEST_F(FileManagement, Download_LogsBeforeItClosesTheDeviceFile) {
+TEST_F(FileManagement, DownloadLogsBeforeItClosesTheDeviceFile) {
   hooks_.writeLogLine = [this](const std::string&) { rapi_.calls.push_back("log line"); };
   rapi_.Put(kDeviceFile, Pattern(10));
   connection_.ConnectDevice();
@@ -293,13 +293,13 @@ TEST_F(FileManagement, Download_LogsBeforeItClosesTheDeviceFile) {
             (std::vector<std::string>{"CeReadFile 10", "log line", "CeCloseHandle"}));
 }
 
-TEST_F(FileManagement, DownloadWithoutAConnection_IsSixAndDoesNotConnect) {
+TEST_F(FileManagement, DownloadWithoutAConnectionIsSixAndDoesNotConnect) {
   rapi_.Put(kDeviceFile, Pattern(10));
   EXPECT_EQ(Download(), 6);
   EXPECT_TRUE(rapi_.calls.empty());
 }
 
-TEST_F(FileManagement, DownloadOverAnExistingFileWithoutOverwrite_IsFourAndEndsTheConnection) {
+TEST_F(FileManagement, DownloadOverAnExistingFileWithoutOverwriteIsFourAndEndsTheConnection) {
   rapi_.Put(kDeviceFile, Pattern(10));
   files_.Put(kDesktopFile, {1});
   connection_.ConnectDevice();
@@ -308,21 +308,21 @@ TEST_F(FileManagement, DownloadOverAnExistingFileWithoutOverwrite_IsFourAndEndsT
   EXPECT_EQ(files_.Content(kDesktopFile), Bytes{1});
 }
 
-TEST_F(FileManagement, DownloadOfANewFileWithoutOverwrite_Copies) {
+TEST_F(FileManagement, DownloadOfANewFileWithoutOverwriteCopies) {
   rapi_.Put(kDeviceFile, Pattern(10));
   connection_.ConnectDevice();
   EXPECT_EQ(Download(Overwrite::No), 0);
   EXPECT_EQ(files_.Content(kDesktopFile), Pattern(10));
 }
 
-TEST_F(FileManagement, MissingDeviceFile_IsOneAndEndsTheConnection) {
+TEST_F(FileManagement, MissingDeviceFileIsOneAndEndsTheConnection) {
   connection_.ConnectDevice();
   EXPECT_EQ(Download(), 1);
   EXPECT_FALSE(connection_.IsDeviceConnected());
   EXPECT_FALSE(files_.FileExists(kDesktopFile));
 }
 
-TEST_F(FileManagement, DeviceFileThatCannotBeSizedOrRead_IsOneAndEndsTheConnection) {
+TEST_F(FileManagement, DeviceFileThatCannotBeSizedOrReadIsOneAndEndsTheConnection) {
   for (const char* call : {"CeGetFileSize", "CeReadFile"}) {
     rapi_.Put(kDeviceFile, Pattern(10));
     connection_.ConnectDevice();
@@ -333,7 +333,7 @@ TEST_F(FileManagement, DeviceFileThatCannotBeSizedOrRead_IsOneAndEndsTheConnecti
   }
 }
 
-TEST_F(FileManagement, TransportErrorInAnyCall_IsSixAndEndsTheConnection) {
+TEST_F(FileManagement, TransportErrorInAnyCallIsSixAndEndsTheConnection) {
   for (const char* call : {"CeCreateFile", "CeGetFileSize", "CeReadFile"}) {
     rapi_.Put(kDeviceFile, Pattern(10));
     connection_.ConnectDevice();
@@ -343,7 +343,7 @@ TEST_F(FileManagement, TransportErrorInAnyCall_IsSixAndEndsTheConnection) {
   }
 }
 
-TEST_F(FileManagement, DesktopFileThatCannotBeWritten_IsFiveAndEndsTheConnection) {
+TEST_F(FileManagement, DesktopFileThatCannotBeWrittenIsFiveAndEndsTheConnection) {
   rapi_.Put(kDeviceFile, Pattern(10));
   connection_.ConnectDevice();
   files_.FailWrite(1);
@@ -352,7 +352,7 @@ TEST_F(FileManagement, DesktopFileThatCannotBeWritten_IsFiveAndEndsTheConnection
   EXPECT_TRUE(log_.empty());
 }
 
-TEST_F(FileManagement, FailuresOfTheDesktopFile_DoNotAskWhetherTheTransportFailed) {
+TEST_F(FileManagement, FailuresOfTheDesktopFileDoNotAskWhetherTheTransportFailed) {
   EXPECT_EQ(Upload(), 1);
   files_.Put(kDesktopFile, {});
   EXPECT_EQ(Upload(), 2);
@@ -363,7 +363,7 @@ TEST_F(FileManagement, FailuresOfTheDesktopFile_DoNotAskWhetherTheTransportFaile
   EXPECT_EQ(rapi_.errorQuestions, 0U);
 }
 
-TEST_F(FileManagement, EmptyDeviceFile_RaisesToTheCaller) {
+TEST_F(FileManagement, EmptyDeviceFileRaisesToTheCaller) {
   rapi_.Put(kDeviceFile, {});
   connection_.ConnectDevice();
   EXPECT_EQ(ErrorNumberOf([&] { Download(); }), errors::kSubscriptOutOfRange);
@@ -372,7 +372,7 @@ TEST_F(FileManagement, EmptyDeviceFile_RaisesToTheCaller) {
   EXPECT_FALSE(files_.FileExists(kDesktopFile));
 }
 
-TEST_F(FileManagement, DeviceFileOfTwoGigabytesOrMore_RaisesLikeAnEmptyOne) {
+TEST_F(FileManagement, DeviceFileOfTwoGigabytesOrMoreRaisesLikeAnEmptyOne) {
   for (const std::uint32_t size : {0x80000000U, 0xFFFFFFFEU}) {
     rapi_.Put(kDeviceFile, Pattern(10));
     rapi_.sizeToldInstead = size;
@@ -382,7 +382,7 @@ TEST_F(FileManagement, DeviceFileOfTwoGigabytesOrMore_RaisesLikeAnEmptyOne) {
   }
 }
 
-TEST_F(FileManagement, ReadThatFillsLessThanTheFile_LeavesZerosForTheRest) {
+TEST_F(FileManagement, ReadThatFillsLessThanTheFileLeavesZerosForTheRest) {
   rapi_.Put(kDeviceFile, {1, 2, 3});
   rapi_.sizeToldInstead = 5;
   connection_.ConnectDevice();
@@ -391,7 +391,7 @@ TEST_F(FileManagement, ReadThatFillsLessThanTheFile_LeavesZerosForTheRest) {
   EXPECT_EQ(rapi_.Count("CeReadFile"), 1U);
 }
 
-TEST_F(FileManagement, Download_AdvancesTheSpinnerThreeTimesAndPer1024BytesWritten) {
+TEST_F(FileManagement, DownloadAdvancesTheSpinnerThreeTimesAndPer1024BytesWritten) {
   rapi_.Put(kDeviceFile, Pattern(3000));
   connection_.ConnectDevice();
   Download();
@@ -400,7 +400,7 @@ TEST_F(FileManagement, Download_AdvancesTheSpinnerThreeTimesAndPer1024BytesWritt
 
 // ---- Whole desktop files
 
-TEST_F(FileManagement, ReadFileBytes_ReturnsTheLengthAndTheBytes) {
+TEST_F(FileManagement, ReadFileBytesReturnsTheLengthAndTheBytes) {
   files_.Put(kDesktopFile, Pattern(600));
   Bytes buffer;
   EXPECT_EQ(copies_.ReadFileBytes(kDesktopFile, buffer), 600);
@@ -408,7 +408,7 @@ TEST_F(FileManagement, ReadFileBytes_ReturnsTheLengthAndTheBytes) {
   EXPECT_EQ(spins_, 2U);
 }
 
-TEST_F(FileManagement, ReadFileBytesOfAMissingOrEmptyFile_IsZero) {
+TEST_F(FileManagement, ReadFileBytesOfAMissingOrEmptyFileIsZero) {
   Bytes buffer;
   EXPECT_EQ(copies_.ReadFileBytes(kDesktopFile, buffer), 0);
   EXPECT_EQ(copies_.ReadFileBytes("Z:\\nowhere\\x", buffer), 0);
@@ -416,19 +416,19 @@ TEST_F(FileManagement, ReadFileBytesOfAMissingOrEmptyFile_IsZero) {
   EXPECT_EQ(copies_.ReadFileBytes(kDesktopFile, buffer), 0);
 }
 
-TEST_F(FileManagement, WriteFileBytes_CreatesTheFile) {
+TEST_F(FileManagement, WriteFileBytesCreatesTheFile) {
   EXPECT_TRUE(copies_.WriteFileBytes(kDesktopFile, Pattern(2048)));
   EXPECT_EQ(files_.Content(kDesktopFile), Pattern(2048));
   EXPECT_EQ(spins_, 2U);
 }
 
-TEST_F(FileManagement, WriteFileBytesOverALongerFile_LeavesItsOldTail) {
+TEST_F(FileManagement, WriteFileBytesOverALongerFileLeavesItsOldTail) {
   files_.Put(kDesktopFile, {9, 9, 9, 9, 9});
   EXPECT_TRUE(copies_.WriteFileBytes(kDesktopFile, {1, 2}));
   EXPECT_EQ(files_.Content(kDesktopFile), (Bytes{1, 2, 9, 9, 9}));
 }
 
-TEST_F(FileManagement, WriteFileBytesThatFails_IsFalse) {
+TEST_F(FileManagement, WriteFileBytesThatFailsIsFalse) {
   EXPECT_FALSE(copies_.WriteFileBytes("Z:\\nowhere\\x", {1}));
   EXPECT_FALSE(copies_.WriteFileBytes(kDesktopFile, {}));
   EXPECT_FALSE(files_.FileExists(kDesktopFile));
@@ -436,7 +436,7 @@ TEST_F(FileManagement, WriteFileBytesThatFails_IsFalse) {
   EXPECT_FALSE(copies_.WriteFileBytes(kDesktopFile, {1}));
 }
 
-TEST_F(FileManagement, WithoutHooks_CopiesAllTheSame) {
+TEST_F(FileManagement, WithoutHooksCopiesAllTheSame) {
   const DeviceHooks none;
   modWinCERAPIConnectionHandler connection(rapi_, none);
   modWinCEFileManagement copies(rapi_, connection, files_, none);

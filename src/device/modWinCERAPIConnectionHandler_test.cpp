@@ -21,27 +21,27 @@ class ConnectionHandler : public ::testing::Test {
   modWinCERAPIConnectionHandler handler_{rapi_, hooks_};
 };
 
-TEST_F(ConnectionHandler, NewHandler_IsNotConnected) {
+TEST_F(ConnectionHandler, NewHandlerIsNotConnected) {
   EXPECT_FALSE(handler_.IsDeviceConnected());
 }
 
-TEST_F(ConnectionHandler, DeviceThatAnswers_IsConnected) {
+TEST_F(ConnectionHandler, DeviceThatAnswersIsConnected) {
   EXPECT_TRUE(handler_.ConnectDevice());
   EXPECT_TRUE(handler_.IsDeviceConnected());
   EXPECT_EQ(rapi_.calls, (std::vector<std::string>{"CeRapiInitEx", "WaitForSingleObject 77 5000"}));
 }
 
-TEST_F(ConnectionHandler, StartUpRecord_StatesItsSize) {
+TEST_F(ConnectionHandler, StartUpRecordStatesItsSize) {
   handler_.ConnectDevice();
   EXPECT_EQ(rapi_.recordSize, 12U);
 }
 
-TEST_F(ConnectionHandler, Connecting_ShowsTheHourglassThenLetsMessagesRun) {
+TEST_F(ConnectionHandler, ConnectingShowsTheHourglassThenLetsMessagesRun) {
   handler_.ConnectDevice();
   EXPECT_EQ(shown_, "hourglass messages ");
 }
 
-TEST_F(ConnectionHandler, ConnectWhileConnected_ReturnsFalseAndKeepsTheConnection) {
+TEST_F(ConnectionHandler, ConnectWhileConnectedReturnsFalseAndKeepsTheConnection) {
   handler_.ConnectDevice();
   rapi_.calls.clear();
   EXPECT_FALSE(handler_.ConnectDevice());
@@ -50,67 +50,67 @@ TEST_F(ConnectionHandler, ConnectWhileConnected_ReturnsFalseAndKeepsTheConnectio
   EXPECT_EQ(shown_, "hourglass messages hourglass messages ");
 }
 
-TEST_F(ConnectionHandler, FailedInit_IsUndoneWithoutWaiting) {
+TEST_F(ConnectionHandler, FailedInitIsUndoneWithoutWaiting) {
   rapi_.initResult = kFailed;
   EXPECT_FALSE(handler_.ConnectDevice());
   EXPECT_FALSE(handler_.IsDeviceConnected());
   EXPECT_EQ(rapi_.calls, (std::vector<std::string>{"CeRapiInitEx", "CeRapiUninit"}));
 }
 
-TEST_F(ConnectionHandler, FailureInTheRecordAtOnce_IsUndoneWithoutWaiting) {
+TEST_F(ConnectionHandler, FailureInTheRecordAtOnceIsUndoneWithoutWaiting) {
   rapi_.initResultInRecord = kFailed;
   EXPECT_FALSE(handler_.ConnectDevice());
   EXPECT_EQ(rapi_.calls, (std::vector<std::string>{"CeRapiInitEx", "CeRapiUninit"}));
 }
 
-TEST_F(ConnectionHandler, WaitThatTimesOut_IsUndone) {
+TEST_F(ConnectionHandler, WaitThatTimesOutIsUndone) {
   rapi_.waitResult = kWaitTimedOut;
   EXPECT_FALSE(handler_.ConnectDevice());
   EXPECT_FALSE(handler_.IsDeviceConnected());
   EXPECT_EQ(rapi_.calls.back(), "CeRapiUninit");
 }
 
-TEST_F(ConnectionHandler, WaitThatFailsOtherwise_CountsAsSignalled) {
+TEST_F(ConnectionHandler, WaitThatFailsOtherwiseCountsAsSignalled) {
   rapi_.waitResult = kWaitFailed;
   EXPECT_TRUE(handler_.ConnectDevice());
   EXPECT_TRUE(handler_.IsDeviceConnected());
 }
 
-TEST_F(ConnectionHandler, FailureInTheRecordAfterTheWait_IsUndone) {
+TEST_F(ConnectionHandler, FailureInTheRecordAfterTheWaitIsUndone) {
   rapi_.resultInRecordAfterWait = kFailed;
   EXPECT_FALSE(handler_.ConnectDevice());
   EXPECT_FALSE(handler_.IsDeviceConnected());
   EXPECT_EQ(rapi_.calls.back(), "CeRapiUninit");
 }
 
-TEST_F(ConnectionHandler, FailedAttempt_MayBeRepeated) {
+TEST_F(ConnectionHandler, FailedAttemptMayBeRepeated) {
   rapi_.waitResult = kWaitTimedOut;
   handler_.ConnectDevice();
   rapi_.waitResult = 0;
   EXPECT_TRUE(handler_.ConnectDevice());
 }
 
-TEST_F(ConnectionHandler, UnexpectedError_ClearsTheFlagAndReturnsFalse) {
+TEST_F(ConnectionHandler, UnexpectedErrorClearsTheFlagAndReturnsFalse) {
   handler_.ConnectDevice();
   hooks_.processMessages = [] { throw std::runtime_error("window is gone"); };
   EXPECT_FALSE(handler_.ConnectDevice());
   EXPECT_FALSE(handler_.IsDeviceConnected());
 }
 
-TEST_F(ConnectionHandler, WithoutHooks_ConnectsAllTheSame) {
+TEST_F(ConnectionHandler, WithoutHooksConnectsAllTheSame) {
   const DeviceHooks none;
   modWinCERAPIConnectionHandler handler(rapi_, none);
   EXPECT_TRUE(handler.ConnectDevice());
 }
 
-TEST_F(ConnectionHandler, Disconnect_EndsTheConnection) {
+TEST_F(ConnectionHandler, DisconnectEndsTheConnection) {
   handler_.ConnectDevice();
   EXPECT_TRUE(handler_.DisconnectDevice());
   EXPECT_FALSE(handler_.IsDeviceConnected());
   EXPECT_EQ(rapi_.Count("CeRapiUninit"), 1U);
 }
 
-TEST_F(ConnectionHandler, DisconnectWithoutAConnection_IsTrueAndCallsNothing) {
+TEST_F(ConnectionHandler, DisconnectWithoutAConnectionIsTrueAndCallsNothing) {
   EXPECT_TRUE(handler_.DisconnectDevice());
   EXPECT_TRUE(rapi_.calls.empty());
 }

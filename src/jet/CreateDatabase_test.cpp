@@ -54,17 +54,17 @@ TEST_F(NewDatabaseTest, HasSixteenPages) {
   EXPECT_EQ(file_->PageCount(), 16u);
 }
 
-TEST_F(NewDatabaseTest, Page0_IsTheHeader) {
+TEST_F(NewDatabaseTest, Page0IsTheHeader) {
   ExpectPage(0, Header::ForNewDatabase(created_).ToPage());
 }
 
-TEST_F(NewDatabaseTest, Page1_CallsEverythingBehindTheFileFree) {
+TEST_F(NewDatabaseTest, Page1CallsEverythingBehindTheFileFree) {
   Page expected = PageOf({{0, "01 01 64 0F 01 00 00 00 00 00 00 00 02 00 BB 0F 76 0F"}});
   std::fill(expected.begin() + 0xFBB + 5 + 2, expected.end(), std::uint8_t{0xFF});
   ExpectPage(1, expected);
 }
 
-TEST_F(NewDatabaseTest, Pages2To5_AreTheDefinitionsWithTheirCounters) {
+TEST_F(NewDatabaseTest, Pages2To5AreTheDefinitionsWithTheirCounters) {
   const std::vector<TableDefinition> tables = NewSystemTables();
   const std::uint16_t freeBytes[] = {3038, 3753, 3563, 3275};
   const std::uint32_t rowCounts[] = {8, 16, 0, 0};
@@ -81,7 +81,7 @@ TEST_F(NewDatabaseTest, Pages2To5_AreTheDefinitionsWithTheirCounters) {
   }
 }
 
-TEST_F(NewDatabaseTest, Page6_HoldsTheMapsOfTheSystemTables) {
+TEST_F(NewDatabaseTest, Page6HoldsTheMapsOfTheSystemTables) {
   Page expected = PageOf({{0, "01 01 59 07 00 00 00 00 00 00 00 00 1F 00"}});
   const auto rowStart = [](std::size_t row) { return kPageSize - 69 * (row + 1); };
   for (std::size_t row = 0; row < 31; ++row) {
@@ -104,7 +104,7 @@ TEST_F(NewDatabaseTest, Page6_HoldsTheMapsOfTheSystemTables) {
   ExpectPage(6, expected);
 }
 
-TEST_F(NewDatabaseTest, Pages7To9_AreTheLeavesOfTheCatalogsIndexes) {
+TEST_F(NewDatabaseTest, Pages7To9AreTheLeavesOfTheCatalogsIndexes) {
   ExpectPage(7, PageOf({{0x000, "04 01 6F 0D 02 "},
                         {0x01D, "20 00 00 40 00 00 01 00 10 00 00 08 00 00 04 00 00 80 00 00 02 "},
                         {0x1E0,
@@ -148,13 +148,13 @@ TEST_F(NewDatabaseTest, Pages7To9_AreTheLeavesOfTheCatalogsIndexes) {
                          "7F 90 00 00 00 00 00 0F 0A "}}));
 }
 
-TEST_F(NewDatabaseTest, Pages10To13_AreEmptyLeaves) {
+TEST_F(NewDatabaseTest, Pages10To13AreEmptyLeaves) {
   for (const PageNumber page : {10u, 11u, 12u, 13u}) {
     ExpectPage(page, PageOf({{0, page == 10 ? "04 01 20 0E 04" : "04 01 20 0E 05"}}));
   }
 }
 
-TEST_F(NewDatabaseTest, Page14_HoldsTheRowsOfTheCatalog) {
+TEST_F(NewDatabaseTest, Page14HoldsTheRowsOfTheCatalog) {
   ExpectPage(
       14, PageOf({{0x000, "01 01 48 0D 02 00 00 00 00 00 00 00 08 00 B5 0F 64 0F 0B 0F C0 0E 6B 0E 1C 0E C7 0D 66 0D "},
                   {0xD66,
@@ -200,7 +200,7 @@ TEST_F(NewDatabaseTest, Page14_HoldsTheRowsOfTheCatalog) {
                    "FF "}}));
 }
 
-TEST_F(NewDatabaseTest, Page15_HoldsThePermissions) {
+TEST_F(NewDatabaseTest, Page15HoldsThePermissions) {
   ExpectPage(15,
              PageOf({{0x000,
                       "01 01 A2 0E 03 00 00 00 00 00 00 00 10 00 ED 0F DA 0F C7 0F B4 0F A1 0F 8E 0F 7B 0F 68 0F 55 0F "

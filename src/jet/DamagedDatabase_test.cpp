@@ -146,7 +146,7 @@ class Rummager {
   MemoryFileSystem files_;
 };
 
-TEST(DamagedDatabase, RandomDamage_RaisesErrorsOnlyAndFailedChangesLeaveNoTrace) {
+TEST(DamagedDatabase, RandomDamageRaisesErrorsOnlyAndFailedChangesLeaveNoTrace) {
   const Bytes image = RichImage();
   for (unsigned seed = 1; seed <= 150; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
@@ -157,7 +157,7 @@ TEST(DamagedDatabase, RandomDamage_RaisesErrorsOnlyAndFailedChangesLeaveNoTrace)
   }
 }
 
-TEST(DamagedDatabase, CutFile_IsRefusedOrDamagedWhereItEnds) {
+TEST(DamagedDatabase, CutFileIsRefusedOrDamagedWhereItEnds) {
   const Bytes image = RichImage();
   for (std::size_t pages = 2; pages * kPageSize < image.size(); ++pages) {
     SCOPED_TRACE(pages);

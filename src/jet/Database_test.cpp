@@ -118,19 +118,19 @@ class DatabaseTest : public ::testing::Test {
   std::unique_ptr<Database> database_;
 };
 
-TEST_F(DatabaseTest, MissingFile_IsNotFound) {
+TEST_F(DatabaseTest, MissingFileIsNotFound) {
   const Error error = ErrorOf([&] { Database::Open(files_, "missing.mdb", PageFile::Mode::ReadWrite); });
   EXPECT_EQ(error.Number(), errors::kJetGeneral);
   EXPECT_EQ(error.Description(), "Could not find file 'missing.mdb'.");
 }
 
-TEST_F(DatabaseTest, FileHeldForWriting_IsInUse) {
+TEST_F(DatabaseTest, FileHeldForWritingIsInUse) {
   CommitAndClose();
   const auto first = Open();
   EXPECT_EQ(ErrorOf([&] { Open(); }).Description(), "Could not use 'data.mdb'; file already in use.");
 }
 
-TEST_F(DatabaseTest, FilesOfOtherKinds_AreRefusedEachWithItsText) {
+TEST_F(DatabaseTest, FilesOfOtherKindsAreRefusedEachWithItsText) {
   CommitAndClose();
   EXPECT_EQ(OpenChanged(0, "01").Description(), "Unrecognized database format 'changed.mdb'.");
   EXPECT_NE(OpenChanged(0x14, "00").Description().find("Access 97"), std::string::npos);
@@ -140,7 +140,7 @@ TEST_F(DatabaseTest, FilesOfOtherKinds_AreRefusedEachWithItsText) {
   EXPECT_EQ(OpenChanged(0x42, "00").Number(), errors::kJetNotAValidPassword);
 }
 
-TEST_F(DatabaseTest, Access97FileWithHalfAPageAtItsEnd_IsNotCalledDamaged) {
+TEST_F(DatabaseTest, Access97FileWithHalfAPageAtItsEndIsNotCalledDamaged) {
   CommitAndClose();
   Bytes content = files_.Content(kPath);
   content[0x14] = 0;
@@ -150,7 +150,7 @@ TEST_F(DatabaseTest, Access97FileWithHalfAPageAtItsEnd_IsNotCalledDamaged) {
   EXPECT_NE(error.Description().find("Access 97"), std::string::npos) << error.Description();
 }
 
-TEST_F(DatabaseTest, LengthThatIsNoMultipleOfAPage_IsRefused) {
+TEST_F(DatabaseTest, LengthThatIsNoMultipleOfAPageIsRefused) {
   CommitAndClose();
   Bytes content = files_.Content(kPath);
   content.resize(content.size() - 1);
@@ -158,20 +158,20 @@ TEST_F(DatabaseTest, LengthThatIsNoMultipleOfAPage_IsRefused) {
   EXPECT_EQ(ErrorNumberOf([&] { Database::Open(files_, "cut.mdb", PageFile::Mode::ReadOnly); }), errors::kJetGeneral);
 }
 
-TEST_F(DatabaseTest, UnfinishedWriteOfSomebodyElse_ForbidsWritingButNotReading) {
+TEST_F(DatabaseTest, UnfinishedWriteOfSomebodyElseForbidsWritingButNotReading) {
   CommitAndClose();
   EXPECT_NE(OpenChanged(0xE02, "00 00").Description().find("commit word 1"), std::string::npos);
   EXPECT_NO_THROW(Database::Open(files_, "changed.mdb", PageFile::Mode::ReadOnly));
 }
 
-TEST_F(DatabaseTest, CatalogWithoutItsColumns_IsDamaged) {
+TEST_F(DatabaseTest, CatalogWithoutItsColumnsIsDamaged) {
   CommitAndClose();
   // The type of the first column block of MSysObjects' neighbour: MSysACEs loses its Long "ACM".
   const std::size_t acm = 3 * kPageSize + 63 + 12;
   EXPECT_EQ(OpenChanged(acm, "05").Number(), errors::kJetGeneral);
 }
 
-TEST_F(DatabaseTest, TableNames_AreTheUsersTablesInCatalogOrder) {
+TEST_F(DatabaseTest, TableNamesAreTheUsersTablesInCatalogOrder) {
   database_->CreateTable(Parts("Zebra"), kCreated);
   database_->CreateTable(Parts("Ant"), kCreated);
   AddObject("Hidden", 1, 8, 900);
@@ -183,14 +183,14 @@ TEST_F(DatabaseTest, TableNames_AreTheUsersTablesInCatalogOrder) {
   EXPECT_EQ(database_->TableNames(), (Strings{"Zebra", "Ant"}));
 }
 
-TEST_F(DatabaseTest, OpenTable_IgnoresCaseAndGivesTheSameObject) {
+TEST_F(DatabaseTest, OpenTableIgnoresCaseAndGivesTheSameObject) {
   database_->CreateTable(Parts("\u00C4pfel"), kCreated);
   Table& table = database_->OpenTable("\u00C4pfel");
   EXPECT_EQ(&database_->OpenTable("\u00E4PFEL"), &table);
   EXPECT_EQ(table.Definition().name, "\u00C4pfel");
 }
 
-TEST_F(DatabaseTest, OpenTable_PrefersTheNameSpelledAlike) {
+TEST_F(DatabaseTest, OpenTablePrefersTheNameSpelledAlike) {
   database_->CreateTable(Parts("\u0463"), kCreated);
   database_->CreateTable(Parts("other"), kCreated);
   Table& objects = database_->OpenTable("MSysObjects");
@@ -201,7 +201,7 @@ TEST_F(DatabaseTest, OpenTable_PrefersTheNameSpelledAlike) {
   EXPECT_EQ(database_->OpenTable("\u0463").Definition().name, "\u0463");
 }
 
-TEST_F(DatabaseTest, UnknownTable_HasTheProvidersError) {
+TEST_F(DatabaseTest, UnknownTableHasTheProvidersError) {
   const Error error = ErrorOf([&] { database_->OpenTable("brnd_Fuel"); });
   EXPECT_EQ(error.Number(), -2147217865);
   EXPECT_EQ(
@@ -210,13 +210,13 @@ TEST_F(DatabaseTest, UnknownTable_HasTheProvidersError) {
       "that its name is spelled correctly.");
 }
 
-TEST_F(DatabaseTest, ContainersAndForms_AreNoTables) {
+TEST_F(DatabaseTest, ContainersAndFormsAreNoTables) {
   AddObject("Form1", -32768, 0, -1);
   EXPECT_EQ(ErrorNumberOf([&] { database_->OpenTable("Tables"); }), -2147217865);
   EXPECT_EQ(ErrorNumberOf([&] { database_->OpenTable("Form1"); }), -2147217865);
 }
 
-TEST_F(DatabaseTest, QueriesAndLinkedTables_AreRefusedByName) {
+TEST_F(DatabaseTest, QueriesAndLinkedTablesAreRefusedByName) {
   AddObject("Totals", 5, 0, -1);
   AddObject("Remote", 6, 0, -2);
   AddObject("Server", 4, 0, 905);
@@ -227,7 +227,7 @@ TEST_F(DatabaseTest, QueriesAndLinkedTables_AreRefusedByName) {
   EXPECT_NE(ErrorOf([&] { database_->OpenTable("Server"); }).Description().find("linked table"), std::string::npos);
 }
 
-TEST_F(DatabaseTest, TableWhoseDefinitionIsElsewhere_IsDamaged) {
+TEST_F(DatabaseTest, TableWhoseDefinitionIsElsewhereIsDamaged) {
   AddObject("Nowhere", 1, 0, 4000);
   AddObject("Negative", 1, 0, -7);
   AddObject("Rows", 1, 0, 15);
@@ -237,7 +237,7 @@ TEST_F(DatabaseTest, TableWhoseDefinitionIsElsewhere_IsDamaged) {
   }
 }
 
-TEST_F(DatabaseTest, ObjectWithoutAName_IsDamage) {
+TEST_F(DatabaseTest, ObjectWithoutANameIsDamage) {
   Table& objects = database_->OpenTable("MSysObjects");
   const std::size_t column = Position(objects, "Name");
   const Value null;
@@ -247,7 +247,7 @@ TEST_F(DatabaseTest, ObjectWithoutAName_IsDamage) {
             "The database file is damaged: a row of table 'MSysObjects' lacks its Name. Nothing was changed.");
 }
 
-TEST_F(DatabaseTest, RulesOfThePropertyList_AreEnforced) {
+TEST_F(DatabaseTest, RulesOfThePropertyListAreEnforced) {
   database_->CreateTable({"users", {Typed("name", ColumnType::Text, 20), Typed("email", ColumnType::Text, 20)}, {}},
                          kCreated);
   Table& objects = database_->OpenTable("MSysObjects");
@@ -263,7 +263,7 @@ TEST_F(DatabaseTest, RulesOfThePropertyList_AreEnforced) {
   EXPECT_NO_THROW(users.Insert({std::string(), Null{}}));
 }
 
-TEST_F(DatabaseTest, PropertyListOfANewTable_IsKeptAndEnforced) {
+TEST_F(DatabaseTest, PropertyListOfANewTableIsKeptAndEnforced) {
   TableSpec users = {"users", {Typed("name", ColumnType::Text, 20)}, {}};
   users.properties = FromHex(
       "4D 52 32 00 | 18 00 00 00 80 00 | 10 00 \"Required\""
@@ -275,7 +275,7 @@ TEST_F(DatabaseTest, PropertyListOfANewTable_IsKeptAndEnforced) {
   EXPECT_EQ(ErrorNumberOf([&] { database->OpenTable("users").Insert({Null{}}); }), errors::kJetConstraint);
 }
 
-TEST_F(DatabaseTest, PropertyListThatContradictsItself_RefusesTheTableToWriters) {
+TEST_F(DatabaseTest, PropertyListThatContradictsItselfRefusesTheTableToWriters) {
   database_->CreateTable(Parts(), kCreated);
   Table& objects = database_->OpenTable("MSysObjects");
   const std::size_t column = Position(objects, "LvProp");
@@ -288,14 +288,14 @@ TEST_F(DatabaseTest, PropertyListThatContradictsItself_RefusesTheTableToWriters)
   EXPECT_EQ(Open(PageFile::Mode::ReadOnly)->OpenTable("Parts").Count(), 0);
 }
 
-TEST_F(DatabaseTest, PropertyListThatContradictsItself_IsNotGivenToANewTable) {
+TEST_F(DatabaseTest, PropertyListThatContradictsItselfIsNotGivenToANewTable) {
   TableSpec parts = Parts();
   parts.properties = FromHex("4D 52 32 00 | 39");
   EXPECT_EQ(ErrorNumberOf([&] { database_->CreateTable(parts, kCreated); }), errors::kJetGeneral);
   EXPECT_EQ(database_->TableNames(), Strings());
 }
 
-TEST_F(DatabaseTest, NewTable_TakesDefinitionMapsAndRootsInThatOrder) {
+TEST_F(DatabaseTest, NewTableTakesDefinitionMapsAndRootsInThatOrder) {
   TableSpec design = Parts();
   design.indexes.push_back(Index("byPrice", "Price"));
   database_->CreateTable(design, kCreated);
@@ -314,7 +314,7 @@ TEST_F(DatabaseTest, NewTable_TakesDefinitionMapsAndRootsInThatOrder) {
   EXPECT_EQ(database_->Pages().PageCount(), 20u);
 }
 
-TEST_F(DatabaseTest, NewTable_IsInTheCatalogWithTheRightsThatTablesInherit) {
+TEST_F(DatabaseTest, NewTableIsInTheCatalogWithTheRightsThatTablesInherit) {
   database_->CreateTable(Parts(), CivilTime{2026, 12, 1, 0, 0, 0});
   const Header header = Header::FromPage(database_->Pages().Read(0));
   const Table& objects = database_->OpenTable("MSysObjects");
@@ -342,7 +342,7 @@ TEST_F(DatabaseTest, NewTable_IsInTheCatalogWithTheRightsThatTablesInherit) {
   EXPECT_EQ(rights, expected);
 }
 
-TEST_F(DatabaseTest, NameInUse_IsRefusedWithoutRegardToCaseAndForQueriesToo) {
+TEST_F(DatabaseTest, NameInUseIsRefusedWithoutRegardToCaseAndForQueriesToo) {
   database_->CreateTable(Parts(), kCreated);
   AddObject("Totals", 5, 0, -1);
   const Error error = ErrorOf([&] { database_->CreateTable(Parts("PARTS"), kCreated); });
@@ -352,7 +352,7 @@ TEST_F(DatabaseTest, NameInUse_IsRefusedWithoutRegardToCaseAndForQueriesToo) {
   EXPECT_EQ(ErrorNumberOf([&] { database_->CreateTable(Parts("MSysACEs"), kCreated); }), errors::kJetConstraint);
 }
 
-TEST_F(DatabaseTest, RefusedTable_ChangesNothing) {
+TEST_F(DatabaseTest, RefusedTableChangesNothing) {
   database_->Commit();
   TableSpec bad = Parts();
   bad.columns.push_back(bad.columns[0]);
@@ -361,7 +361,7 @@ TEST_F(DatabaseTest, RefusedTable_ChangesNothing) {
   EXPECT_EQ(database_->Pages().PageCount(), 16u);
 }
 
-TEST_F(DatabaseTest, IndexThatCannotBeKept_IsNotSupported) {
+TEST_F(DatabaseTest, IndexThatCannotBeKeptIsNotSupported) {
   TableSpec design{"T", {Typed("D", ColumnType::Decimal)}, {Index("byD", "D")}};
   design.indexes[0].columns[0].ascending = false;
   const Error error = ErrorOf([&] { database_->CreateTable(design, kCreated); });
@@ -369,7 +369,7 @@ TEST_F(DatabaseTest, IndexThatCannotBeKept_IsNotSupported) {
   EXPECT_NE(error.Description().find("byD"), std::string::npos) << error.Description();
 }
 
-TEST_F(DatabaseTest, CreationThatFailsHalfWay_IsTakenBackWhole) {
+TEST_F(DatabaseTest, CreationThatFailsHalfWayIsTakenBackWhole) {
   // The index of the catalog holds a key of this id already, so the catalog row is refused after pages were taken.
   AddObject("Squatter", 1, 0, 16);
   database_->Commit();
@@ -378,7 +378,7 @@ TEST_F(DatabaseTest, CreationThatFailsHalfWay_IsTakenBackWhole) {
   EXPECT_EQ(database_->Pages().PageCount(), 16u);
 }
 
-TEST_F(DatabaseTest, TableWithManyMapsAndALongDefinition_ReadsBack) {
+TEST_F(DatabaseTest, TableWithManyMapsAndALongDefinitionReadsBack) {
   TableSpec design{"Wide", {}, {}};
   for (int i = 0; i < 60; ++i) design.columns.push_back(Typed(Numbered("Memo column ", i), ColumnType::Memo));
   for (int i = 0; i < 32; ++i) {
@@ -399,7 +399,7 @@ TEST_F(DatabaseTest, TableWithManyMapsAndALongDefinition_ReadsBack) {
   EXPECT_EQ(table.ReadRow(at), row);
 }
 
-TEST_F(DatabaseTest, CommittedTable_IsThereWhenTheFileIsOpenedAnew) {
+TEST_F(DatabaseTest, CommittedTableIsThereWhenTheFileIsOpenedAnew) {
   database_->CreateTable(Parts(), kCreated);
   database_->OpenTable("Parts").Insert({std::string("bolt"), Currency{12500}, std::string("n")});
   CommitAndClose();
@@ -410,7 +410,7 @@ TEST_F(DatabaseTest, CommittedTable_IsThereWhenTheFileIsOpenedAnew) {
             (std::vector<Value>{std::string("bolt"), Currency{12500}, std::string("n")}));
 }
 
-TEST_F(DatabaseTest, WithoutCommit_NothingReachesTheFile) {
+TEST_F(DatabaseTest, WithoutCommitNothingReachesTheFile) {
   database_->CreateTable(Parts(), kCreated);
   EXPECT_TRUE(database_->Changed());
   database_.reset();
@@ -452,13 +452,13 @@ std::string MakeSample(const testing::TempFolder& folder) {
   return path;
 }
 
-TEST(DatabaseByOthers, NewTablesAndRows_AreSound) {
+TEST(DatabaseByOthers, NewTablesAndRowsAreSound) {
   const testing::TempFolder folder;
   const std::string path = MakeSample(folder);
   testing::ExpectSound(platform::ReadWhole(*platform::MakeFileSystem(), path));
 }
 
-TEST(DatabaseByOthers, WideTable_IsSound) {
+TEST(DatabaseByOthers, WideTableIsSound) {
   const testing::TempFolder folder;
   const std::string path = (std::filesystem::path(folder.Path()) / "wide.mdb").string();
   const auto files = platform::MakeFileSystem();
@@ -481,7 +481,7 @@ TEST(DatabaseByOthers, WideTable_IsSound) {
   testing::ExpectSound(platform::ReadWhole(*files, path));
 }
 
-TEST(DatabaseByOthers, AnotherReader_SeesTheSameTablesAndRows) {
+TEST(DatabaseByOthers, AnotherReaderSeesTheSameTablesAndRows) {
   if (!testing::IsOnPath("mdb-tables") || !testing::IsOnPath("mdb-export")) {
     GTEST_SKIP() << "mdb-tables and mdb-export are not installed";
   }

@@ -71,19 +71,19 @@ class HostileDatabase : public ::testing::Test {
   Tally tally_;
 };
 
-TEST_F(HostileDatabase, SoundFiles_AreReadAndChangedWithoutAComplaint) {
+TEST_F(HostileDatabase, SoundFilesAreReadAndChangedWithoutAComplaint) {
   for (const Bytes& sound : mv::testing::JetSpecimens()) Use(sound, 1);
   EXPECT_EQ(tally_.readable, 4);
   EXPECT_EQ(tally_.changed, 4);
 }
 
-TEST_F(HostileDatabase, DamagedFiles_GiveAResultOrAnErrorAndOtherTablesStayAsTheyWere) {
+TEST_F(HostileDatabase, DamagedFilesGiveAResultOrAnErrorAndOtherTablesStayAsTheyWere) {
   for (const Bytes& sound : mv::testing::JetSpecimens()) UseDamaged(sound, 1, 150);
   EXPECT_GT(tally_.readable, tally_.files / 4) << "damage that always fails early tests nothing behind";
   EXPECT_GT(tally_.changed, tally_.files / 8);
 }
 
-TEST_F(HostileDatabase, DamagedRealFiles_GiveAResultOrAnErrorAndOtherTablesStayAsTheyWere) {
+TEST_F(HostileDatabase, DamagedRealFilesGiveAResultOrAnErrorAndOtherTablesStayAsTheyWere) {
   const auto folder = platform::EnvironmentVariable("JET_SAMPLES");
   if (!folder) GTEST_SKIP() << "JET_SAMPLES does not name a folder of database files";
   constexpr std::uintmax_t kLargest = 400000;

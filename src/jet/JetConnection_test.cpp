@@ -16,28 +16,28 @@ namespace {
 using testing::ErrorNumberOf;
 using testing::ErrorOf;
 
-TEST(ConnectionString, DataSource_IsFoundWhateverStandsAroundIt) {
+TEST(ConnectionString, DataSourceIsFoundWhateverStandsAroundIt) {
   EXPECT_EQ(DataSourceOf("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=C:\\Motorva\\Motorva.db;"),
             "C:\\Motorva\\Motorva.db");
   EXPECT_EQ(DataSourceOf("Data Source=a.mdb"), "a.mdb");
   EXPECT_EQ(DataSourceOf(" data SOURCE = a b.mdb ;Mode=Share Deny None"), "a b.mdb");
 }
 
-TEST(ConnectionString, EqualsSign_BelongsToThePath) {
+TEST(ConnectionString, EqualsSignBelongsToThePath) {
   EXPECT_EQ(DataSourceOf("Data Source=C:\\a=b\\c.mdb;User ID=Admin"), "C:\\a=b\\c.mdb");
 }
 
-TEST(ConnectionString, QuotedPath_MayHoldSemicolons) {
+TEST(ConnectionString, QuotedPathMayHoldSemicolons) {
   EXPECT_EQ(DataSourceOf("Data Source=\"C:\\a;b.mdb\";x=y"), "C:\\a;b.mdb");
   EXPECT_EQ(DataSourceOf("Data Source='C:\\it''s;b.mdb';x=y"), "C:\\it's;b.mdb");
   EXPECT_EQ(DataSourceOf("x=\"Data Source=no\";Data Source=yes"), "yes");
 }
 
-TEST(ConnectionString, QuoteInsideAPath_IsACharacterLikeAnyOther) {
+TEST(ConnectionString, QuoteInsideAPathIsACharacterLikeAnyOther) {
   EXPECT_EQ(DataSourceOf("Data Source=C:\\John's\\a.mdb;"), "C:\\John's\\a.mdb");
 }
 
-TEST(ConnectionString, WithoutDataSource_NamesNothing) {
+TEST(ConnectionString, WithoutDataSourceNamesNothing) {
   EXPECT_EQ(DataSourceOf(""), "");
   EXPECT_EQ(DataSourceOf("Provider=x"), "");
   EXPECT_EQ(DataSourceOf("Data Source;a=b"), "");
@@ -46,7 +46,7 @@ TEST(ConnectionString, WithoutDataSource_NamesNothing) {
   EXPECT_EQ(DataSourceOf("Data Source=\"unfinished"), "unfinished");
 }
 
-TEST(ConnectionString, LastOfSeveralDataSources_Counts) {
+TEST(ConnectionString, LastOfSeveralDataSourcesCounts) {
   EXPECT_EQ(DataSourceOf("Data Source=a;Data Source=b"), "b");
 }
 
@@ -81,24 +81,24 @@ class JetConnectionTest : public ::testing::Test {
   testing::MemoryFileSystem files_;
 };
 
-TEST_F(JetConnectionTest, OpenTable_IgnoresCaseAndStartsAtTheFirstRow) {
+TEST_F(JetConnectionTest, OpenTableIgnoresCaseAndStartsAtTheFirstRow) {
   const auto connection = Open();
   const auto rows = connection->OpenTable("PARTS");
   EXPECT_EQ(rows->FieldValue("Key"), Value(std::string("a")));
 }
 
-TEST_F(JetConnectionTest, UnknownTable_IsTheProvidersError) {
+TEST_F(JetConnectionTest, UnknownTableIsTheProvidersError) {
   EXPECT_EQ(ErrorNumberOf([&] { Open()->OpenTable("brnd_Trip"); }), -2147217865);
 }
 
-TEST_F(JetConnectionTest, OpenConnection_HoldsTheFileAlone) {
+TEST_F(JetConnectionTest, OpenConnectionHoldsTheFileAlone) {
   const auto connection = Open();
   const Error error = ErrorOf([&] { Open(); });
   EXPECT_EQ(error.Number(), -2147467259);
   EXPECT_EQ(error.Description(), "Could not use 'data.mdb'; file already in use.");
 }
 
-TEST_F(JetConnectionTest, Commit_PutsAllEditsOnDiskTogether) {
+TEST_F(JetConnectionTest, CommitPutsAllEditsOnDiskTogether) {
   const auto connection = Open();
   const auto rows = connection->OpenTable("Parts");
   Add(*rows, "b");
@@ -108,14 +108,14 @@ TEST_F(JetConnectionTest, Commit_PutsAllEditsOnDiskTogether) {
   EXPECT_EQ(RowsOnDisk(), 3);
 }
 
-TEST_F(JetConnectionTest, EditsBeforeCommit_AreInMemoryOnly) {
+TEST_F(JetConnectionTest, EditsBeforeCommitAreInMemoryOnly) {
   const Bytes before = files_.Content("data.mdb");
   const auto connection = Open();
   Add(*connection->OpenTable("Parts"), "b");
   EXPECT_EQ(files_.Content("data.mdb"), before);
 }
 
-TEST_F(JetConnectionTest, PendingEdit_IsNotPartOfACommit) {
+TEST_F(JetConnectionTest, PendingEditIsNotPartOfACommit) {
   {
     const auto connection = Open();
     const auto rows = connection->OpenTable("Parts");
@@ -128,7 +128,7 @@ TEST_F(JetConnectionTest, PendingEdit_IsNotPartOfACommit) {
   EXPECT_EQ(RowsOnDisk(), 2);
 }
 
-TEST_F(JetConnectionTest, PendingEditOfARowAtCommit_CanStillBeSaved) {
+TEST_F(JetConnectionTest, PendingEditOfARowAtCommitCanStillBeSaved) {
   const auto connection = Open();
   auto rows = connection->OpenTable("Parts");
   rows->SetFieldValue("Key", std::string("x"));
@@ -140,7 +140,7 @@ TEST_F(JetConnectionTest, PendingEditOfARowAtCommit_CanStillBeSaved) {
   EXPECT_EQ(Open()->OpenTable("Parts")->FieldValue("Key"), Value(std::string("x")));
 }
 
-TEST_F(JetConnectionTest, Close_DropsWhatWasNotCommittedAndReleasesTheFile) {
+TEST_F(JetConnectionTest, CloseDropsWhatWasNotCommittedAndReleasesTheFile) {
   const auto connection = Open();
   Add(*connection->OpenTable("Parts"), "b");
   connection->Close();
@@ -150,12 +150,12 @@ TEST_F(JetConnectionTest, Close_DropsWhatWasNotCommittedAndReleasesTheFile) {
   EXPECT_EQ(ErrorNumberOf([&] { connection->OpenTable("Parts"); }), -2147467259);
 }
 
-TEST_F(JetConnectionTest, Destructor_DropsWhatWasNotCommittedAndReleasesTheFile) {
+TEST_F(JetConnectionTest, DestructorDropsWhatWasNotCommittedAndReleasesTheFile) {
   Add(*Open()->OpenTable("Parts"), "b");
   EXPECT_EQ(RowsOnDisk(), 1);
 }
 
-TEST_F(JetConnectionTest, CommitThatFails_LeavesTheFileAndMayBeTriedAgain) {
+TEST_F(JetConnectionTest, CommitThatFailsLeavesTheFileAndMayBeTriedAgain) {
   const Bytes before = files_.Content("data.mdb");
   const auto connection = Open();
   Add(*connection->OpenTable("Parts"), "b");
@@ -167,19 +167,19 @@ TEST_F(JetConnectionTest, CommitThatFails_LeavesTheFileAndMayBeTriedAgain) {
   EXPECT_EQ(RowsOnDisk(), 2);
 }
 
-TEST_F(JetConnectionTest, MissingFile_CouldNotBeFound) {
+TEST_F(JetConnectionTest, MissingFileCouldNotBeFound) {
   EXPECT_EQ(ErrorOf([&] { Open("C:\\none.mdb"); }).Description(), "Could not find file 'C:\\none.mdb'.");
   EXPECT_EQ(ErrorOf([&] { JetDatabaseProvider(files_).Open("Provider=x"); }).Description(), "Could not find file ''.");
 }
 
-TEST_F(JetConnectionTest, FileOfAForeignFormat_IsUnrecognized) {
+TEST_F(JetConnectionTest, FileOfAForeignFormatIsUnrecognized) {
   files_.Put("text.mdb", Bytes(10000, 'x'));
   EXPECT_EQ(ErrorOf([&] { Open("text.mdb"); }).Description(), "Unrecognized database format 'text.mdb'.");
   files_.Put("short.mdb", Bytes(100, 'x'));
   EXPECT_EQ(ErrorNumberOf([&] { Open("short.mdb"); }), -2147467259);
 }
 
-TEST_F(JetConnectionTest, ProtectedFile_HasNotAValidPassword) {
+TEST_F(JetConnectionTest, ProtectedFileHasNotAValidPassword) {
   Bytes content = files_.Content("data.mdb");
   content[0x42] ^= 0x55;
   files_.Put("secret.mdb", content);

@@ -76,7 +76,7 @@ std::int32_t CountOf(const Recordset& rows) {
   return std::get<std::int32_t>(rows.FieldValue(kCount));
 }
 
-TEST_F(JetRecordsetTest, Opening_MakesTheFirstRowCurrent) {
+TEST_F(JetRecordsetTest, OpeningMakesTheFirstRowCurrent) {
   AddThree();
   const JetRecordset rows(Parts());
   EXPECT_FALSE(rows.Bof());
@@ -84,7 +84,7 @@ TEST_F(JetRecordsetTest, Opening_MakesTheFirstRowCurrent) {
   EXPECT_EQ(KeyOf(rows), "a");
 }
 
-TEST_F(JetRecordsetTest, OpeningAnEmptyTable_IsAtBothEnds) {
+TEST_F(JetRecordsetTest, OpeningAnEmptyTableIsAtBothEnds) {
   JetRecordset rows(Parts());
   EXPECT_TRUE(rows.Bof());
   EXPECT_TRUE(rows.Eof());
@@ -98,7 +98,7 @@ TEST_F(JetRecordsetTest, OpeningAnEmptyTable_IsAtBothEnds) {
   EXPECT_EQ(ErrorNumberOf([&] { rows.Find("Key='a'"); }), 3021);
 }
 
-TEST_F(JetRecordsetTest, Moves_WalkInPhysicalOrderToEof) {
+TEST_F(JetRecordsetTest, MovesWalkInPhysicalOrderToEof) {
   AddThree();
   JetRecordset rows(Parts());
   rows.MoveLast();
@@ -113,7 +113,7 @@ TEST_F(JetRecordsetTest, Moves_WalkInPhysicalOrderToEof) {
   EXPECT_EQ(Keys(), (Strings{"a", "b", "c"}));
 }
 
-TEST_F(JetRecordsetTest, DeletedRow_StaysCurrentUntilTheNextMove) {
+TEST_F(JetRecordsetTest, DeletedRowStaysCurrentUntilTheNextMove) {
   AddThree();
   JetRecordset rows(Parts());
   rows.MoveNext();
@@ -128,7 +128,7 @@ TEST_F(JetRecordsetTest, DeletedRow_StaysCurrentUntilTheNextMove) {
   EXPECT_EQ(Keys(), (Strings{"a", "c"}));
 }
 
-TEST_F(JetRecordsetTest, DeletedRowThatWasRead_CannotBeReadAnyMore) {
+TEST_F(JetRecordsetTest, DeletedRowThatWasReadCannotBeReadAnyMore) {
   AddThree();
   JetRecordset rows(Parts());
   EXPECT_EQ(KeyOf(rows), "a");
@@ -136,7 +136,7 @@ TEST_F(JetRecordsetTest, DeletedRowThatWasRead_CannotBeReadAnyMore) {
   EXPECT_EQ(ErrorNumberOf([&] { rows.FieldValue(kKey); }), 3021);
 }
 
-TEST_F(JetRecordsetTest, LastRowLeftDeleted_IsAtBothEndsAtOnce) {
+TEST_F(JetRecordsetTest, LastRowLeftDeletedIsAtBothEndsAtOnce) {
   Add("a", 1);
   JetRecordset rows(Parts());
   rows.Delete();
@@ -145,7 +145,7 @@ TEST_F(JetRecordsetTest, LastRowLeftDeleted_IsAtBothEndsAtOnce) {
   EXPECT_EQ(rows.RecordCount(), 0);
 }
 
-TEST_F(JetRecordsetTest, MoveNextFromTheOnlyRowDeleted_IsNoErrorOnce) {
+TEST_F(JetRecordsetTest, MoveNextFromTheOnlyRowDeletedIsNoErrorOnce) {
   Add("a", 1);
   JetRecordset rows(Parts());
   rows.Delete();
@@ -154,7 +154,7 @@ TEST_F(JetRecordsetTest, MoveNextFromTheOnlyRowDeleted_IsNoErrorOnce) {
   EXPECT_EQ(ErrorNumberOf([&] { rows.MoveNext(); }), 3021);
 }
 
-TEST_F(JetRecordsetTest, LoopThatDeletesEveryRow_EndsEmpty) {
+TEST_F(JetRecordsetTest, LoopThatDeletesEveryRowEndsEmpty) {
   for (int i = 0; i < 500; ++i) Add(Numbered("k", i), i);
   JetRecordset rows(Parts());
   for (rows.MoveFirst(); !rows.Eof(); rows.MoveNext()) rows.Delete();
@@ -162,7 +162,7 @@ TEST_F(JetRecordsetTest, LoopThatDeletesEveryRow_EndsEmpty) {
   EXPECT_EQ(Keys(), Strings());
 }
 
-TEST_F(JetRecordsetTest, RowAddedWhereADeletedOneWas_IsAnotherRow) {
+TEST_F(JetRecordsetTest, RowAddedWhereADeletedOneWasIsAnotherRow) {
   Add("a", 1);
   JetRecordset rows(Parts());
   rows.Delete();
@@ -174,7 +174,7 @@ TEST_F(JetRecordsetTest, RowAddedWhereADeletedOneWas_IsAnotherRow) {
   EXPECT_EQ(Keys(), (Strings{"b"}));
 }
 
-TEST_F(JetRecordsetTest, Assignment_StartsAnEditThatOnlyUpdateSaves) {
+TEST_F(JetRecordsetTest, AssignmentStartsAnEditThatOnlyUpdateSaves) {
   AddThree();
   JetRecordset rows(Parts());
   rows.SetFieldValue(kCount, 10);
@@ -186,7 +186,7 @@ TEST_F(JetRecordsetTest, Assignment_StartsAnEditThatOnlyUpdateSaves) {
   EXPECT_EQ(CountOf(JetRecordset(Parts())), 10);
 }
 
-TEST_F(JetRecordsetTest, Update_ChangesAssignedFieldsOnly) {
+TEST_F(JetRecordsetTest, UpdateChangesAssignedFieldsOnly) {
   Parts().Insert({std::string("a"), 1, true, std::string(5000, 'm')});
   JetRecordset rows(Parts());
   rows.SetFieldValue(kCount, 2);
@@ -195,7 +195,7 @@ TEST_F(JetRecordsetTest, Update_ChangesAssignedFieldsOnly) {
   EXPECT_EQ(rows.FieldValue(kNotes), Value(std::string(5000, 'm')));
 }
 
-TEST_F(JetRecordsetTest, UpdateWithoutAnEdit_DoesNothing) {
+TEST_F(JetRecordsetTest, UpdateWithoutAnEditDoesNothing) {
   AddThree();
   JetRecordset rows(Parts());
   rows.Update();
@@ -205,7 +205,7 @@ TEST_F(JetRecordsetTest, UpdateWithoutAnEdit_DoesNothing) {
   EXPECT_NO_THROW(rows.Update());
 }
 
-TEST_F(JetRecordsetTest, EveryMoveAndAddNew_SaveAPendingEditFirst) {
+TEST_F(JetRecordsetTest, EveryMoveAndAddNewSaveAPendingEditFirst) {
   AddThree();
   JetRecordset rows(Parts());
   rows.SetFieldValue(kCount, 11);
@@ -227,7 +227,7 @@ TEST_F(JetRecordsetTest, EveryMoveAndAddNew_SaveAPendingEditFirst) {
   EXPECT_EQ(counts, (std::vector<std::int32_t>{31, 12, 13, 14}));
 }
 
-TEST_F(JetRecordsetTest, FailedSave_IsRaisedAndDropsTheEditAndLeavesTheRow) {
+TEST_F(JetRecordsetTest, FailedSaveIsRaisedAndDropsTheEditAndLeavesTheRow) {
   AddThree();
   JetRecordset rows(Parts());
   rows.SetFieldValue(kKey, std::string("B"));
@@ -241,7 +241,7 @@ TEST_F(JetRecordsetTest, FailedSave_IsRaisedAndDropsTheEditAndLeavesTheRow) {
   EXPECT_EQ(Keys(), (Strings{"a", "b", "c"}));
 }
 
-TEST_F(JetRecordsetTest, MoveWhoseSaveFails_StaysOnItsRow) {
+TEST_F(JetRecordsetTest, MoveWhoseSaveFailsStaysOnItsRow) {
   AddThree();
   JetRecordset rows(Parts());
   rows.SetFieldValue(kKey, std::string("b"));
@@ -251,7 +251,7 @@ TEST_F(JetRecordsetTest, MoveWhoseSaveFails_StaysOnItsRow) {
   EXPECT_EQ(KeyOf(rows), "b");
 }
 
-TEST_F(JetRecordsetTest, NewRowThatCannotBeSaved_LeavesTheRowBeforeCurrent) {
+TEST_F(JetRecordsetTest, NewRowThatCannotBeSavedLeavesTheRowBeforeCurrent) {
   AddThree();
   JetRecordset rows(Parts());
   rows.MoveNext();
@@ -262,7 +262,7 @@ TEST_F(JetRecordsetTest, NewRowThatCannotBeSaved_LeavesTheRowBeforeCurrent) {
   EXPECT_EQ(rows.RecordCount(), 3);
 }
 
-TEST_F(JetRecordsetTest, NewRowWithoutItsKey_CannotBeSaved) {
+TEST_F(JetRecordsetTest, NewRowWithoutItsKeyCannotBeSaved) {
   JetRecordset rows(Parts());
   rows.AddNew();
   rows.SetFieldValue(kCount, 1);
@@ -270,7 +270,7 @@ TEST_F(JetRecordsetTest, NewRowWithoutItsKey_CannotBeSaved) {
   EXPECT_TRUE(rows.Eof());
 }
 
-TEST_F(JetRecordsetTest, SavedNewRow_IsTheCurrentOne) {
+TEST_F(JetRecordsetTest, SavedNewRowIsTheCurrentOne) {
   AddThree();
   JetRecordset rows(Parts());
   rows.AddNew();
@@ -282,7 +282,7 @@ TEST_F(JetRecordsetTest, SavedNewRow_IsTheCurrentOne) {
   EXPECT_TRUE(rows.Eof());
 }
 
-TEST_F(JetRecordsetTest, NewRow_IsNullAndFalseUntilAssigned) {
+TEST_F(JetRecordsetTest, NewRowIsNullAndFalseUntilAssigned) {
   AddThree();
   JetRecordset rows(Parts());
   rows.AddNew();
@@ -298,7 +298,7 @@ TEST_F(JetRecordsetTest, NewRow_IsNullAndFalseUntilAssigned) {
   EXPECT_EQ(rows.FieldValue(kNotes), Value(Null{}));
 }
 
-TEST_F(JetRecordsetTest, NewRowOnAnEmptyTable_IsAtNeitherEnd) {
+TEST_F(JetRecordsetTest, NewRowOnAnEmptyTableIsAtNeitherEnd) {
   JetRecordset rows(Parts());
   rows.AddNew();
   EXPECT_FALSE(rows.Bof());
@@ -308,7 +308,7 @@ TEST_F(JetRecordsetTest, NewRowOnAnEmptyTable_IsAtNeitherEnd) {
   EXPECT_TRUE(rows.Eof());
 }
 
-TEST_F(JetRecordsetTest, CancelUpdate_DropsAnEdit) {
+TEST_F(JetRecordsetTest, CancelUpdateDropsAnEdit) {
   AddThree();
   JetRecordset rows(Parts());
   rows.SetFieldValue(kCount, 9);
@@ -320,7 +320,7 @@ TEST_F(JetRecordsetTest, CancelUpdate_DropsAnEdit) {
   EXPECT_NO_THROW(rows.CancelUpdate());
 }
 
-TEST_F(JetRecordsetTest, CancelUpdateAfterAddNew_MakesTheRowBeforeCurrentAgain) {
+TEST_F(JetRecordsetTest, CancelUpdateAfterAddNewMakesTheRowBeforeCurrentAgain) {
   AddThree();
   JetRecordset rows(Parts());
   rows.MoveNext();
@@ -331,7 +331,7 @@ TEST_F(JetRecordsetTest, CancelUpdateAfterAddNew_MakesTheRowBeforeCurrentAgain) 
   EXPECT_EQ(rows.RecordCount(), 3);
 }
 
-TEST_F(JetRecordsetTest, DeleteDuringAnEdit_DropsTheEditAndDeletesTheRow) {
+TEST_F(JetRecordsetTest, DeleteDuringAnEditDropsTheEditAndDeletesTheRow) {
   AddThree();
   JetRecordset rows(Parts());
   rows.SetFieldValue(kCount, 9);
@@ -341,14 +341,14 @@ TEST_F(JetRecordsetTest, DeleteDuringAnEdit_DropsTheEditAndDeletesTheRow) {
   EXPECT_EQ(Keys(), (Strings{"b", "c"}));
 }
 
-TEST_F(JetRecordsetTest, DeleteOfARowNotYetSaved_IsNoCurrentRecord) {
+TEST_F(JetRecordsetTest, DeleteOfARowNotYetSavedIsNoCurrentRecord) {
   AddThree();
   JetRecordset rows(Parts());
   rows.AddNew();
   EXPECT_EQ(ErrorNumberOf([&] { rows.Delete(); }), 3021);
 }
 
-TEST_F(JetRecordsetTest, RowThatGrowsOntoAnotherPage_IsMetOnce) {
+TEST_F(JetRecordsetTest, RowThatGrowsOntoAnotherPageIsMetOnce) {
   for (int i = 0; i < 200; ++i) Add(Numbered("k", i), i);
   const Strings before = Keys();
   Strings met;
@@ -361,7 +361,7 @@ TEST_F(JetRecordsetTest, RowThatGrowsOntoAnotherPage_IsMetOnce) {
   EXPECT_EQ(Keys(), before);
 }
 
-TEST_F(JetRecordsetTest, RecordsetsOverOneTable_SeeWhatTheOtherSaved) {
+TEST_F(JetRecordsetTest, RecordsetsOverOneTableSeeWhatTheOtherSaved) {
   AddThree();
   JetRecordset one(Parts());
   JetRecordset other(Parts());
@@ -376,7 +376,7 @@ TEST_F(JetRecordsetTest, RecordsetsOverOneTable_SeeWhatTheOtherSaved) {
   EXPECT_EQ(KeyOf(one), "b");
 }
 
-TEST_F(JetRecordsetTest, EditOfARowThatWasDeletedMeanwhile_CannotBeSaved) {
+TEST_F(JetRecordsetTest, EditOfARowThatWasDeletedMeanwhileCannotBeSaved) {
   AddThree();
   JetRecordset one(Parts());
   JetRecordset other(Parts());
@@ -386,7 +386,7 @@ TEST_F(JetRecordsetTest, EditOfARowThatWasDeletedMeanwhile_CannotBeSaved) {
   EXPECT_EQ(Keys(), (Strings{"b", "c"}));
 }
 
-TEST_F(JetRecordsetTest, FieldThatIsNotThere_IsItemNotFound) {
+TEST_F(JetRecordsetTest, FieldThatIsNotThereIsItemNotFound) {
   AddThree();
   JetRecordset rows(Parts());
   EXPECT_EQ(ErrorNumberOf([&] { rows.FieldValue(4); }), 3265);
@@ -395,7 +395,7 @@ TEST_F(JetRecordsetTest, FieldThatIsNotThere_IsItemNotFound) {
   EXPECT_EQ(rows.FieldValue("KEY"), Value(std::string("a")));
 }
 
-TEST_F(JetRecordsetTest, Find_StartsAtTheCurrentRowAndIgnoresCase) {
+TEST_F(JetRecordsetTest, FindStartsAtTheCurrentRowAndIgnoresCase) {
   Add("a", 1);
   Add("b", 2);
   Add("c", 1);
@@ -409,7 +409,7 @@ TEST_F(JetRecordsetTest, Find_StartsAtTheCurrentRowAndIgnoresCase) {
   EXPECT_EQ(KeyOf(rows), "c");
 }
 
-TEST_F(JetRecordsetTest, FindWithoutAMatch_LeavesEof) {
+TEST_F(JetRecordsetTest, FindWithoutAMatchLeavesEof) {
   AddThree();
   JetRecordset rows(Parts());
   rows.MoveNext();
@@ -418,7 +418,7 @@ TEST_F(JetRecordsetTest, FindWithoutAMatch_LeavesEof) {
   EXPECT_EQ(ErrorNumberOf([&] { rows.Find("Key='a'"); }), 3021);
 }
 
-TEST_F(JetRecordsetTest, FindFromADeletedRow_LooksBehindIt) {
+TEST_F(JetRecordsetTest, FindFromADeletedRowLooksBehindIt) {
   AddThree();
   JetRecordset rows(Parts());
   rows.Delete();
@@ -426,7 +426,7 @@ TEST_F(JetRecordsetTest, FindFromADeletedRow_LooksBehindIt) {
   EXPECT_EQ(KeyOf(rows), "b");
 }
 
-TEST_F(JetRecordsetTest, DoubledQuoteInACriterion_IsOneQuote) {
+TEST_F(JetRecordsetTest, DoubledQuoteInACriterionIsOneQuote) {
   Add("it's", 1);
   JetRecordset rows(Parts());
   rows.Find("Key='it''s'");
@@ -444,7 +444,7 @@ TEST_F(JetRecordsetTest, NullMatchesTheEmptyText) {
   EXPECT_EQ(KeyOf(rows), "b");
 }
 
-TEST_F(JetRecordsetTest, ValueOfAnotherType_IsConverted) {
+TEST_F(JetRecordsetTest, ValueOfAnotherTypeIsConverted) {
   AddThree();
   JetRecordset rows(Parts());
   rows.SetFieldValue(kCount, std::string("12"));
@@ -455,7 +455,7 @@ TEST_F(JetRecordsetTest, ValueOfAnotherType_IsConverted) {
   EXPECT_EQ(rows.FieldValue(kActive), Value(false));
 }
 
-TEST_F(JetRecordsetTest, ValueThatDoesNotFit_RaisesAndLeavesTheEditAsItWas) {
+TEST_F(JetRecordsetTest, ValueThatDoesNotFitRaisesAndLeavesTheEditAsItWas) {
   AddThree();
   JetRecordset rows(Parts());
   rows.SetFieldValue(kCount, 5);
@@ -470,14 +470,14 @@ TEST_F(JetRecordsetTest, ValueThatDoesNotFit_RaisesAndLeavesTheEditAsItWas) {
   EXPECT_EQ(CountOf(rows), 5);
 }
 
-TEST_F(JetRecordsetTest, LongValueThatDoesNotFit_IsNotRepeatedInTheMessage) {
+TEST_F(JetRecordsetTest, LongValueThatDoesNotFitIsNotRepeatedInTheMessage) {
   AddThree();
   JetRecordset rows(Parts());
   EXPECT_EQ(ErrorOf([&] { rows.SetFieldValue(kCount, std::string(5000, 'x')); }).Description(),
             "The value does not have the type of the field. Table 'Parts', column 'Count'.");
 }
 
-TEST_F(JetRecordsetTest, ValueThatDoesNotFit_StartsNoEdit) {
+TEST_F(JetRecordsetTest, ValueThatDoesNotFitStartsNoEdit) {
   AddThree();
   JetRecordset rows(Parts());
   EXPECT_EQ(ErrorNumberOf([&] { rows.SetFieldValue(kCount, std::string("x")); }), -2147217887);
@@ -485,7 +485,7 @@ TEST_F(JetRecordsetTest, ValueThatDoesNotFit_StartsNoEdit) {
   EXPECT_NO_THROW(rows.MoveNext());
 }
 
-TEST_F(JetRecordsetTest, TextTooLong_IsRefusedWhenItIsAssigned) {
+TEST_F(JetRecordsetTest, TextTooLongIsRefusedWhenItIsAssigned) {
   AddThree();
   JetRecordset rows(Parts());
   rows.SetFieldValue(kKey, std::string(10, 'x'));
@@ -497,7 +497,7 @@ TEST_F(JetRecordsetTest, TextTooLong_IsRefusedWhenItIsAssigned) {
   EXPECT_EQ(KeyOf(rows), std::string(10, 'x'));
 }
 
-TEST_F(JetRecordsetTest, TextLength_CountsUtf16Units) {
+TEST_F(JetRecordsetTest, TextLengthCountsUtf16Units) {
   AddThree();
   JetRecordset rows(Parts());
   std::string five;
@@ -507,7 +507,7 @@ TEST_F(JetRecordsetTest, TextLength_CountsUtf16Units) {
   rows.CancelUpdate();
 }
 
-TEST_F(JetRecordsetTest, NullInABoolean_IsFalse) {
+TEST_F(JetRecordsetTest, NullInABooleanIsFalse) {
   AddThree();
   JetRecordset rows(Parts());
   rows.SetFieldValue(kActive, Null{});
@@ -516,7 +516,7 @@ TEST_F(JetRecordsetTest, NullInABoolean_IsFalse) {
   EXPECT_EQ(rows.FieldValue(kActive), Value(false));
 }
 
-TEST_F(JetRecordsetTest, EmptyText_StaysAnEmptyText) {
+TEST_F(JetRecordsetTest, EmptyTextStaysAnEmptyText) {
   AddThree();
   JetRecordset rows(Parts());
   rows.SetFieldValue(kKey, std::string());
@@ -526,7 +526,7 @@ TEST_F(JetRecordsetTest, EmptyText_StaysAnEmptyText) {
   EXPECT_EQ(rows.FieldValue(kNotes), Value(std::string()));
 }
 
-TEST_F(JetRecordsetTest, DamagedMemo_DoesNotHinderReadingTheOtherFields) {
+TEST_F(JetRecordsetTest, DamagedMemoDoesNotHinderReadingTheOtherFields) {
   Parts().Insert({std::string("a"), 1, true, std::string(5000, 'm')});
   const PageNumber pages = database_->Pages().PageCount();
   for (PageNumber page = 16; page < pages; ++page) {
@@ -542,7 +542,7 @@ TEST_F(JetRecordsetTest, DamagedMemo_DoesNotHinderReadingTheOtherFields) {
   EXPECT_EQ(ErrorNumberOf([&] { rows.FieldValue(kNotes); }), errors::kJetGeneral);
 }
 
-TEST_F(JetRecordsetTest, EveryColumnType_HasItsFieldTypeAndSize) {
+TEST_F(JetRecordsetTest, EveryColumnTypeHasItsFieldTypeAndSize) {
   ColumnSpec decimal = Typed("D", ColumnType::Decimal);
   decimal.precision = 10;
   decimal.scale = 4;
@@ -586,7 +586,7 @@ TEST_F(JetRecordsetTest, EveryColumnType_HasItsFieldTypeAndSize) {
   for (std::size_t i = 0; i < values.size(); ++i) EXPECT_EQ(read.FieldValue(i), values[i]) << i;
 }
 
-TEST_F(JetRecordsetTest, TextsThatAreNoGuidOrTooManyDigits_AreRefusedWhenAssigned) {
+TEST_F(JetRecordsetTest, TextsThatAreNoGuidOrTooManyDigitsAreRefusedWhenAssigned) {
   ColumnSpec decimal = Typed("D", ColumnType::Decimal);
   decimal.precision = 4;
   decimal.scale = 2;
@@ -603,7 +603,7 @@ TEST_F(JetRecordsetTest, TextsThatAreNoGuidOrTooManyDigits_AreRefusedWhenAssigne
   EXPECT_EQ(rows.FieldValue(1), Value(std::string("99.99")));
 }
 
-TEST_F(JetRecordsetTest, Autonumber_IsDrawnByUpdate) {
+TEST_F(JetRecordsetTest, AutonumberIsDrawnByUpdate) {
   ColumnSpec id = Typed("Id", ColumnType::Long);
   id.autonumber = true;
   database_->CreateTable({"Numbered", {id, Typed("N", ColumnType::Byte)}, {}}, kCreated);

@@ -78,7 +78,7 @@ Strings CheckersColumnNames(const testing::ToolResult& schema) {
   return names;
 }
 
-TEST_F(RealFiles, FilesOfOtherKinds_AreRefusedWithATextThatSaysWhatTheyAre) {
+TEST_F(RealFiles, FilesOfOtherKindsAreRefusedWithATextThatSaysWhatTheyAre) {
   for (const std::string& path : paths_) {
     const std::string name = std::filesystem::path(path).filename().string();
     std::string refusal;
@@ -129,7 +129,7 @@ TEST_F(RealFiles, ColumnsAndRowsAreThoseTheCheckerReads) {
   }
 }
 
-TEST_F(RealFiles, SystemTables_OpenAndReadToo) {
+TEST_F(RealFiles, SystemTablesOpenAndReadToo) {
   for (const std::string& path : ReadablePaths()) {
     const auto database = Open(path);
     for (const char* name : {"MSysObjects", "MSysACEs", "MSysQueries", "MSysRelationships"}) {
@@ -139,7 +139,7 @@ TEST_F(RealFiles, SystemTables_OpenAndReadToo) {
   }
 }
 
-TEST_F(RealFiles, TableAddedToThem_LeavesThemSound) {
+TEST_F(RealFiles, TableAddedToThemLeavesThemSound) {
   const testing::TempFolder folder;
   for (const std::string& path : ReadablePaths()) {
     const auto copy = std::filesystem::path(folder.Path()) / std::filesystem::path(path).filename();

@@ -171,7 +171,7 @@ class RealIndexes : public ::testing::Test {
   Tally tally_;
 };
 
-TEST_F(RealIndexes, EveryKeyBuiltFromItsRow_EqualsTheStoredOne) {
+TEST_F(RealIndexes, EveryKeyBuiltFromItsRowEqualsTheStoredOne) {
   for (const std::filesystem::path& sample : samples_) {
     SCOPED_TRACE(sample.filename().string());
     const auto database = OpenCopy(sample, PageFile::Mode::ReadOnly);
@@ -229,7 +229,7 @@ int ChangeRows(Table& table, std::mt19937& random) {
   return changes;
 }
 
-TEST_F(RealIndexes, RowsChangedAtRandom_KeepEveryIndexRight) {
+TEST_F(RealIndexes, RowsChangedAtRandomKeepEveryIndexRight) {
   constexpr std::uint32_t kSeed = 20050120;
   RecordProperty("seed", static_cast<int>(kSeed));
   std::mt19937 random(kSeed);

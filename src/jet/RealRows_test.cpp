@@ -129,7 +129,7 @@ std::map<RowId, std::vector<Value>> RowsOf(const Table& table) {
   return rows;
 }
 
-TEST_F(RealRows, ChangedRows_ReadBackAndLeaveTheFileSound) {
+TEST_F(RealRows, ChangedRowsReadBackAndLeaveTheFileSound) {
   std::size_t changes = 0;
   for (const auto& [name, image] : samples_) {
     SCOPED_TRACE(name);

@@ -77,7 +77,7 @@ class RelationBuildTest : public ::testing::Test {
   Table& cars_ = database_.Add(JetTable("Car").Text("ID", 9).Text("OWNER", 9).PrimaryKey("ID"));
 };
 
-TEST_F(RelationBuildTest, TwoLogicalIndexes_NameEachOther) {
+TEST_F(RelationBuildTest, TwoLogicalIndexesNameEachOther) {
   Relate(OwnerCar());
   const LogicalIndex& foreign = IndexNamed(cars_, "OwnerCar");
   EXPECT_EQ(foreign.kind, LogicalIndex::Kind::Relation);
@@ -100,14 +100,14 @@ TEST_F(RelationBuildTest, TwoLogicalIndexes_NameEachOther) {
   EXPECT_EQ(primary.onDelete, 1);
 }
 
-TEST_F(RelationBuildTest, IndexesOfADefinition_StaySortedByName) {
+TEST_F(RelationBuildTest, IndexesOfADefinitionStaySortedByName) {
   Relate(OwnerCar());
   Relate({"AOwnerCar", "Car", {"OWNER"}, "Owner", {"K"}, false, OnDelete::Refuse});
   EXPECT_EQ(IndexNames(cars_), (std::vector<std::string>{"AOwnerCar", "OwnerCar", "PrimaryKey"}));
   EXPECT_EQ(IndexNames(owners_), (std::vector<std::string>{".rB", ".rC", "PrimaryKey"}));
 }
 
-TEST_F(RelationBuildTest, ForeignSide_GetsAPlainTreeWithTheRowsThereAre) {
+TEST_F(RelationBuildTest, ForeignSideGetsAPlainTreeWithTheRowsThereAre) {
   owners_.Insert({Text("ann"), Null()});
   for (int i = 0; i < 2000; ++i)
     cars_.Insert({Text("c" + std::to_string(i)), i % 2 == 0 ? Value(Text("ann")) : Null()});
@@ -123,7 +123,7 @@ TEST_F(RelationBuildTest, ForeignSide_GetsAPlainTreeWithTheRowsThereAre) {
   EXPECT_EQ(LoadLittle<std::uint32_t>(statistics + layout::kDistinctKeysAt), 2U);
 }
 
-TEST_F(RelationBuildTest, RestOfTheDefinitions_StaysAsItWas) {
+TEST_F(RelationBuildTest, RestOfTheDefinitionsStaysAsItWas) {
   owners_.Insert({Text("ann"), Null()});
   const Bytes before = ReadDefinitionBytes(database_->Pages(), owners_.Definition());
   Relate(OwnerCar());
@@ -138,7 +138,7 @@ TEST_F(RelationBuildTest, RestOfTheDefinitions_StaysAsItWas) {
             ToHex(Bytes(before.begin() + 51, before.begin() + 150)));
 }
 
-TEST_F(RelationBuildTest, Catalog_ListsTheRelation) {
+TEST_F(RelationBuildTest, CatalogListsTheRelation) {
   Relate(OwnerCar());
   const auto id = std::int32_t{-2147483647 - 1};
   const Header header = Header::FromPage(database_->Pages().Read(0));
@@ -158,7 +158,7 @@ TEST_F(RelationBuildTest, Catalog_ListsTheRelation) {
       rows);
 }
 
-TEST_F(RelationBuildTest, IdsOfRelations_CountUp) {
+TEST_F(RelationBuildTest, IdsOfRelationsCountUp) {
   Relate(OwnerCar());
   Relate({"Second", "Car", {"OWNER"}, "Owner", {"K"}, false, OnDelete::SetNull});
   EXPECT_EQ(RowsWhere("MSysObjects", "Name", Text("Second"), {"Id"}),
@@ -167,13 +167,13 @@ TEST_F(RelationBuildTest, IdsOfRelations_CountUp) {
             (std::vector<std::vector<Value>>{{std::int32_t{0x2000}}}));
 }
 
-TEST_F(RelationBuildTest, UniqueForeignSide_IsListedAsOneToOne) {
+TEST_F(RelationBuildTest, UniqueForeignSideIsListedAsOneToOne) {
   Relate({"Same", "Car", {"ID"}, "Owner", {"K"}, false, OnDelete::Refuse});
   EXPECT_EQ(RowsWhere("MSysRelationships", "szRelationship", Text("Same"), {"grbit"}),
             (std::vector<std::vector<Value>>{{std::int32_t{1}}}));
 }
 
-TEST_F(RelationBuildTest, ColumnPairs_FollowTheOrderOfTheReferencedIndex) {
+TEST_F(RelationBuildTest, ColumnPairsFollowTheOrderOfTheReferencedIndex) {
   JetTable design = JetTable("Model").Text("MAKE", 9).Column("YEAR", ColumnType::Integer);
   design.Index("Key", {"MAKE", "YEAR"}).unique = true;
   database_.Add(design);
@@ -190,7 +190,7 @@ TEST_F(RelationBuildTest, ColumnPairs_FollowTheOrderOfTheReferencedIndex) {
             rows);
 }
 
-TEST_F(RelationBuildTest, TableWithItself_GetsBothSides) {
+TEST_F(RelationBuildTest, TableWithItselfGetsBothSides) {
   Table& people = database_.Add(
       JetTable("Person").Column("ID", ColumnType::Long).Column("BOSS", ColumnType::Long).PrimaryKey("ID"));
   Relate({"Boss", "Person", {"BOSS"}, "Person", {"ID"}, false, OnDelete::Refuse});
@@ -199,7 +199,7 @@ TEST_F(RelationBuildTest, TableWithItself_GetsBothSides) {
   EXPECT_EQ(IndexNamed(people, ".rC").otherIndex, 1);
 }
 
-TEST_F(RelationBuildTest, MapOfTheNewTree_StandsBesideTheOthersWhileThereIsRoom) {
+TEST_F(RelationBuildTest, MapOfTheNewTreeStandsBesideTheOthersWhileThereIsRoom) {
   Relate(OwnerCar());
   const TableDefinition& cars = cars_.Definition();
   EXPECT_EQ(cars.indexData[1].map, (RowId{cars.ownedPages.page, 3}));
@@ -207,7 +207,7 @@ TEST_F(RelationBuildTest, MapOfTheNewTree_StandsBesideTheOthersWhileThereIsRoom)
             std::vector<PageNumber>{cars.indexData[1].root});
 }
 
-TEST_F(RelationBuildTest, DefinitionThatOutgrowsItsPage_GoesOnOnAnother) {
+TEST_F(RelationBuildTest, DefinitionThatOutgrowsItsPageGoesOnOnAnother) {
   JetTable wide("Wide");
   for (int i = 0; i < 29; ++i) wide.Text("COLUMN WITH A RATHER LONG NAME " + std::to_string(i), 9);
   wide.PrimaryKey("COLUMN WITH A RATHER LONG NAME 0");
@@ -230,7 +230,7 @@ TEST_F(RelationBuildTest, DefinitionThatOutgrowsItsPage_GoesOnOnAnother) {
 
 // Refusals.
 
-TEST_F(RelationBuildTest, RowWithoutARelatedOne_ForbidsTheRelation) {
+TEST_F(RelationBuildTest, RowWithoutARelatedOneForbidsTheRelation) {
   owners_.Insert({Text("ann"), Null()});
   cars_.Insert({Text("c1"), Text("bob")});
   EXPECT_EQ(RefusedText(OwnerCar()),
@@ -239,12 +239,12 @@ TEST_F(RelationBuildTest, RowWithoutARelatedOne_ForbidsTheRelation) {
   cars_.Insert({Text("c2"), Text("eve")});
 }
 
-TEST_F(RelationBuildTest, ReferencedColumnsWithoutAUniqueIndex_AreRefused) {
+TEST_F(RelationBuildTest, ReferencedColumnsWithoutAUniqueIndexAreRefused) {
   EXPECT_EQ(RefusedText({"R", "Car", {"OWNER"}, "Owner", {"NAME"}, false, OnDelete::Refuse}),
             "Relation 'R': No unique index found for the referenced field of the primary table 'Owner'.");
 }
 
-TEST_F(RelationBuildTest, ColumnsThatDoNotMatch_AreRefused) {
+TEST_F(RelationBuildTest, ColumnsThatDoNotMatchAreRefused) {
   database_.Add(JetTable("Number").Column("N", ColumnType::Long).Column("D", ColumnType::Decimal).PrimaryKey("N"));
   EXPECT_EQ(RefusedText({"R", "Number", {"N"}, "Owner", {"K"}, false, OnDelete::Refuse}),
             "Relation 'R': the fields 'N' and 'K' have not the same data type.");
@@ -256,7 +256,7 @@ TEST_F(RelationBuildTest, ColumnsThatDoNotMatch_AreRefused) {
             "Relation 'R': it must connect 1 to 10 fields with as many others.");
 }
 
-TEST_F(RelationBuildTest, NamesInUseAndNamesThatAreNone_AreRefused) {
+TEST_F(RelationBuildTest, NamesInUseAndNamesThatAreNoneAreRefused) {
   RelationSpec relation = OwnerCar();
   relation.name = "primarykey";
   EXPECT_EQ(RefusedText(relation), "Relation 'primarykey': this is already the name of an index of table 'Car'.");
@@ -267,12 +267,12 @@ TEST_F(RelationBuildTest, NamesInUseAndNamesThatAreNone_AreRefused) {
   EXPECT_EQ(RefusedText(relation), "Object 'OWNERCAR' already exists.");
 }
 
-TEST_F(RelationBuildTest, TablesThatAreNotThere_AreRefused) {
+TEST_F(RelationBuildTest, TablesThatAreNotThereAreRefused) {
   RefusedText({"R", "None", {"A"}, "Owner", {"K"}, false, OnDelete::Refuse}, errors::kJetNoSuchTable);
   RefusedText({"R", "Car", {"OWNER"}, "None", {"K"}, false, OnDelete::Refuse}, errors::kJetNoSuchTable);
 }
 
-TEST_F(RelationBuildTest, MoreThan32IndexesOfATable_AreRefused) {
+TEST_F(RelationBuildTest, MoreThan32IndexesOfATableAreRefused) {
   for (int i = 0; i < 31; ++i) {
     Relate({"R" + std::to_string(i), "Car", {"OWNER"}, "Owner", {"K"}, false, OnDelete::Refuse});
   }
@@ -282,13 +282,13 @@ TEST_F(RelationBuildTest, MoreThan32IndexesOfATable_AreRefused) {
   EXPECT_EQ(IndexNamed(owners_, ".rAA").number, 26U);
 }
 
-TEST_F(RelationBuildTest, IndexThatCannotBeKept_IsNotSupported) {
+TEST_F(RelationBuildTest, IndexThatCannotBeKeptIsNotSupported) {
   const RowId row = cars_.Insert({Text("c"), Text("\xF0\x9F\x9A\x97")});
   EXPECT_NE(RefusedText(OwnerCar(), errors::kJetGeneral).find("U+1F697"), std::string::npos);
   cars_.Delete(row);
 }
 
-TEST(RelationsByOthers, RelationsAndRows_AreSound) {
+TEST(RelationsByOthers, RelationsAndRowsAreSound) {
   JetDatabase database;
   Table& owners = database.Add(JetTable("Owner").Text("K", 9).Text("NAME", 20).PrimaryKey("K"));
   Table& cars = database.Add(

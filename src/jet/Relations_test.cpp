@@ -71,7 +71,7 @@ class RelationsTest : public ::testing::Test {
 
 // The foreign side.
 
-TEST_F(RelationsTest, RowWithoutItsRelatedRow_IsRefusedByNameOfTheTable) {
+TEST_F(RelationsTest, RowWithoutItsRelatedRowIsRefusedByNameOfTheTable) {
   RelateCars();
   owners_.Insert({Text("ann"), Null()});
   const RowId row = cars_.Insert({Text("c1"), Text("ann")});
@@ -84,7 +84,7 @@ TEST_F(RelationsTest, RowWithoutItsRelatedRow_IsRefusedByNameOfTheTable) {
   EXPECT_EQ(RowsOf(cars_), Rows({{Text("c1"), Text("ann")}}));
 }
 
-TEST_F(RelationsTest, KeysThatAreEqualInTheSortOrder_AreTheSameKey) {
+TEST_F(RelationsTest, KeysThatAreEqualInTheSortOrderAreTheSameKey) {
   RelateCars();
   owners_.Insert({Text("Ann"), Null()});
   cars_.Insert({Text("c1"), Text("ANN ")});
@@ -100,7 +100,7 @@ TEST_F(RelationsTest, NullRefersToNothing) {
   EXPECT_EQ(RowsOf(cars_), Rows({{Text("c1"), Null()}}));
 }
 
-TEST_F(RelationsTest, KeyThatIsPartlyNull_IsNotChecked) {
+TEST_F(RelationsTest, KeyThatIsPartlyNullIsNotChecked) {
   JetTable models = JetTable("Model").Text("MAKE", 9).Column("YEAR", ColumnType::Integer);
   models.Index("Key", {"MAKE", "YEAR"}).unique = true;
   database_.Add(models);
@@ -113,7 +113,7 @@ TEST_F(RelationsTest, KeyThatIsPartlyNull_IsNotChecked) {
   parts.Insert({std::int16_t{1999}, Text("none")});
 }
 
-TEST_F(RelationsTest, ChangeOfOtherColumns_IsNoBusinessOfTheRelation) {
+TEST_F(RelationsTest, ChangeOfOtherColumnsIsNoBusinessOfTheRelation) {
   RelateCars();
   const RowId owner = owners_.Insert({Text("ann"), Null()});
   const RowId car = cars_.Insert({Text("c1"), Text("ann")});
@@ -124,7 +124,7 @@ TEST_F(RelationsTest, ChangeOfOtherColumns_IsNoBusinessOfTheRelation) {
 
 // The primary side, without action.
 
-TEST_F(RelationsTest, RowWithRelatedRows_IsNeitherDeletedNorGivenAnotherKey) {
+TEST_F(RelationsTest, RowWithRelatedRowsIsNeitherDeletedNorGivenAnotherKey) {
   RelateCars();
   const RowId owner = owners_.Insert({Text("ann"), Null()});
   const RowId car = cars_.Insert({Text("c1"), Text("ANN")});
@@ -137,7 +137,7 @@ TEST_F(RelationsTest, RowWithRelatedRows_IsNeitherDeletedNorGivenAnotherKey) {
   owners_.Delete(owner);
 }
 
-TEST_F(RelationsTest, ChangeOfCaseAlone_LeavesTheRelatedRowsAsTheyAre) {
+TEST_F(RelationsTest, ChangeOfCaseAloneLeavesTheRelatedRowsAsTheyAre) {
   RelateCars(OnDelete::Refuse, true);
   const RowId owner = owners_.Insert({Text("ann"), Null()});
   cars_.Insert({Text("c1"), Text("aNN")});
@@ -148,7 +148,7 @@ TEST_F(RelationsTest, ChangeOfCaseAlone_LeavesTheRelatedRowsAsTheyAre) {
 
 // Actions.
 
-TEST_F(RelationsTest, CascadeUpdate_GivesRelatedRowsTheNewKeyInItsSpelling) {
+TEST_F(RelationsTest, CascadeUpdateGivesRelatedRowsTheNewKeyInItsSpelling) {
   RelateCars(OnDelete::Refuse, true);
   const RowId owner = owners_.Insert({Text("ann"), Null()});
   owners_.Insert({Text("bob"), Null()});
@@ -160,7 +160,7 @@ TEST_F(RelationsTest, CascadeUpdate_GivesRelatedRowsTheNewKeyInItsSpelling) {
   RefusedText([&] { owners_.Delete(owner); });
 }
 
-TEST_F(RelationsTest, CascadeDelete_TakesRelatedRowsAlong) {
+TEST_F(RelationsTest, CascadeDeleteTakesRelatedRowsAlong) {
   RelateCars(OnDelete::Cascade);
   const RowId owner = owners_.Insert({Text("ann"), Null()});
   owners_.Insert({Text("bob"), Null()});
@@ -173,7 +173,7 @@ TEST_F(RelationsTest, CascadeDelete_TakesRelatedRowsAlong) {
   EXPECT_EQ(cars_.Count(), 2);
 }
 
-TEST_F(RelationsTest, SetNull_EmptiesTheKeyOfRelatedRows) {
+TEST_F(RelationsTest, SetNullEmptiesTheKeyOfRelatedRows) {
   RelateCars(OnDelete::SetNull);
   const RowId owner = owners_.Insert({Text("ann"), Null()});
   cars_.Insert({Text("c1"), Text("ANN")});
@@ -227,7 +227,7 @@ class RelationLevels : public RelationsTest {
       JetTable("Stop").Text("OWNER", 9).Column("CAR", ColumnType::Long).Column("TRIP", ColumnType::Long).Text("X", 9));
 };
 
-TEST_F(RelationLevels, NewKey_ReachesAllLevels) {
+TEST_F(RelationLevels, NewKeyReachesAllLevels) {
   RelateAll(OnDelete::Refuse, OnDelete::Refuse);
   Fill();
   Set(owners_, *owners_.First(), 0, Text("eve"));
@@ -237,7 +237,7 @@ TEST_F(RelationLevels, NewKey_ReachesAllLevels) {
   EXPECT_EQ(CountOf(stops_, "bob"), 8U);
 }
 
-TEST_F(RelationLevels, Deletion_ReachesAllLevels) {
+TEST_F(RelationLevels, DeletionReachesAllLevels) {
   RelateAll(OnDelete::Cascade, OnDelete::Cascade);
   Fill();
   owners_.Delete(*owners_.First());
@@ -247,7 +247,7 @@ TEST_F(RelationLevels, Deletion_ReachesAllLevels) {
   EXPECT_EQ(stops_.Count(), 8);
 }
 
-TEST_F(RelationLevels, DeletionThatTheLastLevelForbids_IsTakenBackWhole) {
+TEST_F(RelationLevels, DeletionThatTheLastLevelForbidsIsTakenBackWhole) {
   RelateAll(OnDelete::Cascade, OnDelete::Refuse);
   Fill();
   EXPECT_EQ(trips_.Count(), 8);
@@ -256,7 +256,7 @@ TEST_F(RelationLevels, DeletionThatTheLastLevelForbids_IsTakenBackWhole) {
   EXPECT_EQ(trips_.Count(), 8);
 }
 
-TEST_F(RelationLevels, RowsOfTheLastLevel_GetNullsInAllColumnsOfTheRelation) {
+TEST_F(RelationLevels, RowsOfTheLastLevelGetNullsInAllColumnsOfTheRelation) {
   RelateAll(OnDelete::Cascade, OnDelete::SetNull);
   Fill();
   owners_.Delete(*owners_.First());
@@ -265,7 +265,7 @@ TEST_F(RelationLevels, RowsOfTheLastLevel_GetNullsInAllColumnsOfTheRelation) {
   EXPECT_EQ(RowsOf(stops_)[0], (std::vector<Value>{Null(), Null(), Null(), Text("first")}));
 }
 
-TEST_F(RelationsTest, TenThousandRelatedRows_FollowInOneStatement) {
+TEST_F(RelationsTest, TenThousandRelatedRowsFollowInOneStatement) {
   RelateCars(OnDelete::Cascade, true);
   const RowId owner = owners_.Insert({Text("ann"), Null()});
   for (int i = 0; i < 10000; ++i) cars_.Insert({std::to_string(i), Text("ann")});
@@ -277,7 +277,7 @@ TEST_F(RelationsTest, TenThousandRelatedRows_FollowInOneStatement) {
 
 // Rules of the rows that follow.
 
-TEST_F(RelationsTest, CascadeThatMakesADuplicateKey_IsTakenBackWhole) {
+TEST_F(RelationsTest, CascadeThatMakesADuplicateKeyIsTakenBackWhole) {
   RelateCars(OnDelete::Refuse, true);
   JetTable one = JetTable("Licence").Text("OWNER", 9);
   one.Index("Key", {"OWNER"}).unique = true;
@@ -294,7 +294,7 @@ TEST_F(RelationsTest, CascadeThatMakesADuplicateKey_IsTakenBackWhole) {
   EXPECT_EQ(RowsOf(licences), Rows({{Text("eve")}}));
 }
 
-TEST_F(RelationsTest, NewKeyThatDoesNotFitARelatedRow_IsRefusedByItsName) {
+TEST_F(RelationsTest, NewKeyThatDoesNotFitARelatedRowIsRefusedByItsName) {
   Table& notes = database_.Add(JetTable("Note").Text("OWNER", 3));
   Relate("OwnerNote", "Note", {"OWNER"}, "Owner", {"K"}, OnDelete::Refuse, true);
   const RowId owner = owners_.Insert({Text("ann"), Null()});
@@ -304,7 +304,7 @@ TEST_F(RelationsTest, NewKeyThatDoesNotFitARelatedRow_IsRefusedByItsName) {
             "data. Table 'Note', column 'OWNER'.");
 }
 
-TEST_F(RelationsTest, NullThatAnIndexOfTheRelatedRowForbids_IsRefused) {
+TEST_F(RelationsTest, NullThatAnIndexOfTheRelatedRowForbidsIsRefused) {
   JetTable design = JetTable("Note").Text("OWNER", 9);
   design.Index("Owner", {"OWNER"}).required = true;
   Table& notes = database_.Add(design);
@@ -336,7 +336,7 @@ TEST_F(SelfRelations, RowMayReferToItself) {
   EXPECT_EQ(people_.Count(), 0);
 }
 
-TEST_F(SelfRelations, RowsInACircle_AreDeletedTogether) {
+TEST_F(SelfRelations, RowsInACircleAreDeletedTogether) {
   RelateBoss(OnDelete::Cascade, true);
   const RowId first = people_.Insert({std::int32_t{0}, std::int32_t{0}});
   for (std::int32_t id = 1; id < 100; ++id) people_.Insert({id, id - 1});
@@ -349,7 +349,7 @@ TEST_F(SelfRelations, RowsInACircle_AreDeletedTogether) {
 }
 
 /// A chain this deep would overflow the stack of a recursion.
-TEST_F(SelfRelations, ChainOfManyRows_IsDeletedWhole) {
+TEST_F(SelfRelations, ChainOfManyRowsIsDeletedWhole) {
   RelateBoss(OnDelete::Cascade);
   people_.Insert({std::int32_t{0}, Null()});
   for (std::int32_t id = 1; id < 30000; ++id) people_.Insert({id, id - 1});
@@ -357,7 +357,7 @@ TEST_F(SelfRelations, ChainOfManyRows_IsDeletedWhole) {
   EXPECT_EQ(people_.Count(), 0);
 }
 
-TEST_F(SelfRelations, TablesThatReferToEachOther_KeepInStep) {
+TEST_F(SelfRelations, TablesThatReferToEachOtherKeepInStep) {
   Table& men = database_.Add(JetTable("Man").Text("K", 9).Text("WIFE", 9).PrimaryKey("K"));
   JetTable design = JetTable("Woman").Text("K", 9).Text("NAME", 9).PrimaryKey("K");
   Table& women = database_.Add(design);
@@ -367,7 +367,7 @@ TEST_F(SelfRelations, TablesThatReferToEachOther_KeepInStep) {
   EXPECT_EQ(women.Count(), 0);
 }
 
-TEST_F(SelfRelations, RowThatIsReachedOnTwoWays_IsJudgedByTheEnd) {
+TEST_F(SelfRelations, RowThatIsReachedOnTwoWaysIsJudgedByTheEnd) {
   const auto key = [](const std::string& name, const std::vector<std::string>& columns) {
     JetTable design(name);
     for (const std::string& column : columns) design.Column(column, ColumnType::Long);
@@ -396,7 +396,7 @@ TEST_F(SelfRelations, RowThatIsReachedOnTwoWays_IsJudgedByTheEnd) {
 
 // Several relations of one table.
 
-TEST_F(RelationsTest, EachRelationOfARow_IsChecked) {
+TEST_F(RelationsTest, EachRelationOfARowIsChecked) {
   RelateCars();
   Table& places = database_.Add(JetTable("Place").Text("P", 9).PrimaryKey("P"));
   Table& visits = database_.Add(JetTable("Visit").Text("O", 9).Text("P", 9));
@@ -409,7 +409,7 @@ TEST_F(RelationsTest, EachRelationOfARow_IsChecked) {
   EXPECT_NE(RefusedText([&] { visits.Insert({Text("ann"), Text("there")}); }).find("'Place'"), std::string::npos);
 }
 
-TEST_F(RelationsTest, ColumnsOfEveryType_CanBeRelated) {
+TEST_F(RelationsTest, ColumnsOfEveryTypeCanBeRelated) {
   struct Case {
     ColumnType type;
     Value value;
@@ -446,7 +446,7 @@ TEST_F(RelationsTest, ColumnsOfEveryType_CanBeRelated) {
   }
 }
 
-TEST_F(RelationsTest, DirectionsOfTheTwoIndexes_MayDiffer) {
+TEST_F(RelationsTest, DirectionsOfTheTwoIndexesMayDiffer) {
   JetTable design = JetTable("Down").Text("K", 9);
   design.Index("Key", {"K"}).unique = true;
   JetTable descending = JetTable("Up").Text("K", 9);
@@ -465,7 +465,7 @@ TEST_F(RelationsTest, DirectionsOfTheTwoIndexes_MayDiffer) {
 
 // Recordsets.
 
-TEST_F(RelationsTest, RecordsetWhoseRowWasDeletedByAnotherTable_HasNoCurrentRecord) {
+TEST_F(RelationsTest, RecordsetWhoseRowWasDeletedByAnotherTableHasNoCurrentRecord) {
   RelateCars(OnDelete::Cascade);
   const RowId owner = owners_.Insert({Text("ann"), Null()});
   cars_.Insert({Text("c1"), Text("ann")});
@@ -475,7 +475,7 @@ TEST_F(RelationsTest, RecordsetWhoseRowWasDeletedByAnotherTable_HasNoCurrentReco
   EXPECT_EQ(ErrorOf([&] { cars.FieldValue(1); }).Number(), errors::kNoCurrentRecord);
 }
 
-TEST_F(RelationsTest, RecordsetOfRelatedRows_SeesTheirNewKey) {
+TEST_F(RelationsTest, RecordsetOfRelatedRowsSeesTheirNewKey) {
   RelateCars(OnDelete::Refuse, true);
   const RowId owner = owners_.Insert({Text("ann"), Null()});
   cars_.Insert({Text("c1"), Text("ann")});
@@ -485,7 +485,7 @@ TEST_F(RelationsTest, RecordsetOfRelatedRows_SeesTheirNewKey) {
   EXPECT_EQ(cars.FieldValue(1), Value(Text("bob")));
 }
 
-TEST_F(RelationsTest, RelationsOfAFile_AreKeptWhenItIsOpenedAnew) {
+TEST_F(RelationsTest, RelationsOfAFileAreKeptWhenItIsOpenedAnew) {
   RelateCars(OnDelete::Cascade);
   owners_.Insert({Text("ann"), Null()});
   cars_.Insert({Text("c1"), Text("ann")});
@@ -548,19 +548,19 @@ class SpoiltRelations : public RelationsTest {
   Bytes image_;
 };
 
-TEST_F(SpoiltRelations, SidesThatDoNotNameEachOther_AreRefused) {
+TEST_F(SpoiltRelations, SidesThatDoNotNameEachOtherAreRefused) {
   StoreLittle<std::int32_t>(image_.data() + BlockAt(cars_) + layout::logical::kOtherIndexAt, 17);
   EXPECT_EQ(RefusedText(),
             "The database file is damaged: table 'Car', relation 'OwnerCar': its two sides do not name each other. "
             "Nothing was changed.");
 }
 
-TEST_F(SpoiltRelations, SideThatIsNotNamedBack_IsRefused) {
+TEST_F(SpoiltRelations, SideThatIsNotNamedBackIsRefused) {
   image_[BlockAt(owners_) + layout::logical::kRelationAt] = LogicalIndex::kForeignSide;
   EXPECT_NE(RefusedText().find("do not name each other"), std::string::npos);
 }
 
-TEST_F(SpoiltRelations, MissingTable_IsRefused) {
+TEST_F(SpoiltRelations, MissingTableIsRefused) {
   StoreLittle<std::uint32_t>(image_.data() + BlockAt(cars_) + layout::logical::kOtherTableAt, 9999);
   EXPECT_EQ(RefusedText(),
             "The database file is damaged: table 'Car', relation 'OwnerCar': its other table cannot be used (The "
@@ -568,18 +568,18 @@ TEST_F(SpoiltRelations, MissingTable_IsRefused) {
             "changed.");
 }
 
-TEST_F(SpoiltRelations, ActionsThatDiffer_AreRefused) {
+TEST_F(SpoiltRelations, ActionsThatDifferAreRefused) {
   image_[BlockAt(owners_) + layout::logical::kOnDeleteAt] = 0;
   EXPECT_NE(RefusedText().find("relation 'OwnerCar': its two sides differ"), std::string::npos);
 }
 
-TEST_F(SpoiltRelations, UnknownAction_IsRefused) {
+TEST_F(SpoiltRelations, UnknownActionIsRefused) {
   image_[BlockAt(owners_) + layout::logical::kOnDeleteAt] = 3;
   image_[BlockAt(cars_) + layout::logical::kOnDeleteAt] = 3;
   EXPECT_NE(RefusedText().find("it acts in a way that is not known"), std::string::npos);
 }
 
-TEST_F(SpoiltRelations, UnknownSide_IsRefused) {
+TEST_F(SpoiltRelations, UnknownSideIsRefused) {
   image_[BlockAt(cars_) + layout::logical::kRelationAt] = 3;
   EXPECT_EQ(RefusedText(), "Not supported: table 'Car', relation 'OwnerCar': of kind 3. Nothing was changed.");
 }
@@ -594,7 +594,7 @@ std::size_t TreeAt(const Table& table, std::size_t number) {
   return at + layout::kIndexDataSize * number;
 }
 
-TEST_F(SpoiltRelations, KeyThatIsNotUnique_IsRefused) {
+TEST_F(SpoiltRelations, KeyThatIsNotUniqueIsRefused) {
   MemoryFileSystem files;
   files.Put("x.mdb", image_);
   const auto database = Database::Open(files, "x.mdb", PageFile::Mode::ReadOnly);
@@ -603,7 +603,7 @@ TEST_F(SpoiltRelations, KeyThatIsNotUnique_IsRefused) {
   EXPECT_NE(RefusedText().find("the key it refers to is not unique"), std::string::npos);
 }
 
-TEST_F(SpoiltRelations, ColumnsOfDifferentTypes_AreRefused) {
+TEST_F(SpoiltRelations, ColumnsOfDifferentTypesAreRefused) {
   const std::size_t column =
       cars_.Definition().page * kPageSize + layout::kHeadSize + 2 * layout::kStatisticsSize + layout::kColumnSize;
   ASSERT_EQ(image_[column], static_cast<std::uint8_t>(ColumnType::Text));
@@ -620,7 +620,7 @@ TEST_F(SpoiltRelations, ColumnsOfDifferentTypes_AreRefused) {
             std::string::npos);
 }
 
-TEST_F(SpoiltRelations, TextOfAnotherSortOrder_IsRefused) {
+TEST_F(SpoiltRelations, TextOfAnotherSortOrderIsRefused) {
   const std::size_t column = owners_.Definition().page * kPageSize + layout::kHeadSize + layout::kStatisticsSize;
   ASSERT_EQ(image_[column], static_cast<std::uint8_t>(ColumnType::Text));
   StoreLittle<std::uint16_t>(image_.data() + column + layout::column::kLanguageAt, 0x0407);
@@ -629,7 +629,7 @@ TEST_F(SpoiltRelations, TextOfAnotherSortOrder_IsRefused) {
 }
 
 /// An index of the foreign side that leads to rows of other keys would have the wrong rows deleted.
-TEST_F(RelationsTest, EntryThatIsNotOfItsRow_StopsACascade) {
+TEST_F(RelationsTest, EntryThatIsNotOfItsRowStopsACascade) {
   RelateCars(OnDelete::Cascade);
   const RowId owner = owners_.Insert({Text("ann"), Null()});
   owners_.Insert({Text("bob"), Null()});

@@ -85,7 +85,7 @@ const std::vector<std::size_t> kLengths = {0,
                                            kMegabyte,
                                            kMegabyte + 1};
 
-TEST(Space, LongValuesOfEveryLength_ReadAsWrittenAndGiveAllTheirPagesBack) {
+TEST(Space, LongValuesOfEveryLengthReadAsWrittenAndGiveAllTheirPagesBack) {
   JetDatabase database;
   Table& table = database.Add(LongValueTable());
   const JetPageCount atFirst(*database);
@@ -108,7 +108,7 @@ TEST(Space, LongValuesOfEveryLength_ReadAsWrittenAndGiveAllTheirPagesBack) {
   EXPECT_EQ(atLast.used - atLast.mapBits, atFirst.used - atFirst.mapBits + 1) << "only the table's first page stays";
 }
 
-TEST(Space, ValueOf20Megabytes_IsWrittenReadAndFreed) {
+TEST(Space, ValueOf20MegabytesIsWrittenReadAndFreed) {
   JetDatabase database;
   Table& table = database.Add(LongValueTable());
   const Bytes value = Numbers(20 * kMegabyte + 1);
@@ -123,7 +123,7 @@ TEST(Space, ValueOf20Megabytes_IsWrittenReadAndFreed) {
   EXPECT_EQ(database->Pages().PageCount(), pages) << "freed pages are taken before the file grows";
 }
 
-TEST(Space, FreedPagesOfOneTable_ServeAnother) {
+TEST(Space, FreedPagesOfOneTableServeAnother) {
   JetDatabase database;
   Table& first = database.Add(LongValueTable());
   Table& second = database.Add(JetTable("Second").Text("Key", 200).PrimaryKey("Key"));
@@ -207,7 +207,7 @@ class EditedFile {
   std::int32_t nextId_ = 1;
 };
 
-TEST(Space, FileEditedAThousandTimes_DoesNotGrowByMoreThanHalf) {
+TEST(Space, FileEditedAThousandTimesDoesNotGrowByMoreThanHalf) {
   constexpr unsigned kSeed = 4096;
   SCOPED_TRACE(kSeed);
   EditedFile file(kSeed);
@@ -225,7 +225,7 @@ TEST(Space, FileEditedAThousandTimes_DoesNotGrowByMoreThanHalf) {
   mv::testing::ExpectIndexesMatchRows(*database, database->OpenTable("T"));
 }
 
-TEST(Space, FileAbove512Pages_KeepsItsMapsThroughCommits) {
+TEST(Space, FileAbove512PagesKeepsItsMapsThroughCommits) {
   MemoryFileSystem files;
   files.CreateFolders("C:\\data");
   const std::string path = "C:\\data\\x.mdb";
@@ -246,7 +246,7 @@ TEST(Space, FileAbove512Pages_KeepsItsMapsThroughCommits) {
   EXPECT_GT(JetPageCount(*database).free, 700U);
 }
 
-TEST(Space, FileAbove125Megabytes_HasItsFreePagesOnBitPagesAndUsesThemAgain) {
+TEST(Space, FileAbove125MegabytesHasItsFreePagesOnBitPagesAndUsesThemAgain) {
   MemoryFileSystem files;
   files.CreateFolders("C:\\data");
   const std::string path = "C:\\data\\x.mdb";
@@ -274,7 +274,7 @@ TEST(Space, FileAbove125Megabytes_HasItsFreePagesOnBitPagesAndUsesThemAgain) {
   EXPECT_EQ(pages.PageCount(), count);
 }
 
-TEST(Space, DatabaseAt2GiB_RefusesToGrowAndKeepsWhatItHas) {
+TEST(Space, DatabaseAt2GiBRefusesToGrowAndKeepsWhatItHas) {
   const TempFolder folder;
   const auto files = platform::MakeFileSystem();
   const std::string path = folder.File("large.mdb");
@@ -307,7 +307,7 @@ TEST(Space, DatabaseAt2GiB_RefusesToGrowAndKeepsWhatItHas) {
   EXPECT_EQ(table.ReadValue(*table.First(), 1), Value(std::string("short")));
 }
 
-TEST(Space, FileOfMoreThan2GiB_IsNotOpened) {
+TEST(Space, FileOfMoreThan2GiBIsNotOpened) {
   const TempFolder folder;
   const auto files = platform::MakeFileSystem();
   const std::string path = folder.File("larger.mdb");

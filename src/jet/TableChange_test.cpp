@@ -56,7 +56,7 @@ class TableChangeTest : public ::testing::Test {
 
 // Refusals.
 
-TEST_F(TableChangeTest, TextThatIsTooLong_IsRefusedByNameOfTableAndColumn) {
+TEST_F(TableChangeTest, TextThatIsTooLongIsRefusedByNameOfTableAndColumn) {
   Table& table = database_.Add(JetTable("brnd_Trip").Text("TX_VIN", 3));
   EXPECT_EQ(RefusedText([&] { table.Insert({Text("abcd")}); }),
             "The field is too small to accept the amount of data you attempted to add. Try inserting or pasting less "
@@ -65,13 +65,13 @@ TEST_F(TableChangeTest, TextThatIsTooLong_IsRefusedByNameOfTableAndColumn) {
   EXPECT_NE(RefusedText([&] { Set(table, row, 0, Text("abcd")); }).find("'TX_VIN'"), std::string::npos);
 }
 
-TEST_F(TableChangeTest, NumberOutsideTheColumnsRange_IsRefused) {
+TEST_F(TableChangeTest, NumberOutsideTheColumnsRangeIsRefused) {
   Table& table = database_.Add(JetTable("T").Column("N", ColumnType::Integer));
   EXPECT_EQ(RefusedText([&] { table.Insert({std::int32_t{40000}}); }), "Overflow. Table 'T', column 'N'.");
   EXPECT_EQ(RefusedText([&] { table.Insert({Text("abc")}); }), "Type mismatch. Table 'T', column 'N'.");
 }
 
-TEST_F(TableChangeTest, ValuesJustOutsideTheRangeOfEachType_AreRefusedAndThoseInsideAreNot) {
+TEST_F(TableChangeTest, ValuesJustOutsideTheRangeOfEachTypeAreRefusedAndThoseInsideAreNot) {
   struct Case {
     ColumnType type;
     std::vector<Value> inside;
@@ -105,7 +105,7 @@ TEST_F(TableChangeTest, ValuesJustOutsideTheRangeOfEachType_AreRefusedAndThoseIn
   }
 }
 
-TEST_F(TableChangeTest, BytesThatAreTooLong_AreRefused) {
+TEST_F(TableChangeTest, BytesThatAreTooLongAreRefused) {
   Table& table = database_.Add(JetTable("T").Column("B", ColumnType::Binary, 3));
   table.Insert({Bytes(3)});
   EXPECT_EQ(RefusedText([&] { table.Insert({Bytes(4)}); }),
@@ -113,13 +113,13 @@ TEST_F(TableChangeTest, BytesThatAreTooLong_AreRefused) {
             "data. Table 'T', column 'B'.");
 }
 
-TEST_F(TableChangeTest, GuidAndDecimalThatAreNone_AreRefused) {
+TEST_F(TableChangeTest, GuidAndDecimalThatAreNoneAreRefused) {
   Table& table = database_.Add(JetTable("T").Column("G", ColumnType::Guid).Column("D", ColumnType::Decimal));
   EXPECT_NE(RefusedText([&] { table.Insert({Text("{1}"), Null()}); }).find("column 'G'"), std::string::npos);
   EXPECT_NE(RefusedText([&] { table.Insert({Null(), Text("1e30")}); }).find("column 'D'"), std::string::npos);
 }
 
-TEST_F(TableChangeTest, NullInARequiredColumn_IsRefused) {
+TEST_F(TableChangeTest, NullInARequiredColumnIsRefused) {
   const auto table = Reopened(database_.Add(JetTable("T").Text("A", 9)).Definition(), {{true, true}});
   EXPECT_EQ(RefusedText([&] { table->Insert({Null()}); }),
             "The field 'T.A' cannot contain a Null value because the Required property for this field is set to True. "
@@ -128,7 +128,7 @@ TEST_F(TableChangeTest, NullInARequiredColumn_IsRefused) {
   RefusedText([&] { Set(*table, row, 0, Null()); });
 }
 
-TEST_F(TableChangeTest, EmptyTextWhereNoneIsAllowed_IsRefused) {
+TEST_F(TableChangeTest, EmptyTextWhereNoneIsAllowedIsRefused) {
   const auto table = Reopened(database_.Add(JetTable("T").Text("A", 9).Column("M", ColumnType::Memo)).Definition(),
                               {{false, false}, {false, false}});
   EXPECT_EQ(RefusedText([&] { table->Insert({Text(""), Null()}); }), "Field 'T.A' cannot be a zero-length string.");
@@ -136,7 +136,7 @@ TEST_F(TableChangeTest, EmptyTextWhereNoneIsAllowed_IsRefused) {
   table->Insert({Null(), Null()});
 }
 
-TEST_F(TableChangeTest, NullInAPrimaryKey_IsRefused) {
+TEST_F(TableChangeTest, NullInAPrimaryKeyIsRefused) {
   Table& table = database_.Add(JetTable("T").Text("K", 9).PrimaryKey("K"));
   EXPECT_EQ(RefusedText([&] { table.Insert({Null()}); }),
             "Index or primary key cannot contain a Null value. Table 'T', index 'PrimaryKey'.");
@@ -144,14 +144,14 @@ TEST_F(TableChangeTest, NullInAPrimaryKey_IsRefused) {
   RefusedText([&] { Set(table, row, 0, Null()); });
 }
 
-TEST_F(TableChangeTest, NullInARequiredIndex_IsRefused) {
+TEST_F(TableChangeTest, NullInARequiredIndexIsRefused) {
   JetTable design = JetTable("T").Text("A", 9).Text("B", 9);
   design.Index("Both", {"A", "B"}).required = true;
   Table& table = database_.Add(design);
   EXPECT_NE(RefusedText([&] { table.Insert({Text("a"), Null()}); }).find("index 'Both'"), std::string::npos);
 }
 
-TEST_F(TableChangeTest, DuplicateKey_IsRefusedByNameOfTableAndIndex) {
+TEST_F(TableChangeTest, DuplicateKeyIsRefusedByNameOfTableAndIndex) {
   Table& table = database_.Add(JetTable("T").Text("K", 9).Text("X", 9).PrimaryKey("K"));
   table.Insert({Text("abc"), Null()});
   EXPECT_EQ(RefusedText([&] {
@@ -163,7 +163,7 @@ TEST_F(TableChangeTest, DuplicateKey_IsRefusedByNameOfTableAndIndex) {
             "'PrimaryKey'.");
 }
 
-TEST_F(TableChangeTest, KeysThatDifferInCaseOrTrailingBlanksOnly_AreDuplicates) {
+TEST_F(TableChangeTest, KeysThatDifferInCaseOrTrailingBlanksOnlyAreDuplicates) {
   Table& table = database_.Add(JetTable("T").Text("K", 9).PrimaryKey("K"));
   table.Insert({Text("abc")});
   RefusedText([&] { table.Insert({Text("ABC")}); });
@@ -172,7 +172,7 @@ TEST_F(TableChangeTest, KeysThatDifferInCaseOrTrailingBlanksOnly_AreDuplicates) 
   RefusedText([&] { Set(table, other, 0, Text("Abc")); });
 }
 
-TEST_F(TableChangeTest, UpdateToTheRowsOwnKey_IsNoDuplicate) {
+TEST_F(TableChangeTest, UpdateToTheRowsOwnKeyIsNoDuplicate) {
   Table& table = database_.Add(JetTable("T").Text("K", 9).PrimaryKey("K"));
   const RowId row = table.Insert({Text("abc")});
   Set(table, row, 0, Text("ABC"));
@@ -180,7 +180,7 @@ TEST_F(TableChangeTest, UpdateToTheRowsOwnKey_IsNoDuplicate) {
   ExpectIndexesMatchRows(*database_, table);
 }
 
-TEST_F(TableChangeTest, UniqueIndex_AcceptsSeveralNulls) {
+TEST_F(TableChangeTest, UniqueIndexAcceptsSeveralNulls) {
   JetTable design = JetTable("T").Text("A", 9);
   design.Index("A", {"A"}).unique = true;
   Table& table = database_.Add(design);
@@ -191,7 +191,7 @@ TEST_F(TableChangeTest, UniqueIndex_AcceptsSeveralNulls) {
   ExpectIndexesMatchRows(*database_, table);
 }
 
-TEST_F(TableChangeTest, PartlyNullKeysOfAUniqueIndex_AreKeysLikeOthers) {
+TEST_F(TableChangeTest, PartlyNullKeysOfAUniqueIndexAreKeysLikeOthers) {
   JetTable design = JetTable("T").Text("A", 9).Text("B", 9);
   design.Index("Both", {"A", "B"}).unique = true;
   Table& table = database_.Add(design);
@@ -200,7 +200,7 @@ TEST_F(TableChangeTest, PartlyNullKeysOfAUniqueIndex_AreKeysLikeOthers) {
   RefusedText([&] { table.Insert({Text("a"), Null()}); });
 }
 
-TEST_F(TableChangeTest, IndexThatIgnoresNulls_HasNoEntryForThem) {
+TEST_F(TableChangeTest, IndexThatIgnoresNullsHasNoEntryForThem) {
   JetTable design = JetTable("T").Text("A", 9);
   design.Index("A", {"A"}).ignoreNulls = true;
   Table& table = database_.Add(design);
@@ -214,7 +214,7 @@ TEST_F(TableChangeTest, IndexThatIgnoresNulls_HasNoEntryForThem) {
   ExpectIndexesMatchRows(*database_, table);
 }
 
-TEST_F(TableChangeTest, RowOf4060Bytes_FitsAndOneByteMoreDoesNot) {
+TEST_F(TableChangeTest, RowOf4060BytesFitsAndOneByteMoreDoesNot) {
   JetTable design("T");
   for (const char* name : {"a", "b", "c", "d", "e", "f", "g", "h"}) design.Column(name, ColumnType::Binary, 510);
   Table& table = database_.Add(design);
@@ -228,7 +228,7 @@ TEST_F(TableChangeTest, RowOf4060Bytes_FitsAndOneByteMoreDoesNot) {
   RefusedText([&] { Set(table, row, 7, values[7]); });
 }
 
-TEST_F(TableChangeTest, WrongNumberOfValues_IsError3001) {
+TEST_F(TableChangeTest, WrongNumberOfValuesIsError3001) {
   Table& table = database_.Add(JetTable("T").Text("A", 9).Text("B", 9));
   EXPECT_EQ(ErrorNumberOf([&] { table.Insert({Null()}); }), errors::kRecordsetArgument);
   const RowId row = table.Insert({Null(), Null()});
@@ -237,7 +237,7 @@ TEST_F(TableChangeTest, WrongNumberOfValues_IsError3001) {
   EXPECT_EQ(ErrorNumberOf([&] { table.Update(row, columns, {&value, 1}); }), errors::kRecordsetArgument);
 }
 
-TEST_F(TableChangeTest, TableOfAnEnforcedRelation_IsReadButNotChanged) {
+TEST_F(TableChangeTest, TableOfAnEnforcedRelationIsReadButNotChanged) {
   Table& plain = database_.Add(JetTable("T").Text("K", 9).PrimaryKey("K"));
   const RowId row = plain.Insert({Text("a")});
   TableDefinition definition = plain.Definition();
@@ -250,7 +250,7 @@ TEST_F(TableChangeTest, TableOfAnEnforcedRelation_IsReadButNotChanged) {
   UnsupportedText([&] { table->Delete(row); });
 }
 
-TEST_F(TableChangeTest, TableWhoseMapsServeSomethingElse_IsReadButNotChanged) {
+TEST_F(TableChangeTest, TableWhoseMapsServeSomethingElseIsReadButNotChanged) {
   Table& plain = database_.Add(JetTable("T").Text("K", 9).Column("M", ColumnType::Memo).PrimaryKey("K"));
   const RowId row = plain.Insert({Text("a"), Null()});
   std::vector<TableDefinition> definitions(4, plain.Definition());
@@ -266,7 +266,7 @@ TEST_F(TableChangeTest, TableWhoseMapsServeSomethingElse_IsReadButNotChanged) {
   }
 }
 
-TEST_F(TableChangeTest, TextIndexOfAnotherSortOrder_ForbidsWhatWouldChangeIt) {
+TEST_F(TableChangeTest, TextIndexOfAnotherSortOrderForbidsWhatWouldChangeIt) {
   Table& plain = database_.Add(JetTable("T").Text("K", 9).Text("X", 9).PrimaryKey("K"));
   const RowId row = plain.Insert({Text("a"), Null()});
   TableDefinition definition = plain.Definition();
@@ -282,7 +282,7 @@ TEST_F(TableChangeTest, TextIndexOfAnotherSortOrder_ForbidsWhatWouldChangeIt) {
   EXPECT_EQ(table->ReadValue(row, 1), Value(Text("changed")));
 }
 
-TEST_F(TableChangeTest, CharacterWithoutAPlaceInTheSortOrder_IsRefusedInAnIndexOnly) {
+TEST_F(TableChangeTest, CharacterWithoutAPlaceInTheSortOrderIsRefusedInAnIndexOnly) {
   Table& table = database_.Add(JetTable("T").Text("K", 9).Text("X", 9).PrimaryKey("K"));
   EXPECT_EQ(UnsupportedText([&] {
               table.Insert({Text("\xF0\x9F\x9A\x97"), Null()});
@@ -293,13 +293,13 @@ TEST_F(TableChangeTest, CharacterWithoutAPlaceInTheSortOrder_IsRefusedInAnIndexO
   EXPECT_EQ(table.ReadValue(row, 1), Value(Text("\xF0\x9F\x9A\x97")));
 }
 
-TEST_F(TableChangeTest, UpdateToACharacterWithoutAPlaceInTheSortOrder_IsRefusedBeforeAnythingChanges) {
+TEST_F(TableChangeTest, UpdateToACharacterWithoutAPlaceInTheSortOrderIsRefusedBeforeAnythingChanges) {
   Table& table = database_.Add(JetTable("T").Text("K", 9).Column("M", ColumnType::Memo).PrimaryKey("K"));
   const RowId row = table.Insert({Text("a"), std::string(300, 'm')});
   EXPECT_NE(UnsupportedText([&] { Set(table, row, 0, Text("\u0651")); }).find("U+0651"), std::string::npos);
 }
 
-TEST_F(TableChangeTest, KeyOfMoreThan510Bytes_IsRefusedByIndexAndTableBeforeAnythingChanges) {
+TEST_F(TableChangeTest, KeyOfMoreThan510BytesIsRefusedByIndexAndTableBeforeAnythingChanges) {
   JetTable design = JetTable("T").Text("K", 255).Text("L", 255);
   design.Index("Both", {"K", "L"});
   Table& table = database_.Add(design);
@@ -313,7 +313,7 @@ TEST_F(TableChangeTest, KeyOfMoreThan510Bytes_IsRefusedByIndexAndTableBeforeAnyt
   EXPECT_EQ(UnsupportedText([&] { Set(table, row, 1, accents); }), expected);
 }
 
-TEST_F(TableChangeTest, DescendingDecimalIndex_ForbidsWhatWouldChangeIt) {
+TEST_F(TableChangeTest, DescendingDecimalIndexForbidsWhatWouldChangeIt) {
   Table& plain = database_.Add(JetTable("T").Column("D", ColumnType::Decimal).Text("X", 9).PrimaryKey("D"));
   const RowId row = plain.Insert({Text("1.5"), Null()});
   TableDefinition definition = plain.Definition();
@@ -331,7 +331,7 @@ TEST_F(TableChangeTest, DescendingDecimalIndex_ForbidsWhatWouldChangeIt) {
 
 // What a change keeps right.
 
-TEST_F(TableChangeTest, RowCount_IsKeptInTheDefinition) {
+TEST_F(TableChangeTest, RowCountIsKeptInTheDefinition) {
   Table& table = database_.Add(JetTable("T").Text("K", 9).PrimaryKey("K"));
   const RowId a = table.Insert({Text("a")});
   table.Insert({Text("b")});
@@ -340,7 +340,7 @@ TEST_F(TableChangeTest, RowCount_IsKeptInTheDefinition) {
   EXPECT_EQ(RowCount(database_->Pages(), table.Definition()), 1U);
 }
 
-TEST_F(TableChangeTest, RowCountThatIsTooLow_StopsAtZero) {
+TEST_F(TableChangeTest, RowCountThatIsTooLowStopsAtZero) {
   Table& table = database_.Add(JetTable("T").Text("K", 9).PrimaryKey("K"));
   const RowId a = table.Insert({Text("a")});
   SetRowCount(database_->Pages(), table.Definition(), 0);
@@ -348,7 +348,7 @@ TEST_F(TableChangeTest, RowCountThatIsTooLow_StopsAtZero) {
   EXPECT_EQ(RowCount(database_->Pages(), table.Definition()), 0U);
 }
 
-TEST_F(TableChangeTest, Autonumbers_CountOnAndAreNeverGivenTwice) {
+TEST_F(TableChangeTest, AutonumbersCountOnAndAreNeverGivenTwice) {
   Table& table = database_.Add(JetTable("T").Autonumber("ID").PrimaryKey("ID"));
   const RowId one = table.Insert({Null()});
   const RowId two = table.Insert({Null()});
@@ -359,7 +359,7 @@ TEST_F(TableChangeTest, Autonumbers_CountOnAndAreNeverGivenTwice) {
   EXPECT_EQ(table.ReadValue(three, 0), Value(std::int32_t{3}));
 }
 
-TEST_F(TableChangeTest, AutonumberGivenByTheCaller_RaisesTheCounterOnlyWhenItIsLarger) {
+TEST_F(TableChangeTest, AutonumberGivenByTheCallerRaisesTheCounterOnlyWhenItIsLarger) {
   Table& table = database_.Add(JetTable("T").Autonumber("ID").PrimaryKey("ID"));
   table.Insert({std::int32_t{40}});
   EXPECT_EQ(LastAutonumber(database_->Pages(), table.Definition()), 40);
@@ -371,14 +371,14 @@ TEST_F(TableChangeTest, AutonumberGivenByTheCaller_RaisesTheCounterOnlyWhenItIsL
   EXPECT_EQ(LastAutonumber(database_->Pages(), table.Definition()), 60);
 }
 
-TEST_F(TableChangeTest, LastAutonumberThereIs_LeavesNoneToDraw) {
+TEST_F(TableChangeTest, LastAutonumberThereIsLeavesNoneToDraw) {
   Table& table = database_.Add(JetTable("T").Autonumber("ID").PrimaryKey("ID"));
   table.Insert({std::int32_t{2147483647}});
   EXPECT_EQ(RefusedText([&] { table.Insert({Null()}); }),
             "There are no more numbers for new records. Table 'T', column 'ID'.");
 }
 
-TEST_F(TableChangeTest, RefusedInsert_DrawsNoNumber) {
+TEST_F(TableChangeTest, RefusedInsertDrawsNoNumber) {
   Table& table = database_.Add(JetTable("T").Autonumber("ID").Text("A", 2).PrimaryKey("ID"));
   RefusedText([&] { table.Insert({Null(), Text("abc")}); });
   const RowId row = table.Insert({Null(), Text("ab")});
@@ -389,7 +389,7 @@ std::uint32_t DistinctKeys(PageFile& file, const TableDefinition& table) {
   return LoadLittle<std::uint32_t>(file.Read(table.page).data() + 63 + 4);
 }
 
-TEST_F(TableChangeTest, DistinctKeys_CountKeysThatWereNotThere) {
+TEST_F(TableChangeTest, DistinctKeysCountKeysThatWereNotThere) {
   JetTable design = JetTable("T").Text("A", 9);
   design.Index("A", {"A"});
   Table& table = database_.Add(design);
@@ -400,7 +400,7 @@ TEST_F(TableChangeTest, DistinctKeys_CountKeysThatWereNotThere) {
   EXPECT_EQ(DistinctKeys(database_->Pages(), table.Definition()), 3U);
 }
 
-TEST_F(TableChangeTest, UpdateWithEqualValues_WritesNothing) {
+TEST_F(TableChangeTest, UpdateWithEqualValuesWritesNothing) {
   Table& table = database_.Add(JetTable("T")
                                    .Text("A", 9)
                                    .Column("M", ColumnType::Memo)
@@ -415,7 +415,7 @@ TEST_F(TableChangeTest, UpdateWithEqualValues_WritesNothing) {
   EXPECT_FALSE(database_->Changed());
 }
 
-TEST_F(TableChangeTest, UpdateOfOneColumn_KeepsTheBytesOfTheOthers) {
+TEST_F(TableChangeTest, UpdateOfOneColumnKeepsTheBytesOfTheOthers) {
   Table& table = database_.Add(JetTable("T").Text("A", 9).Column("M", ColumnType::Memo).Column("N", ColumnType::Long));
   const RowId row = table.Insert({Text("abc"), std::string(5000, 'm'), std::int32_t{1}});
   const ByteView before = DataPageView(database_->Pages(), row.page).Row(row.slot);
@@ -426,7 +426,7 @@ TEST_F(TableChangeTest, UpdateOfOneColumn_KeepsTheBytesOfTheOthers) {
   EXPECT_EQ(table.ReadRow(row), (std::vector<Value>{Text("abc"), std::string(5000, 'm'), std::int32_t{2}}));
 }
 
-TEST_F(TableChangeTest, ColumnNamedTwice_TakesTheLastValue) {
+TEST_F(TableChangeTest, ColumnNamedTwiceTakesTheLastValue) {
   Table& table = database_.Add(JetTable("T").Text("A", 9));
   const RowId row = table.Insert({Text("abc")});
   const std::vector<std::size_t> columns = {0, 0};
@@ -437,7 +437,7 @@ TEST_F(TableChangeTest, ColumnNamedTwice_TakesTheLastValue) {
   EXPECT_FALSE(database_->Changed());
 }
 
-TEST_F(TableChangeTest, ReplacedLongValue_GivesItsPagesBack) {
+TEST_F(TableChangeTest, ReplacedLongValueGivesItsPagesBack) {
   Table& table = database_.Add(JetTable("T").Column("M", ColumnType::Memo));
   const RowId row = table.Insert({std::string(20000, 'm')});
   const PageNumber pages = database_->Pages().PageCount();
@@ -448,7 +448,7 @@ TEST_F(TableChangeTest, ReplacedLongValue_GivesItsPagesBack) {
   EXPECT_EQ(UsageMap(database_->Pages(), table.Definition().columns[0].longValuePages).Lowest(), std::nullopt);
 }
 
-TEST_F(TableChangeTest, DeletedRow_TakesItsLongValuesAlong) {
+TEST_F(TableChangeTest, DeletedRowTakesItsLongValuesAlong) {
   Table& table = database_.Add(JetTable("T").Column("M", ColumnType::Memo).Column("O", ColumnType::Ole));
   const RowId row = table.Insert({std::string(20000, 'm'), Bytes(500, 1)});
   table.Delete(row);
@@ -458,7 +458,7 @@ TEST_F(TableChangeTest, DeletedRow_TakesItsLongValuesAlong) {
   }
 }
 
-TEST_F(TableChangeTest, RowThatOutgrowsItsPage_KeepsItsAddressInTheIndexes) {
+TEST_F(TableChangeTest, RowThatOutgrowsItsPageKeepsItsAddressInTheIndexes) {
   Table& table = database_.Add(JetTable("T").Text("K", 9).Column("B", ColumnType::Binary, 510).PrimaryKey("K"));
   std::vector<RowId> rows;
   for (const char* key : {"a", "b", "c", "d", "e", "f", "g", "h"})
@@ -473,7 +473,7 @@ TEST_F(TableChangeTest, RowThatOutgrowsItsPage_KeepsItsAddressInTheIndexes) {
   ExpectIndexesMatchRows(*database_, table);
 }
 
-TEST_F(TableChangeTest, OldRow_IsWrittenWithTheFullColumnCountWhenItIsUpdated) {
+TEST_F(TableChangeTest, OldRowIsWrittenWithTheFullColumnCountWhenItIsUpdated) {
   Table& table = database_.Add(
       JetTable("T").Column("A", ColumnType::Long).Column("B", ColumnType::Long).Column("F", ColumnType::Boolean));
   const RowId row = table.Insert({std::int32_t{1}, std::int32_t{2}, true});
@@ -485,7 +485,7 @@ TEST_F(TableChangeTest, OldRow_IsWrittenWithTheFullColumnCountWhenItIsUpdated) {
   EXPECT_EQ(ToHex(DataPageView(database_->Pages(), row.page).Row(row.slot)), "03 00 01 00 00 00 05 00 00 00 03");
 }
 
-TEST_F(TableChangeTest, NewRows_HaveTheFixedAreaOfTheTablesOtherRows) {
+TEST_F(TableChangeTest, NewRowsHaveTheFixedAreaOfTheTablesOtherRows) {
   Table& whole = database_.Add(JetTable("T").Column("A", ColumnType::Long).Column("gone", ColumnType::Long));
   whole.Insert({std::int32_t{1}, std::int32_t{2}});
   TableDefinition definition = whole.Definition();
@@ -495,7 +495,7 @@ TEST_F(TableChangeTest, NewRows_HaveTheFixedAreaOfTheTablesOtherRows) {
   EXPECT_EQ(ToHex(DataPageView(database_->Pages(), row.page).Row(row.slot)), "02 00 03 00 00 00 00 00 00 00 01");
 }
 
-TEST_F(TableChangeTest, RowsOfAnotherEngineWithoutAnEntry_CanBeDeletedAndUpdated) {
+TEST_F(TableChangeTest, RowsOfAnotherEngineWithoutAnEntryCanBeDeletedAndUpdated) {
   Table& table = database_.Add(JetTable("T").Text("K", 9).PrimaryKey("K"));
   const RowId a = table.Insert({Text("a")});
   const RowId b = table.Insert({Text("b")});
@@ -509,7 +509,7 @@ TEST_F(TableChangeTest, RowsOfAnotherEngineWithoutAnEntry_CanBeDeletedAndUpdated
 
 // A failure half-way leaves no trace.
 
-TEST_F(TableChangeTest, DamageMetAfterTheFirstChange_IsRolledBackWhole) {
+TEST_F(TableChangeTest, DamageMetAfterTheFirstChangeIsRolledBackWhole) {
   JetTable design =
       JetTable("T").Text("K", 9).Column("M", ColumnType::Memo).Column("N", ColumnType::Long).PrimaryKey("K");
   design.Index("N", {"N"});

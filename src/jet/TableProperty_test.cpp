@@ -178,7 +178,7 @@ class Storm {
   std::size_t refusals_ = 0;
 };
 
-TEST(TableProperty, RandomChanges_MatchAModelAndTheIndexes) {
+TEST(TableProperty, RandomChangesMatchAModelAndTheIndexes) {
   for (unsigned seed = 1; seed <= 4; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     Storm storm(seed);
@@ -192,7 +192,7 @@ TEST(TableProperty, RandomChanges_MatchAModelAndTheIndexes) {
   }
 }
 
-TEST(TableProperty, SameChanges_GiveTheSameFile) {
+TEST(TableProperty, SameChangesGiveTheSameFile) {
   std::vector<Bytes> images;
   for (int run = 0; run < 2; ++run) {
     Storm storm(99);
@@ -202,7 +202,7 @@ TEST(TableProperty, SameChanges_GiveTheSameFile) {
   EXPECT_TRUE(images[0] == images[1]);
 }
 
-TEST(TableProperty, FileAfterRandomChanges_IsSound) {
+TEST(TableProperty, FileAfterRandomChangesIsSound) {
   for (unsigned seed = 11; seed <= 12; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     Storm storm(seed);

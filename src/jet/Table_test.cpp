@@ -66,7 +66,7 @@ std::vector<Value> AllNull() {
   return values;
 }
 
-TEST(Table, InsertedRow_HasTheBytesThatTheFormatAsksFor) {
+TEST(Table, InsertedRowHasTheBytesThatTheFormatAsksFor) {
   JetDatabase database;
   Table& table = database.Add(Shippers());
   const RowId row = table.Insert({Null(), Text("Speedy Express"), Text("(503) 555-9831")});
@@ -77,7 +77,7 @@ TEST(Table, InsertedRow_HasTheBytesThatTheFormatAsksFor) {
             "38 33 31 26 00 16 00 06 00 02 00 07");
 }
 
-TEST(Table, EveryType_ReadsBackAsStored) {
+TEST(Table, EveryTypeReadsBackAsStored) {
   JetDatabase database;
   Table& table = database.Add(AllTypes());
   const RowId full = table.Insert(OneOfEach());
@@ -90,7 +90,7 @@ TEST(Table, EveryType_ReadsBackAsStored) {
   }
 }
 
-TEST(Table, ValuesOfOtherTypes_AreConvertedToTheColumns) {
+TEST(Table, ValuesOfOtherTypesAreConvertedToTheColumns) {
   JetDatabase database;
   Table& table = database.Add(JetTable("T")
                                   .Column("n", ColumnType::Long)
@@ -101,7 +101,7 @@ TEST(Table, ValuesOfOtherTypes_AreConvertedToTheColumns) {
   EXPECT_EQ(table.ReadRow(row), (std::vector<Value>{std::int32_t{42}, Text("7"), true, Text("1.2345")}));
 }
 
-TEST(Table, Cursor_WalksTheRowsInPhysicalOrder) {
+TEST(Table, CursorWalksTheRowsInPhysicalOrder) {
   JetDatabase database;
   Table& table = database.Add(JetTable("T").Text("t", 200));
   EXPECT_EQ(table.First(), std::nullopt);
@@ -116,7 +116,7 @@ TEST(Table, Cursor_WalksTheRowsInPhysicalOrder) {
   EXPECT_EQ(table.Count(), 100);
 }
 
-TEST(Table, Count_IsKeptUpThroughChangesAndUndoneOnes) {
+TEST(Table, CountIsKeptUpThroughChangesAndUndoneOnes) {
   JetDatabase database;
   Table& table = database.Add(Shippers());
   const RowId first = table.Insert({Null(), Text("a"), Null()});
@@ -137,7 +137,7 @@ TEST(Table, Count_IsKeptUpThroughChangesAndUndoneOnes) {
   EXPECT_EQ(table.Count(), 1);
 }
 
-TEST(Table, RowThatIsNotLive_IsError3021) {
+TEST(Table, RowThatIsNotLiveIsError3021) {
   JetDatabase database;
   Table& table = database.Add(Shippers());
   const RowId row = table.Insert({Null(), Text("a"), Null()});
@@ -151,7 +151,7 @@ TEST(Table, RowThatIsNotLive_IsError3021) {
   EXPECT_EQ(ErrorNumberOf([&] { table.Update(row, {&column, 1}, {&value, 1}); }), errors::kNoCurrentRecord);
 }
 
-TEST(Table, ColumnThatDoesNotExist_IsError3265) {
+TEST(Table, ColumnThatDoesNotExistIsError3265) {
   JetDatabase database;
   Table& table = database.Add(Shippers());
   const RowId row = table.Insert({Null(), Text("a"), Null()});
@@ -161,7 +161,7 @@ TEST(Table, ColumnThatDoesNotExist_IsError3265) {
   EXPECT_EQ(ErrorNumberOf([&] { table.Update(row, {&column, 1}, {&value, 1}); }), errors::kItemNotFound);
 }
 
-TEST(Table, RowsWithKey_AreTheRowsOfTheIndexInPhysicalOrder) {
+TEST(Table, RowsWithKeyAreTheRowsOfTheIndexInPhysicalOrder) {
   JetDatabase database;
   JetTable design = Shippers();
   design.Index("Phone", {"Phone"});
@@ -176,7 +176,7 @@ TEST(Table, RowsWithKey_AreTheRowsOfTheIndexInPhysicalOrder) {
   EXPECT_EQ(table.RowsWithKey(phone, key, 1), std::vector<RowId>{first});
 }
 
-TEST(Table, RowsOfAReopenedFile_AreTheSame) {
+TEST(Table, RowsOfAReopenedFileAreTheSame) {
   testing::MemoryFileSystem files;
   RowId row;
   {
@@ -192,7 +192,7 @@ TEST(Table, RowsOfAReopenedFile_AreTheSame) {
   EXPECT_EQ(ErrorNumberOf([&] { table.Insert(AllNull()); }), errors::kPermissionDenied);
 }
 
-TEST(HostileTable, RowBytesThatAreNoRow_AreDamage) {
+TEST(HostileTable, RowBytesThatAreNoRowAreDamage) {
   JetDatabase database;
   Table& table = database.Add(Shippers());
   const RowId row = table.Insert({Null(), Text("abcdef"), Text("x")});

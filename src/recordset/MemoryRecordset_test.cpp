@@ -45,14 +45,14 @@ std::string KeysOf(Recordset& rows) {
   return keys;
 }
 
-TEST(MemoryRecordset, NewRecordset_IsEmptyAtBothEnds) {
+TEST(MemoryRecordset, NewRecordsetIsEmptyAtBothEnds) {
   const MemoryRecordset rows = EmptyTable();
   EXPECT_TRUE(rows.Bof());
   EXPECT_TRUE(rows.Eof());
   EXPECT_EQ(rows.RecordCount(), 0);
 }
 
-TEST(MemoryRecordset, NoRows_EveryUseOfTheCurrentRowFails) {
+TEST(MemoryRecordset, NoRowsEveryUseOfTheCurrentRowFails) {
   MemoryRecordset rows = EmptyTable();
   EXPECT_EQ(ErrorNumberOf([&] { rows.MoveFirst(); }), errors::kNoCurrentRecord);
   EXPECT_EQ(ErrorNumberOf([&] { rows.MoveLast(); }), errors::kNoCurrentRecord);
@@ -63,47 +63,47 @@ TEST(MemoryRecordset, NoRows_EveryUseOfTheCurrentRowFails) {
   EXPECT_EQ(ErrorNumberOf([&] { rows.Find("KY_RECID='a'"); }), errors::kNoCurrentRecord);
 }
 
-TEST(MemoryRecordset, Fields_KeepNameTypeAndOrder) {
+TEST(MemoryRecordset, FieldsKeepNameTypeAndOrder) {
   const MemoryRecordset rows = EmptyTable();
   ASSERT_EQ(rows.Fields().size(), 2U);
   EXPECT_EQ(rows.Fields()[0], (FieldDefinition{"KY_RECID", DataType::BStr, 0}));
   EXPECT_EQ(rows.Fields()[1], (FieldDefinition{"NB_MILES", DataType::Integer, 0}));
 }
 
-TEST(MemoryRecordset, TwoFieldsOfOneName_AreRefused) {
+TEST(MemoryRecordset, TwoFieldsOfOneNameAreRefused) {
   EXPECT_EQ(ErrorNumberOf([] {
               MemoryRecordset({{"_D", DataType::Boolean, 0}, {"_d", DataType::Boolean, 0}});
             }),
             errors::kObjectInCollection);
 }
 
-TEST(MemoryRecordset, FieldByName_IsFoundWithoutRegardToCase) {
+TEST(MemoryRecordset, FieldByNameIsFoundWithoutRegardToCase) {
   const MemoryRecordset rows = ThreeRows();
   EXPECT_EQ(rows.FieldIndex("nb_miles"), 1U);
   EXPECT_EQ(rows.FieldValue("Ky_RecId"), Value(std::string("c")));
 }
 
-TEST(MemoryRecordset, MissingField_IsNotInTheCollection) {
+TEST(MemoryRecordset, MissingFieldIsNotInTheCollection) {
   MemoryRecordset rows = ThreeRows();
   EXPECT_EQ(ErrorNumberOf([&] { rows.FieldIndex("animal"); }), errors::kItemNotFound);
   EXPECT_EQ(ErrorNumberOf([&] { rows.FieldValue(2); }), errors::kItemNotFound);
   EXPECT_EQ(ErrorNumberOf([&] { rows.SetFieldValue(2, Null{}); }), errors::kItemNotFound);
 }
 
-TEST(MemoryRecordset, AddedRows_AreWalkedInTheirOrder) {
+TEST(MemoryRecordset, AddedRowsAreWalkedInTheirOrder) {
   MemoryRecordset rows = ThreeRows();
   EXPECT_EQ(KeysOf(rows), "abc");
   EXPECT_EQ(rows.RecordCount(), 3);
 }
 
-TEST(MemoryRecordset, UpdateOfANewRow_MakesItTheCurrentOne) {
+TEST(MemoryRecordset, UpdateOfANewRowMakesItTheCurrentOne) {
   MemoryRecordset rows = ThreeRows();
   rows.MoveFirst();
   Add(rows, "d", 4);
   EXPECT_EQ(KeyOf(rows), "d");
 }
 
-TEST(MemoryRecordset, NewRow_CountsOnlyOnceSaved) {
+TEST(MemoryRecordset, NewRowCountsOnlyOnceSaved) {
   MemoryRecordset rows = EmptyTable();
   rows.AddNew();
   EXPECT_EQ(rows.RecordCount(), 0);
@@ -112,7 +112,7 @@ TEST(MemoryRecordset, NewRow_CountsOnlyOnceSaved) {
   EXPECT_EQ(rows.RecordCount(), 1);
 }
 
-TEST(MemoryRecordset, FieldsOfANewRow_AreNullUntilAssigned) {
+TEST(MemoryRecordset, FieldsOfANewRowAreNullUntilAssigned) {
   MemoryRecordset rows = EmptyTable();
   rows.AddNew();
   EXPECT_TRUE(IsNull(rows.FieldValue(0)));
@@ -122,7 +122,7 @@ TEST(MemoryRecordset, FieldsOfANewRow_AreNullUntilAssigned) {
   EXPECT_TRUE(IsNull(rows.FieldValue(1)));
 }
 
-TEST(MemoryRecordset, AddNewDuringAnEdit_SavesItFirst) {
+TEST(MemoryRecordset, AddNewDuringAnEditSavesItFirst) {
   MemoryRecordset rows = EmptyTable();
   rows.AddNew();
   rows.SetFieldValue(0, std::string("a"));
@@ -132,7 +132,7 @@ TEST(MemoryRecordset, AddNewDuringAnEdit_SavesItFirst) {
   EXPECT_EQ(KeysOf(rows), "ab");
 }
 
-TEST(MemoryRecordset, EveryMove_SavesThePendingEdit) {
+TEST(MemoryRecordset, EveryMoveSavesThePendingEdit) {
   MemoryRecordset rows = ThreeRows();
   rows.MoveFirst();
   rows.SetFieldValue(0, std::string("A1"));
@@ -144,7 +144,7 @@ TEST(MemoryRecordset, EveryMove_SavesThePendingEdit) {
   EXPECT_EQ(KeysOf(rows), "A1B1C1");
 }
 
-TEST(MemoryRecordset, FindDuringAnEdit_SavesItAndSeesIt) {
+TEST(MemoryRecordset, FindDuringAnEditSavesItAndSeesIt) {
   MemoryRecordset rows = ThreeRows();
   rows.MoveFirst();
   rows.SetFieldValue(0, std::string("z"));
@@ -152,7 +152,7 @@ TEST(MemoryRecordset, FindDuringAnEdit_SavesItAndSeesIt) {
   EXPECT_EQ(rows.FieldValue(1), Value(std::int32_t{1}));
 }
 
-TEST(MemoryRecordset, CancelUpdate_DropsTheEdit) {
+TEST(MemoryRecordset, CancelUpdateDropsTheEdit) {
   MemoryRecordset rows = ThreeRows();
   rows.SetFieldValue(0, std::string("x"));
   rows.CancelUpdate();
@@ -160,7 +160,7 @@ TEST(MemoryRecordset, CancelUpdate_DropsTheEdit) {
   EXPECT_EQ(KeysOf(rows), "abc");
 }
 
-TEST(MemoryRecordset, CancelUpdateOfANewRow_GoesBackToTheRowBefore) {
+TEST(MemoryRecordset, CancelUpdateOfANewRowGoesBackToTheRowBefore) {
   MemoryRecordset rows = ThreeRows();
   rows.MoveFirst();
   rows.AddNew();
@@ -170,7 +170,7 @@ TEST(MemoryRecordset, CancelUpdateOfANewRow_GoesBackToTheRowBefore) {
   EXPECT_EQ(rows.RecordCount(), 3);
 }
 
-TEST(MemoryRecordset, UpdateWithoutAnEdit_DoesNothing) {
+TEST(MemoryRecordset, UpdateWithoutAnEditDoesNothing) {
   MemoryRecordset rows = ThreeRows();
   rows.MoveFirst();
   rows.Update();
@@ -178,13 +178,13 @@ TEST(MemoryRecordset, UpdateWithoutAnEdit_DoesNothing) {
   EXPECT_EQ(rows.RecordCount(), 3);
 }
 
-TEST(MemoryRecordset, Assignment_ConvertsToTheFieldsType) {
+TEST(MemoryRecordset, AssignmentConvertsToTheFieldsType) {
   MemoryRecordset rows = ThreeRows();
   rows.SetFieldValue("NB_MILES", std::string("12"));
   EXPECT_EQ(rows.FieldValue(1), Value(std::int32_t{12}));
 }
 
-TEST(MemoryRecordset, FailedAssignment_LeavesTheRowBeingEditedAsItWas) {
+TEST(MemoryRecordset, FailedAssignmentLeavesTheRowBeingEditedAsItWas) {
   MemoryRecordset rows = ThreeRows();
   rows.SetFieldValue(0, std::string("x"));
   EXPECT_EQ(ErrorNumberOf([&] { rows.SetFieldValue(1, std::string("many")); }), errors::kTypeMismatch);
@@ -192,7 +192,7 @@ TEST(MemoryRecordset, FailedAssignment_LeavesTheRowBeingEditedAsItWas) {
   EXPECT_EQ(rows.FieldValue(1), Value(std::int32_t{3}));
 }
 
-TEST(MemoryRecordset, TextLongerThanTheField_IsRefusedAndCountedInCharacters) {
+TEST(MemoryRecordset, TextLongerThanTheFieldIsRefusedAndCountedInCharacters) {
   MemoryRecordset rows({{"TX_NAME", DataType::VarWChar, 3}, {"BLOB", DataType::VarBinary, 2}});
   rows.AddNew();
   rows.SetFieldValue(0, std::string("\xC3\xA9\xC3\xA9\xC3\xA9"));
@@ -202,7 +202,7 @@ TEST(MemoryRecordset, TextLongerThanTheField_IsRefusedAndCountedInCharacters) {
   EXPECT_EQ(rows.FieldValue(0), Value(std::string("\xC3\xA9\xC3\xA9\xC3\xA9")));
 }
 
-TEST(MemoryRecordset, MoveNextFromTheLastRow_IsEofAndNextFails) {
+TEST(MemoryRecordset, MoveNextFromTheLastRowIsEofAndNextFails) {
   MemoryRecordset rows = ThreeRows();
   rows.MoveLast();
   rows.MoveNext();
@@ -212,7 +212,7 @@ TEST(MemoryRecordset, MoveNextFromTheLastRow_IsEofAndNextFails) {
   EXPECT_EQ(ErrorNumberOf([&] { rows.FieldValue(0); }), errors::kNoCurrentRecord);
 }
 
-TEST(MemoryRecordset, DeletedRow_StaysCurrentUntilTheNextMove) {
+TEST(MemoryRecordset, DeletedRowStaysCurrentUntilTheNextMove) {
   MemoryRecordset rows = ThreeRows();
   rows.MoveFirst();
   rows.Delete();
@@ -224,7 +224,7 @@ TEST(MemoryRecordset, DeletedRow_StaysCurrentUntilTheNextMove) {
   EXPECT_EQ(KeyOf(rows), "b");
 }
 
-TEST(MemoryRecordset, DeletedLastRow_IsFollowedByEof) {
+TEST(MemoryRecordset, DeletedLastRowIsFollowedByEof) {
   MemoryRecordset rows = ThreeRows();
   rows.MoveLast();
   rows.Delete();
@@ -235,7 +235,7 @@ TEST(MemoryRecordset, DeletedLastRow_IsFollowedByEof) {
   EXPECT_EQ(KeyOf(rows), "b");
 }
 
-TEST(MemoryRecordset, RowsDeletedAnywhere_AreSkippedByEveryMove) {
+TEST(MemoryRecordset, RowsDeletedAnywhereAreSkippedByEveryMove) {
   MemoryRecordset rows = ThreeRows();
   Add(rows, "d", 4);
   rows.MoveFirst();
@@ -247,7 +247,7 @@ TEST(MemoryRecordset, RowsDeletedAnywhere_AreSkippedByEveryMove) {
   EXPECT_EQ(rows.RecordCount(), 2);
 }
 
-TEST(MemoryRecordset, OnlyRowDeleted_IsEmptyAtBothEndsAtOnce) {
+TEST(MemoryRecordset, OnlyRowDeletedIsEmptyAtBothEndsAtOnce) {
   MemoryRecordset rows = EmptyTable();
   Add(rows, "a", 1);
   rows.Delete();
@@ -256,7 +256,7 @@ TEST(MemoryRecordset, OnlyRowDeleted_IsEmptyAtBothEndsAtOnce) {
   EXPECT_EQ(ErrorNumberOf([&] { rows.MoveFirst(); }), errors::kNoCurrentRecord);
 }
 
-TEST(MemoryRecordset, MoveNextFromTheOnlyRowDeleted_IsNoErrorOnce) {
+TEST(MemoryRecordset, MoveNextFromTheOnlyRowDeletedIsNoErrorOnce) {
   MemoryRecordset rows = EmptyTable();
   Add(rows, "a", 1);
   rows.Delete();
@@ -265,13 +265,13 @@ TEST(MemoryRecordset, MoveNextFromTheOnlyRowDeleted_IsNoErrorOnce) {
   EXPECT_EQ(ErrorNumberOf([&] { rows.MoveNext(); }), errors::kNoCurrentRecord);
 }
 
-TEST(MemoryRecordset, LoopThatDeletesEveryRow_EndsEmpty) {
+TEST(MemoryRecordset, LoopThatDeletesEveryRowEndsEmpty) {
   MemoryRecordset rows = ThreeRows();
   for (rows.MoveFirst(); !rows.Eof(); rows.MoveNext()) rows.Delete();
   EXPECT_EQ(rows.RecordCount(), 0);
 }
 
-TEST(MemoryRecordset, RowAddedAfterAllWereDeleted_IsTheOnlyRow) {
+TEST(MemoryRecordset, RowAddedAfterAllWereDeletedIsTheOnlyRow) {
   MemoryRecordset rows = EmptyTable();
   Add(rows, "a", 1);
   rows.Delete();
@@ -279,7 +279,7 @@ TEST(MemoryRecordset, RowAddedAfterAllWereDeleted_IsTheOnlyRow) {
   EXPECT_EQ(KeysOf(rows), "b");
 }
 
-TEST(MemoryRecordset, DeleteDuringAnEdit_DeletesTheRow) {
+TEST(MemoryRecordset, DeleteDuringAnEditDeletesTheRow) {
   MemoryRecordset rows = ThreeRows();
   rows.MoveFirst();
   rows.SetFieldValue(0, std::string("x"));
@@ -287,13 +287,13 @@ TEST(MemoryRecordset, DeleteDuringAnEdit_DeletesTheRow) {
   EXPECT_EQ(KeysOf(rows), "bc");
 }
 
-TEST(MemoryRecordset, DeleteOfAnUnsavedNewRow_Fails) {
+TEST(MemoryRecordset, DeleteOfAnUnsavedNewRowFails) {
   MemoryRecordset rows = ThreeRows();
   rows.AddNew();
   EXPECT_EQ(ErrorNumberOf([&] { rows.Delete(); }), errors::kNoCurrentRecord);
 }
 
-TEST(MemoryRecordset, Find_StopsAtTheFirstMatchFromTheCurrentRowOn) {
+TEST(MemoryRecordset, FindStopsAtTheFirstMatchFromTheCurrentRowOn) {
   MemoryRecordset rows = ThreeRows();
   Add(rows, "b", 4);
   rows.MoveFirst();
@@ -306,7 +306,7 @@ TEST(MemoryRecordset, Find_StopsAtTheFirstMatchFromTheCurrentRowOn) {
   EXPECT_EQ(rows.FieldValue(1), Value(std::int32_t{4}));
 }
 
-TEST(MemoryRecordset, FindWithoutAMatch_LeavesEof) {
+TEST(MemoryRecordset, FindWithoutAMatchLeavesEof) {
   MemoryRecordset rows = ThreeRows();
   rows.MoveFirst();
   rows.Find("KY_RECID='x'");
@@ -314,28 +314,28 @@ TEST(MemoryRecordset, FindWithoutAMatch_LeavesEof) {
   EXPECT_EQ(ErrorNumberOf([&] { rows.Find("KY_RECID='a'"); }), errors::kNoCurrentRecord);
 }
 
-TEST(MemoryRecordset, FindBehindTheOnlyMatch_LeavesEof) {
+TEST(MemoryRecordset, FindBehindTheOnlyMatchLeavesEof) {
   MemoryRecordset rows = ThreeRows();
   rows.MoveLast();
   rows.Find("KY_RECID='a'");
   EXPECT_TRUE(rows.Eof());
 }
 
-TEST(MemoryRecordset, Find_ComparesWithoutRegardToCase) {
+TEST(MemoryRecordset, FindComparesWithoutRegardToCase) {
   MemoryRecordset rows = EmptyTable();
   Add(rows, "\xC3\x89mile", 1);
   rows.Find("ky_recid='\xC3\xA9MILE'");
   EXPECT_FALSE(rows.Eof());
 }
 
-TEST(MemoryRecordset, Find_TakesBlanksAndAccentsSeriously) {
+TEST(MemoryRecordset, FindTakesBlanksAndAccentsSeriously) {
   MemoryRecordset rows = EmptyTable();
   Add(rows, "Emile ", 1);
   rows.Find("KY_RECID='Emile'");
   EXPECT_TRUE(rows.Eof());
 }
 
-TEST(MemoryRecordset, FindOfTheEmptyText_MeetsEmptyAndNullFields) {
+TEST(MemoryRecordset, FindOfTheEmptyTextMeetsEmptyAndNullFields) {
   MemoryRecordset rows = ThreeRows();
   Add(rows, "", 4);
   rows.MoveFirst();
@@ -347,14 +347,14 @@ TEST(MemoryRecordset, FindOfTheEmptyText_MeetsEmptyAndNullFields) {
   EXPECT_EQ(rows.FieldValue(1), Value(std::int32_t{4}));
 }
 
-TEST(MemoryRecordset, FindOnANumberField_ComparesItsText) {
+TEST(MemoryRecordset, FindOnANumberFieldComparesItsText) {
   MemoryRecordset rows = ThreeRows();
   rows.MoveFirst();
   rows.Find("NB_MILES='2'");
   EXPECT_EQ(KeyOf(rows), "b");
 }
 
-TEST(MemoryRecordset, FindFromADeletedRow_SearchesTheRowsBehindIt) {
+TEST(MemoryRecordset, FindFromADeletedRowSearchesTheRowsBehindIt) {
   MemoryRecordset rows = ThreeRows();
   rows.MoveFirst();
   rows.Delete();
@@ -362,13 +362,13 @@ TEST(MemoryRecordset, FindFromADeletedRow_SearchesTheRowsBehindIt) {
   EXPECT_EQ(KeyOf(rows), "c");
 }
 
-TEST(MemoryRecordset, MalformedCriterion_FailsAndStaysOnTheRow) {
+TEST(MemoryRecordset, MalformedCriterionFailsAndStaysOnTheRow) {
   MemoryRecordset rows = ThreeRows();
   EXPECT_EQ(ErrorNumberOf([&] { rows.Find("KY_RECID='O'Brien'"); }), errors::kRecordsetArgument);
   EXPECT_EQ(KeyOf(rows), "c");
 }
 
-TEST(MemoryRecordset, FindOnAnUnknownField_IsNotInTheCollection) {
+TEST(MemoryRecordset, FindOnAnUnknownFieldIsNotInTheCollection) {
   MemoryRecordset rows = ThreeRows();
   EXPECT_EQ(ErrorNumberOf([&] { rows.Find("animal='cat'"); }), errors::kItemNotFound);
 }
@@ -485,7 +485,7 @@ class IndexAgainstScan {
   std::int32_t added_ = 0;
 };
 
-TEST(MemoryRecordset, IndexedFind_AnswersAsAScanDoes) {
+TEST(MemoryRecordset, IndexedFindAnswersAsAScanDoes) {
   for (unsigned seed = 1; seed <= 50; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     IndexAgainstScan pair(seed);
@@ -496,7 +496,7 @@ TEST(MemoryRecordset, IndexedFind_AnswersAsAScanDoes) {
   }
 }
 
-TEST(MemoryRecordset, MatchAndDeleteOfEveryRow_EndsEmpty) {
+TEST(MemoryRecordset, MatchAndDeleteOfEveryRowEndsEmpty) {
   MemoryRecordset rows = EmptyTable();
   constexpr std::int32_t kRows = 65535;
   for (std::int32_t i = 0; i < kRows; ++i) Add(rows, std::to_string(i), i);

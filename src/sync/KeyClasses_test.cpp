@@ -74,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(
         TableKey{"brnd_Trip", "KY_RECID='of KY_RECID'"}, TableKey{"brnd_Vehicle", "TX_VIN='of TX_VIN'"}),
     [](const auto& test) { return std::string(test.param.table); });
 
-TEST(MakeKeyInfo, EachTable_GetsItsOwnClass) {
+TEST(MakeKeyInfo, EachTableGetsItsOwnClass) {
   EXPECT_TRUE(dynamic_cast<clsKeyInfo_Accessories*>(MakeKeyInfo("brnd_Accessories").get()));
   EXPECT_TRUE(dynamic_cast<clsKeyInfo_AccItems*>(MakeKeyInfo("brnd_AccItems").get()));
   EXPECT_TRUE(dynamic_cast<clsKeyInfo_Customer*>(MakeKeyInfo("brnd_Customer").get()));
@@ -90,7 +90,7 @@ TEST(MakeKeyInfo, EachTable_GetsItsOwnClass) {
   EXPECT_TRUE(dynamic_cast<clsKeyInfo_Vehicle*>(MakeKeyInfo("brnd_Vehicle").get()));
 }
 
-TEST(MakeKeyInfo, EveryTable_HasItsKey) {
+TEST(MakeKeyInfo, EveryTableHasItsKey) {
   const MemoryRecordset row = RowWithEveryKeyField();
   for (const SyncTable& table : kTables) {
     const std::unique_ptr<IKeyInfo> key = MakeKeyInfo(table.name);
@@ -100,19 +100,19 @@ TEST(MakeKeyInfo, EveryTable_HasItsKey) {
   }
 }
 
-TEST(MakeKeyInfo, UnknownTable_HasNoKey) {
+TEST(MakeKeyInfo, UnknownTableHasNoKey) {
   EXPECT_FALSE(MakeKeyInfo("brnd_Boats"));
   EXPECT_FALSE(MakeKeyInfo(""));
 }
 
-TEST(Criteria, SingleQuoteInTheKey_IsInsertedUnchangedAndRejectedByFind) {
+TEST(Criteria, SingleQuoteInTheKeyIsInsertedUnchangedAndRejectedByFind) {
   MemoryRecordset row = RowWithKey(DataType::BStr, std::string("O'Brien"));
   const std::string criterion = clsKeyInfo_Fuel().Criteria(row);
   EXPECT_EQ(criterion, "KY_RECID='O'Brien'");
   EXPECT_EQ(ErrorNumberOf([&] { row.Find(criterion); }), errors::kRecordsetArgument);
 }
 
-TEST(Criteria, EmptyKey_HasNothingBetweenTheQuotesAndFindsOnlyEmptyKeys) {
+TEST(Criteria, EmptyKeyHasNothingBetweenTheQuotesAndFindsOnlyEmptyKeys) {
   MemoryRecordset rows = RowWithKey(DataType::BStr, std::string("a"));
   rows.AddNew();
   rows.SetFieldValue(0, std::string());
@@ -124,20 +124,20 @@ TEST(Criteria, EmptyKey_HasNothingBetweenTheQuotesAndFindsOnlyEmptyKeys) {
   EXPECT_EQ(rows.FieldValue(0), Value(std::string()));
 }
 
-TEST(Criteria, NullKey_HasNothingBetweenTheQuotes) {
+TEST(Criteria, NullKeyHasNothingBetweenTheQuotes) {
   EXPECT_EQ(clsKeyInfo_Fuel().Criteria(RowWithKey(DataType::BStr, Null{})), "KY_RECID=''");
 }
 
-TEST(Criteria, NumberKey_IsInsertedAsItsText) {
+TEST(Criteria, NumberKeyIsInsertedAsItsText) {
   EXPECT_EQ(clsKeyInfo_Fuel().Criteria(RowWithKey(DataType::Integer, std::int32_t{-42})), "KY_RECID='-42'");
 }
 
-TEST(Criteria, MissingKeyField_RaisesTheRecordsetsError) {
+TEST(Criteria, MissingKeyFieldRaisesTheRecordsetsError) {
   const MemoryRecordset row = RowWithKey(DataType::BStr, std::string("a"));
   EXPECT_EQ(ErrorNumberOf([&] { clsKeyInfo_Vehicle().Criteria(row); }), errors::kItemNotFound);
 }
 
-TEST(Criteria, NoCurrentRow_RaisesTheRecordsetsError) {
+TEST(Criteria, NoCurrentRowRaisesTheRecordsetsError) {
   const MemoryRecordset empty({{"KY_RECID", DataType::BStr, 0}});
   EXPECT_EQ(ErrorNumberOf([&] { clsKeyInfo_Fuel().Criteria(empty); }), errors::kNoCurrentRecord);
 }

@@ -194,13 +194,13 @@ INSTANTIATE_TEST_SUITE_P(OtherModes, SyncDecision,
                                             ::testing::ValuesIn(kDecisions)),
                          kNameOfDecision);
 
-TEST_F(SyncPolicy, Result_IsAlwaysFalse) {
+TEST_F(SyncPolicy, ResultIsAlwaysFalse) {
   OnDesktop("a", "1");
   OnDevice("a", "2", Flags::Modified);
   EXPECT_FALSE(Sync());
 }
 
-TEST_F(SyncPolicy, EmptyDesktop_TakesTheModifiedRowsThatAreNotDeleted) {
+TEST_F(SyncPolicy, EmptyDesktopTakesTheModifiedRowsThatAreNotDeleted) {
   OnDevice("a", "1", Flags::Modified);
   OnDevice("b", "2");
   OnDevice("c", "3", Flags::Deleted);
@@ -211,7 +211,7 @@ TEST_F(SyncPolicy, EmptyDesktop_TakesTheModifiedRowsThatAreNotDeleted) {
   EXPECT_EQ(output_.records, "a=1 e=5 ");
 }
 
-TEST_F(SyncPolicy, EmptyDesktopInOverwritePc_TakesEveryRowThatIsNotDeleted) {
+TEST_F(SyncPolicy, EmptyDesktopInOverwritePcTakesEveryRowThatIsNotDeleted) {
   OnDevice("a", "1", Flags::Modified);
   OnDevice("b", "2");
   OnDevice("c", "3", Flags::Deleted);
@@ -220,7 +220,7 @@ TEST_F(SyncPolicy, EmptyDesktopInOverwritePc_TakesEveryRowThatIsNotDeleted) {
   EXPECT_EQ(output_.records, "a=1 b=2 ");
 }
 
-TEST_F(SyncPolicy, EmptyDevice_EveryDesktopRowGoesOutAndTheDesktopStays) {
+TEST_F(SyncPolicy, EmptyDeviceEveryDesktopRowGoesOutAndTheDesktopStays) {
   OnDesktop("a", "1");
   OnDesktop("b", "2");
   for (const RunMode mode : {RunMode::Synchronize, RunMode::OverwritePda, RunMode::OverwritePc}) {
@@ -231,13 +231,13 @@ TEST_F(SyncPolicy, EmptyDevice_EveryDesktopRowGoesOutAndTheDesktopStays) {
   }
 }
 
-TEST_F(SyncPolicy, BothEmpty_NothingHappens) {
+TEST_F(SyncPolicy, BothEmptyNothingHappens) {
   Sync();
   EXPECT_EQ(desktop_.RecordCount(), 0);
   EXPECT_EQ(output_.records, "");
 }
 
-TEST_F(SyncPolicy, Output_FollowsTheDesktopsOrderThenTheHandhelds) {
+TEST_F(SyncPolicy, OutputFollowsTheDesktopsOrderThenTheHandhelds) {
   OnDesktop("c", "1");
   OnDesktop("a", "2");
   OnDevice("z", "3", Flags::Modified);
@@ -248,7 +248,7 @@ TEST_F(SyncPolicy, Output_FollowsTheDesktopsOrderThenTheHandhelds) {
   EXPECT_EQ(RowTexts(desktop_), "c=1 a=4 z=3 y=5 ");
 }
 
-TEST_F(SyncPolicy, EditOfTheLastDesktopRow_IsSavedByTheMoveBehindIt) {
+TEST_F(SyncPolicy, EditOfTheLastDesktopRowIsSavedByTheMoveBehindIt) {
   OnDesktop("a", "1");
   OnDevice("a", "2", Flags::Modified);
   Sync();
@@ -256,7 +256,7 @@ TEST_F(SyncPolicy, EditOfTheLastDesktopRow_IsSavedByTheMoveBehindIt) {
   EXPECT_EQ(RowTexts(desktop_), "a=2 ");
 }
 
-TEST_F(SyncPolicy, TwoDeviceRowsOfOneKey_FirstMatchesAndSecondCountsAsUnmatched) {
+TEST_F(SyncPolicy, TwoDeviceRowsOfOneKeyFirstMatchesAndSecondCountsAsUnmatched) {
   OnDesktop("a", "1");
   OnDevice("a", "first", Flags::Modified);
   OnDevice("a", "second");
@@ -266,7 +266,7 @@ TEST_F(SyncPolicy, TwoDeviceRowsOfOneKey_FirstMatchesAndSecondCountsAsUnmatched)
   EXPECT_EQ(RowTexts(device_), "a=second ");
 }
 
-TEST_F(SyncPolicy, SecondDeviceRowOfOneKeyFlaggedModified_IsAddedOnceMore) {
+TEST_F(SyncPolicy, SecondDeviceRowOfOneKeyFlaggedModifiedIsAddedOnceMore) {
   OnDesktop("a", "1");
   OnDevice("a", "first");
   OnDevice("a", "second", Flags::Modified);
@@ -275,7 +275,7 @@ TEST_F(SyncPolicy, SecondDeviceRowOfOneKeyFlaggedModified_IsAddedOnceMore) {
   EXPECT_EQ(output_.records, "a=1 a=second ");
 }
 
-TEST_F(SyncPolicy, TwoDesktopRowsOfOneKey_FirstTakesTheDeviceRow) {
+TEST_F(SyncPolicy, TwoDesktopRowsOfOneKeyFirstTakesTheDeviceRow) {
   OnDesktop("a", "1");
   OnDesktop("a", "2");
   OnDevice("a", "3", Flags::Modified);
@@ -284,7 +284,7 @@ TEST_F(SyncPolicy, TwoDesktopRowsOfOneKey_FirstTakesTheDeviceRow) {
   EXPECT_EQ(output_.records, "a=3 a=2 ");
 }
 
-TEST_F(SyncPolicy, TwoDesktopRowsOfADeletedKey_AreBothDeleted) {
+TEST_F(SyncPolicy, TwoDesktopRowsOfADeletedKeyAreBothDeleted) {
   OnDesktop("a", "1");
   OnDesktop("a", "2");
   OnDevice("a", "3", Flags::Deleted);
@@ -293,28 +293,28 @@ TEST_F(SyncPolicy, TwoDesktopRowsOfADeletedKey_AreBothDeleted) {
   EXPECT_EQ(output_.records, "");
 }
 
-TEST_F(SyncPolicy, EmptyKey_IsAKeyLikeAnyOther) {
+TEST_F(SyncPolicy, EmptyKeyIsAKeyLikeAnyOther) {
   OnDesktop("", "1");
   OnDevice("", "2", Flags::Modified);
   Sync();
   EXPECT_EQ(RowTexts(desktop_), "=2 ");
 }
 
-TEST_F(SyncPolicy, KeysThatDifferInCaseOnly_Match) {
+TEST_F(SyncPolicy, KeysThatDifferInCaseOnlyMatch) {
   OnDesktop("ABC", "1");
   OnDevice("abc", "2", Flags::Modified);
   Sync();
   EXPECT_EQ(RowTexts(desktop_), "abc=2 ");
 }
 
-TEST_F(SyncPolicy, DesktopWalk_GoesToTheLastRowFirst) {
+TEST_F(SyncPolicy, DesktopWalkGoesToTheLastRowFirst) {
   OnDesktop("a", "1");
   OnDesktop("b", "2");
   Sync();
   EXPECT_EQ(desktop_.moves, "last first ");
 }
 
-TEST_F(SyncPolicy, DesktopAtEofOnEntry_IsNotWalked) {
+TEST_F(SyncPolicy, DesktopAtEofOnEntryIsNotWalked) {
   OnDesktop("a", "1");
   desktop_.MoveLast();
   desktop_.MoveNext();
@@ -322,21 +322,21 @@ TEST_F(SyncPolicy, DesktopAtEofOnEntry_IsNotWalked) {
   EXPECT_EQ(output_.records, "");
 }
 
-TEST_F(SyncPolicy, ModifiedRow_IsWrittenOutBeforeTheDesktopRowChanges) {
+TEST_F(SyncPolicy, ModifiedRowIsWrittenOutBeforeTheDesktopRowChanges) {
   OnDesktop("a", "1");
   OnDevice("a", "2", Flags::Modified);
   Sync();
   EXPECT_EQ(output_.desktopRowThen, "a=1");
 }
 
-TEST_F(SyncPolicy, NewRow_IsSavedOnTheDesktopBeforeItIsWrittenOut) {
+TEST_F(SyncPolicy, NewRowIsSavedOnTheDesktopBeforeItIsWrittenOut) {
   OnDevice("a", "2", Flags::Modified);
   Sync();
   EXPECT_EQ(output_.desktopRowThen, "a=2");
   EXPECT_EQ(output_.savedRowsThen, 1) << "a row that is still pending does not count";
 }
 
-TEST_F(SyncPolicy, SingleQuoteInADesktopKey_EndsTheMergeWithTheFindsError) {
+TEST_F(SyncPolicy, SingleQuoteInADesktopKeyEndsTheMergeWithTheFindsError) {
   OnDesktop("a", "1");
   OnDesktop("O'Brien", "2");
   OnDevice("a", "3", Flags::Modified);
@@ -346,13 +346,13 @@ TEST_F(SyncPolicy, SingleQuoteInADesktopKey_EndsTheMergeWithTheFindsError) {
   EXPECT_EQ(output_.records, "a=3 ");
 }
 
-TEST_F(SyncPolicy, SingleQuoteInADesktopKeyOfAnEmptyDevice_DoesNoHarm) {
+TEST_F(SyncPolicy, SingleQuoteInADesktopKeyOfAnEmptyDeviceDoesNoHarm) {
   OnDesktop("O'Brien", "1");
   Sync();
   EXPECT_EQ(output_.records, "O'Brien=1 ");
 }
 
-TEST_F(SyncPolicy, FailingAssignment_EndsTheMergeAndKeepsTheRowsBefore) {
+TEST_F(SyncPolicy, FailingAssignmentEndsTheMergeAndKeepsTheRowsBefore) {
   TracedRecordset shortTexts({{"KY_RECID", DataType::BStr, 0}, {"TX_TEXT", DataType::VarWChar, 3}});
   desktopSide_.SetADORS(shortTexts);
   AddRow(shortTexts, {std::string("a"), std::string("1")});
@@ -365,7 +365,7 @@ TEST_F(SyncPolicy, FailingAssignment_EndsTheMergeAndKeepsTheRowsBefore) {
   EXPECT_EQ(RowTexts(shortTexts), "a=new b=2 ");
 }
 
-TEST_F(SyncPolicy, SideWithoutARecordset_EndsTheMergeAtOnce) {
+TEST_F(SyncPolicy, SideWithoutARecordsetEndsTheMergeAtOnce) {
   clsSyncableRS_ADO nothing;
   OnDesktop("a", "1");
   EXPECT_EQ(ErrorNumberOf([&] { clsSyncPolicy(context_).Sync(nothing, desktopSide_, output_); }),
@@ -373,7 +373,7 @@ TEST_F(SyncPolicy, SideWithoutARecordset_EndsTheMergeAtOnce) {
   EXPECT_EQ(output_.records, "");
 }
 
-TEST_F(SyncPolicy, SecondRunOverTheResult_ChangesNothing) {
+TEST_F(SyncPolicy, SecondRunOverTheResultChangesNothing) {
   OnDesktop("a", "1");
   OnDesktop("b", "2");
   OnDevice("b", "3", Flags::Modified);
@@ -431,32 +431,32 @@ TEST_F(ObservedMerge, RowsThatStayAsTheyAreAreNotTold) {
   EXPECT_EQ(ToldBy(RunMode::Synchronize), "");
 }
 
-TEST_F(ObservedMerge, ADesktopRowThatTheHandheldLacks_IsAddedThere) {
+TEST_F(ObservedMerge, ADesktopRowThatTheHandheldLacksIsAddedThere) {
   OnDesktop("a", "1");
   OnDesktop("b", "2");
   OnDevice("a", "1");
   EXPECT_EQ(ToldBy(RunMode::Synchronize), "added handheld b:2; ");
 }
 
-TEST_F(ObservedMerge, AModifiedRow_ChangesTheDesktop) {
+TEST_F(ObservedMerge, AModifiedRowChangesTheDesktop) {
   OnDesktop("a", "old");
   OnDevice("a", "new", Flags::Modified);
   EXPECT_EQ(ToldBy(RunMode::Synchronize), "changed desktop a:old to a:new; ");
 }
 
-TEST_F(ObservedMerge, AnUnflaggedRowWithOtherValues_IsChangedOnTheHandheld) {
+TEST_F(ObservedMerge, AnUnflaggedRowWithOtherValuesIsChangedOnTheHandheld) {
   OnDesktop("a", "desktop");
   OnDevice("a", "handheld");
   EXPECT_EQ(ToldBy(RunMode::Synchronize), "changed handheld a:handheld to a:desktop; ");
 }
 
-TEST_F(ObservedMerge, ANullOnTheDesktop_IsTheHandheldsEmptyText) {
+TEST_F(ObservedMerge, ANullOnTheDesktopIsTheHandheldsEmptyText) {
   AddRow(desktop_, {std::string("a"), Null{}});
   OnDevice("a", "");
   EXPECT_EQ(ToldBy(RunMode::Synchronize), "");
 }
 
-TEST_F(ObservedMerge, ANullOnTheDesktop_IsTheZeroOfEveryTypeOnTheHandheld) {
+TEST_F(ObservedMerge, ANullOnTheDesktopIsTheZeroOfEveryTypeOnTheHandheld) {
   const std::vector<std::pair<DataType, Value>> zeros = {{DataType::UnsignedTinyInt, std::uint8_t{0}},
                                                          {DataType::SmallInt, std::int16_t{0}},
                                                          {DataType::Integer, std::int32_t{0}},
@@ -482,25 +482,25 @@ TEST_F(ObservedMerge, ANullOnTheDesktop_IsTheZeroOfEveryTypeOnTheHandheld) {
   }
 }
 
-TEST_F(ObservedMerge, ADeletedRow_IsDeletedOnTheDesktopWithTheDesktopsValues) {
+TEST_F(ObservedMerge, ADeletedRowIsDeletedOnTheDesktopWithTheDesktopsValues) {
   OnDesktop("a", "desktop");
   OnDevice("a", "handheld", Flags::DeletedAndModified);
   EXPECT_EQ(ToldBy(RunMode::Synchronize), "deleted a:desktop; ");
 }
 
-TEST_F(ObservedMerge, AModifiedRowThatTheDesktopLacks_IsAddedThere) {
+TEST_F(ObservedMerge, AModifiedRowThatTheDesktopLacksIsAddedThere) {
   OnDevice("a", "1", Flags::Modified);
   EXPECT_EQ(ToldBy(RunMode::Synchronize), "added desktop a:1; ");
 }
 
-TEST_F(ObservedMerge, AnUnflaggedRowThatTheDesktopLacks_IsDroppedExceptInOverwritePc) {
+TEST_F(ObservedMerge, AnUnflaggedRowThatTheDesktopLacksIsDroppedExceptInOverwritePc) {
   OnDevice("a", "1");
   EXPECT_EQ(ToldBy(RunMode::Synchronize), "dropped a:1; ");
   observer_.told.clear();
   EXPECT_EQ(ToldBy(RunMode::OverwritePc), "added desktop a:1; ");
 }
 
-TEST_F(ObservedMerge, ADeletedRowThatTheDesktopLacks_IsNotTold) {
+TEST_F(ObservedMerge, ADeletedRowThatTheDesktopLacksIsNotTold) {
   OnDevice("a", "1", Flags::Deleted);
   EXPECT_EQ(ToldBy(RunMode::OverwritePc), "");
 }

@@ -26,7 +26,7 @@ clsSyncableRS_ADO Over(Recordset& rs) {
   return side;
 }
 
-TEST(clsSyncableRS_ADO, CopyRecord_AssignsByPositionNotByName) {
+TEST(clsSyncableRS_ADO, CopyRecordAssignsByPositionNotByName) {
   MemoryRecordset source = Table({{"X", DataType::BStr, 0}, {"Y", DataType::Integer, 0}}, {std::string("k"), 5});
   MemoryRecordset target = Table({{"Y", DataType::BStr, 0}, {"X", DataType::Integer, 0}}, {std::string("old"), 1});
   clsSyncableRS_ADO from = Over(source);
@@ -36,7 +36,7 @@ TEST(clsSyncableRS_ADO, CopyRecord_AssignsByPositionNotByName) {
   EXPECT_EQ(target.FieldValue(1), Value(std::int32_t{5}));
 }
 
-TEST(clsSyncableRS_ADO, CopyRecord_ConvertsAsAssigningAFieldDoes) {
+TEST(clsSyncableRS_ADO, CopyRecordConvertsAsAssigningAFieldDoes) {
   MemoryRecordset source = Table({{"X", DataType::BStr, 0}}, {std::string("12")});
   MemoryRecordset target = Table({{"X", DataType::SmallInt, 0}}, {Null{}});
   clsSyncableRS_ADO from = Over(source);
@@ -44,7 +44,7 @@ TEST(clsSyncableRS_ADO, CopyRecord_ConvertsAsAssigningAFieldDoes) {
   EXPECT_EQ(target.FieldValue(0), Value(std::int16_t{12}));
 }
 
-TEST(clsSyncableRS_ADO, CopyRecord_DoesNotSave) {
+TEST(clsSyncableRS_ADO, CopyRecordDoesNotSave) {
   MemoryRecordset source = Table({{"X", DataType::BStr, 0}}, {std::string("new")});
   MemoryRecordset target = Table({{"X", DataType::BStr, 0}}, {std::string("old")});
   clsSyncableRS_ADO from = Over(source);
@@ -53,7 +53,7 @@ TEST(clsSyncableRS_ADO, CopyRecord_DoesNotSave) {
   EXPECT_EQ(target.FieldValue(0), Value(std::string("old")));
 }
 
-TEST(clsSyncableRS_ADO, CopyRecordIntoANewRow_FillsIt) {
+TEST(clsSyncableRS_ADO, CopyRecordIntoANewRowFillsIt) {
   MemoryRecordset source = Table({{"X", DataType::BStr, 0}}, {std::string("new")});
   MemoryRecordset target({{"X", DataType::BStr, 0}});
   clsSyncableRS_ADO from = Over(source);
@@ -64,7 +64,7 @@ TEST(clsSyncableRS_ADO, CopyRecordIntoANewRow_FillsIt) {
   EXPECT_EQ(target.FieldValue(0), Value(std::string("new")));
 }
 
-TEST(clsSyncableRS_ADO, ExtraTrailingFieldsOfTheDesktop_StayUnchanged) {
+TEST(clsSyncableRS_ADO, ExtraTrailingFieldsOfTheDesktopStayUnchanged) {
   MemoryRecordset source = Table({{"X", DataType::BStr, 0}}, {std::string("new")});
   MemoryRecordset target =
       Table({{"X", DataType::BStr, 0}, {"EXTRA", DataType::BStr, 0}}, {std::string("old"), std::string("kept")});
@@ -73,7 +73,7 @@ TEST(clsSyncableRS_ADO, ExtraTrailingFieldsOfTheDesktop_StayUnchanged) {
   EXPECT_EQ(target.FieldValue(1), Value(std::string("kept")));
 }
 
-TEST(clsSyncableRS_ADO, DesktopWithFewerFields_FailsAtTheFirstMissingPosition) {
+TEST(clsSyncableRS_ADO, DesktopWithFewerFieldsFailsAtTheFirstMissingPosition) {
   MemoryRecordset source =
       Table({{"X", DataType::BStr, 0}, {"Y", DataType::BStr, 0}}, {std::string("new"), std::string("y")});
   MemoryRecordset target = Table({{"X", DataType::BStr, 0}}, {std::string("old")});
@@ -83,7 +83,7 @@ TEST(clsSyncableRS_ADO, DesktopWithFewerFields_FailsAtTheFirstMissingPosition) {
   EXPECT_EQ(target.FieldValue(0), Value(std::string("new")));
 }
 
-TEST(clsSyncableRS_ADO, ValueOfAWrongType_RaisesTheRecordsetsError) {
+TEST(clsSyncableRS_ADO, ValueOfAWrongTypeRaisesTheRecordsetsError) {
   MemoryRecordset source = Table({{"X", DataType::BStr, 0}}, {std::string("many")});
   MemoryRecordset target = Table({{"X", DataType::Integer, 0}}, {std::int32_t{1}});
   clsSyncableRS_ADO from = Over(source);
@@ -91,7 +91,7 @@ TEST(clsSyncableRS_ADO, ValueOfAWrongType_RaisesTheRecordsetsError) {
   EXPECT_EQ(ErrorNumberOf([&] { to.copyRecordToNative(from); }), errors::kTypeMismatch);
 }
 
-TEST(clsSyncableRS_ADO, ValueTooLong_RaisesTheRecordsetsError) {
+TEST(clsSyncableRS_ADO, ValueTooLongRaisesTheRecordsetsError) {
   MemoryRecordset source = Table({{"X", DataType::BStr, 0}}, {std::string("abcd")});
   MemoryRecordset target = Table({{"X", DataType::VarWChar, 3}}, {std::string("abc")});
   clsSyncableRS_ADO from = Over(source);
@@ -99,7 +99,7 @@ TEST(clsSyncableRS_ADO, ValueTooLong_RaisesTheRecordsetsError) {
   EXPECT_EQ(ErrorNumberOf([&] { to.copyRecordToNative(from); }), errors::kJetConstraint);
 }
 
-TEST(clsSyncableRS_ADO, FreshlyAddedRow_IsNeitherDeletedNorModified) {
+TEST(clsSyncableRS_ADO, FreshlyAddedRowIsNeitherDeletedNorModified) {
   MemoryRecordset rows = Table({{"X", DataType::BStr, 0}}, {std::string("a")});
   const clsSyncableRS_ADO side = Over(rows);
   rows.AddNew();
@@ -107,7 +107,7 @@ TEST(clsSyncableRS_ADO, FreshlyAddedRow_IsNeitherDeletedNorModified) {
   EXPECT_FALSE(side.RecordIsModified());
 }
 
-TEST(clsSyncableRS_ADO, KeyTexts_AreEmptyForAnyArgument) {
+TEST(clsSyncableRS_ADO, KeyTextsAreEmptyForAnyArgument) {
   MemoryRecordset rows = Table({{"KY_RECID", DataType::BStr, 0}}, {std::string("a")});
   clsSyncableRS_ADO side = Over(rows);
   side.keyInfo(MakeKeyInfo("brnd_Fuel"));
@@ -115,11 +115,11 @@ TEST(clsSyncableRS_ADO, KeyTexts_AreEmptyForAnyArgument) {
   EXPECT_EQ(side.keyPrintableString(rows), "");
 }
 
-TEST(clsSyncableRS_ADO, Name_IsEmpty) {
+TEST(clsSyncableRS_ADO, NameIsEmpty) {
   EXPECT_EQ(clsSyncableRS_ADO().name(), "");
 }
 
-TEST(clsSyncableRS_ADO, KeyInfo_IsHandedBack) {
+TEST(clsSyncableRS_ADO, KeyInfoIsHandedBack) {
   clsSyncableRS_ADO side;
   EXPECT_EQ(side.keyInfo(), nullptr);
   std::unique_ptr<IKeyInfo> key = MakeKeyInfo("brnd_Fuel");
@@ -128,18 +128,18 @@ TEST(clsSyncableRS_ADO, KeyInfo_IsHandedBack) {
   EXPECT_EQ(side.keyInfo(), given);
 }
 
-TEST(clsSyncableRS_ADO, SyncableFields_AreAllFields) {
+TEST(clsSyncableRS_ADO, SyncableFieldsAreAllFields) {
   MemoryRecordset rows({{"X", DataType::BStr, 0}, {"_M", DataType::Boolean, 0}});
   EXPECT_EQ(Over(rows).nSyncableFields(), 2);
 }
 
-TEST(clsSyncableRS_ADO, BeforeSetADORS_SyncableFieldsAndRecordsetFail) {
+TEST(clsSyncableRS_ADO, BeforeSetADORSSyncableFieldsAndRecordsetFail) {
   const clsSyncableRS_ADO side;
   EXPECT_EQ(ErrorNumberOf([&] { side.nSyncableFields(); }), errors::kObjectNotSet);
   EXPECT_EQ(ErrorNumberOf([&] { side.adors(); }), errors::kObjectNotSet);
 }
 
-TEST(clsSyncableRS_ADO, StoreOperations_LeaveTheRecordsetAsItIs) {
+TEST(clsSyncableRS_ADO, StoreOperationsLeaveTheRecordsetAsItIs) {
   MemoryRecordset rows = Table({{"X", DataType::BStr, 0}}, {std::string("a")});
   clsSyncableRS_ADO side = Over(rows);
   side.createDB("x.pdb", rows);

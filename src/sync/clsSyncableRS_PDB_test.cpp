@@ -114,14 +114,14 @@ std::string FieldsText(const Recordset& rows) {
 
 // ---- Reading a table
 
-TEST_F(PdbSide, EveryKnownFieldType_HasItsRecordsetType) {
+TEST_F(PdbSide, EveryKnownFieldTypeHasItsRecordsetType) {
   NewTable({{"A", 1}, {"B", 2}, {"C", 3}, {"D", 4}, {"E", 5}, {"F", 6}, {"G", 7}, {"H", 8}, {"I", 9}})->CloseDatabase();
   const clsSyncableRS_PDB& side = Loaded();
   EXPECT_EQ(FieldsText(side.adors()), "A:17 B:2 C:3 D:4 E:8 F:11 G:7 H:5 I:6 _D:11 _M:11 ");
   EXPECT_EQ(side.nSyncableFields(), 9);
 }
 
-TEST_F(PdbSide, ValuesOfEveryType_AreReadFromTheRecord) {
+TEST_F(PdbSide, ValuesOfEveryTypeAreReadFromTheRecord) {
   const auto table =
       NewTable({{"A", 1}, {"B", 2}, {"C", 3}, {"D", 4}, {"E", 5}, {"F", 6}, {"G", 7}, {"H", 8}, {"I", 9}});
   Append(*table, FromHex("FF | FF FE | 00 00 00 07 | 3F C0 00 00 | 61 C3 A9 00 | 01 | 7F E8 17 8A |"
@@ -175,7 +175,7 @@ INSTANTIATE_TEST_SUITE_P(Attributes, PdbFlags,
                                            FlagCase{kRecordModified, false, true},
                                            FlagCase{kRecordDeleted, true, false}, FlagCase{0xC0, true, true}));
 
-TEST_F(PdbSide, OverwritePda_LeavesTheRecordsetWithFieldsButWithoutRows) {
+TEST_F(PdbSide, OverwritePdaLeavesTheRecordsetWithFieldsButWithoutRows) {
   mode_ = RunMode::OverwritePda;
   WriteRecords(16);
   const clsSyncableRS_PDB& side = Loaded();
@@ -184,19 +184,19 @@ TEST_F(PdbSide, OverwritePda_LeavesTheRecordsetWithFieldsButWithoutRows) {
   EXPECT_EQ(progress_, 0U);
 }
 
-TEST_F(PdbSide, OverwritePc_LoadsTheRowsAsSynchronizeDoes) {
+TEST_F(PdbSide, OverwritePcLoadsTheRowsAsSynchronizeDoes) {
   mode_ = RunMode::OverwritePc;
   WriteRecords(3);
   EXPECT_EQ(Loaded().adors().RecordCount(), 3);
 }
 
-TEST_F(PdbSide, SixteenRecords_ReportProgressSixteenTimes) {
+TEST_F(PdbSide, SixteenRecordsReportProgressSixteenTimes) {
   WriteRecords(16);
   Loaded();
   EXPECT_EQ(progress_, 16U);
 }
 
-TEST_F(PdbSide, RecordCountThatIsNoMultipleOfEight_NeverReportsProgress) {
+TEST_F(PdbSide, RecordCountThatIsNoMultipleOfEightNeverReportsProgress) {
   for (const std::int32_t count : {1, 4, 12, 15, 17}) {
     WriteRecords(count);
     Loaded();
@@ -204,7 +204,7 @@ TEST_F(PdbSide, RecordCountThatIsNoMultipleOfEight_NeverReportsProgress) {
   }
 }
 
-TEST_F(PdbSide, EmptyTable_HasFieldsAndNoRows) {
+TEST_F(PdbSide, EmptyTableHasFieldsAndNoRows) {
   WriteRecords(0);
   const clsSyncableRS_PDB& side = Loaded();
   EXPECT_EQ(side.adors().Fields().size(), 4U);
@@ -212,7 +212,7 @@ TEST_F(PdbSide, EmptyTable_HasFieldsAndNoRows) {
   EXPECT_TRUE(side.adors().Eof());
 }
 
-TEST_F(PdbSide, Loading_LeavesTheFileClosedAndUntouched) {
+TEST_F(PdbSide, LoadingLeavesTheFileClosedAndUntouched) {
   WriteRecords(2);
   const std::string path = folder_ + "\\" + kTable;
   const Bytes before = files_.Content(path);
@@ -223,7 +223,7 @@ TEST_F(PdbSide, Loading_LeavesTheFileClosedAndUntouched) {
   EXPECT_EQ(files_.Writes(), writes);
 }
 
-TEST_F(PdbSide, UnknownFieldType_IsReportedAndLeftOutButCounted) {
+TEST_F(PdbSide, UnknownFieldTypeIsReportedAndLeftOutButCounted) {
   mode_ = RunMode::OverwritePda;
   NewTable({{"A", 3}, {"X", 12}, {"B", 5}, {"Y", 0}})->CloseDatabase();
   const clsSyncableRS_PDB& side = Loaded();
@@ -232,7 +232,7 @@ TEST_F(PdbSide, UnknownFieldType_IsReportedAndLeftOutButCounted) {
   EXPECT_EQ(side.nSyncableFields(), 4);
 }
 
-TEST_F(PdbSide, FieldsBehindAnUnknownType_AreAssignedOnePlaceOff) {
+TEST_F(PdbSide, FieldsBehindAnUnknownTypeAreAssignedOnePlaceOff) {
   const auto table = NewTable({{"A", 5}, {"X", 12}, {"B", 5}, {"C", 6}});
   Append(*table, FromHex("61 00 | 31 00 | FF"));
   table->CloseDatabase();
@@ -245,7 +245,7 @@ TEST_F(PdbSide, FieldsBehindAnUnknownType_AreAssignedOnePlaceOff) {
   EXPECT_TRUE(side.RecordIsDeleted());          // C's FF
 }
 
-TEST_F(PdbSide, MissingFile_GivesARecordsetWithoutFields) {
+TEST_F(PdbSide, MissingFileGivesARecordsetWithoutFields) {
   const clsSyncableRS_PDB& side = Loaded();
   EXPECT_TRUE(side.adors().Fields().empty());
   EXPECT_EQ(side.adors().RecordCount(), 0);
@@ -262,7 +262,7 @@ class PdbWithoutMark : public PdbSide {
   }
 };
 
-TEST_F(PdbWithoutMark, WithRecords_StopsBecauseThereIsNoFlagToSet) {
+TEST_F(PdbWithoutMark, WithRecordsStopsBecauseThereIsNoFlagToSet) {
   WriteTableWithoutMark(1);
   for (const RunMode mode : {RunMode::Synchronize, RunMode::OverwritePc}) {
     mode_ = mode;
@@ -271,30 +271,30 @@ TEST_F(PdbWithoutMark, WithRecords_StopsBecauseThereIsNoFlagToSet) {
   }
 }
 
-TEST_F(PdbWithoutMark, WithRecordsInOverwritePda_GoesOn) {
+TEST_F(PdbWithoutMark, WithRecordsInOverwritePdaGoesOn) {
   WriteTableWithoutMark(1);
   mode_ = RunMode::OverwritePda;
   EXPECT_TRUE(Loaded().adors().Fields().empty());
 }
 
-TEST_F(PdbWithoutMark, WithoutRecords_GoesOn) {
+TEST_F(PdbWithoutMark, WithoutRecordsGoesOn) {
   WriteTableWithoutMark(0);
   EXPECT_TRUE(Loaded().adors().Fields().empty());
 }
 
-TEST_F(PdbSide, RecordThatEndsBeforeItsFields_RaisesTheStreamsError) {
+TEST_F(PdbSide, RecordThatEndsBeforeItsFieldsRaisesTheStreamsError) {
   const auto table = NewTable({{"NB_MILES", 3}});
   Append(*table, FromHex("00 01"));
   table->CloseDatabase();
   EXPECT_EQ(ErrorNumberOf([&] { Loaded(); }), errors::kSubscriptOutOfRange);
 }
 
-TEST_F(PdbSide, FieldCalledLikeAFlag_IsRefused) {
+TEST_F(PdbSide, FieldCalledLikeAFlagIsRefused) {
   NewTable({{"_D", 6}})->CloseDatabase();
   EXPECT_EQ(ErrorNumberOf([&] { Loaded(); }), errors::kObjectInCollection);
 }
 
-TEST_F(PdbSide, CreateADORSAgain_BuildsANewRecordset) {
+TEST_F(PdbSide, CreateADORSAgainBuildsANewRecordset) {
   WriteRecords(2);
   clsSyncableRS_PDB& side = Loaded();
   side.adors().Delete();
@@ -304,7 +304,7 @@ TEST_F(PdbSide, CreateADORSAgain_BuildsANewRecordset) {
 
 // ---- Names
 
-TEST_F(PdbSide, FileName_LosesItsFolderItsBlanksAndItsLastFourCharacters) {
+TEST_F(PdbSide, FileNameLosesItsFolderItsBlanksAndItsLastFourCharacters) {
   WriteRecords(1);
   for (const char* name : {"brnd_Fuel.pdb", "D:\\else.where\\brnd_Fuel.pdb", "  brnd_Fuel.pdb ", "brnd_Fuel.xyz"}) {
     clsSyncableRS_PDB side(context_);
@@ -315,14 +315,14 @@ TEST_F(PdbSide, FileName_LosesItsFolderItsBlanksAndItsLastFourCharacters) {
   }
 }
 
-TEST_F(PdbSide, FileNameShorterThanAnExtension_NamesNoTable) {
+TEST_F(PdbSide, FileNameShorterThanAnExtensionNamesNoTable) {
   clsSyncableRS_PDB side(context_);
   side.name("x");
   side.createADORS();
   EXPECT_TRUE(side.adors().Fields().empty());
 }
 
-TEST_F(PdbSide, FolderAtTheTimeOfTheCall_IsTheOneThatCounts) {
+TEST_F(PdbSide, FolderAtTheTimeOfTheCallIsTheOneThatCounts) {
   WriteRecords(1);
   clsSyncableRS_PDB side(context_);
   side.name(kTable);
@@ -334,7 +334,7 @@ TEST_F(PdbSide, FolderAtTheTimeOfTheCall_IsTheOneThatCounts) {
   EXPECT_EQ(side.adors().RecordCount(), 1);
 }
 
-TEST_F(PdbSide, FoldersWithAndWithoutDotsAndSeparators_AllWork) {
+TEST_F(PdbSide, FoldersWithAndWithoutDotsAndSeparatorsAllWork) {
   for (const char* folder :
        {"C:\\plain", "C:\\with.dot", "C:\\plain\\", "C:\\with.dot\\", "C:/with.dot/sub", "C:\\.x"}) {
     files_.CreateFolders(folder);
@@ -347,7 +347,7 @@ TEST_F(PdbSide, FoldersWithAndWithoutDotsAndSeparators_AllWork) {
 
 // ---- Flags and key without a table
 
-TEST_F(PdbSide, BeforeCreateADORS_TheFlagsRaiseTheirOwnError) {
+TEST_F(PdbSide, BeforeCreateADORSTheFlagsRaiseTheirOwnError) {
   const clsSyncableRS_PDB side(context_);
   const Error deleted = ErrorOf([&] { side.RecordIsDeleted(); });
   EXPECT_EQ(deleted.Number(), -2);
@@ -360,7 +360,7 @@ TEST_F(PdbSide, BeforeCreateADORS_TheFlagsRaiseTheirOwnError) {
   EXPECT_EQ(ErrorNumberOf([&] { side.adors(); }), errors::kObjectNotSet);
 }
 
-TEST_F(PdbSide, KeyTexts_AreBothTheCriterion) {
+TEST_F(PdbSide, KeyTextsAreBothTheCriterion) {
   WriteRecords(1);
   clsSyncableRS_PDB& side = Loaded();
   side.keyInfo(MakeKeyInfo("brnd_Fuel"));
@@ -368,13 +368,13 @@ TEST_F(PdbSide, KeyTexts_AreBothTheCriterion) {
   EXPECT_EQ(side.keyPrintableString(side.adors()), "KY_RECID='a'");
 }
 
-TEST_F(PdbSide, KeyInfo_IsNotHandedBack) {
+TEST_F(PdbSide, KeyInfoIsNotHandedBack) {
   clsSyncableRS_PDB side(context_);
   side.keyInfo(MakeKeyInfo("brnd_Fuel"));
   EXPECT_EQ(side.keyInfo(), nullptr);
 }
 
-TEST_F(PdbSide, KeyCriteriaWithoutAKey_Fails) {
+TEST_F(PdbSide, KeyCriteriaWithoutAKeyFails) {
   WriteRecords(1);
   const clsSyncableRS_PDB& side = Loaded();
   EXPECT_EQ(ErrorNumberOf([&] { side.keyCriteria(side.adors()); }), errors::kObjectNotSet);
@@ -382,7 +382,7 @@ TEST_F(PdbSide, KeyCriteriaWithoutAKey_Fails) {
 
 // ---- Type codes
 
-TEST(adoTypeToPDBType, KnownTypes_MapAsHandheldsExpect) {
+TEST(adoTypeToPDBType, KnownTypesMapAsHandheldsExpect) {
   const std::vector<std::pair<std::int32_t, std::int32_t>> expected = {{17, 1},  {129, 1}, {2, 2},   {3, 3},  {4, 4},
                                                                        {8, 5},   {202, 5}, {203, 5}, {11, 6}, {7, 7},
                                                                        {133, 7}, {135, 7}, {5, 8},   {6, 9}};
@@ -391,7 +391,7 @@ TEST(adoTypeToPDBType, KnownTypes_MapAsHandheldsExpect) {
   }
 }
 
-TEST(adoTypeToPDBType, EveryOtherType_RaisesMinusOneWithItsCode) {
+TEST(adoTypeToPDBType, EveryOtherTypeRaisesMinusOneWithItsCode) {
   for (const std::int32_t type : {0, 72, 128, 130, 131, 204, 205}) {
     const Error error = ErrorOf([&] { clsSyncableRS_PDB::adoTypeToPDBType(static_cast<DataType>(type)); });
     EXPECT_EQ(error.Number(), -1);
@@ -402,7 +402,7 @@ TEST(adoTypeToPDBType, EveryOtherType_RaisesMinusOneWithItsCode) {
 
 // ---- Writing a table
 
-TEST_F(PdbSide, OutputOfOneRecord_IsThisFile) {
+TEST_F(PdbSide, OutputOfOneRecordIsThisFile) {
   MemoryRecordset rows =
       OneRow({{"ID", DataType::Integer, 0}, {"Name", DataType::VarWChar, 10}}, {std::int32_t{7}, std::string("ab")});
   Bytes expected = FromHex(
@@ -426,7 +426,7 @@ TEST_F(PdbSide, OutputOfOneRecord_IsThisFile) {
   EXPECT_EQ(ToHex(file), ToHex(expected));
 }
 
-TEST_F(PdbSide, OutputWithoutRecords_IsHeaderAndFields) {
+TEST_F(PdbSide, OutputWithoutRecordsIsHeaderAndFields) {
   const MemoryRecordset rows({{"ID", DataType::Integer, 0}, {"Name", DataType::VarWChar, 10}});
   clsSyncableRS_PDB output(context_);
   output.createDB(kTable, rows);
@@ -436,7 +436,7 @@ TEST_F(PdbSide, OutputWithoutRecords_IsHeaderAndFields) {
   EXPECT_EQ(files_.Content(folder_ + "\\" + kTable).size(), 78U + 321U);
 }
 
-TEST_F(PdbSide, EveryType_IsWrittenByItsValue) {
+TEST_F(PdbSide, EveryTypeIsWrittenByItsValue) {
   MemoryRecordset rows = OneRow({{"A", DataType::UnsignedTinyInt, 0},
                                  {"B", DataType::SmallInt, 0},
                                  {"C", DataType::Integer, 0},
@@ -458,7 +458,7 @@ TEST_F(PdbSide, EveryType_IsWrittenByItsValue) {
             "C0 04 00 00 00 00 00 00 FF FF FF FF FF FF FF FF");
 }
 
-TEST_F(PdbSide, NullOfEveryType_IsWrittenAsItsZero) {
+TEST_F(PdbSide, NullOfEveryTypeIsWrittenAsItsZero) {
   MemoryRecordset rows = OneRow({{"A", DataType::UnsignedTinyInt, 0},
                                  {"B", DataType::SmallInt, 0},
                                  {"C", DataType::Integer, 0},
@@ -474,27 +474,27 @@ TEST_F(PdbSide, NullOfEveryType_IsWrittenAsItsZero) {
             "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00");
 }
 
-TEST_F(PdbSide, LastFieldOfOneByte_IsKept) {
+TEST_F(PdbSide, LastFieldOfOneByteIsKept) {
   MemoryRecordset rows = OneRow({{"ID", DataType::Integer, 0}, {"ON", DataType::Boolean, 0}}, {std::int32_t{7}, true});
   EXPECT_EQ(RecordOf(rows), "00 00 00 07 FF");
 }
 
-TEST_F(PdbSide, CharField_IsWrittenAsTheByteItReadsAs) {
+TEST_F(PdbSide, CharFieldIsWrittenAsTheByteItReadsAs) {
   MemoryRecordset rows = OneRow({{"A", DataType::Char, 3}}, {std::string("200")});
   EXPECT_EQ(RecordOf(rows), "C8");
 }
 
-TEST_F(PdbSide, CharFieldThatIsNoNumber_RaisesATypeMismatch) {
+TEST_F(PdbSide, CharFieldThatIsNoNumberRaisesATypeMismatch) {
   MemoryRecordset rows = OneRow({{"A", DataType::Char, 1}}, {std::string("x")});
   EXPECT_EQ(ErrorNumberOf([&] { OutputOf(rows); }), errors::kTypeMismatch);
 }
 
-TEST_F(PdbSide, CharacterOutsideTheCodePage_IsWrittenAsAQuestionMark) {
+TEST_F(PdbSide, CharacterOutsideTheCodePageIsWrittenAsAQuestionMark) {
   MemoryRecordset rows = OneRow({{"A", DataType::VarWChar, 0}}, {std::string("\xE2\x82\xAC\xD0\x96\xF0\x9F\x9A\x97")});
   EXPECT_EQ(RecordOf(rows), "80 3F 3F 00");
 }
 
-TEST_F(PdbSide, WrittenRecord_HasNoFlags) {
+TEST_F(PdbSide, WrittenRecordHasNoFlags) {
   const auto table = NewTable({{"KY_RECID", 5}});
   Append(*table, FromHex("61 00"), kRecordModified);
   table->CloseDatabase();
@@ -508,7 +508,7 @@ TEST_F(PdbSide, WrittenRecord_HasNoFlags) {
   EXPECT_EQ(files_.Content(folder_ + "\\out.pdb")[82], 0);
 }
 
-TEST_F(PdbSide, FlagFieldsOfTheTemplate_AreNotDefinedButCounted) {
+TEST_F(PdbSide, FlagFieldsOfTheTemplateAreNotDefinedButCounted) {
   const MemoryRecordset rows(
       {{"_M", DataType::Boolean, 0}, {"ID", DataType::Integer, 0}, {"_D", DataType::Boolean, 0}});
   clsSyncableRS_PDB output(context_);
@@ -517,7 +517,7 @@ TEST_F(PdbSide, FlagFieldsOfTheTemplate_AreNotDefinedButCounted) {
   EXPECT_EQ(FieldsText(Loaded().adors()), "ID:3 _D:11 _M:11 ");
 }
 
-TEST_F(PdbSide, TemplateFieldOfAnUnknownType_RaisesAndWritesNothing) {
+TEST_F(PdbSide, TemplateFieldOfAnUnknownTypeRaisesAndWritesNothing) {
   const MemoryRecordset rows({{"ID", DataType::Integer, 0}, {"G", DataType::Guid, 0}});
   clsSyncableRS_PDB output(context_);
   const Error error = ErrorOf([&] { output.createDB(kTable, rows); });
@@ -526,7 +526,7 @@ TEST_F(PdbSide, TemplateFieldOfAnUnknownType_RaisesAndWritesNothing) {
   EXPECT_FALSE(files_.FileExists(folder_ + "\\" + kTable));
 }
 
-TEST_F(PdbSide, DeviceTableNarrowerThanTheDesktops_ReadsOnIntoItsFlagsThenFails) {
+TEST_F(PdbSide, DeviceTableNarrowerThanTheDesktopsReadsOnIntoItsFlagsThenFails) {
   const auto table = NewTable({{"KY_RECID", 5}});
   Append(*table, FromHex("61 00"), kRecordModified);
   table->CloseDatabase();
@@ -551,7 +551,7 @@ TEST_F(PdbSide, DeviceTableNarrowerThanTheDesktops_ReadsOnIntoItsFlagsThenFails)
   EXPECT_EQ(ErrorNumberOf([&] { wider.copyRecordToNative(device); }), errors::kItemNotFound);
 }
 
-TEST_F(PdbSide, OpenDBOfAMissingFile_FailsAtTheFirstRecord) {
+TEST_F(PdbSide, OpenDBOfAMissingFileFailsAtTheFirstRecord) {
   MemoryRecordset rows = OneRow({{"ID", DataType::Integer, 0}}, {std::int32_t{7}});
   clsSyncableRS_ADO source;
   source.SetADORS(rows);
@@ -561,14 +561,14 @@ TEST_F(PdbSide, OpenDBOfAMissingFile_FailsAtTheFirstRecord) {
   EXPECT_EQ(ErrorNumberOf([&] { output.copyRecordToNative(source); }), errors::kSubscriptOutOfRange);
 }
 
-TEST_F(PdbSide, OutputFolderThatIsMissing_RaisesTheFilesError) {
+TEST_F(PdbSide, OutputFolderThatIsMissingRaisesTheFilesError) {
   folder_ = "C:\\nowhere";
   const MemoryRecordset rows({{"ID", DataType::Integer, 0}});
   clsSyncableRS_PDB output(context_);
   EXPECT_EQ(ErrorNumberOf([&] { output.createDB(kTable, rows); }), errors::kPathNotFound);
 }
 
-TEST_F(PdbSide, WrittenTable_ReadsBackAsItWas) {
+TEST_F(PdbSide, WrittenTableReadsBackAsItWas) {
   MemoryRecordset rows =
       OneRow({{"A", DataType::VarWChar, 0}, {"B", DataType::Double, 0}, {"C", DataType::Date, 0}},
              {std::string("\xC3\xA9t\xC3\xA9 \xE2\x82\xAC"), 0.1, *DateFromIso("2026-11-21T14:05:09")});
@@ -581,7 +581,7 @@ TEST_F(PdbSide, WrittenTable_ReadsBackAsItWas) {
 
 // ---- The merge over real table files
 
-TEST_F(PdbSide, MergeOfATable_KeepsBothSidesInStep) {
+TEST_F(PdbSide, MergeOfATableKeepsBothSidesInStep) {
   const auto table = NewTable({{"KY_RECID", 5}, {"NB_MILES", 3}});
   Append(*table, FromHex("61 00 | 00 00 00 01"));                   // unchanged, desktop wins
   Append(*table, FromHex("62 00 | 00 00 00 02"), kRecordModified);  // edited on the handheld

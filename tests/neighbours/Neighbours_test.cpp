@@ -89,7 +89,7 @@ bool MayHold(const TempFolder& folder, const std::string& how) {
   return Neighbour(folder, how, "x.mdb").Holds();
 }
 
-TEST_F(Neighbours, DatabaseHeldExclusively_IsInUse) {
+TEST_F(Neighbours, DatabaseHeldExclusivelyIsInUse) {
   {
     const Neighbour holder(folder_, "exclusive", "x.mdb");
     ASSERT_TRUE(holder.Holds());
@@ -99,7 +99,7 @@ TEST_F(Neighbours, DatabaseHeldExclusively_IsInUse) {
   ExpectFree();
 }
 
-TEST_F(Neighbours, DatabaseWithLockedBytes_IsInUse) {
+TEST_F(Neighbours, DatabaseWithLockedBytesIsInUse) {
   for (const std::string range : {"0,1", "4096,4096", "268435457,1"}) {
     SCOPED_TRACE(range);
     {
@@ -112,14 +112,14 @@ TEST_F(Neighbours, DatabaseWithLockedBytes_IsInUse) {
   }
 }
 
-TEST_F(Neighbours, DatabaseThatIsRead_IsReadByOthersAndNotWritten) {
+TEST_F(Neighbours, DatabaseThatIsReadIsReadByOthersAndNotWritten) {
   const Neighbour reader(folder_, "reading", "x.mdb");
   ASSERT_TRUE(reader.Holds());
   EXPECT_NO_THROW(Open(Mode::ReadOnly));
   ExpectInUse(Mode::ReadWrite);
 }
 
-TEST_F(Neighbours, UserLocksOfTheEngineOnTheLockFile_MeanInUse) {
+TEST_F(Neighbours, UserLocksOfTheEngineOnTheLockFileMeanInUse) {
   folder_.Write("x.ldb", std::string(64, '\0'));
   // The first and the last of 255 users.
   for (const std::string range : {"268435457,1", "268435711,1"}) {
@@ -134,7 +134,7 @@ TEST_F(Neighbours, UserLocksOfTheEngineOnTheLockFile_MeanInUse) {
   }
 }
 
-TEST_F(Neighbours, OtherLocksOnTheLockFile_MeanNothing) {
+TEST_F(Neighbours, OtherLocksOnTheLockFileMeanNothing) {
   folder_.Write("x.ldb", std::string(64, '\0'));
   for (const std::string range : {"268435456,1", "268435712,1"}) {
     SCOPED_TRACE(range);
@@ -144,13 +144,13 @@ TEST_F(Neighbours, OtherLocksOnTheLockFile_MeanNothing) {
   }
 }
 
-TEST_F(Neighbours, StaleLockFile_IsNoReasonToRefuseAndStays) {
+TEST_F(Neighbours, StaleLockFileIsNoReasonToRefuseAndStays) {
   folder_.Write("x.ldb", std::string(64, '\0'));
   ExpectFree();
   EXPECT_TRUE(folder_.Has("x.ldb"));
 }
 
-TEST_F(Neighbours, WhileWriting_NobodyElseOpensItForWritingOrLocksBytes) {
+TEST_F(Neighbours, WhileWritingNobodyElseOpensItForWritingOrLocksBytes) {
   const auto database = Open(Mode::ReadWrite);
   for (int round = 0; round < 2; ++round) {
     SCOPED_TRACE(round == 0 ? "before the commit" : "after it");
@@ -162,14 +162,14 @@ TEST_F(Neighbours, WhileWriting_NobodyElseOpensItForWritingOrLocksBytes) {
   }
 }
 
-TEST_F(Neighbours, WhileReading_OthersMayReadButNotWrite) {
+TEST_F(Neighbours, WhileReadingOthersMayReadButNotWrite) {
   const auto database = Open(Mode::ReadOnly);
   EXPECT_TRUE(MayHold(folder_, "reading"));
   EXPECT_FALSE(MayHold(folder_, "exclusive"));
   EXPECT_FALSE(MayHold(folder_, "0,1"));
 }
 
-TEST_F(Neighbours, Closing_LeavesTheFileFreeAndNothingBesideIt) {
+TEST_F(Neighbours, ClosingLeavesTheFileFreeAndNothingBesideIt) {
   {
     const auto database = Open(Mode::ReadWrite);
     database->OpenTable("T").Insert({"two"});
@@ -180,7 +180,7 @@ TEST_F(Neighbours, Closing_LeavesTheFileFreeAndNothingBesideIt) {
   EXPECT_EQ(files_->List(folder_.Path()).size(), 1U);
 }
 
-TEST_F(Neighbours, RefusedOpening_LeavesTheFileFreeAndNothingBesideIt) {
+TEST_F(Neighbours, RefusedOpeningLeavesTheFileFreeAndNothingBesideIt) {
   {
     const auto file =
         files_->Open(path_, platform::Access::ReadWrite, platform::Disposition::OpenExisting, platform::Sharing::None);
@@ -195,7 +195,7 @@ TEST_F(Neighbours, RefusedOpening_LeavesTheFileFreeAndNothingBesideIt) {
   EXPECT_EQ(files_->List(folder_.Path()).size(), 1U);
 }
 
-TEST_F(Neighbours, FailedCommit_LeavesTheFileHeldUntilItIsClosedAndNothingBesideIt) {
+TEST_F(Neighbours, FailedCommitLeavesTheFileHeldUntilItIsClosedAndNothingBesideIt) {
   {
     // Something of the name that the new file needs is in the way.
     std::filesystem::create_directory(std::filesystem::path(folder_.Path()) / "x.mdb.writing");
@@ -210,7 +210,7 @@ TEST_F(Neighbours, FailedCommit_LeavesTheFileHeldUntilItIsClosedAndNothingBeside
   EXPECT_EQ(files_->List(folder_.Path()).size(), 1U);
 }
 
-TEST_F(Neighbours, NameWithBlanksAndOtherLetters_IsOpenedAndCommitted) {
+TEST_F(Neighbours, NameWithBlanksAndOtherLettersIsOpenedAndCommitted) {
   const std::string path = folder_.File("my caf\xC3\xA9 \xF0\x9F\x9A\x97 db.mdb");
   files_->CopyWhole(path_, path);
   const auto database = Database::Open(*files_, path, Mode::ReadWrite);

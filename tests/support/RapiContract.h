@@ -58,22 +58,22 @@ class RapiContract : public ::testing::Test {
 
 TYPED_TEST_SUITE_P(RapiContract);
 
-TYPED_TEST_P(RapiContract, Connection_IsUpAfterTheWait) {
+TYPED_TEST_P(RapiContract, ConnectionIsUpAfterTheWait) {
   EXPECT_EQ(this->Connect(), 0);
 }
 
-TYPED_TEST_P(RapiContract, WithoutAConnection_CallsFailInTheTransport) {
+TYPED_TEST_P(RapiContract, WithoutAConnectionCallsFailInTheTransport) {
   EXPECT_EQ(this->OpenForRead(this->kPath), kInvalidRapiHandle);
   EXPECT_NE(this->rapi_.CeRapiGetError(), 0);
 }
 
-TYPED_TEST_P(RapiContract, UploadedFile_ReadsBack) {
+TYPED_TEST_P(RapiContract, UploadedFileReadsBack) {
   this->Connect();
   this->Upload(this->kPath, {1, 0, 255});
   EXPECT_EQ(this->Download(this->kPath), (Bytes{1, 0, 255}));
 }
 
-TYPED_TEST_P(RapiContract, WritesInARow_AreAppended) {
+TYPED_TEST_P(RapiContract, WritesInARowAreAppended) {
   this->Connect();
   const RapiHandle file = this->OpenForUpload(this->kPath);
   std::uint32_t written = 0;
@@ -83,7 +83,7 @@ TYPED_TEST_P(RapiContract, WritesInARow_AreAppended) {
   EXPECT_EQ(this->Download(this->kPath), (Bytes{1, 2, 3}));
 }
 
-TYPED_TEST_P(RapiContract, ReadsInARow_GoOnWhereTheLastStopped) {
+TYPED_TEST_P(RapiContract, ReadsInARowGoOnWhereTheLastStopped) {
   this->Connect();
   this->Upload(this->kPath, {1, 2, 3});
   const RapiHandle file = this->OpenForRead(this->kPath);
@@ -97,14 +97,14 @@ TYPED_TEST_P(RapiContract, ReadsInARow_GoOnWhereTheLastStopped) {
   EXPECT_EQ(rest, Bytes{3});
 }
 
-TYPED_TEST_P(RapiContract, ShorterUpload_ReplacesTheWholeFile) {
+TYPED_TEST_P(RapiContract, ShorterUploadReplacesTheWholeFile) {
   this->Connect();
   this->Upload(this->kPath, {1, 2, 3, 4});
   this->Upload(this->kPath, {9});
   EXPECT_EQ(this->Download(this->kPath), Bytes{9});
 }
 
-TYPED_TEST_P(RapiContract, MissingFile_IsRefusedByTheDevice) {
+TYPED_TEST_P(RapiContract, MissingFileIsRefusedByTheDevice) {
   this->Connect();
   EXPECT_EQ(this->rapi_.CeFindFirstFile(this->kPath), kInvalidRapiHandle);
   EXPECT_EQ(this->rapi_.CeRapiGetError(), 0);
@@ -112,7 +112,7 @@ TYPED_TEST_P(RapiContract, MissingFile_IsRefusedByTheDevice) {
   EXPECT_EQ(this->rapi_.CeRapiGetError(), 0);
 }
 
-TYPED_TEST_P(RapiContract, ExistingFile_IsFoundWithoutRegardToCase) {
+TYPED_TEST_P(RapiContract, ExistingFileIsFoundWithoutRegardToCase) {
   this->Connect();
   this->Upload(this->kPath, {1});
   const RapiHandle found = this->rapi_.CeFindFirstFile("\\MOTORVA\\A.PDB");
@@ -120,19 +120,19 @@ TYPED_TEST_P(RapiContract, ExistingFile_IsFoundWithoutRegardToCase) {
   EXPECT_NE(this->rapi_.CeFindClose(found), 0);
 }
 
-TYPED_TEST_P(RapiContract, SizeOfAFile_IsItsBytes) {
+TYPED_TEST_P(RapiContract, SizeOfAFileIsItsBytes) {
   this->Connect();
   this->Upload(this->kPath, Bytes(70000, 1));
   EXPECT_EQ(this->rapi_.CeGetFileSize(this->OpenForRead(this->kPath)), 70000U);
 }
 
-TYPED_TEST_P(RapiContract, EmptyUpload_IsAnEmptyFile) {
+TYPED_TEST_P(RapiContract, EmptyUploadIsAnEmptyFile) {
   this->Connect();
   this->rapi_.CeCloseHandle(this->OpenForUpload(this->kPath));
   EXPECT_EQ(this->rapi_.CeGetFileSize(this->OpenForRead(this->kPath)), 0U);
 }
 
-TYPED_TEST_P(RapiContract, InvalidHandle_IsRefusedByEveryCall) {
+TYPED_TEST_P(RapiContract, InvalidHandleIsRefusedByEveryCall) {
   this->Connect();
   Bytes buffer(1);
   std::uint32_t count = 0;
@@ -152,10 +152,10 @@ TYPED_TEST_P(RapiContract, HandlesEndWithTheConnection) {
   EXPECT_EQ(this->rapi_.CeGetFileSize(file), this->kNoFileSize);
 }
 
-REGISTER_TYPED_TEST_SUITE_P(RapiContract, Connection_IsUpAfterTheWait, WithoutAConnection_CallsFailInTheTransport,
-                            UploadedFile_ReadsBack, WritesInARow_AreAppended, ReadsInARow_GoOnWhereTheLastStopped,
-                            ShorterUpload_ReplacesTheWholeFile, MissingFile_IsRefusedByTheDevice,
-                            ExistingFile_IsFoundWithoutRegardToCase, SizeOfAFile_IsItsBytes, EmptyUpload_IsAnEmptyFile,
-                            InvalidHandle_IsRefusedByEveryCall, HandlesEndWithTheConnection);
+REGISTER_TYPED_TEST_SUITE_P(RapiContract, ConnectionIsUpAfterTheWait, WithoutAConnectionCallsFailInTheTransport,
+                            UploadedFileReadsBack, WritesInARowAreAppended, ReadsInARowGoOnWhereTheLastStopped,
+                            ShorterUploadReplacesTheWholeFile, MissingFileIsRefusedByTheDevice,
+                            ExistingFileIsFoundWithoutRegardToCase, SizeOfAFileIsItsBytes, EmptyUploadIsAnEmptyFile,
+                            InvalidHandleIsRefusedByEveryCall, HandlesEndWithTheConnection);
 
 }  // namespace mv::testing

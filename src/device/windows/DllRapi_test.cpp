@@ -90,13 +90,13 @@ class DllRapiTest : public ::testing::Test {
 
 // ---- Loading
 
-TEST_F(DllRapiTest, Library_IsLoadedByTheFirstConnection) {
+TEST_F(DllRapiTest, LibraryIsLoadedByTheFirstConnection) {
   EXPECT_EQ(TestHandheld::LoadedFrom(handheld_.Library()), nullptr);
   connection_.ConnectDevice();
   EXPECT_NE(TestHandheld::LoadedFrom(handheld_.Library()), nullptr);
 }
 
-TEST_F(DllRapiTest, LibraryOnceUsed_StaysLoadedWhenItsUserIsGone) {
+TEST_F(DllRapiTest, LibraryOnceUsedStaysLoadedWhenItsUserIsGone) {
   {
     DllRapi rapi({handheld_.Library()});
     RAPIINIT init{12, 0, 0};
@@ -129,20 +129,20 @@ class BadLibrary : public DllRapiTest {
   static std::int32_t Hresult(std::uint32_t systemError) { return static_cast<std::int32_t>(0x80070000 | systemError); }
 };
 
-TEST_F(BadLibrary, MissingLibrary_IsAFailedConnection) {
+TEST_F(BadLibrary, MissingLibraryIsAFailedConnection) {
   ExpectFailure(handheld_.Temp().Path(), Hresult(ERROR_MOD_NOT_FOUND));
 }
 
-TEST_F(BadLibrary, FileThatIsNoLibrary_IsAFailedConnection) {
+TEST_F(BadLibrary, FileThatIsNoLibraryIsAFailedConnection) {
   handheld_.Temp().Write("rapi.dll", "no library");
   ExpectFailure(handheld_.Temp().Path(), Hresult(ERROR_BAD_EXE_FORMAT));
 }
 
-TEST_F(BadLibrary, LibraryThatLacksAFunction_IsAFailedConnectionAndIsUnloaded) {
+TEST_F(BadLibrary, LibraryThatLacksAFunctionIsAFailedConnectionAndIsUnloaded) {
   ExpectFailure(handheld_.Library() + "\\incomplete", Hresult(ERROR_PROC_NOT_FOUND));
 }
 
-TEST_F(BadLibrary, FailedConnectionWithoutALibrary_IsSixForACopy) {
+TEST_F(BadLibrary, FailedConnectionWithoutALibraryIsSixForACopy) {
   DllRapi rapi({handheld_.Temp().Path()});
   modWinCERAPIConnectionHandler connection(rapi, hooks_);
   modWinCEFileManagement copies(rapi, connection, handheld_.Files(), hooks_);
@@ -150,13 +150,13 @@ TEST_F(BadLibrary, FailedConnectionWithoutALibrary_IsSixForACopy) {
   EXPECT_EQ(copies.CopyFileToDevice(DesktopFile(), kDeviceFile, Overwrite::Yes), DeviceCopyResult::NoConnection);
 }
 
-TEST_F(BadLibrary, NextFolder_IsSearchedAfterAMissingOrUnusableLibrary) {
+TEST_F(BadLibrary, NextFolderIsSearchedAfterAMissingOrUnusableLibrary) {
   DllRapi rapi({handheld_.Temp().Path(), handheld_.Library() + "\\incomplete", handheld_.Library()});
   RAPIINIT init{12, 0, 0};
   EXPECT_EQ(rapi.CeRapiInitEx(init), 0);
 }
 
-TEST_F(BadLibrary, LibraryThatTurnsUpLater_IsFoundByTheNextAttempt) {
+TEST_F(BadLibrary, LibraryThatTurnsUpLaterIsFoundByTheNextAttempt) {
   const std::string folder = handheld_.Temp().Path();
   {
     DllRapi rapi({folder});
@@ -168,7 +168,7 @@ TEST_F(BadLibrary, LibraryThatTurnsUpLater_IsFoundByTheNextAttempt) {
   TestHandheld::Unload(folder);
 }
 
-TEST_F(BadLibrary, CurrentFolder_IsNotSearched) {
+TEST_F(BadLibrary, CurrentFolderIsNotSearched) {
   std::wstring before(::GetCurrentDirectoryW(0, nullptr), L'\0');
   before.resize(::GetCurrentDirectoryW(static_cast<DWORD>(before.size()), before.data()));
   ASSERT_TRUE(::SetCurrentDirectoryW(platform::NativePath(handheld_.Library()).c_str()));
@@ -178,7 +178,7 @@ TEST_F(BadLibrary, CurrentFolder_IsNotSearched) {
   ::SetCurrentDirectoryW(before.c_str());
 }
 
-TEST_F(DllRapiTest, SystemsRemoteApi_IsTheLibraryInTheProgramsFolder) {
+TEST_F(DllRapiTest, SystemsRemoteApiIsTheLibraryInTheProgramsFolder) {
   const std::unique_ptr<Rapi> rapi = MakeSystemRapi(handheld_.Library());
   RAPIINIT init{12, 0, 0};
   EXPECT_EQ(rapi->CeRapiInitEx(init), 0);
@@ -187,42 +187,42 @@ TEST_F(DllRapiTest, SystemsRemoteApi_IsTheLibraryInTheProgramsFolder) {
 
 // ---- Connection
 
-TEST_F(DllRapiTest, Connection_IsOneStartThatStatesTwelveBytes) {
+TEST_F(DllRapiTest, ConnectionIsOneStartThatStatesTwelveBytes) {
   EXPECT_TRUE(connection_.ConnectDevice());
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kConnected}));
 }
 
-TEST_F(DllRapiTest, LibraryThatInsistsOnItsOwnRecordSize_IsStartedOnceMoreWithIt) {
+TEST_F(DllRapiTest, LibraryThatInsistsOnItsOwnRecordSizeIsStartedOnceMoreWithIt) {
   handheld_.Script("size native");
   EXPECT_TRUE(connection_.ConnectDevice());
   EXPECT_EQ(handheld_.Calls(), (Calls{"CeRapiInitEx 12 -> 80070057", "CeRapiInitEx 24 -> 0", kConnected}));
 }
 
-TEST_F(DllRapiTest, LibraryThatInsistsOnTwelveBytes_IsStartedOnce) {
+TEST_F(DllRapiTest, LibraryThatInsistsOnTwelveBytesIsStartedOnce) {
   handheld_.Script("size 12");
   EXPECT_TRUE(connection_.ConnectDevice());
   EXPECT_EQ(handheld_.Count("CeRapiInitEx"), 1U);
 }
 
-TEST_F(DllRapiTest, LibraryThatAcceptsNoSize_IsAFailedConnection) {
+TEST_F(DllRapiTest, LibraryThatAcceptsNoSizeIsAFailedConnection) {
   handheld_.Script("fail CeRapiInitEx 1+ 80070057");
   EXPECT_FALSE(connection_.ConnectDevice());
   EXPECT_EQ(handheld_.Calls(), (Calls{"CeRapiInitEx 12 -> 80070057", "CeRapiInitEx 24 -> 80070057", kUninit}));
 }
 
-TEST_F(DllRapiTest, StartThatFailsOtherwise_IsNotRepeated) {
+TEST_F(DllRapiTest, StartThatFailsOtherwiseIsNotRepeated) {
   handheld_.Script("fail CeRapiInitEx 1 80004005");
   EXPECT_FALSE(connection_.ConnectDevice());
   EXPECT_EQ(handheld_.Calls(), (Calls{"CeRapiInitEx 12 -> 80004005", kUninit}));
 }
 
-TEST_F(DllRapiTest, FailureInTheRecordAtOnce_IsUndoneWithoutWaiting) {
+TEST_F(DllRapiTest, FailureInTheRecordAtOnceIsUndoneWithoutWaiting) {
   handheld_.Script("result-at-once 80004005; signal never");
   EXPECT_FALSE(connection_.ConnectDevice());
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kUninit}));
 }
 
-TEST_F(DllRapiTest, FailureThatTheLibraryReportsLate_IsSeenAfterTheWait) {
+TEST_F(DllRapiTest, FailureThatTheLibraryReportsLateIsSeenAfterTheWait) {
   handheld_.Script("result-late 80004005; signal 50");
   RAPIINIT init{12, 0, 0};
   EXPECT_EQ(rapi_.CeRapiInitEx(init), 0);
@@ -231,14 +231,14 @@ TEST_F(DllRapiTest, FailureThatTheLibraryReportsLate_IsSeenAfterTheWait) {
   EXPECT_EQ(init.hrRapiInit, kFail);
 }
 
-TEST_F(DllRapiTest, FailureThatTheLibraryReportsLate_IsUndone) {
+TEST_F(DllRapiTest, FailureThatTheLibraryReportsLateIsUndone) {
   handheld_.Script("result-late 80004005; signal 50");
   EXPECT_FALSE(connection_.ConnectDevice());
   EXPECT_FALSE(connection_.IsDeviceConnected());
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, "connection -> 80004005", kUninit}));
 }
 
-TEST_F(DllRapiTest, HandheldThatNeverAnswers_IsGivenUpAfterFiveSeconds) {
+TEST_F(DllRapiTest, HandheldThatNeverAnswersIsGivenUpAfterFiveSeconds) {
   handheld_.Script("signal never");
   const auto before = std::chrono::steady_clock::now();
   EXPECT_FALSE(connection_.ConnectDevice());
@@ -248,13 +248,13 @@ TEST_F(DllRapiTest, HandheldThatNeverAnswers_IsGivenUpAfterFiveSeconds) {
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kUninit}));
 }
 
-TEST_F(DllRapiTest, HandheldThatAnswersAfterAWhile_IsWaitedFor) {
+TEST_F(DllRapiTest, HandheldThatAnswersAfterAWhileIsWaitedFor) {
   handheld_.Script("signal 200; slow 5");
   EXPECT_EQ(Upload("signal 200; slow 5", 30), 0);
   EXPECT_EQ(handheld_.Content(kDeviceFile), Pattern(30));
 }
 
-TEST_F(DllRapiTest, WaitThatFails_CountsAsSignalled) {
+TEST_F(DllRapiTest, WaitThatFailsCountsAsSignalled) {
   handheld_.Script("bad-event");
   RAPIINIT init{12, 0, 0};
   rapi_.CeRapiInitEx(init);
@@ -263,21 +263,21 @@ TEST_F(DllRapiTest, WaitThatFails_CountsAsSignalled) {
   EXPECT_TRUE(connection_.ConnectDevice());
 }
 
-TEST_F(DllRapiTest, Disconnect_EndsTheConnectionOnce) {
+TEST_F(DllRapiTest, DisconnectEndsTheConnectionOnce) {
   connection_.ConnectDevice();
   connection_.DisconnectDevice();
   connection_.DisconnectDevice();
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kConnected, kUninit}));
 }
 
-TEST_F(DllRapiTest, ConnectionAfterADisconnect_IsANewOne) {
+TEST_F(DllRapiTest, ConnectionAfterADisconnectIsANewOne) {
   connection_.ConnectDevice();
   connection_.DisconnectDevice();
   EXPECT_TRUE(connection_.ConnectDevice());
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kConnected, kUninit, kInit, kConnected}));
 }
 
-TEST_F(DllRapiTest, ConnectionLeftUp_IsEndedWithItsObject) {
+TEST_F(DllRapiTest, ConnectionLeftUpIsEndedWithItsObject) {
   {
     DllRapi rapi({handheld_.Library()});
     modWinCERAPIConnectionHandler connection(rapi, hooks_);
@@ -286,7 +286,7 @@ TEST_F(DllRapiTest, ConnectionLeftUp_IsEndedWithItsObject) {
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kConnected, kUninit}));
 }
 
-TEST_F(DllRapiTest, ConnectionThatWasEnded_IsNotEndedAgainWithItsObject) {
+TEST_F(DllRapiTest, ConnectionThatWasEndedIsNotEndedAgainWithItsObject) {
   {
     DllRapi rapi({handheld_.Library()});
     modWinCERAPIConnectionHandler connection(rapi, hooks_);
@@ -303,7 +303,7 @@ class StubbornLibrary : public ::testing::Test {
   TestHandheld handheld_{TestHandheld::LibraryFolder() + "\\second", TestHandheld::AfterTest::KeepLoaded};
 };
 
-TEST_F(StubbornLibrary, ResultAfterATimeOut_IsWrittenIntoNobodysMemory) {
+TEST_F(StubbornLibrary, ResultAfterATimeOutIsWrittenIntoNobodysMemory) {
   handheld_.Script("result-late 80004005; signal 150; stubborn");
   RAPIINIT init{12, 0, 0};
   {
@@ -321,37 +321,37 @@ TEST_F(StubbornLibrary, ResultAfterATimeOut_IsWrittenIntoNobodysMemory) {
 
 // ---- Upload: every code, with the calls that lead to it
 
-TEST_F(DllRapiTest, Upload_IsZero) {
+TEST_F(DllRapiTest, UploadIsZero) {
   EXPECT_EQ(Upload("", 10), 0);
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kConnected, std::string(kOpenForUpload) + "#1", "CeWriteFile #1 10 -> 10",
                                       "CeCloseHandle #1 -> 1"}));
   EXPECT_EQ(handheld_.Content(kDeviceFile), Pattern(10));
 }
 
-TEST_F(DllRapiTest, UploadOfANewFileWithoutOverwrite_IsZeroAfterLookingForIt) {
+TEST_F(DllRapiTest, UploadOfANewFileWithoutOverwriteIsZeroAfterLookingForIt) {
   EXPECT_EQ(Upload("", 10, Overwrite::No), 0);
   EXPECT_EQ(handheld_.Calls(),
             (Calls{kInit, kConnected, "CeFindFirstFile \\Motorva\\a.pdb -> failed, error 2", kNoRapiError,
                    std::string(kOpenForUpload) + "#1", "CeWriteFile #1 10 -> 10", "CeCloseHandle #1 -> 1"}));
 }
 
-TEST_F(DllRapiTest, UploadOverALongerFile_ReplacesIt) {
+TEST_F(DllRapiTest, UploadOverALongerFileReplacesIt) {
   handheld_.Put(kDeviceFile, Pattern(5000));
   EXPECT_EQ(Upload("", 10), 0);
   EXPECT_EQ(handheld_.Content(kDeviceFile), Pattern(10));
 }
 
-TEST_F(DllRapiTest, UploadOfAMissingDesktopFile_IsOne) {
+TEST_F(DllRapiTest, UploadOfAMissingDesktopFileIsOne) {
   EXPECT_EQ(UploadAgain(), 1);
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kConnected, kUninit}));
 }
 
-TEST_F(DllRapiTest, UploadOfAnEmptyDesktopFile_IsTwo) {
+TEST_F(DllRapiTest, UploadOfAnEmptyDesktopFileIsTwo) {
   EXPECT_EQ(Upload("", 0), 2);
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kConnected, std::string(kOpenForUpload) + "#1", kUninitWithFile}));
 }
 
-TEST_F(DllRapiTest, UploadOverAFileWithoutOverwrite_IsFour) {
+TEST_F(DllRapiTest, UploadOverAFileWithoutOverwriteIsFour) {
   handheld_.Put(kDeviceFile, {1});
   EXPECT_EQ(Upload("", 10, Overwrite::No), 4);
   EXPECT_EQ(handheld_.Calls(),
@@ -359,25 +359,25 @@ TEST_F(DllRapiTest, UploadOverAFileWithoutOverwrite_IsFour) {
   EXPECT_EQ(handheld_.Content(kDeviceFile), Bytes{1});
 }
 
-TEST_F(DllRapiTest, UploadWhoseThirdWriteIsRefused_IsFive) {
+TEST_F(DllRapiTest, UploadWhoseThirdWriteIsRefusedIsFive) {
   EXPECT_EQ(Upload("fail CeWriteFile 3", 1000), 5);
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kConnected, std::string(kOpenForUpload) + "#1", "CeWriteFile #1 50 -> 50",
                                       "CeWriteFile #1 50 -> 50", std::string("CeWriteFile #1 50 -> ") + kRefused,
                                       kNoRapiError, kUninitWithFile}));
 }
 
-TEST_F(DllRapiTest, UploadWhoseCloseIsRefused_IsFive) {
+TEST_F(DllRapiTest, UploadWhoseCloseIsRefusedIsFive) {
   EXPECT_EQ(Upload("fail CeCloseHandle 1", 10), 5);
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kConnected, std::string(kOpenForUpload) + "#1", "CeWriteFile #1 10 -> 10",
                                       std::string("CeCloseHandle #1 -> ") + kRefused, kNoRapiError, kUninitWithFile}));
 }
 
-TEST_F(DllRapiTest, UploadWithoutAConnection_IsSix) {
+TEST_F(DllRapiTest, UploadWithoutAConnectionIsSix) {
   EXPECT_EQ(Upload("result-late 80004005", 10), 6);
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, "connection -> 80004005", kUninit}));
 }
 
-TEST_F(DllRapiTest, UploadThatLosesTheTransport_IsSixAndEndsTheConnection) {
+TEST_F(DllRapiTest, UploadThatLosesTheTransportIsSixAndEndsTheConnection) {
   const std::string open = std::string(kOpenForUpload) + "#1";
   struct Case {
     const char* call;
@@ -406,13 +406,13 @@ TEST_F(DllRapiTest, UploadThatLosesTheTransport_IsSixAndEndsTheConnection) {
   }
 }
 
-TEST_F(DllRapiTest, UploadThatMayNotBeCreated_IsSeven) {
+TEST_F(DllRapiTest, UploadThatMayNotBeCreatedIsSeven) {
   EXPECT_EQ(Upload("fail CeCreateFile 1", 10), 7);
   EXPECT_EQ(handheld_.Calls(),
             (Calls{kInit, kConnected, std::string(kOpenForUpload) + kRefused, kNoRapiError, kUninit}));
 }
 
-TEST_F(DllRapiTest, UploadOverAFileThatTheHandheldHoldsOpen_IsSeven) {
+TEST_F(DllRapiTest, UploadOverAFileThatTheHandheldHoldsOpenIsSeven) {
   handheld_.Put(kDeviceFile, {1});
   const auto held = handheld_.Files().Open(handheld_.LocalPath(kDeviceFile), platform::Access::ReadWrite,
                                            platform::Disposition::OpenExisting, platform::Sharing::None);
@@ -432,7 +432,7 @@ TEST_F(CopyingLibrary, IsEnoughForBothCopies) {
   EXPECT_EQ(ReadWhole(handheld_.Files(), DesktopFile()), Pattern(30));
 }
 
-TEST_F(CopyingLibrary, FindHandleOfAnExistingFile_IsClosedByTheEndOfTheConnection) {
+TEST_F(CopyingLibrary, FindHandleOfAnExistingFileIsClosedByTheEndOfTheConnection) {
   handheld_.Put(kDeviceFile, {1});
   EXPECT_EQ(Upload("", 10, Overwrite::No), 4);
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kConnected, "CeFindFirstFile \\Motorva\\a.pdb -> #1",
@@ -441,26 +441,26 @@ TEST_F(CopyingLibrary, FindHandleOfAnExistingFile_IsClosedByTheEndOfTheConnectio
 
 // ---- Upload: chunks
 
-TEST_F(DllRapiTest, TenBytes_AreOneChunk) {
+TEST_F(DllRapiTest, TenBytesAreOneChunk) {
   EXPECT_EQ(ChunksOf(10), "10 ");
 }
 
-TEST_F(DllRapiTest, ThirtyBytes_AreFifteenChunksOfTwo) {
+TEST_F(DllRapiTest, ThirtyBytesAreFifteenChunksOfTwo) {
   EXPECT_EQ(ChunksOf(30), "2 2 2 2 2 2 2 2 2 2 2 2 2 2 2 ");
 }
 
-TEST_F(DllRapiTest, OneThousandAndTenBytes_AreTwentyChunksOfFiftyAndOneOfTen) {
+TEST_F(DllRapiTest, OneThousandAndTenBytesAreTwentyChunksOfFiftyAndOneOfTen) {
   EXPECT_EQ(ChunksOf(1010), "50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 50 10 ");
 }
 
-TEST_F(DllRapiTest, CountOfBytesWritten_IsNotLookedAt) {
+TEST_F(DllRapiTest, CountOfBytesWrittenIsNotLookedAt) {
   EXPECT_EQ(Upload("short-writes", 10), 0);
   EXPECT_EQ(handheld_.Calls()[3], "CeWriteFile #1 10 -> 5");
 }
 
 // ---- Download: every code, with the calls that lead to it
 
-TEST_F(DllRapiTest, Download_IsZero) {
+TEST_F(DllRapiTest, DownloadIsZero) {
   handheld_.Put(kDeviceFile, Pattern(3000));
   EXPECT_EQ(Download(""), 0);
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kConnected, std::string(kOpenForRead) + "#1", "CeGetFileSize #1 -> 3000",
@@ -468,13 +468,13 @@ TEST_F(DllRapiTest, Download_IsZero) {
   EXPECT_EQ(ReadWhole(handheld_.Files(), DesktopFile()), Pattern(3000));
 }
 
-TEST_F(DllRapiTest, DownloadOfAMissingFile_IsOne) {
+TEST_F(DllRapiTest, DownloadOfAMissingFileIsOne) {
   EXPECT_EQ(Download(""), 1);
   EXPECT_EQ(handheld_.Calls(),
             (Calls{kInit, kConnected, std::string(kOpenForRead) + "failed, error 2", kNoRapiError, kUninit}));
 }
 
-TEST_F(DllRapiTest, DownloadOfAFileThatTheHandheldHoldsOpen_IsOne) {
+TEST_F(DllRapiTest, DownloadOfAFileThatTheHandheldHoldsOpenIsOne) {
   handheld_.Put(kDeviceFile, {1});
   const auto held = handheld_.Files().Open(handheld_.LocalPath(kDeviceFile), platform::Access::ReadWrite,
                                            platform::Disposition::OpenExisting, platform::Sharing::None);
@@ -482,7 +482,7 @@ TEST_F(DllRapiTest, DownloadOfAFileThatTheHandheldHoldsOpen_IsOne) {
   EXPECT_EQ(handheld_.Calls()[2], std::string(kOpenForRead) + "failed, error 32");
 }
 
-TEST_F(DllRapiTest, DownloadWhoseSizeOrReadIsRefused_IsOne) {
+TEST_F(DllRapiTest, DownloadWhoseSizeOrReadIsRefusedIsOne) {
   handheld_.Put(kDeviceFile, Pattern(10));
   EXPECT_EQ(Download("fail CeGetFileSize 1; fail CeReadFile 1"), 1);
   EXPECT_EQ(Download(""), 1);
@@ -494,13 +494,13 @@ TEST_F(DllRapiTest, DownloadWhoseSizeOrReadIsRefused_IsOne) {
   EXPECT_EQ(handheld_.Calls(), open + unsized + open + unread);
 }
 
-TEST_F(DllRapiTest, DownloadOverADesktopFileWithoutOverwrite_IsFour) {
+TEST_F(DllRapiTest, DownloadOverADesktopFileWithoutOverwriteIsFour) {
   PutOnDesktop(1);
   EXPECT_EQ(Download("", Overwrite::No), 4);
   EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kConnected, kUninit}));
 }
 
-TEST_F(DllRapiTest, DownloadThatCannotBeWrittenHere_IsFive) {
+TEST_F(DllRapiTest, DownloadThatCannotBeWrittenHereIsFive) {
   handheld_.Put(kDeviceFile, Pattern(10));
   handheld_.Files().CreateFolders(DesktopFile());
   EXPECT_EQ(Download(""), 5);
@@ -508,13 +508,13 @@ TEST_F(DllRapiTest, DownloadThatCannotBeWrittenHere_IsFive) {
                                       "CeReadFile #1 10 -> 10", kUninitWithFile}));
 }
 
-TEST_F(DllRapiTest, DownloadWithoutAConnection_IsSixWithoutACall) {
+TEST_F(DllRapiTest, DownloadWithoutAConnectionIsSixWithoutACall) {
   const DeviceCopyResult result = copies_.CopyFileFromDevice(kDeviceFile, DesktopFile(), Overwrite::Yes);
   EXPECT_EQ(result, DeviceCopyResult::NoConnection);
   EXPECT_TRUE(handheld_.Calls().empty());
 }
 
-TEST_F(DllRapiTest, DownloadThatLosesTheTransport_IsSixAndEndsTheConnection) {
+TEST_F(DllRapiTest, DownloadThatLosesTheTransportIsSixAndEndsTheConnection) {
   handheld_.Put(kDeviceFile, Pattern(10));
   EXPECT_EQ(Download("fail CeCreateFile 1 80004005; fail CeGetFileSize 1 80004005; fail CeReadFile 1 80004005"), 6);
   EXPECT_EQ(Download(""), 6);
@@ -528,7 +528,7 @@ TEST_F(DllRapiTest, DownloadThatLosesTheTransport_IsSixAndEndsTheConnection) {
   EXPECT_EQ(handheld_.Calls(), open + unopened + open + unsized + open + unread);
 }
 
-TEST_F(DllRapiTest, EmptyDeviceFile_RaisesAndLeavesNoHandleOpen) {
+TEST_F(DllRapiTest, EmptyDeviceFileRaisesAndLeavesNoHandleOpen) {
   handheld_.Put(kDeviceFile, {});
   EXPECT_EQ(ErrorNumberOf([&] { Download(""); }), errors::kSubscriptOutOfRange);
   EXPECT_TRUE(connection_.IsDeviceConnected());
@@ -536,7 +536,7 @@ TEST_F(DllRapiTest, EmptyDeviceFile_RaisesAndLeavesNoHandleOpen) {
   EXPECT_EQ(handheld_.Calls().back(), kUninit);
 }
 
-TEST_F(DllRapiTest, HandheldThatVanishes_IsSixFromThenOn) {
+TEST_F(DllRapiTest, HandheldThatVanishesIsSixFromThenOn) {
   handheld_.Put(kDeviceFile, Pattern(10));
   EXPECT_EQ(Download("vanish CeReadFile 1"), 6);
   EXPECT_EQ(Download(""), 6);
@@ -547,14 +547,14 @@ TEST_F(DllRapiTest, HandheldThatVanishes_IsSixFromThenOn) {
 
 // ---- Both ways
 
-TEST_F(DllRapiTest, CopiesBothWays_LeaveNoHandleOpen) {
+TEST_F(DllRapiTest, CopiesBothWaysLeaveNoHandleOpen) {
   EXPECT_EQ(Upload("", 1010), 0);
   EXPECT_EQ(Download(""), 0);
   connection_.DisconnectDevice();
   EXPECT_EQ(handheld_.Calls().back(), kUninit);
 }
 
-TEST_F(DllRapiTest, FiveMegabytes_ComeBackAsTheyWent) {
+TEST_F(DllRapiTest, FiveMegabytesComeBackAsTheyWent) {
   EXPECT_EQ(Upload("", 5'000'000), 0);
   EXPECT_EQ(handheld_.Count("CeWriteFile"), 20U);
   EXPECT_EQ(handheld_.Content(kDeviceFile), Pattern(5'000'000));
@@ -563,7 +563,7 @@ TEST_F(DllRapiTest, FiveMegabytes_ComeBackAsTheyWent) {
   EXPECT_EQ(ReadWhole(handheld_.Files(), DesktopFile()), Pattern(5'000'000));
 }
 
-TEST_F(DllRapiTest, NamesOutsideAscii_AreWideOnTheDevice) {
+TEST_F(DllRapiTest, NamesOutsideAsciiAreWideOnTheDevice) {
   const std::string folder = "\\M\u00F6bel \u4E2D\u2122";
   const std::string path = folder + "\\\U0001F697.pdb";
   handheld_.Files().CreateFolders(handheld_.LocalPath(folder));

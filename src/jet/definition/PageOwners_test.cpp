@@ -51,25 +51,25 @@ class PageOwnersTest : public ::testing::Test {
   JetDatabase database_;
 };
 
-TEST_F(PageOwnersTest, SoundFile_IsOpenedForWriting) {
+TEST_F(PageOwnersTest, SoundFileIsOpenedForWriting) {
   MemoryFileSystem files;
   files.Put("x.mdb", database_.Image());
   EXPECT_NO_THROW(Database::Open(files, "x.mdb", PageFile::Mode::ReadWrite));
 }
 
-TEST_F(PageOwnersTest, PageOfATableThatIsCalledFree_ForbidsWriting) {
+TEST_F(PageOwnersTest, PageOfATableThatIsCalledFreeForbidsWriting) {
   const PageNumber page = *MapAt(DefinitionOf("A").ownedPages).Lowest();
   Add(kFreePagesMap, page);
   ExpectRefused(PageText(page) + "belongs to table 'A' and to the free pages");
 }
 
-TEST_F(PageOwnersTest, IndexPageThatIsCalledFree_ForbidsWriting) {
+TEST_F(PageOwnersTest, IndexPageThatIsCalledFreeForbidsWriting) {
   const PageNumber page = DefinitionOf("B").indexData[0].root;
   Add(kFreePagesMap, page);
   ExpectRefused(PageText(page) + "belongs to table 'B' and to the free pages");
 }
 
-TEST_F(PageOwnersTest, DefinitionOrMapPageThatIsCalledFree_ForbidsWriting) {
+TEST_F(PageOwnersTest, DefinitionOrMapPageThatIsCalledFreeForbidsWriting) {
   const PageNumber page = DefinitionOf("A").ownedPages.page;
   Add(kFreePagesMap, page);
   ExpectRefused(PageText(page) + "belongs to table 'A' and to the free pages");
@@ -78,43 +78,43 @@ TEST_F(PageOwnersTest, DefinitionOrMapPageThatIsCalledFree_ForbidsWriting) {
   ExpectRefused(PageText(DefinitionOf("A").page) + "belongs to table 'A' and to the free pages");
 }
 
-TEST_F(PageOwnersTest, PageOfTheHeaderOrOfTheFreePagesMap_BelongsToNobodyElse) {
+TEST_F(PageOwnersTest, PageOfTheHeaderOrOfTheFreePagesMapBelongsToNobodyElse) {
   Add(kFreePagesMap, 1);
   ExpectRefused("page 1 belongs to the file itself and to the free pages");
 }
 
-TEST_F(PageOwnersTest, PageInTheMapsOfTwoTables_ForbidsWriting) {
+TEST_F(PageOwnersTest, PageInTheMapsOfTwoTablesForbidsWriting) {
   const PageNumber page = *MapAt(DefinitionOf("A").ownedPages).Lowest();
   Add(DefinitionOf("B").ownedPages, page);
   ExpectRefused(PageText(page) + "belongs to table 'A' and to table 'B'");
 }
 
-TEST_F(PageOwnersTest, PageOfAMemoThatIsAnotherTablesToo_ForbidsWriting) {
+TEST_F(PageOwnersTest, PageOfAMemoThatIsAnotherTablesTooForbidsWriting) {
   const PageNumber page = *MapAt(DefinitionOf("A").columns[1].longValuePages).Lowest();
   Add(DefinitionOf("B").columns[1].longValuePages, page);
   ExpectRefused(PageText(page) + "belongs to table 'A' and to table 'B'");
 }
 
-TEST_F(PageOwnersTest, MapOfTwoTables_ForbidsWriting) {
+TEST_F(PageOwnersTest, MapOfTwoTablesForbidsWriting) {
   const RowId map = DefinitionOf("A").ownedPages;
   StoreLittle(Pages().Write(DefinitionOf("B").page).data() + layout::kOwnedPagesAt, map.Word());
   ExpectRefused("table 'B' shares the page map " + std::to_string(map.page) + "/" + std::to_string(map.slot));
 }
 
-TEST_F(PageOwnersTest, PageBehindTheEnd_ForbidsWritingBecauseTheFileMayGrowThere) {
+TEST_F(PageOwnersTest, PageBehindTheEndForbidsWritingBecauseTheFileMayGrowThere) {
   const PageNumber end = Pages().PageCount();
   Add(DefinitionOf("A").ownedPages, end);
   ExpectRefused("table 'A' has page " + std::to_string(end) + ", which lies behind the end");
 }
 
-TEST_F(PageOwnersTest, MapRowThatReachesIntoAnother_ForbidsWriting) {
+TEST_F(PageOwnersTest, MapRowThatReachesIntoAnotherForbidsWriting) {
   const RowId map = DefinitionOf("A").ownedPages;
   Page& page = Pages().Write(map.page);
   StoreLittle<std::uint16_t>(page.data() + kSlotsOffset + kSlotSize * 2, 0x1000);
   ExpectRefused(PageText(map.page) + "has rows that overlap");
 }
 
-TEST_F(PageOwnersTest, DefinitionUnderTwoNames_ForbidsWriting) {
+TEST_F(PageOwnersTest, DefinitionUnderTwoNamesForbidsWriting) {
   const PageNumber page = DefinitionOf("A").page;
   EXPECT_EQ(ErrorOf([&] {
               CheckPageOwners(Pages(), {{"A", page}, {"Alias", page}});
@@ -123,7 +123,7 @@ TEST_F(PageOwnersTest, DefinitionUnderTwoNames_ForbidsWriting) {
                 "belongs to table 'A' and to table 'Alias'. Nothing was changed.");
 }
 
-TEST_F(PageOwnersTest, BitPageOfAMapThatIsATablesToo_ForbidsWriting) {
+TEST_F(PageOwnersTest, BitPageOfAMapThatIsATablesTooForbidsWriting) {
   const PageNumber page = *MapAt(DefinitionOf("A").ownedPages).Lowest();
   const RowId map = DefinitionOf("B").freeSpacePages;
   SetKind(Pages().Write(page), PageKind::MapBits);
@@ -134,7 +134,7 @@ TEST_F(PageOwnersTest, BitPageOfAMapThatIsATablesToo_ForbidsWriting) {
   ExpectRefused(PageText(page) + "belongs to table 'A' and to table 'B'");
 }
 
-TEST_F(PageOwnersTest, TableWithAnUnreadableDefinition_DoesNotKeepOthersFromBeingWritten) {
+TEST_F(PageOwnersTest, TableWithAnUnreadableDefinitionDoesNotKeepOthersFromBeingWritten) {
   Pages().Write(DefinitionOf("A").page)[layout::kTagAt] ^= 1;
   MemoryFileSystem files;
   files.Put("x.mdb", database_.Image());

@@ -28,14 +28,14 @@ const std::string kRequired =
     "1D 00 00 00 01 00 | 0E 00 00 00 08 00 \"name\" | 09 00 01 01 00 00 01 00 01"
     "1F 00 00 00 01 00 | 10 00 00 00 0A 00 \"email\" | 09 00 01 01 00 00 01 00 01";
 
-TEST(Properties, EmptyList_GivesTheDefaults) {
+TEST(Properties, EmptyListGivesTheDefaults) {
   const auto rules = RulesFromProperties({}, Users()).columns;
   ASSERT_EQ(rules.size(), 3u);
   EXPECT_FALSE(rules[1].required);
   EXPECT_TRUE(rules[1].allowZeroLength);
 }
 
-TEST(Properties, Required_BelongsToTheColumnOfItsBlock) {
+TEST(Properties, RequiredBelongsToTheColumnOfItsBlock) {
   const auto rules = RulesFromProperties(FromHex(kRequired), Users()).columns;
   EXPECT_FALSE(rules[0].required);
   EXPECT_TRUE(rules[1].required);
@@ -43,7 +43,7 @@ TEST(Properties, Required_BelongsToTheColumnOfItsBlock) {
   EXPECT_TRUE(rules[1].allowZeroLength);
 }
 
-TEST(Properties, AllowZeroLengthFalse_IsARuleAndTrueIsNone) {
+TEST(Properties, AllowZeroLengthFalseIsARuleAndTrueIsNone) {
   const auto rules = RulesFromProperties(FromHex("4D 52 32 00 | 26 00 00 00 80 00 | 1E 00 \"AllowZeroLength\""
                                                  "1D 00 00 00 01 00 | 0E 00 00 00 08 00 \"NAME\""
                                                  "09 00 01 01 00 00 01 00 00"
@@ -56,7 +56,7 @@ TEST(Properties, AllowZeroLengthFalse_IsARuleAndTrueIsNone) {
   EXPECT_FALSE(rules[1].required);
 }
 
-TEST(Properties, TrueAsFFOrInFourBytes_IsTrue) {
+TEST(Properties, TrueAsFFOrInFourBytesIsTrue) {
   for (const char* value : {"09 00 01 01 00 00 01 00 FF", "0C 00 01 01 00 00 04 00 00 00 00 80"}) {
     const Bytes entry = FromHex(value);
     Bytes list = FromHex("4D 52 32 00 | 18 00 00 00 80 00 | 10 00 \"Required\"");
@@ -68,7 +68,7 @@ TEST(Properties, TrueAsFFOrInFourBytes_IsTrue) {
   }
 }
 
-TEST(Properties, OtherProperties_AreIgnored) {
+TEST(Properties, OtherPropertiesAreIgnored) {
   // Caption, a text, on "name"; Description on the table itself; Required as a number, not a Boolean.
   const auto rules =
       RulesFromProperties(FromHex("4D 52 32 00 | 28 00 00 00 80 00 | 0E 00 \"Caption\" | 10 00 \"Required\""
@@ -81,7 +81,7 @@ TEST(Properties, OtherProperties_AreIgnored) {
   EXPECT_FALSE(rules[1].required);
 }
 
-TEST(Properties, Expressions_BelongToTheirColumnOrToTheTable) {
+TEST(Properties, ExpressionsBelongToTheirColumnOrToTheTable) {
   // DefaultValue "0" as Memo and ValidationText "no" as Text on "name"; ValidationRule "1" on the table itself.
   const TableRules rules = RulesFromProperties(
       FromHex(
@@ -98,13 +98,13 @@ TEST(Properties, Expressions_BelongToTheirColumnOrToTheTable) {
   EXPECT_EQ(rules.validationText, "");
 }
 
-TEST(Properties, PropertiesOfADeletedColumn_AreIgnored) {
+TEST(Properties, PropertiesOfADeletedColumnAreIgnored) {
   TableDefinition table = Users();
   table.columns.pop_back();
   EXPECT_EQ(RulesFromProperties(FromHex(kRequired), table).columns.size(), 2u);
 }
 
-TEST(Properties, EveryShorterList_IsDamageOrEndsBetweenBlocks) {
+TEST(Properties, EveryShorterListIsDamageOrEndsBetweenBlocks) {
   const Bytes whole = FromHex(kRequired);
   for (std::size_t size = 1; size < whole.size(); ++size) {
     const ByteView part = ByteView(whole).first(size);
@@ -119,7 +119,7 @@ TEST(Properties, EveryShorterList_IsDamageOrEndsBetweenBlocks) {
   }
 }
 
-TEST(Properties, SizesThatDoNotFit_AreDamage) {
+TEST(Properties, SizesThatDoNotFitAreDamage) {
   const auto refuses = [](std::size_t at, std::uint8_t byte) {
     Bytes list = FromHex(kRequired);
     list[at] = byte;

@@ -35,7 +35,7 @@ TEST(SystemTables, DefinitionsStandOnTheirFixedPages) {
   }
 }
 
-TEST(SystemTables, Permissions_AreDefinedByteForByteAsJetDoes) {
+TEST(SystemTables, PermissionsAreDefinedByteForByteAsJetDoes) {
   const Bytes expected = FromHex(
       "02 01 00 00 00 00 00 00 4F 01 00 00 59 06 00 00 00 00 00 00 00 00 00 00 01 00 00 00 00 00 00 00"
       "00 00 00 00 00 00 00 00 53 04 00 01 00 04 00 01 00 00 00 01 00 00 00 12 06 00 00 13 06 00 00"

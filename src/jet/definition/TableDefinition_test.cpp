@@ -66,7 +66,7 @@ std::string Damage(const std::string& what) {
   return "The database file is damaged: table 'Categories': " + what + ". Nothing was changed.";
 }
 
-TEST(ParseDefinition, Head_GivesTypeCountersAndMaps) {
+TEST(ParseDefinition, HeadGivesTypeCountersAndMaps) {
   const TableDefinition table = Categories();
   EXPECT_EQ(table.page, 21u);
   EXPECT_EQ(table.name, "Categories");
@@ -77,7 +77,7 @@ TEST(ParseDefinition, Head_GivesTypeCountersAndMaps) {
   EXPECT_EQ(table.freeSpacePages, (RowId{22, 1}));
 }
 
-TEST(ParseDefinition, Columns_HaveNamesPlacesAndFlags) {
+TEST(ParseDefinition, ColumnsHaveNamesPlacesAndFlags) {
   const TableDefinition table = Categories();
   ASSERT_EQ(table.columns.size(), 4u);
   const Column& id = table.columns[0];
@@ -98,7 +98,7 @@ TEST(ParseDefinition, Columns_HaveNamesPlacesAndFlags) {
   EXPECT_EQ(name.sortOrder, (SortOrder{0x0409, 0, 0}));
 }
 
-TEST(ParseDefinition, LongValueColumns_GetTheirMaps) {
+TEST(ParseDefinition, LongValueColumnsGetTheirMaps) {
   const TableDefinition table = Categories();
   EXPECT_EQ(table.columns[2].type, ColumnType::Memo);
   EXPECT_EQ(table.columns[2].longValuePages, (RowId{22, 2}));
@@ -109,7 +109,7 @@ TEST(ParseDefinition, LongValueColumns_GetTheirMaps) {
   EXPECT_TRUE(table.columns[1].longValuePages.IsNone());
 }
 
-TEST(ParseDefinition, Indexes_ShareATreeWhenTheyNameIt) {
+TEST(ParseDefinition, IndexesShareATreeWhenTheyNameIt) {
   const TableDefinition table = Categories();
   ASSERT_EQ(table.indexData.size(), 2u);
   const IndexData& byId = table.indexData[1];
@@ -133,7 +133,7 @@ TEST(ParseDefinition, Indexes_ShareATreeWhenTheyNameIt) {
   EXPECT_EQ(table.indexes[2].dataNumber, 1u);
 }
 
-TEST(TableDefinition, IndexName_LeavesOutThePrimarySideOfARelation) {
+TEST(TableDefinition, IndexNameLeavesOutThePrimarySideOfARelation) {
   TableDefinition table = Categories();
   EXPECT_EQ(table.IndexName(0), "CategoryName");
   EXPECT_EQ(table.IndexName(1), "PrimaryKey");
@@ -141,14 +141,14 @@ TEST(TableDefinition, IndexName_LeavesOutThePrimarySideOfARelation) {
   EXPECT_EQ(table.IndexName(1), "#1");
 }
 
-TEST(TableDefinition, ColumnById_FindsByIdAndNotByPosition) {
+TEST(TableDefinition, ColumnByIdFindsByIdAndNotByPosition) {
   TableDefinition table = Categories();
   table.columns.erase(table.columns.begin() + 1);
   EXPECT_EQ(table.ColumnById(1), nullptr);
   EXPECT_EQ(table.ColumnById(2), &table.columns[1]);
 }
 
-TEST(TableDefinition, PositionOf_TakesAnIdOrANameInAnyCase) {
+TEST(TableDefinition, PositionOfTakesAnIdOrANameInAnyCase) {
   TableDefinition table = Categories();
   table.columns.erase(table.columns.begin() + 1);
   EXPECT_EQ(table.PositionOf(std::uint16_t{2}), 1u);
@@ -157,14 +157,14 @@ TEST(TableDefinition, PositionOf_TakesAnIdOrANameInAnyCase) {
   EXPECT_EQ(table.PositionOf("CategoryName"), std::nullopt);
 }
 
-TEST(TableDefinition, PositionsOf_FollowTheIndexAndNotTheColumns) {
+TEST(TableDefinition, PositionsOfFollowTheIndexAndNotTheColumns) {
   TableDefinition table = Categories();
   std::swap(table.columns.front(), table.columns.back());
   const IndexData index = {.columns = {{3, true}, {1, true}, {0, false}}, .map = {}};
   EXPECT_EQ(table.PositionsOf(index), (std::vector<std::size_t>{0, 1, 3}));
 }
 
-TEST(ParseDefinition, TailLessThanLength_IsCutOff) {
+TEST(ParseDefinition, TailLessThanLengthIsCutOff) {
   for (const std::size_t size : {0u, 8u, 11u, 62u, 200u, 540u}) {
     Bytes definition = CategoriesDefinition();
     definition.resize(size);
@@ -174,7 +174,7 @@ TEST(ParseDefinition, TailLessThanLength_IsCutOff) {
   }
 }
 
-TEST(ParseDefinition, EveryShorterLength_IsDamage) {
+TEST(ParseDefinition, EveryShorterLengthIsDamage) {
   for (std::uint32_t length = 0; length < 541; ++length) {
     Bytes definition = CategoriesDefinition();
     StoreLittle(definition.data() + 8, length);
@@ -182,13 +182,13 @@ TEST(ParseDefinition, EveryShorterLength_IsDamage) {
   }
 }
 
-TEST(ParseDefinition, BytesBehindTheLength_AreIgnored) {
+TEST(ParseDefinition, BytesBehindTheLengthAreIgnored) {
   Bytes definition = CategoriesDefinition();
   definition.resize(kPageSize, 0xEE);
   EXPECT_EQ(ParseDefinition(definition, 21, "Categories").indexes.size(), 3u);
 }
 
-TEST(ParseDefinition, LengthLongerThanItsParts_IsDamage) {
+TEST(ParseDefinition, LengthLongerThanItsPartsIsDamage) {
   Bytes definition = CategoriesDefinition();
   definition.resize(definition.size() + 10);
   StoreLittle<std::uint32_t>(definition.data() + 8, 551);
@@ -196,31 +196,31 @@ TEST(ParseDefinition, LengthLongerThanItsParts_IsDamage) {
             Damage("its definition is longer than its parts"));
 }
 
-TEST(ParseDefinition, CountsAboveTheLimits_AreDamage) {
+TEST(ParseDefinition, CountsAboveTheLimitsAreDamage) {
   EXPECT_EQ(Refusal(45, "00 01"), Damage("256 columns"));
   EXPECT_EQ(Refusal(47, "21 00 00 00"), Damage("33 indexes"));
   EXPECT_EQ(Refusal(51, "FF FF FF FF"), Damage("4294967295 index trees"));
 }
 
-TEST(ParseDefinition, MissingMarks_AreDamage) {
+TEST(ParseDefinition, MissingMarksAreDamage) {
   EXPECT_EQ(Refusal(12, "00"), Damage("its definition lacks its mark"));
   EXPECT_EQ(Refusal(kFirstColumnAt + 1, "00"), Damage("a column lacks its mark"));
   EXPECT_EQ(Refusal(kFirstIndexDataAt, "59 06"), Damage("an index lacks its mark"));
   EXPECT_EQ(Refusal(kFirstLogicalAt, "83 07"), Damage("an index lacks its mark"));
 }
 
-TEST(ParseDefinition, MissingEndOfTheLongValueMaps_IsDamage) {
+TEST(ParseDefinition, MissingEndOfTheLongValueMapsIsDamage) {
   EXPECT_EQ(Refusal(kLongValueMapsAt + 20, "00 00"), Damage("its definition is cut off"));
 }
 
-TEST(ParseDefinition, ColumnTypeOfALaterEngine_IsNotSupported) {
+TEST(ParseDefinition, ColumnTypeOfALaterEngineIsNotSupported) {
   EXPECT_EQ(
       Refusal(kFirstColumnAt, "12"),
       "Not supported: table 'Categories' has a column of type 18, which later engines added. Nothing was changed.");
   EXPECT_EQ(Refusal(kFirstColumnAt, "00"), Damage("a column of type 0"));
 }
 
-TEST(ParseDefinition, ColumnTypesNobodyHasMet_AreRawBytes) {
+TEST(ParseDefinition, ColumnTypesNobodyHasMetAreRawBytes) {
   for (const std::uint8_t type : {std::uint8_t{13}, std::uint8_t{14}}) {
     Bytes definition = CategoriesDefinition();
     definition[kFirstColumnAt] = type;
@@ -228,19 +228,19 @@ TEST(ParseDefinition, ColumnTypesNobodyHasMet_AreRawBytes) {
   }
 }
 
-TEST(ParseDefinition, ImpossibleIds_AreDamage) {
+TEST(ParseDefinition, ImpossibleIdsAreDamage) {
   EXPECT_EQ(Refusal(kFirstColumnAt + 5, "04 00"), Damage("column 'CategoryID' has an impossible id"));
   EXPECT_EQ(Refusal(kFirstColumnAt + kColumnSize + 5, "00 00"), Damage("column 'CategoryName' has an impossible id"));
 }
 
-TEST(ParseDefinition, ImpossibleVariableIndexes_AreDamage) {
+TEST(ParseDefinition, ImpossibleVariableIndexesAreDamage) {
   EXPECT_EQ(Refusal(kFirstColumnAt + kColumnSize + 7, "03 00"),
             Damage("column 'CategoryName' has an impossible place among the variable columns"));
   EXPECT_EQ(Refusal(kFirstColumnAt + 2 * kColumnSize + 7, "00 00"),
             Damage("column 'Description' has an impossible place among the variable columns"));
 }
 
-TEST(ParseDefinition, GapsInIds_AreWhatDeletedColumnsLeave) {
+TEST(ParseDefinition, GapsInIdsAreWhatDeletedColumnsLeave) {
   Bytes definition = CategoriesDefinition();
   definition[41] = 9;
   definition[43] = 7;
@@ -250,11 +250,11 @@ TEST(ParseDefinition, GapsInIds_AreWhatDeletedColumnsLeave) {
   EXPECT_EQ(table.columns[1].variableIndex, 6);
 }
 
-TEST(ParseDefinition, FixedPlaceOutsideARow_IsDamage) {
+TEST(ParseDefinition, FixedPlaceOutsideARowIsDamage) {
   EXPECT_EQ(Refusal(kFirstColumnAt + 21, "FF FF"), Damage("its rows do not fit on a page"));
 }
 
-TEST(ParseDefinition, LongestPossibleRow_IsAccepted) {
+TEST(ParseDefinition, LongestPossibleRowIsAccepted) {
   // 2 count + 4043 + 4 fixed + 1 null mask + 2 x 4 offsets and end + 2 count of variable columns.
   Bytes definition = CategoriesDefinition();
   StoreLittle<std::uint16_t>(definition.data() + kFirstColumnAt + 21, 4043);
@@ -262,7 +262,7 @@ TEST(ParseDefinition, LongestPossibleRow_IsAccepted) {
   EXPECT_EQ(Refusal(kFirstColumnAt + 21, "CC 0F"), Damage("its rows do not fit on a page"));
 }
 
-TEST(ParseDefinition, OverlappingFixedColumns_AreDamage) {
+TEST(ParseDefinition, OverlappingFixedColumnsAreDamage) {
   // CategoryName becomes a fixed Integer at offset 2, inside the Long of CategoryID.
   Bytes definition = CategoriesDefinition();
   std::uint8_t* name = definition.data() + kFirstColumnAt + kColumnSize;
@@ -275,37 +275,37 @@ TEST(ParseDefinition, OverlappingFixedColumns_AreDamage) {
   EXPECT_NO_THROW(ParseDefinition(definition, 21, "Categories"));
 }
 
-TEST(ParseDefinition, ImpossibleLengths_AreDamage) {
+TEST(ParseDefinition, ImpossibleLengthsAreDamage) {
   const std::size_t at = kFirstColumnAt + kColumnSize + 23;
   EXPECT_EQ(Refusal(at, "00 00"), Damage("column 'CategoryName' has a length of 0 bytes"));
   EXPECT_EQ(Refusal(at, "00 02"), Damage("column 'CategoryName' has a length of 512 bytes"));
   EXPECT_EQ(Refusal(at, "1D 00"), Damage("column 'CategoryName' ends within a character"));
 }
 
-TEST(ParseDefinition, LongValueColumnInTheFixedArea_IsDamage) {
+TEST(ParseDefinition, LongValueColumnInTheFixedAreaIsDamage) {
   EXPECT_EQ(Refusal(kFirstColumnAt + 2 * kColumnSize + 15, "03"),
             Damage("column 'Description' cannot have a fixed place"));
 }
 
-TEST(ParseDefinition, NamesOfImpossibleLength_AreDamage) {
+TEST(ParseDefinition, NamesOfImpossibleLengthAreDamage) {
   EXPECT_EQ(Refusal(kFirstNameAt, "00 00"), Damage("a name of 0 bytes"));
   EXPECT_EQ(Refusal(kFirstNameAt, "13 00"), Damage("a name of 19 bytes"));
   EXPECT_EQ(Refusal(kFirstNameAt, "82 00"), Damage("a name of 130 bytes"));
 }
 
-TEST(ParseDefinition, IndexOverAMissingColumn_IsDamage) {
+TEST(ParseDefinition, IndexOverAMissingColumnIsDamage) {
   EXPECT_EQ(Refusal(kFirstIndexDataAt + 4, "04 00"), Damage("an index over a column that does not exist"));
   EXPECT_EQ(Refusal(kFirstIndexDataAt + 4, "FF FF 00"), Damage("an index without columns"));
   EXPECT_EQ(Refusal(kFirstIndexDataAt + 38, "00 00 00 00"), Damage("an index without a root page"));
 }
 
-TEST(ParseDefinition, LogicalIndexWithoutATree_IsDamage) {
+TEST(ParseDefinition, LogicalIndexWithoutATreeIsDamage) {
   EXPECT_EQ(Refusal(kFirstLogicalAt + 8, "02 00 00 00"), Damage("index '.rC' has no tree"));
   EXPECT_EQ(Refusal(kFirstLogicalAt + 4, "01 00 00 00"), Damage("two indexes of the same number"));
   EXPECT_EQ(Refusal(kFirstLogicalAt + 23, "03"), Damage("an index of kind 3"));
 }
 
-TEST(ParseDefinition, MapsOfADeletedColumn_AreTolerated) {
+TEST(ParseDefinition, MapsOfADeletedColumnAreTolerated) {
   Bytes definition = CategoriesDefinition();
   StoreLittle<std::uint16_t>(definition.data() + kLongValueMapsAt, 17);
   const TableDefinition table = ParseDefinition(definition, 21, "Categories");
@@ -313,7 +313,7 @@ TEST(ParseDefinition, MapsOfADeletedColumn_AreTolerated) {
   EXPECT_EQ(table.columns[3].longValuePages, (RowId{22, 4}));
 }
 
-TEST(ParseDefinition, AnyByteReplaced_GivesADefinitionOrAJetError) {
+TEST(ParseDefinition, AnyByteReplacedGivesADefinitionOrAJetError) {
   for (std::size_t at = 0; at < CategoriesDefinition().size(); ++at) {
     for (const std::uint8_t byte : Bytes{0x00, 0x01, 0x7F, 0x80, 0xFF}) {
       Bytes definition = CategoriesDefinition();
@@ -327,7 +327,7 @@ TEST(ParseDefinition, AnyByteReplaced_GivesADefinitionOrAJetError) {
   }
 }
 
-TEST(BuildDefinition, WhatWasParsed_ComesOutByteForByteButForCountersAndJunk) {
+TEST(BuildDefinition, WhatWasParsedComesOutByteForByteButForCountersAndJunk) {
   Bytes expected = CategoriesDefinition();
   StoreLittle<std::uint32_t>(expected.data() + 16, 0);
   StoreLittle<std::uint32_t>(expected.data() + 20, 0);
@@ -336,7 +336,7 @@ TEST(BuildDefinition, WhatWasParsed_ComesOutByteForByteButForCountersAndJunk) {
   EXPECT_EQ(ToHex(BuildDefinition(table)), ToHex(expected));
 }
 
-TEST(BuildDefinition, FixedColumn_CarriesTheNumberOfVariableColumnsBeforeIt) {
+TEST(BuildDefinition, FixedColumnCarriesTheNumberOfVariableColumnsBeforeIt) {
   TableDefinition table = Categories();
   Column price;
   price.name = "Price";
@@ -354,7 +354,7 @@ TEST(BuildDefinition, FixedColumn_CarriesTheNumberOfVariableColumnsBeforeIt) {
             "10 59 06 00 00 04 00 03 00 04 00 12 04 00 00 03 00 00 00 00 00 04 00 11 00");
 }
 
-TEST(BuildDefinition, SystemTable_HasPositionsOfZero) {
+TEST(BuildDefinition, SystemTableHasPositionsOfZero) {
   TableDefinition table = Categories();
   table.tableType = 0x53;
   const Bytes definition = BuildDefinition(table);
@@ -387,7 +387,7 @@ std::uint32_t NextPage(const PageFile& file, PageNumber page) {
   return LoadLittle<std::uint32_t>(file.Read(page).data() + 4);
 }
 
-TEST(DefinitionPages, ReserveOfEightBytes_CountsAsTaken) {
+TEST(DefinitionPages, ReserveOfEightBytesCountsAsTaken) {
   EXPECT_EQ(DefinitionPages(541), 1u);
   EXPECT_EQ(DefinitionPages(4086), 1u);
   EXPECT_EQ(DefinitionPages(4088), 1u);
@@ -396,7 +396,7 @@ TEST(DefinitionPages, ReserveOfEightBytes_CountsAsTaken) {
   EXPECT_EQ(DefinitionPages(8181), 3u);
 }
 
-TEST(WriteDefinition, OnePage_KeepsTheReserveFree) {
+TEST(WriteDefinition, OnePageKeepsTheReserveFree) {
   testing::JetStorage storage(4);
   WriteDefinition(storage.File(), CategoriesDefinition(), {2});
   EXPECT_EQ(FreeWord(storage.File(), 2), 3547);
@@ -407,7 +407,7 @@ TEST(WriteDefinition, OnePage_KeepsTheReserveFree) {
   EXPECT_EQ(FreeWord(storage.File(), 2), 0);
 }
 
-TEST(WriteDefinition, ReserveAloneBehindTheBorder_TakesAnotherPage) {
+TEST(WriteDefinition, ReserveAloneBehindTheBorderTakesAnotherPage) {
   testing::JetStorage storage(4);
   WriteDefinition(storage.File(), Bytes(4090), {3, 2});
   EXPECT_EQ(FreeWord(storage.File(), 3), 0);
@@ -417,7 +417,7 @@ TEST(WriteDefinition, ReserveAloneBehindTheBorder_TakesAnotherPage) {
   EXPECT_EQ(KindOf(storage.File().Read(2)), PageKind::Definition);
 }
 
-TEST(WriteDefinition, LongDefinition_ReadsBackOverItsPages) {
+TEST(WriteDefinition, LongDefinitionReadsBackOverItsPages) {
   testing::JetStorage storage(8);
   const TableDefinition wide = WideTable(80);
   const Bytes bytes = BuildDefinition(wide);
@@ -431,7 +431,7 @@ TEST(WriteDefinition, LongDefinition_ReadsBackOverItsPages) {
   EXPECT_EQ(ToHex(BuildDefinition(read)), ToHex(bytes));
 }
 
-TEST(ReadDefinition, ChainThatRunsInACircle_IsDamage) {
+TEST(ReadDefinition, ChainThatRunsInACircleIsDamage) {
   testing::JetStorage storage(4);
   WriteDefinition(storage.File(), Bytes(5000), {2, 3});
   StoreLittle<std::uint32_t>(storage.File().Write(3).data() + 4, 2);
@@ -440,7 +440,7 @@ TEST(ReadDefinition, ChainThatRunsInACircle_IsDamage) {
             "changed.");
 }
 
-TEST(ReadDefinition, PageOfAnotherKind_IsDamage) {
+TEST(ReadDefinition, PageOfAnotherKindIsDamage) {
   testing::JetStorage storage(4);
   EXPECT_EQ(ErrorOf([&] { ReadDefinition(storage.File(), 1, "T"); }).Description(),
             "The database file is damaged: table 'T': page 1 is no definition page. Nothing was changed.");
@@ -468,7 +468,7 @@ TEST(Counters, ChangeTheirWordsOfTheFirstPageOnly) {
   EXPECT_EQ(ToHex(ByteView(storage.File().Read(2)).first(expected.size())), ToHex(expected));
 }
 
-TEST(Counters, DistinctKeys_NeverGoBelowZero) {
+TEST(Counters, DistinctKeysNeverGoBelowZero) {
   testing::JetStorage storage(3);
   WriteDefinition(storage.File(), CategoriesDefinition(), {2});
   const TableDefinition table = ReadDefinition(storage.File(), 2, "Categories");

@@ -47,7 +47,7 @@ std::string Refusal(const TableSpec& design) {
   return error.Description();
 }
 
-TEST(TableDesign, FixedColumns_FollowEachOtherInTheFixedArea) {
+TEST(TableDesign, FixedColumnsFollowEachOtherInTheFixedArea) {
   const TableDefinition table =
       DesignTable({"T",
                    {Typed("A", ColumnType::Long), Typed("B", ColumnType::Boolean), Typed("C", ColumnType::Byte),
@@ -67,7 +67,7 @@ TEST(TableDesign, FixedColumns_FollowEachOtherInTheFixedArea) {
   EXPECT_EQ(table.tableType, 0x4E);
 }
 
-TEST(TableDesign, VariableColumns_AreNumberedOnTheirOwn) {
+TEST(TableDesign, VariableColumnsAreNumberedOnTheirOwn) {
   ColumnSpec plain = Text("B", 10);
   plain.compressed = false;
   ColumnSpec binary = Typed("C", ColumnType::Binary);
@@ -91,7 +91,7 @@ TEST(TableDesign, VariableColumns_AreNumberedOnTheirOwn) {
   EXPECT_EQ(table.nextVariableIndex, 5);
 }
 
-TEST(TableDesign, Autonumber_IsALongWithItsFlag) {
+TEST(TableDesign, AutonumberIsALongWithItsFlag) {
   ColumnSpec id = Typed("Id", ColumnType::Long);
   id.autonumber = true;
   EXPECT_EQ(DesignTable({"T", {id}, {}}).columns[0].flags, 0x07);
@@ -102,7 +102,7 @@ TEST(TableDesign, Autonumber_IsALongWithItsFlag) {
   EXPECT_EQ(Refusal({"T", {id}, {}}), "Field 'Id' of table 'T' must be of type Long to number its rows.");
 }
 
-TEST(TableDesign, GuidAutonumberAndHyperlink_AreFlags) {
+TEST(TableDesign, GuidAutonumberAndHyperlinkAreFlags) {
   ColumnSpec guid = Typed("A", ColumnType::Guid);
   guid.guidAutonumber = true;
   ColumnSpec memo = Typed("B", ColumnType::Memo);
@@ -112,7 +112,7 @@ TEST(TableDesign, GuidAutonumberAndHyperlink_AreFlags) {
   EXPECT_EQ(table.columns[1].flags, 0x82);
 }
 
-TEST(TableDesign, Indexes_GetFlagsNumbersAndTreesInOrderAndAreSortedByName) {
+TEST(TableDesign, IndexesGetFlagsNumbersAndTreesInOrderAndAreSortedByName) {
   TableSpec design = Parts();
   design.indexes.push_back({"byPrice", {{"price", false}, {"Code"}}, false, false, true, false});
   design.indexes.push_back({"A", {{"Price"}}, false, true, false, false});
@@ -138,7 +138,7 @@ TEST(TableDesign, Indexes_GetFlagsNumbersAndTreesInOrderAndAreSortedByName) {
   EXPECT_EQ(table.indexes[0].kind, LogicalIndex::Kind::Plain);
 }
 
-TEST(TableDesign, NamesThatJetRefuses_AreRefusedForTablesFieldsAndIndexes) {
+TEST(TableDesign, NamesThatJetRefusesAreRefusedForTablesFieldsAndIndexes) {
   const std::string tooLong(65, 'x');
   for (const std::string name : {"", " a", "a.b", "a!b", "a[b", "a]b", "a`b", "a\tb", tooLong.c_str()}) {
     TableSpec table = Parts();
@@ -158,7 +158,7 @@ TEST(TableDesign, NamesThatJetRefuses_AreRefusedForTablesFieldsAndIndexes) {
   EXPECT_NO_THROW(DesignTable(longest));
 }
 
-TEST(TableDesign, NameOf64Characters_CountsUtf16Units) {
+TEST(TableDesign, NameOf64CharactersCountsUtf16Units) {
   TableSpec design = Parts();
   design.name.clear();
   for (int i = 0; i < 32; ++i) design.name += "\xF0\x9F\x98\x80";
@@ -167,7 +167,7 @@ TEST(TableDesign, NameOf64Characters_CountsUtf16Units) {
   EXPECT_NE(Refusal(design).find("is not a valid name for a table."), std::string::npos);
 }
 
-TEST(TableDesign, RepeatedNames_AreRefusedWithoutRegardToCase) {
+TEST(TableDesign, RepeatedNamesAreRefusedWithoutRegardToCase) {
   TableSpec design = Parts();
   design.columns[1].name = "CODE";
   EXPECT_EQ(Refusal(design), "'CODE' is already the name of a field in table 'Parts'.");
@@ -176,7 +176,7 @@ TEST(TableDesign, RepeatedNames_AreRefusedWithoutRegardToCase) {
   EXPECT_EQ(Refusal(design), "'primarykey' is already the name of an index of table 'Parts'.");
 }
 
-TEST(TableDesign, CountsOutsideTheLimits_AreRefused) {
+TEST(TableDesign, CountsOutsideTheLimitsAreRefused) {
   EXPECT_EQ(Refusal({"T", {}, {}}), "Table 'T' must have 1 to 255 fields.");
   TableSpec design{"T", {}, {}};
   for (int i = 0; i < 255; ++i) design.columns.push_back(Typed(Numbered("B", i), ColumnType::Boolean));
@@ -191,7 +191,7 @@ TEST(TableDesign, CountsOutsideTheLimits_AreRefused) {
   EXPECT_EQ(Refusal(design), "Table 'Parts' can have at most 32 indexes.");
 }
 
-TEST(TableDesign, IndexColumns_AreOneToTenDifferentOnesOfTheTable) {
+TEST(TableDesign, IndexColumnsAreOneToTenDifferentOnesOfTheTable) {
   TableSpec design{"T", {}, {{"I", {}}}};
   for (int i = 0; i < 11; ++i) design.columns.push_back(Typed(Numbered("C", i), ColumnType::Long));
   EXPECT_EQ(Refusal(design), "Index 'I' of table 'T' must have 1 to 10 fields.");
@@ -205,19 +205,19 @@ TEST(TableDesign, IndexColumns_AreOneToTenDifferentOnesOfTheTable) {
   EXPECT_EQ(Refusal(design), "Index 'I' of table 'T' names the field 'D', which is not there.");
 }
 
-TEST(TableDesign, OleColumn_CannotBeIndexed) {
+TEST(TableDesign, OleColumnCannotBeIndexed) {
   EXPECT_EQ(Refusal({"T", {Typed("O", ColumnType::Ole)}, {PrimaryKey("O")}}),
             "Index 'PrimaryKey' of table 'T' cannot have the OLE field 'O'.");
 }
 
-TEST(TableDesign, SecondPrimaryKey_IsRefused) {
+TEST(TableDesign, SecondPrimaryKeyIsRefused) {
   TableSpec design = Parts();
   design.indexes.push_back(PrimaryKey("Price"));
   design.indexes.back().name = "Other";
   EXPECT_EQ(Refusal(design), "Table 'Parts' already has a primary key.");
 }
 
-TEST(TableDesign, ImpossibleSizes_AreRefused) {
+TEST(TableDesign, ImpossibleSizesAreRefused) {
   EXPECT_EQ(Refusal({"T", {Text("A", 0)}, {}}), "Field 'A' of table 'T' must hold 1 to 255 characters.");
   EXPECT_EQ(Refusal({"T", {Text("A", 256)}, {}}), "Field 'A' of table 'T' must hold 1 to 255 characters.");
   ColumnSpec binary = Typed("B", ColumnType::Binary);
@@ -236,7 +236,7 @@ TEST(TableDesign, ImpossibleSizes_AreRefused) {
             "Field 'R' of table 'T' is of a type that only Jet itself uses.");
 }
 
-TEST(TableDesign, RowsThatCannotFit_AreRefused) {
+TEST(TableDesign, RowsThatCannotFitAreRefused) {
   // 237 decimals: 2 count + 4029 fixed + 30 null mask + 4 = 4065 bytes; one fewer fits.
   TableSpec design{"T", {}, {}};
   for (int i = 0; i < 237; ++i) design.columns.push_back(Typed(Numbered("D", i), ColumnType::Decimal));

@@ -40,11 +40,11 @@ Page ChangedHeader(std::size_t at, std::string_view hex) {
   return page;
 }
 
-TEST(Rc4, KeyOfTheHeaderMask_GivesTheMask) {
+TEST(Rc4, KeyOfTheHeaderMaskGivesTheMask) {
   EXPECT_EQ(ToHex(Rc4KeyStream(FromHex("C7 DA 39 6B"), 128)), kMaskHex);
 }
 
-TEST(Header, NewDatabase_IsTheHeaderThatJetWrites) {
+TEST(Header, NewDatabaseIsTheHeaderThatJetWrites) {
   const Page page = Header::ForNewDatabase(DateFromBytes("3E 85 D3 3B 3E AB E4 40")).ToPage();
   Bytes expected = FromHex(
       "00 01 00 00 53 74 61 6E 64 61 72 64 20 4A 65 74 20 44 42 00 01 00 00 00 "
@@ -59,7 +59,7 @@ TEST(Header, NewDatabase_IsTheHeaderThatJetWrites) {
   EXPECT_EQ(ToHex(page), ToHex(expected));
 }
 
-TEST(Header, NewDatabase_ReadsBackAsWritten) {
+TEST(Header, NewDatabaseReadsBackAsWritten) {
   const Header header = Header::FromPage(Header::ForNewDatabase(Date{38143.25}).ToPage());
   EXPECT_EQ(header.CodePage(), 1252);
   EXPECT_EQ(header.PageKey(), 0u);
@@ -70,14 +70,14 @@ TEST(Header, NewDatabase_ReadsBackAsWritten) {
   EXPECT_EQ(header.SuspectCommitWord(), std::nullopt);
 }
 
-TEST(Header, PasswordField_IsScrambledWithTheDayNumber) {
+TEST(Header, PasswordFieldIsScrambledWithTheDayNumber) {
   const Header plain = Header::FromPage(ChangedHeader(0x42, "FF 94 00 00"));
   EXPECT_FALSE(plain.HasPassword());
   const Header set = Header::FromPage(ChangedHeader(0x42, "BE 94 00 00"));
   EXPECT_TRUE(set.HasPassword());
 }
 
-TEST(Header, AccountIdentifiers_ComeFromDatePasswordBuildAndSortOrder) {
+TEST(Header, AccountIdentifiersComeFromDatePasswordBuildAndSortOrder) {
   const Header first = Header::ForNewDatabase(DateFromBytes("3E 85 D3 3B 3E AB E4 40"));
   EXPECT_EQ(ToHex(first.Identifier(Account::Admin)), "64 8B");
   EXPECT_EQ(ToHex(first.Identifier(Account::Users)), "65 8B");
@@ -85,7 +85,7 @@ TEST(Header, AccountIdentifiers_ComeFromDatePasswordBuildAndSortOrder) {
   EXPECT_EQ(ToHex(first.Identifier(Account::Creator)), "65 8E");
 }
 
-TEST(Header, AccountIdentifiersOfAnotherBuild_DifferWithTheBuildNumber) {
+TEST(Header, AccountIdentifiersOfAnotherBuildDifferWithTheBuildNumber) {
   Page page = Header::ForNewDatabase(DateFromBytes("81 AF D4 6B 4F EC E4 40")).ToPage();
   const Bytes mask = FromHex(kMaskHex);
   page[0x6A] = 0xA6 ^ mask[0x6A - 0x18];
@@ -96,7 +96,7 @@ TEST(Header, AccountIdentifiersOfAnotherBuild_DifferWithTheBuildNumber) {
   EXPECT_EQ(ToHex(header.Identifier(Account::Admin)), "07 E8");
 }
 
-TEST(Header, CreationDateThatIsNoNumber_IsReadWithoutHarm) {
+TEST(Header, CreationDateThatIsNoNumberIsReadWithoutHarm) {
   const Header header = Header::FromPage(ChangedHeader(0x72, "00 00 00 00 00 00 F8 7F"));
   EXPECT_TRUE(header.HasPassword());
   EXPECT_EQ(header.Identifier(Account::Admin).size(), 2u);
@@ -123,17 +123,17 @@ Page NamedPage(std::string_view name, std::uint8_t version) {
   return page;
 }
 
-TEST(CheckFileKind, Jet4File_IsAccepted) {
+TEST(CheckFileKind, Jet4FileIsAccepted) {
   EXPECT_EQ(Refusal(NamedPage("Standard Jet DB", 1), kLength), "");
   EXPECT_EQ(Refusal(NamedPage("Standard Jet DB", 1), 2 * kPageSize), "");
 }
 
-TEST(CheckFileKind, FileShorterThanTwoPages_IsNoDatabase) {
+TEST(CheckFileKind, FileShorterThanTwoPagesIsNoDatabase) {
   EXPECT_EQ(Refusal(NamedPage("Standard Jet DB", 1), 8191), kUnrecognized);
   EXPECT_EQ(ErrorOf([] { CheckFileKind("x", Bytes(3), 8192); }).Description(), "Unrecognized database format 'x'.");
 }
 
-TEST(CheckFileKind, OtherFirstBytes_AreNoDatabase) {
+TEST(CheckFileKind, OtherFirstBytesAreNoDatabase) {
   for (std::size_t at : {0u, 1u, 2u, 3u, 4u, 18u, 19u}) {
     Page page = NamedPage("Standard Jet DB", 1);
     page[at] ^= 0x20;
@@ -147,7 +147,7 @@ struct OtherKind {
   const char* reason;
 };
 
-TEST(CheckFileKind, FilesOfOtherEngines_SayWhatTheyAreAndWhatToDo) {
+TEST(CheckFileKind, FilesOfOtherEnginesSayWhatTheyAreAndWhatToDo) {
   static constexpr OtherKind kKinds[] = {
       {"Standard Jet DB", 0,
        "It is an Access 97 database (Jet 3). Open it with Access 2000, 2002 or 2003 and convert it to the Access 2000 "
@@ -181,12 +181,12 @@ TEST(CheckFileKind, FilesOfOtherEngines_SayWhatTheyAreAndWhatToDo) {
   }
 }
 
-TEST(CheckFileKind, LengthThatIsNoMultipleOf4096_IsDamage) {
+TEST(CheckFileKind, LengthThatIsNoMultipleOf4096IsDamage) {
   EXPECT_EQ(Refusal(NamedPage("Standard Jet DB", 1), kLength + 1),
             kUnrecognized + " Its length of 65537 bytes is no multiple of 4096; it is damaged or cut off.");
 }
 
-TEST(CheckAccess, EncodedPages_AreRefusedWithATextOfTheirOwn) {
+TEST(CheckAccess, EncodedPagesAreRefusedWithATextOfTheirOwn) {
   const Header header = Header::FromPage(ChangedHeader(0x3E, "01 00 00 00"));
   const Error error = ErrorOf([&] { CheckAccess("a.mdb", header); });
   EXPECT_EQ(error.Number(), errors::kJetGeneral);
@@ -195,24 +195,24 @@ TEST(CheckAccess, EncodedPages_AreRefusedWithATextOfTheirOwn) {
             "Nothing was changed.");
 }
 
-TEST(CheckAccess, PasswordSet_IsNotAValidPassword) {
+TEST(CheckAccess, PasswordSetIsNotAValidPassword) {
   const Header header = Header::FromPage(ChangedHeader(0x68, "01 00"));
   const Error error = ErrorOf([&] { CheckAccess("a.mdb", header); });
   EXPECT_EQ(error.Number(), -2147217843);
   EXPECT_EQ(error.Description(), "Not a valid password. 'a.mdb' is protected by a password; remove it in Access.");
 }
 
-TEST(CheckAccess, EncodedAndWithPassword_IsCalledEncoded) {
+TEST(CheckAccess, EncodedAndWithPasswordIsCalledEncoded) {
   Page page = ChangedHeader(0x3E, "01 00 00 00");
   page[0x42] ^= 1;
   EXPECT_EQ(ErrorOf([&] { CheckAccess("a.mdb", Header::FromPage(page)); }).Number(), errors::kJetGeneral);
 }
 
-TEST(CheckAccess, PlainFileWithoutPassword_IsAccepted) {
+TEST(CheckAccess, PlainFileWithoutPasswordIsAccepted) {
   EXPECT_NO_THROW(CheckAccess("a.mdb", Header::ForNewDatabase(Date{38143})));
 }
 
-TEST(CheckWritable, CommitWordOfAnUnfinishedWrite_ForbidsWriting) {
+TEST(CheckWritable, CommitWordOfAnUnfinishedWriteForbidsWriting) {
   const Error error = ErrorOf([] { CheckWritable("a.mdb", Header::FromPage(ChangedHeader(0xE06, "00 00"))); });
   EXPECT_EQ(error.Number(), errors::kJetGeneral);
   EXPECT_EQ(
@@ -221,11 +221,11 @@ TEST(CheckWritable, CommitWordOfAnUnfinishedWrite_ForbidsWriting) {
       "damage (commit word 3); repair the file before it is changed. Nothing was changed.");
 }
 
-TEST(CheckWritable, CommitWordOfADamagedPage_ForbidsWriting) {
+TEST(CheckWritable, CommitWordOfADamagedPageForbidsWriting) {
   EXPECT_EQ(Header::FromPage(ChangedHeader(0xFFE, "01 00")).SuspectCommitWord(), 255u);
 }
 
-TEST(CheckWritable, CountersFrom0100On_AreHarmless) {
+TEST(CheckWritable, CountersFrom0100OnAreHarmless) {
   EXPECT_NO_THROW(CheckWritable("a.mdb", Header::FromPage(ChangedHeader(0xE00, "FF FF 00 01 EA 22"))));
 }
 

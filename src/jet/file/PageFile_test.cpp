@@ -44,7 +44,7 @@ class PageFileTest : public ::testing::Test {
   MemoryFileSystem files_;
 };
 
-TEST_F(PageFileTest, MissingFileAndMissingFolder_AreNotFoundUnderTheNameGiven) {
+TEST_F(PageFileTest, MissingFileAndMissingFolderAreNotFoundUnderTheNameGiven) {
   files_.CreateFolders("C:\\data");
   EXPECT_EQ(ErrorOf([&] { PageFile::Open(files_, kPath, Mode::ReadWrite); }).Description(),
             "Could not find file 'C:\\data\\Motorva.db'.");
@@ -52,14 +52,14 @@ TEST_F(PageFileTest, MissingFileAndMissingFolder_AreNotFoundUnderTheNameGiven) {
             "Could not find file 'D:\\x\\y.db'.");
 }
 
-TEST_F(PageFileTest, FolderInPlaceOfAFile_CannotBeOpened) {
+TEST_F(PageFileTest, FolderInPlaceOfAFileCannotBeOpened) {
   files_.CreateFolders(kPath);
   EXPECT_EQ(ErrorOf([&] { PageFile::Open(files_, kPath, Mode::ReadWrite); }).Description(),
             "The Microsoft Jet database engine cannot open the file 'C:\\data\\Motorva.db'. It is already opened "
             "exclusively by another user, or you need permission to view its data.");
 }
 
-TEST_F(PageFileTest, FolderThatTakesNoNewFile_KeepsTheOldFileAndTheChanges) {
+TEST_F(PageFileTest, FolderThatTakesNoNewFileKeepsTheOldFileAndTheChanges) {
   const auto file = OpenWith(3);
   file->Write(1).fill(0x55);
   files_.CreateFolders(files_.StagedName(kPath));
@@ -71,21 +71,21 @@ TEST_F(PageFileTest, FolderThatTakesNoNewFile_KeepsTheOldFileAndTheChanges) {
   EXPECT_TRUE(file->Changed());
 }
 
-TEST_F(PageFileTest, FileThatSomebodyHolds_IsInUse) {
+TEST_F(PageFileTest, FileThatSomebodyHoldsIsInUse) {
   const auto holder = OpenWith(3);
   EXPECT_EQ(ErrorOf([&] { PageFile::Open(files_, kPath, Mode::ReadWrite); }).Description(),
             "Could not use 'C:\\data\\Motorva.db'; file already in use.");
   EXPECT_EQ(ErrorNumberOf([&] { PageFile::Open(files_, kPath, Mode::ReadOnly); }), errors::kJetGeneral);
 }
 
-TEST_F(PageFileTest, TwoReaders_MayShareAFileButNoWriterJoins) {
+TEST_F(PageFileTest, TwoReadersMayShareAFileButNoWriterJoins) {
   const auto one = OpenWith(3, Mode::ReadOnly);
   const auto two = PageFile::Open(files_, kPath, Mode::ReadOnly);
   EXPECT_EQ(two->Read(1), PageOf(1));
   EXPECT_EQ(ErrorNumberOf([&] { PageFile::Open(files_, kPath, Mode::ReadWrite); }), errors::kJetGeneral);
 }
 
-TEST_F(PageFileTest, LengthsThatNoDatabaseHas_AreRefused) {
+TEST_F(PageFileTest, LengthsThatNoDatabaseHasAreRefused) {
   for (const std::size_t length : {std::size_t{0}, kPageSize, 2 * kPageSize + 1, 3 * kPageSize - 1}) {
     files_.Put(kPath, Bytes(length));
     const Error error = ErrorOf([&] { PageFile::Open(files_, kPath, Mode::ReadWrite); });
@@ -93,7 +93,7 @@ TEST_F(PageFileTest, LengthsThatNoDatabaseHas_AreRefused) {
   }
 }
 
-TEST_F(PageFileTest, LocksOnTheLockFile_MeanInUse) {
+TEST_F(PageFileTest, LocksOnTheLockFileMeanInUse) {
   files_.Put(kPath, FileOf(3));
   files_.Put("C:\\data\\Motorva.ldb", Bytes(64));
   const auto lock = files_.Open("C:\\data\\Motorva.ldb", platform::Access::ReadWrite,
@@ -104,13 +104,13 @@ TEST_F(PageFileTest, LocksOnTheLockFile_MeanInUse) {
   EXPECT_EQ(ErrorNumberOf([&] { PageFile::Create(files_, kPath); }), errors::kJetGeneral);
 }
 
-TEST_F(PageFileTest, StaleLockFile_IsNoReasonToRefuseAndIsLeftAlone) {
+TEST_F(PageFileTest, StaleLockFileIsNoReasonToRefuseAndIsLeftAlone) {
   files_.Put("C:\\data\\Motorva.ldb", Bytes(64));
   OpenWith(3);
   EXPECT_EQ(files_.Content("C:\\data\\Motorva.ldb"), Bytes(64));
 }
 
-TEST_F(PageFileTest, LockFileOfANameWithoutExtension_IsNamedByTheWholeName) {
+TEST_F(PageFileTest, LockFileOfANameWithoutExtensionIsNamedByTheWholeName) {
   files_.Put("C:\\da.ta\\Motorva", FileOf(3));
   files_.Put("C:\\da.ta\\Motorva.ldb", Bytes(64));
   const auto lock = files_.Open("C:\\da.ta\\Motorva.ldb", platform::Access::ReadWrite,
@@ -125,13 +125,13 @@ TEST_F(PageFileTest, NoLockFileIsMade) {
   ExpectNothingLeftBeside();
 }
 
-TEST_F(PageFileTest, Opening_ReadsNoPage) {
+TEST_F(PageFileTest, OpeningReadsNoPage) {
   const auto file = OpenWith(100);
   EXPECT_EQ(file->PageCount(), 100U);
   EXPECT_EQ(files_.Reads(), 0U);
 }
 
-TEST_F(PageFileTest, ReadingInAscendingOrder_FetchesRunsOfPages) {
+TEST_F(PageFileTest, ReadingInAscendingOrderFetchesRunsOfPages) {
   const auto file = OpenWith(100);
   for (PageNumber number = 0; number < 100; ++number) EXPECT_EQ(file->Read(number), PageOf(number));
   EXPECT_LE(files_.Reads(), 10U);
@@ -140,7 +140,7 @@ TEST_F(PageFileTest, ReadingInAscendingOrder_FetchesRunsOfPages) {
   EXPECT_EQ(files_.Reads(), reads);
 }
 
-TEST_F(PageFileTest, ReadAhead_KeepsPagesThatHaveChanged) {
+TEST_F(PageFileTest, ReadAheadKeepsPagesThatHaveChanged) {
   const auto file = OpenWith(100);
   file->Write(12).fill(0xEE);
   for (PageNumber number = 9; number < 20; ++number) {
@@ -148,35 +148,35 @@ TEST_F(PageFileTest, ReadAhead_KeepsPagesThatHaveChanged) {
   }
 }
 
-TEST_F(PageFileTest, PageBehindTheEnd_IsDamage) {
+TEST_F(PageFileTest, PageBehindTheEndIsDamage) {
   const auto file = OpenWith(3);
   EXPECT_EQ(ErrorOf([&] { file->Read(3); }).Description(),
             "The database file is damaged: page 3 lies behind the end of the file. Nothing was changed.");
   EXPECT_EQ(ErrorNumberOf([&] { file->Write(0xFFFFFFFF); }), errors::kJetGeneral);
 }
 
-TEST_F(PageFileTest, FileThatBecameShorter_IsDamageWhenThePageIsRead) {
+TEST_F(PageFileTest, FileThatBecameShorterIsDamageWhenThePageIsRead) {
   const auto file = OpenWith(5);
   files_.Put(kPath, FileOf(3));
   EXPECT_EQ(file->Read(2), PageOf(2));
   EXPECT_EQ(ErrorNumberOf([&] { file->Read(4); }), errors::kJetGeneral);
 }
 
-TEST_F(PageFileTest, FailingRead_IsReportedAndMayBeTriedAgain) {
+TEST_F(PageFileTest, FailingReadIsReportedAndMayBeTriedAgain) {
   const auto file = OpenWith(3);
   files_.FailRead(1);
   EXPECT_EQ(ErrorNumberOf([&] { file->Read(1); }), errors::kDeviceIo);
   EXPECT_EQ(file->Read(1), PageOf(1));
 }
 
-TEST_F(PageFileTest, FileOpenedReadOnly_CannotBeChanged) {
+TEST_F(PageFileTest, FileOpenedReadOnlyCannotBeChanged) {
   const auto file = OpenWith(3, Mode::ReadOnly);
   EXPECT_EQ(ErrorNumberOf([&] { file->Write(1); }), errors::kPermissionDenied);
   EXPECT_EQ(ErrorNumberOf([&] { file->Append(); }), errors::kPermissionDenied);
   EXPECT_FALSE(file->Changed());
 }
 
-TEST_F(PageFileTest, Changes_StayInMemoryUntilCommit) {
+TEST_F(PageFileTest, ChangesStayInMemoryUntilCommit) {
   const auto file = OpenWith(3);
   EXPECT_FALSE(file->Changed());
   file->Write(1).fill(0x55);
@@ -195,7 +195,7 @@ TEST_F(PageFileTest, Changes_StayInMemoryUntilCommit) {
   ExpectNothingLeftBeside();
 }
 
-TEST_F(PageFileTest, CommitWithoutChanges_TouchesNothing) {
+TEST_F(PageFileTest, CommitWithoutChangesTouchesNothing) {
   const auto file = OpenWith(3);
   file->Read(2);
   const std::size_t opens = files_.Opens();
@@ -204,7 +204,7 @@ TEST_F(PageFileTest, CommitWithoutChanges_TouchesNothing) {
   EXPECT_EQ(files_.Opens(), opens);
 }
 
-TEST_F(PageFileTest, CommitOfALargeFile_StreamsItInPiecesAndKeepsTheRest) {
+TEST_F(PageFileTest, CommitOfALargeFileStreamsItInPiecesAndKeepsTheRest) {
   const std::size_t pages = 3 * 256 + 7;
   const auto file = OpenWith(pages);
   Bytes expected = FileOf(pages);
@@ -217,7 +217,7 @@ TEST_F(PageFileTest, CommitOfALargeFile_StreamsItInPiecesAndKeepsTheRest) {
   EXPECT_EQ(files_.Writes(), 4U + 1U);
 }
 
-TEST_F(PageFileTest, CommitAfterCommit_BuildsOnTheFileWrittenBefore) {
+TEST_F(PageFileTest, CommitAfterCommitBuildsOnTheFileWrittenBefore) {
   const auto file = OpenWith(40);
   file->Write(3)[0] = 0x11;
   file->Commit();
@@ -241,7 +241,7 @@ TEST_F(PageFileTest, FileStaysHeldThroughCommits) {
   EXPECT_EQ(ErrorNumberOf([&] { PageFile::Open(files_, kPath, Mode::ReadOnly); }), errors::kJetGeneral);
 }
 
-TEST_F(PageFileTest, CommitThatFailsAtAnyStep_LeavesTheOldFileAndTheChanges) {
+TEST_F(PageFileTest, CommitThatFailsAtAnyStepLeavesTheOldFileAndTheChanges) {
   for (std::size_t step = 1; step <= 5; ++step) {
     SCOPED_TRACE(step);
     const auto file = OpenWith(600);
@@ -267,7 +267,7 @@ TEST_F(PageFileTest, CommitThatFailsAtAnyStep_LeavesTheOldFileAndTheChanges) {
   }
 }
 
-TEST_F(PageFileTest, CommitThatCannotReadTheOldFile_ChangesNothing) {
+TEST_F(PageFileTest, CommitThatCannotReadTheOldFileChangesNothing) {
   const auto file = OpenWith(600);
   file->Write(500).fill(0x77);
   files_.FailRead(2);
@@ -276,7 +276,7 @@ TEST_F(PageFileTest, CommitThatCannotReadTheOldFile_ChangesNothing) {
   ExpectNothingLeftBeside();
 }
 
-TEST_F(PageFileTest, Discard_ForgetsChangesAndPagesAdded) {
+TEST_F(PageFileTest, DiscardForgetsChangesAndPagesAdded) {
   const auto file = OpenWith(3);
   file->Write(1).fill(0x55);
   file->Append();
@@ -291,7 +291,7 @@ TEST_F(PageFileTest, Discard_ForgetsChangesAndPagesAdded) {
   EXPECT_EQ(files_.Content(kPath)[2 * kPageSize], 0x66);
 }
 
-TEST_F(PageFileTest, ShrinkTo_ForgetsPagesWithoutChangesAndKeepsTheOthers) {
+TEST_F(PageFileTest, ShrinkToForgetsPagesWithoutChangesAndKeepsTheOthers) {
   const auto file = OpenWith(100);
   for (PageNumber page = 0; page < 100; ++page) file->Read(page);
   file->Write(7).fill(0x55);
@@ -309,7 +309,7 @@ TEST_F(PageFileTest, ShrinkTo_ForgetsPagesWithoutChangesAndKeepsTheOthers) {
   EXPECT_EQ(files_.Content(kPath)[8 * kPageSize], 8);
 }
 
-TEST_F(PageFileTest, ShrinkToInAStatement_LeavesItsOldContents) {
+TEST_F(PageFileTest, ShrinkToInAStatementLeavesItsOldContents) {
   const auto file = OpenWith(10);
   file->Begin();
   file->Write(3).fill(0x55);
@@ -320,7 +320,7 @@ TEST_F(PageFileTest, ShrinkToInAStatement_LeavesItsOldContents) {
   EXPECT_FALSE(file->Changed());
 }
 
-TEST_F(PageFileTest, NewDatabase_ExistsOnlyAfterCommit) {
+TEST_F(PageFileTest, NewDatabaseExistsOnlyAfterCommit) {
   files_.CreateFolders("C:\\data");
   const auto file = PageFile::Create(files_, kPath);
   EXPECT_EQ(file->PageCount(), 0U);
@@ -336,7 +336,7 @@ TEST_F(PageFileTest, NewDatabase_ExistsOnlyAfterCommit) {
   EXPECT_EQ(files_.Content(kPath)[0], 4);
 }
 
-TEST_F(PageFileTest, NewDatabaseOverAnOldFile_HoldsItAndReplacesIt) {
+TEST_F(PageFileTest, NewDatabaseOverAnOldFileHoldsItAndReplacesIt) {
   files_.Put(kPath, FileOf(9));
   const auto file = PageFile::Create(files_, kPath);
   EXPECT_EQ(file->PageCount(), 0U);
@@ -349,7 +349,7 @@ TEST_F(PageFileTest, NewDatabaseOverAnOldFile_HoldsItAndReplacesIt) {
 
 // Statements.
 
-TEST_F(PageFileTest, Rollback_RestoresPagesCountAndTheUnchangedState) {
+TEST_F(PageFileTest, RollbackRestoresPagesCountAndTheUnchangedState) {
   const auto file = OpenWith(3);
   file->Begin();
   file->Write(1).fill(0x55);
@@ -362,7 +362,7 @@ TEST_F(PageFileTest, Rollback_RestoresPagesCountAndTheUnchangedState) {
   EXPECT_FALSE(file->Changed());
 }
 
-TEST_F(PageFileTest, Rollback_KeepsWhatEarlierStatementsDid) {
+TEST_F(PageFileTest, RollbackKeepsWhatEarlierStatementsDid) {
   const auto file = OpenWith(3);
   file->Begin();
   file->Write(1).fill(0x55);
@@ -379,7 +379,7 @@ TEST_F(PageFileTest, Rollback_KeepsWhatEarlierStatementsDid) {
   EXPECT_TRUE(file->Changed());
 }
 
-TEST_F(PageFileTest, ManyStatements_ReuseTheirRoomAndRestoreTheRightPages) {
+TEST_F(PageFileTest, ManyStatementsReuseTheirRoomAndRestoreTheRightPages) {
   const auto file = OpenWith(200);
   for (PageNumber round = 0; round < 5; ++round) {
     file->Begin();
@@ -389,7 +389,7 @@ TEST_F(PageFileTest, ManyStatements_ReuseTheirRoomAndRestoreTheRightPages) {
   for (PageNumber number = 0; number < 200; ++number) EXPECT_EQ(file->Read(number), PageOf(number));
 }
 
-TEST_F(PageFileTest, StatementWithoutComplete_IsRolledBack) {
+TEST_F(PageFileTest, StatementWithoutCompleteIsRolledBack) {
   const auto file = OpenWith(3);
   {
     Statement statement(*file);
@@ -404,7 +404,7 @@ TEST_F(PageFileTest, StatementWithoutComplete_IsRolledBack) {
   EXPECT_EQ(file->Read(1)[0], 0x55);
 }
 
-TEST_F(PageFileTest, StatementInsideAnother_IsRolledBackWithIt) {
+TEST_F(PageFileTest, StatementInsideAnotherIsRolledBackWithIt) {
   const auto file = OpenWith(3);
   {
     Statement outer(*file);
@@ -417,7 +417,7 @@ TEST_F(PageFileTest, StatementInsideAnother_IsRolledBackWithIt) {
   EXPECT_EQ(file->Read(1), PageOf(1));
 }
 
-TEST_F(PageFileTest, FailedStatementInsideAnother_CannotBeCompleted) {
+TEST_F(PageFileTest, FailedStatementInsideAnotherCannotBeCompleted) {
   const auto file = OpenWith(3);
   Statement outer(*file);
   file->Write(0).fill(0x44);
@@ -429,7 +429,7 @@ TEST_F(PageFileTest, FailedStatementInsideAnother_CannotBeCompleted) {
   EXPECT_FALSE(file->Changed());
 }
 
-TEST_F(PageFileTest, CommitInAStatement_IsRefused) {
+TEST_F(PageFileTest, CommitInAStatementIsRefused) {
   const auto file = OpenWith(3);
   Statement statement(*file);
   file->Write(1).fill(0x55);
@@ -437,7 +437,7 @@ TEST_F(PageFileTest, CommitInAStatement_IsRefused) {
   EXPECT_EQ(files_.Content(kPath), FileOf(3));
 }
 
-TEST_F(PageFileTest, DiscardInAStatement_EndsIt) {
+TEST_F(PageFileTest, DiscardInAStatementEndsIt) {
   const auto file = OpenWith(3);
   {
     Statement statement(*file);
@@ -452,7 +452,7 @@ TEST_F(PageFileTest, DiscardInAStatement_EndsIt) {
   EXPECT_EQ(files_.Content(kPath)[2 * kPageSize], 0x66);
 }
 
-TEST(PageFileOnDisk, CommitOverAFileOfThisMachine_IsReadBackByTheNextOpening) {
+TEST(PageFileOnDisk, CommitOverAFileOfThisMachineIsReadBackByTheNextOpening) {
   const TempFolder folder;
   const auto files = platform::MakeFileSystem();
   const std::string path = folder.File("real.mdb");

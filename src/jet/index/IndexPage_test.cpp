@@ -59,13 +59,13 @@ Bytes LeafEntry(std::uint8_t key, PageNumber page, std::uint8_t slot) {
   return {entry.View().begin(), entry.View().end()};
 }
 
-TEST_F(IndexPageTest, EmptyLeaf_IsItsHeader) {
+TEST_F(IndexPageTest, EmptyLeafIsItsHeader) {
   EXPECT_EQ(HexAt(0, 0x1C), "04 01 20 0E F5 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00");
   EXPECT_TRUE(View().IsEmpty());
   EXPECT_TRUE(View().IsLeaf());
 }
 
-TEST_F(IndexPageTest, RootNodeOfTwoEntriesAndATail_IsByteForByteWhatJetWrites) {
+TEST_F(IndexPageTest, RootNodeOfTwoEntriesAndATailIsByteForByteWhatJetWrites) {
   Format(1);
   Edit().SetTail(0x111);
   Append(FromHex("7F 80 00 00 1D | 00 00 FA 7D | 00 00 01 0F"));
@@ -78,7 +78,7 @@ TEST_F(IndexPageTest, RootNodeOfTwoEntriesAndATail_IsByteForByteWhatJetWrites) {
   EXPECT_EQ(View().Tail(), 273U);
 }
 
-TEST_F(IndexPageTest, LeafOf722Entries_IsByteForByteWhatJetWrites) {
+TEST_F(IndexPageTest, LeafOf722EntriesIsByteForByteWhatJetWrites) {
   // Keys Long 1 to 29; all share 7F 80 00 00, so that the entries fill all but two bytes.
   EntryList list;
   list.Append(LeafEntry(1, 247, 99));
@@ -113,7 +113,7 @@ TEST_F(IndexPageTest, PrefixMayReachIntoTheRowAddress) {
   EXPECT_EQ(ToHex(entry.Key()), "7F 6B 4A 60 51 01 00");
 }
 
-TEST_F(IndexPageTest, FirstEntryThatIsAllPrefix_IsWholeAndTheOthersKeepTheirRest) {
+TEST_F(IndexPageTest, FirstEntryThatIsAllPrefixIsWholeAndTheOthersKeepTheirRest) {
   StoreWithPrefix({"7F 01 | 00 00 05 00", "7F 01 | 00 00 05 00 09", "7F 01 | 00 00 05 00 0A"});
   EXPECT_EQ(View().PrefixLength(), 6U);
   EXPECT_EQ(Entries().size(), 3U);
@@ -123,7 +123,7 @@ TEST_F(IndexPageTest, FirstEntryThatIsAllPrefix_IsWholeAndTheOthersKeepTheirRest
   EXPECT_EQ(View().PrefixLength(), 6U);
 }
 
-TEST_F(IndexPageTest, InsertIntoAPageWithPrefix_StoresTheRestOnly) {
+TEST_F(IndexPageTest, InsertIntoAPageWithPrefixStoresTheRestOnly) {
   StoreWithPrefix({"7F 01 | 00 00 05 10", "7F 01 | 00 00 05 20"});
   ASSERT_EQ(View().PrefixLength(), 5U);
   EXPECT_TRUE(Edit().TryInsert(6, FromHex("7F 01 00 00 05 18")));
@@ -132,7 +132,7 @@ TEST_F(IndexPageTest, InsertIntoAPageWithPrefix_StoresTheRestOnly) {
   EXPECT_EQ(HexAt(2, 2), "18 0E");
 }
 
-TEST_F(IndexPageTest, InsertInFrontOfAPageWithPrefix_TakesThePrefixBytesOver) {
+TEST_F(IndexPageTest, InsertInFrontOfAPageWithPrefixTakesThePrefixBytesOver) {
   StoreWithPrefix({"7F 01 | 00 00 05 10", "7F 01 | 00 00 05 20"});
   EXPECT_TRUE(Edit().TryInsert(0, FromHex("7F 01 00 00 05 08")));
   EXPECT_EQ(HexAt(0x1E0, 9), "7F 01 00 00 05 08 10 20 00");
@@ -140,7 +140,7 @@ TEST_F(IndexPageTest, InsertInFrontOfAPageWithPrefix_TakesThePrefixBytesOver) {
   EXPECT_EQ(Entries()[1], "7F 01 00 00 05 10");
 }
 
-TEST_F(IndexPageTest, EntryThatDoesNotShareThePrefix_IsNotInserted) {
+TEST_F(IndexPageTest, EntryThatDoesNotShareThePrefixIsNotInserted) {
   StoreWithPrefix({"7F 01 | 00 00 05 10", "7F 01 | 00 00 05 20"});
   const std::string before = HexAt(0, 4096);
   EXPECT_FALSE(Edit().TryInsert(7, FromHex("7F 01 00 00 06 00")));
@@ -148,28 +148,28 @@ TEST_F(IndexPageTest, EntryThatDoesNotShareThePrefix_IsNotInserted) {
   EXPECT_EQ(HexAt(0, 4096), before);
 }
 
-TEST_F(IndexPageTest, RemovingTheFirstOfAPageWithPrefix_MakesTheSecondWhole) {
+TEST_F(IndexPageTest, RemovingTheFirstOfAPageWithPrefixMakesTheSecondWhole) {
   StoreWithPrefix({"7F 01 | 00 00 05 10", "7F 01 | 00 00 05 20", "7F 01 | 00 00 05 30"});
   Edit().Remove(0);
   EXPECT_EQ(HexAt(0x1E0, 8), "7F 01 00 00 05 20 30 00");
   EXPECT_EQ(View().PrefixLength(), 5U);
 }
 
-TEST_F(IndexPageTest, LeafLeftWithOneEntry_HasNoPrefix) {
+TEST_F(IndexPageTest, LeafLeftWithOneEntryHasNoPrefix) {
   StoreWithPrefix({"7F 01 | 00 00 05 10", "7F 01 | 00 00 05 20"});
   Edit().Remove(6);
   EXPECT_EQ(View().PrefixLength(), 0U);
   EXPECT_EQ(Entries(), std::vector<std::string>{"7F 01 00 00 05 10"});
 }
 
-TEST_F(IndexPageTest, LeafLeftEmpty_IsAnEmptyLeafAgain) {
+TEST_F(IndexPageTest, LeafLeftEmptyIsAnEmptyLeafAgain) {
   const std::string empty = HexAt(0, 4096);
   Append(FromHex("7F 01 | 00 00 05 10"));
   Edit().Remove(0);
   EXPECT_EQ(HexAt(0, 4096), empty);
 }
 
-TEST_F(IndexPageTest, EntriesThatFitPlain_AreStoredWithoutPrefix) {
+TEST_F(IndexPageTest, EntriesThatFitPlainAreStoredWithoutPrefix) {
   EntryList list;
   for (int i = 0; i < 401; ++i) {
     list.Append(LeafEntry(1, 300 + static_cast<PageNumber>(i / 200), static_cast<std::uint8_t>(i % 200)));
@@ -182,7 +182,7 @@ TEST_F(IndexPageTest, EntriesThatFitPlain_AreStoredWithoutPrefix) {
   EXPECT_EQ(View().PrefixLength(), 7U);
 }
 
-TEST_F(IndexPageTest, EntriesThatDoNotFit_LeaveThePageAsItIs) {
+TEST_F(IndexPageTest, EntriesThatDoNotFitLeaveThePageAsItIs) {
   Append(FromHex("7F 01 | 00 00 05 10"));
   const std::string before = HexAt(0, 4096);
   EntryList list;
@@ -193,7 +193,7 @@ TEST_F(IndexPageTest, EntriesThatDoNotFit_LeaveThePageAsItIs) {
   EXPECT_TRUE(Edit().TryInsert(0, Bytes(3610, 0x11)));
 }
 
-TEST_F(IndexPageTest, PageFilledToItsLastByte_SetsTheLastEndMark) {
+TEST_F(IndexPageTest, PageFilledToItsLastByteSetsTheLastEndMark) {
   Append(Bytes(3616, 0x7F));
   EXPECT_EQ(HexAt(0x1B + 452, 1), "01");
   EXPECT_EQ(View().Used(), 3616U);
@@ -203,7 +203,7 @@ TEST_F(IndexPageTest, PageFilledToItsLastByte_SetsTheLastEndMark) {
   EXPECT_EQ(HexAt(0x1B + 452, 1), "00");
 }
 
-TEST_F(IndexPageTest, LowerBound_FindsTheFirstEntryNotBelow) {
+TEST_F(IndexPageTest, LowerBoundFindsTheFirstEntryNotBelow) {
   Append(FromHex("7F 10 | 00 00 05 10"));
   Append(FromHex("7F 10 20 | 00 00 05 10"));
   Append(FromHex("7F 30 | 00 00 05 10"));
@@ -214,7 +214,7 @@ TEST_F(IndexPageTest, LowerBound_FindsTheFirstEntryNotBelow) {
   EXPECT_EQ(View().LowerBound(FromHex("7F 30 00 00 05 11")), 19U);
 }
 
-TEST_F(IndexPageTest, LowerBoundInANode_LeavesTheChildOut) {
+TEST_F(IndexPageTest, LowerBoundInANodeLeavesTheChildOut) {
   Format(1);
   Append(FromHex("7F 10 | 00 00 05 10 | 00 00 00 09"));
   Append(FromHex("7F 20 | 00 00 05 10 | 00 00 00 01"));
@@ -223,7 +223,7 @@ TEST_F(IndexPageTest, LowerBoundInANode_LeavesTheChildOut) {
   EXPECT_EQ(View().LowerBound(FromHex("7F 20 00 00 05 11")), 20U);
 }
 
-TEST_F(IndexPageTest, LowerBoundOnAPageWithPrefix_ComparesThePrefixFirst) {
+TEST_F(IndexPageTest, LowerBoundOnAPageWithPrefixComparesThePrefixFirst) {
   StoreWithPrefix({"7F 01 | 00 00 05 10", "7F 01 | 00 00 05 20", "7F 01 | 00 00 05 30"});
   EXPECT_EQ(View().LowerBound(FromHex("7F 00 FF FF FF FF")), 0U);
   EXPECT_EQ(View().LowerBound(FromHex("7F 01 00")), 0U);
@@ -234,7 +234,7 @@ TEST_F(IndexPageTest, LowerBoundOnAPageWithPrefix_ComparesThePrefixFirst) {
   EXPECT_EQ(View().LowerBound(FromHex("7F 01 00 00 06 00")), 8U);
 }
 
-TEST_F(IndexPageTest, Holds_ComparesTheWholeEntry) {
+TEST_F(IndexPageTest, HoldsComparesTheWholeEntry) {
   StoreWithPrefix({"7F 01 | 00 00 05 10", "7F 01 | 00 00 05 20"});
   EXPECT_TRUE(View().Holds(0, FromHex("7F 01 00 00 05 10")));
   EXPECT_TRUE(View().Holds(6, FromHex("7F 01 00 00 05 20")));
@@ -245,7 +245,7 @@ TEST_F(IndexPageTest, Holds_ComparesTheWholeEntry) {
 }
 
 // Pages that this engine does not make, but others may.
-TEST_F(IndexPageTest, EmptyLeafWithAPrefix_TakesEntriesAsOneWithout) {
+TEST_F(IndexPageTest, EmptyLeafWithAPrefixTakesEntriesAsOneWithout) {
   Bytes4096()[kIndexPrefixOffset] = 3;
   EXPECT_EQ(View().LowerBound(FromHex("7F 10 00 00 05 10")), 0U);
   Append(FromHex("7F 10 | 00 00 05 10"));
@@ -253,7 +253,7 @@ TEST_F(IndexPageTest, EmptyLeafWithAPrefix_TakesEntriesAsOneWithout) {
   EXPECT_EQ(Entries(), (std::vector<std::string>{"7F 10 00 00 05 10", "7F 20 00 00 05 11"}));
 }
 
-TEST_F(IndexPageTest, NodeWithAPrefix_IsReadAndChanged) {
+TEST_F(IndexPageTest, NodeWithAPrefixIsReadAndChanged) {
   Format(1);
   Append(FromHex("7F 10 | 00 00 05 10 | 00 00 00 09"));
   Append(FromHex("00 05 20 | 00 00 00 07"));
@@ -273,14 +273,14 @@ TEST_F(IndexPageTest, NodeWithAPrefix_IsReadAndChanged) {
   EXPECT_EQ(Entries(), (std::vector<std::string>{whole[1], whole[2]}));
 }
 
-TEST(EntryRange, EqualEntriesOfADamagedPage_KeepSomethingToStoreOfEach) {
+TEST(EntryRange, EqualEntriesOfADamagedPageKeepSomethingToStoreOfEach) {
   EntryList list;
   for (int i = 0; i < 3; ++i) list.Append(FromHex("7F 01 | 00 00 05 10"));
   EXPECT_EQ((EntryRange{list, 0, 3}.SharedPrefix()), 5U);
   EXPECT_EQ((EntryRange{list, 0, 3}.StoredSize(5)), 8U);
 }
 
-TEST(EntryRange, FewerThanTwoEntries_ShareNothing) {
+TEST(EntryRange, FewerThanTwoEntriesShareNothing) {
   EntryList list;
   EXPECT_EQ((EntryRange{list, 0, 0}.SharedPrefix()), 0U);
   EXPECT_EQ((EntryRange{list, 0, 0}.StoredSize(0)), 0U);
@@ -363,7 +363,7 @@ TEST_F(DamagedIndexPage, EntriesTooShortForARowOrAChild) {
 }
 
 // Random inserts and removals on one page against a sorted list; lengths, prefixes and word borders vary.
-TEST_F(IndexPageTest, AnyInsertsAndRemovals_LeaveASortedListAndAnHonestHeader) {
+TEST_F(IndexPageTest, AnyInsertsAndRemovalsLeaveASortedListAndAnHonestHeader) {
   constexpr std::uint32_t kSeed = 20040615;
   RecordProperty("seed", static_cast<int>(kSeed));
   std::mt19937 random(kSeed);

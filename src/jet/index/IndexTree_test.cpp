@@ -86,7 +86,7 @@ RowId RowOf(std::int32_t number) {
 /// Wide keys, seven to a page: leaves and nodes of few entries.
 constexpr std::size_t kWide = 505;
 
-TEST_F(IndexTreeTest, EmptyTree_IsAnEmptyRootLeaf) {
+TEST_F(IndexTreeTest, EmptyTreeIsAnEmptyRootLeaf) {
   EXPECT_EQ(HexAt(index_.root, 0, 0x1C),
             "04 01 20 0E F5 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00");
   EXPECT_TRUE(tree_->Entries().empty());
@@ -95,7 +95,7 @@ TEST_F(IndexTreeTest, EmptyTree_IsAnEmptyRootLeaf) {
   Walk();
 }
 
-TEST_F(IndexTreeTest, Create_ClearsThePageAndListsItInTheMap) {
+TEST_F(IndexTreeTest, CreateClearsThePageAndListsItInTheMap) {
   const PageNumber page = freePages_.Allocate();
   storage_.File().Write(page).fill(0xFF);
   IndexData index;
@@ -107,7 +107,7 @@ TEST_F(IndexTreeTest, Create_ClearsThePageAndListsItInTheMap) {
   EXPECT_TRUE(tree.Entries().empty());
 }
 
-TEST_F(IndexTreeTest, Entries_AreKeyAndRowAddressBigEndian) {
+TEST_F(IndexTreeTest, EntriesAreKeyAndRowAddressBigEndian) {
   tree_->Insert(LongKey(1), {0x012345, 0x67});
   EXPECT_EQ(HexAt(index_.root, 0x1E0, 10), "7F 80 00 00 01 01 23 45 67 00");
   EXPECT_EQ(HexAt(index_.root, 0x1B, 3), "00 02 00");
@@ -118,7 +118,7 @@ TEST_F(IndexTreeTest, Entries_AreKeyAndRowAddressBigEndian) {
 }
 
 // The catalog of an empty database as a genuine engine writes it: free space 3439 and 3544, keys in this order.
-TEST_F(IndexTreeTest, CatalogKeysOfAnEmptyDatabase_GiveTheGenuinePage) {
+TEST_F(IndexTreeTest, CatalogKeysOfAnEmptyDatabaseGiveTheGenuinePage) {
   Column parent;
   parent.type = ColumnType::Long;
   Column name;
@@ -143,7 +143,7 @@ TEST_F(IndexTreeTest, CatalogKeysOfAnEmptyDatabase_GiveTheGenuinePage) {
   EXPECT_EQ(slots, "12054673");
 }
 
-TEST_F(IndexTreeTest, EqualKeys_AreOrderedByPageThenSlot) {
+TEST_F(IndexTreeTest, EqualKeysAreOrderedByPageThenSlot) {
   const Bytes key = LongKey(7);
   for (const RowId row : {RowId{300, 2}, RowId{20, 200}, RowId{300, 1}, RowId{0x10000, 0}, RowId{20, 3}}) {
     tree_->Insert(key, row);
@@ -153,7 +153,7 @@ TEST_F(IndexTreeTest, EqualKeys_AreOrderedByPageThenSlot) {
   EXPECT_EQ(rows, (std::vector<RowId>{{20, 3}, {20, 200}, {300, 1}, {300, 2}, {0x10000, 0}}));
 }
 
-TEST_F(IndexTreeTest, LeafThatOverflows_IsRewrittenWithItsPrefixFirst) {
+TEST_F(IndexTreeTest, LeafThatOverflowsIsRewrittenWithItsPrefixFirst) {
   const Bytes key = FromHex("7F 6B 4A 60 51 01 00");
   for (int i = 0; i < 328; ++i) {
     tree_->Insert(key, {0x162U + static_cast<PageNumber>(i / 255), static_cast<std::uint8_t>(i % 255)});
@@ -168,7 +168,7 @@ TEST_F(IndexTreeTest, LeafThatOverflows_IsRewrittenWithItsPrefixFirst) {
   EXPECT_EQ(Walk().Entries().size(), 500U);
 }
 
-TEST_F(IndexTreeTest, AppendingSplit_LeavesTheOldPageFullAndThePageNumberOfTheRoot) {
+TEST_F(IndexTreeTest, AppendingSplitLeavesTheOldPageFullAndThePageNumberOfTheRoot) {
   for (int i = 0; i < 8; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   ASSERT_FALSE(Root().IsLeaf());
   ASSERT_EQ(Root().AllEntries().Count(), 1U);
@@ -183,7 +183,7 @@ TEST_F(IndexTreeTest, AppendingSplit_LeavesTheOldPageFullAndThePageNumberOfTheRo
   Walk();
 }
 
-TEST_F(IndexTreeTest, NodeEntryOfALeaf_IsItsLastEntryAndItsPage) {
+TEST_F(IndexTreeTest, NodeEntryOfALeafIsItsLastEntryAndItsPage) {
   for (int i = 0; i < 8; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   EntryBytes entry;
   Root().ReadEntry(0, entry);
@@ -194,7 +194,7 @@ TEST_F(IndexTreeTest, NodeEntryOfALeaf_IsItsLastEntryAndItsPage) {
   EXPECT_EQ(Root().ChildAt(0), 4U);
 }
 
-TEST_F(IndexTreeTest, MiddleSplitOfATail_PutsTheUpperHalfOnTheNewPage) {
+TEST_F(IndexTreeTest, MiddleSplitOfATailPutsTheUpperHalfOnTheNewPage) {
   for (int i = 0; i < 7; ++i) tree_->Insert(WideKey(2 * i, kWide), RowOf(i));
   tree_->Insert(WideKey(5, kWide), RowOf(50));
   const PageNumber left = Root().ChildAt(0);
@@ -204,7 +204,7 @@ TEST_F(IndexTreeTest, MiddleSplitOfATail_PutsTheUpperHalfOnTheNewPage) {
   Walk();
 }
 
-TEST_F(IndexTreeTest, MiddleSplitOfAnotherChild_PutsTheLowerHalfOnTheNewPage) {
+TEST_F(IndexTreeTest, MiddleSplitOfAnotherChildPutsTheLowerHalfOnTheNewPage) {
   for (int i = 0; i < 8; ++i) tree_->Insert(WideKey(2 * i, kWide), RowOf(i));
   const PageNumber old = Root().ChildAt(0);
   const PageNumber tail = Root().Tail();
@@ -220,7 +220,7 @@ TEST_F(IndexTreeTest, MiddleSplitOfAnotherChild_PutsTheLowerHalfOnTheNewPage) {
   Walk();
 }
 
-TEST_F(IndexTreeTest, AscendingKeys_FillLeavesAndNodes) {
+TEST_F(IndexTreeTest, AscendingKeysFillLeavesAndNodes) {
   for (int i = 0; i < 8 * 7 * 7; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   const IndexTreeWalker walker = Walk();
   EXPECT_EQ(walker.Levels(), 3U);
@@ -228,7 +228,7 @@ TEST_F(IndexTreeTest, AscendingKeys_FillLeavesAndNodes) {
   EXPECT_EQ(walker.Entries().size(), 8U * 7 * 7);
 }
 
-TEST_F(IndexTreeTest, AppendingSplitOfANode_LeavesTheNewNodeOneEntryAndItsTail) {
+TEST_F(IndexTreeTest, AppendingSplitOfANodeLeavesTheNewNodeOneEntryAndItsTail) {
   // Leaves of 7; the root takes 7 entries and a tail, then its last entry but one goes up.
   for (int i = 0; i < 7 * 8 + 1; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   ASSERT_EQ(Root().Level(), 2);
@@ -240,7 +240,7 @@ TEST_F(IndexTreeTest, AppendingSplitOfANode_LeavesTheNewNodeOneEntryAndItsTail) 
 }
 
 /// Rows of one key fill a leaf by what they share; halved together with a key that shares less they would not fit.
-TEST_F(IndexTreeTest, KeyBesideALeafOfOneKey_GetsAPageOfItsOwn) {
+TEST_F(IndexTreeTest, KeyBesideALeafOfOneKeyGetsAPageOfItsOwn) {
   constexpr std::int32_t kFull = 1700;
   for (std::int32_t i = 0; i < kFull; ++i) tree_->Insert(LongKey(7), RowOf(i));
   ASSERT_TRUE(Root().IsLeaf());
@@ -251,14 +251,14 @@ TEST_F(IndexTreeTest, KeyBesideALeafOfOneKey_GetsAPageOfItsOwn) {
   Walk();
 }
 
-TEST_F(IndexTreeTest, DescendingKeys_KeepEveryRule) {
+TEST_F(IndexTreeTest, DescendingKeysKeepEveryRule) {
   for (int i = 500; i-- > 0;) tree_->Insert(WideKey(i, kWide), RowOf(i));
   const IndexTreeWalker walker = Walk();
   EXPECT_GE(walker.Levels(), 3U);
   EXPECT_EQ(walker.Entries().size(), 500U);
 }
 
-TEST_F(IndexTreeTest, FourLevels_KeepEveryRuleDownToTheEmptyRoot) {
+TEST_F(IndexTreeTest, FourLevelsKeepEveryRuleDownToTheEmptyRoot) {
   for (int i = 0; i < 3000; ++i) tree_->Insert(WideKey(i * 7919 % 3000, kWide), RowOf(i));
   EXPECT_GE(Walk().Levels(), 4U);
   for (int i = 0; i < 3000; ++i) {
@@ -270,7 +270,7 @@ TEST_F(IndexTreeTest, FourLevels_KeepEveryRuleDownToTheEmptyRoot) {
   EXPECT_EQ(Walk().Pages().size(), 1U);
 }
 
-TEST_F(IndexTreeTest, RemovingTheLastEntryOfALeaf_LowersTheParentsEntry) {
+TEST_F(IndexTreeTest, RemovingTheLastEntryOfALeafLowersTheParentsEntry) {
   for (int i = 0; i < 8; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   EXPECT_TRUE(tree_->Remove(WideKey(6, kWide), RowOf(6)));
   EntryBytes entry;
@@ -279,7 +279,7 @@ TEST_F(IndexTreeTest, RemovingTheLastEntryOfALeaf_LowersTheParentsEntry) {
   Walk();
 }
 
-TEST_F(IndexTreeTest, RemovingTheLastEntryOfATailLeaf_LowersTheNextAncestorThatIsNoTail) {
+TEST_F(IndexTreeTest, RemovingTheLastEntryOfATailLeafLowersTheNextAncestorThatIsNoTail) {
   for (int i = 0; i < 7 * 8 + 1; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   // The root's entry stands for the node whose tail is the seventh leaf.
   EXPECT_TRUE(tree_->Remove(WideKey(48, kWide), RowOf(48)));
@@ -289,7 +289,7 @@ TEST_F(IndexTreeTest, RemovingTheLastEntryOfATailLeaf_LowersTheNextAncestorThatI
   Walk();
 }
 
-TEST_F(IndexTreeTest, EmptyLeaf_IsUnlinkedTakenOutOfTheMapAndFreed) {
+TEST_F(IndexTreeTest, EmptyLeafIsUnlinkedTakenOutOfTheMapAndFreed) {
   for (int i = 0; i < 7 * 3; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   const PageNumber middle = Root().ChildAt(Root().EndOf(0));
   for (int i = 7; i < 14; ++i) EXPECT_TRUE(tree_->Remove(WideKey(i, kWide), RowOf(i)));
@@ -298,7 +298,7 @@ TEST_F(IndexTreeTest, EmptyLeaf_IsUnlinkedTakenOutOfTheMapAndFreed) {
   EXPECT_EQ(Walk().LeafCount(), 2U);
 }
 
-TEST_F(IndexTreeTest, EmptyTail_IsReplacedByTheLastEntrysChild) {
+TEST_F(IndexTreeTest, EmptyTailIsReplacedByTheLastEntrysChild) {
   for (int i = 0; i < 7 * 3; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   const PageNumber middle = Root().ChildAt(Root().EndOf(0));
   for (int i = 14; i < 21; ++i) EXPECT_TRUE(tree_->Remove(WideKey(i, kWide), RowOf(i)));
@@ -308,7 +308,7 @@ TEST_F(IndexTreeTest, EmptyTail_IsReplacedByTheLastEntrysChild) {
   Walk();
 }
 
-TEST_F(IndexTreeTest, RootLeftWithItsTailOnly_TakesTheTailsContent) {
+TEST_F(IndexTreeTest, RootLeftWithItsTailOnlyTakesTheTailsContent) {
   for (int i = 0; i < 8; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   for (int i = 0; i < 7; ++i) EXPECT_TRUE(tree_->Remove(WideKey(i, kWide), RowOf(i)));
   EXPECT_TRUE(Root().IsLeaf());
@@ -318,7 +318,7 @@ TEST_F(IndexTreeTest, RootLeftWithItsTailOnly_TakesTheTailsContent) {
   EXPECT_EQ(walker.Pages(), std::set<PageNumber>{index_.root});
 }
 
-TEST_F(IndexTreeTest, NodeLeftWithItsTailOnly_IsJoinedWithItsLeftNeighbour) {
+TEST_F(IndexTreeTest, NodeLeftWithItsTailOnlyIsJoinedWithItsLeftNeighbour) {
   for (int i = 0; i < 7 * 8 + 1; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   // The right node had two leaves; the left one with seven takes the other one in, so one level is enough again.
   EXPECT_TRUE(tree_->Remove(WideKey(56, kWide), RowOf(56)));
@@ -328,7 +328,7 @@ TEST_F(IndexTreeTest, NodeLeftWithItsTailOnly_IsJoinedWithItsLeftNeighbour) {
   EXPECT_EQ(walker.Entries().size(), 56U);
 }
 
-TEST_F(IndexTreeTest, NodeLeftWithItsTailOnly_IsJoinedWithItsRightNeighbour) {
+TEST_F(IndexTreeTest, NodeLeftWithItsTailOnlyIsJoinedWithItsRightNeighbour) {
   for (int i = 0; i < 7 * 8 + 1; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   for (int i = 0; i < 7 * 6; ++i) EXPECT_TRUE(tree_->Remove(WideKey(i, kWide), RowOf(i)));
   const IndexTreeWalker walker = Walk();
@@ -336,7 +336,7 @@ TEST_F(IndexTreeTest, NodeLeftWithItsTailOnly_IsJoinedWithItsRightNeighbour) {
   EXPECT_EQ(walker.LeafCount(), 3U);
 }
 
-TEST_F(IndexTreeTest, NodeLeftWithItsTailOnlyBesideAFullOne_TakesChildrenOver) {
+TEST_F(IndexTreeTest, NodeLeftWithItsTailOnlyBesideAFullOneTakesChildrenOver) {
   for (int i = 0; i < 7 * 8 + 1; ++i) tree_->Insert(WideKey(2 * i, kWide), RowOf(i));
   // A split leaf fills the left node; without its second leaf the right one has only one.
   tree_->Insert(WideKey(1, kWide), RowOf(500));
@@ -349,7 +349,7 @@ TEST_F(IndexTreeTest, NodeLeftWithItsTailOnlyBesideAFullOne_TakesChildrenOver) {
   EXPECT_EQ(walker.Entries().size(), 57U);
 }
 
-TEST_F(IndexTreeTest, NodesWithATailOnlyOfOtherEngines_AreWorkedWith) {
+TEST_F(IndexTreeTest, NodesWithATailOnlyOfOtherEnginesAreWorkedWith) {
   for (int i = 0; i < 7 * 2; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   const PageNumber lastLeaf = Root().Tail();
   const PageNumber left = AddNode(1, Root().ChildAt(0));
@@ -373,7 +373,7 @@ TEST_F(IndexTreeTest, NodesWithATailOnlyOfOtherEngines_AreWorkedWith) {
   EXPECT_EQ(Walk().Pages(), std::set<PageNumber>{index_.root});
 }
 
-TEST_F(IndexTreeTest, NodeUnderAParentWithATailOnlyOfOtherEngines_MayBeLeftWithItsTailOnly) {
+TEST_F(IndexTreeTest, NodeUnderAParentWithATailOnlyOfOtherEnginesMayBeLeftWithItsTailOnly) {
   for (int i = 0; i < 7 * 2; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   const PageNumber node = AddNode(1, 0);
   const Page content = PageAt(index_.root);
@@ -388,7 +388,7 @@ TEST_F(IndexTreeTest, NodeUnderAParentWithATailOnlyOfOtherEngines_MayBeLeftWithI
   EXPECT_EQ(Walk().Pages(), std::set<PageNumber>{index_.root});
 }
 
-TEST_F(IndexTreeTest, FourLevelsEmptiedFromEitherEnd_KeepEveryRule) {
+TEST_F(IndexTreeTest, FourLevelsEmptiedFromEitherEndKeepEveryRule) {
   constexpr int kCount = 7 * 7 * 16;
   for (int i = 0; i < kCount; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   ASSERT_EQ(Walk().Levels(), 4U);
@@ -403,7 +403,7 @@ TEST_F(IndexTreeTest, FourLevelsEmptiedFromEitherEnd_KeepEveryRule) {
   EXPECT_EQ(Walk().Pages(), std::set<PageNumber>{index_.root});
 }
 
-TEST_F(IndexTreeTest, LongerParentEntryThatNoLongerFits_SplitsTheNode) {
+TEST_F(IndexTreeTest, LongerParentEntryThatNoLongerFitsSplitsTheNode) {
   // Leaves that end with a short key behind a long one: removing the short ones makes the node's entries grow.
   std::vector<std::pair<Bytes, RowId>> shortOnes;
   for (int i = 0; i < 400; ++i) {
@@ -419,7 +419,7 @@ TEST_F(IndexTreeTest, LongerParentEntryThatNoLongerFits_SplitsTheNode) {
   EXPECT_GT(walker.Levels(), levels);
 }
 
-TEST_F(IndexTreeTest, Find_GivesTheFirstRowOfTheKey) {
+TEST_F(IndexTreeTest, FindGivesTheFirstRowOfTheKey) {
   for (int i = 0; i < 2000; ++i) tree_->Insert(LongKey(i / 4), RowOf(i));
   EXPECT_EQ(tree_->Find(LongKey(100)), std::optional(RowOf(400)));
   EXPECT_EQ(tree_->Find(LongKey(100), RowOf(400)), std::optional(RowOf(401)));
@@ -428,7 +428,7 @@ TEST_F(IndexTreeTest, Find_GivesTheFirstRowOfTheKey) {
   EXPECT_EQ(tree_->Find(LongKey(-1)), std::nullopt);
 }
 
-TEST_F(IndexTreeTest, FindAll_GivesTheRowsOfTheKeyInOrderUpToTheLimit) {
+TEST_F(IndexTreeTest, FindAllGivesTheRowsOfTheKeyInOrderUpToTheLimit) {
   std::vector<RowId> wanted;
   for (int i = 0; i < 2000; ++i) tree_->Insert(LongKey(i % 2), RowOf((i * 7) % 2000));
   for (int i = 0; i < 2000; i += 2) wanted.push_back(RowOf(i));
@@ -438,7 +438,7 @@ TEST_F(IndexTreeTest, FindAll_GivesTheRowsOfTheKeyInOrderUpToTheLimit) {
   EXPECT_TRUE(tree_->FindAll(LongKey(2)).empty());
 }
 
-TEST_F(IndexTreeTest, FindAll_LeavesOutLongerKeysThatBeginAlike) {
+TEST_F(IndexTreeTest, FindAllLeavesOutLongerKeysThatBeginAlike) {
   const Bytes shorter = LongKey(5);
   Bytes longer = shorter;
   longer.push_back(0);
@@ -448,12 +448,12 @@ TEST_F(IndexTreeTest, FindAll_LeavesOutLongerKeysThatBeginAlike) {
   EXPECT_EQ(tree_->FindAll(shorter), (std::vector<RowId>{RowOf(0), RowOf(3)}));
 }
 
-TEST_F(IndexTreeTest, FindOfAUniqueKeyExceptItsOwnRow_FindsNothing) {
+TEST_F(IndexTreeTest, FindOfAUniqueKeyExceptItsOwnRowFindsNothing) {
   for (int i = 0; i < 2000; ++i) tree_->Insert(LongKey(i), RowOf(i));
   EXPECT_EQ(tree_->Find(LongKey(1234), RowOf(1234)), std::nullopt);
 }
 
-TEST_F(IndexTreeTest, FindOfAKeyAtTheEndOfALeaf_LooksIntoTheNextOne) {
+TEST_F(IndexTreeTest, FindOfAKeyAtTheEndOfALeafLooksIntoTheNextOne) {
   for (int i = 0; i < 70; ++i) tree_->Insert(WideKey(i / 35, kWide), RowOf(i));
   for (int i = 0; i < 70; ++i) {
     std::optional<RowId> found = tree_->Find(WideKey(i / 35, kWide), RowOf(i));
@@ -461,7 +461,7 @@ TEST_F(IndexTreeTest, FindOfAKeyAtTheEndOfALeaf_LooksIntoTheNextOne) {
   }
 }
 
-TEST_F(IndexTreeTest, FindOfAKeyThatOthersBeginWith_IsExact) {
+TEST_F(IndexTreeTest, FindOfAKeyThatOthersBeginWithIsExact) {
   const Bytes empty = FromHex("7F");
   const Bytes zero = FromHex("7F 00 00 00 00 00 00 00 00 01");
   tree_->Insert(zero, {5, 1});
@@ -471,14 +471,14 @@ TEST_F(IndexTreeTest, FindOfAKeyThatOthersBeginWith_IsExact) {
   EXPECT_EQ(tree_->Find(zero), std::optional(RowId{5, 1}));
 }
 
-TEST_F(IndexTreeTest, RemoveUnderAnotherKey_FindsTheRowByItsAddress) {
+TEST_F(IndexTreeTest, RemoveUnderAnotherKeyFindsTheRowByItsAddress) {
   for (int i = 0; i < 1000; ++i) tree_->Insert(LongKey(i), RowOf(i));
   EXPECT_TRUE(tree_->Remove(LongKey(-5), RowOf(777)));
   EXPECT_EQ(tree_->Find(LongKey(777)), std::nullopt);
   EXPECT_EQ(Walk().Entries().size(), 999U);
 }
 
-TEST_F(IndexTreeTest, RowAddressWithinThePrefix_IsFoundByAddress) {
+TEST_F(IndexTreeTest, RowAddressWithinThePrefixIsFoundByAddress) {
   const Bytes key = FromHex("7F 6B 4A 60 51 01 00");
   for (int i = 0; i < 500; ++i) {
     tree_->Insert(key, {0x162U + static_cast<PageNumber>(i / 255), static_cast<std::uint8_t>(i % 255)});
@@ -489,32 +489,32 @@ TEST_F(IndexTreeTest, RowAddressWithinThePrefix_IsFoundByAddress) {
   EXPECT_EQ(tree_->Find(key, RowId{0x162, 0}), std::optional(RowId{0x162, 1}));
 }
 
-TEST_F(IndexTreeTest, RemoveOfARowWithoutEntry_SaysSo) {
+TEST_F(IndexTreeTest, RemoveOfARowWithoutEntrySaysSo) {
   for (int i = 0; i < 1000; ++i) tree_->Insert(LongKey(i), RowOf(i));
   const std::vector<Page> before = AllPages();
   EXPECT_FALSE(tree_->Remove(LongKey(5), RowOf(1000)));
   EXPECT_EQ(AllPages(), before);
 }
 
-TEST_F(IndexTreeTest, InsertOfAnEntryThatIsThere_IsDamage) {
+TEST_F(IndexTreeTest, InsertOfAnEntryThatIsThereIsDamage) {
   tree_->Insert(LongKey(1), RowOf(1));
   EXPECT_EQ(ErrorNumberOf([&] { tree_->Insert(LongKey(1), RowOf(1)); }), errors::kJetGeneral);
   EXPECT_EQ(tree_->Entries().size(), 1U);
 }
 
-TEST_F(IndexTreeTest, KeyOfTheGreatestLength_StillSplits) {
+TEST_F(IndexTreeTest, KeyOfTheGreatestLengthStillSplits) {
   for (int i = 0; i < 40; ++i) tree_->Insert(WideKey(i * 17 % 40, IndexTree::kLongestKey), RowOf(i));
   EXPECT_EQ(Walk().Entries().size(), 40U);
   EXPECT_EQ(ErrorNumberOf([&] { tree_->Insert(WideKey(99, IndexTree::kLongestKey + 1), RowOf(99)); }),
             errors::kJetGeneral);
 }
 
-TEST_F(IndexTreeTest, KeyTooLongForAnyPage_IsNotThere) {
+TEST_F(IndexTreeTest, KeyTooLongForAnyPageIsNotThere) {
   EXPECT_EQ(tree_->Find(Bytes(5000, 0x7F)), std::nullopt);
   EXPECT_FALSE(tree_->Remove(Bytes(5000, 0x7F), {9, 9}));
 }
 
-TEST_F(IndexTreeTest, ParentEntryAboveItsChild_IsFollowedAndMended) {
+TEST_F(IndexTreeTest, ParentEntryAboveItsChildIsFollowedAndMended) {
   for (int i = 0; i < 7 * 3; ++i) tree_->Insert(WideKey(2 * i, kWide), RowOf(i));
   // As other engines leave it after a removal: the entry still says 12 while the leaf ends with 10.
   IndexPage leaf(storage_.File(), Root().ChildAt(0), kTable);
@@ -525,7 +525,7 @@ TEST_F(IndexTreeTest, ParentEntryAboveItsChild_IsFollowedAndMended) {
   EXPECT_EQ(Walk().Entries().size(), 20U);
 }
 
-TEST_F(IndexTreeTest, FullLeafBelowAParentEntryThatIsAboveIt_IsHalved) {
+TEST_F(IndexTreeTest, FullLeafBelowAParentEntryThatIsAboveItIsHalved) {
   for (int i = 0; i < 7 * 3; ++i) tree_->Insert(WideKey(4 * i, kWide), RowOf(i));
   IndexPage leaf(storage_.File(), Root().ChildAt(0), kTable);
   leaf.Remove(leaf.LastStart());
@@ -537,7 +537,7 @@ TEST_F(IndexTreeTest, FullLeafBelowAParentEntryThatIsAboveIt_IsHalved) {
   EXPECT_EQ(Walk().Entries().size(), 21U);
 }
 
-TEST_F(IndexTreeTest, RolledBackStatement_LeavesNoTrace) {
+TEST_F(IndexTreeTest, RolledBackStatementLeavesNoTrace) {
   for (int i = 0; i < 300; ++i) tree_->Insert(WideKey(2 * i, kWide), RowOf(i));
   const std::vector<Page> before = AllPages();
   {
@@ -550,7 +550,7 @@ TEST_F(IndexTreeTest, RolledBackStatement_LeavesNoTrace) {
   EXPECT_EQ(Walk().Entries().size(), 301U);
 }
 
-TEST_F(IndexTreeTest, LeavesLinkedInACircle_AreDamage) {
+TEST_F(IndexTreeTest, LeavesLinkedInACircleAreDamage) {
   for (int i = 0; i < 7 * 3; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   const PageNumber first = Root().ChildAt(0);
   IndexPage(storage_.File(), Root().Tail(), kTable).SetNext(first);
@@ -558,28 +558,28 @@ TEST_F(IndexTreeTest, LeavesLinkedInACircle_AreDamage) {
   EXPECT_EQ(ErrorNumberOf([&] { tree_->Remove(LongKey(1), {9, 9}); }), errors::kJetGeneral);
 }
 
-TEST_F(IndexTreeTest, NodeThatIsItsOwnTail_IsDamage) {
+TEST_F(IndexTreeTest, NodeThatIsItsOwnTailIsDamage) {
   for (int i = 0; i < 7 * 3; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   IndexPage(storage_.File(), index_.root, kTable).SetTail(index_.root);
   EXPECT_EQ(ErrorNumberOf([&] { tree_->Insert(WideKey(99, kWide), RowOf(99)); }), errors::kJetGeneral);
   EXPECT_EQ(ErrorNumberOf([&] { tree_->Find(WideKey(99, kWide)); }), errors::kJetGeneral);
 }
 
-TEST_F(IndexTreeTest, NeighboursThatDoNotAgree_AreDamage) {
+TEST_F(IndexTreeTest, NeighboursThatDoNotAgreeAreDamage) {
   for (int i = 0; i < 7 * 3; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   IndexPage(storage_.File(), Root().Tail(), kTable).SetPrevious(Root().ChildAt(0));
   for (int i = 7; i < 13; ++i) tree_->Remove(WideKey(i, kWide), RowOf(i));
   EXPECT_EQ(ErrorNumberOf([&] { tree_->Remove(WideKey(13, kWide), RowOf(13)); }), errors::kJetGeneral);
 }
 
-TEST_F(IndexTreeTest, EntriesOutOfOrder_AreDamageWhenARowIsSoughtByAddress) {
+TEST_F(IndexTreeTest, EntriesOutOfOrderAreDamageWhenARowIsSoughtByAddress) {
   IndexPage leaf(storage_.File(), index_.root, kTable);
   ASSERT_TRUE(leaf.TryInsert(0, FromHex("7F 80 00 00 05 | 00 00 09 01")));
   ASSERT_TRUE(leaf.TryInsert(9, FromHex("7F 80 00 00 03 | 00 00 09 02")));
   EXPECT_EQ(ErrorNumberOf([&] { tree_->Remove(LongKey(1), {9, 2}); }), errors::kJetGeneral);
 }
 
-TEST_F(IndexTreeTest, FreePageOutsideTheFile_MakesTheFileGrow) {
+TEST_F(IndexTreeTest, FreePageOutsideTheFileMakesTheFileGrow) {
   for (int i = 0; i < 4000; ++i) tree_->Insert(WideKey(i, kWide), RowOf(i));
   EXPECT_GT(storage_.File().PageCount(), 512U);
   EXPECT_EQ(Walk().Entries().size(), 4000U);
@@ -668,7 +668,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const ::testing::TestParamInfo<Storm>& storm) { return std::string(storm.param.name); });
 
 // Whatever stands on the pages, nothing but the engine's own error may come out.
-TEST_F(IndexTreeTest, PageThatTheMapDoesNotList_IsNotGivenBack) {
+TEST_F(IndexTreeTest, PageThatTheMapDoesNotListIsNotGivenBack) {
   for (std::uint32_t i = 0; Root().IsLeaf(); ++i) {
     Bytes key(100, 0);
     StoreBig(key.data(), i);
@@ -681,7 +681,7 @@ TEST_F(IndexTreeTest, PageThatTheMapDoesNotList_IsNotGivenBack) {
   EXPECT_EQ(ErrorNumberOf(removeAll), errors::kJetGeneral);
 }
 
-TEST_F(IndexTreeTest, DamagedBytes_RaiseNothingButTheDamageError) {
+TEST_F(IndexTreeTest, DamagedBytesRaiseNothingButTheDamageError) {
   constexpr std::uint32_t kSeed = 20041103;
   RecordProperty("seed", static_cast<int>(kSeed));
   std::mt19937 random(kSeed);

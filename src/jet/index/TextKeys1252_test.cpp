@@ -284,7 +284,7 @@ std::string KeyOf(const std::u32string& text) {
   return testing::ToHex(key);
 }
 
-TEST(TextKeys1252, EveryCharacter_HasItsKeyAloneAndAmongOthers) {
+TEST(TextKeys1252, EveryCharacterHasItsKeyAloneAndAmongOthers) {
   std::set<char32_t> characters;
   for (const KnownKey& known : kKnownKeys) {
     characters.insert(known.character);

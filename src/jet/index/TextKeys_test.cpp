@@ -26,51 +26,51 @@ std::string KeyOfUnits(std::u16string_view units) {
   return ToHex(key);
 }
 
-TEST(TextKeys, PlainLetters_AreOneWeightEach) {
+TEST(TextKeys, PlainLettersAreOneWeightEach) {
   EXPECT_EQ(KeyOf("Tables"), "6D 4A 4C 5E 51 6B 01 00");
   EXPECT_EQ(KeyOf("MSysACEs"), "60 6B 76 6B 4A 4D 51 6B 01 00");
 }
 
-TEST(TextKeys, Case_DoesNotCount) {
+TEST(TextKeys, CaseDoesNotCount) {
   EXPECT_EQ(KeyOf("tABLES"), KeyOf("Tables"));
   EXPECT_EQ(KeyOf("\u00C9"), KeyOf("\u00E9"));
   EXPECT_EQ(KeyOf("\u0414"), KeyOf("\u0434"));
 }
 
-TEST(TextKeys, Accent_IsASecondaryByteAtItsPlace) {
+TEST(TextKeys, AccentIsASecondaryByteAtItsPlace) {
   EXPECT_EQ(KeyOf("S\u00E9jour"), "6B 51 5B 64 6F 69 01 02 0E 00");
   EXPECT_EQ(KeyOf("M\u00E9xico D.F."), "60 51 75 59 4D 64 07 4F 1C 53 1C 01 02 0E 00");
 }
 
-TEST(TextKeys, EmptyAndBlankText_AreTheFrameAlone) {
+TEST(TextKeys, EmptyAndBlankTextAreTheFrameAlone) {
   EXPECT_EQ(KeyOf(""), "01 00");
   EXPECT_EQ(KeyOf("   "), "01 00");
 }
 
-TEST(TextKeys, TrailingBlanks_AreCutAndInnerOnesWeigh) {
+TEST(TextKeys, TrailingBlanksAreCutAndInnerOnesWeigh) {
   EXPECT_EQ(KeyOf("A b"), "4A 07 4C 01 00");
   EXPECT_EQ(KeyOf("A b  "), KeyOf("A b"));
   EXPECT_EQ(KeyOf("  A"), "07 07 4A 01 00");
 }
 
-TEST(TextKeys, NoBreakSpaceAtTheEnd_IsNotCut) {
+TEST(TextKeys, NoBreakSpaceAtTheEndIsNotCut) {
   EXPECT_EQ(KeyOf("A\u00A0"), "4A 08 02 01 00");
 }
 
-TEST(TextKeys, HyphenAndApostrophe_AreLateRecords) {
+TEST(TextKeys, HyphenAndApostropheAreLateRecords) {
   EXPECT_EQ(KeyOf("co-op"), "4D 64 64 66 01 01 01 01 80 0F 06 82 00");
   EXPECT_EQ(KeyOf("a'b"), "4A 4C 01 01 01 01 80 0B 06 80 00");
 }
 
-TEST(TextKeys, BlankBeforeALateCharacter_IsNotTrailing) {
+TEST(TextKeys, BlankBeforeALateCharacterIsNotTrailing) {
   EXPECT_EQ(KeyOf("a -"), "4A 07 01 01 01 01 80 0F 06 82 00");
 }
 
-TEST(TextKeys, LateCharactersAndAccents_StandTogether) {
+TEST(TextKeys, LateCharactersAndAccentsStandTogether) {
   EXPECT_EQ(KeyOf("\u00E9-a"), "51 4A 01 0E 01 01 01 80 0B 06 82 00");
 }
 
-TEST(TextKeys, LatePosition_ExceedsOneByteBehindSixtyTwoWeights) {
+TEST(TextKeys, LatePositionExceedsOneByteBehindSixtyTwoWeights) {
   const auto lateRecord = [](std::size_t weights) {
     const std::string key = KeyOf(std::string(weights, 'a') + "-");
     return key.substr(key.size() - 14);
@@ -82,29 +82,29 @@ TEST(TextKeys, LatePosition_ExceedsOneByteBehindSixtyTwoWeights) {
   EXPECT_EQ(lateRecord(250), "83 EF 06 82 00");
 }
 
-TEST(TextKeys, LateCharacterAfterOther_CountsOnlyWeights) {
+TEST(TextKeys, LateCharacterAfterOtherCountsOnlyWeights) {
   EXPECT_EQ(KeyOf("--a-"), "4A 01 01 01 01 80 07 06 82 80 07 06 82 80 0B 06 82 00");
 }
 
-TEST(TextKeys, ControlCharacters_AreLate) {
+TEST(TextKeys, ControlCharactersAreLate) {
   EXPECT_EQ(KeyOf("a\x01"), "4A 01 01 01 01 80 0B 06 03 00");
   EXPECT_EQ(KeyOf("\x7F"), "01 01 01 01 80 07 06 1D 00");
   EXPECT_EQ(KeyOf("\u0080\u009F"), "01 01 01 01 80 07 06 1E 80 07 06 3D 00");
 }
 
-TEST(TextKeys, TabAndLineEnds_AreWeights) {
+TEST(TextKeys, TabAndLineEndsAreWeights) {
   EXPECT_EQ(KeyOf("\t\n\v\f\r"), "08 03 08 04 08 05 08 06 08 07 01 00");
 }
 
-TEST(TextKeys, Nul_IsIgnored) {
+TEST(TextKeys, NulIsIgnored) {
   EXPECT_EQ(KeyOf(std::string_view("a\0b", 3)), KeyOf("ab"));
 }
 
-TEST(TextKeys, BlanksBeforeAnIgnoredCharacter_Weigh) {
+TEST(TextKeys, BlanksBeforeAnIgnoredCharacterWeigh) {
   EXPECT_EQ(KeyOf(std::string_view("a \0", 3)), "4A 07 01 00");
 }
 
-TEST(TextKeys, CharacterOfTwoLetters_CountsAsTwoWeights) {
+TEST(TextKeys, CharacterOfTwoLettersCountsAsTwoWeights) {
   EXPECT_EQ(KeyOf("A\u00DF-B"), "4A 6B 6B 4C 01 01 01 01 80 13 06 82 00");
   EXPECT_EQ(KeyOf("NuNuCa Nu\u00DF-").substr(45), "80 33 06 82 00");
   EXPECT_EQ(KeyOf("gro\u00DFm\u00E4rkte"), "55 69 64 6B 6B 60 4A 69 5C 6D 51 01 02 02 02 02 02 02 13 00");
@@ -112,12 +112,12 @@ TEST(TextKeys, CharacterOfTwoLetters_CountsAsTwoWeights) {
   EXPECT_EQ(KeyOf("\u00C6\u0153\u00FE"), KeyOf("aeoeth"));
 }
 
-TEST(TextKeys, CharacterOfThreeLetters_HasTheirWeights) {
+TEST(TextKeys, CharacterOfThreeLettersHasTheirWeights) {
   EXPECT_EQ(KeyOf("o\uFB03ce"), KeyOf("office"));
   EXPECT_EQ(KeyOf("-\u00E9\uFB04"), KeyOf("-\u00E9ffl"));
 }
 
-TEST(TextKeys, CharacterOfThreeLettersBeforeAPlacedOne_IsRefused) {
+TEST(TextKeys, CharacterOfThreeLettersBeforeAPlacedOneIsRefused) {
   for (const char* text : {"\uFB03-", "\uFB03 a\u00E9", "\uFB03\u0301", "\uFB03\u304C", "\uFB03\u01C5"}) {
     Bytes key;
     EXPECT_EQ(AppendTextKey(key, std::string_view(text)), std::optional<char32_t>(0xFB03)) << text;
@@ -127,15 +127,15 @@ TEST(TextKeys, CharacterOfThreeLettersBeforeAPlacedOne_IsRefused) {
   EXPECT_EQ(AppendTextKey(key, std::u16string_view(u"\uFB04'")), std::optional<char32_t>(0xFB04));
 }
 
-TEST(TextKeys, CharacterOfTwoLettersWithAccents_HasASecondaryByteForEach) {
+TEST(TextKeys, CharacterOfTwoLettersWithAccentsHasASecondaryByteForEach) {
   EXPECT_EQ(KeyOf("\u01C5x-"), "4F 78 75 01 02 14 01 01 01 80 13 06 82 00");
 }
 
-TEST(TextKeys, Superscripts_EqualDigits) {
+TEST(TextKeys, SuperscriptsEqualDigits) {
   EXPECT_EQ(KeyOf("\u00B9\u00B2\u00B3"), KeyOf("123"));
 }
 
-TEST(TextKeys, CodePage1252AboveLatin1_HasItsWeights) {
+TEST(TextKeys, CodePage1252AboveLatin1HasItsWeights) {
   EXPECT_EQ(KeyOf("\u20AC"), "35 A1 01 00");
   EXPECT_EQ(KeyOf("\u2122"), "6E 04 01 00");
   EXPECT_EQ(KeyOf("\u0192"), "53 01 7B 00");
@@ -144,22 +144,22 @@ TEST(TextKeys, CodePage1252AboveLatin1_HasItsWeights) {
   EXPECT_EQ(KeyOf("\u02C6"), "2B 02 01 03 00");
 }
 
-TEST(TextKeys, WeightOfTwoBytes_HasOneSecondaryByte) {
+TEST(TextKeys, WeightOfTwoBytesHasOneSecondaryByte) {
   EXPECT_EQ(KeyOf("\u00A1\u00E9"), "2B 10 51 01 02 0E 00");
 }
 
-TEST(TextKeys, CombiningMark_AddsToTheSecondaryByteBeforeIt) {
+TEST(TextKeys, CombiningMarkAddsToTheSecondaryByteBeforeIt) {
   EXPECT_EQ(KeyOf("a\u0301"), "4A 01 0E 00");
   EXPECT_EQ(KeyOf("a\u0301\u0301b"), "4A 4C 01 1A 00");
   EXPECT_EQ(KeyOf("xe\u0301\u00E9"), "75 51 51 01 02 0E 0E 00");
 }
 
-TEST(TextKeys, CombiningMarkBeforeTheFirstWeight_IsASecondaryByteOfItsOwn) {
+TEST(TextKeys, CombiningMarkBeforeTheFirstWeightIsASecondaryByteOfItsOwn) {
   EXPECT_EQ(KeyOf("\u0301a"), "4A 01 0C 00");
   EXPECT_EQ(KeyOf("\u0301a\u00E9"), "4A 51 01 0C 02 0E 00");
 }
 
-TEST(TextKeys, SecondaryByteThatWrapsTo02OrLess_IsCutAtTheEnd) {
+TEST(TextKeys, SecondaryByteThatWrapsTo02OrLessIsCutAtTheEnd) {
   const TextWeight mark = WeightOf(0x0301);
   ASSERT_EQ(mark.kind, TextWeight::Kind::AddOn);
   ASSERT_EQ(mark.detail, 0x0C);
@@ -169,49 +169,49 @@ TEST(TextKeys, SecondaryByteThatWrapsTo02OrLess_IsCutAtTheEnd) {
   EXPECT_EQ(KeyOf(text), "4A 01 0A 00");
 }
 
-TEST(TextKeys, Kana_AddTheirCodes) {
+TEST(TextKeys, KanaAddTheirCodes) {
   EXPECT_EQ(KeyOf("\u3042"), "7F 02 01 01 01 FF 02 80 FF 80 00");
   EXPECT_EQ(KeyOf("\u3041\u3042"), "7F 02 7F 02 01 01 01 A0 FF 02 80 FF 80 00");
   EXPECT_EQ(KeyOf("\u3041\u3042\u3041\u3041"), "7F 02 7F 02 7F 02 7F 02 01 01 01 AE A0 FF 02 80 FF 80 00");
 }
 
-TEST(TextKeys, HiraganaKatakanaAndHalfWidth_AreEqual) {
+TEST(TextKeys, HiraganaKatakanaAndHalfWidthAreEqual) {
   EXPECT_EQ(KeyOf("\u3042"), KeyOf("\u30A2"));
   EXPECT_EQ(KeyOf("\u3042"), KeyOf("\uFF71"));
 }
 
-TEST(TextKeys, VoicedKana_HasASecondaryByte) {
+TEST(TextKeys, VoicedKanaHasASecondaryByte) {
   EXPECT_EQ(KeyOf("\u304C\u304E-x"), "7F 0A 7F 0B 75 01 03 03 01 01 FF 02 80 FF 80 FF 01 80 0F 06 82 00");
 }
 
-TEST(TextKeys, KanaAndLateCharacters_AreJoinedByFF01) {
+TEST(TextKeys, KanaAndLateCharactersAreJoinedByFF01) {
   EXPECT_EQ(KeyOf("ab\u3041-"), "4A 4C 7F 02 01 01 01 A0 FF 02 80 FF 80 FF 01 80 13 06 82 00");
 }
 
-TEST(TextKeys, CharacterWithoutWeight_IsIgnored) {
+TEST(TextKeys, CharacterWithoutWeightIsIgnored) {
   EXPECT_EQ(KeyOf("\u0219\u021B"), "01 00");
 }
 
-TEST(TextKeys, OtherScripts_HaveTwoByteWeights) {
+TEST(TextKeys, OtherScriptsHaveTwoByteWeights) {
   EXPECT_EQ(KeyOf("\u0391"), "79 0C 01 00");
   EXPECT_EQ(KeyOf("\u4E00"), "9F 02 01 00");
   EXPECT_EQ(KeyOf("\uAC00"), "81 03 01 00");
 }
 
-TEST(TextKeys, RunOfWeights_CarriesFromFFTo02) {
+TEST(TextKeys, RunOfWeightsCarriesFromFFTo02) {
   // Hangul start at 81 03; the 254th weight is the first of the next high byte.
   EXPECT_EQ(KeyOf("\uACFC"), "81 FF 01 00");
   EXPECT_EQ(KeyOf("\uACFD"), "82 02 01 00");
 }
 
-TEST(TextKeys, OnlyTheFirst255Units_HaveASay) {
+TEST(TextKeys, OnlyTheFirst255UnitsHaveASay) {
   EXPECT_EQ(KeyOf(std::string(255, 'a') + "\u00E9"), KeyOf(std::string(255, 'a')));
   EXPECT_EQ(KeyOf(std::string(254, 'a') + "\u00E9"), KeyOf(std::string(254, 'a') + "\u00C9zz"));
   EXPECT_EQ(KeyOf(std::string(250, 'a') + "     b"), KeyOf(std::string(250, 'a')));
   EXPECT_EQ(KeyOf(std::string(255, 'a') + "\U0001F600"), KeyOf(std::string(255, 'a')));
 }
 
-TEST(TextKeys, LongestParts_FitTheirBuffers) {
+TEST(TextKeys, LongestPartsFitTheirBuffers) {
   std::string ligatures;
   std::string hyphens;
   std::string smallKana;
@@ -225,26 +225,26 @@ TEST(TextKeys, LongestParts_FitTheirBuffers) {
   EXPECT_EQ(KeyOf(smallKana).size(), 3 * (2 * 255u + 3 + 85 + 6) - 1);
 }
 
-TEST(TextKeys, SurrogatePair_IsRefusedAsItsCharacter) {
+TEST(TextKeys, SurrogatePairIsRefusedAsItsCharacter) {
   Bytes key = {0x7F};
   EXPECT_EQ(AppendTextKey(key, std::string_view("a\U0001F600")), std::optional<char32_t>(0x1F600));
   EXPECT_EQ(AppendTextKey(key, std::u16string_view(u"a\U0001F600")), std::optional<char32_t>(0x1F600));
   EXPECT_EQ(ToHex(key), "7F");
 }
 
-TEST(TextKeys, LoneSurrogate_IsRefusedAsItself) {
+TEST(TextKeys, LoneSurrogateIsRefusedAsItself) {
   Bytes key;
   EXPECT_EQ(AppendTextKey(key, std::u16string_view(std::u16string{u'a', 0xDC00})), std::optional<char32_t>(0xDC00));
   EXPECT_EQ(AppendTextKey(key, std::u16string_view(std::u16string{0xD83D, u'a'})), std::optional<char32_t>(0xD83D));
   EXPECT_EQ(AppendTextKey(key, std::u16string_view(std::u16string{0xD83D})), std::optional<char32_t>(0xD83D));
 }
 
-TEST(TextKeys, Shadda_IsRefused) {
+TEST(TextKeys, ShaddaIsRefused) {
   Bytes key;
   EXPECT_EQ(AppendTextKey(key, std::u16string_view(u"\u0651")), std::optional<char32_t>(0x0651));
 }
 
-TEST(TextKeys, UnitsAndUtf8_GiveTheSameKey) {
+TEST(TextKeys, UnitsAndUtf8GiveTheSameKey) {
   EXPECT_EQ(KeyOfUnits(u"M\u00E9xico-\u3042 \u4E2D"), KeyOf("M\u00E9xico-\u3042 \u4E2D"));
 }
 
@@ -264,7 +264,7 @@ bool HasKnownWeight(unsigned unit) {
 }
 
 // Both sums were made from the published weights by an independent implementation.
-TEST(TextKeys, KeysOfAllSingleUnits_HaveTheKnownSum) {
+TEST(TextKeys, KeysOfAllSingleUnitsHaveTheKnownSum) {
   Fnv sum;
   for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
     if (!HasKnownWeight(unit)) continue;
@@ -275,7 +275,7 @@ TEST(TextKeys, KeysOfAllSingleUnits_HaveTheKnownSum) {
   EXPECT_EQ(sum.Value(), 0x2DA00E297FF1ACB2u);
 }
 
-TEST(TextKeys, KeysOfAllUnitsAmongOthers_HaveTheKnownSum) {
+TEST(TextKeys, KeysOfAllUnitsAmongOthersHaveTheKnownSum) {
   Fnv sum;
   for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
     const bool hasThreeLetters = unit == 0xFB03 || unit == 0xFB04;
@@ -289,7 +289,7 @@ TEST(TextKeys, KeysOfAllUnitsAmongOthers_HaveTheKnownSum) {
   EXPECT_EQ(sum.Value(), 0xE29C0FCC61153915u);
 }
 
-TEST(TextKeys, CasesOfEveryLetter_ShareTheirKeyWhereTheyShould) {
+TEST(TextKeys, CasesOfEveryLetterShareTheirKeyWhereTheyShould) {
   for (char32_t character = 1; character <= 0xFFFF; ++character) {
     const char32_t folded = FoldCase(character);
     if (folded == character) continue;
@@ -301,7 +301,7 @@ TEST(TextKeys, CasesOfEveryLetter_ShareTheirKeyWhereTheyShould) {
   EXPECT_TRUE(MayHaveOtherKeys("a\uFFFD"));
 }
 
-TEST(TextKeys, AllUnitsWithoutKnownWeight_AreRefused) {
+TEST(TextKeys, AllUnitsWithoutKnownWeightAreRefused) {
   for (unsigned unit = 0xD800; unit <= 0xDFFF; ++unit) {
     Bytes key;
     ASSERT_EQ(AppendTextKey(key, std::u16string_view(std::u16string{static_cast<char16_t>(unit)})),

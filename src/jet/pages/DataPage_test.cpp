@@ -31,7 +31,7 @@ Page PageOfThreeRows() {
   return page;
 }
 
-TEST(DataPage, NewPage_HasNoSlotsAnd4082FreeBytes) {
+TEST(DataPage, NewPageHasNoSlotsAnd4082FreeBytes) {
   Page page;
   page.fill(0xAA);
   DataPage::Format(page, 0x0102);
@@ -39,13 +39,13 @@ TEST(DataPage, NewPage_HasNoSlotsAnd4082FreeBytes) {
   EXPECT_EQ(page[kPageSize - 1], 0);
 }
 
-TEST(DataPage, LongValuePage_IsOwnedByItsFourLetters) {
+TEST(DataPage, LongValuePageIsOwnedByItsFourLetters) {
   Page page;
   DataPage::Format(page, kOwnerLongValues);
   EXPECT_EQ(Part(page, 4, 4), "4C 56 41 4C");
 }
 
-TEST(DataPage, GlobalMapPage_LooksAsInAFreshDatabase) {
+TEST(DataPage, GlobalMapPageLooksAsInAFreshDatabase) {
   Page page;
   DataPage::Format(page, kOwnerGlobalMaps);
   DataPage rows(page, 1);
@@ -54,7 +54,7 @@ TEST(DataPage, GlobalMapPage_LooksAsInAFreshDatabase) {
   EXPECT_EQ(Part(page, 0, 18), "01 01 64 0F 01 00 00 00 00 00 00 00 02 00 BB 0F 76 0F");
 }
 
-TEST(DataPage, Rows_LieFromTheEndDownwardsInSlotOrder) {
+TEST(DataPage, RowsLieFromTheEndDownwardsInSlotOrder) {
   const Page page = PageOfThreeRows();
   EXPECT_EQ(Part(page, 12, 8), "03 00 ED 0F DA 0F C7 0F");
   const DataPageView rows(page, kNumber);
@@ -63,7 +63,7 @@ TEST(DataPage, Rows_LieFromTheEndDownwardsInSlotOrder) {
   EXPECT_EQ(rows.Row(1)[0], 2);
 }
 
-TEST(DataPage, RemoveFirstOfThree_SqueezesItsBytesOut) {
+TEST(DataPage, RemoveFirstOfThreeSqueezesItsBytesOut) {
   Page page = PageOfThreeRows();
   DataPage(page, kNumber).Remove(0);
   EXPECT_EQ(Part(page, 14, 6), "00 D0 ED 0F DA 0F");
@@ -71,19 +71,19 @@ TEST(DataPage, RemoveFirstOfThree_SqueezesItsBytesOut) {
   EXPECT_EQ(DataPageView(page, kNumber).Row(2)[18], 3);
 }
 
-TEST(DataPage, RemoveMiddleOfThree_GivesItTheOffsetOfTheRowBefore) {
+TEST(DataPage, RemoveMiddleOfThreeGivesItTheOffsetOfTheRowBefore) {
   Page page = PageOfThreeRows();
   DataPage(page, kNumber).Remove(1);
   EXPECT_EQ(Part(page, 14, 6), "ED 0F ED CF DA 0F");
 }
 
-TEST(DataPage, RemoveLastOfThree_LeavesTheOthersInPlace) {
+TEST(DataPage, RemoveLastOfThreeLeavesTheOthersInPlace) {
   Page page = PageOfThreeRows();
   DataPage(page, kNumber).Remove(2);
   EXPECT_EQ(Part(page, 14, 6), "ED 0F DA 0F DA CF");
 }
 
-TEST(DataPage, RemoveAll_LeavesEverySlotD000AndTheRestFree) {
+TEST(DataPage, RemoveAllLeavesEverySlotD000AndTheRestFree) {
   Page page = PageOfThreeRows();
   DataPage rows(page, kNumber);
   for (const std::size_t slot : {1, 0, 2}) rows.Remove(slot);
@@ -93,7 +93,7 @@ TEST(DataPage, RemoveAll_LeavesEverySlotD000AndTheRestFree) {
   EXPECT_EQ(std::count(page.begin() + 20, page.end(), 0), static_cast<std::ptrdiff_t>(kPageSize - 20));
 }
 
-TEST(DataPage, ReplaceByLongerRow_ShiftsTheRowsBelow) {
+TEST(DataPage, ReplaceByLongerRowShiftsTheRowsBelow) {
   Page page = PageOfThreeRows();
   DataPage rows(page, kNumber);
   rows.Replace(0, Bytes(25, 9), SlotState::Live);
@@ -103,7 +103,7 @@ TEST(DataPage, ReplaceByLongerRow_ShiftsTheRowsBelow) {
   EXPECT_EQ(rows.Row(2)[18], 3);
 }
 
-TEST(DataPage, MovedRow_IsAFourByteAddressUnderItsFlag) {
+TEST(DataPage, MovedRowIsAFourByteAddressUnderItsFlag) {
   Page page = PageOfThreeRows();
   DataPage(page, kNumber).Replace(1, FromHex("17 4E 01 00"), SlotState::Moved);
   EXPECT_EQ(Part(page, 14, 6), "ED 0F E9 4F D6 0F");
@@ -111,7 +111,7 @@ TEST(DataPage, MovedRow_IsAFourByteAddressUnderItsFlag) {
   EXPECT_EQ(RowId::FromWord(LoadLittle<std::uint32_t>(DataPageView(page, kNumber).Row(1).data())), (RowId{334, 23}));
 }
 
-TEST(DataPage, DeadRowThatKeptItsBytes_StillBoundsItsNeighbour) {
+TEST(DataPage, DeadRowThatKeptItsBytesStillBoundsItsNeighbour) {
   Page page = PageOfThreeRows();
   StoreLittle<std::uint16_t>(page.data() + 16, 0xCFDA);
   const DataPageView rows(page, kNumber);
@@ -120,7 +120,7 @@ TEST(DataPage, DeadRowThatKeptItsBytes_StillBoundsItsNeighbour) {
   EXPECT_EQ(rows.FreeSpace(), 4082U - 3 * 21);
 }
 
-TEST(DataPage, FullOf255Slots_HasNoRoomWhateverIsLeft) {
+TEST(DataPage, FullOf255SlotsHasNoRoomWhateverIsLeft) {
   Page page;
   DataPage::Format(page, 3);
   DataPage rows(page, kNumber);
@@ -141,7 +141,7 @@ TEST(DataPage, LastTwoFreeBytesBelongToTheSlot) {
   EXPECT_TRUE(rows.HasRoomFor(0) == false);
 }
 
-TEST(DataPage, FreedPage_CanBeReadButNotChanged) {
+TEST(DataPage, FreedPageCanBeReadButNotChanged) {
   Page page = PageOfThreeRows();
   SetKind(page, PageKind::FreedData);
   EXPECT_EQ(DataPageView(page, kNumber).SlotCount(), 3U);
@@ -150,38 +150,38 @@ TEST(DataPage, FreedPage_CanBeReadButNotChanged) {
 
 // Hostile pages. Each names the page in its error.
 
-TEST(HostileDataPage, AnotherKind_IsRefusedWithThePageNumber) {
+TEST(HostileDataPage, AnotherKindIsRefusedWithThePageNumber) {
   Page page = PageOfThreeRows();
   SetKind(page, PageKind::IndexLeaf);
   EXPECT_NE(ErrorOf([&] { DataPageView(page, kNumber); }).Description().find("page 17"), std::string::npos);
 }
 
-TEST(HostileDataPage, MoreThan255Slots_AreRefused) {
+TEST(HostileDataPage, MoreThan255SlotsAreRefused) {
   Page page = PageOfThreeRows();
   StoreLittle<std::uint16_t>(page.data() + kSlotCountOffset, 256);
   EXPECT_EQ(ErrorNumberOf([&] { DataPageView(page, kNumber); }), errors::kJetGeneral);
 }
 
-TEST(HostileDataPage, RowsThatReachIntoTheSlots_AreRefused) {
+TEST(HostileDataPage, RowsThatReachIntoTheSlotsAreRefused) {
   Page page = PageOfThreeRows();
   StoreLittle<std::uint16_t>(page.data() + 18, 19);
   EXPECT_EQ(ErrorNumberOf([&] { DataPageView(page, kNumber); }), errors::kJetGeneral);
 }
 
-TEST(HostileDataPage, RisingOffset_IsRefusedWhenTheRowIsRead) {
+TEST(HostileDataPage, RisingOffsetIsRefusedWhenTheRowIsRead) {
   Page page = PageOfThreeRows();
   StoreLittle<std::uint16_t>(page.data() + 16, 0x0FEE);
   EXPECT_EQ(ErrorNumberOf([&] { DataPageView(page, kNumber).Row(1); }), errors::kJetGeneral);
 }
 
-TEST(HostileDataPage, OffsetBehindThePage_IsRefusedWhenTheRowIsRead) {
+TEST(HostileDataPage, OffsetBehindThePageIsRefusedWhenTheRowIsRead) {
   Page page = PageOfThreeRows();
   StoreLittle<std::uint16_t>(page.data() + 14, 0x1FFF);
   EXPECT_EQ(ErrorNumberOf([&] { DataPageView(page, kNumber).Row(0); }), errors::kJetGeneral);
   EXPECT_EQ(ErrorNumberOf([&] { DataPageView(page, kNumber).Row(1); }), errors::kJetGeneral);
 }
 
-TEST(HostileDataPage, ChangeAboveRisingOffsets_ChangesNothing) {
+TEST(HostileDataPage, ChangeAboveRisingOffsetsChangesNothing) {
   Page page = PageOfThreeRows();
   StoreLittle<std::uint16_t>(page.data() + 16, 0x0FEE);
   const Page before = page;
@@ -189,13 +189,13 @@ TEST(HostileDataPage, ChangeAboveRisingOffsets_ChangesNothing) {
   EXPECT_EQ(page, before);
 }
 
-TEST(HostileDataPage, SlotThatDoesNotExist_IsRefused) {
+TEST(HostileDataPage, SlotThatDoesNotExistIsRefused) {
   const Page page = PageOfThreeRows();
   EXPECT_EQ(ErrorNumberOf([&] { DataPageView(page, kNumber).State(3); }), errors::kJetGeneral);
   EXPECT_EQ(ErrorNumberOf([&] { DataPageView(page, kNumber).Row(255); }), errors::kJetGeneral);
 }
 
-TEST(HostileDataPage, RandomBytes_AreReadOrRefusedButNeverReadOutside) {
+TEST(HostileDataPage, RandomBytesAreReadOrRefusedButNeverReadOutside) {
   std::mt19937 random(20261);
   for (int round = 0; round < 20000; ++round) {
     Page page = PageOfThreeRows();
@@ -256,7 +256,7 @@ void ChangeRandomly(std::mt19937& random, Page& page, std::vector<ModelRow>& mod
   }
 }
 
-TEST(DataPageProperty, RandomChanges_MatchAModel) {
+TEST(DataPageProperty, RandomChangesMatchAModel) {
   for (unsigned seed = 1; seed <= 20; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);

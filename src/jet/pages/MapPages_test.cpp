@@ -11,7 +11,7 @@ namespace {
 
 using testing::ToHex;
 
-TEST(MapPages, NewMaps_AreEmptyRowsOf69Bytes) {
+TEST(MapPages, NewMapsAreEmptyRowsOf69Bytes) {
   testing::JetStorage storage(3);
   FormatMapPage(storage.File(), 2, 31);
   const Page& page = storage.File().Read(2);
@@ -19,7 +19,7 @@ TEST(MapPages, NewMaps_AreEmptyRowsOf69Bytes) {
   for (std::size_t at = 14 + 2 * 31; at < kPageSize; ++at) ASSERT_EQ(page[at], 0) << at;
 }
 
-TEST(MapPages, MoreMapsThanFitAPage_GoOnOnAnother) {
+TEST(MapPages, MoreMapsThanFitAPageGoOnOnAnother) {
   testing::JetStorage storage;
   FreePages freePages(storage.File());
   const std::vector<RowId> maps = AddMaps(storage.File(), freePages, 58);
@@ -31,7 +31,7 @@ TEST(MapPages, MoreMapsThanFitAPage_GoOnOnAnother) {
   EXPECT_EQ(DataPageView(storage.File(), 3).SlotCount(), 1u);
 }
 
-TEST(MapPages, FullMapPage_StillTakesAPageBehindTheFirst512) {
+TEST(MapPages, FullMapPageStillTakesAPageBehindTheFirst512) {
   testing::JetStorage storage(900);
   FreePages freePages(storage.File());
   const std::vector<RowId> maps = AddMaps(storage.File(), freePages, 57);

@@ -27,7 +27,7 @@ std::size_t RowLength(PageFile& file, RowId row) {
   return DataPageView(file, row.page).Row(row.slot).size();
 }
 
-TEST(UsageMap, InlineMap_SetsTheLowestBitOfTheFirstByteForItsFirstPage) {
+TEST(UsageMap, InlineMapSetsTheLowestBitOfTheFirstByteForItsFirstPage) {
   JetStorage storage(20);
   FreePages freePages(storage.File());
   const RowId where = storage.AddMap();
@@ -40,7 +40,7 @@ TEST(UsageMap, InlineMap_SetsTheLowestBitOfTheFirstByteForItsFirstPage) {
   EXPECT_EQ(map.Pages(), (std::vector<PageNumber>{0, 9, 511}));
 }
 
-TEST(UsageMap, PageThatIsNotCovered_MovesTheStartDownToAMultipleOfEight) {
+TEST(UsageMap, PageThatIsNotCoveredMovesTheStartDownToAMultipleOfEight) {
   JetStorage storage(20);
   FreePages freePages(storage.File());
   const RowId where = storage.AddMap();
@@ -53,7 +53,7 @@ TEST(UsageMap, PageThatIsNotCovered_MovesTheStartDownToAMultipleOfEight) {
   EXPECT_EQ(RowStart(storage.File(), where, 6), "00 E0 02 00 00 90");
 }
 
-TEST(UsageMap, LowerPage_MovesTheStartDownAndKeepsTheOthers) {
+TEST(UsageMap, LowerPageMovesTheStartDownAndKeepsTheOthers) {
   JetStorage storage(20);
   FreePages freePages(storage.File());
   UsageMap map(storage.File(), storage.AddMap());
@@ -62,7 +62,7 @@ TEST(UsageMap, LowerPage_MovesTheStartDownAndKeepsTheOthers) {
   EXPECT_EQ(map.Pages(), (std::vector<PageNumber>{800, 1000}));
 }
 
-TEST(UsageMap, PagesFartherApartThan512_BecomeReferencesToBitPages) {
+TEST(UsageMap, PagesFartherApartThan512BecomeReferencesToBitPages) {
   JetStorage storage(20);
   FreePages freePages(storage.File());
   const RowId where = storage.AddMap();
@@ -76,7 +76,7 @@ TEST(UsageMap, PagesFartherApartThan512_BecomeReferencesToBitPages) {
   EXPECT_FALSE(UsageMap(storage.File(), {1, 0}).Contains(21));
 }
 
-TEST(UsageMap, PageBehindTheFirstBitPage_GetsABitPageOfItsRange) {
+TEST(UsageMap, PageBehindTheFirstBitPageGetsABitPageOfItsRange) {
   JetStorage storage(20);
   FreePages freePages(storage.File());
   const RowId where = storage.AddMap();
@@ -88,7 +88,7 @@ TEST(UsageMap, PageBehindTheFirstBitPage_GetsABitPageOfItsRange) {
   EXPECT_EQ(map.Pages(), (std::vector<PageNumber>{3, 32735, 65472}));
 }
 
-TEST(UsageMap, LongInlineMap_ShrinksTo69BytesWhenItBecomesReferences) {
+TEST(UsageMap, LongInlineMapShrinksTo69BytesWhenItBecomesReferences) {
   JetStorage storage(20);
   FreePages freePages(storage.File());
   const RowId where = storage.AddMap();
@@ -102,7 +102,7 @@ TEST(UsageMap, LongInlineMap_ShrinksTo69BytesWhenItBecomesReferences) {
   EXPECT_EQ(map.Pages(), (std::vector<PageNumber>{0, 831, 832}));
 }
 
-TEST(UsageMap, RemovedPage_IsGoneAndRemovingAgainIsNoChange) {
+TEST(UsageMap, RemovedPageIsGoneAndRemovingAgainIsNoChange) {
   JetStorage storage(20);
   FreePages freePages(storage.File());
   UsageMap map(storage.File(), storage.AddMap());
@@ -113,7 +113,7 @@ TEST(UsageMap, RemovedPage_IsGoneAndRemovingAgainIsNoChange) {
   EXPECT_TRUE(map.Pages().empty());
 }
 
-TEST(UsageMap, Searches_FindNeighboursInEitherDirection) {
+TEST(UsageMap, SearchesFindNeighboursInEitherDirection) {
   JetStorage storage(20);
   FreePages freePages(storage.File());
   UsageMap map(storage.File(), storage.AddMap());
@@ -132,7 +132,7 @@ TEST(UsageMap, Searches_FindNeighboursInEitherDirection) {
   EXPECT_EQ(map.HighestBelow(0), std::nullopt);
 }
 
-TEST(UsageMap, ChangesOnABitPage_AreUndoneByRollback) {
+TEST(UsageMap, ChangesOnABitPageAreUndoneByRollback) {
   JetStorage storage(20);
   FreePages freePages(storage.File());
   UsageMap map(storage.File(), storage.AddMap());
@@ -145,7 +145,7 @@ TEST(UsageMap, ChangesOnABitPage_AreUndoneByRollback) {
   EXPECT_EQ(storage.File().PageCount(), count);
 }
 
-TEST(UsageMapProperty, RandomChanges_MatchASet) {
+TEST(UsageMapProperty, RandomChangesMatchASet) {
   for (unsigned seed = 1; seed <= 30; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
@@ -181,7 +181,7 @@ RowId MapOf(JetStorage& storage, const Bytes& bytes) {
   return where;
 }
 
-TEST(HostileUsageMap, OfUnknownKindOrTooShortOrDead_IsRefused) {
+TEST(HostileUsageMap, OfUnknownKindOrTooShortOrDeadIsRefused) {
   JetStorage storage(20);
   for (const Bytes& bytes : {Bytes(69, 2), Bytes(4, 0), Bytes()}) {
     const UsageMap map(storage.File(), MapOf(storage, bytes));
@@ -192,7 +192,7 @@ TEST(HostileUsageMap, OfUnknownKindOrTooShortOrDead_IsRefused) {
   EXPECT_EQ(ErrorNumberOf([&] { UsageMap(storage.File(), dead).Pages(); }), errors::kJetGeneral);
 }
 
-TEST(HostileUsageMap, StartOutsideTheFormat_IsRefused) {
+TEST(HostileUsageMap, StartOutsideTheFormatIsRefused) {
   JetStorage storage(20);
   Bytes bytes(69, 0xFF);
   bytes[0] = 0;
@@ -200,7 +200,7 @@ TEST(HostileUsageMap, StartOutsideTheFormat_IsRefused) {
   EXPECT_NE(ErrorOf([&] { map.Pages(); }).Description().find("page map 20/0"), std::string::npos);
 }
 
-TEST(HostileUsageMap, ReferenceToAnythingButABitPage_IsRefused) {
+TEST(HostileUsageMap, ReferenceToAnythingButABitPageIsRefused) {
   JetStorage storage(20);
   Bytes bytes(69, 0);
   bytes[0] = 1;
@@ -210,7 +210,7 @@ TEST(HostileUsageMap, ReferenceToAnythingButABitPage_IsRefused) {
   EXPECT_EQ(ErrorNumberOf([&] { UsageMap(storage.File(), MapOf(storage, bytes)).Pages(); }), errors::kJetGeneral);
 }
 
-TEST(HostileUsageMap, AddressOfNoRow_IsRefused) {
+TEST(HostileUsageMap, AddressOfNoRowIsRefused) {
   JetStorage storage(20);
   EXPECT_EQ(ErrorNumberOf([&] { UsageMap(storage.File(), {1, 2}).Pages(); }), errors::kJetGeneral);
   EXPECT_EQ(ErrorNumberOf([&] { UsageMap(storage.File(), {77, 0}).Pages(); }), errors::kJetGeneral);
@@ -219,7 +219,7 @@ TEST(HostileUsageMap, AddressOfNoRow_IsRefused) {
 
 // Free pages.
 
-TEST(FreePages, WithoutFreePages_TheFileGrowsByThePageBehindItsEnd) {
+TEST(FreePages, WithoutFreePagesTheFileGrowsByThePageBehindItsEnd) {
   JetStorage storage(16);
   FreePages freePages(storage.File());
   EXPECT_EQ(freePages.Allocate(), 16U);
@@ -228,7 +228,7 @@ TEST(FreePages, WithoutFreePages_TheFileGrowsByThePageBehindItsEnd) {
   EXPECT_EQ(RowStart(storage.File(), {1, 0}, 9), "00 00 00 00 00 00 00 FC FF");
 }
 
-TEST(FreePages, FreedPage_IsMarkedAndTakenAgainFirstWithZeros) {
+TEST(FreePages, FreedPageIsMarkedAndTakenAgainFirstWithZeros) {
   JetStorage storage(16);
   FreePages freePages(storage.File());
   DataPage::Format(storage.File().Write(9), 3);
@@ -241,7 +241,7 @@ TEST(FreePages, FreedPage_IsMarkedAndTakenAgainFirstWithZeros) {
   EXPECT_EQ(freePages.Allocate(), 16U);
 }
 
-TEST(FreePages, FreedIndexPage_KeepsItsKind) {
+TEST(FreePages, FreedIndexPageKeepsItsKind) {
   JetStorage storage(16);
   FreePages freePages(storage.File());
   SetKind(storage.File().Write(9), PageKind::IndexLeaf);
@@ -249,7 +249,7 @@ TEST(FreePages, FreedIndexPage_KeepsItsKind) {
   EXPECT_EQ(KindOf(storage.File().Read(9)), PageKind::IndexLeaf);
 }
 
-TEST(FreePages, ReleasedPage_IsNotTaken) {
+TEST(FreePages, ReleasedPageIsNotTaken) {
   JetStorage storage(16);
   FreePages freePages(storage.File());
   freePages.Free(9);
@@ -259,7 +259,7 @@ TEST(FreePages, ReleasedPage_IsNotTaken) {
   EXPECT_EQ(freePages.Allocate(), 16U);
 }
 
-TEST(FreePages, ClearBitBehindTheEnd_LeavesNoHole) {
+TEST(FreePages, ClearBitBehindTheEndLeavesNoHole) {
   JetStorage storage(16);
   FreePages freePages(storage.File());
   UsageMap(storage.File(), {1, 0}).Remove(16);
@@ -267,7 +267,7 @@ TEST(FreePages, ClearBitBehindTheEnd_LeavesNoHole) {
   EXPECT_EQ(freePages.Allocate(), 17U);
 }
 
-TEST(FreePages, FreeingTwiceOrOutsideTheFile_IsRefused) {
+TEST(FreePages, FreeingTwiceOrOutsideTheFileIsRefused) {
   JetStorage storage(16);
   FreePages freePages(storage.File());
   freePages.Free(9);
@@ -275,14 +275,14 @@ TEST(FreePages, FreeingTwiceOrOutsideTheFile_IsRefused) {
   EXPECT_EQ(ErrorNumberOf([&] { freePages.Free(16); }), errors::kJetGeneral);
 }
 
-TEST(FreePages, MapThatCallsTheHeaderFree_IsRefused) {
+TEST(FreePages, MapThatCallsTheHeaderFreeIsRefused) {
   JetStorage storage(16);
   FreePages freePages(storage.File());
   UsageMap(storage.File(), {1, 0}).Add(1, freePages);
   EXPECT_EQ(ErrorNumberOf([&] { freePages.Allocate(); }), errors::kJetGeneral);
 }
 
-TEST(FreePages, BehindPage512_TheMapGrowsInPlaceAndItsNeighbourMovesDown) {
+TEST(FreePages, BehindPage512TheMapGrowsInPlaceAndItsNeighbourMovesDown) {
   JetStorage storage(512);
   FreePages freePages(storage.File());
   UsageMap(storage.File(), {1, 1}).Add(5, freePages);
@@ -294,7 +294,7 @@ TEST(FreePages, BehindPage512_TheMapGrowsInPlaceAndItsNeighbourMovesDown) {
   EXPECT_EQ(ToHex(row.subspan(69)), "FE FF FF FF");
 }
 
-TEST(FreePages, MapOf743Pages_Has101BytesAndOf836Pages113) {
+TEST(FreePages, MapOf743PagesHas101BytesAndOf836Pages113) {
   JetStorage storage(512);
   FreePages freePages(storage.File());
   while (storage.File().PageCount() < 743) freePages.Allocate();
@@ -303,14 +303,14 @@ TEST(FreePages, MapOf743Pages_Has101BytesAndOf836Pages113) {
   EXPECT_EQ(RowLength(storage.File(), {1, 0}), 113U);
 }
 
-TEST(FreePages, FileLongerThanItsMap_DoesNotTakeThePagesOutsideForFree) {
+TEST(FreePages, FileLongerThanItsMapDoesNotTakeThePagesOutsideForFree) {
   JetStorage storage(600);
   FreePages freePages(storage.File());
   EXPECT_EQ(freePages.Allocate(), 600U);
   EXPECT_EQ(freePages.Allocate(), 601U);
 }
 
-TEST(FreePages, FreedPageBehindTheMap_LengthensItAndIsTakenAgain) {
+TEST(FreePages, FreedPageBehindTheMapLengthensItAndIsTakenAgain) {
   JetStorage storage(900);
   PageFile& file = storage.File();
   FreePages freePages(file);
@@ -331,7 +331,7 @@ void GrowTo(JetStorage& storage, PageNumber pages) {
   while (storage.File().PageCount() < pages) freePages.Allocate();
 }
 
-TEST(FreePages, Behind32000Pages_TheMapTurnsIntoBitPagesThatBeginAsFree) {
+TEST(FreePages, Behind32000PagesTheMapTurnsIntoBitPagesThatBeginAsFree) {
   JetStorage storage(512);
   GrowTo(storage, 32000);
   PageFile& file = storage.File();
@@ -353,7 +353,7 @@ TEST(FreePages, Behind32000Pages_TheMapTurnsIntoBitPagesThatBeginAsFree) {
   EXPECT_EQ(UsageMap(file, {1, 0}).Highest(), 32735U);
 }
 
-TEST(FreePages, Behind32736Pages_TheNextBitPageIsTheNextPage) {
+TEST(FreePages, Behind32736PagesTheNextBitPageIsTheNextPage) {
   JetStorage storage(512);
   GrowTo(storage, 32736);
   PageFile& file = storage.File();
@@ -366,7 +366,7 @@ TEST(FreePages, Behind32736Pages_TheNextBitPageIsTheNextPage) {
   EXPECT_EQ(freePages.Allocate(), 100U);
 }
 
-TEST(FreePages, FreedPageOfARangeWithoutABitPage_GetsOne) {
+TEST(FreePages, FreedPageOfARangeWithoutABitPageGetsOne) {
   JetStorage storage(512);
   GrowTo(storage, 32740);
   PageFile& file = storage.File();
@@ -378,7 +378,7 @@ TEST(FreePages, FreedPageOfARangeWithoutABitPage_GetsOne) {
   EXPECT_EQ(UsageMap(file, {1, 0}).LowestFrom(32739), 32741U);
 }
 
-TEST(FreePagesProperty, RandomAllocationsAndReleases_NeverGiveAPageTwice) {
+TEST(FreePagesProperty, RandomAllocationsAndReleasesNeverGiveAPageTwice) {
   for (unsigned seed = 1; seed <= 10; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);

@@ -32,7 +32,7 @@ void ExpectBothWays(const Column& column, const Value& value, const std::string&
   EXPECT_EQ(ValueFromBytes(column, FromHex(hex)), value);
 }
 
-TEST(ColumnValue, Numbers_AreLittleEndian) {
+TEST(ColumnValue, NumbersAreLittleEndian) {
   ExpectBothWays(FixedColumn(ColumnType::Byte), std::uint8_t{200}, "C8");
   ExpectBothWays(FixedColumn(ColumnType::Integer), std::int16_t{-2}, "FE FF");
   ExpectBothWays(FixedColumn(ColumnType::Long), std::int32_t{1}, "01 00 00 00");
@@ -42,11 +42,11 @@ TEST(ColumnValue, Numbers_AreLittleEndian) {
   ExpectBothWays(FixedColumn(ColumnType::DateTime), Date{38143.5}, "00 00 00 00 F0 9F E2 40");
 }
 
-TEST(ColumnValue, DateBefore1899_KeepsItsFractionCountingForward) {
+TEST(ColumnValue, DateBefore1899KeepsItsFractionCountingForward) {
   ExpectBothWays(FixedColumn(ColumnType::DateTime), Date{-1.25}, "00 00 00 00 00 00 F4 BF");
 }
 
-TEST(ColumnValue, DatesOutsideTheYears100To9999_Overflow) {
+TEST(ColumnValue, DatesOutsideTheYears100To9999Overflow) {
   const Column column = FixedColumn(ColumnType::DateTime);
   // The last moment of the first day: its fraction counts forward.
   EXPECT_EQ(ValueFromBytes(column, FromHex(Stored(column, Date{-657434.999}))), Value(Date{-657434.999}));
@@ -57,33 +57,33 @@ TEST(ColumnValue, DatesOutsideTheYears100To9999_Overflow) {
   }
 }
 
-TEST(ColumnValue, Guid_KeepsItsFirstThreeGroupsLittleEndian) {
+TEST(ColumnValue, GuidKeepsItsFirstThreeGroupsLittleEndian) {
   ExpectBothWays(FixedColumn(ColumnType::Guid), std::string("{01234567-89AB-CDEF-0123-456789ABCDEF}"),
                  "67 45 23 01 AB 89 EF CD 01 23 45 67 89 AB CD EF");
 }
 
-TEST(ColumnValue, Decimal_HasItsWordsMostSignificantFirst) {
+TEST(ColumnValue, DecimalHasItsWordsMostSignificantFirst) {
   ExpectBothWays(FixedColumn(ColumnType::Decimal), std::string("-12.5000"),
                  "80 00 00 00 00 00 00 00 00 00 00 00 00 48 E8 01 00");
 }
 
-TEST(ColumnValue, DecimalBeyondThePrecision_Overflows) {
+TEST(ColumnValue, DecimalBeyondThePrecisionOverflows) {
   const Column column = FixedColumn(ColumnType::Decimal);
   EXPECT_EQ(ErrorNumberOf([&] { Stored(column, std::string("100000000000000")); }), errors::kOverflow);
 }
 
-TEST(ColumnValue, TextOfACompressedColumn_IsCompressed) {
+TEST(ColumnValue, TextOfACompressedColumnIsCompressed) {
   const Column column = JetColumns().Text("C", 40).Last();
   ExpectBothWays(column, std::string("Speedy Express"), "FF FE 53 70 65 65 64 79 20 45 78 70 72 65 73 73");
 }
 
-TEST(ColumnValue, TextOfAPlainColumn_IsReadCompressedAllTheSame) {
+TEST(ColumnValue, TextOfAPlainColumnIsReadCompressedAllTheSame) {
   const Column column = JetColumns().Text("C", 40, false).Last();
   ExpectBothWays(column, std::string("abc"), "61 00 62 00 63 00");
   EXPECT_EQ(ValueFromBytes(column, FromHex("FF FE 61 62 63")), Value(std::string("abc")));
 }
 
-TEST(ColumnValue, TextOfTheLongestLength_FitsAndOneMoreCharacterDoesNot) {
+TEST(ColumnValue, TextOfTheLongestLengthFitsAndOneMoreCharacterDoesNot) {
   const Column column = JetColumns().Text("C", 4).Last();
   EXPECT_EQ(Stored(column, std::string("caf\xC3\xA9")), "FF FE 63 61 66 E9");
   EXPECT_EQ(ErrorOf([&] { Stored(column, std::string("abcde")); }).Description(),
@@ -91,25 +91,25 @@ TEST(ColumnValue, TextOfTheLongestLength_FitsAndOneMoreCharacterDoesNot) {
             "data.");
 }
 
-TEST(ColumnValue, CharacterOutsideTheFirstPlane_CountsTwice) {
+TEST(ColumnValue, CharacterOutsideTheFirstPlaneCountsTwice) {
   const Column column = JetColumns().Text("C", 2).Last();
   ExpectBothWays(column, std::string("\xF0\x9F\x9A\x97"), "3D D8 97 DE");
   EXPECT_EQ(ErrorNumberOf([&] { Stored(column, std::string("a\xF0\x9F\x9A\x97")); }), errors::kJetConstraint);
 }
 
-TEST(ColumnValue, FixedText_IsFilledWithBlanksAndNeverCompressed) {
+TEST(ColumnValue, FixedTextIsFilledWithBlanksAndNeverCompressed) {
   Column column = JetColumns().FixedBytes("C", ColumnType::Text, 10).Last();
   column.moreFlags = 0x01;
   EXPECT_EQ(Stored(column, std::string("abc")), "61 00 62 00 63 00 20 00 20 00");
   EXPECT_EQ(ValueFromBytes(column, FromHex("61 00 62 00 63 00 20 00 20 00")), Value(std::string("abc  ")));
 }
 
-TEST(ColumnValue, TrailingBlanks_AreStoredAsGiven) {
+TEST(ColumnValue, TrailingBlanksAreStoredAsGiven) {
   const Column column = JetColumns().Text("C", 10).Last();
   ExpectBothWays(column, std::string("a  "), "FF FE 61 20 20");
 }
 
-TEST(ColumnValue, PlainTextThatBeginsLikeACompressedOne_IsRefused) {
+TEST(ColumnValue, PlainTextThatBeginsLikeACompressedOneIsRefused) {
   const Column plain = JetColumns().Text("C", 10, false).Last();
   EXPECT_EQ(ErrorNumberOf([&] {
               Stored(plain, std::string("\xEF\xBB\xBF"
@@ -123,7 +123,7 @@ TEST(ColumnValue, PlainTextThatBeginsLikeACompressedOne_IsRefused) {
                  "FF FE 00 FF FE 00 61 62 63 64");
 }
 
-TEST(ColumnValue, Binary_IsAsGivenUpToItsLength) {
+TEST(ColumnValue, BinaryIsAsGivenUpToItsLength) {
   const Column column = JetColumns().Variable("C", ColumnType::Binary, 4).Last();
   ExpectBothWays(column, Bytes{1, 2, 3}, "01 02 03");
   EXPECT_EQ(ErrorNumberOf([&] { Stored(column, Bytes(5)); }), errors::kJetConstraint);
@@ -131,7 +131,7 @@ TEST(ColumnValue, Binary_IsAsGivenUpToItsLength) {
   EXPECT_EQ(Stored(fixed, Bytes{1, 2, 3}), "01 02 03 00");
 }
 
-TEST(ColumnValue, WrongNumberOfBytes_IsDamage) {
+TEST(ColumnValue, WrongNumberOfBytesIsDamage) {
   for (const ColumnType type :
        {ColumnType::Byte, ColumnType::Long, ColumnType::DateTime, ColumnType::Guid, ColumnType::Decimal}) {
     EXPECT_EQ(ErrorNumberOf([&] { ValueFromBytes(FixedColumn(type), Bytes(3)); }), errors::kJetGeneral);

@@ -20,37 +20,37 @@ TEST(Decimal, MagnitudeCountsUnitsOfTheScale) {
   EXPECT_EQ(TextOfDecimal(decimal, 4), "-12.5000");
 }
 
-TEST(Decimal, ExtraDecimals_AreCutTowardsZeroNotRounded) {
+TEST(Decimal, ExtraDecimalsAreCutTowardsZeroNotRounded) {
   EXPECT_EQ(RoundTrip("1.99999", 18, 4), "1.9999");
   EXPECT_EQ(RoundTrip("-1.99999", 18, 4), "-1.9999");
   EXPECT_EQ(RoundTrip("0.00009", 18, 4), "0.0000");
 }
 
-TEST(Decimal, Zero_HasNoSign) {
+TEST(Decimal, ZeroHasNoSign) {
   EXPECT_EQ(DecimalFromText("-0.00", 18, 2), Decimal());
   EXPECT_EQ(RoundTrip("-0.001", 18, 2), "0.00");
   EXPECT_EQ(TextOfDecimal({true, {}}, 0), "0");
 }
 
-TEST(Decimal, ScaleZero_HasNoPoint) {
+TEST(Decimal, ScaleZeroHasNoPoint) {
   EXPECT_EQ(RoundTrip("42", 18, 0), "42");
   EXPECT_EQ(RoundTrip("+042.9", 18, 0), "42");
 }
 
-TEST(Decimal, Exponent_MovesThePoint) {
+TEST(Decimal, ExponentMovesThePoint) {
   EXPECT_EQ(RoundTrip("1e+05", 18, 2), "100000.00");
   EXPECT_EQ(RoundTrip("1.25E-2", 18, 4), "0.0125");
   EXPECT_EQ(RoundTrip("0e300", 18, 4), "0.0000");
   EXPECT_EQ(RoundTrip("5e-300", 18, 4), "0.0000");
 }
 
-TEST(Decimal, TwentyEightDigits_FitIn128Bits) {
+TEST(Decimal, TwentyEightDigitsFitIn128Bits) {
   const std::string most = "9999999999999999999999999999";
   EXPECT_EQ(RoundTrip(most, 28, 0), most);
   EXPECT_EQ(RoundTrip(".1234567890123456789012345678", 28, 28), "0.1234567890123456789012345678");
 }
 
-TEST(Decimal, MoreDigitsThanThePrecision_Overflow) {
+TEST(Decimal, MoreDigitsThanThePrecisionOverflow) {
   EXPECT_EQ(RoundTrip("99999.9", 6, 1), "99999.9");
   EXPECT_EQ(ErrorNumberOf([] { DecimalFromText("100000", 6, 1); }), errors::kOverflow);
   EXPECT_EQ(ErrorNumberOf([] { DecimalFromText("1e300", 28, 0); }), errors::kOverflow);
@@ -58,7 +58,7 @@ TEST(Decimal, MoreDigitsThanThePrecision_Overflow) {
   EXPECT_EQ(ErrorNumberOf([] { DecimalFromText(std::string(40, '9'), 255, 0); }), errors::kOverflow);
 }
 
-TEST(Decimal, OtherTexts_AreNoNumbers) {
+TEST(Decimal, OtherTextsAreNoNumbers) {
   for (const char* text :
        {"", "-", ".", "1,5", "1.5.5", " 1", "1 ", "0x10", "nan", "1e", "1e+", "--1", "1e99999999999"}) {
     EXPECT_EQ(ErrorNumberOf([&] { DecimalFromText(text, 18, 4); }), errors::kTypeMismatch) << text;

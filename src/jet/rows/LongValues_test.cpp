@@ -57,7 +57,7 @@ class LongValuesTest : public ::testing::Test {
   RowId freeSpace_;
 };
 
-TEST_F(LongValuesTest, ShortMemo_FollowsItsDescriptorCompressedWhateverTheFlag) {
+TEST_F(LongValuesTest, ShortMemoFollowsItsDescriptorCompressedWhateverTheFlag) {
   LongValues values(storage_.File(), MemoColumn(false));
   const Bytes extent = Stored(values, std::string("abc"));
   EXPECT_EQ(ToHex(extent), "05 00 00 80 00 00 00 00 00 00 00 00 FF FE 61 62 63");
@@ -65,12 +65,12 @@ TEST_F(LongValuesTest, ShortMemo_FollowsItsDescriptorCompressedWhateverTheFlag) 
   EXPECT_TRUE(Owned().empty());
 }
 
-TEST_F(LongValuesTest, CompressionThatSavesNothing_IsLeftOut) {
+TEST_F(LongValuesTest, CompressionThatSavesNothingIsLeftOut) {
   LongValues values(storage_.File(), MemoColumn());
   EXPECT_EQ(ToHex(Stored(values, std::string("ab"))), "04 00 00 80 00 00 00 00 00 00 00 00 61 00 62 00");
 }
 
-TEST_F(LongValuesTest, EmptyMemo_IsADescriptorOfLengthZero) {
+TEST_F(LongValuesTest, EmptyMemoIsADescriptorOfLengthZero) {
   LongValues values(storage_.File(), MemoColumn());
   const Bytes extent = Stored(values, std::string());
   EXPECT_EQ(ToHex(extent), "00 00 00 80 00 00 00 00 00 00 00 00");
@@ -97,7 +97,7 @@ TEST_F(LongValuesTest, OneRowEndsAt3816BytesBeforeCompression) {
   EXPECT_EQ(ole.PlanFor(Numbers(3817)).form, LongValues::Form::Chain);
 }
 
-TEST_F(LongValuesTest, OneRow_IsARowOfAPageOwnedByLval) {
+TEST_F(LongValuesTest, OneRowIsARowOfAPageOwnedByLval) {
   LongValues values(storage_.File(), OleColumn());
   const Bytes extent = Stored(values, Numbers(70));
   EXPECT_EQ(ToHex(extent), "46 00 00 40 00 16 00 00 00 00 00 00");  // 70 bytes at 22/0
@@ -107,7 +107,7 @@ TEST_F(LongValuesTest, OneRow_IsARowOfAPageOwnedByLval) {
   EXPECT_EQ(WithRoom(), (std::vector<PageNumber>{22}));
 }
 
-TEST_F(LongValuesTest, MemoInOneRow_IsCompressedOnlyWithTheFlag) {
+TEST_F(LongValuesTest, MemoInOneRowIsCompressedOnlyWithTheFlag) {
   LongValues flagged(storage_.File(), MemoColumn(true));
   EXPECT_EQ(flagged.PlanFor(Letters(100)).stored.size(), 102U);
   LongValues plain(storage_.File(), MemoColumn(false));
@@ -116,7 +116,7 @@ TEST_F(LongValuesTest, MemoInOneRow_IsCompressedOnlyWithTheFlag) {
   EXPECT_EQ(plain.Load(extent), Value(Letters(100)));
 }
 
-TEST_F(LongValuesTest, Chain_HasItsPartsAloneOnTheirPagesAndItsStampOnTheFirst) {
+TEST_F(LongValuesTest, ChainHasItsPartsAloneOnTheirPagesAndItsStampOnTheFirst) {
   LongValues values(storage_.File(), OleColumn());
   const Bytes extent = Stored(values, Numbers(4072 + 4072 + 5));
   EXPECT_EQ(ToHex(ByteView(extent).first(8)), "D5 1F 00 00 00 16 00 00");
@@ -136,13 +136,13 @@ TEST_F(LongValuesTest, Chain_HasItsPartsAloneOnTheirPagesAndItsStampOnTheFirst) 
   EXPECT_EQ(values.Load(extent), Value(Numbers(4072 + 4072 + 5)));
 }
 
-TEST_F(LongValuesTest, ChainOfAMemo_IsNeverCompressed) {
+TEST_F(LongValuesTest, ChainOfAMemoIsNeverCompressed) {
   LongValues values(storage_.File(), MemoColumn());
   EXPECT_EQ(values.PlanFor(Letters(3000)).stored.size(), 6000U);
   EXPECT_EQ(values.Load(Stored(values, Letters(3000))), Value(Letters(3000)));
 }
 
-TEST_F(LongValuesTest, DifferentChains_HaveDifferentStamps) {
+TEST_F(LongValuesTest, DifferentChainsHaveDifferentStamps) {
   LongValues values(storage_.File(), OleColumn());
   std::set<std::uint32_t> stamps;
   for (std::size_t i = 0; i < 20; ++i) {
@@ -152,7 +152,7 @@ TEST_F(LongValuesTest, DifferentChains_HaveDifferentStamps) {
   EXPECT_EQ(stamps.size(), 20U);
 }
 
-TEST_F(LongValuesTest, ColumnWithoutFreeSpaceMap_KeepsEveryLongerValueAsAChain) {
+TEST_F(LongValuesTest, ColumnWithoutFreeSpaceMapKeepsEveryLongerValueAsAChain) {
   Column column = OleColumn();
   column.longValueFreeSpace = {};
   LongValues values(storage_.File(), column);
@@ -163,13 +163,13 @@ TEST_F(LongValuesTest, ColumnWithoutFreeSpaceMap_KeepsEveryLongerValueAsAChain) 
   EXPECT_TRUE(Owned().empty());
 }
 
-TEST_F(LongValuesTest, ColumnWithoutPages_TakesShortValuesOnly) {
+TEST_F(LongValuesTest, ColumnWithoutPagesTakesShortValuesOnly) {
   LongValues values(storage_.File(), JetColumns().Memo("notes").Last());
   EXPECT_EQ(values.PlanFor(Letters(32)).form, LongValues::Form::Inline);
   EXPECT_EQ(ErrorNumberOf([&] { values.PlanFor(Letters(33)); }), errors::kJetGeneral);
 }
 
-TEST_F(LongValuesTest, Values_SharePagesUntilTheyAreFull) {
+TEST_F(LongValuesTest, ValuesSharePagesUntilTheyAreFull) {
   LongValues values(storage_.File(), OleColumn());
   for (int i = 0; i < 4; ++i) Stored(values, Numbers(1000));  // 4082 - 4 x 1002 = 74 left
   EXPECT_EQ(Owned(), (std::vector<PageNumber>{22}));
@@ -178,7 +178,7 @@ TEST_F(LongValuesTest, Values_SharePagesUntilTheyAreFull) {
   EXPECT_EQ(Owned(), (std::vector<PageNumber>{22, 23}));
 }
 
-TEST_F(LongValuesTest, PageWith257FreeBytes_IsFullAndWith258IsNot) {
+TEST_F(LongValuesTest, PageWith257FreeBytesIsFullAndWith258IsNot) {
   LongValues values(storage_.File(), OleColumn());
   Stored(values, Numbers(3816));  // 264 left
   EXPECT_EQ(PageAt(22).FreeSpace(), 264U);
@@ -195,7 +195,7 @@ TEST_F(LongValuesTest, PageWith257FreeBytes_IsFullAndWith258IsNot) {
   EXPECT_EQ(WithRoom(), (std::vector<PageNumber>{22, 23}));
 }
 
-TEST_F(LongValuesTest, RoomOnAPageBelow_IsFoundAgain) {
+TEST_F(LongValuesTest, RoomOnAPageBelowIsFoundAgain) {
   LongValues values(storage_.File(), OleColumn());
   std::vector<Bytes> extents;
   for (int i = 0; i < 12; ++i) extents.push_back(Stored(values, Numbers(1300)));  // three on a page
@@ -206,7 +206,7 @@ TEST_F(LongValuesTest, RoomOnAPageBelow_IsFoundAgain) {
   EXPECT_EQ(PageAt(22).SlotCount(), 4U);
 }
 
-TEST_F(LongValuesTest, RemovedRow_IsSqueezedOutAndItsPageListedAgain) {
+TEST_F(LongValuesTest, RemovedRowIsSqueezedOutAndItsPageListedAgain) {
   LongValues values(storage_.File(), OleColumn());
   const Bytes first = Stored(values, Numbers(2000));
   const Bytes second = Stored(values, Numbers(2001));
@@ -217,7 +217,7 @@ TEST_F(LongValuesTest, RemovedRow_IsSqueezedOutAndItsPageListedAgain) {
   EXPECT_EQ(values.Load(second), Value(Numbers(2001)));
 }
 
-TEST_F(LongValuesTest, PageWithoutRows_IsFreed) {
+TEST_F(LongValuesTest, PageWithoutRowsIsFreed) {
   LongValues values(storage_.File(), OleColumn());
   const Bytes extent = Stored(values, Numbers(2000));
   values.Remove(extent);
@@ -227,7 +227,7 @@ TEST_F(LongValuesTest, PageWithoutRows_IsFreed) {
   EXPECT_EQ(KindOf(storage_.File().Read(22)), PageKind::FreedData);
 }
 
-TEST_F(LongValuesTest, RemovedChain_FreesAllItsPages) {
+TEST_F(LongValuesTest, RemovedChainFreesAllItsPages) {
   LongValues values(storage_.File(), OleColumn());
   const Bytes kept = Stored(values, Numbers(70));
   const Bytes extent = Stored(values, Numbers(20000));
@@ -239,7 +239,7 @@ TEST_F(LongValuesTest, RemovedChain_FreesAllItsPages) {
   EXPECT_EQ(values.Load(kept), Value(Numbers(70)));
 }
 
-TEST_F(LongValuesTest, InlineValue_HasNothingToRemove) {
+TEST_F(LongValuesTest, InlineValueHasNothingToRemove) {
   LongValues values(storage_.File(), OleColumn());
   values.Remove(Stored(values, Numbers(20)));
   EXPECT_TRUE(Owned().empty());
@@ -247,7 +247,7 @@ TEST_F(LongValuesTest, InlineValue_HasNothingToRemove) {
 
 // Descriptors and pages that contradict each other.
 
-TEST_F(LongValuesTest, HostileDescriptors_AreRefused) {
+TEST_F(LongValuesTest, HostileDescriptorsAreRefused) {
   LongValues values(storage_.File(), OleColumn());
   const std::string stored = ToHex(Stored(values, Numbers(70)));
   for (const std::string extent : {
@@ -269,7 +269,7 @@ TEST_F(LongValuesTest, HostileDescriptors_AreRefused) {
   EXPECT_EQ(values.Load(FromHex(stored)), Value(Numbers(70)));
 }
 
-TEST_F(LongValuesTest, DeletedRow_IsRefused) {
+TEST_F(LongValuesTest, DeletedRowIsRefused) {
   LongValues values(storage_.File(), OleColumn());
   const Bytes first = Stored(values, Numbers(70));
   Stored(values, Numbers(70));
@@ -278,14 +278,14 @@ TEST_F(LongValuesTest, DeletedRow_IsRefused) {
   EXPECT_EQ(ErrorNumberOf([&] { values.Remove(first); }), errors::kJetGeneral);
 }
 
-TEST_F(LongValuesTest, ChainWithAnotherStamp_IsRefused) {
+TEST_F(LongValuesTest, ChainWithAnotherStampIsRefused) {
   LongValues values(storage_.File(), OleColumn());
   Bytes extent = Stored(values, Numbers(5000));
   extent[8] = static_cast<std::uint8_t>(extent[8] ^ 1);
   EXPECT_EQ(ErrorNumberOf([&] { values.Load(extent); }), errors::kJetGeneral);
 }
 
-TEST_F(LongValuesTest, ChainThatLeadsBackIntoItself_IsRefused) {
+TEST_F(LongValuesTest, ChainThatLeadsBackIntoItselfIsRefused) {
   LongValues values(storage_.File(), OleColumn());
   Bytes extent = Stored(values, Numbers(5000));
   DataPage last(storage_.File(), 23);
@@ -294,14 +294,14 @@ TEST_F(LongValuesTest, ChainThatLeadsBackIntoItself_IsRefused) {
   EXPECT_EQ(ErrorNumberOf([&] { values.Load(extent); }), errors::kJetGeneral);
 }
 
-TEST_F(LongValuesTest, EmptyChainThatLeadsBackIntoItself_IsRefused) {
+TEST_F(LongValuesTest, EmptyChainThatLeadsBackIntoItselfIsRefused) {
   LongValues values(storage_.File(), OleColumn());
   const Bytes extent = Stored(values, Numbers(5000));
   DataPage(storage_.File(), 23).Replace(0, FromHex("00 17 00 00"), SlotState::Live);
   EXPECT_EQ(ErrorNumberOf([&] { values.Load(extent); }), errors::kJetGeneral);
 }
 
-TEST_F(LongValuesTest, ChainOfTheWrongLength_IsRefused) {
+TEST_F(LongValuesTest, ChainOfTheWrongLengthIsRefused) {
   LongValues values(storage_.File(), OleColumn());
   for (const std::uint32_t length : {4999U, 5001U, 4072U, 0U}) {
     Bytes extent = Stored(values, Numbers(5000));
@@ -310,21 +310,21 @@ TEST_F(LongValuesTest, ChainOfTheWrongLength_IsRefused) {
   }
 }
 
-TEST_F(LongValuesTest, PageOfAnotherColumnInTheListOfPagesWithRoom_IsNotWrittenTo) {
+TEST_F(LongValuesTest, PageOfAnotherColumnInTheListOfPagesWithRoomIsNotWrittenTo) {
   LongValues values(storage_.File(), OleColumn());
   const RowId row = RowId::FromWord(LoadLittle<std::uint32_t>(Stored(values, Numbers(100)).data() + 4));
   UsageMap(storage_.File(), owned_).Remove(row.page);
   EXPECT_EQ(ErrorNumberOf([&] { Stored(values, Numbers(100)); }), errors::kJetGeneral);
 }
 
-TEST_F(LongValuesTest, ValueOnAPageOfAnotherColumn_IsNotRemoved) {
+TEST_F(LongValuesTest, ValueOnAPageOfAnotherColumnIsNotRemoved) {
   LongValues values(storage_.File(), OleColumn());
   const Bytes extent = Stored(values, Numbers(70));
   UsageMap(storage_.File(), owned_).Remove(22);
   EXPECT_EQ(ErrorNumberOf([&] { values.Remove(extent); }), errors::kJetGeneral);
 }
 
-TEST_F(LongValuesTest, OldNullAsAChainOfNothing_IsEmpty) {
+TEST_F(LongValuesTest, OldNullAsAChainOfNothingIsEmpty) {
   LongValues values(storage_.File(), OleColumn());
   EXPECT_EQ(values.Load(Bytes(12)), Value(Bytes()));
 }
@@ -379,7 +379,7 @@ class LongValuesModel {
   std::vector<std::pair<Bytes, Bytes>> model_;  ///< bytes in the row, value
 };
 
-TEST_F(LongValuesTest, RandomChanges_MatchAModel) {
+TEST_F(LongValuesTest, RandomChangesMatchAModel) {
   for (unsigned seed = 1; seed <= 8; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     JetStorage storage(20);

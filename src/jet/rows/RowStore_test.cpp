@@ -45,7 +45,7 @@ class RowStoreTest : public ::testing::Test {
   RowStore rows_;
 };
 
-TEST_F(RowStoreTest, EmptyTable_HasNoRowsAndNoPage) {
+TEST_F(RowStoreTest, EmptyTableHasNoRowsAndNoPage) {
   EXPECT_EQ(rows_.First(), std::nullopt);
   EXPECT_EQ(rows_.Last(), std::nullopt);
   EXPECT_EQ(rows_.Count(), 0);
@@ -53,14 +53,14 @@ TEST_F(RowStoreTest, EmptyTable_HasNoRowsAndNoPage) {
   EXPECT_TRUE(Owned().empty());
 }
 
-TEST_F(RowStoreTest, FirstRow_TakesThePageAndTheMaps) {
+TEST_F(RowStoreTest, FirstRowTakesThePageAndTheMaps) {
   EXPECT_EQ(rows_.Insert(Bytes(19, 1)), (RowId{22, 0}));
   EXPECT_EQ(Owned(), (std::vector<PageNumber>{22}));
   EXPECT_EQ(WithRoom(), (std::vector<PageNumber>{22}));
   EXPECT_EQ(PageAt(22).Owner(), kTablePage);
 }
 
-TEST_F(RowStoreTest, Rows_AreScannedInPhysicalOrder) {
+TEST_F(RowStoreTest, RowsAreScannedInPhysicalOrder) {
   std::vector<RowId> inserted;
   for (int i = 0; i < 10; ++i) inserted.push_back(rows_.Insert(Bytes(1000, 1)));
   EXPECT_EQ(Scan(), inserted);
@@ -69,7 +69,7 @@ TEST_F(RowStoreTest, Rows_AreScannedInPhysicalOrder) {
   EXPECT_EQ(Owned().size(), 3U);
 }
 
-TEST_F(RowStoreTest, PageThatSaysItIsAnotherTables_IsNeitherReadNorChanged) {
+TEST_F(RowStoreTest, PageThatSaysItIsAnotherTablesIsNeitherReadNorChanged) {
   const RowId row = rows_.Insert(Bytes(19, 1));
   StoreLittle<std::uint32_t>(storage_.File().Write(row.page).data() + kOwnerOffset, kTablePage + 1);
   EXPECT_EQ(ErrorNumberOf([&] { rows_.First(); }), errors::kJetGeneral);
@@ -78,7 +78,7 @@ TEST_F(RowStoreTest, PageThatSaysItIsAnotherTables_IsNeitherReadNorChanged) {
   EXPECT_EQ(ErrorNumberOf([&] { rows_.Insert(Bytes(19, 1)); }), errors::kJetGeneral);
 }
 
-TEST_F(RowStoreTest, PageWith256FreeBytesOrFewer_IsNotListed) {
+TEST_F(RowStoreTest, PageWith256FreeBytesOrFewerIsNotListed) {
   rows_.Insert(Bytes(1911, 1));
   rows_.Insert(Bytes(1910, 1));
   EXPECT_EQ(PageAt(22).FreeSpace(), 257U);
@@ -89,20 +89,20 @@ TEST_F(RowStoreTest, PageWith256FreeBytesOrFewer_IsNotListed) {
   EXPECT_EQ(WithRoom().size(), 1U);
 }
 
-TEST_F(RowStoreTest, PageFoundTooFull_IsTakenOffTheList) {
+TEST_F(RowStoreTest, PageFoundTooFullIsTakenOffTheList) {
   rows_.Insert(Bytes(3000, 1));
   EXPECT_EQ(WithRoom(), (std::vector<PageNumber>{22}));
   EXPECT_EQ(rows_.Insert(Bytes(2000, 1)), (RowId{23, 0}));
   EXPECT_EQ(WithRoom(), (std::vector<PageNumber>{23}));
 }
 
-TEST_F(RowStoreTest, PageOf255Slots_TakesNoMoreRows) {
+TEST_F(RowStoreTest, PageOf255SlotsTakesNoMoreRows) {
   for (int i = 0; i < 255; ++i) rows_.Insert(Bytes(5, 1));
   EXPECT_TRUE(WithRoom().empty());
   EXPECT_EQ(rows_.Insert(Bytes(5, 1)), (RowId{23, 0}));
 }
 
-TEST_F(RowStoreTest, RowAtHome_GrowsThereWhileThereIsRoom) {
+TEST_F(RowStoreTest, RowAtHomeGrowsThereWhileThereIsRoom) {
   const RowId a = rows_.Insert(Bytes(1000, 1));
   const RowId b = rows_.Insert(Bytes(1000, 2));
   rows_.Replace(a, Bytes(3000, 3));
@@ -111,7 +111,7 @@ TEST_F(RowStoreTest, RowAtHome_GrowsThereWhileThereIsRoom) {
   EXPECT_EQ(PageAt(22).State(0), SlotState::Live);
 }
 
-TEST_F(RowStoreTest, RowThatOutgrowsItsPage_LandsElsewhereUnderItsOldAddress) {
+TEST_F(RowStoreTest, RowThatOutgrowsItsPageLandsElsewhereUnderItsOldAddress) {
   const RowId a = rows_.Insert(Bytes(2000, 1));
   const RowId b = rows_.Insert(Bytes(2000, 2));
   rows_.Replace(a, Bytes(2500, 3));
@@ -125,7 +125,7 @@ TEST_F(RowStoreTest, RowThatOutgrowsItsPage_LandsElsewhereUnderItsOldAddress) {
   EXPECT_EQ(WithRoom(), (std::vector<PageNumber>{22, 23}));
 }
 
-TEST_F(RowStoreTest, MovedRow_GrowsWhereItLanded) {
+TEST_F(RowStoreTest, MovedRowGrowsWhereItLanded) {
   const RowId a = rows_.Insert(Bytes(2000, 1));
   rows_.Insert(Bytes(2000, 2));
   rows_.Replace(a, Bytes(2500, 3));
@@ -135,7 +135,7 @@ TEST_F(RowStoreTest, MovedRow_GrowsWhereItLanded) {
   EXPECT_EQ(rows_.Read(a).size(), 4000U);
 }
 
-TEST_F(RowStoreTest, MovedRowThatOutgrowsItsLanding_MovesOnInOneHop) {
+TEST_F(RowStoreTest, MovedRowThatOutgrowsItsLandingMovesOnInOneHop) {
   const RowId a = rows_.Insert(Bytes(2000, 1));
   rows_.Insert(Bytes(2000, 2));
   rows_.Replace(a, Bytes(2500, 3));
@@ -146,7 +146,7 @@ TEST_F(RowStoreTest, MovedRowThatOutgrowsItsLanding_MovesOnInOneHop) {
   EXPECT_EQ(PageAt(24).State(0), SlotState::Landing);
 }
 
-TEST_F(RowStoreTest, MovedRowThatFitsAgain_ComesHomeAndItsLandingPageIsFreed) {
+TEST_F(RowStoreTest, MovedRowThatFitsAgainComesHomeAndItsLandingPageIsFreed) {
   const RowId a = rows_.Insert(Bytes(2000, 1));
   rows_.Insert(Bytes(2000, 2));
   rows_.Replace(a, Bytes(2500, 3));
@@ -157,7 +157,7 @@ TEST_F(RowStoreTest, MovedRowThatFitsAgain_ComesHomeAndItsLandingPageIsFreed) {
   EXPECT_TRUE(UsageMap(storage_.File(), {1, 0}).Contains(23));
 }
 
-TEST_F(RowStoreTest, RemovedMovedRow_LeavesNothingBehind) {
+TEST_F(RowStoreTest, RemovedMovedRowLeavesNothingBehind) {
   const RowId a = rows_.Insert(Bytes(2000, 1));
   const RowId b = rows_.Insert(Bytes(2000, 2));
   rows_.Replace(a, Bytes(2500, 3));
@@ -167,7 +167,7 @@ TEST_F(RowStoreTest, RemovedMovedRow_LeavesNothingBehind) {
   EXPECT_EQ(ToHex(ByteView(storage_.File().Read(22)).subspan(14, 4)), "00 D0 30 08");
 }
 
-TEST_F(RowStoreTest, EmptyPage_IsFreedButTheFirstOneStays) {
+TEST_F(RowStoreTest, EmptyPageIsFreedButTheFirstOneStays) {
   std::vector<RowId> rows;
   for (int i = 0; i < 6; ++i) rows.push_back(rows_.Insert(Bytes(1900, 1)));
   EXPECT_EQ(Owned(), (std::vector<PageNumber>{22, 23, 24}));
@@ -179,7 +179,7 @@ TEST_F(RowStoreTest, EmptyPage_IsFreedButTheFirstOneStays) {
   EXPECT_EQ(Scan(), (std::vector<RowId>{rows[4], rows[5]}));
 }
 
-TEST_F(RowStoreTest, EmptyFirstPage_IsFreedWhenALowerPageBecomesTheFirst) {
+TEST_F(RowStoreTest, EmptyFirstPageIsFreedWhenALowerPageBecomesTheFirst) {
   const RowId a = rows_.Insert(Bytes(1900, 1));
   rows_.Insert(Bytes(1900, 1));
   rows_.Insert(Bytes(4000, 1));
@@ -192,7 +192,7 @@ TEST_F(RowStoreTest, EmptyFirstPage_IsFreedWhenALowerPageBecomesTheFirst) {
   EXPECT_TRUE(UsageMap(storage_.File(), {1, 0}).Contains(22));
 }
 
-TEST_F(RowStoreTest, PageOfLandingRowsOnly_IsNotEmpty) {
+TEST_F(RowStoreTest, PageOfLandingRowsOnlyIsNotEmpty) {
   const RowId a = rows_.Insert(Bytes(2000, 1));
   rows_.Insert(Bytes(2000, 2));
   rows_.Replace(a, Bytes(2500, 3));
@@ -202,14 +202,14 @@ TEST_F(RowStoreTest, PageOfLandingRowsOnly_IsNotEmpty) {
   EXPECT_EQ(rows_.Read(a).size(), 2500U);
 }
 
-TEST_F(RowStoreTest, DeadSlots_AreNotUsedAgain) {
+TEST_F(RowStoreTest, DeadSlotsAreNotUsedAgain) {
   const RowId a = rows_.Insert(Bytes(100, 1));
   rows_.Insert(Bytes(100, 2));
   rows_.Remove(a);
   EXPECT_EQ(rows_.Insert(Bytes(100, 3)), (RowId{22, 2}));
 }
 
-TEST_F(RowStoreTest, ScanGoesOn_WhateverIsChangedUnderIt) {
+TEST_F(RowStoreTest, ScanGoesOnWhateverIsChangedUnderIt) {
   std::vector<RowId> rows;
   for (int i = 0; i < 12; ++i) rows.push_back(rows_.Insert(Bytes(1300, 1)));
   std::vector<RowId> seen;
@@ -224,7 +224,7 @@ TEST_F(RowStoreTest, ScanGoesOn_WhateverIsChangedUnderIt) {
   EXPECT_EQ(seen, rows);
 }
 
-TEST_F(RowStoreTest, RowsThatAreNotLive_AreNotRead) {
+TEST_F(RowStoreTest, RowsThatAreNotLiveAreNotRead) {
   const RowId a = rows_.Insert(Bytes(2000, 1));
   rows_.Insert(Bytes(2000, 2));
   rows_.Replace(a, Bytes(2500, 3));
@@ -237,7 +237,7 @@ TEST_F(RowStoreTest, RowsThatAreNotLive_AreNotRead) {
   }
 }
 
-TEST_F(RowStoreTest, WideMovedSlot_IsFollowedByItsFirstFourBytes) {
+TEST_F(RowStoreTest, WideMovedSlotIsFollowedByItsFirstFourBytes) {
   const RowId a = rows_.Insert(Bytes(2000, 1));
   rows_.Insert(Bytes(2000, 2));
   rows_.Replace(a, Bytes(2500, 3));
@@ -247,7 +247,7 @@ TEST_F(RowStoreTest, WideMovedSlot_IsFollowedByItsFirstFourBytes) {
 
 // Hostile pages.
 
-TEST_F(RowStoreTest, MovedToAPlaceThatDoesNotHoldIt_IsDamage) {
+TEST_F(RowStoreTest, MovedToAPlaceThatDoesNotHoldItIsDamage) {
   const RowId a = rows_.Insert(Bytes(2000, 1));
   rows_.Insert(Bytes(2000, 2));
   rows_.Replace(a, Bytes(2500, 3));
@@ -258,13 +258,13 @@ TEST_F(RowStoreTest, MovedToAPlaceThatDoesNotHoldIt_IsDamage) {
   }
 }
 
-TEST_F(RowStoreTest, ListedPageOfAnotherTable_IsDamage) {
+TEST_F(RowStoreTest, ListedPageOfAnotherTableIsDamage) {
   rows_.Insert(Bytes(100, 1));
   StoreLittle<std::uint32_t>(storage_.File().Write(22).data() + kOwnerOffset, 8);
   EXPECT_EQ(ErrorNumberOf([&] { rows_.Insert(Bytes(100, 1)); }), errors::kJetGeneral);
 }
 
-TEST_F(RowStoreTest, OwnedPageBehindTheEndOrOfAnotherKind_IsDamage) {
+TEST_F(RowStoreTest, OwnedPageBehindTheEndOrOfAnotherKindIsDamage) {
   FreePages freePages(storage_.File());
   rows_.Insert(Bytes(100, 1));
   UsageMap(storage_.File(), owned_).Add(15, freePages);
@@ -369,7 +369,7 @@ class RowStoreModel {
   std::map<RowId, Bytes> model_;
 };
 
-TEST(RowStoreProperty, RandomChanges_MatchAModel) {
+TEST(RowStoreProperty, RandomChangesMatchAModel) {
   for (unsigned seed = 1; seed <= 12; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     RowStoreModel model(seed);

@@ -38,7 +38,7 @@ JetColumns ShipperColumns() {
   return JetColumns().Fixed("id", ColumnType::Long).Text("name", 40).Text("phone", 24);
 }
 
-TEST(Row, RealRowOfThreeColumns_IsReadAndWrittenByteForByte) {
+TEST(Row, RealRowOfThreeColumnsIsReadAndWrittenByteForByte) {
   const RowLayout layout(ShipperColumns().Definition());
   const Bytes row = FromHex(kShipper);
   EXPECT_EQ(CellText(layout, row, 0), "01 00 00 00");
@@ -48,7 +48,7 @@ TEST(Row, RealRowOfThreeColumns_IsReadAndWrittenByteForByte) {
   EXPECT_EQ(Written(layout, {layout.Cell(parsed, 0), layout.Cell(parsed, 1), layout.Cell(parsed, 2)}), kShipper);
 }
 
-TEST(Row, RealRowWithLongValues_HasItsDescriptorsInTheVariableArea) {
+TEST(Row, RealRowWithLongValuesHasItsDescriptorsInTheVariableArea) {
   const RowLayout layout(
       JetColumns().Autonumber("CategoryID").Text("CategoryName", 15).Memo("Description").Ole("Picture").Definition());
   const Bytes row = FromHex(
@@ -58,7 +58,7 @@ TEST(Row, RealRowWithLongValues_HasItsDescriptorsInTheVariableArea) {
   EXPECT_EQ(CellText(layout, row, 3), "FA 29 00 00 00 17 00 00 6C 9E F5 12");
 }
 
-TEST(Row, TableWithoutVariableColumns_HasNoOffsetPart) {
+TEST(Row, TableWithoutVariableColumnsHasNoOffsetPart) {
   const RowLayout layout(
       JetColumns().Fixed("a", ColumnType::Long).Fixed("b", ColumnType::Long).Fixed("c", ColumnType::Long).Definition());
   const Bytes a = FromHex("0B 00 00 00");
@@ -68,7 +68,7 @@ TEST(Row, TableWithoutVariableColumns_HasNoOffsetPart) {
   EXPECT_EQ(CellText(layout, FromHex("03 00 0B 00 00 00 16 00 00 00 21 00 00 00 05"), 1), "null");
 }
 
-TEST(Row, OneBooleanAlone_StillHasTwoBytesOfFixedArea) {
+TEST(Row, OneBooleanAloneStillHasTwoBytesOfFixedArea) {
   const RowLayout layout(JetColumns().Fixed("flag", ColumnType::Boolean).Definition());
   EXPECT_EQ(Written(layout, {ByteView()}), "01 00 00 00 01");
   EXPECT_EQ(Written(layout, {std::nullopt}), "01 00 00 00 00");
@@ -76,13 +76,13 @@ TEST(Row, OneBooleanAlone_StillHasTwoBytesOfFixedArea) {
   EXPECT_EQ(CellText(layout, FromHex("01 00 00 00 00"), 0), "null");
 }
 
-TEST(Row, NullsInTheFixedArea_AreZerosBehindAClearBit) {
+TEST(Row, NullsInTheFixedAreaAreZerosBehindAClearBit) {
   const RowLayout layout(ShipperColumns().Definition());
   EXPECT_EQ(Written(layout, {std::nullopt, std::nullopt, std::nullopt}),
             "03 00 00 00 00 00 06 00 06 00 06 00 02 00 00");
 }
 
-TEST(Row, ZeroLengthText_IsNotNull) {
+TEST(Row, ZeroLengthTextIsNotNull) {
   const RowLayout layout(ShipperColumns().Definition());
   const std::string row = Written(layout, {std::nullopt, ByteView(), std::nullopt});
   EXPECT_EQ(row, "03 00 00 00 00 00 06 00 06 00 06 00 02 00 02");
@@ -90,7 +90,7 @@ TEST(Row, ZeroLengthText_IsNotNull) {
   EXPECT_EQ(CellText(layout, FromHex(row), 2), "null");
 }
 
-TEST(Row, ColumnsAddedLater_AreNullOrFalseInAnOldRow) {
+TEST(Row, ColumnsAddedLaterAreNullOrFalseInAnOldRow) {
   JetColumns columns = ShipperColumns();
   columns.Fixed("added", ColumnType::Double).Fixed("flag", ColumnType::Boolean).Text("late", 9);
   const RowLayout layout(columns.Definition());
@@ -100,7 +100,7 @@ TEST(Row, ColumnsAddedLater_AreNullOrFalseInAnOldRow) {
   EXPECT_EQ(CellText(layout, row, 2).substr(0, 5), "FF FE");
 }
 
-TEST(Row, RowFromBeforeTheFirstVariableColumn_HasNoOffsetPart) {
+TEST(Row, RowFromBeforeTheFirstVariableColumnHasNoOffsetPart) {
   const RowLayout layout(
       JetColumns().Fixed("a", ColumnType::Long).Fixed("b", ColumnType::Boolean).Text("late", 9).Definition());
   const Bytes row = FromHex("02 00 0B 00 00 00 03");
@@ -109,13 +109,13 @@ TEST(Row, RowFromBeforeTheFirstVariableColumn_HasNoOffsetPart) {
   EXPECT_EQ(CellText(layout, row, 2), "null");
 }
 
-TEST(Row, VariableColumnBehindTheRowsOwnCount_IsNull) {
+TEST(Row, VariableColumnBehindTheRowsOwnCountIsNull) {
   const RowLayout layout(ShipperColumns().Definition());
   EXPECT_EQ(CellText(layout, FromHex("03 00 01 00 00 00 41 00 08 00 06 00 01 00 07"), 1), "41 00");
   EXPECT_EQ(CellText(layout, FromHex("03 00 01 00 00 00 41 00 08 00 06 00 01 00 07"), 2), "null");
 }
 
-TEST(Row, DeletedColumns_KeepTheirPlacesAndTheirBitsMeanNothing) {
+TEST(Row, DeletedColumnsKeepTheirPlacesAndTheirBitsMeanNothing) {
   const RowLayout layout(JetColumns()
                              .Fixed("gone", ColumnType::Long)
                              .Deleted()
@@ -132,7 +132,7 @@ TEST(Row, DeletedColumns_KeepTheirPlacesAndTheirBitsMeanNothing) {
   EXPECT_EQ(Written(layout, {a, b}), "04 00 00 00 00 00 07 00 62 00 0A 00 08 00 08 00 02 00 0C");
 }
 
-TEST(Row, AllVariableColumnsDeleted_StillLeaveAnOffsetPartInNewRows) {
+TEST(Row, AllVariableColumnsDeletedStillLeaveAnOffsetPartInNewRows) {
   const RowLayout layout(JetColumns().Fixed("a", ColumnType::Long).Text("gone", 9).Deleted().Definition());
   const Bytes a = FromHex("0B 00 00 00");
   const std::string row = Written(layout, {a});
@@ -140,19 +140,19 @@ TEST(Row, AllVariableColumnsDeleted_StillLeaveAnOffsetPartInNewRows) {
   EXPECT_EQ(layout.FixedAreaLike(layout.Parse(FromHex(row))), 4U);
 }
 
-TEST(Row, UnusedBytesBehindTheVariableArea_AreSkipped) {
+TEST(Row, UnusedBytesBehindTheVariableAreaAreSkipped) {
   const RowLayout layout(ShipperColumns().Definition());
   const Bytes row = FromHex("03 00 01 00 00 00 41 00 42 00 EE EE EE EE 0A 00 08 00 06 00 02 00 07");
   EXPECT_EQ(CellText(layout, row, 1), "41 00");
   EXPECT_EQ(CellText(layout, row, 2), "42 00");
 }
 
-TEST(Row, FixedTypeInTheVariableArea_IsFoundByItsFlag) {
+TEST(Row, FixedTypeInTheVariableAreaIsFoundByItsFlag) {
   const RowLayout layout(JetColumns().Variable("n", ColumnType::Long).Definition());
   EXPECT_EQ(CellText(layout, FromHex("01 00 0B 00 00 00 06 00 02 00 01 00 01"), 0), "0B 00 00 00");
 }
 
-TEST(Row, LongerFixedAreaOfOtherRows_IsKept) {
+TEST(Row, LongerFixedAreaOfOtherRowsIsKept) {
   const RowLayout layout(JetColumns().Text("name", 9).Fixed("gone", ColumnType::Double).Deleted().Definition());
   const Bytes row = FromHex("02 00 EE EE EE EE EE EE EE EE 41 00 0C 00 0A 00 01 00 01");
   EXPECT_EQ(layout.FixedArea(), 0U);
@@ -164,7 +164,7 @@ TEST(Row, LongerFixedAreaOfOtherRows_IsKept) {
   EXPECT_EQ(layout.FixedAreaLike(layout.Parse(old)), 0U);
 }
 
-TEST(Row, MoreThanEightColumns_HaveALongerNullMask) {
+TEST(Row, MoreThanEightColumnsHaveALongerNullMask) {
   JetColumns columns;
   for (int i = 0; i < 9; ++i) columns.Fixed("flag", ColumnType::Boolean);
   const RowLayout layout(columns.Definition());
@@ -178,7 +178,7 @@ TEST(Row, MoreThanEightColumns_HaveALongerNullMask) {
 
 // Hostile rows.
 
-TEST(HostileRow, PartsThatDoNotFit_AreRefused) {
+TEST(HostileRow, PartsThatDoNotFitAreRefused) {
   const RowLayout layout(ShipperColumns().Definition());
   for (const char* row : {
            "",                                              // no count
@@ -195,7 +195,7 @@ TEST(HostileRow, PartsThatDoNotFit_AreRefused) {
   }
 }
 
-TEST(HostileRow, CellsThatDoNotFit_AreRefused) {
+TEST(HostileRow, CellsThatDoNotFitAreRefused) {
   const RowLayout layout(ShipperColumns().Definition());
   const Bytes shortFixedArea = FromHex("03 00 01 00 04 00 04 00 04 00 02 00 07");
   EXPECT_EQ(ErrorNumberOf([&] { CellText(layout, shortFixedArea, 0); }), errors::kJetGeneral);
@@ -205,7 +205,7 @@ TEST(HostileRow, CellsThatDoNotFit_AreRefused) {
   EXPECT_EQ(ErrorNumberOf([&] { CellText(layout, behind, 2); }), errors::kJetGeneral);
 }
 
-TEST(HostileRow, RandomBytes_AreReadOrRefusedButNeverReadOutside) {
+TEST(HostileRow, RandomBytesAreReadOrRefusedButNeverReadOutside) {
   const RowLayout layout(ShipperColumns().Definition());
   std::mt19937 random(77);
   for (int round = 0; round < 20000; ++round) {
@@ -225,7 +225,7 @@ TEST(HostileRow, RandomBytes_AreReadOrRefusedButNeverReadOutside) {
   }
 }
 
-TEST(RowProperty, RandomRows_ReadBackAsWritten) {
+TEST(RowProperty, RandomRowsReadBackAsWritten) {
   const RowLayout layout(JetColumns()
                              .Fixed("a", ColumnType::Long)
                              .Text("b", 100)

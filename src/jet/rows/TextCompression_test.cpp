@@ -14,122 +14,122 @@ using testing::ErrorNumberOf;
 
 const Bytes kCafe = {0xFF, 0xFE, 0x63, 0x61, 0x66, 0xE9, 0x00, 0x2D, 0x4E};
 
-TEST(TextCompression, NarrowText_IsMarkedAndTakesOneByteACharacter) {
+TEST(TextCompression, NarrowTextIsMarkedAndTakesOneByteACharacter) {
   const Bytes expected = {0xFF, 0xFE, 'S', 'p', 'e', 'e', 'd', 'y', ' ', 'E', 'x', 'p', 'r', 'e', 's', 's'};
   EXPECT_EQ(EncodeText(u"Speedy Express", TextForm::CompressedUnlessLonger), expected);
   EXPECT_EQ(EncodeText("Speedy Express", TextForm::CompressedUnlessLonger), expected);
   EXPECT_EQ(DecodeText(expected), "Speedy Express");
 }
 
-TEST(TextCompression, ChangeToWide_IsOneSwitchByteAndTheValueMayEndWide) {
+TEST(TextCompression, ChangeToWideIsOneSwitchByteAndTheValueMayEndWide) {
   EXPECT_EQ(EncodeText(u"caf\u00E9\u4E2D", TextForm::CompressedUnlessLonger), kCafe);
   EXPECT_EQ(EncodeText("caf\u00E9\u4E2D", TextForm::CompressedIfShorter), kCafe);
   EXPECT_EQ(DecodeText(kCafe), "caf\u00E9\u4E2D");
 }
 
-TEST(TextCompression, SingleNarrowCharacterBetweenWideOnes_IsSwitchedFor) {
+TEST(TextCompression, SingleNarrowCharacterBetweenWideOnesIsSwitchedFor) {
   const Bytes expected = {0xFF, 0xFE, 'a', 'b', 'c', 'd', 'e', 'f', 0x00, 0x2D, 0x4E, 0x00, 'g', 0x00, 0x2D, 0x4E};
   EXPECT_EQ(EncodeText(u"abcdef\u4E2Dg\u4E2D", TextForm::CompressedUnlessLonger), expected);
   EXPECT_EQ(DecodeUnits(expected), u"abcdef\u4E2Dg\u4E2D");
 }
 
-TEST(TextCompression, TextThatStartsWide_SwitchesRightBehindTheMark) {
+TEST(TextCompression, TextThatStartsWideSwitchesRightBehindTheMark) {
   const Bytes expected = {0xFF, 0xFE, 0x00, 0x2D, 0x4E, 0x00, 'a', 'b', 'c', 'd', 'e'};
   EXPECT_EQ(EncodeText(u"\u4E2Dabcde", TextForm::CompressedIfShorter), expected);
   EXPECT_EQ(DecodeText(expected), "\u4E2Dabcde");
 }
 
-TEST(TextCompression, EqualLength_IsCompressedInATextColumnAndPlainInAMemo) {
+TEST(TextCompression, EqualLengthIsCompressedInATextColumnAndPlainInAMemo) {
   const Bytes compressed = {0xFF, 0xFE, 'a', 'b', 'c', 0x00, 0x2D, 0x4E};
   const Bytes plain = {'a', 0, 'b', 0, 'c', 0, 0x2D, 0x4E};
   EXPECT_EQ(EncodeText(u"abc\u4E2D", TextForm::CompressedUnlessLonger), compressed);
   EXPECT_EQ(EncodeText(u"abc\u4E2D", TextForm::CompressedIfShorter), plain);
 }
 
-TEST(TextCompression, EqualLengthWithTwoSwitches_IsCompressedInATextColumnAndPlainInAMemo) {
+TEST(TextCompression, EqualLengthWithTwoSwitchesIsCompressedInATextColumnAndPlainInAMemo) {
   const Bytes compressed = {0xFF, 0xFE, 'a', 'b', 0x00, 0x2D, 0x4E, 0x00, 'c', 'd'};
   const Bytes plain = {'a', 0, 'b', 0, 0x2D, 0x4E, 'c', 0, 'd', 0};
   EXPECT_EQ(EncodeText(u"ab\u4E2Dcd", TextForm::CompressedUnlessLonger), compressed);
   EXPECT_EQ(EncodeText(u"ab\u4E2Dcd", TextForm::CompressedIfShorter), plain);
 }
 
-TEST(TextCompression, LongerThanPlain_IsPlainEverywhere) {
+TEST(TextCompression, LongerThanPlainIsPlainEverywhere) {
   const Bytes plain = {'a', 0, 0x2D, 0x4E, 'b', 0};
   EXPECT_EQ(EncodeText(u"a\u4E2Db", TextForm::CompressedUnlessLonger), plain);
   EXPECT_EQ(EncodeText(u"a\u4E2Db", TextForm::CompressedIfShorter), plain);
 }
 
-TEST(TextCompression, FewerThanThreeCharacters_ArePlain) {
+TEST(TextCompression, FewerThanThreeCharactersArePlain) {
   EXPECT_EQ(EncodeText("ab", TextForm::CompressedUnlessLonger), (Bytes{'a', 0, 'b', 0}));
   EXPECT_EQ(EncodeText(u"ab", TextForm::CompressedUnlessLonger), (Bytes{'a', 0, 'b', 0}));
   EXPECT_EQ(EncodeText("abc", TextForm::CompressedIfShorter), (Bytes{0xFF, 0xFE, 'a', 'b', 'c'}));
 }
 
-TEST(TextCompression, EmptyText_HasNoBytes) {
+TEST(TextCompression, EmptyTextHasNoBytes) {
   EXPECT_TRUE(EncodeText("", TextForm::CompressedUnlessLonger).empty());
   EXPECT_EQ(DecodeText({}), "");
 }
 
-TEST(TextCompression, WideCharacterWithLowByteZero_MakesTheWholeTextPlain) {
+TEST(TextCompression, WideCharacterWithLowByteZeroMakesTheWholeTextPlain) {
   EXPECT_EQ(EncodeText(u"aaaaa\u4E00", TextForm::CompressedUnlessLonger),
             (Bytes{'a', 0, 'a', 0, 'a', 0, 'a', 0, 'a', 0, 0x00, 0x4E}));
   EXPECT_EQ(EncodeText(u"aaaa\u0100", TextForm::CompressedIfShorter),
             (Bytes{'a', 0, 'a', 0, 'a', 0, 'a', 0, 0x00, 0x01}));
 }
 
-TEST(TextCompression, NulCharacter_MakesTheWholeTextPlain) {
+TEST(TextCompression, NulCharacterMakesTheWholeTextPlain) {
   const Bytes expected = {'a', 0, 'b', 0, 0, 0, 'c', 0};
   EXPECT_EQ(EncodeText(std::string_view("ab\0c", 4), TextForm::CompressedUnlessLonger), expected);
   EXPECT_EQ(EncodeText(std::u16string_view(u"ab\0c", 4), TextForm::CompressedUnlessLonger), expected);
   EXPECT_EQ(DecodeText(expected), std::string("ab\0c", 4));
 }
 
-TEST(TextCompression, PlainForm_NeverCompresses) {
+TEST(TextCompression, PlainFormNeverCompresses) {
   EXPECT_EQ(EncodeText("abc", TextForm::Plain), (Bytes{'a', 0, 'b', 0, 'c', 0}));
 }
 
-TEST(TextCompression, MemoOfAThousandNarrowAndOneWideCharacter_Takes1005Bytes) {
+TEST(TextCompression, MemoOfAThousandNarrowAndOneWideCharacterTakes1005Bytes) {
   EXPECT_EQ(EncodeText(std::u16string(1000, u'a') + u'\u4E2D', TextForm::CompressedIfShorter).size(), 1005u);
 }
 
-TEST(TextCompression, NarrowCharactersAboveAscii_AreOneByteEach) {
+TEST(TextCompression, NarrowCharactersAboveAsciiAreOneByteEach) {
   const Bytes expected = {0xFF, 0xFE, 0x4E, 0x75, 0xDF};
   EXPECT_EQ(EncodeText("Nu\u00DF", TextForm::CompressedUnlessLonger), expected);
   EXPECT_EQ(DecodeText(expected), "Nu\u00DF");
 }
 
-TEST(TextCompression, MarkAlone_IsTheEmptyText) {
+TEST(TextCompression, MarkAloneIsTheEmptyText) {
   EXPECT_EQ(DecodeText(Bytes{0xFF, 0xFE}), "");
 }
 
-TEST(TextCompression, SwitchAtTheEnd_IsAccepted) {
+TEST(TextCompression, SwitchAtTheEndIsAccepted) {
   EXPECT_EQ(DecodeText(Bytes{0xFF, 0xFE, 'a', 'b', 0x00}), "ab");
 }
 
-TEST(TextCompression, CompressedTextThatEndsWithinACharacter_IsDamage) {
+TEST(TextCompression, CompressedTextThatEndsWithinACharacterIsDamage) {
   EXPECT_EQ(ErrorNumberOf([] { DecodeText(Bytes{0xFF, 0xFE, 'a', 0x00, 0x2D}); }), errors::kJetGeneral);
   EXPECT_EQ(ErrorNumberOf([] { DecodeUnits(Bytes{0xFF, 0xFE, 'a', 0x00, 0x2D, 0x4E, 0x2D}); }), errors::kJetGeneral);
 }
 
-TEST(TextCompression, PlainTextOfOddLength_IsDamage) {
+TEST(TextCompression, PlainTextOfOddLengthIsDamage) {
   EXPECT_EQ(ErrorNumberOf([] { DecodeText(Bytes{'a', 0, 'b'}); }), errors::kJetGeneral);
   EXPECT_EQ(ErrorNumberOf([] { DecodeText(Bytes{0xFF}); }), errors::kJetGeneral);
 }
 
-TEST(TextCompression, AstralCharacter_IsItsTwoUnits) {
+TEST(TextCompression, AstralCharacterIsItsTwoUnits) {
   const Bytes expected = {0x3D, 0xD8, 0x00, 0xDE};
   EXPECT_EQ(EncodeText("\U0001F600", TextForm::CompressedUnlessLonger), expected);
   EXPECT_EQ(DecodeText(expected), "\U0001F600");
 }
 
-TEST(TextCompression, LoneSurrogate_SurvivesAsUnitAndReadsAsReplacementCharacter) {
+TEST(TextCompression, LoneSurrogateSurvivesAsUnitAndReadsAsReplacementCharacter) {
   const Bytes stored = {0x3D, 0xD8, 'a', 0};
   EXPECT_EQ(DecodeUnits(stored), (std::u16string{0xD83D, u'a'}));
   EXPECT_EQ(EncodeText(DecodeUnits(stored), TextForm::Plain), stored);
   EXPECT_EQ(DecodeText(stored), "\uFFFDa");
 }
 
-TEST(TextCompression, AnyText_ReadsBackInEveryForm) {
+TEST(TextCompression, AnyTextReadsBackInEveryForm) {
   constexpr std::uint32_t kSeed = 20040601;
   RecordProperty("seed", static_cast<int>(kSeed));
   std::mt19937 random(kSeed);

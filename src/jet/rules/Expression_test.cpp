@@ -63,7 +63,7 @@ Value Day(int year, int month, int day, int hour = 0, int minute = 0, int second
   return DateFromCivil({year, month, day, hour, minute, second});
 }
 
-TEST(Expression, Literals_HaveTheirValues) {
+TEST(Expression, LiteralsHaveTheirValues) {
   EXPECT_EQ(ValueOf("12"), Value(12.0));
   EXPECT_EQ(ValueOf(" -1.5E3 "), Value(-1500.0));
   EXPECT_EQ(ValueOf(".5"), Value(0.5));
@@ -75,12 +75,12 @@ TEST(Expression, Literals_HaveTheirValues) {
   for (const char* word : {"False", "No", "OFF"}) EXPECT_EQ(ValueOf(word), Value(false)) << word;
 }
 
-TEST(Expression, LeadingEqualsSign_MeansNothingWithoutASubject) {
+TEST(Expression, LeadingEqualsSignMeansNothingWithoutASubject) {
   EXPECT_EQ(ValueOf("=5"), Value(5.0));
   EXPECT_EQ(ValueOf("= \"x\""), Text("x"));
 }
 
-TEST(Expression, DateLiterals_AreMonthFirstOrIso) {
+TEST(Expression, DateLiteralsAreMonthFirstOrIso) {
   EXPECT_EQ(ValueOf("#2/28/2004#"), Day(2004, 2, 28));
   EXPECT_EQ(ValueOf("#2004-02-28#"), Day(2004, 2, 28));
   EXPECT_EQ(ValueOf("#12/31/99 11:59:58 PM#"), Day(1999, 12, 31, 23, 59, 58));
@@ -93,7 +93,7 @@ TEST(Expression, DateLiterals_AreMonthFirstOrIso) {
   }
 }
 
-TEST(Expression, Functions_AskTheirSources) {
+TEST(Expression, FunctionsAskTheirSources) {
   EXPECT_EQ(ValueOf("Now()"), Day(2004, 2, 29, 13, 45, 10));
   EXPECT_EQ(ValueOf("=date()"), Day(2004, 2, 29));
   EXPECT_EQ(ValueOf("Time()"), Day(1899, 12, 30, 13, 45, 10));
@@ -103,7 +103,7 @@ TEST(Expression, Functions_AskTheirSources) {
   EXPECT_EQ(ValueOf("Len(Null)"), Value(Null()));
 }
 
-TEST(Expression, RandomGuids_AreOfVersionFourAndDiffer) {
+TEST(Expression, RandomGuidsAreOfVersionFourAndDiffer) {
   const std::string guid = RandomGuid();
   EXPECT_TRUE(
       std::regex_match(guid, std::regex("\\{[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}\\}")))
@@ -111,7 +111,7 @@ TEST(Expression, RandomGuids_AreOfVersionFourAndDiffer) {
   EXPECT_NE(guid, RandomGuid());
 }
 
-TEST(Expression, Operators_BindInTheirOrder) {
+TEST(Expression, OperatorsBindInTheirOrder) {
   EXPECT_EQ(ValueOf("1 + 2 * 3 - 4 / 2"), Value(5.0));
   EXPECT_EQ(ValueOf("(1 + 2) * 3"), Value(9.0));
   EXPECT_EQ(ValueOf("10 - 4 - 3"), Value(3.0));
@@ -122,7 +122,7 @@ TEST(Expression, Operators_BindInTheirOrder) {
   EXPECT_EQ(ValueOf("\"a\" + \"b\" & Null & 1.5"), Text("ab1.5"));
 }
 
-TEST(Expression, Columns_AreNamedInBracketsOrAlone) {
+TEST(Expression, ColumnsAreNamedInBracketsOrAlone) {
   const std::vector<Value> row = {Long(7), Text("x"), Null(), Text("2.5000"), Long(3), true, Currency{125000}};
   EXPECT_EQ(ValueOf("[N] + n", row), Value(14.0));
   EXPECT_EQ(ValueOf("[two words] * 2", row), Value(6.0));
@@ -133,14 +133,14 @@ TEST(Expression, Columns_AreNamedInBracketsOrAlone) {
   EXPECT_EQ(ValueOf("[D]", row), Value(Null()));
 }
 
-TEST(Expression, ComparisonsOfTexts_IgnoreCaseAndTrailingBlanks) {
+TEST(Expression, ComparisonsOfTextsIgnoreCaseAndTrailingBlanks) {
   EXPECT_EQ(ValueOf("\"ABC\" = \"abc \""), Value(true));
   EXPECT_EQ(ValueOf("\"a\" < \"B\""), Value(true));
   EXPECT_EQ(ValueOf("\"é\" = \"e\""), Value(false));
   EXPECT_EQ(ValueOf("\"\xF0\x9F\x9A\x97\" = \"\xF0\x9F\x9A\x97\""), Value(true));
 }
 
-TEST(Expression, Null_MakesOperationsNullUnlessTheOtherSideDecides) {
+TEST(Expression, NullMakesOperationsNullUnlessTheOtherSideDecides) {
   for (const char* text : {"Null = 1", "1 + Null", "-Null", "Not Null", "Null Like \"*\"", "Null And True",
                            "Null Or False", "Null & Null", "1 Between Null And 2", "1 In (Null)"}) {
     EXPECT_EQ(ValueOf(text), Value(Null())) << text;
@@ -152,7 +152,7 @@ TEST(Expression, Null_MakesOperationsNullUnlessTheOtherSideDecides) {
   EXPECT_EQ(ValueOf("1 In (Null, 1)"), Value(true));
 }
 
-TEST(Expression, RuleOfAColumn_HasItOnTheLeftWhereNothingIsWritten) {
+TEST(Expression, RuleOfAColumnHasItOnTheLeftWhereNothingIsWritten) {
   EXPECT_EQ(RuleOn(">0 And <10", Long(5)), Value(true));
   EXPECT_EQ(RuleOn(">0 And <10", Long(10)), Value(false));
   EXPECT_EQ(RuleOn(">0", Null()), Value(Null()));
@@ -178,7 +178,7 @@ TEST(Expression, RuleOfAColumn_HasItOnTheLeftWhereNothingIsWritten) {
   EXPECT_EQ(RuleOn("True", true, 5), Value(true));
 }
 
-TEST(Expression, WhatIsNotKnown_IsNotUnderstood) {
+TEST(Expression, WhatIsNotKnownIsNotUnderstood) {
   for (const char* text : {"",
                            "=",
                            "DLookup(\"x\")",
@@ -213,7 +213,7 @@ TEST(Expression, WhatIsNotKnown_IsNotUnderstood) {
   EXPECT_FALSE(IsUnderstood("And", 0));
 }
 
-TEST(Expression, NestingAndLength_HaveALimit) {
+TEST(Expression, NestingAndLengthHaveALimit) {
   const std::string deep(39, '(');
   EXPECT_TRUE(IsUnderstood(deep + "1" + std::string(39, ')')));
   EXPECT_FALSE(IsUnderstood(std::string(1000, '(') + "1" + std::string(1000, ')')));
@@ -227,7 +227,7 @@ TEST(Expression, NestingAndLength_HaveALimit) {
   EXPECT_FALSE(IsUnderstood(sum + "+1"));
 }
 
-TEST(Expression, OperandsThatDoNotGoTogether_AreError13) {
+TEST(Expression, OperandsThatDoNotGoTogetherAreError13) {
   for (const char* text : {"1 = \"a\"", "1 + \"a\"", "Not \"a\"", "\"a\" And True", "#1/1/2004# & \"x\"",
                            "\"a\" Like 1", "\"a\" Like \"[a\""}) {
     EXPECT_EQ(ErrorNumberOf([&] { ValueOf(text); }), errors::kTypeMismatch) << text;
@@ -235,7 +235,7 @@ TEST(Expression, OperandsThatDoNotGoTogether_AreError13) {
   EXPECT_EQ(ErrorNumberOf([] { ValueOf("1/0"); }), errors::kOverflow);
 }
 
-TEST(Like, Patterns_MatchTheWholeText) {
+TEST(Like, PatternsMatchTheWholeText) {
   struct Case {
     const char* text;
     const char* pattern;
@@ -271,7 +271,7 @@ TEST(Like, Patterns_MatchTheWholeText) {
   for (const Case& one : cases) EXPECT_EQ(IsLike(one.text, one.pattern), one.matches) << one.text << " " << one.pattern;
 }
 
-TEST(Like, ManyStars_CostNoMoreThanTextTimesPattern) {
+TEST(Like, ManyStarsCostNoMoreThanTextTimesPattern) {
   const std::string text(20000, 'a');
   std::string pattern;
   for (int i = 0; i < 30; ++i) pattern += "*a";

@@ -61,7 +61,7 @@ class RuleCheckTest : public ::testing::Test {
   std::unique_ptr<Table> table_;
 };
 
-TEST_F(RuleCheckTest, UnassignedFieldsOfANewRow_GetTheirDefaultValues) {
+TEST_F(RuleCheckTest, UnassignedFieldsOfANewRowGetTheirDefaultValues) {
   JetTable design = JetTable("T")
                         .Column("L", ColumnType::Long)
                         .Text("T", 20)
@@ -98,7 +98,7 @@ TEST_F(RuleCheckTest, UnassignedFieldsOfANewRow_GetTheirDefaultValues) {
   EXPECT_EQ(table.ReadRow(*table.First()), expected);
 }
 
-TEST_F(RuleCheckTest, AssignedFields_KeepWhatWasAssigned) {
+TEST_F(RuleCheckTest, AssignedFieldsKeepWhatWasAssigned) {
   JetTable design = JetTable("T").Column("L", ColumnType::Long).Column("B", ColumnType::Boolean).Text("X", 9);
   Table& table = Open(design, {{Default("5"), Default("True"), Default("Unknown()")}});
   JetRecordset rows(table);
@@ -110,7 +110,7 @@ TEST_F(RuleCheckTest, AssignedFields_KeepWhatWasAssigned) {
   EXPECT_EQ(table.ReadRow(*table.First()), (std::vector<Value>{Null(), false, Text("x")}));
 }
 
-TEST_F(RuleCheckTest, DefaultThatIsNotUnderstood_IsRefusedWhereItWouldBeNeeded) {
+TEST_F(RuleCheckTest, DefaultThatIsNotUnderstoodIsRefusedWhereItWouldBeNeeded) {
   Table& table = Open(JetTable("T").Text("A", 9).Text("B", 9), {{Default("DLookup(\"x\")")}});
   JetRecordset rows(table);
   rows.AddNew();
@@ -120,14 +120,14 @@ TEST_F(RuleCheckTest, DefaultThatIsNotUnderstood_IsRefusedWhereItWouldBeNeeded) 
             "changed.");
 }
 
-TEST_F(RuleCheckTest, DefaultThatDoesNotFitItsColumn_IsRefusedByName) {
+TEST_F(RuleCheckTest, DefaultThatDoesNotFitItsColumnIsRefusedByName) {
   Table& table = Open(JetTable("T").Column("N", ColumnType::Byte).Text("B", 9), {{Default("256")}});
   JetRecordset rows(table);
   rows.AddNew();
   EXPECT_EQ(RefusedText([&] { rows.Update(); }), "Overflow. Table 'T', column 'N'.");
 }
 
-TEST_F(RuleCheckTest, Autonumber_IsDrawnWhateverItsDefaultSays) {
+TEST_F(RuleCheckTest, AutonumberIsDrawnWhateverItsDefaultSays) {
   Table& table = Open(JetTable("T").Autonumber("ID"), {{Default("0")}});
   JetRecordset rows(table);
   rows.AddNew();
@@ -137,7 +137,7 @@ TEST_F(RuleCheckTest, Autonumber_IsDrawnWhateverItsDefaultSays) {
   EXPECT_EQ(rows.FieldValue(0), Value(std::int32_t{2}));
 }
 
-TEST_F(RuleCheckTest, BrokenRule_IsRefusedByNameAndText) {
+TEST_F(RuleCheckTest, BrokenRuleIsRefusedByNameAndText) {
   Table& table = Open(JetTable("T").Column("N", ColumnType::Long).Text("X", 9), {{Rule(">0 And <10")}});
   const std::string expected =
       "One or more values are prohibited by the validation rule '>0 And <10' set for 'T.N'. Enter a value that the "
@@ -148,12 +148,12 @@ TEST_F(RuleCheckTest, BrokenRule_IsRefusedByNameAndText) {
   Set(table, row, 0, std::int32_t{1});
 }
 
-TEST_F(RuleCheckTest, ValidationText_IsSaidInsteadOfTheRule) {
+TEST_F(RuleCheckTest, ValidationTextIsSaidInsteadOfTheRule) {
   Table& table = Open(JetTable("T").Column("N", ColumnType::Long), {{Rule(">0", "Must be more than nothing.")}});
   EXPECT_EQ(RefusedText([&] { table.Insert({std::int32_t{0}}); }), "Must be more than nothing. Table 'T', column 'N'.");
 }
 
-TEST_F(RuleCheckTest, Null_BreaksOnlyARuleThatAsksForAValue) {
+TEST_F(RuleCheckTest, NullBreaksOnlyARuleThatAsksForAValue) {
   Table& table = Open(JetTable("T").Column("N", ColumnType::Long).Column("M", ColumnType::Long),
                       {{Rule(">0"), Rule("Is Not Null")}});
   const RowId row = table.Insert({Null(), std::int32_t{1}});
@@ -161,7 +161,7 @@ TEST_F(RuleCheckTest, Null_BreaksOnlyARuleThatAsksForAValue) {
   RefusedText([&] { Set(table, row, 1, Null()); });
 }
 
-TEST_F(RuleCheckTest, RuleOfAnotherColumn_IsNotAskedAgain) {
+TEST_F(RuleCheckTest, RuleOfAnotherColumnIsNotAskedAgain) {
   Table& table = Open(JetTable("T").Column("N", ColumnType::Long).Text("X", 9), {});
   const RowId row = table.Insert({std::int32_t{0}, Null()});
   Table ruled(database_->Pages(), table.Definition(), {{Rule(">0")}});
@@ -169,7 +169,7 @@ TEST_F(RuleCheckTest, RuleOfAnotherColumn_IsNotAskedAgain) {
   RefusedText([&] { Set(ruled, row, 0, std::int32_t{-1}); });
 }
 
-TEST_F(RuleCheckTest, RuleOfTheTable_SeesTheRowAsItWillBe) {
+TEST_F(RuleCheckTest, RuleOfTheTableSeesTheRowAsItWillBe) {
   JetTable design = JetTable("T").Column("FROM", ColumnType::DateTime).Column("TO", ColumnType::DateTime).Text("X", 9);
   Table& table = Open(design, {{}, "[FROM] <= [TO]", ""});
   const Value early = DateFromCivil({2004, 1, 1, 0, 0, 0});
@@ -186,12 +186,12 @@ TEST_F(RuleCheckTest, RuleOfTheTable_SeesTheRowAsItWillBe) {
   Set(table, row, 0, late);
 }
 
-TEST_F(RuleCheckTest, ValidationTextOfTheTable_NamesTheTable) {
+TEST_F(RuleCheckTest, ValidationTextOfTheTableNamesTheTable) {
   Table& table = Open(JetTable("T").Column("N", ColumnType::Long), {{}, "[N] > 0", "No."});
   EXPECT_EQ(RefusedText([&] { table.Insert({std::int32_t{0}}); }), "No. Table 'T'.");
 }
 
-TEST_F(RuleCheckTest, RuleThatIsNotUnderstood_RefusesValuesForItsColumnOnly) {
+TEST_F(RuleCheckTest, RuleThatIsNotUnderstoodRefusesValuesForItsColumnOnly) {
   Table& table = Open(JetTable("T").Column("N", ColumnType::Long).Text("X", 9), {{Rule("IsNumeric([N])")}});
   EXPECT_EQ(RefusedText(
                 [&] {
@@ -206,13 +206,13 @@ TEST_F(RuleCheckTest, RuleThatIsNotUnderstood_RefusesValuesForItsColumnOnly) {
   table.Delete(row);
 }
 
-TEST_F(RuleCheckTest, RuleThatCannotBeAppliedToAValue_IsNotUnderstood) {
+TEST_F(RuleCheckTest, RuleThatCannotBeAppliedToAValueIsNotUnderstood) {
   Table& table = Open(JetTable("T").Text("X", 9), {{Rule(">5")}});
   EXPECT_NE(RefusedText([&] { table.Insert({Text("a")}); }, errors::kJetGeneral).find("'>5' is not understood"),
             std::string::npos);
 }
 
-TEST_F(RuleCheckTest, TableRuleThatIsNotUnderstood_RefusesEveryRow) {
+TEST_F(RuleCheckTest, TableRuleThatIsNotUnderstoodRefusesEveryRow) {
   Table& table = Open(JetTable("T").Column("N", ColumnType::Long), {});
   const RowId row = table.Insert({std::int32_t{1}});
   Table ruled(database_->Pages(), table.Definition(), {{}, "Eval(1)", ""});
@@ -222,7 +222,7 @@ TEST_F(RuleCheckTest, TableRuleThatIsNotUnderstood_RefusesEveryRow) {
   ruled.Delete(row);
 }
 
-TEST_F(RuleCheckTest, RulesOfRowsThatACascadeChanges_AreChecked) {
+TEST_F(RuleCheckTest, RulesOfRowsThatACascadeChangesAreChecked) {
   database_.Add(JetTable("P").Column("K", ColumnType::Long).PrimaryKey("K"));
   JetTable design = JetTable("F").Column("K", ColumnType::Long);
   TableSpec foreignDesign = design.Spec();

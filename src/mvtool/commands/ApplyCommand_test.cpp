@@ -43,7 +43,7 @@ class ApplyTest : public testing::CommandTest {
   Bytes before_;
 };
 
-TEST_F(ApplyTest, InsertUpdateAndDelete_AreDoneInOrderAndCounted) {
+TEST_F(ApplyTest, InsertUpdateAndDeleteAreDoneInOrderAndCounted) {
   ASSERT_EQ(Apply("{\"op\":\"insert\",\"row\":{\"KY_ID\":\"d\",\"TX\":\"four\"}}\n\n"
                   "{\"op\":\"update\",\"where\":{\"KY_ID\":\"d\"},\"set\":{\"NM\":4}}\r\n"
                   "{\"op\":\"update\",\"where\":{\"KY_ID\":\"a\"},\"set\":{\"TX\":null,\"NM\":7}}\n"
@@ -57,13 +57,13 @@ TEST_F(ApplyTest, InsertUpdateAndDelete_AreDoneInOrderAndCounted) {
             "{\"KY_ID\":\"d\",\"NM\":4,\"TX\":\"four\"}\n");
 }
 
-TEST_F(ApplyTest, NoLines_ChangeNothing) {
+TEST_F(ApplyTest, NoLinesChangeNothing) {
   EXPECT_EQ(Apply("\n \n"), kSucceeded);
   EXPECT_EQ(out_, "0 inserted, 0 updated, 0 deleted\n");
   EXPECT_EQ(files_.Content("x.db"), before_);
 }
 
-TEST_F(ApplyTest, ColumnsLeftOut_GetTheirDefaultValues) {
+TEST_F(ApplyTest, ColumnsLeftOutGetTheirDefaultValues) {
   {
     const auto database = jet::Database::Create(files_, "d.db", clock_.Now());
     jet::TableSpec design = testing::JetTable("T").Text("KY", 5).Column("NM", jet::ColumnType::Long).Spec();
@@ -80,23 +80,23 @@ TEST_F(ApplyTest, ColumnsLeftOut_GetTheirDefaultValues) {
   EXPECT_EQ(Shown("d.db", "T"), "{\"KY\":\"a\",\"NM\":7}\n{\"KY\":\"b\",\"NM\":null}\n");
 }
 
-TEST_F(ApplyTest, ColumnNames_CompareWithoutRegardToCase) {
+TEST_F(ApplyTest, ColumnNamesCompareWithoutRegardToCase) {
   ASSERT_EQ(Apply("{\"op\":\"update\",\"where\":{\"ky_id\":\"a\"},\"set\":{\"nm\":9}}"), kSucceeded) << err_;
   EXPECT_TRUE(Shown("x.db", "Shop").starts_with("{\"KY_ID\":\"a\",\"NM\":9,"));
 }
 
-TEST_F(ApplyTest, Where_TakesTheFirstRowStoredWhateverTheCase) {
+TEST_F(ApplyTest, WhereTakesTheFirstRowStoredWhateverTheCase) {
   ASSERT_EQ(Apply("{\"op\":\"delete\",\"where\":{\"NM\":1,\"TX\":\"oNe\"}}"), kSucceeded) << err_;
   EXPECT_TRUE(Shown("x.db", "Shop").starts_with("{\"KY_ID\":\"b\""));
 }
 
-TEST_F(ApplyTest, NullInWhere_FitsNullAndNoEmptyText) {
+TEST_F(ApplyTest, NullInWhereFitsNullAndNoEmptyText) {
   ExpectRefused("{\"op\":\"delete\",\"where\":{\"TX\":null}}", "line 1: no row fits \"where\"");
   ASSERT_EQ(Apply("{\"op\":\"delete\",\"where\":{\"NM\":null,\"TX\":\"\"}}"), kSucceeded) << err_;
   EXPECT_EQ(Shown("x.db", "Shop").find("\"c\""), std::string::npos);
 }
 
-TEST_F(ApplyTest, LineThatFails_IsNamedAndNothingChanges) {
+TEST_F(ApplyTest, LineThatFailsIsNamedAndNothingChanges) {
   const std::string good = "{\"op\":\"delete\",\"where\":{\"KY_ID\":\"a\"}}\n";
   ExpectRefused(good + "\n" + good, "line 3: no row fits \"where\"");
   ExpectRefused(good + "{\"op\":\"insert\",\"row\":{\"KY_ID\":\"toolong\"}}",
@@ -107,7 +107,7 @@ TEST_F(ApplyTest, LineThatFails_IsNamedAndNothingChanges) {
   EXPECT_EQ(files_.Content("x.db"), before_);
 }
 
-TEST_F(ApplyTest, Keep_KeepsWhatCameBefore) {
+TEST_F(ApplyTest, KeepKeepsWhatCameBefore) {
   EXPECT_EQ(Run({"apply", "x.db", "Shop", "--keep"},
                 "{\"op\":\"delete\",\"where\":{\"KY_ID\":\"a\"}}\n{\"op\":\"delete\",\"where\":{\"KY_ID\":\"a\"}}\n"
                 "{\"op\":\"delete\",\"where\":{\"KY_ID\":\"b\"}}\n"),
@@ -117,7 +117,7 @@ TEST_F(ApplyTest, Keep_KeepsWhatCameBefore) {
   EXPECT_TRUE(Shown("x.db", "Shop").starts_with("{\"KY_ID\":\"b\""));
 }
 
-TEST_F(ApplyTest, MistakesInALine_AreNamedWithTheirPlace) {
+TEST_F(ApplyTest, MistakesInALineAreNamedWithTheirPlace) {
   ExpectRefused("x", "line 1, column 1: syntax error while parsing value - invalid literal");
   ExpectRefused("[]", "line 1, column 1: an object is wanted here");
   ExpectRefused("{\"row\":{}}", "line 1, column 1: the member \"op\" is missing");
@@ -134,7 +134,7 @@ TEST_F(ApplyTest, MistakesInALine_AreNamedWithTheirPlace) {
                 "line 1, column 28: a number is wanted here, not \"1\". Table 'Shop', column 'NM'.");
 }
 
-TEST_F(ApplyTest, EveryType_RoundTripsThroughItsShownForm) {
+TEST_F(ApplyTest, EveryTypeRoundTripsThroughItsShownForm) {
   const std::string row =
       "{\"ID\":7,\"B\":true,\"BY\":255,\"I\":-32768,\"CU\":\"-922337203685477.5808\",\"S\":1.1754944e-38,"
       "\"D\":5e-324,\"DT\":\"0100-01-01T00:00:01\",\"BI\":\"00ff10\",\"T\":\"Z\u00FC\\u0001rich \\\"\","
@@ -156,7 +156,7 @@ TEST_F(ApplyTest, EveryType_RoundTripsThroughItsShownForm) {
   EXPECT_EQ(out_, "0 inserted, 1 updated, 1 deleted\n");
 }
 
-TEST_F(ApplyTest, NumberThatAColumnCannotHoldExactly_IsRefusedAndTheRowStays) {
+TEST_F(ApplyTest, NumberThatAColumnCannotHoldExactlyIsRefusedAndTheRowStays) {
   ASSERT_EQ(Apply("{\"op\":\"insert\",\"row\":{\"ID\":1,\"CU\":\"7.5\",\"DE\":\"1.5\",\"D\":0.5}}", "All"), kSucceeded)
       << err_;
   before_ = files_.Content("x.db");
@@ -185,7 +185,7 @@ TEST_F(ApplyTest, NumberThatAColumnCannotHoldExactly_IsRefusedAndTheRowStays) {
   ExpectRefused("{\"op\":\"delete\",\"where\":{\"D\":1e400}}", "line 1, column 29: 1e400 is out of range");
 }
 
-TEST_F(ApplyTest, NumberThatAColumnHoldsExactly_IsTakenHoweverItIsWritten) {
+TEST_F(ApplyTest, NumberThatAColumnHoldsExactlyIsTakenHoweverItIsWritten) {
   ASSERT_EQ(
       Apply(
           "{\"op\":\"insert\",\"row\":{\"ID\":1E2,\"CU\":12.50000,\"DE\":9007.1990,\"I\":-0,\"D\":0.1,\"S\":16777217}}",
@@ -199,7 +199,7 @@ TEST_F(ApplyTest, NumberThatAColumnHoldsExactly_IsTakenHoweverItIsWritten) {
   }
 }
 
-TEST_F(ApplyTest, NewRow_DrawsItsNumber) {
+TEST_F(ApplyTest, NewRowDrawsItsNumber) {
   ASSERT_EQ(
       Apply("{\"op\":\"insert\",\"row\":{}}\n{\"op\":\"delete\",\"where\":{\"ID\":1}}\n{\"op\":\"insert\",\"row\":{}}",
             "All"),
@@ -208,14 +208,14 @@ TEST_F(ApplyTest, NewRow_DrawsItsNumber) {
   EXPECT_TRUE(Shown("x.db", "All").starts_with("{\"ID\":2,"));
 }
 
-TEST_F(ApplyTest, TablesOfTheSystemAndUnknownOnes_AreRefused) {
+TEST_F(ApplyTest, TablesOfTheSystemAndUnknownOnesAreRefused) {
   EXPECT_EQ(Apply("{\"op\":\"delete\",\"where\":{\"Name\":\"Shop\"}}", "MSysObjects"), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: \"MSysObjects\" is a table of the system\n");
   EXPECT_EQ(Apply("", "Nowhere"), kOperationFailed);
   EXPECT_EQ(files_.Content("x.db"), before_);
 }
 
-TEST_F(ApplyTest, RelationOfATableWithItself_TakesRowsAlong) {
+TEST_F(ApplyTest, RelationOfATableWithItselfTakesRowsAlong) {
   Create("x.db", R"({"tables":[{"name":"Part",
     "columns":[{"name":"KY","type":"Long"},{"name":"KY_OF","type":"Long"},{"name":"TX","type":"Text","size":9}],
     "indexes":[{"name":"PrimaryKey","columns":["KY"],"primary":true}],
@@ -236,13 +236,13 @@ TEST_F(ApplyTest, RelationOfATableWithItself_TakesRowsAlong) {
   EXPECT_EQ(Shown("x.db", "Part"), "");
 }
 
-TEST_F(ApplyTest, DatabaseThatSomebodyReads_IsInUse) {
+TEST_F(ApplyTest, DatabaseThatSomebodyReadsIsInUse) {
   const auto reader = jet::Database::Open(files_, "x.db", jet::PageFile::Mode::ReadOnly);
   EXPECT_EQ(Apply(""), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: Could not use 'x.db'; file already in use.\n");
 }
 
-TEST_F(ApplyTest, FullDisk_LeavesTheOldDatabase) {
+TEST_F(ApplyTest, FullDiskLeavesTheOldDatabase) {
   files_.FailWrite(1);
   EXPECT_EQ(Apply("{\"op\":\"delete\",\"where\":{\"KY_ID\":\"a\"}}"), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: Disk full\n");

@@ -35,7 +35,7 @@ TEST(ArgumentsTest, OptionsMayStandAnywhere) {
   EXPECT_EQ(arguments.ValueOf("--rows"), "5");
 }
 
-TEST(ArgumentsTest, OptionsNotGiven_AreAbsent) {
+TEST(ArgumentsTest, OptionsNotGivenAreAbsent) {
   const Arguments arguments = Parse({"a.db"});
   EXPECT_EQ(arguments.Count(), 1u);
   EXPECT_FALSE(arguments.Has("--csv"));
@@ -46,17 +46,17 @@ TEST(ArgumentsTest, ValueMayFollowAnEqualsSign) {
   EXPECT_EQ(Parse({"a", "--rows=a=b"}).ValueOf("--rows"), "a=b");
 }
 
-TEST(ArgumentsTest, TwoHyphens_EndTheOptions) {
+TEST(ArgumentsTest, TwoHyphensEndTheOptions) {
   const Arguments arguments = Parse({"--", "--csv", "-x"});
   EXPECT_EQ(arguments.Operand(0), "--csv");
   EXPECT_EQ(arguments.Operand(1), "-x");
 }
 
-TEST(ArgumentsTest, OneHyphenAlone_IsAnOperand) {
+TEST(ArgumentsTest, OneHyphenAloneIsAnOperand) {
   EXPECT_EQ(Parse({"-"}).Operand(0), "-");
 }
 
-TEST(ArgumentsTest, WhatDoesNotFit_IsNamedWithTheSynopsis) {
+TEST(ArgumentsTest, WhatDoesNotFitIsNamedWithTheSynopsis) {
   const std::string usage = "\nusage: tool FILE [TABLE] [--csv] [--rows N]";
   EXPECT_EQ(ComplaintAbout({}), "an argument is missing" + usage);
   EXPECT_EQ(ComplaintAbout({"a", "b", "c"}), "unexpected argument \"c\"" + usage);

@@ -28,14 +28,14 @@ class CheckCommandTest : public testing::CommandTest {
   }
 };
 
-TEST_F(CheckCommandTest, SoundDatabase_IsSummedUp) {
+TEST_F(CheckCommandTest, SoundDatabaseIsSummedUp) {
   EXPECT_EQ(Run({"check", "x.db"}), kSucceeded);
   EXPECT_EQ(out_, "20 pages, 1 table, 2 rows, 1 index: sound\n");
   EXPECT_EQ(err_, "");
   EXPECT_EQ(Run({"check", "--strict", "x.db"}), kSucceeded);
 }
 
-TEST_F(CheckCommandTest, Damage_IsNamedAndFails) {
+TEST_F(CheckCommandTest, DamageIsNamedAndFails) {
   Set(kDefinition + kTypeAt, 0x11);
   EXPECT_EQ(Run({"check", "x.db"}), kOperationFailed);
   EXPECT_EQ(out_,
@@ -44,7 +44,7 @@ TEST_F(CheckCommandTest, Damage_IsNamedAndFails) {
   EXPECT_EQ(err_, "mvtool: \"x.db\" is damaged\n");
 }
 
-TEST_F(CheckCommandTest, Notes_FailOnlyWithStrict) {
+TEST_F(CheckCommandTest, NotesFailOnlyWithStrict) {
   Set(kDefinition + kRowCountAt, 3);
   EXPECT_EQ(Run({"check", "x.db"}), kSucceeded);
   EXPECT_EQ(out_,
@@ -54,7 +54,7 @@ TEST_F(CheckCommandTest, Notes_FailOnlyWithStrict) {
   EXPECT_EQ(err_, "mvtool: \"x.db\" is sound, but has notes\n");
 }
 
-TEST_F(CheckCommandTest, Json_IsOneObjectAFindingAndOneForAll) {
+TEST_F(CheckCommandTest, JsonIsOneObjectAFindingAndOneForAll) {
   Set(kDefinition + kRowCountAt, 3);
   EXPECT_EQ(Run({"check", "x.db", "--json"}), kSucceeded);
   EXPECT_EQ(out_,
@@ -64,7 +64,7 @@ TEST_F(CheckCommandTest, Json_IsOneObjectAFindingAndOneForAll) {
             "\"damages\":0,\"notes\":1}\n");
 }
 
-TEST_F(CheckCommandTest, Json_CountsWhatIsLeftOut) {
+TEST_F(CheckCommandTest, JsonCountsWhatIsLeftOut) {
   Bytes content = files_.Content("x.db");
   for (std::size_t word = 0; word < 150; ++word) StoreLittle<std::uint16_t>(content.data() + 0xE00 + 2 * word, 0);
   files_.Put("x.db", content);
@@ -72,19 +72,19 @@ TEST_F(CheckCommandTest, Json_CountsWhatIsLeftOut) {
   EXPECT_NE(out_.find("{\"severity\":\"damage\",\"kind\":\"commit-word\",\"more\":50}\n"), out_.npos) << out_;
 }
 
-TEST_F(CheckCommandTest, FileOfAnotherKind_CannotBeChecked) {
+TEST_F(CheckCommandTest, FileOfAnotherKindCannotBeChecked) {
   Put("x.txt", "no database");
   EXPECT_EQ(Run({"check", "x.txt"}), kOperationFailed);
   EXPECT_EQ(out_, "damage: the file is no database and cannot be checked\nnot checked\n");
   EXPECT_EQ(err_, "mvtool: \"x.txt\" cannot be checked\n");
 }
 
-TEST_F(CheckCommandTest, MissingFile_IsAnError) {
+TEST_F(CheckCommandTest, MissingFileIsAnError) {
   EXPECT_EQ(Run({"check", "missing.db"}), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: Could not find file 'missing.db'.\n");
 }
 
-TEST_F(CheckCommandTest, DatabaseInUse_IsNotRead) {
+TEST_F(CheckCommandTest, DatabaseInUseIsNotRead) {
   const auto held =
       files_.Open("x.db", platform::Access::ReadWrite, platform::Disposition::OpenExisting, platform::Sharing::None);
   EXPECT_EQ(Run({"check", "x.db"}), kOperationFailed);
@@ -92,7 +92,7 @@ TEST_F(CheckCommandTest, DatabaseInUse_IsNotRead) {
   EXPECT_EQ(err_, "mvtool: Could not use 'x.db'; file already in use.\n");
 }
 
-TEST_F(CheckCommandTest, DatabaseThatTheEngineOfThePlatformHasOpen_IsNotRead) {
+TEST_F(CheckCommandTest, DatabaseThatTheEngineOfThePlatformHasOpenIsNotRead) {
   files_.Put("x.ldb", Bytes(64));
   const auto held =
       files_.Open("x.ldb", platform::Access::ReadWrite, platform::Disposition::OpenExisting, platform::Sharing::None);

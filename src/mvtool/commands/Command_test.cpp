@@ -43,7 +43,7 @@ std::string RecordLines() {
 
 // --- The program ----------------------------------------------------------------------------------------------------
 
-TEST_F(CommandTest, Help_NamesEveryCommandAndSucceeds) {
+TEST_F(CommandTest, HelpNamesEveryCommandAndSucceeds) {
   EXPECT_EQ(Run({"--help"}), kSucceeded);
   for (const char* synopsis : {"mvtool list FILE.db", "mvtool show FILE.pdb", "mvtool create FILE.db SCHEMA.json",
                                "mvtool make FILE.pdb", "mvtool demo FOLDER", "mvtool export FILE.db DIR",
@@ -53,7 +53,7 @@ TEST_F(CommandTest, Help_NamesEveryCommandAndSucceeds) {
   EXPECT_EQ(err_, "");
 }
 
-TEST_F(CommandTest, HelpOfACommand_IsThatCommandsAlone) {
+TEST_F(CommandTest, HelpOfACommandIsThatCommandsAlone) {
   EXPECT_EQ(Run({"list", "--help"}), kSucceeded);
   EXPECT_EQ(out_, "\nmvtool list FILE.db\n  Prints the names of the database's tables, one a line.\n");
 }
@@ -64,17 +64,17 @@ TEST_F(CommandTest, HelpFitsATerminal) {
   for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80u) << line;
 }
 
-TEST_F(CommandTest, NoCommand_IsNotUnderstood) {
+TEST_F(CommandTest, NoCommandIsNotUnderstood) {
   EXPECT_EQ(Run({}), kNotUnderstood);
   EXPECT_EQ(err_, "mvtool: a command is missing; \"mvtool --help\" lists them\n");
 }
 
-TEST_F(CommandTest, UnknownCommand_IsNotUnderstood) {
+TEST_F(CommandTest, UnknownCommandIsNotUnderstood) {
   EXPECT_EQ(Run({"frob"}), kNotUnderstood);
   EXPECT_EQ(err_, "mvtool: unknown command \"frob\"; \"mvtool --help\" lists them\n");
 }
 
-TEST_F(CommandTest, MissingAndUnknownArguments_AreNotUnderstood) {
+TEST_F(CommandTest, MissingAndUnknownArgumentsAreNotUnderstood) {
   for (const auto& words : std::vector<std::vector<std::string>>{{"list"},
                                                                  {"list", "a", "b"},
                                                                  {"list", "--csv", "a"},
@@ -99,12 +99,12 @@ TEST_F(CommandTest, MissingAndUnknownArguments_AreNotUnderstood) {
   }
 }
 
-TEST_F(CommandTest, ArgumentThatIsNotUtf8_IsReportedAsText) {
+TEST_F(CommandTest, ArgumentThatIsNotUtf8IsReportedAsText) {
   EXPECT_EQ(Run({"\xFF\xFE"}), kNotUnderstood);
   EXPECT_EQ(err_, "mvtool: unknown command \"\xEF\xBF\xBD\xEF\xBF\xBD\"; \"mvtool --help\" lists them\n");
 }
 
-TEST_F(CommandTest, OutputThatCannotBeWritten_Fails) {
+TEST_F(CommandTest, OutputThatCannotBeWrittenFails) {
   std::istringstream in;
   std::ostringstream out;
   std::ostringstream err;
@@ -116,14 +116,14 @@ TEST_F(CommandTest, OutputThatCannotBeWritten_Fails) {
 
 // --- list, create, show ---------------------------------------------------------------------------------------------
 
-TEST_F(CommandTest, CreatedTables_AreListed) {
+TEST_F(CommandTest, CreatedTablesAreListed) {
   Put("s.json", kSchema);
   ASSERT_EQ(Run({"create", "new.db", "s.json"}), kSucceeded) << err_;
   EXPECT_EQ(Run({"list", "new.db"}), kSucceeded);
   EXPECT_EQ(out_, "Shop\nEmpty\n");
 }
 
-TEST_F(CommandTest, RowsOfADatabase_AreShownInPhysicalOrder) {
+TEST_F(CommandTest, RowsOfADatabaseAreShownInPhysicalOrder) {
   Put("s.json", kSchema);
   ASSERT_EQ(Run({"create", "new.db", "s.json"}), kSucceeded) << err_;
   EXPECT_EQ(Run({"show", "new.db", "shop"}), kSucceeded);
@@ -135,7 +135,7 @@ TEST_F(CommandTest, RowsOfADatabase_AreShownInPhysicalOrder) {
       "\"NM_STARS\":null,\"BI_LOGO\":null}\n");
 }
 
-TEST_F(CommandTest, RowsOfADatabase_AreShownAsCsv) {
+TEST_F(CommandTest, RowsOfADatabaseAreShownAsCsv) {
   Put("s.json", kSchema);
   ASSERT_EQ(Run({"create", "new.db", "s.json"}), kSucceeded) << err_;
   EXPECT_EQ(Run({"show", "--csv", "new.db", "Shop"}), kSucceeded);
@@ -145,7 +145,7 @@ TEST_F(CommandTest, RowsOfADatabase_AreShownAsCsv) {
             "a,,,,false,,,\r\n");
 }
 
-TEST_F(CommandTest, SchemaOfADatabaseTable_MakesTheSameTableAgain) {
+TEST_F(CommandTest, SchemaOfADatabaseTableMakesTheSameTableAgain) {
   Put("s.json", kSchema);
   ASSERT_EQ(Run({"create", "new.db", "s.json"}), kSucceeded) << err_;
   EXPECT_EQ(Run({"show", "--schema", "new.db", "Shop"}), kSucceeded);
@@ -159,14 +159,14 @@ TEST_F(CommandTest, SchemaOfADatabaseTable_MakesTheSameTableAgain) {
   EXPECT_EQ(out_, schema);
 }
 
-TEST_F(CommandTest, EmptyTable_ShowsNothing) {
+TEST_F(CommandTest, EmptyTableShowsNothing) {
   Put("s.json", kSchema);
   ASSERT_EQ(Run({"create", "new.db", "s.json"}), kSucceeded) << err_;
   EXPECT_EQ(Run({"show", "new.db", "Empty"}), kSucceeded);
   EXPECT_EQ(out_, "");
 }
 
-TEST_F(CommandTest, UnknownTable_FailsWithTheEnginesText) {
+TEST_F(CommandTest, UnknownTableFailsWithTheEnginesText) {
   Put("s.json", kSchema);
   ASSERT_EQ(Run({"create", "new.db", "s.json"}), kSucceeded) << err_;
   EXPECT_EQ(Run({"show", "new.db", "Nowhere"}), kOperationFailed);
@@ -175,14 +175,14 @@ TEST_F(CommandTest, UnknownTable_FailsWithTheEnginesText) {
             "exists and that its name is spelled correctly.\n");
 }
 
-TEST_F(CommandTest, DatabaseWithoutATableName_IsNotUnderstood) {
+TEST_F(CommandTest, DatabaseWithoutATableNameIsNotUnderstood) {
   Put("s.json", kSchema);
   ASSERT_EQ(Run({"create", "new.pdb", "s.json"}), kSucceeded) << err_;
   EXPECT_EQ(Run({"show", "new.pdb"}), kNotUnderstood);
   EXPECT_EQ(err_, "mvtool: a database holds several tables: name the one to show\n");
 }
 
-TEST_F(CommandTest, MissingFiles_Fail) {
+TEST_F(CommandTest, MissingFilesFail) {
   EXPECT_EQ(Run({"list", "no.db"}), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: Could not find file 'no.db'.\n");
   EXPECT_EQ(Run({"show", "no.pdb"}), kOperationFailed);
@@ -191,13 +191,13 @@ TEST_F(CommandTest, MissingFiles_Fail) {
   EXPECT_EQ(err_, "mvtool: no.json: File not found\n");
 }
 
-TEST_F(CommandTest, FileOfAnotherKind_Fails) {
+TEST_F(CommandTest, FileOfAnotherKindFails) {
   Put("text.db", "just some text");
   EXPECT_EQ(Run({"show", "text.db", "T"}), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: \"text.db\" is neither a database nor a table file\n");
 }
 
-TEST_F(CommandTest, Create_ReplacesNothingWithoutForce) {
+TEST_F(CommandTest, CreateReplacesNothingWithoutForce) {
   Put("s.json", kSchema);
   Put("old.db", "old");
   EXPECT_EQ(Run({"create", "old.db", "s.json"}), kOperationFailed);
@@ -208,14 +208,14 @@ TEST_F(CommandTest, Create_ReplacesNothingWithoutForce) {
   EXPECT_EQ(out_, "Shop\nEmpty\n");
 }
 
-TEST_F(CommandTest, MistakeInASchema_IsNamedAndMakesNoFile) {
+TEST_F(CommandTest, MistakeInASchemaIsNamedAndMakesNoFile) {
   Put("s.json", "{\"tables\":[{\"name\":\"T\",\n \"columns\":[{\"name\":\"A\",\"type\":\"Word\"}]}]}");
   EXPECT_EQ(Run({"create", "new.db", "s.json"}), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: s.json: line 2, column 32: unknown column type \"Word\"\n");
   EXPECT_FALSE(files_.FileExists("new.db"));
 }
 
-TEST_F(CommandTest, RowThatTheDatabaseRefuses_IsNamedAndMakesNoFile) {
+TEST_F(CommandTest, RowThatTheDatabaseRefusesIsNamedAndMakesNoFile) {
   Put("s.json",
       "{\"tables\":[{\"name\":\"T\",\"columns\":[{\"name\":\"A\",\"type\":\"Long\"}],\n"
       "\"indexes\":[{\"name\":\"PrimaryKey\",\"columns\":[\"A\"],\"primary\":true}],\n"
@@ -232,7 +232,7 @@ constexpr std::string_view kRelatedTables = R"({"tables":[
   "relations":[
 )";
 
-TEST_F(CommandTest, CreatedRelations_AreEnforced) {
+TEST_F(CommandTest, CreatedRelationsAreEnforced) {
   Put("s.json", std::string(kRelatedTables) + R"({"name":"ShopVisit","table":"Visit","columns":["SHOP"],
       "references":"Shop","referencedColumns":["K"],"onUpdate":"cascade","onDelete":"cascade"}]})");
   ASSERT_EQ(Run({"create", "new.db", "s.json"}), kSucceeded) << err_;
@@ -247,7 +247,7 @@ TEST_F(CommandTest, CreatedRelations_AreEnforced) {
   EXPECT_EQ(visits.Count(), 0);
 }
 
-TEST_F(CommandTest, RelationThatTheDatabaseRefuses_IsNamedAndMakesNoFile) {
+TEST_F(CommandTest, RelationThatTheDatabaseRefusesIsNamedAndMakesNoFile) {
   Put("s.json", std::string(kRelatedTables) + R"({"name":"R","table":"Shop","columns":["K"],
       "references":"Visit","referencedColumns":["SHOP"]}]})");
   EXPECT_EQ(Run({"create", "new.db", "s.json"}), kOperationFailed);
@@ -260,32 +260,32 @@ TEST_F(CommandTest, RelationThatTheDatabaseRefuses_IsNamedAndMakesNoFile) {
 
 // --- make, show -----------------------------------------------------------------------------------------------------
 
-TEST_F(CommandTest, MadeTableFile_IsShownAsItsLines) {
+TEST_F(CommandTest, MadeTableFileIsShownAsItsLines) {
   ASSERT_EQ(Run({"make", "f.pdb"}, std::string(kLines)), kSucceeded) << err_;
   EXPECT_EQ(out_, "");
   EXPECT_EQ(Run({"show", "f.pdb"}), kSucceeded);
   EXPECT_EQ(out_, RecordLines());
 }
 
-TEST_F(CommandTest, TableFile_IsShownAsCsv) {
+TEST_F(CommandTest, TableFileIsShownAsCsv) {
   ASSERT_EQ(Run({"make", "f.pdb"}, std::string(kLines)), kSucceeded) << err_;
   EXPECT_EQ(Run({"show", "f.pdb", "--csv"}), kSucceeded);
   EXPECT_EQ(out_, "_attributes,_uniqueId,KY_ID,NM\r\n64,17,\"p,1\",3\r\n192,18,\"\",-1\r\n");
 }
 
-TEST_F(CommandTest, TableFile_IsRecognisedWhateverItsName) {
+TEST_F(CommandTest, TableFileIsRecognisedWhateverItsName) {
   ASSERT_EQ(Run({"make", "dir.x.db"}, std::string(kLines)), kSucceeded) << err_;
   EXPECT_EQ(Run({"show", "dir.x.db"}), kSucceeded);
   EXPECT_EQ(out_, RecordLines());
 }
 
-TEST_F(CommandTest, TableFileWithATableName_IsNotUnderstood) {
+TEST_F(CommandTest, TableFileWithATableNameIsNotUnderstood) {
   ASSERT_EQ(Run({"make", "f.pdb"}, std::string(kLines)), kSucceeded) << err_;
   EXPECT_EQ(Run({"show", "f.pdb", "Parts"}), kNotUnderstood);
   EXPECT_EQ(err_, "mvtool: a table file holds one table: give no table name\n");
 }
 
-TEST_F(CommandTest, SchemaAndRowsOfATableFile_MakeTheSameBytesAgain) {
+TEST_F(CommandTest, SchemaAndRowsOfATableFileMakeTheSameBytesAgain) {
   ASSERT_EQ(Run({"make", "f.pdb"}, std::string(kLines)), kSucceeded) << err_;
   Run({"show", "f.pdb", "--schema"});
   std::string lines = out_;
@@ -296,7 +296,7 @@ TEST_F(CommandTest, SchemaAndRowsOfATableFile_MakeTheSameBytesAgain) {
   EXPECT_EQ(files_.Content("g.pdb"), files_.Content("f.pdb"));
 }
 
-TEST_F(CommandTest, EveryDemoTable_MakesTheSameBytesAgain) {
+TEST_F(CommandTest, EveryDemoTableMakesTheSameBytesAgain) {
   LayOutDemo(files_, "demo", DemoPlan::Varied());
   clock_ = testing::FakeClock({kFixedDate});
   for (const jet::TableSpec& table : SampleTables()) {
@@ -310,7 +310,7 @@ TEST_F(CommandTest, EveryDemoTable_MakesTheSameBytesAgain) {
   }
 }
 
-TEST_F(CommandTest, Make_TakesTheTablesNameFromTheFile) {
+TEST_F(CommandTest, MakeTakesTheTablesNameFromTheFile) {
   ASSERT_EQ(Run({"make", "dir.x\\brnd_Fuel.v2.pdb"}, "{\"fields\":[]}"), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: dir.x\\brnd_Fuel.v2.pdb: Path not found\n");
   files_.CreateFolders("dir.x");
@@ -319,7 +319,7 @@ TEST_F(CommandTest, Make_TakesTheTablesNameFromTheFile) {
   EXPECT_EQ(out_, "{\"name\":\"brnd_Fuel.v2\",\"creator\":\"BRND\",\"fields\":[]}\n");
 }
 
-TEST_F(CommandTest, Make_SkipsBlankLinesAndCarriageReturns) {
+TEST_F(CommandTest, MakeSkipsBlankLinesAndCarriageReturns) {
   std::string lines = "\r\n";
   for (const char character : kLines) lines += character == '\n' ? std::string("\r\n\n") : std::string(1, character);
   ASSERT_EQ(Run({"make", "f.pdb"}, lines), kSucceeded) << err_;
@@ -327,7 +327,7 @@ TEST_F(CommandTest, Make_SkipsBlankLinesAndCarriageReturns) {
   EXPECT_EQ(out_, RecordLines());
 }
 
-TEST_F(CommandTest, Make_ReplacesNothingWithoutForce) {
+TEST_F(CommandTest, MakeReplacesNothingWithoutForce) {
   Put("f.pdb", "old");
   EXPECT_EQ(Run({"make", "f.pdb"}, std::string(kLines)), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: \"f.pdb\" exists; --force replaces it\n");
@@ -335,7 +335,7 @@ TEST_F(CommandTest, Make_ReplacesNothingWithoutForce) {
   EXPECT_EQ(Run({"make", "f.pdb", "--force"}, std::string(kLines)), kSucceeded) << err_;
 }
 
-TEST_F(CommandTest, MistakesInTheLines_AreNamedAndMakeNoFile) {
+TEST_F(CommandTest, MistakesInTheLinesAreNamedAndMakeNoFile) {
   const std::string first(kLines.substr(0, kLines.find('\n') + 1));
   EXPECT_EQ(Run({"make", "f.pdb"}, ""), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: standard input is empty; its first line must describe the fields\n");
@@ -351,7 +351,7 @@ TEST_F(CommandTest, MistakesInTheLines_AreNamedAndMakeNoFile) {
 
 // --- demo -----------------------------------------------------------------------------------------------------------
 
-TEST_F(CommandTest, Demo_LaysOutBothSidesAndTheSettings) {
+TEST_F(CommandTest, DemoLaysOutBothSidesAndTheSettings) {
   ASSERT_EQ(Run({"demo", "x/demo"}), kSucceeded) << err_;
   EXPECT_EQ(out_,
             "desktop database   x/demo/Motorva.db\n"
@@ -370,7 +370,7 @@ TEST_F(CommandTest, Demo_LaysOutBothSidesAndTheSettings) {
   }
 }
 
-TEST_F(CommandTest, DemoTables_HoldTheDemoData) {
+TEST_F(CommandTest, DemoTablesHoldTheDemoData) {
   ASSERT_EQ(Run({"demo", "demo"}), kSucceeded) << err_;
   Run({"list", "demo/Motorva.db"});
   std::string names;
@@ -395,7 +395,7 @@ TEST_F(CommandTest, DemoTables_HoldTheDemoData) {
   EXPECT_EQ(out_, names);
 }
 
-TEST_F(CommandTest, Demo_IsTheSameEachTime) {
+TEST_F(CommandTest, DemoIsTheSameEachTime) {
   ASSERT_EQ(Run({"demo", "one/demo"}), kSucceeded) << err_;
   clock_ = testing::FakeClock({CivilTime{2030, 1, 1, 0, 0, 0}});
   ASSERT_EQ(Run({"demo", "two/demo"}), kSucceeded) << err_;
@@ -404,14 +404,14 @@ TEST_F(CommandTest, Demo_IsTheSameEachTime) {
   EXPECT_EQ(files_.Content("one" + vehicles), files_.Content("two" + vehicles));
 }
 
-TEST_F(CommandTest, Demo_RefusesAFolderThatIsNotEmpty) {
+TEST_F(CommandTest, DemoRefusesAFolderThatIsNotEmpty) {
   Put("demo/mine.txt", "mine");
   EXPECT_EQ(Run({"demo", "demo"}), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: the folder \"demo\" is not empty; --force replaces an earlier demo in it\n");
   EXPECT_EQ(files_.List("demo"), (std::vector<std::string>{"mine.txt"}));
 }
 
-TEST_F(CommandTest, DemoWithForce_TouchesNothingElse) {
+TEST_F(CommandTest, DemoWithForceTouchesNothingElse) {
   Put("demo/mine.txt", "mine");
   Put("demo/Motorva.db", "old");
   Put("demo/config/Motorva32.ini", "[Mine]\nKey=1\n");
@@ -422,18 +422,18 @@ TEST_F(CommandTest, DemoWithForce_TouchesNothingElse) {
   EXPECT_TRUE(std::string(settings.begin(), settings.end()).starts_with("[Mine]\nKey=1\n"));
 }
 
-TEST_F(CommandTest, Demo_UsesAnEmptyFolder) {
+TEST_F(CommandTest, DemoUsesAnEmptyFolder) {
   files_.CreateFolders("demo");
   EXPECT_EQ(Run({"demo", "demo"}), kSucceeded) << err_;
 }
 
-TEST_F(CommandTest, Demo_RefusesAFile) {
+TEST_F(CommandTest, DemoRefusesAFile) {
   Put("demo", "x");
   EXPECT_EQ(Run({"demo", "demo", "--force"}), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: \"demo\" is a file, not a folder\n");
 }
 
-TEST_F(CommandTest, DemoWithRows_HasThatManyRowsATable) {
+TEST_F(CommandTest, DemoWithRowsHasThatManyRowsATable) {
   ASSERT_EQ(Run({"demo", "demo", "--rows", "200"}), kSucceeded) << err_;
   Run({"show", "demo/Motorva.db", "brnd_Trip"});
   EXPECT_EQ(std::count(out_.begin(), out_.end(), '\n'), 200);
@@ -443,7 +443,7 @@ TEST_F(CommandTest, DemoWithRows_HasThatManyRowsATable) {
 
 // --- The template database ------------------------------------------------------------------------------------------
 
-TEST_F(CommandTest, SampleDatabase_HasTheThirteenEmptyTablesAndIsTheSameEachTime) {
+TEST_F(CommandTest, SampleDatabaseHasTheThirteenEmptyTablesAndIsTheSameEachTime) {
   MakeSampleDatabase(files_, "_20")->Commit();
   MakeSampleDatabase(files_, "again")->Commit();
   EXPECT_EQ(files_.Content("_20"), files_.Content("again"));

@@ -37,7 +37,7 @@ class ExportTest : public testing::CommandTest {
   std::int32_t nextId_ = -1;
 };
 
-TEST_F(ExportTest, EveryTable_IsAFileAsShowPrintsIt) {
+TEST_F(ExportTest, EveryTableIsAFileAsShowPrintsIt) {
   ASSERT_EQ(Run({"export", "x.db", "new/folder"}), kSucceeded) << err_;
   EXPECT_EQ(out_, "new/folder/Shop.csv\nnew/folder/50%25.csv\n");
   EXPECT_EQ(err_, "");
@@ -46,12 +46,12 @@ TEST_F(ExportTest, EveryTable_IsAFileAsShowPrintsIt) {
   EXPECT_EQ(files_.List("new/folder").size(), 2U);
 }
 
-TEST_F(ExportTest, FolderWithASeparatorAtItsEnd_IsTheSameFolder) {
+TEST_F(ExportTest, FolderWithASeparatorAtItsEndIsTheSameFolder) {
   ASSERT_EQ(Run({"export", "x.db", "out\\"}), kSucceeded) << err_;
   EXPECT_TRUE(files_.FileExists("out/Shop.csv"));
 }
 
-TEST_F(ExportTest, FilesThatExist_AreReplacedWithForceOnly) {
+TEST_F(ExportTest, FilesThatExistAreReplacedWithForceOnly) {
   Put("out/50%25.csv", "old");
   EXPECT_EQ(Run({"export", "x.db", "out"}), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: \"out/50%25.csv\" exists; --force replaces it\n");
@@ -61,7 +61,7 @@ TEST_F(ExportTest, FilesThatExist_AreReplacedWithForceOnly) {
   EXPECT_EQ(TextOf("out/50%25.csv"), "N\r\n1\r\n");
 }
 
-TEST_F(ExportTest, LinkedTablesAndQueries_AreNamedAndLeftOut) {
+TEST_F(ExportTest, LinkedTablesAndQueriesAreNamedAndLeftOut) {
   AddObject("Sales", 5);
   AddObject("Far", 6);
   AddObject("~sq_form", 5);
@@ -71,12 +71,12 @@ TEST_F(ExportTest, LinkedTablesAndQueries_AreNamedAndLeftOut) {
   EXPECT_EQ(files_.List("out").size(), 2U);
 }
 
-TEST_F(ExportTest, AnotherReader_IsNoHindrance) {
+TEST_F(ExportTest, AnotherReaderIsNoHindrance) {
   const auto reader = jet::Database::Open(files_, "x.db", jet::PageFile::Mode::ReadOnly);
   EXPECT_EQ(Run({"export", "x.db", "out"}), kSucceeded) << err_;
 }
 
-TEST_F(ExportTest, TableThatCannotBeRead_DoesNotKeepTheOthersBack) {
+TEST_F(ExportTest, TableThatCannotBeReadDoesNotKeepTheOthersBack) {
   AddObject("Broken", 1);
   EXPECT_EQ(Run({"export", "x.db", "out"}), kOperationFailed);
   EXPECT_TRUE(err_.starts_with("mvtool: not exported: table \"Broken\": ")) << err_;
@@ -84,7 +84,7 @@ TEST_F(ExportTest, TableThatCannotBeRead_DoesNotKeepTheOthersBack) {
   EXPECT_EQ(files_.List("out").size(), 2U);
 }
 
-TEST_F(ExportTest, FullDisk_EndsItAndLeavesNoPartOfATable) {
+TEST_F(ExportTest, FullDiskEndsItAndLeavesNoPartOfATable) {
   files_.CreateFolders("out");
   files_.FailWrite(3);  // a table is one write and one replacement
   EXPECT_EQ(Run({"export", "x.db", "out"}), kOperationFailed);
@@ -92,7 +92,7 @@ TEST_F(ExportTest, FullDisk_EndsItAndLeavesNoPartOfATable) {
   EXPECT_EQ(files_.List("out"), std::vector<std::string>{"Shop.csv"});
 }
 
-TEST_F(ExportTest, FileInPlaceOfTheFolder_Fails) {
+TEST_F(ExportTest, FileInPlaceOfTheFolderFails) {
   Put("out", "x");
   EXPECT_EQ(Run({"export", "x.db", "out"}), kOperationFailed);
   EXPECT_TRUE(err_.starts_with("mvtool: ")) << err_;

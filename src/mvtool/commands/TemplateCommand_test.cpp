@@ -35,7 +35,7 @@ class TemplateTest : public testing::CommandTest {
   }
 };
 
-TEST_F(TemplateTest, TablesColumnsAndIndexes_AreCopiedWithoutRows) {
+TEST_F(TemplateTest, TablesColumnsAndIndexesAreCopiedWithoutRows) {
   ASSERT_EQ(Run({"template", "x.db", "_20"}), kSucceeded) << err_;
   EXPECT_EQ(out_, "");
   EXPECT_EQ(err_, "");
@@ -47,13 +47,13 @@ TEST_F(TemplateTest, TablesColumnsAndIndexes_AreCopiedWithoutRows) {
   }
 }
 
-TEST_F(TemplateTest, TemplateOfATemplate_IsTheSameFile) {
+TEST_F(TemplateTest, TemplateOfATemplateIsTheSameFile) {
   ASSERT_EQ(Run({"template", "x.db", "one"}), kSucceeded) << err_;
   ASSERT_EQ(Run({"template", "one", "two"}), kSucceeded) << err_;
   EXPECT_EQ(files_.Content("one"), files_.Content("two"));
 }
 
-TEST_F(TemplateTest, CreationDate_IsThatOfTheClock) {
+TEST_F(TemplateTest, CreationDateIsThatOfTheClock) {
   ASSERT_EQ(Run({"template", "x.db", "one"}), kSucceeded) << err_;
   clock_ = testing::FakeClock({CivilTime{2031, 2, 3, 4, 5, 6}});
   ASSERT_EQ(Run({"template", "x.db", "two"}), kSucceeded) << err_;
@@ -62,13 +62,13 @@ TEST_F(TemplateTest, CreationDate_IsThatOfTheClock) {
   EXPECT_NE(files_.Content("one"), files_.Content("two"));
 }
 
-TEST_F(TemplateTest, Autonumbers_StartAnew) {
+TEST_F(TemplateTest, AutonumbersStartAnew) {
   ASSERT_EQ(Run({"template", "x.db", "_20"}), kSucceeded) << err_;
   ASSERT_EQ(Run({"apply", "_20", "Shop"}, R"({"op":"insert","row":{"KY":"z","DT":"2024-05-17"}})"), kSucceeded) << err_;
   EXPECT_TRUE(Shown("_20", "Shop").starts_with("{\"ID\":1,"));
 }
 
-TEST_F(TemplateTest, Properties_AreCarriedOver) {
+TEST_F(TemplateTest, PropertiesAreCarriedOver) {
   const Bytes properties = testing::FromHex(
       "4D 52 32 00 | 18 00 00 00 80 00 | 10 00 \"Required\""
       "1B 00 00 00 01 00 | 0C 00 00 00 06 00 \"Tip\" | 09 00 01 01 00 00 01 00 01");
@@ -86,7 +86,7 @@ TEST_F(TemplateTest, Properties_AreCarriedOver) {
   EXPECT_TRUE(copy->OpenTable("T").Definition().columns[1].IsGuidAutonumber());
 }
 
-TEST_F(TemplateTest, OtherObjects_AreNamedAndLeftOut) {
+TEST_F(TemplateTest, OtherObjectsAreNamedAndLeftOut) {
   {
     const auto database = jet::Database::Open(files_, "x.db", jet::PageFile::Mode::ReadWrite);
     jet::Table& objects = database->OpenTable("MSysObjects");
@@ -114,7 +114,7 @@ TEST_F(TemplateTest, OtherObjects_AreNamedAndLeftOut) {
   EXPECT_EQ(err_, "");
 }
 
-TEST_F(TemplateTest, OldFile_IsReplacedWithForceOnly) {
+TEST_F(TemplateTest, OldFileIsReplacedWithForceOnly) {
   Put("_20", "old");
   EXPECT_EQ(Run({"template", "x.db", "_20"}), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: \"_20\" exists; --force replaces it\n");
@@ -123,14 +123,14 @@ TEST_F(TemplateTest, OldFile_IsReplacedWithForceOnly) {
   EXPECT_EQ(SchemaOf("_20", "Shop"), SchemaOf("x.db", "Shop"));
 }
 
-TEST_F(TemplateTest, DatabaseOverItself_IsRefused) {
+TEST_F(TemplateTest, DatabaseOverItselfIsRefused) {
   const Bytes before = files_.Content("x.db");
   EXPECT_EQ(Run({"template", "x.db", "x.db", "--force"}), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: Could not use 'x.db'; file already in use.\n");
   EXPECT_EQ(files_.Content("x.db"), before);
 }
 
-TEST_F(TemplateTest, TextOfAnotherSortOrder_IsGeneralInTheCopyAndSaysSo) {
+TEST_F(TemplateTest, TextOfAnotherSortOrderIsGeneralInTheCopyAndSaysSo) {
   // The column block of KY: type Text, 1625, id 1, ..., then the sort order's language and version.
   Bytes image = files_.Content("x.db");
   const Bytes block = testing::FromHex("0A 59 06 00 00 01 00 00 00 01 00 09 04");
@@ -143,7 +143,7 @@ TEST_F(TemplateTest, TextOfAnotherSortOrder_IsGeneralInTheCopyAndSaysSo) {
   EXPECT_EQ(Run({"apply", "_20", "Shop"}, R"({"op":"insert","row":{"KY":"z","DT":"2024-05-17"}})"), kSucceeded) << err_;
 }
 
-TEST_F(TemplateTest, Template_IsSound) {
+TEST_F(TemplateTest, TemplateIsSound) {
   ASSERT_EQ(Run({"template", "x.db", "_20"}), kSucceeded) << err_;
   testing::ExpectSound(files_.Content("_20"));
 }

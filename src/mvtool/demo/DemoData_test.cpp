@@ -45,7 +45,7 @@ std::string CaseOf(const DemoTable& table, const HandheldRecord& record) {
   return text;
 }
 
-TEST(DemoDataTest, EveryCaseOfTheMerge_OccursInEveryTable) {
+TEST(DemoDataTest, EveryCaseOfTheMergeOccursInEveryTable) {
   for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     const DemoTable table = MakeDemoTable(i, DemoPlan::Varied());
     std::map<std::string, int> counts;
@@ -63,7 +63,7 @@ TEST(DemoDataTest, EveryCaseOfTheMerge_OccursInEveryTable) {
   }
 }
 
-TEST(DemoDataTest, RepeatedKeysOnTheHandheld_OccurInBothOrders) {
+TEST(DemoDataTest, RepeatedKeysOnTheHandheldOccurInBothOrders) {
   for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     const DemoTable table = MakeDemoTable(i, DemoPlan::Varied());
     std::map<std::string, std::vector<int>> flags;
@@ -78,7 +78,7 @@ TEST(DemoDataTest, RepeatedKeysOnTheHandheld_OccurInBothOrders) {
   }
 }
 
-TEST(DemoDataTest, KeyThatDiffersInCaseOnly_OccursInEveryTable) {
+TEST(DemoDataTest, KeyThatDiffersInCaseOnlyOccursInEveryTable) {
   for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     const DemoTable table = MakeDemoTable(i, DemoPlan::Varied());
     const bool occurs =
@@ -133,7 +133,7 @@ TEST(DemoDataTest, ValuesFitTheirColumns) {
   }
 }
 
-TEST(DemoDataTest, HandheldRecordsHoldNoNull_DesktopRowsHoldSome) {
+TEST(DemoDataTest, HandheldRecordsHoldNoNullDesktopRowsHoldSome) {
   for (std::size_t i = 0; i < kSampleTableCount; ++i) {
     const DemoTable table = MakeDemoTable(i, DemoPlan::Varied());
     const auto hasNull = [](const std::vector<Value>& row) { return std::any_of(row.begin(), row.end(), &IsNull); };
@@ -199,7 +199,7 @@ TEST(DemoDataTest, UniqueIdsOfAFileDiffer) {
   EXPECT_LE(*ids.rbegin(), 0xFFFFFFu);
 }
 
-TEST(DemoDataTest, UniformPlan_HasItsShares) {
+TEST(DemoDataTest, UniformPlanHasItsShares) {
   const DemoTable table = MakeDemoTable(0, DemoPlan::Uniform(1000));
   std::map<std::string, int> counts;
   for (const HandheldRecord& record : table.handheldRecords) ++counts[CaseOf(table, record)];
@@ -215,7 +215,7 @@ TEST(DemoDataTest, MostRowsFitTheCountOfATableFile) {
   EXPECT_LE(table.handheldRecords.size(), table_format::kMostRecords);
 }
 
-TEST(DemoDataTest, FirstFuelRecord_IsTheSameOnEveryMachine) {
+TEST(DemoDataTest, FirstFuelRecordIsTheSameOnEveryMachine) {
   JsonWriter writer;
   writer.BeginArray();
   for (const Value& value : DemoRow(4, 0)) WriteJsonValue(writer, value);

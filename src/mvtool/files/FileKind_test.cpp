@@ -28,16 +28,16 @@ std::string MessageFor(Bytes content) {
   return testing::ErrorOf([&] { KindOfContent(std::move(content)); }).Description();
 }
 
-TEST(FileKindTest, DatabasesOfEitherEngine_AreDatabases) {
+TEST(FileKindTest, DatabasesOfEitherEngineAreDatabases) {
   EXPECT_EQ(KindOfContent(FileOf(std::string_view("\0\1\0\0Standard Jet DB\0", 20), 8192)), FileKind::Database);
   EXPECT_EQ(KindOfContent(FileOf(std::string_view("\0\1\0\0Standard ACE DB\0", 20), 8192)), FileKind::Database);
 }
 
-TEST(FileKindTest, DatabaseCutShort_IsStillADatabase) {
+TEST(FileKindTest, DatabaseCutShortIsStillADatabase) {
   EXPECT_EQ(KindOfContent(FileOf(std::string_view("\0\1\0\0Standard Jet DB\0", 20), 20)), FileKind::Database);
 }
 
-TEST(FileKindTest, HeaderWithRoomForItsRecords_IsATableFile) {
+TEST(FileKindTest, HeaderWithRoomForItsRecordsIsATableFile) {
   Bytes content = FileOf("brnd_Fuel", 78 + 2 * 8);
   content[77] = 2;
   EXPECT_EQ(KindOfContent(content), FileKind::TableFile);
@@ -51,13 +51,13 @@ TEST(FileKindTest, RecordCountIsUnsignedAndBigEndian) {
   EXPECT_EQ(KindOfContent(content), FileKind::TableFile);
 }
 
-TEST(FileKindTest, OtherFiles_AreRefused) {
+TEST(FileKindTest, OtherFilesAreRefused) {
   EXPECT_EQ(MessageFor({}), "\"file\" is neither a database nor a table file");
   EXPECT_EQ(MessageFor(FileOf(std::string(77, 'x'), 77)), "\"file\" is neither a database nor a table file");
   EXPECT_EQ(MessageFor(FileOf(std::string(500, 'x'), 500)), "\"file\" is neither a database nor a table file");
 }
 
-TEST(FileKindTest, MissingFile_IsError53) {
+TEST(FileKindTest, MissingFileIsError53) {
   testing::MemoryFileSystem files;
   EXPECT_EQ(testing::ErrorNumberOf([&] { KindOf(files, "file"); }), errors::kFileNotFound);
 }

@@ -134,7 +134,7 @@ TEST_P(RandomLookUps, GiveTheRowThatAWalkMeetsFirst) {
 
 INSTANTIATE_TEST_SUITE_P(Seeds, RandomLookUps, ::testing::Range(0, 6));
 
-TEST(IndexedTable, RowChangedBehindItsBack_IsFoundByItsNewValues) {
+TEST(IndexedTable, RowChangedBehindItsBackIsFoundByItsNewValues) {
   JetDatabase database;
   jet::Table& table = database.Add(Mixed());
   IndexedTable indexed(table);
@@ -150,7 +150,7 @@ TEST(IndexedTable, RowChangedBehindItsBack_IsFoundByItsNewValues) {
   EXPECT_EQ(indexed.Find(Conditions{{1, six}}), row);
 }
 
-TEST(IndexedTable, FailedChange_LeavesTheIndexesRight) {
+TEST(IndexedTable, FailedChangeLeavesTheIndexesRight) {
   JetDatabase database;
   JetTable design = Mixed();
   design.PrimaryKey("number");
@@ -172,7 +172,7 @@ TEST(IndexedTable, FailedChange_LeavesTheIndexesRight) {
   EXPECT_EQ(indexed.Find(Conditions{{3, Null{}}, {2, 9.5}}), std::nullopt);
 }
 
-TEST(IndexedTable, DecimalsAndGuids_AreTakenAsTheColumnStoresThem) {
+TEST(IndexedTable, DecimalsAndGuidsAreTakenAsTheColumnStoresThem) {
   JetDatabase database;
   jet::Table& table = database.Add(Mixed());
   IndexedTable indexed(table);
@@ -185,7 +185,7 @@ TEST(IndexedTable, DecimalsAndGuids_AreTakenAsTheColumnStoresThem) {
   EXPECT_EQ(testing::ErrorNumberOf([&] { indexed.Find(Conditions{{7, Text("nonsense")}}); }), errors::kTypeMismatch);
 }
 
-TEST(IndexedTable, ManyRowsOfAKey_AreNotLookedAtOneByOne) {
+TEST(IndexedTable, ManyRowsOfAKeyAreNotLookedAtOneByOne) {
   JetDatabase database;
   JetTable design = Mixed();
   design.Index("Flag", {"flag"});

@@ -42,7 +42,7 @@ TEST_F(StagedOutputTest, LeavesTheOldFileWhenNotFinished) {
   EXPECT_EQ(files_.List("d").size(), 1U);
 }
 
-TEST_F(StagedOutputTest, FullDisk_IsReportedAndLeavesTheOldFile) {
+TEST_F(StagedOutputTest, FullDiskIsReportedAndLeavesTheOldFile) {
   EXPECT_EQ(testing::ErrorNumberOf([&] {
               StagedOutput output(files_, "d/out.csv");
               files_.FailWrite(1);

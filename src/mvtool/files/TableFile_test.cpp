@@ -47,7 +47,7 @@ std::vector<HandheldRecord> RecordsOf(const Bytes& content) {
   return records;
 }
 
-TEST(TableFileTest, SmallTable_HasExactlyTheseBytes) {
+TEST(TableFileTest, SmallTableHasExactlyTheseBytes) {
   const Bytes content =
       FileWith({"T", "BRND", {{"ID", 3}, {"N", 5}}}, {{64, 17, {std::int32_t{7}, std::string("ab")}}});
   const Bytes start = testing::FromHex(
@@ -62,13 +62,13 @@ TEST(TableFileTest, SmallTable_HasExactlyTheseBytes) {
   EXPECT_EQ(content.size(), 0x196u + 8);
 }
 
-TEST(TableFileTest, EveryTypeOfValue_IsReadBack) {
+TEST(TableFileTest, EveryTypeOfValueIsReadBack) {
   const std::vector<HandheldRecord> records = RecordsOf(FileWith({"T", "BRND", kEveryType}, {{0, 1, kEveryValue}}));
   ASSERT_EQ(records.size(), 1u);
   EXPECT_EQ(records[0].values, kEveryValue);
 }
 
-TEST(TableFileTest, AllAttributesAndUniqueIds_AreReadBack) {
+TEST(TableFileTest, AllAttributesAndUniqueIdsAreReadBack) {
   std::vector<HandheldRecord> written;
   for (std::uint32_t i = 0; i < 256; ++i) {
     written.push_back({static_cast<std::uint8_t>(i), i == 0 ? 0xFFFFFF : i * 65793, {std::int32_t{1}}});
@@ -81,7 +81,7 @@ TEST(TableFileTest, AllAttributesAndUniqueIds_AreReadBack) {
   }
 }
 
-TEST(TableFileTest, UniqueIdZero_DrawsTheNextFreeOne) {
+TEST(TableFileTest, UniqueIdZeroDrawsTheNextFreeOne) {
   const std::vector<HandheldRecord> read = RecordsOf(FileWith(
       {"T", "BRND", {{"ID", 3}}}, {{0, 0, {std::int32_t{1}}}, {0, 17, {std::int32_t{2}}}, {0, 0, {std::int32_t{3}}}}));
   EXPECT_EQ(read[0].uniqueId, 18u);
@@ -98,7 +98,7 @@ TEST(TableFileTest, HeaderIsReadBack) {
   EXPECT_EQ(reader.Header().fields, kEveryType);
 }
 
-TEST(TableFileTest, RecordWithoutBytes_HasNullValues) {
+TEST(TableFileTest, RecordWithoutBytesHasNullValues) {
   Bytes content = FileWith({"T", "BRND", {{"ID", 3}}}, {{0x80, 5, {std::int32_t{1}}}, {0, 6, {std::int32_t{2}}}});
   constexpr std::size_t kSecondOffset = 78 + 3;
   content[kSecondOffset + 8] = content[kSecondOffset];  // the second record begins where the first one does
@@ -108,30 +108,30 @@ TEST(TableFileTest, RecordWithoutBytes_HasNullValues) {
   EXPECT_EQ(read[0].values, (std::vector<Value>{Null{}}));
 }
 
-TEST(TableFileTest, RecordCutShort_IsNamed) {
+TEST(TableFileTest, RecordCutShortIsNamed) {
   Bytes content = FileWith({"T", "BRND", {{"ID", 3}}}, {{0, 1, {std::int32_t{1}}}});
   content.resize(content.size() - 3);
   const Error error = testing::ErrorOf([&] { RecordsOf(content); });
   EXPECT_EQ(error.Description(), "record 1 is damaged: Subscript out of range");
 }
 
-TEST(TableFileTest, FileWithoutFieldDefinitions_IsRefused) {
+TEST(TableFileTest, FileWithoutFieldDefinitionsIsRefused) {
   const Error error = testing::ErrorOf([] { RecordsOf(Bytes(79)); });
   EXPECT_EQ(error.Description(), "other.name: no field definitions (no \"APPFORG2\" block)");
 }
 
-TEST(TableFileTest, FileThatEndsInItsHeader_IsError9) {
+TEST(TableFileTest, FileThatEndsInItsHeaderIsError9) {
   EXPECT_EQ(testing::ErrorNumberOf([] { RecordsOf(Bytes(50)); }), errors::kSubscriptOutOfRange);
 }
 
-TEST(TableFileTest, FirstAndLastDateOfAHandheld_AreReadBack) {
+TEST(TableFileTest, FirstAndLastDateOfAHandheldAreReadBack) {
   for (const CivilTime& time : {CivilTime{1904, 1, 1, 0, 0, 0}, CivilTime{2040, 2, 6, 6, 28, 15}}) {
     const Bytes content = FileWith({"T", "BRND", {{"D", 7}}}, {{0, 1, {DateFromCivil(time)}}});
     EXPECT_EQ(RecordsOf(content)[0].values[0], Value(DateFromCivil(time)));
   }
 }
 
-TEST(TableFileTest, DateOutsideTheHandheldsRange_IsRefused) {
+TEST(TableFileTest, DateOutsideTheHandheldsRangeIsRefused) {
   for (const CivilTime& time : {CivilTime{1903, 12, 31, 23, 59, 59}, CivilTime{2040, 2, 6, 6, 28, 16}}) {
     EXPECT_EQ(testing::ErrorNumberOf([&] {
                 FileWith({"T", "BRND", {{"D", 7}}}, {{0, 1, {DateFromCivil(time)}}});
@@ -140,7 +140,7 @@ TEST(TableFileTest, DateOutsideTheHandheldsRange_IsRefused) {
   }
 }
 
-TEST(TableFileTest, FailedWrite_LeavesTheOldFile) {
+TEST(TableFileTest, FailedWriteLeavesTheOldFile) {
   MemoryFileSystem files;
   files.Put("f", {1, 2, 3});
   files.FailWrite(1);

@@ -16,7 +16,7 @@ std::string MessageFor(std::string_view text) {
   return "accepted";
 }
 
-TEST(JsonRead, ScalarsOfEachKind_AreRead) {
+TEST(JsonRead, ScalarsOfEachKindAreRead) {
   EXPECT_TRUE(ParseJson("null").IsNull());
   EXPECT_TRUE(ParseJson(" true ").Boolean());
   EXPECT_FALSE(ParseJson("false").Boolean());
@@ -25,7 +25,7 @@ TEST(JsonRead, ScalarsOfEachKind_AreRead) {
   EXPECT_EQ(ParseJson("1.5e3").Number().text, "1.5e3");
 }
 
-TEST(JsonRead, Numbers_KeepTheTextTheyWereWrittenAs) {
+TEST(JsonRead, NumbersKeepTheTextTheyWereWrittenAs) {
   for (const char* const text :
        {"0", "-0", "7", "-7", "922337203685477.58070", "9223372036854775807", "-9223372036854775808",
         "18446744073709551615", "18446744073709551616", "-9223372036854775809", "9007199254740993", "1E2", "1e+2",
@@ -38,7 +38,7 @@ TEST(JsonRead, Numbers_KeepTheTextTheyWereWrittenAs) {
   }
 }
 
-TEST(JsonRead, IntegersOf64Bits_AreExact) {
+TEST(JsonRead, IntegersOf64BitsAreExact) {
   EXPECT_EQ(ParseJson("9223372036854775807").Integer(INT64_MIN, INT64_MAX), INT64_MAX);
   EXPECT_EQ(ParseJson("-9223372036854775808").Integer(INT64_MIN, INT64_MAX), INT64_MIN);
   EXPECT_EQ(ParseJson("9007199254740993").Integer(INT64_MIN, INT64_MAX), 9007199254740993);
@@ -47,7 +47,7 @@ TEST(JsonRead, IntegersOf64Bits_AreExact) {
   }
 }
 
-TEST(JsonRead, WholeNumber_IsAnIntegerHoweverItIsWritten) {
+TEST(JsonRead, WholeNumberIsAnIntegerHoweverItIsWritten) {
   EXPECT_EQ(ParseJson("1.0").Integer(0, 9), 1);
   EXPECT_EQ(ParseJson("1E2").Integer(0, 100), 100);
   EXPECT_EQ(ParseJson("1200e-2").Integer(0, 100), 12);
@@ -57,7 +57,7 @@ TEST(JsonRead, WholeNumber_IsAnIntegerHoweverItIsWritten) {
   EXPECT_THROW(ParseJson("1e-400").Integer(0, 9), Error);
 }
 
-TEST(JsonRead, MalformedNumbers_AreRefused) {
+TEST(JsonRead, MalformedNumbersAreRefused) {
   EXPECT_EQ(MessageFor("01"),
             "line 1, column 2: syntax error while parsing value - unexpected number literal; expected end of input");
   EXPECT_EQ(MessageFor("[01, 5]"),
@@ -73,22 +73,22 @@ TEST(JsonRead, MalformedNumbers_AreRefused) {
   EXPECT_EQ(MessageFor("NaN"), "line 1, column 1: syntax error while parsing value - invalid literal");
 }
 
-TEST(JsonRead, NumbersTooLargeForADouble_AreRefused) {
+TEST(JsonRead, NumbersTooLargeForADoubleAreRefused) {
   EXPECT_EQ(MessageFor("1e999"), "line 1, column 1: 1e999 is out of range");
   EXPECT_EQ(MessageFor("[0, -1e400]"), "line 1, column 5: -1e400 is out of range");
   EXPECT_EQ(MessageFor(std::string(400, '9')), "line 1, column 1: " + std::string(60, '9') + "... is out of range");
 }
 
-TEST(JsonRead, Escapes_GiveTheirCharacters) {
+TEST(JsonRead, EscapesGiveTheirCharacters) {
   EXPECT_EQ(ParseJson(R"("\"\\\/\b\f\n\r\t")").Text(), "\"\\/\b\f\n\r\t");
   EXPECT_EQ(ParseJson(R"("\u00e9\u20AC\u0000")").Text(), std::string("\xC3\xA9\xE2\x82\xAC\0", 6));
 }
 
-TEST(JsonRead, SurrogatePair_GivesOneCharacter) {
+TEST(JsonRead, SurrogatePairGivesOneCharacter) {
   EXPECT_EQ(ParseJson(R"("\ud83d\uDE00")").Text(), "\xF0\x9F\x98\x80");
 }
 
-TEST(JsonRead, UnpairedSurrogates_AreRefused) {
+TEST(JsonRead, UnpairedSurrogatesAreRefused) {
   const std::string kNoSecondHalf =
       "syntax error while parsing value - invalid string: surrogate U+D800..U+DBFF must be followed by U+DC00..U+DFFF";
   EXPECT_EQ(MessageFor(R"("\ud83d")"), "line 1, column 8: " + kNoSecondHalf);
@@ -99,7 +99,7 @@ TEST(JsonRead, UnpairedSurrogates_AreRefused) {
             "U+D800..U+DBFF");
 }
 
-TEST(JsonRead, BadEscapes_AreRefused) {
+TEST(JsonRead, BadEscapesAreRefused) {
   EXPECT_EQ(MessageFor(R"("\x41")"),
             "line 1, column 3: syntax error while parsing value - invalid string: forbidden character after backslash");
   EXPECT_EQ(
@@ -121,16 +121,16 @@ TEST(JsonRead, ControlCharactersInATextMustBeEscaped) {
             "be escaped to \\u0000");
 }
 
-TEST(JsonRead, TextWithoutEnd_IsReportedWhereItBegins) {
+TEST(JsonRead, TextWithoutEndIsReportedWhereItBegins) {
   EXPECT_EQ(MessageFor("[1,\n  \"abc"),
             "line 2, column 3: syntax error while parsing value - invalid string: missing closing quote");
 }
 
-TEST(JsonRead, Utf8_IsTakenAsItIs) {
+TEST(JsonRead, Utf8IsTakenAsItIs) {
   EXPECT_EQ(ParseJson("\"\xC3\xA9\xEF\xBF\xBD\"").Text(), "\xC3\xA9\xEF\xBF\xBD");
 }
 
-TEST(JsonRead, MalformedUtf8_IsRefusedAtItsColumn) {
+TEST(JsonRead, MalformedUtf8IsRefusedAtItsColumn) {
   const std::string kIllFormed = "syntax error while parsing value - invalid string: ill-formed UTF-8 byte";
   EXPECT_EQ(MessageFor("\"\xC3\xA9\xFF\""), "line 1, column 3: " + kIllFormed);
   EXPECT_EQ(MessageFor("\"\xED\xA0\x80\""), "line 1, column 3: " + kIllFormed);
@@ -138,17 +138,17 @@ TEST(JsonRead, MalformedUtf8_IsRefusedAtItsColumn) {
   EXPECT_EQ(MessageFor("\"\xE2\x82"), "line 1, column 3: " + kIllFormed);
 }
 
-TEST(JsonRead, ByteOrderMarkInFront_IsSkipped) {
+TEST(JsonRead, ByteOrderMarkInFrontIsSkipped) {
   EXPECT_EQ(ParseJson("\xEF\xBB\xBF[1]").Elements().size(), 1u);
 }
 
-TEST(JsonRead, EmptyContainers_AreRead) {
+TEST(JsonRead, EmptyContainersAreRead) {
   EXPECT_TRUE(ParseJson("[ ]").Elements().empty());
   EXPECT_TRUE(ParseJson("{\n}").Members().empty());
   EXPECT_EQ(ParseJson("[[],{}]").Elements().size(), 2u);
 }
 
-TEST(JsonRead, Members_KeepTheirOrder) {
+TEST(JsonRead, MembersKeepTheirOrder) {
   const Json object = ParseJson(R"({"b":1,"a":{"c":[true,null]}})");
   EXPECT_EQ(object.Members()[0].name, "b");
   EXPECT_EQ(object.Members()[1].name, "a");
@@ -156,11 +156,11 @@ TEST(JsonRead, Members_KeepTheirOrder) {
   EXPECT_EQ(object.Find("c"), nullptr);
 }
 
-TEST(JsonRead, RepeatedMemberName_IsRefusedEvenWhenEscaped) {
+TEST(JsonRead, RepeatedMemberNameIsRefusedEvenWhenEscaped) {
   EXPECT_EQ(MessageFor(R"({"a":1,"b":2,"\u0061":3})"), "line 1, column 23: a second member \"a\"");
 }
 
-TEST(JsonRead, MalformedContainers_SayWhatIsMissing) {
+TEST(JsonRead, MalformedContainersSayWhatIsMissing) {
   EXPECT_EQ(
       MessageFor(""),
       "line 1, column 1: syntax error while parsing value - unexpected end of input; expected '[', '{', or a literal");
@@ -188,7 +188,7 @@ TEST(JsonRead, MalformedContainers_SayWhatIsMissing) {
       "line 1, column 6: syntax error while parsing value - unexpected end of input; expected '[', '{', or a literal");
 }
 
-TEST(JsonRead, ZeroCharacter_DoesNotEndTheText) {
+TEST(JsonRead, ZeroCharacterDoesNotEndTheText) {
   EXPECT_EQ(MessageFor(std::string_view("1\0", 2)), "line 1, column 2: nothing may follow the value");
   EXPECT_EQ(MessageFor(std::string_view("[1]\n \0 x", 8)), "line 2, column 2: nothing may follow the value");
   EXPECT_EQ(
@@ -196,7 +196,7 @@ TEST(JsonRead, ZeroCharacter_DoesNotEndTheText) {
       "line 1, column 4: syntax error while parsing value - unexpected end of input; expected '[', '{', or a literal");
 }
 
-TEST(JsonRead, Values_RememberWhereTheyStood) {
+TEST(JsonRead, ValuesRememberWhereTheyStood) {
   const Json object = ParseJson("\xEF\xBB\xBF{\"\xC3\xA9\" : [ 12,\n\t-3.5 ,true, {}],\n\"b\":\"x\"}");
   const auto place = [](const Json& json) {
     return std::to_string(json.Position().line) + ":" + std::to_string(json.Position().column);
@@ -211,23 +211,23 @@ TEST(JsonRead, Values_RememberWhereTheyStood) {
   EXPECT_EQ(place(object.At("b")), "3:5");
 }
 
-TEST(JsonRead, WrongCharacters_AreNotRepeatedInTheMessage) {
+TEST(JsonRead, WrongCharactersAreNotRepeatedInTheMessage) {
   EXPECT_EQ(MessageFor("{\x1B[31m}"), "line 1, column 2: syntax error while parsing object key - invalid literal");
 }
 
-TEST(JsonRead, NestingUpToTheLimit_IsRead) {
+TEST(JsonRead, NestingUpToTheLimitIsRead) {
   const std::string text = std::string(kMaxJsonDepth, '[') + std::string(kMaxJsonDepth, ']');
   EXPECT_EQ(ParseJson(text).Elements().size(), 1u);
 }
 
-TEST(JsonRead, HostileNesting_IsRefusedWithoutRecursion) {
+TEST(JsonRead, HostileNestingIsRefusedWithoutRecursion) {
   EXPECT_EQ(MessageFor(std::string(1'000'000, '[')), "line 1, column 65: nested too deep");
   std::string objects;
   for (int i = 0; i < 100'000; ++i) objects += "{\"a\":";
   EXPECT_EQ(MessageFor(objects), "line 1, column 321: nested too deep");
 }
 
-TEST(JsonRead, FirstLineNumber_CountsInMessages) {
+TEST(JsonRead, FirstLineNumberCountsInMessages) {
   try {
     ParseJson("[1,\n x]", 7);
     FAIL();
@@ -236,7 +236,7 @@ TEST(JsonRead, FirstLineNumber_CountsInMessages) {
   }
 }
 
-TEST(JsonAccess, ValueOfTheWrongKind_SaysWhatIsWantedAndWhere) {
+TEST(JsonAccess, ValueOfTheWrongKindSaysWhatIsWantedAndWhere) {
   const Json object = ParseJson("{\n \"a\": 1, \"t\": \"x\"}");
   const auto message = [](auto&& read) {
     try {
@@ -258,7 +258,7 @@ TEST(JsonAccess, ValueOfTheWrongKind_SaysWhatIsWantedAndWhere) {
   EXPECT_EQ(message([&] { object.AllowOnly({"t", "a"}); }), "accepted");
 }
 
-TEST(JsonAccess, Shown_IsTheValueAsJson) {
+TEST(JsonAccess, ShownIsTheValueAsJson) {
   EXPECT_EQ(ParseJson("null").Shown(), "null");
   EXPECT_EQ(ParseJson("false").Shown(), "false");
   EXPECT_EQ(ParseJson("-1.50").Shown(), "-1.50");
@@ -268,14 +268,14 @@ TEST(JsonAccess, Shown_IsTheValueAsJson) {
   EXPECT_EQ(ParseJson('"' + std::string(99, 'x') + '"').Shown(), '"' + std::string(59, 'x') + "...");
 }
 
-TEST(JsonWrite, NestedContainers_GetTheirCommas) {
+TEST(JsonWrite, NestedContainersGetTheirCommas) {
   JsonWriter writer;
   writer.BeginObject().Name("a").Integer(-1).Name("b").BeginArray().Null().Boolean(true).BeginObject().EndObject();
   writer.EndArray().Name("c").Text("x").EndObject();
   EXPECT_EQ(writer.Result(), R"({"a":-1,"b":[null,true,{}],"c":"x"})");
 }
 
-TEST(JsonWrite, SpecialCharacters_AreEscapedAndReadBack) {
+TEST(JsonWrite, SpecialCharactersAreEscapedAndReadBack) {
   const std::string text("\"\\/\b\f\n\r\t\x01\x1F\x7F\xC3\xA9\xF0\x9F\x98\x80\0", 18);
   JsonWriter writer;
   writer.Text(text);
@@ -283,7 +283,7 @@ TEST(JsonWrite, SpecialCharacters_AreEscapedAndReadBack) {
   EXPECT_EQ(ParseJson(writer.Result()).Text(), text);
 }
 
-TEST(JsonWrite, Clear_StartsANewText) {
+TEST(JsonWrite, ClearStartsANewText) {
   JsonWriter writer;
   writer.Integer(1);
   writer.Clear();

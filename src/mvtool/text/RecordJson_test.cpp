@@ -35,14 +35,14 @@ TEST(RecordJsonHeader, NameAndCreatorHaveDefaults) {
   EXPECT_EQ(header.creator, "BRND");
 }
 
-TEST(RecordJsonHeader, WhatIsWritten_ReadsBackTheSame) {
+TEST(RecordJsonHeader, WhatIsWrittenReadsBackTheSame) {
   const std::string text = R"({"name":"T","creator":"BRND","fields":[{"name":"ID","type":3},{"name":"X","type":0}]})";
   JsonWriter writer;
   WriteHeader(writer, HeaderFromJson(ParseJson(text), "file"));
   EXPECT_EQ(writer.Result(), text);
 }
 
-TEST(RecordJsonHeader, Mistakes_AreNamed) {
+TEST(RecordJsonHeader, MistakesAreNamed) {
   EXPECT_EQ(HeaderMessageFor("{}"), "line 1, column 1: the member \"fields\" is missing");
   EXPECT_EQ(HeaderMessageFor(R"({"creator":"ABC","fields":[]})"), "line 1, column 12: a creator has four characters");
   EXPECT_EQ(HeaderMessageFor(R"({"name":"123456789012345678901234567890123","fields":[]})"),
@@ -55,33 +55,33 @@ TEST(RecordJsonHeader, Mistakes_AreNamed) {
             "line 1, column 40: unknown member \"size\"");
 }
 
-TEST(RecordJsonRecord, NamedValues_GoToTheirFields) {
+TEST(RecordJsonRecord, NamedValuesGoToTheirFields) {
   const HandheldRecord record = Read(R"({"attributes":192,"uniqueId":17,"values":{"NAME":"x","ID":-7,"PAID":"1.5"}})");
   EXPECT_EQ(record.attributes, 192);
   EXPECT_EQ(record.uniqueId, 17u);
   EXPECT_EQ(record.values, (std::vector<Value>{std::int32_t{-7}, std::string("x"), Currency{15000}, Null{}}));
 }
 
-TEST(RecordJsonRecord, ArrayOfValues_IsTakenInFieldOrder) {
+TEST(RecordJsonRecord, ArrayOfValuesIsTakenInFieldOrder) {
   const HandheldRecord record = Read(R"({"values":[5,"y",0,null]})");
   EXPECT_EQ(record.attributes, 0);
   EXPECT_EQ(record.uniqueId, 0u);
   EXPECT_EQ(record.values, (std::vector<Value>{std::int32_t{5}, std::string("y"), Currency{0}, Null{}}));
 }
 
-TEST(RecordJsonRecord, RecordAsShown_IsTaken) {
+TEST(RecordJsonRecord, RecordAsShownIsTaken) {
   const HandheldRecord record = Read(R"({"_attributes":255,"_uniqueId":16777215,"ID":1,"NAME":"z"})");
   EXPECT_EQ(record.attributes, 255);
   EXPECT_EQ(record.uniqueId, 0xFFFFFFu);
   EXPECT_EQ(record.values, (std::vector<Value>{std::int32_t{1}, std::string("z"), Currency{0}, Null{}}));
 }
 
-TEST(RecordJsonRecord, NullAndAbsentValues_AreZero) {
+TEST(RecordJsonRecord, NullAndAbsentValuesAreZero) {
   EXPECT_EQ(Read(R"({"values":{"NAME":null}})").values,
             (std::vector<Value>{std::int32_t{0}, std::string(), Currency{0}, Null{}}));
 }
 
-TEST(RecordJsonRecord, Mistakes_AreNamed) {
+TEST(RecordJsonRecord, MistakesAreNamed) {
   EXPECT_EQ(MessageFor("{}"), "line 1, column 1: the member \"values\" is missing");
   EXPECT_EQ(MessageFor(R"({"values":[1]})"), "line 1, column 11: 4 values are wanted here");
   EXPECT_EQ(MessageFor(R"({"values":{"id":1}})"), "line 1, column 17: the table has no field \"id\"");

@@ -18,20 +18,20 @@ std::string Written(RowFormat format) {
   return out.str();
 }
 
-TEST(RowWriterTest, JsonLines_AreOneObjectARow) {
+TEST(RowWriterTest, JsonLinesAreOneObjectARow) {
   EXPECT_EQ(Written(RowFormat::JsonLines),
             "{\"KEY\":\"a\\\"1\",\"COST, NET\":\"12.5000\",\"DONE\":null}\n"
             "{\"KEY\":\"\",\"COST, NET\":null,\"DONE\":true}\n");
 }
 
-TEST(RowWriterTest, Csv_HasAHeaderAndCrLfLineEnds) {
+TEST(RowWriterTest, CsvHasAHeaderAndCrLfLineEnds) {
   EXPECT_EQ(Written(RowFormat::Csv),
             "KEY,\"COST, NET\",DONE\r\n"
             "\"a\"\"1\",12.5000,\r\n"
             "\"\",,true\r\n");
 }
 
-TEST(RowWriterTest, CsvWithoutRows_IsTheHeader) {
+TEST(RowWriterTest, CsvWithoutRowsIsTheHeader) {
   std::ostringstream out;
   MakeRowWriter(RowFormat::Csv, out, {"A", "B"});
   EXPECT_EQ(out.str(), "A,B\r\n");

@@ -28,7 +28,7 @@ std::string JsonOf(const jet::TableSpec& table) {
   return writer.Result();
 }
 
-TEST(SchemaRead, ColumnsAndIndexes_TakeTheirMembers) {
+TEST(SchemaRead, ColumnsAndIndexesTakeTheirMembers) {
   const std::vector<SchemaTable> tables = Read(R"({"tables":[{"name":"Shop","columns":[
       {"name":"A","type":"Text","size":20,"compressed":false},
       {"name":"B","type":"Decimal","precision":9,"scale":2},
@@ -51,14 +51,14 @@ TEST(SchemaRead, ColumnsAndIndexes_TakeTheirMembers) {
   EXPECT_FALSE(design.indexes[1].unique);
 }
 
-TEST(SchemaRead, PrimaryIndex_IsUniqueAndRequiredWithoutSayingSo) {
+TEST(SchemaRead, PrimaryIndexIsUniqueAndRequiredWithoutSayingSo) {
   const std::vector<SchemaTable> tables = Read(R"({"tables":[{"name":"T","columns":[{"name":"A","type":"Long"}],
       "indexes":[{"name":"PrimaryKey","columns":["A"],"primary":true}]}]})");
   EXPECT_TRUE(tables[0].design.indexes[0].unique);
   EXPECT_TRUE(tables[0].design.indexes[0].required);
 }
 
-TEST(SchemaRead, Rows_AreConvertedByTheirColumnsAndKeepTheirPlace) {
+TEST(SchemaRead, RowsAreConvertedByTheirColumnsAndKeepTheirPlace) {
   const std::vector<SchemaTable> tables = Read(
       "{\"tables\":[{\"name\":\"T\",\"columns\":[{\"name\":\"A\",\"type\":\"Byte\"},{\"name\":\"B\",\"type\":"
       "\"Currency\"}],\n"
@@ -71,7 +71,7 @@ TEST(SchemaRead, Rows_AreConvertedByTheirColumnsAndKeepTheirPlace) {
   EXPECT_EQ(tables[0].rows[1].position.column, 2u);
 }
 
-TEST(SchemaRead, Mistakes_AreNamedWithTheirPlace) {
+TEST(SchemaRead, MistakesAreNamedWithTheirPlace) {
   EXPECT_EQ(MessageFor("{}"), "line 1, column 1: the member \"tables\" is missing");
   EXPECT_EQ(MessageFor(R"({"tables":[],"x":1})"), "line 1, column 18: unknown member \"x\"");
   EXPECT_EQ(MessageFor(R"({"tables":[{"name":"T","columns":[{"name":"A","type":"text"}]}]})"),
@@ -92,7 +92,7 @@ TEST(SchemaRead, Mistakes_AreNamedWithTheirPlace) {
             "line 1, column 50: the table has no column \"A\"");
 }
 
-TEST(SchemaRead, Relations_TakeTheirMembersAndKeepTheirPlace) {
+TEST(SchemaRead, RelationsTakeTheirMembersAndKeepTheirPlace) {
   const std::vector<SchemaRelation> relations = ReadRelations(
       R"({"name":"R","table":"Visit","columns":["A","B"],"references":"Shop","referencedColumns":["C","D"],
                         "onUpdate":"cascade","onDelete":"setNull"})");
@@ -108,7 +108,7 @@ TEST(SchemaRead, Relations_TakeTheirMembersAndKeepTheirPlace) {
   EXPECT_EQ(relations[0].position.line, 2u);
 }
 
-TEST(SchemaRead, RelationsWithoutActions_RefuseChanges) {
+TEST(SchemaRead, RelationsWithoutActionsRefuseChanges) {
   const std::string plain = R"("name":"R","table":"V","columns":["A"],"references":"S","referencedColumns":["C"])";
   const jet::RelationSpec refusing = ReadRelations("{" + plain + "}")[0].design;
   EXPECT_FALSE(refusing.cascadeUpdate);
@@ -117,7 +117,7 @@ TEST(SchemaRead, RelationsWithoutActions_RefuseChanges) {
             jet::RelationSpec::OnDelete::Cascade);
 }
 
-TEST(SchemaRead, UnknownActions_AreNamed) {
+TEST(SchemaRead, UnknownActionsAreNamed) {
   const auto message = [](const std::string& action) {
     return MessageFor(R"({"tables":[],"relations":[{"name":"R","table":"V","columns":["A"],"references":"S",)"
                       R"("referencedColumns":["C"],)" +
@@ -128,7 +128,7 @@ TEST(SchemaRead, UnknownActions_AreNamed) {
             std::string::npos);
 }
 
-TEST(SchemaWrite, WhatIsWritten_ReadsBackTheSame) {
+TEST(SchemaWrite, WhatIsWrittenReadsBackTheSame) {
   const std::string text =
       R"({"name":"T","columns":[{"name":"A","type":"Text","size":20,"compressed":true},)"
       R"({"name":"B","type":"Binary","size":16},{"name":"C","type":"Memo","compressed":false},)"
@@ -138,7 +138,7 @@ TEST(SchemaWrite, WhatIsWritten_ReadsBackTheSame) {
   EXPECT_EQ(JsonOf(Read("{\"tables\":[" + text + "]}")[0].design), text);
 }
 
-TEST(SchemaWrite, DefinitionOfAFile_BecomesItsSpecification) {
+TEST(SchemaWrite, DefinitionOfAFileBecomesItsSpecification) {
   jet::TableDefinition definition;
   definition.name = "T";
   definition.columns.resize(2);

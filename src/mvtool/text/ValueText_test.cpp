@@ -26,7 +26,7 @@ std::string MessageFor(DataType type, std::string_view text) {
   return testing::ErrorOf([&] { Read(type, text); }).Description();
 }
 
-TEST(ValueTextShow, EachType_HasItsForm) {
+TEST(ValueTextShow, EachTypeHasItsForm) {
   EXPECT_EQ(JsonOf(Null{}), "null");
   EXPECT_EQ(JsonOf(true), "true");
   EXPECT_EQ(JsonOf(false), "false");
@@ -39,14 +39,14 @@ TEST(ValueTextShow, EachType_HasItsForm) {
   EXPECT_EQ(JsonOf(Bytes{0x00, 0xFF, 0x1a}), "\"00ff1a\"");
 }
 
-TEST(ValueTextShow, Floats_UseTheShortestDigitsThatReadBack) {
+TEST(ValueTextShow, FloatsUseTheShortestDigitsThatReadBack) {
   EXPECT_EQ(JsonOf(0.1), "0.1");
   EXPECT_EQ(JsonOf(0.1f), "0.1");
   EXPECT_EQ(JsonOf(-0.0), "-0");
   EXPECT_EQ(JsonOf(1e22), "1e+22");
 }
 
-TEST(ValueTextShow, FloatsThatAreNoNumbers_AreText) {
+TEST(ValueTextShow, FloatsThatAreNoNumbersAreText) {
   EXPECT_EQ(JsonOf(std::numeric_limits<double>::infinity()), "\"Infinity\"");
   EXPECT_EQ(JsonOf(-std::numeric_limits<float>::infinity()), "\"-Infinity\"");
   EXPECT_EQ(JsonOf(std::numeric_limits<double>::quiet_NaN()), "\"NaN\"");
@@ -54,7 +54,7 @@ TEST(ValueTextShow, FloatsThatAreNoNumbers_AreText) {
   EXPECT_EQ(JsonOf(std::bit_cast<double>(0x7ff8000000000001)), "\"nan:7ff8000000000001\"");
 }
 
-TEST(ValueTextShow, DateOutsideTheCalendar_IsANumberOfDays) {
+TEST(ValueTextShow, DateOutsideTheCalendarIsANumberOfDays) {
   EXPECT_EQ(JsonOf(Date{1e9}), "1e+09");
   EXPECT_EQ(JsonOf(Date{std::numeric_limits<double>::quiet_NaN()}), "\"NaN\"");
 }
@@ -67,12 +67,12 @@ TEST(ValueTextCsv, FieldsAreQuotedWhereTheyMustBe) {
   EXPECT_EQ(CsvField(Value(Currency{125000})), "12.5000");
 }
 
-TEST(ValueTextCsv, NullAndEmptyText_Differ) {
+TEST(ValueTextCsv, NullAndEmptyTextDiffer) {
   EXPECT_EQ(CsvField(Value(Null{})), "");
   EXPECT_EQ(CsvField(Value(std::string())), "\"\"");
 }
 
-TEST(ValueTextRead, EachType_ReadsBackWhatIsShown) {
+TEST(ValueTextRead, EachTypeReadsBackWhatIsShown) {
   const std::pair<DataType, Value> samples[] = {
       {DataType::Boolean, true},
       {DataType::UnsignedTinyInt, std::uint8_t{255}},
@@ -97,26 +97,26 @@ TEST(ValueTextRead, EachType_ReadsBackWhatIsShown) {
   for (const auto& [type, value] : samples) EXPECT_EQ(Read(type, JsonOf(value)), value) << JsonOf(value);
 }
 
-TEST(ValueTextRead, NotANumbers_KeepTheirBits) {
+TEST(ValueTextRead, NotANumbersKeepTheirBits) {
   for (const std::uint64_t bits : {0x7ff8000000000000u, 0x7ff8000000000001u, 0xfff8000000000000u}) {
     const Value value = Read(DataType::Double, JsonOf(std::bit_cast<double>(bits)));
     EXPECT_EQ(std::bit_cast<std::uint64_t>(std::get<double>(value)), bits);
   }
 }
 
-TEST(ValueTextRead, NegativeZero_KeepsItsSign) {
+TEST(ValueTextRead, NegativeZeroKeepsItsSign) {
   EXPECT_TRUE(std::signbit(std::get<double>(Read(DataType::Double, "-0"))));
 }
 
-TEST(ValueTextRead, CurrencyFromANumber_LosesNoDigit) {
+TEST(ValueTextRead, CurrencyFromANumberLosesNoDigit) {
   EXPECT_EQ(Read(DataType::Currency, "922337203685477.5807"), Value(Currency{INT64_MAX}));
 }
 
-TEST(ValueTextRead, DateWithoutTime_IsMidnight) {
+TEST(ValueTextRead, DateWithoutTimeIsMidnight) {
   EXPECT_EQ(Read(DataType::Date, "\"2024-05-17\""), Value(DateFromCivil({2024, 5, 17, 0, 0, 0})));
 }
 
-TEST(ValueTextRead, NumbersThatAColumnHoldsExactly_AreTakenHoweverTheyAreWritten) {
+TEST(ValueTextRead, NumbersThatAColumnHoldsExactlyAreTakenHoweverTheyAreWritten) {
   EXPECT_EQ(Read(DataType::Currency, "12.5000"), Value(Currency{125000}));
   EXPECT_EQ(Read(DataType::Currency, "\"12.50000000\""), Value(Currency{125000}));
   EXPECT_EQ(Read(DataType::Currency, "1.25e1"), Value(Currency{125000}));
@@ -129,7 +129,7 @@ TEST(ValueTextRead, NumbersThatAColumnHoldsExactly_AreTakenHoweverTheyAreWritten
   EXPECT_EQ(Read(DataType::Numeric, "1.500e6"), Value(std::string("1.500e6")));
 }
 
-TEST(ValueTextRead, NumbersThatWouldBeRounded_AreRefused) {
+TEST(ValueTextRead, NumbersThatWouldBeRoundedAreRefused) {
   const auto rounded = [](DataType type, std::string_view text, const std::string& wish) {
     EXPECT_EQ(MessageFor(type, text),
               "line 1, column 1: " + wish + " is wanted here, not " + std::string(text) + ". Table 'T', column 'C'.");
@@ -145,7 +145,7 @@ TEST(ValueTextRead, NumbersThatWouldBeRounded_AreRefused) {
   }
 }
 
-TEST(ValueTextRead, NumbersAtTheLimitsOfTheirType_AreTakenAndBeyondRefused) {
+TEST(ValueTextRead, NumbersAtTheLimitsOfTheirTypeAreTakenAndBeyondRefused) {
   const std::tuple<DataType, const char*, Value> taken[] = {
       {DataType::UnsignedTinyInt, "0", std::uint8_t{0}},
       {DataType::UnsignedTinyInt, "255", std::uint8_t{255}},
@@ -175,7 +175,7 @@ TEST(ValueTextRead, NumbersAtTheLimitsOfTheirType_AreTakenAndBeyondRefused) {
   for (const auto& [type, text] : refused) EXPECT_THROW(Read(type, text), Error) << text;
 }
 
-TEST(ValueTextRead, FloatingPointColumns_TakeTheNearestNumber) {
+TEST(ValueTextRead, FloatingPointColumnsTakeTheNearestNumber) {
   EXPECT_EQ(Read(DataType::Double, "0.1"), Value(0.1));
   EXPECT_EQ(Read(DataType::Double, "0.1000000000000000055511151231257827"), Value(0.1));
   EXPECT_EQ(Read(DataType::Double, "9007199254740993"), Value(9007199254740992.0));
@@ -186,14 +186,14 @@ TEST(ValueTextRead, FloatingPointColumns_TakeTheNearestNumber) {
   EXPECT_EQ(Read(DataType::Single, "0e-99"), Value(0.0f));
 }
 
-TEST(ValueTextRead, FloatingPointColumns_DoNotTakeZeroForWhatIsTooSmall) {
+TEST(ValueTextRead, FloatingPointColumnsDoNotTakeZeroForWhatIsTooSmall) {
   EXPECT_EQ(MessageFor(DataType::Double, "1e-400"),
             "line 1, column 1: a number within the column's range is wanted here, not 1e-400. Table 'T', column 'C'.");
   EXPECT_THROW(Read(DataType::Single, "-1e-60"), Error);
   EXPECT_THROW(Read(DataType::Date, "1e-400"), Error);
 }
 
-TEST(ValueTextRead, FractionsOfASecond_AreRefusedWhereDatesHoldNone) {
+TEST(ValueTextRead, FractionsOfASecondAreRefusedWhereDatesHoldNone) {
   const auto read = [](std::string_view text) {
     return ValueFromJson({.type = DataType::Date, .toTheSecond = true}, ParseJson(text));
   };
@@ -204,7 +204,7 @@ TEST(ValueTextRead, FractionsOfASecond_AreRefusedWhereDatesHoldNone) {
   EXPECT_EQ(Read(DataType::Date, "45000.35417"), Value(Date{45000.35417}));
 }
 
-TEST(ValueTextRead, ValuesThatDoNotFit_AreRefusedWithTheirPlace) {
+TEST(ValueTextRead, ValuesThatDoNotFitAreRefusedWithTheirPlace) {
   EXPECT_EQ(MessageFor(DataType::UnsignedTinyInt, "256"),
             "line 1, column 1: a whole number from 0 to 255 is wanted here, not 256. Table 'T', column 'C'.");
   EXPECT_EQ(MessageFor(DataType::SmallInt, "1.5"),

@@ -35,13 +35,13 @@ class PosixFiles : public ::testing::Test {
   std::unique_ptr<FileSystem> files_ = MakeFileSystem();
 };
 
-TEST_F(PosixFiles, FileThatIsToReplaceAPrivateOne_IsPrivateFromTheStart) {
+TEST_F(PosixFiles, FileThatIsToReplaceAPrivateOneIsPrivateFromTheStart) {
   fs::permissions(Native("file"), kOwnerOnly);
   const StagedWrite staged(*files_, folder_.File("file"));
   EXPECT_EQ(ModeOf("file.writing"), kOwnerOnly);
 }
 
-TEST_F(PosixFiles, NewCopyOfAPrivateFile_IsPrivateFromTheStart) {
+TEST_F(PosixFiles, NewCopyOfAPrivateFileIsPrivateFromTheStart) {
   fs::permissions(Native("file"), kOwnerOnly);
   files_->CopyWhole(folder_.File("file"), folder_.File("copy"));
   EXPECT_EQ(ModeOf("copy"), kOwnerOnly);
@@ -49,7 +49,7 @@ TEST_F(PosixFiles, NewCopyOfAPrivateFile_IsPrivateFromTheStart) {
   EXPECT_EQ(ModeOf("other.writing"), kOwnerOnly);
 }
 
-TEST_F(PosixFiles, WriteWhole_KeepsTheModeAndGoesThroughALink) {
+TEST_F(PosixFiles, WriteWholeKeepsTheModeAndGoesThroughALink) {
   fs::permissions(Native("file"), kOwnerOnly);
   fs::create_symlink("file", Native("link"));
   files_->WriteWhole(folder_.File("link"), Bytes{'n', 'e', 'w'});
@@ -58,7 +58,7 @@ TEST_F(PosixFiles, WriteWhole_KeepsTheModeAndGoesThroughALink) {
   EXPECT_EQ(ModeOf("file"), kOwnerOnly);
 }
 
-TEST_F(PosixFiles, FileThatReplacesAReadOnlyOne_CanBeWrittenByItsNameUntilItIsInPlace) {
+TEST_F(PosixFiles, FileThatReplacesAReadOnlyOneCanBeWrittenByItsNameUntilItIsInPlace) {
   folder_.Write("file.writing", "new");
   fs::permissions(Native("file"), fs::perms::owner_read | fs::perms::group_read);
   files_->CreateStaged(folder_.File("file"), {});
@@ -67,7 +67,7 @@ TEST_F(PosixFiles, FileThatReplacesAReadOnlyOne_CanBeWrittenByItsNameUntilItIsIn
   EXPECT_EQ(ModeOf("file"), fs::perms::owner_read | fs::perms::group_read);
 }
 
-TEST_F(PosixFiles, LinksOfBothKinds_AreTheSameFile) {
+TEST_F(PosixFiles, LinksOfBothKindsAreTheSameFile) {
   fs::create_symlink("file", Native("symbolic"));
   fs::create_hard_link(Native("file"), Native("hard"));
   fs::create_directory_symlink(".", Native("way"));
@@ -76,7 +76,7 @@ TEST_F(PosixFiles, LinksOfBothKinds_AreTheSameFile) {
   }
 }
 
-TEST_F(PosixFiles, PipesAndDevices_AreRefusedAndNotWaitedFor) {
+TEST_F(PosixFiles, PipesAndDevicesAreRefusedAndNotWaitedFor) {
   ASSERT_EQ(::mkfifo(Native("pipe").c_str(), 0600), 0);
   fs::create_symlink("pipe", Native("link"));
   fs::create_symlink("/dev/null", Native("device"));
@@ -93,7 +93,7 @@ TEST_F(PosixFiles, PipesAndDevices_AreRefusedAndNotWaitedFor) {
   }
 }
 
-TEST_F(PosixFiles, PipeInThePlaceOfAFile_IsNotReplaced) {
+TEST_F(PosixFiles, PipeInThePlaceOfAFileIsNotReplaced) {
   ASSERT_EQ(::mkfifo(Native("pipe").c_str(), 0600), 0);
   folder_.Write("pipe.writing", "arrived");
   EXPECT_EQ(ErrorNumberOf([&] { StagedWrite::TakeOver(*files_, folder_.File("pipe"))->Finish(); }),
@@ -125,7 +125,7 @@ int CountUp(const fs::path& path, int attempts) {
   return done;
 }
 
-TEST_F(PosixFiles, FileThatOthersReplace_IsHeldOnlyUnderItsName) {
+TEST_F(PosixFiles, FileThatOthersReplaceIsHeldOnlyUnderItsName) {
   folder_.Write("count", "0");
   constexpr int kPrograms = 4;
   constexpr int kAttempts = 10000;
