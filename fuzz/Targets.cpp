@@ -10,7 +10,7 @@
 #include "base/Utf.h"
 #include "fileio/IniDocument.h"
 #include "mvtool/demo/SampleDatabase.h"
-#include "mvtool/text/Json.h"
+#include "json/Json.h"
 #include "mvtool/text/RecordJson.h"
 #include "mvtool/text/SchemaJson.h"
 #include "pdb/PDBAppforgeDefinition.h"
@@ -165,10 +165,10 @@ void UseSettings(ByteView input) {
 }
 
 void UseJson(ByteView input) {
-  Succeeds([&] { MakeDatabase(tool::SchemaFromJson(tool::ParseJson(TextOf(input)))); });
+  Succeeds([&] { MakeDatabase(tool::SchemaFromJson(ParseJson(TextOf(input)))); });
   Succeeds([&] {
-    const tool::Json json = tool::ParseJson(TextOf(input));
-    const tool::TableFileHeader header = tool::HeaderFromJson(json, "t");
+    const Json json = ParseJson(TextOf(input));
+    const TableFileHeader header = tool::HeaderFromJson(json, "t");
     tool::RecordFromJson(json, header);
   });
 }

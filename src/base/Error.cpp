@@ -52,4 +52,12 @@ Error StandardError(std::int32_t number, std::string source) {
   return Error(number, std::move(source), "Application-defined or object-defined error");
 }
 
+Error Failure(std::string description) {
+  return Error(errors::kOperationFailed, "", std::move(description));
+}
+
+Error At(const std::string& place, const Error& error) {
+  return Error(error.Number(), error.Source(), place + ": " + error.Description());
+}
+
 }  // namespace mv

@@ -26,6 +26,7 @@ inline constexpr std::int32_t kPathFileAccess = 75;
 inline constexpr std::int32_t kPathNotFound = 76;
 inline constexpr std::int32_t kDeviceIo = 57;
 inline constexpr std::int32_t kObjectNotSet = 91;
+inline constexpr std::int32_t kOperationFailed = 513;  ///< of this program's own; the description says it all
 inline constexpr std::int32_t kRecordsetArgument = 3001;
 inline constexpr std::int32_t kNoCurrentRecord = 3021;
 inline constexpr std::int32_t kItemNotFound = 3265;
@@ -59,5 +60,11 @@ class Error : public std::exception {
 /// An Error with one of the platform's numbers and its standard text, e.g. 6 "Overflow". Numbers without a standard
 /// text get "Application-defined or object-defined error".
 Error StandardError(std::int32_t number, std::string source = {});
+
+/// An Error of this program's own, kOperationFailed.
+Error Failure(std::string description);
+
+/// `error` with the place where it happened in front of its description: "place: description". Number and source stay.
+Error At(const std::string& place, const Error& error);
 
 }  // namespace mv

@@ -117,7 +117,9 @@ class MemoryFileSystem : public platform::FileSystem {
     if (files_.contains(name)) RequireFree(*files_.at(name));
     ++disk_->writes;
     disk_->writeFault.Count();
-    NodeOf(name)->content.assign(content.begin(), content.end());
+    const auto node = std::make_shared<Node>();
+    node->content.assign(content.begin(), content.end());
+    files_[name] = node;
   }
 
   std::unique_ptr<platform::File> ReplaceOpen(std::unique_ptr<platform::File>& staged,

@@ -5,11 +5,11 @@
 #include <vector>
 
 #include "jet/Database.h"
+#include "json/JsonLines.h"
 #include "mvtool/commands/Command.h"
 #include "mvtool/files/IndexedTable.h"
 #include "mvtool/files/ToolErrors.h"
 #include "mvtool/text/ChangeJson.h"
-#include "mvtool/text/JsonLines.h"
 
 namespace mv::tool {
 namespace {
@@ -44,7 +44,7 @@ class Tally {
 
 jet::RowId WantedRow(IndexedTable& table, const Change& change) {
   const std::optional<jet::RowId> row = table.Find(change.where);
-  if (!row) throw ToolError("no row fits \"where\"");
+  if (!row) throw Failure("no row fits \"where\"");
   return *row;
 }
 
@@ -89,7 +89,7 @@ void Apply(const Arguments& arguments, ToolContext& context) {
                                             {[&context] { return context.clock.Now(); }, jet::RandomGuid});
   IndexedTable table(database->OpenTable(arguments.Operand(1)));
   if (table.Definition().IsSystem()) {
-    throw ToolError("\"" + table.Definition().name + "\" is a table of the system");
+    throw Failure("\"" + table.Definition().name + "\" is a table of the system");
   }
   JsonLines lines(context.in);
   Tally tally;

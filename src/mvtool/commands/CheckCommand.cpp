@@ -3,9 +3,9 @@
 #include "base/Error.h"
 #include "check/DatabaseCheck.h"
 #include "jet/file/DatabaseFile.h"
+#include "json/Json.h"
 #include "mvtool/commands/Command.h"
 #include "mvtool/files/ToolErrors.h"
-#include "mvtool/text/Json.h"
 
 namespace mv::tool {
 namespace {
@@ -92,9 +92,9 @@ void Check(const Arguments& arguments, ToolContext& context) {
   } else {
     PrintLines(report, context.out);
   }
-  if (!report.checked) throw ToolError("\"" + path + "\" cannot be checked");
-  if (!report.IsSound()) throw ToolError("\"" + path + "\" is damaged");
-  if (report.notes != 0 && arguments.Has("--strict")) throw ToolError("\"" + path + "\" is sound, but has notes");
+  if (!report.checked) throw Failure("\"" + path + "\" cannot be checked");
+  if (!report.IsSound()) throw Failure("\"" + path + "\" is damaged");
+  if (report.notes != 0 && arguments.Has("--strict")) throw Failure("\"" + path + "\" is sound, but has notes");
 }
 
 }  // namespace

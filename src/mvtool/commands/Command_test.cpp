@@ -5,13 +5,13 @@
 #include <algorithm>
 #include <sstream>
 
+#include "json/Json.h"
 #include "mvtool/demo/DemoData.h"
 #include "mvtool/demo/DemoFolder.h"
 #include "mvtool/demo/SampleDatabase.h"
 #include "mvtool/demo/SampleSchema.h"
-#include "mvtool/files/TableFile.h"
-#include "mvtool/text/Json.h"
 #include "mvtool/text/SchemaJson.h"
+#include "pdb/TableFile.h"
 #include "support/CommandTest.h"
 #include "support/ExpectError.h"
 

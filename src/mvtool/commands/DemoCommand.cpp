@@ -34,9 +34,9 @@ DemoPlan PlanOf(const Arguments& arguments) {
 }
 
 void RequireUsableFolder(const platform::FileSystem& files, const std::string& folder, const Arguments& arguments) {
-  if (files.FileExists(folder)) throw ToolError("\"" + folder + "\" is a file, not a folder");
+  if (files.FileExists(folder)) throw Failure("\"" + folder + "\" is a file, not a folder");
   if (arguments.Has(kForce) || !files.FolderExists(folder) || files.List(folder).empty()) return;
-  throw ToolError("the folder \"" + folder + "\" is not empty; --force replaces an earlier demo in it");
+  throw Failure("the folder \"" + folder + "\" is not empty; --force replaces an earlier demo in it");
 }
 
 void Demo(const Arguments& arguments, ToolContext& context) {

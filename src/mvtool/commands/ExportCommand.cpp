@@ -58,7 +58,7 @@ void Export(const Arguments& arguments, ToolContext& context) {
     }
   }
   if (failed != 0) {
-    throw ToolError(std::to_string(failed) + " of " + std::to_string(tables.size()) + " tables were not exported");
+    throw Failure(std::to_string(failed) + " of " + std::to_string(tables.size()) + " tables were not exported");
   }
 }
 

@@ -3,10 +3,10 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "json/JsonLines.h"
 #include "mvtool/commands/Command.h"
 #include "mvtool/commands/Overwriting.h"
 #include "mvtool/files/ToolErrors.h"
-#include "mvtool/text/JsonLines.h"
 #include "mvtool/text/RecordJson.h"
 
 namespace mv::tool {
@@ -50,7 +50,7 @@ void Make(const Arguments& arguments, ToolContext& context) {
   RequireReplaceable(context.files, path, arguments);
   JsonLines lines(context.in);
   const std::optional<Json> first = lines.Next();
-  if (!first) throw ToolError("standard input is empty; its first line must describe the fields");
+  if (!first) throw Failure("standard input is empty; its first line must describe the fields");
   const TableFileHeader header = HeaderFromJson(*first, NameWithoutExtension(path));
   TableFileWriter writer(header, context.clock);
   AddRecords(writer, header, lines);

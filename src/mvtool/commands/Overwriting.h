@@ -11,7 +11,7 @@ namespace mv::tool {
 /// The option of every command that writes files.
 inline constexpr std::string_view kForce = "--force";
 
-/// ToolError when something of that name exists and --force is not given.
+/// Failure when something of that name exists and --force is not given.
 void RequireReplaceable(const platform::FileSystem& files, const std::string& path, const Arguments& arguments);
 
 }  // namespace mv::tool

@@ -3,15 +3,15 @@
 #include <utility>
 
 #include "jet/Database.h"
+#include "json/Json.h"
 #include "mvtool/commands/Command.h"
 #include "mvtool/files/FileKind.h"
-#include "mvtool/files/TableFile.h"
 #include "mvtool/files/ToolErrors.h"
-#include "mvtool/text/Json.h"
 #include "mvtool/text/RecordJson.h"
 #include "mvtool/text/RowWriter.h"
 #include "mvtool/text/SchemaJson.h"
 #include "mvtool/text/TableRows.h"
+#include "pdb/TableFile.h"
 
 namespace mv::tool {
 namespace {

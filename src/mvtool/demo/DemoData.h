@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "jet/Database.h"
-#include "mvtool/files/TableFile.h"
+#include "pdb/TableFile.h"
 #include "recordset/Value.h"
 
 namespace mv::tool {

@@ -26,7 +26,7 @@ const NamedType& Entry(ColumnType type) {
   for (const NamedType& entry : kColumnTypes) {
     if (entry.type == type) return entry;
   }
-  throw ToolError("unknown column type " + std::to_string(static_cast<int>(type)));
+  throw Failure("unknown column type " + std::to_string(static_cast<int>(type)));
 }
 
 }  // namespace
@@ -44,7 +44,7 @@ std::optional<ColumnType> ColumnTypeNamed(std::string_view name) {
 
 HandheldType HandheldTypeOf(ColumnType type) {
   if (const std::optional<HandheldType> known = HandheldTypeOf(jet::DataTypeOf(type))) return *known;
-  throw ToolError("handhelds have no field type for a column of type " + std::string(NameOf(type)));
+  throw Failure("handhelds have no field type for a column of type " + std::string(NameOf(type)));
 }
 
 }  // namespace mv::tool

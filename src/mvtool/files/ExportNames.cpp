@@ -65,7 +65,7 @@ std::string UnusedName(const std::string& table, std::set<std::string>& used) {
     if (name.size() > kLongestName) break;
     if (used.insert(FoldCase(name)).second) return name;
   }
-  throw ToolError("there is no file name for table \"" + table + "\"");
+  throw Failure("there is no file name for table \"" + table + "\"");
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ namespace mv::tool {
 ///   as many characters from the start as it    when the name, case apart, is that of a table before it
 ///   takes to be another name
 ///
-/// No two names are the same, case apart, and none is longer than file systems take. ToolError when that cannot be had.
+/// No two names are the same, case apart, and none is longer than file systems take. Failure when that cannot be had.
 std::vector<std::string> ExportFileNames(const std::vector<std::string>& tables);
 
 }  // namespace mv::tool

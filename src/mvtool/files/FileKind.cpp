@@ -48,7 +48,7 @@ FileKind KindOf(platform::FileSystem& files, const std::string& path) {
   }
   if (IsDatabase(start, read)) return FileKind::Database;
   if (IsTableFile(start, fileSize)) return FileKind::TableFile;
-  throw ToolError("\"" + path + "\" is neither a database nor a table file");
+  throw Failure("\"" + path + "\" is neither a database nor a table file");
 }
 
 }  // namespace mv::tool

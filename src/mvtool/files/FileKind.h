@@ -14,7 +14,7 @@ enum class FileKind { Database, TableFile };
 ///               this version of it is another question
 ///   table file  a 78-byte header and 8 bytes for each record that the header's last two bytes (big-endian) count
 ///
-/// ToolError when it is neither; the file system's errors, with the path, when it cannot be read.
+/// Failure when it is neither; the file system's errors, with the path, when it cannot be read.
 FileKind KindOf(platform::FileSystem& files, const std::string& path);
 
 }  // namespace mv::tool

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "jet/definition/TableDefinition.h"
+#include "json/Json.h"
 #include "mvtool/files/IndexedTable.h"
-#include "mvtool/text/Json.h"
 
 namespace mv::tool {
 
@@ -32,7 +32,7 @@ class ChangeReader {
   /// `table` must outlive the reader.
   explicit ChangeReader(const jet::TableDefinition& table);
 
-  /// ToolError with line and column for anything that is not of the form above, unknown columns and values of another
+  /// Failure with line and column for anything that is not of the form above, unknown columns and values of another
   /// type than their column's among it.
   Change FromJson(const Json& json) const;
 

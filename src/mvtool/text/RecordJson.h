@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "mvtool/files/TableFile.h"
-#include "mvtool/text/Json.h"
+#include "json/Json.h"
+#include "pdb/TableFile.h"
 
 namespace mv::tool {
 
@@ -18,7 +18,7 @@ namespace mv::tool {
 ///   {"_attributes":64,"_uniqueId":17,"KY_RECID":"a1", ...}
 ///
 /// Attributes and unique ID are 0 when left out, which for the ID means the next free one. A value that is null or left
-/// out is the type's zero value. All functions throw ToolError with line and column.
+/// out is the type's zero value. All functions throw Failure with line and column.
 
 /// `defaultName` is the table's name when the line gives none. An absent creator is that of the application's tables.
 TableFileHeader HeaderFromJson(const Json& json, const std::string& defaultName);

@@ -3,7 +3,7 @@
 #include <ostream>
 #include <utility>
 
-#include "mvtool/text/Json.h"
+#include "json/Json.h"
 #include "mvtool/text/ValueText.h"
 
 namespace mv::tool {

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "jet/Database.h"
-#include "mvtool/text/Json.h"
+#include "json/Json.h"
 #include "recordset/Value.h"
 
 namespace mv::tool {
@@ -49,7 +49,7 @@ struct Schema {
   std::vector<SchemaRelation> relations;
 };
 
-/// Throws ToolError with line and column for anything that is not of the form above.
+/// Throws Failure with line and column for anything that is not of the form above.
 Schema SchemaFromJson(const Json& schema);
 
 /// One table's object of the form above, without rows.

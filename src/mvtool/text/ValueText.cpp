@@ -14,63 +14,8 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kNotANumber = "NaN";
-constexpr std::string_view kInfinity = "Infinity";
-constexpr std::string_view kMinusInfinity = "-Infinity";
 constexpr unsigned kCurrencyPlaces = 4;
 constexpr std::string_view kHexDigits = "0123456789abcdef";
-
-/// A value as text, and whether JSON writes that text in quotes.
-struct ShownValue {
-  std::string text;
-  bool quoted = true;
-};
-
-ShownValue Bare(std::string text) {
-  return {std::move(text), false};
-}
-
-std::string HexOf(const Bytes& bytes) {
-  std::string text;
-  text.reserve(bytes.size() * 2);
-  for (const std::uint8_t byte : bytes) {
-    text += kHexDigits[byte >> 4];
-    text += kHexDigits[byte & 0x0F];
-  }
-  return text;
-}
-
-template <typename Float>
-ShownValue ShowFloat(Float value, std::string digits, const std::string& usualNotANumber) {
-  if (std::isinf(value)) return {std::string(value < 0 ? kMinusInfinity : kInfinity)};
-  if (std::isnan(value)) return {digits == usualNotANumber ? std::string(kNotANumber) : std::move(digits)};
-  return Bare(std::move(digits));
-}
-
-struct Show {
-  ShownValue operator()(Null) const { return Bare("null"); }
-  ShownValue operator()(bool value) const { return Bare(value ? "true" : "false"); }
-  ShownValue operator()(std::uint8_t value) const { return Bare(TextOfInteger(value)); }
-  ShownValue operator()(std::int16_t value) const { return Bare(TextOfInteger(value)); }
-  ShownValue operator()(std::int32_t value) const { return Bare(TextOfInteger(value)); }
-  ShownValue operator()(float value) const {
-    return ShowFloat(value, TextOfSingle(value), TextOfSingle(std::numeric_limits<float>::quiet_NaN()));
-  }
-  ShownValue operator()(double value) const {
-    return ShowFloat(value, TextOfDouble(value), TextOfDouble(std::numeric_limits<double>::quiet_NaN()));
-  }
-  ShownValue operator()(Currency value) const { return {FixedTextOfCurrency(value.tenThousandths)}; }
-  ShownValue operator()(Date value) const {
-    try {
-      return {IsoFromDate(value)};
-    } catch (const Error&) {
-      // Damaged files hold dates outside the calendar; they are worth seeing too.
-      return (*this)(value.days);
-    }
-  }
-  ShownValue operator()(const std::string& value) const { return {value}; }
-  ShownValue operator()(const Bytes& value) const { return {HexOf(value)}; }
-};
 
 int HexDigit(char character) {
   const char lower = character >= 'A' && character <= 'F' ? static_cast<char>(character + 32) : character;
@@ -97,8 +42,8 @@ std::string NumberText(const Json& json) {
   if (const auto* number = json.As<JsonNumber>()) return number->text;
   const auto* const text = json.As<std::string>();
   if (text == nullptr) json.Fail("a number is wanted here");
-  if (*text == kInfinity) return "inf";
-  if (*text == kMinusInfinity) return "-inf";
+  if (*text == json_values::kInfinity) return "inf";
+  if (*text == json_values::kMinusInfinity) return "-inf";
   return *text;
 }
 
@@ -114,7 +59,7 @@ std::string ExactText(const Json& json, unsigned most) {
 template <typename Float>
 Float FloatFromJson(const Json& json, Float (*parse)(std::string_view)) {
   const std::string text = NumberText(json);
-  if (text == kNotANumber) return std::numeric_limits<Float>::quiet_NaN();
+  if (text == json_values::kNotANumber) return std::numeric_limits<Float>::quiet_NaN();
   const Float value = parse(text);
   if (value == 0 && DecimalPlaces(text) > 0) throw StandardError(errors::kOverflow);
   return value;
@@ -200,15 +145,6 @@ Value ReadValue(const ValueTarget& target, const Json& json) {
 
 }  // namespace
 
-void WriteJsonValue(JsonWriter& writer, const Value& value) {
-  const ShownValue shown = std::visit(Show{}, value);
-  if (shown.quoted) {
-    writer.Text(shown.text);
-  } else {
-    writer.Number(shown.text);
-  }
-}
-
 std::string CsvField(const std::string& text) {
   if (!text.empty() && text.find_first_of("\",\r\n") == std::string::npos) return text;
   std::string field = "\"";
@@ -221,7 +157,7 @@ std::string CsvField(const std::string& text) {
 
 std::string CsvField(const Value& value) {
   if (IsNull(value)) return {};
-  return CsvField(std::visit(Show{}, value).text);
+  return CsvField(ShownForm(value).text);
 }
 
 Value ValueFromJson(const ValueTarget& target, const Json& json) {
@@ -229,8 +165,8 @@ Value ValueFromJson(const ValueTarget& target, const Json& json) {
   try {
     return ReadValue(target, json);
   } catch (const Error& error) {
-    throw ToolError(error.Description() + ", not " + json.Shown() + ". Table '" + std::string(target.table) +
-                    "', column '" + std::string(target.column) + "'.");
+    throw Failure(error.Description() + ", not " + json.Shown() + ". Table '" + std::string(target.table) +
+                  "', column '" + std::string(target.column) + "'.");
   }
 }
 

@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "mvtool/text/Json.h"
+#include "json/Json.h"
 
-namespace mv::tool {
+namespace mv {
 
 /// JSON values from a stream, one on each line; blank lines are skipped. Keeps one line at a time, so that an input may
 /// be of any length.
@@ -16,7 +16,7 @@ class JsonLines {
   /// The stream must outlive the reader.
   explicit JsonLines(std::istream& in) : in_(in) {}
 
-  /// The next value; nothing at the end. ToolError with line and column for a line that is not one JSON value, and when
+  /// The next value; nothing at the end. Failure with line and column for a line that is not one JSON value, and when
   /// the stream cannot be read.
   std::optional<Json> Next();
 
@@ -29,4 +29,4 @@ class JsonLines {
   std::size_t number_ = 0;
 };
 
-}  // namespace mv::tool
+}  // namespace mv

@@ -11,7 +11,7 @@
 #include "platform/System.h"
 #include "recordset/Value.h"
 
-namespace mv::tool {
+namespace mv {
 
 /// One field of a table file as its definitions have it. `type` is the code of a HandheldType, or any other number:
 /// such a field holds nothing.
@@ -39,13 +39,13 @@ struct HandheldRecord {
 /// Reads a whole table file, whatever its name, into memory and its records one by one.
 class TableFileReader {
  public:
-  /// ToolError when the file has no field definitions; error 6 or 9 when it is damaged; the file system's errors.
+  /// Failure when the file has no field definitions; error 6 or 9 when it is damaged; the file system's errors.
   TableFileReader(platform::FileSystem& files, const std::string& path);
   ~TableFileReader();
 
   const TableFileHeader& Header() const;
   /// The next record in the order of the file; nothing after the last. The values of a record without any bytes, as
-  /// handhelds leave of a deleted one, are null. ToolError naming the record when it is damaged.
+  /// handhelds leave of a deleted one, are null. Failure naming the record when it is damaged.
   std::optional<HandheldRecord> Next();
 
  private:
@@ -60,7 +60,7 @@ class TableFileWriter {
   TableFileWriter(const TableFileHeader& header, const platform::Clock& clock);
   ~TableFileWriter();
 
-  /// Appends a record. `values`: one for each field, of the field's own type; a null becomes the type's zero. ToolError
+  /// Appends a record. `values`: one for each field, of the field's own type; a null becomes the type's zero. Failure
   /// for a date that a handheld cannot hold.
   void Add(const HandheldRecord& record);
   /// Puts the file at `path` in one step, replacing what is there; the last call.
@@ -71,4 +71,4 @@ class TableFileWriter {
   std::unique_ptr<Implementation> implementation_;
 };
 
-}  // namespace mv::tool
+}  // namespace mv

@@ -1,19 +1,18 @@
-#include "mvtool/files/TableFile.h"
+#include "pdb/TableFile.h"
 
 #include <utility>
 
 #include "base/Error.h"
 #include "fileio/cFileIO.h"
-#include "mvtool/files/OneFileSystem.h"
-#include "mvtool/files/ToolErrors.h"
 #include "pdb/FieldValue.h"
 #include "pdb/HandheldType.h"
+#include "pdb/OneFileSystem.h"
 #include "pdb/PDBAppforgeDefinition.h"
 #include "pdb/PDBAppforgeRecord.h"
 #include "pdb/PDBDatabase.h"
 #include "platform/Shell.h"
 
-namespace mv::tool {
+namespace mv {
 namespace {
 
 constexpr const char* kFolder = "memory\\";
@@ -47,7 +46,7 @@ Bytes ReadInput(platform::FileSystem& files, const std::string& path) {
 void RequireHandheldDate(Date date) {
   const std::int64_t seconds = SecondsFromDate(date) - SecondsFromDate(kHandheldEpoch);
   if (std::in_range<std::uint32_t>(seconds)) return;
-  throw ToolError("a handheld's dates run from 1904-01-01T00:00:00 to 2040-02-06T06:28:15");
+  throw Failure("a handheld's dates run from 1904-01-01T00:00:00 to 2040-02-06T06:28:15");
 }
 
 TableFileHeader HeaderOf(const PDBDatabase& database, const PDBAppforgeDefinition& definition) {
@@ -99,7 +98,7 @@ class TableFileReader::Implementation {
     if (!database.OpenDatabase()) throw StandardError(errors::kFileNotFound);
     const auto definition = std::make_shared<PDBAppforgeDefinition>();
     if (!definition->IsAppforgeData(database.ReadAppInfoBlock())) {
-      throw ToolError("no field definitions (no \"APPFORG2\" block)");
+      throw Failure("no field definitions (no \"APPFORG2\" block)");
     }
     header_ = HeaderOf(database, *definition);
     record_.AppforgeDefinition(definition);
@@ -116,7 +115,7 @@ class TableFileReader::Implementation {
         if (type) values[i] = FieldValueOf(record_, static_cast<std::int16_t>(i + 1), *type);
       }
     } catch (const Error& error) {
-      throw ToolError("record " + std::to_string(index) + " is damaged: " + error.Description());
+      throw Failure("record " + std::to_string(index) + " is damaged: " + error.Description());
     }
   }
 
@@ -197,4 +196,4 @@ void TableFileWriter::WriteTo(platform::FileSystem& files, const std::string& pa
   implementation_->WriteTo(files, path);
 }
 
-}  // namespace mv::tool
+}  // namespace mv

@@ -1,10 +1,10 @@
-#include "mvtool/files/OneFileSystem.h"
+#include "pdb/OneFileSystem.h"
 
 #include <algorithm>
 
 #include "base/Error.h"
 
-namespace mv::tool {
+namespace mv {
 namespace {
 
 [[noreturn]] void RefuseSecondFile() {
@@ -94,4 +94,4 @@ std::string OneFileSystem::RealPath(const std::string& path) const {
   return path;
 }
 
-}  // namespace mv::tool
+}  // namespace mv

@@ -7,7 +7,7 @@
 #include "base/Bytes.h"
 #include "platform/FileSystem.h"
 
-namespace mv::tool {
+namespace mv {
 
 /// A file system that holds one file in memory, under every path that is asked for. The table file classes open
 /// "<table name>.pdb" in a folder and keep it from others meanwhile; over this they read and build a table whatever its
@@ -41,4 +41,4 @@ class OneFileSystem : public platform::FileSystem {
   Bytes content_;
 };
 
-}  // namespace mv::tool
+}  // namespace mv

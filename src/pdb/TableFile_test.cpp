@@ -1,16 +1,15 @@
-#include "mvtool/files/TableFile.h"
+#include "pdb/TableFile.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 
-#include "mvtool/files/ToolErrors.h"
 #include "support/ExpectError.h"
 #include "support/FakeClock.h"
 #include "support/Hex.h"
 #include "support/MemoryFileSystem.h"
 
-namespace mv::tool {
+namespace mv {
 namespace {
 
 using testing::MemoryFileSystem;
@@ -136,7 +135,7 @@ TEST(TableFileTest, DateOutsideTheHandheldsRangeIsRefused) {
     EXPECT_EQ(testing::ErrorNumberOf([&] {
                 FileWith({"T", "BRND", {{"D", 7}}}, {{0, 1, {DateFromCivil(time)}}});
               }),
-              kFailed);
+              errors::kOperationFailed);
   }
 }
 
@@ -151,4 +150,4 @@ TEST(TableFileTest, FailedWriteLeavesTheOldFile) {
 }
 
 }  // namespace
-}  // namespace mv::tool
+}  // namespace mv

@@ -1,10 +1,10 @@
-#include "mvtool/text/Json.h"
+#include "json/Json.h"
 
 #include <gtest/gtest.h>
 
 #include "base/Error.h"
 
-namespace mv::tool {
+namespace mv {
 namespace {
 
 std::string MessageFor(std::string_view text) {
@@ -292,4 +292,4 @@ TEST(JsonWrite, ClearStartsANewText) {
 }
 
 }  // namespace
-}  // namespace mv::tool
+}  // namespace mv

@@ -1,4 +1,4 @@
-#include "mvtool/text/Json.h"
+#include "json/Json.h"
 
 #include <algorithm>
 #include <iterator>
@@ -8,9 +8,8 @@
 #include "base/Error.h"
 #include "base/NumberText.h"
 #include "base/Utf.h"
-#include "mvtool/files/ToolErrors.h"
 
-namespace mv::tool {
+namespace mv {
 namespace {
 
 using Library = nlohmann::json;
@@ -19,8 +18,8 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::size_t kMostShown = 60;
 
 [[noreturn]] void FailAt(JsonPosition position, const std::string& message) {
-  throw ToolError("line " + std::to_string(position.line) + ", column " + std::to_string(position.column) + ": " +
-                  message);
+  throw Failure("line " + std::to_string(position.line) + ", column " + std::to_string(position.column) + ": " +
+                message);
 }
 
 void RefuseRepeatedNames(const Json::Object& members) {
@@ -367,4 +366,4 @@ void JsonWriter::Separate() {
   needsComma_ = true;
 }
 
-}  // namespace mv::tool
+}  // namespace mv

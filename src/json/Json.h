@@ -8,7 +8,7 @@
 #include <variant>
 #include <vector>
 
-namespace mv::tool {
+namespace mv {
 
 /// Deepest nesting of arrays and objects that is read; deeper text is refused.
 inline constexpr std::size_t kMaxJsonDepth = 64;
@@ -24,7 +24,7 @@ struct JsonNumber {
   std::string text;
 };
 
-/// One value of a JSON text, remembering where it stood. The accessors below throw ToolError "line L, column C: ..."
+/// One value of a JSON text, remembering where it stood. The accessors below throw Failure "line L, column C: ..."
 /// when the value is not what the caller needs, so a reader of schemas states its wishes and gets the messages free.
 class Json {
  public:
@@ -63,7 +63,7 @@ class Json {
 
   /// The value as JSON for a message, cut when it is long; of an array or an object only what it is.
   std::string Shown() const;
-  /// Throws ToolError "line L, column C: `message`".
+  /// Throws Failure "line L, column C: `message`".
   [[noreturn]] void Fail(const std::string& message) const;
 
  private:
@@ -77,7 +77,7 @@ struct Json::Member {
 };
 
 /// Reads one whole JSON text (UTF-8, a byte order mark in front is skipped). `firstLine` is the number of its first
-/// line in messages. Throws ToolError with line and column for anything that RFC 8259 does not allow, for malformed
+/// line in messages. Throws Failure with line and column for anything that RFC 8259 does not allow, for malformed
 /// UTF-8, unpaired surrogates, repeated member names, numbers too large for a double and nesting below kMaxJsonDepth.
 Json ParseJson(std::string_view text, std::size_t firstLine = 1);
 
@@ -108,4 +108,4 @@ class JsonWriter {
   bool needsComma_ = false;
 };
 
-}  // namespace mv::tool
+}  // namespace mv
