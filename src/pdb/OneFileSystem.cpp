@@ -60,6 +60,10 @@ std::vector<std::string> OneFileSystem::List(const std::string&) const {
   RefuseSecondFile();
 }
 
+platform::FileFacts OneFileSystem::FactsOf(const std::string&) const {
+  RefuseSecondFile();
+}
+
 void OneFileSystem::RemoveFile(const std::string&) {
   RefuseSecondFile();
 }
@@ -69,6 +73,18 @@ void OneFileSystem::RenameFile(const std::string&, const std::string&) {
 }
 
 void OneFileSystem::CreateFolders(const std::string&) {
+  RefuseSecondFile();
+}
+
+bool OneFileSystem::CreateFolder(const std::string&) {
+  RefuseSecondFile();
+}
+
+void OneFileSystem::RemoveFolder(const std::string&) {
+  RefuseSecondFile();
+}
+
+void OneFileSystem::LinkFile(const std::string&, const std::string&) {
   RefuseSecondFile();
 }
 

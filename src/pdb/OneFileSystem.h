@@ -26,9 +26,13 @@ class OneFileSystem : public platform::FileSystem {
   bool FileExists(const std::string& path) const override;
   bool FolderExists(const std::string& path) const override;
   std::vector<std::string> List(const std::string& folder) const override;
+  platform::FileFacts FactsOf(const std::string& path) const override;
   void RemoveFile(const std::string& path) override;
   void RenameFile(const std::string& from, const std::string& to) override;
   void CreateFolders(const std::string& folder) override;
+  bool CreateFolder(const std::string& folder) override;
+  void RemoveFolder(const std::string& folder) override;
+  void LinkFile(const std::string& from, const std::string& name) override;
   std::unique_ptr<platform::File> CreateStaged(const std::string& path, const std::string& like) override;
   std::unique_ptr<platform::File> ReplaceOpen(std::unique_ptr<platform::File>& staged,
                                               std::unique_ptr<platform::File>& current, const std::string& path,

@@ -27,6 +27,14 @@ enum class Existing {
   Keep,  ///< error 58 when there is a file already
 };
 
+/// What tells whether a file was changed since one last looked.
+struct FileFacts {
+  std::uint64_t bytes = 0;
+  std::int64_t modified = 0;  ///< as fine as the system has it, in its own units and from its own beginning
+
+  friend bool operator==(const FileFacts&, const FileFacts&) = default;
+};
+
 /// One open file. Not opened for appending: every read and write names its offset. The destructor closes silently.
 class File {
  public:
@@ -70,12 +78,24 @@ class FileSystem {
   /// Names (not paths) of the files and folders in `folder`, in no order.
   virtual std::vector<std::string> List(const std::string& folder) const = 0;
 
+  /// Of the file that the path leads to. Error 53 when missing.
+  virtual FileFacts FactsOf(const std::string& path) const = 0;
+
   /// Error 53 when missing.
   virtual void RemoveFile(const std::string& path) = 0;
   /// Moves a file within a volume, replacing `to` in one step.
   virtual void RenameFile(const std::string& from, const std::string& to) = 0;
   /// The folder and every missing one above it. An existing one is no error.
   virtual void CreateFolders(const std::string& folder) = 0;
+  /// Makes one folder; false, and nothing done, when something of that name is there. Of several that ask at once one
+  /// gets true.
+  virtual bool CreateFolder(const std::string& folder) = 0;
+  /// Removes an empty folder. Error 75 when it is not.
+  virtual void RemoveFolder(const std::string& folder) = 0;
+  /// Gives the file at `from` a second name, on disk on return. It is the same file under both: whoever writes into it
+  /// by one name changes what the other shows, whoever replaces a name leaves the other. Error 58 when `name` is taken,
+  /// 75 where the system has no such names or they would be on two volumes.
+  virtual void LinkFile(const std::string& from, const std::string& name) = 0;
 
   /// Copies `from` over `to`: at every instant `to` holds its old content or all of the new, and on return the new is
   /// on disk. A new file has the mode of `from`. Error 70 when somebody else has either of them locked or open without

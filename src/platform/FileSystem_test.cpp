@@ -301,6 +301,53 @@ TEST_P(FileSystemTest, CreateFoldersMakesEveryMissingLevelAndAcceptsAnExistingOn
   EXPECT_TRUE(files_->FolderExists(folder_.File("a\\b\\c")));
 }
 
+TEST_P(FileSystemTest, OfTwoWhoMakeTheSameFolderOneIsTold) {
+  EXPECT_TRUE(files_->CreateFolder(folder_.File("new")));
+  EXPECT_FALSE(files_->CreateFolder(folder_.File("new")));
+  folder_.Write("file", "x");
+  EXPECT_FALSE(files_->CreateFolder(folder_.File("file")));
+  EXPECT_EQ(ErrorNumberOf([&] { files_->CreateFolder(folder_.File("no\\new")); }), errors::kPathNotFound);
+}
+
+TEST_P(FileSystemTest, OnlyAnEmptyFolderIsRemoved) {
+  files_->CreateFolders(folder_.File("new"));
+  folder_.Write("new/file", "x");
+  EXPECT_EQ(ErrorNumberOf([&] { files_->RemoveFolder(folder_.File("new")); }), errors::kPathFileAccess);
+  files_->RemoveFile(folder_.File("new\\file"));
+  files_->RemoveFolder(folder_.File("new"));
+  EXPECT_FALSE(files_->FolderExists(folder_.File("new")));
+}
+
+TEST_P(FileSystemTest, ASecondNameKeepsTheFileThatLosesItsFirst) {
+  folder_.Write("one", "old");
+  files_->LinkFile(folder_.File("one"), folder_.File("two"));
+  EXPECT_EQ(files_->IdentityOf(folder_.File("one")), files_->IdentityOf(folder_.File("two")));
+  files_->WriteWhole(folder_.File("one"), BytesOf("new"));
+  EXPECT_EQ(folder_.Read("one"), "new");
+  EXPECT_EQ(folder_.Read("two"), "old");
+  EXPECT_NE(files_->IdentityOf(folder_.File("one")), files_->IdentityOf(folder_.File("two")));
+}
+
+TEST_P(FileSystemTest, ASecondNameReplacesNothing) {
+  folder_.Write("one", "1");
+  folder_.Write("two", "2");
+  EXPECT_EQ(ErrorNumberOf([&] { files_->LinkFile(folder_.File("one"), folder_.File("two")); }),
+            errors::kFileAlreadyExists);
+  EXPECT_EQ(ErrorNumberOf([&] { files_->LinkFile(folder_.File("no"), folder_.File("three")); }), errors::kFileNotFound);
+  EXPECT_EQ(folder_.Read("two"), "2");
+}
+
+TEST_P(FileSystemTest, FactsOfAFileChangeWithIt) {
+  folder_.Write("file", "x");
+  const FileFacts before = files_->FactsOf(folder_.File("file"));
+  EXPECT_EQ(before.bytes, 1u);
+  EXPECT_EQ(files_->FactsOf(folder_.File("file")), before);
+  files_->Open(folder_.File("file"), Access::Write, Disposition::OpenExisting, Sharing::None)->WriteAt(1, BytesOf("y"));
+  EXPECT_EQ(files_->FactsOf(folder_.File("file")).bytes, 2u);
+  EXPECT_NE(files_->FactsOf(folder_.File("file")), before);
+  EXPECT_EQ(ErrorNumberOf([&] { files_->FactsOf(folder_.File("no")); }), errors::kFileNotFound);
+}
+
 TEST_P(FileSystemTest, RenameFileReplacesTheTarget) {
   folder_.Write("from", "new");
   folder_.Write("to", "old");

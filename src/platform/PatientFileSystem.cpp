@@ -30,6 +30,10 @@ void PatientFileSystem::RenameFile(const std::string& from, const std::string& t
   Patiently([&] { files_.RenameFile(from, to); });
 }
 
+void PatientFileSystem::LinkFile(const std::string& from, const std::string& name) {
+  Patiently([&] { files_.LinkFile(from, name); });
+}
+
 void PatientFileSystem::CopyWhole(const std::string& from, const std::string& to) {
   Patiently([&] { files_.CopyWhole(from, to); });
 }

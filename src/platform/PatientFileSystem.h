@@ -24,9 +24,13 @@ class PatientFileSystem : public FileSystem {
   bool FolderExists(const std::string& path) const override { return files_.FolderExists(path); }
   bool FileExistsForScripts(const std::string& path) const override { return files_.FileExistsForScripts(path); }
   std::vector<std::string> List(const std::string& folder) const override { return files_.List(folder); }
+  FileFacts FactsOf(const std::string& path) const override { return files_.FactsOf(path); }
   void RemoveFile(const std::string& path) override;
   void RenameFile(const std::string& from, const std::string& to) override;
   void CreateFolders(const std::string& folder) override { files_.CreateFolders(folder); }
+  bool CreateFolder(const std::string& folder) override { return files_.CreateFolder(folder); }
+  void RemoveFolder(const std::string& folder) override { files_.RemoveFolder(folder); }
+  void LinkFile(const std::string& from, const std::string& name) override;
   void CopyWhole(const std::string& from, const std::string& to) override;
   void WriteWhole(const std::string& path, ByteView content) override;
   std::unique_ptr<File> CreateStaged(const std::string& path, const std::string& like) override;

@@ -31,6 +31,8 @@ class MemoryFileSystem : public platform::FileSystem {
     CreateFolders(FolderOf(Normal(name)));
     files_[Normal(name)] = NodeAt(Normal(path));
   }
+  /// From now on LinkFile fails, as on file systems that know one name for a file.
+  void RefuseLinks() { refusesLinks_ = true; }
   /// What a file holds. Error 53.
   Bytes Content(const std::string& path) const { return NodeAt(Normal(path))->content; }
 
@@ -82,6 +84,11 @@ class MemoryFileSystem : public platform::FileSystem {
     return names;
   }
 
+  platform::FileFacts FactsOf(const std::string& path) const override {
+    const Node& node = *NodeAt(Normal(path));
+    return {node.content.size(), node.modified};
+  }
+
   void RemoveFile(const std::string& path) override {
     const std::string name = Normal(path);
     if (folders_.contains(name)) throw StandardError(errors::kPathFileAccess);
@@ -104,6 +111,27 @@ class MemoryFileSystem : public platform::FileSystem {
     while (folders_.insert(name).second) name = FolderOf(name);
   }
 
+  bool CreateFolder(const std::string& folder) override {
+    const std::string name = Normal(folder);
+    RequireFolder(name);
+    return !files_.contains(name) && folders_.insert(name).second;
+  }
+
+  void RemoveFolder(const std::string& folder) override {
+    const std::string name = Normal(folder);
+    if (!folders_.contains(name)) throw StandardError(errors::kPathNotFound);
+    if (!List(name).empty()) throw StandardError(errors::kPathFileAccess);
+    folders_.erase(name);
+  }
+
+  void LinkFile(const std::string& from, const std::string& name) override {
+    const std::shared_ptr<Node> node = NodeAt(Normal(from));
+    RequireFolder(Normal(name));
+    if (refusesLinks_) throw StandardError(errors::kPathFileAccess);
+    if (files_.contains(Normal(name))) throw StandardError(errors::kFileAlreadyExists);
+    files_[Normal(name)] = node;
+  }
+
   void CopyWhole(const std::string& from, const std::string& to) override {
     const std::shared_ptr<Node> source = NodeAt(Normal(from));
     const MemoryFile held(disk_, source, platform::Access::Read, platform::Sharing::Read);
@@ -119,6 +147,7 @@ class MemoryFileSystem : public platform::FileSystem {
     disk_->writeFault.Count();
     const auto node = std::make_shared<Node>();
     node->content.assign(content.begin(), content.end());
+    node->modified = static_cast<std::int64_t>(disk_->writes);
     files_[name] = node;
   }
 
@@ -194,6 +223,7 @@ class MemoryFileSystem : public platform::FileSystem {
   };
   struct Node {
     Bytes content;
+    std::int64_t modified = 0;  ///< the number of the write that was its last
     std::vector<Opening> openings;
   };
 
@@ -244,6 +274,7 @@ class MemoryFileSystem : public platform::FileSystem {
       ++disk_->writes;
       disk_->writeFault.Count();
       node_->content.resize(static_cast<std::size_t>(size));
+      node_->modified = static_cast<std::int64_t>(disk_->writes);
     }
 
     void Sync() override { disk_->syncFault.Count(); }
@@ -258,6 +289,7 @@ class MemoryFileSystem : public platform::FileSystem {
       const auto start = static_cast<std::size_t>(offset);
       if (node_->content.size() < start + data.size()) node_->content.resize(start + data.size());
       std::copy(data.begin(), data.end(), node_->content.begin() + static_cast<std::ptrdiff_t>(start));
+      node_->modified = static_cast<std::int64_t>(disk_->writes);
     }
 
     std::shared_ptr<Disk> disk_;
@@ -316,6 +348,7 @@ class MemoryFileSystem : public platform::FileSystem {
   std::map<std::string, OpenFault> openFaults_;
   std::set<std::string> folders_ = {"", "/"};
   std::size_t opens_ = 0;
+  bool refusesLinks_ = false;
 };
 
 }  // namespace mv::testing

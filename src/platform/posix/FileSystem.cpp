@@ -272,6 +272,14 @@ class PosixFileSystem : public FileSystem {
     return names;
   }
 
+  FileFacts FactsOf(const std::string& path) const override {
+    const std::string native = NativePath(path);
+    struct stat status = {};
+    if (::stat(native.c_str(), &status) != 0) throw ErrorFromErrno(errno, native);
+    return {static_cast<std::uint64_t>(status.st_size),
+            std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec};
+  }
+
   void RemoveFile(const std::string& path) override {
     const std::string native = NativePath(path);
     if (::unlink(native.c_str()) != 0) throw ErrorFromErrno(errno, native);
@@ -288,6 +296,28 @@ class PosixFileSystem : public FileSystem {
     std::error_code code;
     fs::create_directories(NativePath(folder), code);
     if (code) throw ErrorFromErrno(code.value(), NativePath(folder));
+  }
+
+  bool CreateFolder(const std::string& folder) override {
+    const std::string native = NativePath(folder);
+    constexpr mode_t kUsualFolderMode = 0777;
+    if (::mkdir(native.c_str(), kUsualFolderMode) == 0) return true;
+    if (errno == EEXIST) return false;
+    throw ErrorFromErrno(errno, native);
+  }
+
+  void RemoveFolder(const std::string& folder) override {
+    const std::string native = NativePath(folder);
+    if (::rmdir(native.c_str()) != 0) throw ErrorFromErrno(errno, native);
+  }
+
+  void LinkFile(const std::string& from, const std::string& name) override {
+    const std::string native = NativePath(name);
+    const int result = ::linkat(AT_FDCWD, NativePath(from).c_str(), AT_FDCWD, native.c_str(), AT_SYMLINK_FOLLOW);
+    if (result == 0) return SyncFolder(FolderOf(native));
+    if (errno == EEXIST) throw StandardError(errors::kFileAlreadyExists);
+    if (errno == EXDEV || errno == EMLINK || LocksUnsupported(errno)) throw StandardError(errors::kPathFileAccess);
+    throw ErrorFromErrno(errno, native);
   }
 
   std::unique_ptr<File> CreateStaged(const std::string& path, const std::string& like) override {

@@ -197,6 +197,14 @@ class WindowsFileSystem : public FileSystem {
     return names;
   }
 
+  FileFacts FactsOf(const std::string& path) const override {
+    WIN32_FILE_ATTRIBUTE_DATA found = {};
+    if (!::GetFileAttributesExW(NativePath(path).c_str(), GetFileExInfoStandard, &found)) throw LastError();
+    return {std::uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow,
+            static_cast<std::int64_t>(std::uint64_t{found.ftLastWriteTime.dwHighDateTime} << 32 |
+                                      found.ftLastWriteTime.dwLowDateTime)};
+  }
+
   void RemoveFile(const std::string& path) override {
     if (!::DeleteFileW(NativePath(path).c_str())) throw LastError();
   }
@@ -212,6 +220,34 @@ class WindowsFileSystem : public FileSystem {
       ::CreateDirectoryW(native.substr(0, end).c_str(), nullptr);
     }
     if (!::CreateDirectoryW(native.c_str(), nullptr) && !IsFolder(native)) throw LastError();
+  }
+
+  bool CreateFolder(const std::string& folder) override {
+    if (::CreateDirectoryW(NativePath(folder).c_str(), nullptr)) return true;
+    if (::GetLastError() == ERROR_ALREADY_EXISTS) return false;
+    throw LastError();
+  }
+
+  void RemoveFolder(const std::string& folder) override {
+    if (::RemoveDirectoryW(NativePath(folder).c_str())) return;
+    if (::GetLastError() == ERROR_DIR_NOT_EMPTY) throw StandardError(errors::kPathFileAccess);
+    throw LastError();
+  }
+
+  void LinkFile(const std::string& from, const std::string& name) override {
+    if (::CreateHardLinkW(NativePath(name).c_str(), NativePath(from).c_str(), nullptr)) return;
+    switch (::GetLastError()) {
+      case ERROR_ALREADY_EXISTS:
+      case ERROR_FILE_EXISTS:
+        throw StandardError(errors::kFileAlreadyExists);
+      case ERROR_INVALID_FUNCTION:  // FAT
+      case ERROR_NOT_SUPPORTED:
+      case ERROR_NOT_SAME_DEVICE:
+      case ERROR_TOO_MANY_LINKS:
+        throw StandardError(errors::kPathFileAccess);
+      default:
+        throw LastError();
+    }
   }
 
   std::unique_ptr<File> ReplaceOpen(std::unique_ptr<File>& staged, std::unique_ptr<File>& current,
