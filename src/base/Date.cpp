@@ -146,4 +146,21 @@ std::optional<Date> DateFromIso(std::string_view text) {
   return DateFromCivil(civil);
 }
 
+std::string TimeStamp(const CivilTime& time) {
+  std::string text = IsoFromDate(DateFromCivil(time));
+  std::erase_if(text, [](char c) { return c == '-' || c == ':'; });
+  text[text.find('T')] = '-';
+  return text;
+}
+
+bool IsTimeStamp(std::string_view text) {
+  constexpr std::string_view kForm = "dddddddd-dddddd";
+  const auto fits = [](char c, char wanted) { return wanted == 'd' ? c >= '0' && c <= '9' : c == wanted; };
+  return text.size() == kForm.size() && std::equal(text.begin(), text.end(), kForm.begin(), fits);
+}
+
+CivilTime SecondAfter(const CivilTime& time) {
+  return CivilFromDate(DateFromSeconds(SecondsFromDate(DateFromCivil(time)) + 1));
+}
+
 }  // namespace mv

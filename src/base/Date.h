@@ -47,4 +47,10 @@ void AppendIso(std::string& text, Date date);
 /// Reads "2026-11-21", "2026-11-21T14:05" and "2026-11-21T14:05:09" (a blank may stand for the T); nothing else.
 std::optional<Date> DateFromIso(std::string_view text);
 
+/// "yyyymmdd-hhmmss", as names of files carry a time.
+std::string TimeStamp(const CivilTime& time);
+/// True for a text of that form; the digits need be no date.
+bool IsTimeStamp(std::string_view text);
+CivilTime SecondAfter(const CivilTime& time);
+
 }  // namespace mv

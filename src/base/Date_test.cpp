@@ -71,5 +71,17 @@ TEST(DateTest, OtherTextsAreNoDates) {
   }
 }
 
+TEST(DateStamp, ATimeStampHasDayAndTimeInDigits) {
+  EXPECT_EQ(TimeStamp({2026, 1, 2, 3, 4, 5}), "20260102-030405");
+  EXPECT_TRUE(IsTimeStamp("20260102-030405"));
+  EXPECT_FALSE(IsTimeStamp("20260102-03040"));
+  EXPECT_FALSE(IsTimeStamp("20260102_030405"));
+  EXPECT_FALSE(IsTimeStamp("2026010x-030405"));
+}
+
+TEST(DateStamp, TheSecondAfterTheLastOfAYearIsTheFirstOfTheNext) {
+  EXPECT_EQ(SecondAfter({2026, 12, 31, 23, 59, 59}), (CivilTime{2027, 1, 1, 0, 0, 0}));
+}
+
 }  // namespace
 }  // namespace mv

@@ -1,8 +1,10 @@
 #include "config/Settings.h"
 
+#include <charconv>
 #include <limits>
 #include <string_view>
 
+#include "base/Error.h"
 #include "base/NumberText.h"
 #include "base/Text.h"
 
@@ -12,6 +14,8 @@ namespace {
 constexpr const char* kGeneralSection = "General";
 constexpr const char* kMobileSection = "PPC_Mobile";
 constexpr const char* kHandheldSection = "Handheld";
+constexpr const char* kHistorySection = "History";
+constexpr const char* kSafetySection = "Safety";
 
 /// One section of this program's settings.
 class Section {
@@ -26,12 +30,32 @@ class Section {
     const std::string text = Text(key, TextOfInteger(missing));
     return static_cast<std::int16_t>(ParseRounded(text, Limits::min(), Limits::max()));
   }
+  /// A whole number from 0 on; Failure for anything else.
+  std::int64_t Count(const char* key, std::int64_t missing) const {
+    const std::string text(Trim(Text(key, std::to_string(missing))));
+    std::int64_t count = 0;
+    const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), count);
+    if (code == std::errc() && end == text.data() + text.size() && count >= 0) return count;
+    throw Failure(Shown(key, text) + " is no whole number from 0 on");
+  }
+  /// One of two words, the first when the key is missing; Failure for any other.
+  std::string Word(const char* key, const std::string& usual, const std::string& other) const {
+    const std::string text(Trim(Text(key, usual)));
+    for (const std::string& word : {usual, other}) {
+      if (EqualsIgnoreAsciiCase(text, word)) return word;
+    }
+    throw Failure(Shown(key, text) + " is neither \"" + usual + "\" nor \"" + other + "\"");
+  }
   void Save(const char* key, const std::string& text) const {
     store_.SaveSetting(kSettingsApplication, name_, key, text);
   }
   void Save(const char* key, std::int16_t number) const { Save(key, TextOfInteger(number)); }
 
  private:
+  std::string Shown(const char* key, const std::string& text) const {
+    return std::string("the setting ") + key + " of [" + name_ + "], \"" + text + "\",";
+  }
+
   SettingsStore& store_;
   const char* name_;
 };
@@ -76,6 +100,17 @@ void SaveLastSync(SettingsStore& store, const platform::Clock& clock) {
 
 std::string LoadLastSync(SettingsStore& store) {
   return Section(store, kMobileSection).Text("LastSync", "");
+}
+
+HistoryLimits LoadHistoryLimits(SettingsStore& store) {
+  const Section history(store, kHistorySection);
+  return {history.Count("Keep", 10), history.Count("MaxMegabytes", 2048)};
+}
+
+SafetySettings LoadSafetySettings(SettingsStore& store) {
+  const Section safety(store, kSafetySection);
+  return {safety.Word("OnMassLoss", "warn", "stop") == "stop",
+          safety.Word("UnfinishedOverwrite", "stop", "go") == "stop"};
 }
 
 std::string LoadHandheldRoot(SettingsStore& store) {

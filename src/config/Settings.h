@@ -42,6 +42,30 @@ void SaveLastSync(SettingsStore& store, const platform::Clock& clock);
 /// The time of the last run as SaveLastSync wrote it; empty when there was none.
 std::string LoadLastSync(SettingsStore& store);
 
+/// How much of earlier runs is kept. As it stands nothing is.
+struct HistoryLimits {
+  std::int64_t keep = 0;  ///< entries
+  std::int64_t maxMegabytes = 2048;
+
+  friend bool operator==(const HistoryLimits&, const HistoryLimits&) = default;
+};
+
+/// "Keep" (10) and "MaxMegabytes" (2048) of the section "History". Failure, with the key, for what is no whole number
+/// from 0 on.
+HistoryLimits LoadHistoryLimits(SettingsStore& store);
+
+/// What a run stops for before it takes data away.
+struct SafetySettings {
+  bool stopsOnMassLoss = false;
+  bool stopsOnUnfinishedOverwrite = true;
+
+  friend bool operator==(const SafetySettings&, const SafetySettings&) = default;
+};
+
+/// "OnMassLoss" ("warn" or "stop") and "UnfinishedOverwrite" ("stop" or "go") of the section "Safety". Failure, with
+/// the key, for any other word: a safety that is misspelt must not be taken for none.
+SafetySettings LoadSafetySettings(SettingsStore& store);
+
 /// The local folder that stands for the handheld's root; empty when the handheld is no folder.
 std::string LoadHandheldRoot(SettingsStore& store);
 

@@ -16,19 +16,6 @@ namespace {
 
 using platform::StagedWrite;
 
-/// `number` with zeros in front up to `width` digits.
-std::string Digits(int number, std::size_t width) {
-  std::string digits = std::to_string(number);
-  if (digits.size() < width) digits.insert(0, width - digits.size(), '0');
-  return digits;
-}
-
-/// "yyyymmdd-hhmmss".
-std::string TimeStamp(const CivilTime& time) {
-  return Digits(time.year, 4) + Digits(time.month, 2) + Digits(time.day, 2) + "-" + Digits(time.hour, 2) +
-         Digits(time.minute, 2) + Digits(time.second, 2);
-}
-
 /// Day and time are two readings of the clock.
 CivilTime Now(const platform::Clock& clock) {
   CivilTime now = clock.Now();
@@ -37,11 +24,6 @@ CivilTime Now(const platform::Clock& clock) {
   now.minute = time.minute;
   now.second = time.second;
   return now;
-}
-
-CivilTime SecondAfter(const CivilTime& time) {
-  constexpr double kSecond = 1.0 / (24 * 60 * 60);
-  return CivilFromDate(Date{DateFromCivil(time).days + kSecond});
 }
 
 /// A backup under a name that nobody else has or is about to have.

@@ -22,8 +22,9 @@ class MergeObserver {
   /// The side's row got other values: the desktop's because the handheld flagged its own as modified, the handheld's
   /// because it did not.
   virtual void Changed(Side side, const Row& before, const Row& after) = 0;
-  /// The desktop lost a row that the handheld flagged as deleted.
-  virtual void Deleted(const Row& row) = 0;
+  /// The side lost a row that the handheld flagged as deleted. On the handheld its record goes now, whether the desktop
+  /// had the row or not; a record without any bytes gives a row of nulls or zeros.
+  virtual void Deleted(Side side, const Row& row) = 0;
   /// The handheld lost a row that no desktop row matched and that was not flagged as modified.
   virtual void Dropped(const Row& row) = 0;
 };

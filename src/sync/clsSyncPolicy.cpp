@@ -1,12 +1,6 @@
 #include "sync/clsSyncPolicy.h"
 
-#include <optional>
-
-#include "base/Date.h"
-#include "base/Error.h"
-#include "pdb/FieldValue.h"
-#include "pdb/HandheldType.h"
-#include "recordset/Conversions.h"
+#include "sync/HandheldForm.h"
 
 namespace mv {
 namespace {
@@ -19,29 +13,6 @@ Row RowOf(const ISyncableRS& side) {
   const auto count = static_cast<std::size_t>(side.nSyncableFields());
   for (std::size_t i = 0; i < count; ++i) row.push_back(side.adors().FieldValue(i));
   return row;
-}
-
-/// True when a handheld that gets `desktop` in a field of `type` holds what it held before: it knows no null and no
-/// part of a second.
-bool IsSameOnHandheld(DataType type, const Value& handheld, const Value& desktop) {
-  const std::optional<HandheldType> known = HandheldTypeOf(type);
-  if (!known) return false;
-  try {
-    const Value stored = IsNull(desktop) ? ZeroValueOf(*known) : ConvertedTo(type, desktop);
-    const auto* date = std::get_if<Date>(&stored);
-    if (!date) return stored == handheld;
-    return CivilFromDate(*date) == CivilFromDate(std::get<Date>(handheld));
-  } catch (const Error&) {
-    return false;  // a value that cannot be held there is another one
-  }
-}
-
-bool IsSameOnHandheld(const std::vector<FieldDefinition>& fields, const Row& handheld, const Row& desktop) {
-  if (handheld.size() != desktop.size()) return false;
-  for (std::size_t i = 0; i < handheld.size(); ++i) {
-    if (!IsSameOnHandheld(fields[i].type, handheld[i], desktop[i])) return false;
-  }
-  return true;
 }
 
 /// One table's merge: its three sides and the two recordsets that are walked.
@@ -98,7 +69,7 @@ void TableMerge::MergeDesktopRow() {
   if (deviceRS_.RecordIsDeleted()) {
     const Row gone = observer_ ? RowOf(desktopRS_) : Row();
     desktopRecords_.Delete();
-    if (observer_) observer_->Deleted(gone);
+    if (observer_) observer_->Deleted(Side::Desktop, gone);
     return;
   }
   if (deviceRS_.RecordIsModified()) {
@@ -138,7 +109,10 @@ void TableMerge::AddDeviceRows() {
   for (deviceRecords_.MoveFirst(); !deviceRecords_.Eof(); deviceRecords_.MoveNext()) {
     const bool modified = deviceRS_.RecordIsModified();
     const bool deleted = deviceRS_.RecordIsDeleted();
-    if (deleted) continue;
+    if (deleted) {
+      if (observer_) observer_->Deleted(Side::Handheld, RowOf(deviceRS_));
+      continue;
+    }
     if (modified || context_.syncMode == RunMode::OverwritePc) {
       AddDeviceRow();
     } else if (observer_) {

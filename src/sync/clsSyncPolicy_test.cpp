@@ -398,7 +398,7 @@ class RecordingObserver : public MergeObserver {
   void Changed(Side side, const Row& before, const Row& after) override {
     told += "changed " + NameOf(side) + TextOfRow(before) + " to" + TextOfRow(after) + "; ";
   }
-  void Deleted(const Row& row) override { told += "deleted" + TextOfRow(row) + "; "; }
+  void Deleted(Side side, const Row& row) override { told += "deleted " + NameOf(side) + TextOfRow(row) + "; "; }
   void Dropped(const Row& row) override { told += "dropped" + TextOfRow(row) + "; "; }
 
   std::string told;
@@ -456,6 +456,12 @@ TEST_F(ObservedMerge, ANullOnTheDesktopIsTheHandheldsEmptyText) {
   EXPECT_EQ(ToldBy(RunMode::Synchronize), "");
 }
 
+TEST_F(ObservedMerge, TextThatTheHandheldCannotShowIsTheSameThereInEveryRun) {
+  OnDesktop("a", "\xCE\xA9");
+  OnDevice("a", "?");
+  EXPECT_EQ(ToldBy(RunMode::Synchronize), "");
+}
+
 TEST_F(ObservedMerge, ANullOnTheDesktopIsTheZeroOfEveryTypeOnTheHandheld) {
   const std::vector<std::pair<DataType, Value>> zeros = {{DataType::UnsignedTinyInt, std::uint8_t{0}},
                                                          {DataType::SmallInt, std::int16_t{0}},
@@ -482,10 +488,10 @@ TEST_F(ObservedMerge, ANullOnTheDesktopIsTheZeroOfEveryTypeOnTheHandheld) {
   }
 }
 
-TEST_F(ObservedMerge, ADeletedRowIsDeletedOnTheDesktopWithTheDesktopsValues) {
+TEST_F(ObservedMerge, ADeletedRowIsDeletedOnBothSidesWithTheValuesOfEach) {
   OnDesktop("a", "desktop");
   OnDevice("a", "handheld", Flags::DeletedAndModified);
-  EXPECT_EQ(ToldBy(RunMode::Synchronize), "deleted a:desktop; ");
+  EXPECT_EQ(ToldBy(RunMode::Synchronize), "deleted desktop a:desktop; deleted handheld a:handheld; ");
 }
 
 TEST_F(ObservedMerge, AModifiedRowThatTheDesktopLacksIsAddedThere) {
@@ -500,9 +506,9 @@ TEST_F(ObservedMerge, AnUnflaggedRowThatTheDesktopLacksIsDroppedExceptInOverwrit
   EXPECT_EQ(ToldBy(RunMode::OverwritePc), "added desktop a:1; ");
 }
 
-TEST_F(ObservedMerge, ADeletedRowThatTheDesktopLacksIsNotTold) {
+TEST_F(ObservedMerge, ADeletedRowThatTheDesktopLacksIsDeletedOnTheHandheldOnly) {
   OnDevice("a", "1", Flags::Deleted);
-  EXPECT_EQ(ToldBy(RunMode::OverwritePc), "");
+  EXPECT_EQ(ToldBy(RunMode::OverwritePc), "deleted handheld a:1; ");
 }
 
 }  // namespace

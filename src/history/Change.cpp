@@ -1,0 +1,133 @@
+#include "history/Change.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "base/Error.h"
+#include "json/ValueJson.h"
+
+namespace mv::history {
+namespace {
+
+constexpr std::array<std::string_view, 5> kWhats = {"added", "changed", "deleted", "dropped", "overruled"};
+constexpr std::array<std::string_view, 2> kSides = {"desktop", "handheld"};
+constexpr std::array<std::string_view, 2> kShownSides = {"PC", "handheld"};
+
+template <typename Enum, std::size_t kCount>
+Enum Named(const Json& json, const std::array<std::string_view, kCount>& names) {
+  const auto name = std::find(names.begin(), names.end(), json.Text());
+  if (name == names.end()) json.Fail("one of the known words is wanted here");
+  return static_cast<Enum>(name - names.begin());
+}
+
+/// The text of a value that was read from JSON, as JSON has it.
+void Append(JsonWriter& writer, const Json& json) {
+  if (json.IsNull()) {
+    writer.Null();
+  } else if (const bool* flag = json.As<bool>()) {
+    writer.Boolean(*flag);
+  } else if (const auto* number = json.As<JsonNumber>()) {
+    writer.Number(number->text);
+  } else {
+    writer.Text(json.Text());
+  }
+}
+
+std::string RowFromJson(const Json& json) {
+  if (json.IsNull()) return {};
+  JsonWriter writer;
+  writer.BeginObject();
+  for (const Json::Member& member : json.Members()) {
+    writer.Name(member.name);
+    Append(writer, member.value);
+  }
+  return writer.EndObject().Result();
+}
+
+std::string Shown(const Json& value) {
+  JsonWriter writer;
+  Append(writer, value);
+  return writer.Result();
+}
+
+/// The fields in which two rows differ, or all of the one that there is.
+std::string DifferenceOf(const Change& change) {
+  const Json before = ParseJson(change.before.empty() ? "{}" : change.before);
+  const Json after = ParseJson(change.after.empty() ? "{}" : change.after);
+  std::string text;
+  const auto add = [&](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
+  if (change.before.empty() || change.after.empty()) {
+    for (const Json::Member& field : (change.after.empty() ? before : after).Members()) {
+      add(field.name + " " + Shown(field.value));
+    }
+    return text;
+  }
+  for (const Json::Member& field : before.Members()) {
+    const Json* const now = after.Find(field.name);
+    if (now == nullptr || Shown(*now) == Shown(field.value)) continue;
+    add(field.name + " " + Shown(field.value) + " -> " + Shown(*now));
+  }
+  return text;
+}
+
+std::string SideSummary(std::string_view name, const SideCounts& side) {
+  return std::string(name) + " +" + std::to_string(side.added) + " ~" + std::to_string(side.changed) + " -" +
+         std::to_string(side.deleted);
+}
+
+}  // namespace
+
+std::string_view NameOf(What what) {
+  return kWhats[static_cast<std::size_t>(what)];
+}
+
+std::string_view NameOf(Side side) {
+  return kSides[static_cast<std::size_t>(side)];
+}
+
+bool IsLoss(What what) {
+  return what == What::Dropped || what == What::Overruled;
+}
+
+std::string ObjectOf(const std::vector<std::string>& fields, const std::vector<Value>& row) {
+  JsonWriter writer;
+  writer.BeginObject();
+  for (std::size_t i = 0; i < std::min(fields.size(), row.size()); ++i) {
+    writer.Name(fields[i]);
+    WriteJsonValue(writer, row[i]);
+  }
+  return writer.EndObject().Result();
+}
+
+std::string JsonLineOf(const Change& change) {
+  JsonWriter writer;
+  writer.BeginObject().Name("table").Text(change.table).Name("key").Text(change.key);
+  writer.Name("side").Text(NameOf(change.side)).Name("what").Text(NameOf(change.what));
+  writer.Name("before").Number(change.before.empty() ? "null" : change.before);
+  writer.Name("after").Number(change.after.empty() ? "null" : change.after);
+  return writer.EndObject().Result();
+}
+
+Change ChangeFromJson(const Json& json) {
+  Change change;
+  change.table = json.At("table").Text();
+  change.key = json.At("key").Text();
+  change.side = Named<Side>(json.At("side"), kSides);
+  change.what = Named<What>(json.At("what"), kWhats);
+  change.before = RowFromJson(json.At("before"));
+  change.after = RowFromJson(json.At("after"));
+  return change;
+}
+
+std::string LineOf(const Change& change) {
+  return change.table + " " + change.key + ": " + std::string(NameOf(change.what)) + " on the " +
+         std::string(kShownSides[static_cast<std::size_t>(change.side)]) + ": " + DifferenceOf(change);
+}
+
+std::string SummaryOf(const TableRecord& table) {
+  return table.table + ": " + SideSummary("PC", table.desktop) + ", " + SideSummary("handheld", table.handheld) +
+         ", dropped " + std::to_string(table.dropped) + ", overruled " + std::to_string(table.overruled);
+}
+
+}  // namespace mv::history

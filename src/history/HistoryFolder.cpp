@@ -1,0 +1,150 @@
+#include "history/HistoryFolder.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+
+#include "base/Error.h"
+#include "base/Text.h"
+#include "platform/StagedWrite.h"
+
+namespace mv::history {
+namespace {
+
+constexpr const char* kFolder = "sync\\history";
+constexpr const char* kHandheldFolder = "handheld";
+constexpr const char* kResultFolder = "result";
+constexpr const char* kRecordName = "run.json";
+constexpr const char* kChangesName = "changes.jsonl";
+constexpr std::uint64_t kMegabyte = 1 << 20;
+
+std::string NameOf(const std::string& path) {
+  return path.substr(FolderLength(path));
+}
+
+}  // namespace
+
+HistoryFolder::HistoryFolder(platform::FileSystem& files, const std::string& database)
+    : files_(files), database_(database), path_(database.substr(0, FolderLength(database)) + kFolder) {}
+
+std::string HistoryFolder::PathOf(const std::string& entry) const {
+  return JoinPath(path_, entry);
+}
+
+std::string HistoryFolder::DatabaseOf(const std::string& entry) const {
+  return JoinPath(PathOf(entry), NameOf(database_));
+}
+
+std::string HistoryFolder::HandheldFileOf(const std::string& entry, const std::string& table) const {
+  return JoinPath(JoinPath(PathOf(entry), kHandheldFolder), table + ".pdb");
+}
+
+std::string HistoryFolder::ResultFileOf(const std::string& entry, const std::string& table) const {
+  return JoinPath(JoinPath(PathOf(entry), kResultFolder), table + ".pdb");
+}
+
+std::string HistoryFolder::RecordOf(const std::string& entry) const {
+  return JoinPath(PathOf(entry), kRecordName);
+}
+
+std::string HistoryFolder::ChangesOf(const std::string& entry) const {
+  return JoinPath(PathOf(entry), kChangesName);
+}
+
+std::vector<std::string> HistoryFolder::Entries() const {
+  if (!files_.FolderExists(path_)) return {};
+  std::vector<std::string> entries = files_.List(path_);
+  std::erase_if(entries, [](const std::string& name) { return !IsTimeStamp(name); });
+  std::sort(entries.begin(), entries.end(), std::greater<>());
+  return entries;
+}
+
+std::string HistoryFolder::Create(CivilTime now) {
+  files_.CreateFolders(path_);
+  while (!files_.CreateFolder(PathOf(TimeStamp(now)))) now = SecondAfter(now);
+  const std::string entry = TimeStamp(now);
+  for (const char* folder : {kHandheldFolder, kResultFolder}) files_.CreateFolder(JoinPath(PathOf(entry), folder));
+  return entry;
+}
+
+std::optional<RunRecord> HistoryFolder::Read(const std::string& entry) const {
+  try {
+    const Bytes content = platform::ReadWhole(files_, RecordOf(entry));
+    return RecordFromText({reinterpret_cast<const char*>(content.data()), content.size()});
+  } catch (const Error&) {
+    return std::nullopt;
+  }
+}
+
+void HistoryFolder::Write(const std::string& entry, const RunRecord& record) {
+  const std::string text = TextOf(record);
+  platform::StagedWrite file(files_, RecordOf(entry), database_);
+  file.Contents().WriteAt(0, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+  file.Finish();
+}
+
+void HistoryFolder::Keep(const std::string& file, const std::string& kept) {
+  try {
+    files_.LinkFile(file, kept);
+  } catch (const Error& error) {
+    if (error.Number() != errors::kPathFileAccess) throw;
+    KeepCopy(file, kept);
+  }
+}
+
+void HistoryFolder::KeepCopy(const std::string& file, const std::string& kept) {
+  const auto source =
+      files_.Open(file, platform::Access::Read, platform::Disposition::OpenExisting, platform::Sharing::Read);
+  platform::StagedWrite copy(files_, kept, database_);
+  platform::CopyContent(*source, copy.Contents());
+  copy.Finish();
+}
+
+std::uint64_t HistoryFolder::BytesOf(const std::string& entry) const {
+  std::uint64_t bytes = 0;
+  for (const std::string& folder : {std::string(), std::string(kHandheldFolder), std::string(kResultFolder)}) {
+    const std::string path = folder.empty() ? PathOf(entry) : JoinPath(PathOf(entry), folder);
+    if (!files_.FolderExists(path)) continue;
+    for (const std::string& name : files_.List(path)) {
+      const std::string file = JoinPath(path, name);
+      if (files_.FileExists(file)) bytes += files_.FactsOf(file).bytes;
+    }
+  }
+  return bytes;
+}
+
+void HistoryFolder::Remove(const std::string& entry) {
+  // The record goes first: what is left of an entry that cannot be removed whole is none to go back to.
+  const std::string record = RecordOf(entry);
+  if (files_.FileExists(record)) files_.RemoveFile(record);
+  for (const std::string& path :
+       {JoinPath(PathOf(entry), kHandheldFolder), JoinPath(PathOf(entry), kResultFolder), PathOf(entry)}) {
+    if (!files_.FolderExists(path)) continue;
+    for (const std::string& name : files_.List(path)) files_.RemoveFile(JoinPath(path, name));
+    files_.RemoveFolder(path);
+  }
+}
+
+std::vector<std::string> HistoryFolder::Prune(const HistoryLimits& limits, const std::string& own) {
+  std::vector<std::string> entries = Entries();
+  std::uint64_t bytes = 0;
+  for (const std::string& entry : entries) bytes += BytesOf(entry);
+  auto count = static_cast<std::int64_t>(entries.size());
+  const std::uint64_t most = static_cast<std::uint64_t>(std::max<std::int64_t>(limits.maxMegabytes, 0)) * kMegabyte;
+  std::vector<std::string> removed;
+  for (auto entry = entries.rbegin(); entry != entries.rend() && (count > limits.keep || bytes > most); ++entry) {
+    if (*entry == own) continue;
+    const std::uint64_t size = BytesOf(*entry);
+    try {
+      Remove(*entry);
+    } catch (const Error&) {
+      continue;  // held by somebody; the next run tries again
+    }
+    bytes -= size;
+    --count;
+    removed.push_back(*entry);
+  }
+  return removed;
+}
+
+}  // namespace mv::history

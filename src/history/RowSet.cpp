@@ -1,0 +1,91 @@
+#include "history/RowSet.h"
+
+#include <utility>
+
+#include "base/Text.h"
+#include "jet/rows/ColumnValue.h"
+#include "pdb/HandheldType.h"
+#include "pdb/TableFile.h"
+#include "recordset/Conversions.h"
+
+namespace mv::history {
+namespace {
+
+std::size_t PositionOf(const std::vector<FieldDefinition>& fields, std::string_view name) {
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    if (EqualsIgnoreAsciiCase(fields[i].name, name)) return i;
+  }
+  return 0;
+}
+
+std::string KeyOf(const std::vector<Value>& values, std::size_t key) {
+  return key < values.size() ? TextOf(values[key]) : std::string();
+}
+
+}  // namespace
+
+RowSet RowSet::OfTableFile(platform::FileSystem& files, const std::string& path, std::string_view keyField) {
+  TableFileReader reader(files, path);
+  RowSet rows;
+  for (const TableFileField& field : reader.Header().fields) {
+    const auto type = HandheldTypeNumbered(field.type);
+    rows.fields_.push_back({field.name, type ? DataTypeOf(*type) : DataType::BStr, 0});
+  }
+  const std::size_t key = PositionOf(rows.fields_, keyField);
+  while (auto record = reader.Next()) {
+    std::string keyText = KeyOf(record->values, key);
+    rows.Add({std::move(keyText), std::move(record->values), record->attributes});
+  }
+  return rows;
+}
+
+RowSet RowSet::OfTable(jet::Database& database, const std::string& table, std::string_view keyField) {
+  const jet::Table& source = database.OpenTable(table);
+  RowSet rows;
+  for (const jet::Column& column : source.Definition().columns) {
+    rows.fields_.push_back({column.name, jet::DataTypeOf(column.type), 0});
+  }
+  const std::size_t key = PositionOf(rows.fields_, keyField);
+  for (auto row = source.First(); row; row = source.Next(*row)) {
+    std::vector<Value> values = source.ReadRow(*row);
+    std::string keyText = KeyOf(values, key);
+    rows.Add({std::move(keyText), std::move(values), 0});
+  }
+  return rows;
+}
+
+std::vector<std::string> RowSet::FieldNames() const {
+  std::vector<std::string> names;
+  for (const FieldDefinition& field : fields_) names.push_back(field.name);
+  return names;
+}
+
+const KeyedRow* RowSet::Take(std::string_view key) {
+  const auto found = byKey_.find(FoldCase(key));
+  if (found == byKey_.end()) return nullptr;
+  for (const std::size_t row : found->second) {
+    if (taken_[row]) continue;
+    taken_[row] = true;
+    return &rows_[row];
+  }
+  return nullptr;
+}
+
+const KeyedRow* RowSet::Find(std::string_view key) const {
+  const auto found = byKey_.find(FoldCase(key));
+  return found == byKey_.end() ? nullptr : &rows_[found->second.front()];
+}
+
+void RowSet::ForEachLeft(const std::function<void(const KeyedRow&)>& visit) const {
+  for (std::size_t i = 0; i < rows_.size(); ++i) {
+    if (!taken_[i]) visit(rows_[i]);
+  }
+}
+
+void RowSet::Add(KeyedRow row) {
+  byKey_[FoldCase(row.key)].push_back(rows_.size());
+  taken_.push_back(false);
+  rows_.push_back(std::move(row));
+}
+
+}  // namespace mv::history
