@@ -61,4 +61,15 @@ std::unique_ptr<Connection> AdoDatabaseProvider::OpenThroughAdo(const std::strin
   return std::make_unique<AdoConnection>(classes_, std::move(connection));
 }
 
+bool AdoDatabaseProvider::WritesInPlace() const {
+  // Names the provider and no database: that fails in any case, and says whether the provider is there.
+  constexpr const char* kNoDatabase = "Provider=Microsoft.Jet.OLEDB.4.0;";
+  ComPtr<IAdoConnection> connection;
+  if (FAILED(classes_.Create(kConnectionClass, IAdoConnection::kId, connection.ReceiveAny()))) return false;
+  const HRESULT opened =
+      connection->Open(Bstr(kNoDatabase).Get(), Bstr("").Get(), Bstr("").Get(), connect_option::kUnspecified);
+  if (SUCCEEDED(opened)) connection->Close();
+  return !MeansNotInstalled(opened);
+}
+
 }  // namespace mv::ado

@@ -49,6 +49,8 @@ class AdoDatabaseProvider : public DatabaseProvider {
   /// Whatever goes wrong with the database itself is raised, with the provider's number and text: a file that is
   /// missing, in use or of a foreign format is -2147467259.
   std::unique_ptr<Connection> Open(const std::string& connectionString) override;
+  /// True where ADO and the engine's provider are installed.
+  bool WritesInPlace() const override;
 
  private:
   /// Null when ADO or the provider is not installed.

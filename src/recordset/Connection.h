@@ -32,6 +32,9 @@ class DatabaseProvider {
   /// `connectionString`: "Provider=...;Data Source=PATH;". Keywords compare without regard to case; what is unknown is
   /// ignored. Raises the provider's error when the file is missing, in use, of a foreign format or protected.
   virtual std::unique_ptr<Connection> Open(const std::string& connectionString) = 0;
+
+  /// True when edits go into the database file under its name, row by row; false when a new file takes its place.
+  virtual bool WritesInPlace() const { return false; }
 };
 
 }  // namespace mv

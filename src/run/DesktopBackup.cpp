@@ -68,20 +68,26 @@ void CopyDatabase(const RunContext& run, const std::string& database, Backup& ba
 
 /// What was checked is what is laid down: the template is read once. It is not held meanwhile, since the engine may
 /// want to open it for the check.
-void LayTemplateOver(const RunContext& run, const std::string& database, std::span<const SyncTable> tables) {
+template <typename BeforeTemplate>
+void LayTemplateOver(const RunContext& run, const std::string& database, std::span<const SyncTable> tables,
+                     BeforeTemplate beforeTemplate) {
   const std::string path = JoinPath(run.programFolder, kTemplateName);
   const Bytes content = platform::ReadWhole(*jet::OpenDatabaseFile(run.files, path, jet::DatabaseAccess::Read));
   CheckTemplate(run, path, content, tables);
+  beforeTemplate();
   run.files.WriteWhole(database, content);
 }
 
 }  // namespace
 
-void BackupDesktopDatabase(const RunContext& run, std::span<const SyncTable> tables) {
+void BackupDesktopDatabase(const RunContext& run, std::span<const SyncTable> tables,
+                           const std::function<void(const std::string&)>& beforeTemplate) {
   const std::string& database = run.state.settings.DesktopDBPath;
   Backup backup = MakeBackup(run, database);
   CopyDatabase(run, database, backup);
-  LayTemplateOver(run, database, tables);
+  LayTemplateOver(run, database, tables, [&] {
+    if (beforeTemplate) beforeTemplate(backup.path);
+  });
 }
 
 void RemoveUnfinishedBackups(const RunContext& run) {

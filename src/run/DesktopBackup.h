@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <span>
+#include <string>
 
 #include "run/RunContext.h"
 #include "sync/Tables.h"
@@ -17,7 +19,10 @@ namespace mv {
 ///
 /// The template must be sound and have the tables of the run. Error 53 when the database or the template is missing, 70
 /// when another program has the database open, and those of CheckTemplate; the database is then as it was.
-void BackupDesktopDatabase(const RunContext& run, std::span<const SyncTable> tables);
+/// `beforeTemplate`, with the backup's path, is called when all is ready and nothing but the last step is left; what it
+/// raises leaves the database as it was. May be null.
+void BackupDesktopDatabase(const RunContext& run, std::span<const SyncTable> tables,
+                           const std::function<void(const std::string&)>& beforeTemplate = {});
 
 /// Removes what killed runs left of unfinished backups.
 void RemoveUnfinishedBackups(const RunContext& run);

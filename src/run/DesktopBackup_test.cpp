@@ -28,6 +28,7 @@ class DesktopBackupTest : public ::testing::Test {
   }
 
   testing::RunWorld world_;
+  RunJournal journal_{world_.run, kTables};
 };
 
 TEST_F(DesktopBackupTest, TheDatabaseIsKeptAsideAndTheTemplateTakesItsPlace) {
@@ -75,7 +76,7 @@ TEST_F(DesktopBackupTest, AnUnfinishedBackupOfAKilledRunGoesInEveryMode) {
     SetMode(world_.state, mode);
     world_.files.Put(unfinished, {1});
     world_.files.Put("C:\\Cars\\other.writing", {1});
-    BackUpBeforeOverwritePc(world_.run, kTables);
+    BackUpBeforeOverwritePc(world_.run, journal_, kTables);
     EXPECT_FALSE(world_.files.FileExists(unfinished)) << "mode " << static_cast<int>(mode);
     EXPECT_TRUE(world_.files.FileExists("C:\\Cars\\other.writing")) << "is not ours";
   }

@@ -1,5 +1,7 @@
 #include "run/InteractiveSync.h"
 
+#include <iterator>
+
 #include "config/Settings.h"
 #include "run/CurrentError.h"
 #include "run/RunSteps.h"
@@ -38,13 +40,17 @@ void ReportEnd(const RunContext& run) {
   LogLastLine(run.log);
 }
 
-void RunConnected(const RunContext& run) {
+void RunConnected(const RunContext& run, RunJournal& journal) {
   RequireSeparatePaths(run, kTables);
+  journal.Begin();
   run.state.TablesSynchronized = 0;
   LogLines(run.log, log_texts::InteractiveBanner(run.state.settings, run.version, NowText(run)));
   run.ui.AddProgressLine(window_texts::Began(NowText(run)));
-  BackUpBeforeOverwritePc(run, kTables);
-  SynchronizeTables(run, kTables);
+  journal.RequireFilledTables();
+  BackUpBeforeOverwritePc(run, journal, kTables);
+  SynchronizeTables(run, journal, kTables);
+  const bool allSucceeded = run.state.TablesSynchronized == std::ssize(kTables);
+  journal.End(allSucceeded ? ExitStatus::Success : ExitStatus::TablesFailed, nullptr);
   ReportEnd(run);
 }
 
@@ -82,10 +88,13 @@ void InteractiveSync(const RunContext& run, MainWindow& window) {
     return;
   }
   window.DisableCommands();
+  RunJournal journal(run, kTables);
   try {
-    RunConnected(run);
+    RunConnected(run, journal);
   } catch (...) {
-    ReportStop(run, CurrentError());
+    const Error error = CurrentError();
+    journal.End(ExitStatus::Stopped, &error);
+    ReportStop(run, error);
   }
   run.connection.DisconnectDevice();
   run.ui.AdvanceSpinner(true);

@@ -72,6 +72,8 @@ std::optional<ExitStatus> Enter(const EntryContext& entry) {
   run.ui.ProcessMessages();
   FillModeTexts(run.state);
   run.state.settings = LoadSettings(run.settings, run.programFolder);
+  run.state.history = LoadHistoryLimits(run.settings);
+  run.state.safety = LoadSafetySettings(run.settings);
   if (const auto mode = entry.invocation.silentMode) return RunSilently(entry, *mode);
   return RunInteractively(entry);
 }

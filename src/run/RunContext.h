@@ -40,6 +40,8 @@ struct RunContext {
   const ProtectedFiles& protectedFiles;
   /// The local path of a file of the handheld, by its path there; nothing when it has none.
   std::function<std::optional<std::string>(const std::string& devicePath)> localDeviceFile = {};
+  /// Takes a line for whoever started a silent run; null when nobody listens.
+  std::function<void(const std::string&)> tell = {};
 };
 
 /// The current time as the log and the window show it.

@@ -14,6 +14,8 @@ namespace mv {
 struct RunState {
   /// SyncMode in it is the mode of this process: the stored one, or that of the command line.
   Settings settings;
+  HistoryLimits history;
+  SafetySettings safety;
   /// True when the main window is shown.
   bool InteractiveRun = false;
   /// Tables of the current run that succeeded.
@@ -31,6 +33,8 @@ struct RunState {
 inline RunMode ModeOf(const RunState& state) {
   return static_cast<RunMode>(state.settings.SyncMode);
 }
+/// "Synchronize", "Overwrite PDA" or "Overwrite PC"; empty for a stored number that is none of theirs.
+std::string NameOfMode(const RunState& state);
 inline void SetMode(RunState& state, RunMode mode) {
   state.settings.SyncMode = static_cast<std::int16_t>(mode);
 }

@@ -41,13 +41,14 @@ void RequireSeparatePaths(const RunContext& run, std::span<const SyncTable> tabl
   run.protectedFiles.RequireOthers(uses);
 }
 
-void BackUpBeforeOverwritePc(const RunContext& run, std::span<const SyncTable> tables) {
+void BackUpBeforeOverwritePc(const RunContext& run, RunJournal& journal, std::span<const SyncTable> tables) {
   RemoveUnfinishedBackups(run);
-  if (ModeOf(run.state) == RunMode::OverwritePc) BackupDesktopDatabase(run, tables);
+  if (ModeOf(run.state) != RunMode::OverwritePc) return;
+  BackupDesktopDatabase(run, tables, [&](const std::string& backup) { journal.BeforeTemplate(backup); });
 }
 
-void SynchronizeTables(const RunContext& run, std::span<const SyncTable> tables) {
-  TableDriver driver(run);
+void SynchronizeTables(const RunContext& run, RunJournal& journal, std::span<const SyncTable> tables) {
+  TableDriver driver(run, journal);
   for (const SyncTable& table : tables) driver.SynchronizeTable(table.name);
 }
 

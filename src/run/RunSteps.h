@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "run/RunContext.h"
+#include "run/RunJournal.h"
 #include "sync/Tables.h"
 
 /// What the silent and the interactive run have in common.
@@ -23,8 +24,8 @@ void LogLastLine(SyncLog& log);
 void RequireSeparatePaths(const RunContext& run, std::span<const SyncTable> tables);
 /// Backs the desktop database up and lays the template over it when the mode is Overwrite PC. `tables`: those of the
 /// run.
-void BackUpBeforeOverwritePc(const RunContext& run, std::span<const SyncTable> tables);
+void BackUpBeforeOverwritePc(const RunContext& run, RunJournal& journal, std::span<const SyncTable> tables);
 /// Synchronises these tables in their order.
-void SynchronizeTables(const RunContext& run, std::span<const SyncTable> tables);
+void SynchronizeTables(const RunContext& run, RunJournal& journal, std::span<const SyncTable> tables);
 
 }  // namespace mv

@@ -4,53 +4,78 @@
 
 #include "config/Settings.h"
 #include "run/CurrentError.h"
+#include "run/JournalTexts.h"
+#include "run/RunJournal.h"
 #include "run/RunSteps.h"
 #include "run/RunTexts.h"
 
 namespace mv {
 namespace {
 
+using Tables = std::span<const SyncTable>;
+
+/// Says on standard error how a run ended that did not do all; the log may be turned off.
+void Tell(const RunContext& run, const std::string& line) {
+  if (run.tell) run.tell(line);
+}
+
 ExitStatus ReportNoHandheld(const RunContext& run) {
+  Tell(run, journal_texts::NoHandheldLine());
   LogLines(run.log, log_texts::NoHandheld(NowText(run)));
   run.ui.SetHourglass(false);
   run.connection.DisconnectDevice();
   return ExitStatus::NoHandheld;
 }
 
-ExitStatus RunConnected(const RunContext& run) {
+/// The tables as far as they go; the end lines are another matter.
+ExitStatus RunTables(const RunContext& run, RunJournal& journal, Tables tables) {
+  journal.RequireFilledTables();
+  BackUpBeforeOverwritePc(run, journal, tables);
+  SynchronizeTables(run, journal, tables);
+  const bool allSucceeded = run.state.TablesSynchronized == std::ssize(tables);
+  const ExitStatus status = allSucceeded ? ExitStatus::Success : ExitStatus::TablesFailed;
+  journal.End(status, nullptr);
+  if (!allSucceeded) Tell(run, journal_texts::TablesFailedLine(journal.FailedTables()));
+  return status;
+}
+
+ExitStatus RunConnected(const RunContext& run, RunJournal& journal, Tables tables) {
   run.connection.DisconnectDevice();
-  RequireSeparatePaths(run, kSilentTables);
+  RequireSeparatePaths(run, tables);
+  journal.Begin();
   run.state.TablesSynchronized = 0;
   LogLines(run.log, log_texts::SilentBanner(NowText(run)));
-  BackUpBeforeOverwritePc(run, kSilentTables);
-  SynchronizeTables(run, kSilentTables);
+  const ExitStatus status = RunTables(run, journal, tables);
   SaveLastSync(run.settings, run.clock);
   LogLines(run.log, log_texts::SilentEnd(run.state.TablesSynchronized, NowText(run)));
   LogLastLine(run.log);
   run.connection.DisconnectDevice();
   run.ui.SetHourglass(false);
   run.ui.ProcessMessages();
-  const bool allSucceeded = run.state.TablesSynchronized == std::ssize(kSilentTables);
-  return allSucceeded ? ExitStatus::Success : ExitStatus::TablesFailed;
+  return status;
 }
 
-ExitStatus ReportStop(const RunContext& run, const Error& error) {
-  run.log.WriteLogLine(log_texts::StoppedBy(error, run.state.settings.DesktopDBPath), false);
+ExitStatus ReportStop(const RunContext& run, RunJournal& journal, const Error& error) {
+  const std::string& database = run.state.settings.DesktopDBPath;
+  journal.End(ExitStatus::Stopped, &error);
+  run.log.WriteLogLine(log_texts::StoppedBy(error, database), false);
   run.log.WriteLogLine(log_texts::StoppedAt(NowText(run)), false);
   LogLastLine(run.log);
+  Tell(run, journal_texts::StoppedLine(journal.CurrentTable(), error, database));
   return ExitStatus::Stopped;
 }
 
 }  // namespace
 
-ExitStatus SilentSync(const RunContext& run) {
+ExitStatus SilentSync(const RunContext& run, std::span<const SyncTable> tables) {
   run.ui.SetHourglass(true);
   run.ui.ProcessMessages();
   if (!run.connection.ConnectDevice()) return ReportNoHandheld(run);
+  RunJournal journal(run, tables);
   try {
-    return RunConnected(run);
+    return RunConnected(run, journal, tables);
   } catch (...) {
-    return ReportStop(run, CurrentError());
+    return ReportStop(run, journal, CurrentError());
   }
 }
 

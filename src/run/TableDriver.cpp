@@ -5,6 +5,7 @@
 #include "base/Error.h"
 #include "device/clsWin32FileTransfer.h"
 #include "platform/StagedWrite.h"
+#include "run/CurrentError.h"
 #include "run/DatabaseEngine.h"
 #include "run/RunSteps.h"
 #include "sync/KeyClasses.h"
@@ -75,8 +76,9 @@ std::unique_ptr<IFileTransfer> CreateFileTransfer(modWinCERAPIConnectionHandler&
   return std::make_unique<clsWin32FileTransfer>(connection, deviceFiles, files);
 }
 
-TableDriver::TableDriver(const RunContext& run)
+TableDriver::TableDriver(const RunContext& run, RunJournal& journal)
     : run_(run),
+      journal_(journal),
       reporter_(run),
       mode_(ModeOf(run.state)),
       context_{
@@ -106,10 +108,10 @@ void TableDriver::SynchronizeTable(const std::string& table) {
     clsSyncableRS_ADO desktop;
     const std::unique_ptr<Recordset> records = OpenDesktopTable(*connection, desktop, table);
     clsSyncableRS_PDB result(context_);
-    CreateResult(result, *records, table);
+    CreateResult(result, *records, table, paths);
     SetKeyInfo(source, table);
     Merge(source, desktop, result, *connection, table);
-    WriteResult(source, result, table);
+    WriteResult(source, result, *records, table, paths);
     ReturnTable(*transfer, table, paths);
   }
   CloseQuietly(*connection);
@@ -121,7 +123,11 @@ bool TableDriver::RetrieveTable(const std::string& table, const TablePaths& path
   PrepareFolders();
   const DeviceCopyResult result = CopyFromDevice(paths);
   reporter_.AdvanceSpinner();
-  if (result == DeviceCopyResult::Copied) return true;
+  if (result == DeviceCopyResult::Copied) {
+    journal_.Retrieved(table, paths.source);
+    return true;
+  }
+  journal_.NotRetrieved(table, static_cast<std::int32_t>(result));
   reporter_.NotRetrieved(table, static_cast<std::int32_t>(result));
   Yield(run_);
   return false;
@@ -167,12 +173,26 @@ std::unique_ptr<Recordset> TableDriver::OpenDesktopTable(Connection& connection,
   return records;
 }
 
-void TableDriver::CreateResult(clsSyncableRS_PDB& result, const Recordset& templateRS, const std::string& table) {
+void TableDriver::CreateResult(clsSyncableRS_PDB& result, const Recordset& templateRS, const std::string& table,
+                               const TablePaths& paths) {
+  journal_.BeforeResult(table, paths.result);
+  ReplaceOldResult(paths.result);
   run_.state.CurrentPdbFolder = run_.state.settings.PCSyncDestPath;
   result.createDB(TableFileName(table), templateRS);
   result.openDB(TableFileName(table));
   result.RequireOpened();
   reporter_.ResultCreated(table);
+}
+
+/// The result is written in place, and an earlier run's may have a second name in the history. So it begins as a new
+/// file, which is as private as the database from its first moment.
+void TableDriver::ReplaceOldResult(const std::string& path) {
+  try {
+    run_.files.CreateStaged(path, run_.state.settings.DesktopDBPath).reset();
+    run_.files.RenameFile(run_.files.StagedName(path), path);
+  } catch (const Error&) {
+    // Whoever cannot do this cannot write the result either, and that raises an error of its own.
+  }
 }
 
 void TableDriver::SetKeyInfo(clsSyncableRS_PDB& source, const std::string& table) {
@@ -191,23 +211,38 @@ void TableDriver::Merge(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desktop, c
   reporter_.Synchronizing(table);
   Yield(run_);
   run_.state.CurrentTableName = table;
+  context_.observer = journal_.BeginMerge(table, source.adors(), desktop.adors());
   try {
     policy.Sync(source, desktop, result);
   } catch (...) {
+    journal_.MergeFailed(CurrentError(), desktop.adors());
     CommitAfterError(connection);
     throw;
   }
+  journal_.EndMerge(desktop.adors());
   connection.Commit();
+  journal_.Committed(table);
 }
 
-void TableDriver::WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_PDB& result, const std::string& table) {
+void TableDriver::WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_PDB& result, Recordset& desktop,
+                              const std::string& table, const TablePaths& paths) {
+  try {
+    WriteAndReadBack(source, result, table);
+  } catch (...) {
+    journal_.ResultFailed(table, desktop);
+    throw;
+  }
+  journal_.ResultWritten(table, paths.result);
+  Yield(run_);
+}
+
+void TableDriver::WriteAndReadBack(clsSyncableRS_PDB& source, clsSyncableRS_PDB& result, const std::string& table) {
   result.closeDB();
   // Reads the result back: a file that cannot be read shall not reach the handheld.
   source.name(TableFileName(table));
   run_.state.CurrentPdbFolder = run_.state.settings.PCSyncDestPath;
   source.createADORS();
   source.RequireOpened();
-  Yield(run_);
 }
 
 void TableDriver::ReturnTable(IFileTransfer& transfer, const std::string& table, const TablePaths& paths) {
@@ -215,9 +250,11 @@ void TableDriver::ReturnTable(IFileTransfer& transfer, const std::string& table,
   Yield(run_);
   const DeviceCopyResult result = transfer.CopyToDevice(paths.result, paths.device, Overwrite::Yes);
   if (result == DeviceCopyResult::Copied) {
+    journal_.Returned(table);
     reporter_.Returned(table);
     ++run_.state.TablesSynchronized;
   } else {
+    journal_.NotReturned(table, static_cast<std::int32_t>(result));
     reporter_.NotReturned(table, static_cast<std::int32_t>(result));
   }
   Yield(run_);

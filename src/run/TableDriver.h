@@ -4,6 +4,7 @@
 #include <string>
 
 #include "run/RunContext.h"
+#include "run/RunJournal.h"
 #include "run/TablePaths.h"
 #include "run/TableReporter.h"
 #include "sync/SyncContext.h"
@@ -24,8 +25,8 @@ namespace mv {
 /// stops the run there. A copy from or to the handheld and a commit are never broken off.
 class TableDriver {
  public:
-  /// `run` must outlive the driver.
-  explicit TableDriver(const RunContext& run);
+  /// Both must outlive the driver.
+  TableDriver(const RunContext& run, RunJournal& journal);
   TableDriver(const TableDriver&) = delete;
   TableDriver& operator=(const TableDriver&) = delete;
 
@@ -40,15 +41,20 @@ class TableDriver {
   std::unique_ptr<Connection> OpenDatabase();
   std::unique_ptr<Recordset> OpenDesktopTable(Connection& connection, clsSyncableRS_ADO& desktop,
                                               const std::string& table);
-  void CreateResult(clsSyncableRS_PDB& result, const Recordset& templateRS, const std::string& table);
+  void CreateResult(clsSyncableRS_PDB& result, const Recordset& templateRS, const std::string& table,
+                    const TablePaths& paths);
+  void ReplaceOldResult(const std::string& path);
   void SetKeyInfo(clsSyncableRS_PDB& source, const std::string& table);
   void Merge(clsSyncableRS_PDB& source, clsSyncableRS_ADO& desktop, clsSyncableRS_PDB& result, Connection& connection,
              const std::string& table);
-  void WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_PDB& result, const std::string& table);
+  void WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_PDB& result, Recordset& desktop, const std::string& table,
+                   const TablePaths& paths);
+  void WriteAndReadBack(clsSyncableRS_PDB& source, clsSyncableRS_PDB& result, const std::string& table);
   void ReturnTable(IFileTransfer& transfer, const std::string& table, const TablePaths& paths);
   void PrepareFolders();
 
   const RunContext& run_;
+  RunJournal& journal_;
   TableReporter reporter_;
   RunMode mode_;
   SyncContext context_;

@@ -34,7 +34,7 @@ class TableDriverTest : public ::testing::Test {
                                    {RowOf("E", "device e"), 0}});
   }
 
-  void Synchronize() { TableDriver(world_.run).SynchronizeTable(kTable); }
+  void Synchronize() { TableDriver(world_.run, journal_).SynchronizeTable(kTable); }
   std::int32_t ErrorOfRun() {
     return ErrorNumberOf([&] { Synchronize(); });
   }
@@ -42,6 +42,7 @@ class TableDriverTest : public ::testing::Test {
   std::string SizeOf(const Bytes& bytes) { return TextOfInteger(static_cast<std::int64_t>(bytes.size())); }
 
   testing::RunWorld world_;
+  RunJournal journal_{world_.run, kTables};
 };
 
 TEST_F(TableDriverTest, ATableIsMergedOnBothSides) {
@@ -238,7 +239,7 @@ TEST_F(TableDriverTest, WithoutAFileTransferNothingHappens) {
 }
 
 TEST_F(TableDriverTest, ATableThatTheHandheldLacksIsSkipped) {
-  TableDriver(world_.run).SynchronizeTable("brnd_Trip");
+  TableDriver(world_.run, journal_).SynchronizeTable("brnd_Trip");
   EXPECT_EQ(world_.Log(),
             "   Retrieving table [brnd_Trip] from device\r\n"
             ">> Unable to retrieve table [brnd_Trip] from device. Function returned code: 1 - Not Avail/In-Use\r\n");
@@ -251,7 +252,7 @@ TEST_F(TableDriverTest, ATableThatTheHandheldLacksIsSkipped) {
 
 TEST_F(TableDriverTest, AnInteractiveRunListsASkippedTable) {
   world_.state.InteractiveRun = true;
-  TableDriver(world_.run).SynchronizeTable("brnd_Trip");
+  TableDriver(world_.run, journal_).SynchronizeTable("brnd_Trip");
   EXPECT_EQ(world_.ui.CallsThatStart("progress"),
             Calls{"progress: Unable to retrieve table [brnd_Trip] from device. Function returned code: 1 - Not "
                   "Avail/In-Use"});
@@ -285,7 +286,7 @@ TEST_F(TableDriverTest, AnUnknownTableIsReportedAndGoesOnWithoutAKey) {
   world_.state.InteractiveRun = true;
   world_.database.tables["brnd_Boats"] = {testing::RunWorld::FieldsOf("brnd_Boats"), {}};
   world_.PutDeviceTable("brnd_Boats", {{RowOf("A", "device a"), kRecordModified}});
-  TableDriver(world_.run).SynchronizeTable("brnd_Boats");
+  TableDriver(world_.run, journal_).SynchronizeTable("brnd_Boats");
   EXPECT_EQ(world_.ui.messages,
             (std::vector<testing::RecordingUi::Message>{
                 {"Table name: brnd_Boats is not supported.", "", MessageButtons::Ok, MessageIcon::None}}));

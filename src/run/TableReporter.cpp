@@ -70,6 +70,12 @@ void TableReporter::TableEnded() {
   Log(log_texts::kTableEnd);
 }
 
+std::string NameOfMode(const RunState& state) {
+  const std::int16_t mode = state.settings.SyncMode;
+  const bool known = mode >= 0 && static_cast<std::size_t>(mode) < state.ModeNames.size();
+  return known ? state.ModeNames[static_cast<std::size_t>(mode)] : std::string();
+}
+
 const std::string& ModeResultText(const RunState& state) {
   const std::int16_t mode = state.settings.SyncMode;
   if (mode < 0 || static_cast<std::size_t>(mode) >= state.ModeResultTexts.size()) {

@@ -81,6 +81,7 @@ UserInterface& Wiring::Ui() {
 }
 
 int Wiring::Run(std::ostream& errors) {
+  run_.tell = [&errors](const std::string& line) { errors << line << '\n'; };
   const EntryContext entry{run_, invocation_, window_.get(), InitCommonControls, errors};
   if (const auto status = Main(entry)) return static_cast<int>(*status);
   window_->RunUntilClosed();

@@ -38,7 +38,8 @@ struct Outcome {
 /// Synchronises the table; returns the number of the error that stops it, or 0.
 std::int32_t Synchronize(const RunContext& run) {
   try {
-    TableDriver(run).SynchronizeTable(kTable);
+    RunJournal journal(run, kTables);
+    TableDriver(run, journal).SynchronizeTable(kTable);
     return 0;
   } catch (const Error& error) {
     return error.Number();

@@ -12,6 +12,7 @@ class WindowsDatabaseEngine : public DatabaseProvider {
   explicit WindowsDatabaseEngine(platform::FileSystem& files) : ownEngine_(files), ado_(classes_, ownEngine_) {}
 
   std::unique_ptr<Connection> Open(const std::string& connectionString) override { return ado_.Open(connectionString); }
+  bool WritesInPlace() const override { return ado_.WritesInPlace(); }
 
  private:
   ado::SystemComClasses classes_;

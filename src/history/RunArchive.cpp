@@ -1,0 +1,75 @@
+#include "history/RunArchive.h"
+
+#include <utility>
+
+#include "base/Text.h"
+#include "jet/file/DatabaseFile.h"
+#include "platform/StagedWrite.h"
+
+namespace mv::history {
+
+void RunArchive::Begin(const CivilTime& now, const HistoryLimits& limits, Changes changes, RunRecord& record) {
+  HistoryLimits others = limits;
+  --others.keep;
+  folder_.Prune(others);
+  entry_ = folder_.Create(now);
+  if (files_.FileExists(database_)) {
+    const std::string kept = folder_.DatabaseOf(entry_);
+    changes == Changes::InPlace ? folder_.KeepCopy(database_, kept) : folder_.Keep(database_, kept);
+    keptDatabase_ = true;
+    record.kept = KeptDatabase{kept.substr(FolderLength(kept)), files_.FactsOf(kept)};
+  }
+  changes_ = platform::StagedWrite(files_, folder_.ChangesOf(entry_), database_).FinishNew();
+  folder_.Write(entry_, record);
+}
+
+void RunArchive::KeepHandheldFile(const std::string& file, const std::string& table) {
+  folder_.Keep(file, folder_.HandheldFileOf(entry_, table));
+}
+
+void RunArchive::KeepResultFile(const std::string& file, const std::string& table) {
+  folder_.Keep(file, folder_.ResultFileOf(entry_, table));
+}
+
+void RunArchive::Append(std::string_view lines) {
+  if (lines.empty()) return;
+  changesSynced_ = false;
+  changes_->WriteAt(changesSize_, {reinterpret_cast<const std::uint8_t*>(lines.data()), lines.size()});
+  changesSize_ += lines.size();
+}
+
+void RunArchive::SyncChanges() {
+  if (changesSynced_) return;
+  changes_->Sync();
+  changesSynced_ = true;
+}
+
+void RunArchive::End(RunRecord& record) {
+  SyncChanges();
+  const std::string kept = folder_.DatabaseOf(entry_);
+  if (keptDatabase_ && files_.FileExists(database_) && files_.IdentityOf(kept) == files_.IdentityOf(database_)) {
+    folder_.KeepCopy(database_, kept);
+    record.kept->facts = files_.FactsOf(kept);
+  }
+  folder_.Write(entry_, record);
+  changes_.reset();
+}
+
+std::optional<std::string> RunArchive::LastReturned(const std::string& table) const {
+  for (const std::string& entry : folder_.Entries()) {
+    if (entry == entry_) continue;
+    std::string file = folder_.ResultFileOf(entry, table);
+    if (!files_.FileExists(file)) continue;
+    const std::optional<RunRecord> record = folder_.Read(entry);
+    const TableRecord* const run = record ? record->Find(table) : nullptr;
+    if (run != nullptr && run->state == TableState::Returned) return file;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> RunArchive::KeptDatabaseFile() const {
+  if (!keptDatabase_) return std::nullopt;
+  return folder_.DatabaseOf(entry_);
+}
+
+}  // namespace mv::history

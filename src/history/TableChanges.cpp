@@ -1,0 +1,188 @@
+#include "history/TableChanges.h"
+
+#include <utility>
+
+#include "base/Cp1252.h"
+#include "base/Text.h"
+#include "pdb/RecordFlags.h"
+#include "recordset/Conversions.h"
+#include "sync/HandheldForm.h"
+
+namespace mv::history {
+namespace {
+
+std::vector<std::string> NamesOf(const std::vector<FieldDefinition>& fields) {
+  std::vector<std::string> names;
+  for (const FieldDefinition& field : fields) names.push_back(field.name);
+  return names;
+}
+
+/// Place of the key field; the first where none has its name.
+std::size_t PlaceOfKey(const std::vector<FieldDefinition>& fields, std::string_view name) {
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    if (EqualsIgnoreAsciiCase(fields[i].name, name)) return i;
+  }
+  return 0;
+}
+
+MergeObserver::Row RowOf(const Recordset& records, std::size_t count) {
+  MergeObserver::Row row;
+  row.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) row.push_back(records.FieldValue(i));
+  return row;
+}
+
+bool ComesBackChanged(const Value& value) {
+  const auto* const text = std::get_if<std::string>(&value);
+  return text != nullptr && Utf8FromCp1252(Cp1252FromUtf8(*text)) != *text;
+}
+
+}  // namespace
+
+TableChanges::TableChanges(Setting setting) : setting_(std::move(setting)) {
+  record_.table = setting_.table.name;
+  record_.desktop.before =
+      ComparesDesktop() ? static_cast<std::int64_t>(setting_.desktopBefore->Count()) : setting_.desktopRows;
+  record_.handheld.before =
+      ComparesHandheld() ? static_cast<std::int64_t>(setting_.handheldBefore->Count()) : setting_.handheldRows;
+  desktopNames_ = NamesOf(setting_.desktopFields);
+  handheldNames_ = NamesOf(setting_.handheldFields);
+  desktopKey_ = PlaceOfKey(setting_.desktopFields, setting_.table.keyField);
+  handheldKey_ = PlaceOfKey(setting_.handheldFields, setting_.table.keyField);
+}
+
+void TableChanges::Added(Side side, const Row& row) {
+  if (side == Side::Handheld) return AddedToHandheld(row);
+  if (ComparesDesktop()) return;
+  ++record_.desktop.added;
+  Write(What::Added, side, nullptr, &row);
+}
+
+void TableChanges::AddedToHandheld(const Row& row) {
+  CheckTexts(row);
+  const KeyedRow* const before =
+      ComparesHandheld() ? setting_.handheldBefore->Take(KeyOf(Side::Desktop, row)) : nullptr;
+  if (before == nullptr || (before->attributes & kRecordDeleted) != 0) {
+    if (before != nullptr) {
+      ++flaggedDeleted_;
+      ++record_.handheld.deleted;
+    }
+    ++record_.handheld.added;
+    return Write(What::Added, Side::Handheld, nullptr, &row);
+  }
+  if (IsSameOnHandheld(setting_.handheldBefore->Fields(), before->values, row)) return;
+  ++record_.handheld.changed;
+  Write(What::Changed, Side::Handheld, &before->values, &row);
+}
+
+void TableChanges::Changed(Side side, const Row& before, const Row& after) {
+  if (side == Side::Handheld) {
+    CheckTexts(after);
+    ++record_.handheld.changed;
+    return Write(What::Changed, side, &before, &after);
+  }
+  CheckOverruled(before, &after);
+  if (ComparesDesktop()) return;
+  ++record_.desktop.changed;
+  Write(What::Changed, side, &before, &after);
+}
+
+void TableChanges::Deleted(Side side, const Row& row) {
+  if (side == Side::Handheld) {
+    ++flaggedDeleted_;
+    ++record_.handheld.deleted;
+    return Write(What::Deleted, side, &row, nullptr);
+  }
+  CheckOverruled(row, nullptr);
+  if (ComparesDesktop()) return;
+  ++record_.desktop.deleted;
+  Write(What::Deleted, side, &row, nullptr);
+}
+
+void TableChanges::Dropped(const Row& row) {
+  ++record_.dropped;
+  Write(What::Dropped, Side::Handheld, &row, nullptr);
+}
+
+void TableChanges::Finish(Recordset& desktop) {
+  if (ComparesHandheld()) FinishHandheld();
+  if (ComparesDesktop()) FinishDesktop(desktop);
+  record_.desktop.after = desktop.RecordCount();
+  record_.handheld.after =
+      record_.handheld.before + record_.handheld.added - record_.handheld.deleted - record_.dropped;
+}
+
+void TableChanges::FinishHandheld() {
+  setting_.handheldBefore->ForEachLeft([&](const KeyedRow& row) {
+    if ((row.attributes & (kRecordDeleted | kRecordModified)) == 0) return Dropped(row.values);
+    (row.attributes & kRecordDeleted) != 0 ? ++flaggedDeleted_ : ++handheldOverwritten_;
+    ++record_.handheld.deleted;
+    Write(What::Deleted, Side::Handheld, &row.values, nullptr);
+  });
+}
+
+void TableChanges::FinishDesktop(Recordset& desktop) {
+  RowSet& before = *setting_.desktopBefore;
+  const std::size_t count = setting_.desktopFields.size();
+  if (desktop.RecordCount() > 0) {
+    for (desktop.MoveFirst(); !desktop.Eof(); desktop.MoveNext()) {
+      const Row after = RowOf(desktop, count);
+      const KeyedRow* const old = before.Take(KeyOf(Side::Desktop, after));
+      if (old == nullptr) {
+        ++record_.desktop.added;
+        Write(What::Added, Side::Desktop, nullptr, &after);
+      } else if (old->values != after) {
+        ++record_.desktop.changed;
+        Write(What::Changed, Side::Desktop, &old->values, &after);
+      }
+    }
+  }
+  before.ForEachLeft([&](const KeyedRow& row) {
+    ++record_.desktop.deleted;
+    Write(What::Deleted, Side::Desktop, &row.values, nullptr);
+  });
+}
+
+void TableChanges::CheckOverruled(const Row& lost, const Row* winner) {
+  if (setting_.mode != RunMode::Synchronize || !WasEdited(lost)) return;
+  ++record_.overruled;
+  Write(What::Overruled, Side::Desktop, &lost, winner);
+}
+
+bool TableChanges::WasEdited(const Row& row) {
+  if (!agreed_) agreed_ = setting_.agreed ? setting_.agreed() : std::nullopt;
+  if (!*agreed_) return true;
+  const RowSet& agreed = **agreed_;
+  const KeyedRow* const known = agreed.Find(KeyOf(Side::Desktop, row));
+  return known == nullptr || !IsSameOnHandheld(agreed.Fields(), known->values, row);
+}
+
+void TableChanges::CheckTexts(const Row& row) {
+  for (const Value& value : row) {
+    if (!ComesBackChanged(value)) continue;
+    if (rowsWithOtherText_++ == 0) firstWithOtherText_ = KeyOf(Side::Desktop, row);
+    return;
+  }
+}
+
+std::string TableChanges::KeyOf(Side side, const Row& row) const {
+  const std::size_t place = side == Side::Desktop ? desktopKey_ : handheldKey_;
+  return place < row.size() ? TextOf(row[place]) : std::string();
+}
+
+void TableChanges::Write(What what, Side side, const Row* before, const Row* after) {
+  if (!setting_.lines) return;
+  // What comes from the other side has its fields in this side's order: columns are matched by place.
+  const std::vector<std::string>& names =
+      side == Side::Desktop || handheldNames_.empty() ? desktopNames_ : handheldNames_;
+  const Row& row = before != nullptr ? *before : *after;
+  const Change change{record_.table,
+                      KeyOf(side, row),
+                      side,
+                      what,
+                      before != nullptr ? ObjectOf(names, *before) : std::string(),
+                      after != nullptr ? ObjectOf(names, *after) : std::string()};
+  setting_.lines(JsonLineOf(change) + '\n');
+}
+
+}  // namespace mv::history

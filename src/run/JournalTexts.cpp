@@ -1,0 +1,141 @@
+#include "run/JournalTexts.h"
+
+#include <array>
+#include <utility>
+
+#include "base/NumberText.h"
+
+namespace mv::journal_texts {
+namespace {
+
+constexpr const char* kProgram = "MVPPCSync: ";
+
+std::string Joined(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
+std::string Row(const std::string& table, const std::string& key) {
+  return table + ", row \"" + key + "\"";
+}
+
+/// What to do about an error that stops a run; the numbers are those of the log.
+std::string AdviceFor(std::int32_t number) {
+  constexpr std::array<std::pair<std::int32_t, const char*>, 9> kAdvice = {{
+      {errors::kOverflow, "a value is beyond what table files hold: shorten or correct it, then run again"},
+      {errors::kOutOfMemory, "close other programs and run again"},
+      {errors::kSubscriptOutOfRange, "the handheld's file of this table is damaged: see docs/user/recovery.md"},
+      {errors::kFileNotFound, "check that the database and the template _20 are there"},
+      {errors::kDiskFull, "make room on the disk and run again"},
+      {errors::kPermissionDenied, "close the program that has the file open and run again"},
+      {errors::kPathFileAccess, "check the paths in the settings and your rights to them"},
+      {errors::kPathNotFound, "check the paths in the settings"},
+      {errors::kRecordsetArgument, "take the quote out of the key on the PC and run again"},
+  }};
+  for (const auto& [known, advice] : kAdvice) {
+    if (known == number) return advice;
+  }
+  return "see the end of the sync log, then run again";
+}
+
+}  // namespace
+
+std::string WarningLine(const std::string& text) {
+  return "Warning: " + text;
+}
+
+std::string Loss(const std::string& table, const std::string& side, std::int64_t lost, std::int64_t before) {
+  return table + ": the " + side + " loses " + TextOfInteger(lost) + " of " + TextOfInteger(before) + " rows";
+}
+
+std::string OtherColumns(const std::string& table, std::size_t number, const std::string& onDesktop,
+                         const std::string& onHandheld) {
+  const auto shown = [](const std::string& name) { return name.empty() ? std::string("missing") : '"' + name + '"'; };
+  return table + ": column " + std::to_string(number) + " is " + shown(onDesktop) + " on the PC and " +
+         shown(onHandheld) + " on the handheld; columns are matched by their place";
+}
+
+std::string OtherText(const std::string& table, std::int64_t rows, const std::string& firstKey) {
+  return table + ": " + TextOfInteger(rows) +
+         " rows hold characters that the handheld shows as \"?\", and would come back changed; the first is \"" +
+         firstKey + "\"";
+}
+
+std::string QuoteInKey(const std::string& table, const std::string& key) {
+  return Row(table, key) + ": the key on the PC holds a quote ('); the run stops there with error 3001";
+}
+
+std::string BeyondHandheld(const std::string& table, const std::string& key) {
+  return Row(table, key) + ": a date, a number or the count of rows is beyond what the handheld takes";
+}
+
+std::string LongText(const std::string& table, const std::string& key, const std::string& field) {
+  return Row(table, key) + ": " + field + " is longer than the 32767 bytes that the handheld takes";
+}
+
+std::string UnfilledMet(const std::vector<std::string>& tables) {
+  return "an Overwrite PC emptied these tables on the PC and has not filled them: " + Joined(tables);
+}
+
+std::string NotTaken(const std::vector<std::string>& tables) {
+  return "Overwrite PC did not take every table; until one takes them these are not filled on the PC: " +
+         Joined(tables);
+}
+
+std::string CannotCompare(const std::string& table, const std::string& side, const Error& error) {
+  return table + ": what the " + side + " had before cannot be read (" + error.Description() +
+         "), so the report cannot tell what it loses";
+}
+
+std::string NoHistory(const Error& error) {
+  return "the history of this run cannot be written (" + error.Description() + "); it cannot be undone with mvtool";
+}
+
+std::string NoReport(const Error& error) {
+  return "the report of the tables that were not taken cannot be made (" + error.Description() + ")";
+}
+
+std::string LossStop(const std::string& loss, std::int16_t mode) {
+  return loss + ": stopped before this table was changed, as [Safety] OnMassLoss asks; \"mvtool preview --mode " +
+         TextOfInteger(mode) + "\" shows the rows, and OnMassLoss=warn lets them go";
+}
+
+std::string UnfilledStop(const std::vector<std::string>& tables, const std::string& mode, const std::string& restore) {
+  return "An Overwrite PC emptied these tables on the PC and has not filled them: " + Joined(tables) + ". " + mode +
+         " would empty them on the handheld too, so nothing was changed. Run Overwrite PC again (the window's takes "
+         "all "
+         "tables), or go back with \"mvtool restore " +
+         restore + "\"; [Safety] UnfinishedOverwrite=go lets the run pass.";
+}
+
+std::string ErrorText(const Error& error) {
+  return "Error " + TextOfInteger(error.Number()) + ": " + error.Description();
+}
+
+std::string StoppedLine(const std::string& table, const Error& error, const std::string& database) {
+  const bool own = error.Number() == errors::kOperationFailed;
+  const bool inUse = error.Number() == errors::kPermissionDenied;
+  const std::string what = inUse ? "\"" + database + "\" is in use" : (own ? error.Description() : ErrorText(error));
+  return std::string(kProgram) + "stopped" + (table.empty() ? "" : " at table " + table) + ": " + what +
+         (own ? "" : "; " + AdviceFor(error.Number()));
+}
+
+std::string FailedTable(const history::TableRecord& table) {
+  const bool fetched = table.state != history::TableState::NotRetrieved;
+  return table.table + (fetched ? " not sent back" : " not fetched") + " (code " + TextOfInteger(table.code) + ")";
+}
+
+std::string TablesFailedLine(const std::string& tables) {
+  return std::string(kProgram) + tables +
+         "; close Motorva Mobile Edition on the handheld, check the card and its free space, and run again";
+}
+
+std::string NoHandheldLine() {
+  return std::string(kProgram) +
+         "no handheld answered; connect it and turn it on (a folder handheld: check Root and that the card is "
+         "mounted), "
+         "and run again";
+}
+
+}  // namespace mv::journal_texts

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "base/Error.h"
+#include "history/RunRecord.h"
+
+/// What a run tells its user beside the given lines of its log: on standard error, in the window's list, in run.json.
+/// One line each.
+namespace mv::journal_texts {
+
+std::string WarningLine(const std::string& text);
+
+// Warnings.
+
+/// `side` is "PC" or "handheld".
+std::string Loss(const std::string& table, const std::string& side, std::int64_t lost, std::int64_t before);
+std::string OtherColumns(const std::string& table, std::size_t number, const std::string& onDesktop,
+                         const std::string& onHandheld);
+std::string OtherText(const std::string& table, std::int64_t rows, const std::string& firstKey);
+std::string QuoteInKey(const std::string& table, const std::string& key);
+std::string BeyondHandheld(const std::string& table, const std::string& key);
+std::string LongText(const std::string& table, const std::string& key, const std::string& field);
+std::string UnfilledMet(const std::vector<std::string>& tables);
+std::string NotTaken(const std::vector<std::string>& tables);
+std::string CannotCompare(const std::string& table, const std::string& side, const Error& error);
+std::string NoHistory(const Error& error);
+std::string NoReport(const Error& error);
+
+// Errors that stop a run.
+
+/// `loss`: what Loss says.
+std::string LossStop(const std::string& loss, std::int16_t mode);
+/// `restore`: the run to go back to.
+std::string UnfilledStop(const std::vector<std::string>& tables, const std::string& mode, const std::string& restore);
+
+// How a silent run ended, with what to do about it.
+
+std::string ErrorText(const Error& error);
+/// `table` is empty when none was in hand.
+std::string StoppedLine(const std::string& table, const Error& error, const std::string& database);
+std::string FailedTable(const history::TableRecord& table);
+/// `tables`: FailedTable of each, joined.
+std::string TablesFailedLine(const std::string& tables);
+std::string NoHandheldLine();
+
+}  // namespace mv::journal_texts
