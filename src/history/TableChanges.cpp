@@ -81,10 +81,10 @@ void TableChanges::Changed(Side side, const Row& before, const Row& after) {
     ++record_.handheld.changed;
     return Write(What::Changed, side, &before, &after);
   }
-  CheckOverruled(before, &after);
-  if (ComparesDesktop()) return;
-  ++record_.desktop.changed;
-  Write(What::Changed, side, &before, &after);
+  const bool overruled = IsOverruled(before);
+  if (overruled) ++record_.overruled;
+  if (!ComparesDesktop()) ++record_.desktop.changed;
+  WriteLost(overruled, What::Changed, before, &after);
 }
 
 void TableChanges::Deleted(Side side, const Row& row) {
@@ -93,10 +93,10 @@ void TableChanges::Deleted(Side side, const Row& row) {
     ++record_.handheld.deleted;
     return Write(What::Deleted, side, &row, nullptr);
   }
-  CheckOverruled(row, nullptr);
-  if (ComparesDesktop()) return;
-  ++record_.desktop.deleted;
-  Write(What::Deleted, side, &row, nullptr);
+  const bool overruled = IsOverruled(row);
+  if (overruled) ++record_.overruled;
+  if (!ComparesDesktop()) ++record_.desktop.deleted;
+  WriteLost(overruled, What::Deleted, row, nullptr);
 }
 
 void TableChanges::Dropped(const Row& row) {
@@ -143,13 +143,8 @@ void TableChanges::FinishDesktop(Recordset& desktop) {
   });
 }
 
-void TableChanges::CheckOverruled(const Row& lost, const Row* winner) {
-  if (setting_.mode != RunMode::Synchronize || !WasEdited(lost)) return;
-  ++record_.overruled;
-  Write(What::Overruled, Side::Desktop, &lost, winner);
-}
-
-bool TableChanges::WasEdited(const Row& row) {
+bool TableChanges::IsOverruled(const Row& row) {
+  if (setting_.mode != RunMode::Synchronize) return false;
   if (!agreed_) agreed_ = setting_.agreed ? setting_.agreed() : std::nullopt;
   if (!*agreed_) return true;
   const RowSet& agreed = **agreed_;
@@ -170,18 +165,28 @@ std::string TableChanges::KeyOf(Side side, const Row& row) const {
   return place < row.size() ? TextOf(row[place]) : std::string();
 }
 
-void TableChanges::Write(What what, Side side, const Row* before, const Row* after) {
-  if (!setting_.lines) return;
+Change TableChanges::ChangeOf(What what, Side side, const Row* before, const Row* after) const {
   // What comes from the other side has its fields in this side's order: columns are matched by place.
   const std::vector<std::string>& names =
       side == Side::Desktop || handheldNames_.empty() ? desktopNames_ : handheldNames_;
-  const Row& row = before != nullptr ? *before : *after;
-  const Change change{record_.table,
-                      KeyOf(side, row),
-                      side,
-                      what,
-                      before != nullptr ? ObjectOf(names, *before) : std::string(),
-                      after != nullptr ? ObjectOf(names, *after) : std::string()};
+  return {record_.table,
+          KeyOf(side, before != nullptr ? *before : *after),
+          side,
+          what,
+          before != nullptr ? ObjectOf(names, *before) : std::string(),
+          after != nullptr ? ObjectOf(names, *after) : std::string()};
+}
+
+void TableChanges::Write(What what, Side side, const Row* before, const Row* after) {
+  if (setting_.lines) setting_.lines(JsonLineOf(ChangeOf(what, side, before, after)) + '\n');
+}
+
+void TableChanges::WriteLost(bool overruled, What what, const Row& before, const Row* after) {
+  if (!setting_.lines) return;
+  Change change = ChangeOf(what, Side::Desktop, &before, after);
+  if (!ComparesDesktop()) setting_.lines(JsonLineOf(change) + '\n');
+  if (!overruled) return;
+  change.what = What::Overruled;
   setting_.lines(JsonLineOf(change) + '\n');
 }
 

@@ -65,12 +65,14 @@ class TableChanges : public MergeObserver {
   void AddedToHandheld(const Row& row);
   void FinishHandheld();
   void FinishDesktop(Recordset& desktop);
-  /// Counts a desktop row that lost when it was edited there.
-  void CheckOverruled(const Row& lost, const Row* winner);
-  bool WasEdited(const Row& row);
+  /// True for a desktop row that lost and had been edited there.
+  bool IsOverruled(const Row& row);
   void CheckTexts(const Row& row);
   std::string KeyOf(Side side, const Row& row) const;
+  Change ChangeOf(What what, Side side, const Row* before, const Row* after) const;
   void Write(What what, Side side, const Row* before, const Row* after);
+  /// Of a desktop row that lost against the handheld's flag: what became of it, and, if so, that it had been edited.
+  void WriteLost(bool overruled, What what, const Row& before, const Row* after);
 
   Setting setting_;
   TableRecord record_;

@@ -202,10 +202,21 @@ bool IsEscaped(char character) {
   return static_cast<unsigned char>(character) < 0x20 || character == '"' || character == '\\';
 }
 
-std::string Quoted(std::string_view text) {
+void AppendQuoted(std::string& to, std::string_view text) {
   // Rows are written by the thousand, and the library takes its time for each text.
-  if (std::none_of(text.begin(), text.end(), IsEscaped)) return '"' + std::string(text) + '"';
-  return Library(text).dump(-1, ' ', false, Library::error_handler_t::replace);
+  if (std::any_of(text.begin(), text.end(), IsEscaped)) {
+    to += Library(text).dump(-1, ' ', false, Library::error_handler_t::replace);
+    return;
+  }
+  to += '"';
+  to += text;
+  to += '"';
+}
+
+std::string Quoted(std::string_view text) {
+  std::string quoted;
+  AppendQuoted(quoted, text);
+  return quoted;
 }
 
 template <typename T>
@@ -326,7 +337,7 @@ JsonWriter& JsonWriter::EndArray() {
 
 JsonWriter& JsonWriter::Name(std::string_view name) {
   Separate();
-  result_ += Quoted(name);
+  AppendQuoted(result_, name);
   result_ += ':';
   needsComma_ = false;
   return *this;
@@ -334,7 +345,7 @@ JsonWriter& JsonWriter::Name(std::string_view name) {
 
 JsonWriter& JsonWriter::Text(std::string_view text) {
   Separate();
-  result_ += Quoted(text);
+  AppendQuoted(result_, text);
   return *this;
 }
 
