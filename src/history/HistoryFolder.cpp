@@ -125,6 +125,20 @@ void HistoryFolder::Remove(const std::string& entry) {
   }
 }
 
+bool HistoryFolder::RemoveOldest(const std::string& own) {
+  const std::vector<std::string> entries = Entries();
+  for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+    if (*entry == own) continue;
+    try {
+      Remove(*entry);
+      return true;
+    } catch (const Error&) {
+      // Held by somebody; the next one may do.
+    }
+  }
+  return false;
+}
+
 std::vector<std::string> HistoryFolder::Prune(const HistoryLimits& limits, const std::string& own) {
   std::vector<std::string> entries = Entries();
   std::uint64_t bytes = 0;

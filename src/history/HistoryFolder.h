@@ -56,6 +56,8 @@ class HistoryFolder {
   std::uint64_t BytesOf(const std::string& entry) const;
   /// Removes an entry with all that is in it.
   void Remove(const std::string& entry);
+  /// Removes the oldest entry but `own`; false when there was none that could be removed.
+  bool RemoveOldest(const std::string& own);
   /// Removes the oldest entries until no more are left than the limits allow; `own` counts and always stays. Returns
   /// the names of those removed. What cannot be removed stays.
   std::vector<std::string> Prune(const HistoryLimits& limits, const std::string& own = {});

@@ -19,36 +19,36 @@ auto PatientFileSystem::Patiently(Action action) {
 
 std::unique_ptr<File> PatientFileSystem::Open(const std::string& path, Access access, Disposition disposition,
                                               Sharing sharing) {
-  return Patiently([&] { return files_.Open(path, access, disposition, sharing); });
+  return Patiently([&] { return Inner().Open(path, access, disposition, sharing); });
 }
 
 void PatientFileSystem::RemoveFile(const std::string& path) {
-  Patiently([&] { files_.RemoveFile(path); });
+  Patiently([&] { Inner().RemoveFile(path); });
 }
 
 void PatientFileSystem::RenameFile(const std::string& from, const std::string& to) {
-  Patiently([&] { files_.RenameFile(from, to); });
+  Patiently([&] { Inner().RenameFile(from, to); });
 }
 
 void PatientFileSystem::LinkFile(const std::string& from, const std::string& name) {
-  Patiently([&] { files_.LinkFile(from, name); });
+  Patiently([&] { Inner().LinkFile(from, name); });
 }
 
 void PatientFileSystem::CopyWhole(const std::string& from, const std::string& to) {
-  Patiently([&] { files_.CopyWhole(from, to); });
+  Patiently([&] { Inner().CopyWhole(from, to); });
 }
 
 void PatientFileSystem::WriteWhole(const std::string& path, ByteView content) {
-  Patiently([&] { files_.WriteWhole(path, content); });
+  Patiently([&] { Inner().WriteWhole(path, content); });
 }
 
 std::unique_ptr<File> PatientFileSystem::CreateStaged(const std::string& path, const std::string& like) {
-  return Patiently([&] { return files_.CreateStaged(path, like); });
+  return Patiently([&] { return Inner().CreateStaged(path, like); });
 }
 
 std::unique_ptr<File> PatientFileSystem::ReplaceOpen(std::unique_ptr<File>& staged, std::unique_ptr<File>& current,
                                                      const std::string& path, Existing existing) {
-  return Patiently([&] { return files_.ReplaceOpen(staged, current, path, existing); });
+  return Patiently([&] { return Inner().ReplaceOpen(staged, current, path, existing); });
 }
 
 }  // namespace mv::platform

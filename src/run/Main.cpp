@@ -17,8 +17,8 @@ constexpr const char* kNoWindow =
     "(Overwrite PC).\n";
 
 void FillModeTexts(RunState& state) {
-  state.ModeResultTexts = {"Table Synchronized", "PC Table Replaced PDA Table", "PDA Table Replaced PC Table"};
-  state.ModeNames = {"Synchronize", "Overwrite PDA", "Overwrite PC"};
+  state.ModeResultTexts = ModeResultTexts();
+  state.ModeNames = ModeNames();
 }
 
 MessageAnswer AskToConnect(UserInterface& ui) {

@@ -9,6 +9,7 @@
 #include "device/IFileTransfer.h"
 #include "device/modWinCEFileManagement.h"
 #include "device/modWinCERAPIConnectionHandler.h"
+#include "history/RoomMaker.h"
 #include "platform/FileSystem.h"
 #include "platform/Shell.h"
 #include "platform/System.h"
@@ -42,6 +43,8 @@ struct RunContext {
   std::function<std::optional<std::string>(const std::string& devicePath)> localDeviceFile = {};
   /// Takes a line for whoever started a silent run; null when nobody listens.
   std::function<void(const std::string&)> tell = {};
+  /// Gives up old history when the disk is full; null where nobody does. What `files` writes must go through it.
+  history::RoomMaker* room = nullptr;
 };
 
 /// The current time as the log and the window show it.

@@ -78,11 +78,13 @@ void RunJournal::Begin() {
   record_.settings = SettingsUsed(run_.state.settings);
   record_.unfilled = unfilled_;
   keepsHistory_ = run_.state.history.keep > 0;
+  if (run_.room != nullptr) run_.room->Serve(record_.databasePath, {});
   InHistory([&] {
     const bool inPlace = run_.databases.WritesInPlace();
     archive_.Begin(run_.clock.Now(), run_.state.history,
                    inPlace ? history::RunArchive::Changes::InPlace : history::RunArchive::Changes::ByRename, record_);
   });
+  if (run_.room != nullptr) run_.room->Serve(record_.databasePath, archive_.Entry());
 }
 
 void RunJournal::RequireFilledTables() {

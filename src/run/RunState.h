@@ -29,6 +29,14 @@ struct RunState {
   std::string CurrentPdbFolder;
 };
 
+/// What RunState is filled with at start.
+inline std::array<std::string, 3> ModeNames() {
+  return {"Synchronize", "Overwrite PDA", "Overwrite PC"};
+}
+inline std::array<std::string, 3> ModeResultTexts() {
+  return {"Table Synchronized", "PC Table Replaced PDA Table", "PDA Table Replaced PC Table"};
+}
+
 /// The mode of the run; none of the enumerators when the stored number is none.
 inline RunMode ModeOf(const RunState& state) {
   return static_cast<RunMode>(state.settings.SyncMode);

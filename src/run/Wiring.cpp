@@ -25,7 +25,8 @@ DeviceHooks MakeHooks(SyncLog& log, UserInterface& ui) {
 Wiring::Wiring(Invocation invocation)
     : invocation_(std::move(invocation)),
       systemFiles_(platform::MakeFileSystem()),
-      files_(*systemFiles_, clock_),
+      patientFiles_(*systemFiles_, clock_),
+      files_(patientFiles_),
       programFolder_(platform::ProgramFolder()),
       settings_(MakeSettingsStore(files_, programFolder_)),
       protectedFiles_(files_, state_.settings, programFolder_),
@@ -59,7 +60,7 @@ Wiring::Wiring(Invocation invocation)
 /// A folder that stands for the handheld comes before the handheld that the system may reach; null without one.
 std::unique_ptr<FolderRapi> Wiring::MakeFolderRapi() {
   const std::string root = LoadHandheldRoot(*settings_);
-  return root.empty() ? nullptr : std::make_unique<FolderRapi>(files_, root);
+  return root.empty() ? nullptr : std::make_unique<FolderRapi>(patientFiles_, root);
 }
 
 Rapi& Wiring::Handheld() {
@@ -81,6 +82,7 @@ UserInterface& Wiring::Ui() {
 }
 
 int Wiring::Run(std::ostream& errors) {
+  run_.room = &files_;
   run_.tell = [&errors](const std::string& line) { errors << line << '\n'; };
   const EntryContext entry{run_, invocation_, window_.get(), InitCommonControls, errors};
   if (const auto status = Main(entry)) return static_cast<int>(*status);

@@ -31,7 +31,8 @@ class Wiring {
   Invocation invocation_;
   platform::SystemClock clock_;
   std::unique_ptr<platform::FileSystem> systemFiles_;
-  platform::PatientFileSystem files_;
+  platform::PatientFileSystem patientFiles_;
+  history::RoomMaker files_;
   platform::SystemShell shell_;
   std::string programFolder_;
   std::unique_ptr<SettingsStore> settings_;

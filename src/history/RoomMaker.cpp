@@ -1,0 +1,91 @@
+#include "history/RoomMaker.h"
+
+#include <utility>
+
+#include "base/Error.h"
+#include "base/Text.h"
+
+namespace mv::history {
+
+template <typename Action>
+auto RoomMaker::WithRoom(Action action) {
+  while (true) {
+    try {
+      return action();
+    } catch (const Error& error) {
+      if (error.Number() != errors::kDiskFull || !GiveUpOldest()) throw;
+    }
+  }
+}
+
+/// A file whose writes make room.
+class RoomMaker::RoomyFile : public platform::File {
+ public:
+  RoomyFile(RoomMaker& maker, std::unique_ptr<platform::File> file) : maker_(maker), file_(std::move(file)) {}
+
+  std::uint64_t Size() const override { return file_->Size(); }
+  std::size_t ReadAt(std::uint64_t offset, ByteSpan out) override { return file_->ReadAt(offset, out); }
+  void WriteAt(std::uint64_t offset, ByteView data) override {
+    maker_.WithRoom([&] { file_->WriteAt(offset, data); });
+  }
+  void Resize(std::uint64_t size) override {
+    maker_.WithRoom([&] { file_->Resize(size); });
+  }
+  void Sync() override {
+    maker_.WithRoom([&] { file_->Sync(); });
+  }
+
+ private:
+  RoomMaker& maker_;
+  std::unique_ptr<platform::File> file_;
+};
+
+void RoomMaker::Serve(const std::string& database, const std::string& own) {
+  // Below this object: what gives room must not ask for it.
+  history_ = std::make_unique<HistoryFolder>(Inner(), database);
+  folder_ = Inner().RealPath(database.substr(0, FolderLength(database)));
+  own_ = own;
+}
+
+bool RoomMaker::IsServed(const std::string& path) {
+  return history_ && Inner().RealPath(path).starts_with(folder_);
+}
+
+std::unique_ptr<platform::File> RoomMaker::Roomy(std::unique_ptr<platform::File> file, const std::string& path) {
+  if (!IsServed(path)) return file;
+  return std::make_unique<RoomyFile>(*this, std::move(file));
+}
+
+bool RoomMaker::GiveUpOldest() {
+  return history_ && history_->RemoveOldest(own_);
+}
+
+std::unique_ptr<platform::File> RoomMaker::Open(const std::string& path, platform::Access access,
+                                                platform::Disposition disposition, platform::Sharing sharing) {
+  auto file = Inner().Open(path, access, disposition, sharing);
+  return access == platform::Access::Read ? std::move(file) : Roomy(std::move(file), path);
+}
+
+void RoomMaker::CopyWhole(const std::string& from, const std::string& to) {
+  if (!IsServed(to)) return Inner().CopyWhole(from, to);
+  WithRoom([&] { Inner().CopyWhole(from, to); });
+}
+
+void RoomMaker::WriteWhole(const std::string& path, ByteView content) {
+  if (!IsServed(path)) return Inner().WriteWhole(path, content);
+  WithRoom([&] { Inner().WriteWhole(path, content); });
+}
+
+std::unique_ptr<platform::File> RoomMaker::CreateStaged(const std::string& path, const std::string& like) {
+  if (!IsServed(path)) return Inner().CreateStaged(path, like);
+  return Roomy(WithRoom([&] { return Inner().CreateStaged(path, like); }), path);
+}
+
+std::unique_ptr<platform::File> RoomMaker::ReplaceOpen(std::unique_ptr<platform::File>& staged,
+                                                       std::unique_ptr<platform::File>& current,
+                                                       const std::string& path, platform::Existing existing) {
+  if (!IsServed(path)) return Inner().ReplaceOpen(staged, current, path, existing);
+  return Roomy(WithRoom([&] { return Inner().ReplaceOpen(staged, current, path, existing); }), path);
+}
+
+}  // namespace mv::history

@@ -1,0 +1,229 @@
+#include "run/Preview.h"
+
+#include <algorithm>
+#include <random>
+#include <sstream>
+#include <utility>
+
+#include "base/Error.h"
+#include "base/Text.h"
+#include "history/HistoryFolder.h"
+#include "history/RunArchive.h"
+#include "history/UnfilledTables.h"
+#include "jet/file/DatabaseFile.h"
+#include "json/JsonLines.h"
+#include "platform/Shell.h"
+#include "platform/StagedWrite.h"
+#include "run/CurrentError.h"
+#include "run/DatabaseEngine.h"
+#include "run/Main.h"
+#include "run/PreviewParts.h"
+#include "run/RunSteps.h"
+#include "run/SilentSync.h"
+#include "run/TableDriver.h"
+#include "run/TablePaths.h"
+#include "run/Version.h"
+#include "ui/SystemUi.h"
+
+namespace mv {
+namespace {
+
+/// A folder that goes with the object.
+class ScratchFolder {
+ public:
+  ScratchFolder(platform::FileSystem& files, const std::string& parent) : files_(files) {
+    std::random_device random;
+    do {
+      path_ = JoinPath(parent, "mvpreview-" + std::to_string(random()));
+    } while (!files_.CreateFolder(path_));
+  }
+  ~ScratchFolder() {
+    try {
+      Remove(path_);
+    } catch (const Error&) {
+      // Held by a scanner, perhaps; a left-over means nothing.
+    }
+  }
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+  const std::string& Path() const { return path_; }
+
+ private:
+  void Remove(const std::string& folder) {
+    for (const std::string& name : files_.List(folder)) {
+      const std::string path = JoinPath(folder, name);
+      files_.FolderExists(path) ? Remove(path) : files_.RemoveFile(path);
+    }
+    files_.RemoveFolder(folder);
+  }
+
+  platform::FileSystem& files_;
+  std::string path_;
+};
+
+/// Where things lie for the preview.
+Settings ScratchSettings(Settings settings, const std::string& scratch) {
+  settings.DesktopDBPath = JoinPath(scratch, settings.DesktopDBPath.substr(FolderLength(settings.DesktopDBPath)));
+  settings.PCSyncSourcePath = JoinPath(scratch, "sync\\source");
+  settings.PCSyncDestPath = JoinPath(scratch, "sync\\dest");
+  settings.SyncLogPath = JoinPath(scratch, "SyncLog.txt");
+  return settings;
+}
+
+void CopyInto(platform::FileSystem& files, const std::string& from, const std::string& to, const std::string& like) {
+  const auto source =
+      files.Open(from, platform::Access::Read, platform::Disposition::OpenExisting, platform::Sharing::Read);
+  const auto copy = files.CreateStaged(to, like);
+  platform::CopyContent(*source, *copy);
+  files.RenameFile(files.StagedName(to), to);
+}
+
+/// Copies what the run would find beside the handheld: the database, what an Overwrite PC left to fill, and the tables
+/// on which both sides agreed last.
+void LayOut(platform::FileSystem& files, const Settings& real, const Settings& scratch) {
+  const std::string& database = real.DesktopDBPath;
+  files.CreateFolders(scratch.PCSyncDestPath);
+  if (files.FileExists(database)) {
+    jet::OpenDatabaseFile(files, database, jet::DatabaseAccess::Read);  // raises when it is in use
+    CopyInto(files, database, scratch.DesktopDBPath, database);
+  }
+  history::UnfilledTables(files, scratch.DesktopDBPath).Save(history::UnfilledTables(files, database).Load());
+  const history::RunArchive archive(files, database);
+  for (const SyncTable& table : kTables) {
+    const std::string last = archive.LastReturned(table.name).value_or(PathsOf(real, table.name).result);
+    if (!files.FileExists(last)) continue;
+    CopyInto(files, last, PathsOf(scratch, table.name).result, database);
+  }
+}
+
+/// Gives the paths in a text back their places outside the copy.
+class RealPaths {
+ public:
+  RealPaths(const Settings& real, const Settings& scratch) {
+    for (const auto member :
+         {&Settings::PCSyncSourcePath, &Settings::PCSyncDestPath, &Settings::SyncLogPath, &Settings::DesktopDBPath}) {
+      replaced_.emplace_back(scratch.*member, real.*member);
+    }
+  }
+  std::string In(std::string text) const {
+    for (const auto& [scratch, real] : replaced_) {
+      for (auto at = text.find(scratch); at != std::string::npos; at = text.find(scratch, at + real.size())) {
+        text.replace(at, scratch.size(), real);
+      }
+    }
+    return text;
+  }
+
+ private:
+  std::vector<std::pair<std::string, std::string>> replaced_;
+};
+
+std::vector<history::Change> ChangesIn(platform::FileSystem& files, const std::string& path) {
+  const Bytes content = platform::ReadWhole(files, path);
+  std::istringstream text(std::string(content.begin(), content.end()));
+  JsonLines lines(text);
+  std::vector<history::Change> changes;
+  while (const auto line = lines.Next()) changes.push_back(history::ChangeFromJson(*line));
+  return changes;
+}
+
+/// The objects of a run, as Wiring makes them.
+class PreviewRun {
+ public:
+  PreviewRun(const PreviewContext& context, const Settings& real, RunMode mode, const std::string& scratch)
+      : context_(context),
+        real_(real),
+        files_(context.files, scratch),
+        handheld_(context.handheld),
+        settings_(context.settings) {
+    state_.settings = real;
+    state_.ModeNames = ModeNames();
+    state_.ModeResultTexts = ModeResultTexts();
+    state_.history = {1, HistoryLimits().maxMegabytes};
+    state_.safety = LoadSafetySettings(context.settings);
+    SetMode(state_, mode);
+  }
+
+  PreviewResult Run(std::span<const SyncTable> tables, const std::string& scratch) {
+    PreviewResult result;
+    run_.tell = [&](const std::string& line) { result.told.push_back(line); };
+    RequireSeparatePaths(run_, tables);
+    state_.settings = ScratchSettings(state_.settings, scratch);
+    LayOut(context_.files, real_, state_.settings);
+    result.status = SilentSync(run_, tables);
+    Collect(result);
+    return result;
+  }
+
+ private:
+  void Collect(PreviewResult& result) {
+    const history::HistoryFolder folder(context_.files, state_.settings.DesktopDBPath);
+    const RealPaths paths(real_, state_.settings);
+    for (std::string& line : result.told) line = paths.In(line);
+    for (const std::string& entry : folder.Entries()) {
+      if (auto record = folder.Read(entry)) result.record = std::move(*record);
+      result.changes = ChangesIn(context_.files, folder.ChangesOf(entry));
+    }
+    result.record.error = paths.In(result.record.error);
+    result.record.databasePath = paths.In(result.record.databasePath);
+    for (std::string& warning : result.record.warnings) warning = paths.In(warning);
+    for (auto& [name, value] : result.record.settings) value = paths.In(value);
+  }
+
+  const PreviewContext& context_;
+  Settings real_;
+  ScratchFileSystem files_;
+  ReadOnlyRapi handheld_;
+  PreviewSettings settings_;
+  platform::SystemShell shell_;
+  RunState state_;
+  ProtectedFiles protectedFiles_{files_, state_.settings, context_.programFolder};
+  SyncLog log_{files_, state_.settings, protectedFiles_};
+  std::unique_ptr<UserInterface> ui_ = MakeSilentUserInterface();
+  DeviceHooks hooks_{[this](const std::string& line) { log_.WriteLogLine(line, false); }, [] {}, [] {}, [] {}};
+  modWinCERAPIConnectionHandler connection_{handheld_, hooks_};
+  modWinCEFileManagement deviceFiles_{handheld_, connection_, files_, hooks_};
+  std::unique_ptr<DatabaseProvider> databases_ = MakeDatabaseEngine(files_);
+  platform::SystemClock clock_;
+  RunContext run_{state_,
+                  log_,
+                  *ui_,
+                  settings_,
+                  *databases_,
+                  connection_,
+                  deviceFiles_,
+                  [this] { return CreateFileTransfer(connection_, deviceFiles_, files_); },
+                  files_,
+                  shell_,
+                  clock_,
+                  context_.programFolder,
+                  kProgramVersion,
+                  protectedFiles_,
+                  context_.localDeviceFile};
+};
+
+/// A run that does not even begin: it is stopped by the same error.
+PreviewResult Stopped(const Error& error) {
+  PreviewResult result;
+  result.status = ExitStatus::Stopped;
+  result.record.status = static_cast<int>(result.status);
+  result.record.error = error.Description();
+  return result;
+}
+
+}  // namespace
+
+PreviewResult RunPreview(const PreviewContext& context, const PreviewRequest& request) {
+  const Settings real = LoadSettings(context.settings, context.programFolder);
+  const RunMode mode = request.mode.value_or(static_cast<RunMode>(real.SyncMode));
+  const ScratchFolder scratch(context.files, context.temporaryFolder);
+  PreviewRun run(context, real, mode, scratch.Path());
+  try {
+    return run.Run(request.tables, scratch.Path());
+  } catch (...) {
+    return Stopped(CurrentError());
+  }
+}
+
+}  // namespace mv
