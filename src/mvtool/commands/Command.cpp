@@ -13,15 +13,17 @@ namespace {
 
 constexpr std::string_view kIntroduction =
     "mvtool looks into the files that MVPPCSync keeps in step, and makes new ones:\n"
-    "databases of the desktop (.db) and table files of a handheld (.pdb).\n";
+    "databases of the desktop (.db) and table files of a handheld (.pdb). It lists\n"
+    "the runs of MVPPCSync and takes them back.\n";
 
 constexpr std::string_view kClosing =
     "\nExit status: 0 done, 1 it failed (the message says why), 2 the command line\n"
     "was not understood.\n";
 
-std::array<Command, 9> Commands() {
-  return {ListCommand(),  ShowCommand(),     ExportCommand(), CheckCommand(), CreateCommand(),
-          ApplyCommand(), TemplateCommand(), MakeCommand(),   DemoCommand()};
+std::array<Command, 13> Commands() {
+  return {ListCommand(),    ShowCommand(),     ExportCommand(), CheckCommand(), CreateCommand(),
+          ApplyCommand(),   TemplateCommand(), MakeCommand(),   DemoCommand(),  RunsCommand(),
+          RestoreCommand(), SendCommand(),     PruneCommand()};
 }
 
 bool AsksForHelp(std::string_view word) {
