@@ -237,6 +237,7 @@ void Restore::MakeEntry() {
 }
 
 void Restore::RemoveEntry() {
+  held_.reset();  // a second name of an open file cannot be removed everywhere
   try {
     folder_.Remove(entry_);
   } catch (const Error&) {
