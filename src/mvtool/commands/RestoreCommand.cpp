@@ -55,8 +55,13 @@ std::string SideText(std::string_view name, const history::SideCounts& side) {
          std::to_string(side.deleted);
 }
 
+std::string FlagsText(std::int64_t rows) {
+  if (rows == 0) return {};
+  return "flags of " + std::to_string(rows) + (rows == 1 ? " row" : " rows");
+}
+
 std::string SummaryOf(const TablePreview& preview) {
-  const std::string flags = preview.flags == 0 ? std::string() : "flags of " + std::to_string(preview.flags) + " rows";
+  const std::string flags = FlagsText(preview.flags);
   std::string text;
   for (const std::string& part : {SideText("PC", preview.desktop), SideText("handheld", preview.handheld), flags}) {
     if (!part.empty()) text += (text.empty() ? "" : ", ") + part;
