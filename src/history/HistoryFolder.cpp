@@ -22,6 +22,17 @@ std::string NameOf(const std::string& path) {
   return path.substr(FolderLength(path));
 }
 
+/// False where the system has no second names.
+bool Link(platform::FileSystem& files, const std::string& file, const std::string& name) {
+  try {
+    files.LinkFile(file, name);
+    return true;
+  } catch (const Error& error) {
+    if (error.Number() != errors::kPathFileAccess) throw;
+    return false;
+  }
+}
+
 }  // namespace
 
 HistoryFolder::HistoryFolder(platform::FileSystem& files, const std::string& database)
@@ -84,19 +95,28 @@ void HistoryFolder::Write(const std::string& entry, const RunRecord& record) {
 }
 
 void HistoryFolder::Keep(const std::string& file, const std::string& kept) {
-  try {
-    files_.LinkFile(file, kept);
-  } catch (const Error& error) {
-    if (error.Number() != errors::kPathFileAccess) throw;
-    KeepCopy(file, kept);
-  }
+  if (!Link(files_, file, kept)) KeepCopy(file, kept);
+}
+
+void HistoryFolder::Keep(const std::string& file, const std::string& kept, platform::File& held) {
+  if (!Link(files_, file, kept)) CopyInto(kept, held);
 }
 
 void HistoryFolder::KeepCopy(const std::string& file, const std::string& kept) {
   const auto source =
       files_.Open(file, platform::Access::Read, platform::Disposition::OpenExisting, platform::Sharing::Read);
+  CopyInto(kept, *source);
+}
+
+void HistoryFolder::KeepContent(const Bytes& content, const std::string& kept) {
+  platform::StagedWrite file(files_, kept, database_);
+  file.Contents().WriteAt(0, content);
+  file.Finish();
+}
+
+void HistoryFolder::CopyInto(const std::string& kept, platform::File& source) {
   platform::StagedWrite copy(files_, kept, database_);
-  platform::CopyContent(*source, copy.Contents());
+  platform::CopyContent(source, copy.Contents());
   copy.Finish();
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Bytes.h"
 #include "base/Date.h"
 #include "config/Settings.h"
 #include "history/RunRecord.h"
@@ -49,8 +50,12 @@ class HistoryFolder {
   /// Second name, in an entry, for a file that is only ever replaced as a whole; a copy where the system has no second
   /// names. On disk on return.
   void Keep(const std::string& file, const std::string& kept);
+  /// The same for whoever has the file open and lets nobody else read it: `held` is what is copied.
+  void Keep(const std::string& file, const std::string& kept, platform::File& held);
   /// Copy of a file in an entry, as private as the database.
   void KeepCopy(const std::string& file, const std::string& kept);
+  /// A file of an entry from memory, likewise.
+  void KeepContent(const Bytes& content, const std::string& kept);
 
   /// Bytes of all files of an entry.
   std::uint64_t BytesOf(const std::string& entry) const;
@@ -63,6 +68,8 @@ class HistoryFolder {
   std::vector<std::string> Prune(const HistoryLimits& limits, const std::string& own = {});
 
  private:
+  void CopyInto(const std::string& kept, platform::File& source);
+
   platform::FileSystem& files_;
   std::string database_;
   std::string path_;

@@ -16,6 +16,8 @@ std::string ProgramFolder();
 std::string CommandLine(int argc, char** argv);
 /// Value of an environment variable; nothing when it is not set.
 std::optional<std::string> EnvironmentVariable(const std::string& name);
+/// The folder for files that are soon gone, without a separator at its end.
+std::string TemporaryFolder();
 /// A point in time in the user's locale form, as the platform turns a date into text: short date and time; the date
 /// alone at midnight, the time alone on day zero, 1899-12-30. Error 13 for a time that the platform cannot show.
 std::string LocalDateTimeText(const CivilTime& time);

@@ -13,15 +13,17 @@ namespace {
 
 constexpr std::string_view kIntroduction =
     "mvtool looks into the files that MVPPCSync keeps in step, and makes new ones:\n"
-    "databases of the desktop (.db) and table files of a handheld (.pdb).\n";
+    "databases of the desktop (.db) and table files of a handheld (.pdb). It lists\n"
+    "the runs of MVPPCSync and takes them back.\n";
 
 constexpr std::string_view kClosing =
     "\nExit status: 0 done, 1 it failed (the message says why), 2 the command line\n"
     "was not understood.\n";
 
-std::array<Command, 9> Commands() {
-  return {ListCommand(),  ShowCommand(),     ExportCommand(), CheckCommand(), CreateCommand(),
-          ApplyCommand(), TemplateCommand(), MakeCommand(),   DemoCommand()};
+std::array<Command, 15> Commands() {
+  return {ListCommand(),  ShowCommand(),     ExportCommand(),  CheckCommand(), CreateCommand(),
+          ApplyCommand(), TemplateCommand(), MakeCommand(),    DemoCommand(),  PreviewCommand(),
+          RunsCommand(),  ChangesCommand(),  RestoreCommand(), SendCommand(),  PruneCommand()};
 }
 
 bool AsksForHelp(std::string_view word) {
@@ -65,7 +67,7 @@ int RunTool(std::span<const std::string> words, ToolContext& context) {
     Dispatch(words, context);
     context.out.flush();
     if (!context.out) return Report(context.err, "the output could not be written", kOperationFailed);
-    return kSucceeded;
+    return context.exitStatus;
   } catch (const Error& error) {
     context.out.flush();
     return Report(context.err, error.Description(), error.Number() == kWrongUsage ? kNotUnderstood : kOperationFailed);

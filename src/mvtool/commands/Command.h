@@ -1,11 +1,15 @@
 #pragma once
 
+#include <functional>
 #include <iosfwd>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "config/SettingsStore.h"
+#include "device/Rapi.h"
 #include "mvtool/commands/Arguments.h"
 #include "platform/FileSystem.h"
 #include "platform/System.h"
@@ -19,6 +23,14 @@ struct ToolContext {
   std::ostream& err;
   platform::FileSystem& files;
   const platform::Clock& clock;
+  /// Opens the user's settings; a context without it has none.
+  std::function<std::unique_ptr<SettingsStore>()> openSettings = {};
+  /// Folder of the programs, without a separator at its end: beside it lies what the settings do not place elsewhere.
+  std::string programFolder = {};
+  /// The handheld that this system may reach, for settings that name no folder in its place.
+  std::function<std::unique_ptr<Rapi>()> makeRapi = {};
+  /// What the program ends with when a command succeeds whose result is more than that.
+  int exitStatus = 0;
 };
 
 /// One command of the program. `run` writes its results to the context's `out` and throws mv::Error when it fails:
@@ -39,6 +51,12 @@ Command ExportCommand();
 Command CheckCommand();
 Command TemplateCommand();
 Command DemoCommand();
+Command RunsCommand();
+Command RestoreCommand();
+Command SendCommand();
+Command PruneCommand();
+Command ChangesCommand();
+Command PreviewCommand();
 
 /// Exit statuses of the program.
 inline constexpr int kSucceeded = 0;

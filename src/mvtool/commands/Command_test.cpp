@@ -45,9 +45,10 @@ std::string RecordLines() {
 
 TEST_F(CommandTest, HelpNamesEveryCommandAndSucceeds) {
   EXPECT_EQ(Run({"--help"}), kSucceeded);
-  for (const char* synopsis : {"mvtool list FILE.db", "mvtool show FILE.pdb", "mvtool create FILE.db SCHEMA.json",
-                               "mvtool make FILE.pdb", "mvtool demo FOLDER", "mvtool export FILE.db DIR",
-                               "mvtool apply FILE.db TABLE", "mvtool template FILE.db OUT", "mvtool check FILE.db"}) {
+  for (const char* synopsis :
+       {"mvtool list FILE.db", "mvtool show FILE.pdb", "mvtool create FILE.db SCHEMA.json", "mvtool make FILE.pdb",
+        "mvtool demo FOLDER", "mvtool export FILE.db DIR", "mvtool apply FILE.db TABLE", "mvtool template FILE.db OUT",
+        "mvtool check FILE.db", "mvtool runs", "mvtool restore RUN", "mvtool send TABLE...", "mvtool prune"}) {
     EXPECT_NE(out_.find(synopsis), std::string::npos) << synopsis;
   }
   EXPECT_EQ(err_, "");
@@ -92,7 +93,15 @@ TEST_F(CommandTest, MissingAndUnknownArgumentsAreNotUnderstood) {
                                                                  {"demo", "a", "--rows"},
                                                                  {"demo", "a", "--rows", "0"},
                                                                  {"demo", "a", "--rows", "32001"},
-                                                                 {"demo", "a", "--rows=1x"}}) {
+                                                                 {"demo", "a", "--rows=1x"},
+                                                                 {"runs", "a"},
+                                                                 {"restore"},
+                                                                 {"restore", "a", "b"},
+                                                                 {"restore", "a", "--force"},
+                                                                 {"send"},
+                                                                 {"send", "a", "--from"},
+                                                                 {"prune", "a"},
+                                                                 {"prune", "--keep", "x"}}) {
     EXPECT_EQ(Run(words), kNotUnderstood) << ::testing::PrintToString(words);
     EXPECT_TRUE(err_.starts_with("mvtool: ")) << err_;
     EXPECT_EQ(out_, "");

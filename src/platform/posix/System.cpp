@@ -67,6 +67,12 @@ std::optional<std::string> EnvironmentVariable(const std::string& name) {
   return std::string(value);
 }
 
+std::string TemporaryFolder() {
+  std::string folder = EnvironmentVariable("TMPDIR").value_or("");
+  while (folder.size() > 1 && folder.ends_with('/')) folder.pop_back();
+  return folder.empty() ? "/tmp" : folder;
+}
+
 std::string CommandLine(int argc, char** argv) {
   std::string line;
   for (int i = 1; i < argc; ++i) {

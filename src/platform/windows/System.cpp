@@ -36,6 +36,13 @@ std::optional<std::string> EnvironmentVariable(const std::string& name) {
   return Narrow(value);
 }
 
+std::string TemporaryFolder() {
+  std::wstring folder(MAX_PATH + 1, L'\0');
+  folder.resize(::GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()));
+  while (folder.ends_with(L'\\')) folder.pop_back();
+  return Narrow(folder);
+}
+
 std::string LocalDateTimeText(const CivilTime& time) {
   BSTR text = nullptr;
   const HRESULT result = ::VarBstrFromDate(DateFromCivil(time).days, LOCALE_USER_DEFAULT, 0, &text);
