@@ -4,7 +4,7 @@
 #include <array>
 #include <utility>
 
-#include "base/Error.h"
+#include "base/Utf.h"
 #include "json/ValueJson.h"
 
 namespace mv::history {
@@ -45,7 +45,14 @@ std::string RowFromJson(const Json& json) {
   return writer.EndObject().Result();
 }
 
-std::string Shown(const Json& value) {
+/// A value as its line shows it: long ones are cut.
+std::string Shown(const std::string& value) {
+  constexpr std::size_t kMostShown = 60;
+  std::string start = FirstCharacters(value, kMostShown);
+  return start.size() == value.size() ? start : start + "...";
+}
+
+std::string TextOf(const Json& value) {
   JsonWriter writer;
   Append(writer, value);
   return writer.Result();
@@ -59,14 +66,14 @@ std::string DifferenceOf(const Change& change) {
   const auto add = [&](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
   if (change.before.empty() || change.after.empty()) {
     for (const Json::Member& field : (change.after.empty() ? before : after).Members()) {
-      add(field.name + " " + Shown(field.value));
+      add(field.name + " " + Shown(TextOf(field.value)));
     }
     return text;
   }
   for (const Json::Member& field : before.Members()) {
     const Json* const now = after.Find(field.name);
-    if (now == nullptr || Shown(*now) == Shown(field.value)) continue;
-    add(field.name + " " + Shown(field.value) + " -> " + Shown(*now));
+    if (now == nullptr || TextOf(*now) == TextOf(field.value)) continue;
+    add(field.name + " " + Shown(TextOf(field.value)) + " -> " + Shown(TextOf(*now)));
   }
   return text;
 }

@@ -49,7 +49,7 @@ std::string JsonLineOf(const Change& change);
 /// The inverse. Failure for a line that is not of the form.
 Change ChangeFromJson(const Json& json);
 
-/// A change as people read it; of a changed row only the fields that differ:
+/// A change as people read it, long values cut; of a changed row only the fields that differ:
 ///
 ///   brnd_Fuel F-17: changed on the PC: NM_ODO 1200 -> 1250
 std::string LineOf(const Change& change);
