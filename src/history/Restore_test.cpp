@@ -354,6 +354,39 @@ TEST_F(RestoreTest, DatabaseThatWasChangedAfterARestoreWasCutOffIsKeptByANewOne)
   EXPECT_EQ(world_.Fuel(), (std::vector<OdoRow>{{"later", 9}}));
 }
 
+TEST_F(RestoreTest, DatabaseThatWasWrittenIntoAfterARestoreWasCutOffIsKeptAsItIsNow) {
+  world_.files.FailWrite(7);
+  ErrorOfRestore(run_);
+  const std::string entry = world_.folder.Entries().front();
+  const Bytes later = HistoryWorld::DatabaseOf({{"later", 9}});
+  {
+    const auto live = world_.files.Open(HistoryWorld::kDatabase, platform::Access::ReadWrite,
+                                        platform::Disposition::OpenExisting, platform::Sharing::None);
+    live->WriteAt(0, later);
+    live->Resize(later.size());
+  }
+  EXPECT_EQ(Run(run_).entry, entry);
+  ExpectOld();
+  Run(entry);
+  EXPECT_EQ(world_.files.Content(HistoryWorld::kDatabase), later);
+}
+
+TEST_F(RestoreTest, RestoreThatLacksNothingButItsEndIsEndedUnlessSomethingWasChangedSince) {
+  const std::string entry = Run(run_).entry;
+  RunRecord record = Record(entry);
+  record.ended.clear();
+  record.status.reset();
+  world_.folder.Write(entry, record);
+  const RestoreResult ended = Run(run_);
+  EXPECT_EQ(ended.entry, entry);
+  EXPECT_FALSE(ended.desktop);
+  EXPECT_EQ(Record(entry).status, 0);
+  world_.folder.Write(entry, record);
+  world_.PutDatabase({{"later", 9}});
+  EXPECT_NE(Run(run_).entry, entry);
+  ExpectOld();
+}
+
 TEST_F(RestoreTest, CutOffRestoreWithALaterRunIsNotCarriedOn) {
   world_.rapi.Fail("CeCreateFile", 0, 5);
   const std::string entry = Run(run_).entry;
