@@ -36,7 +36,7 @@ struct Change {
   std::string after;   ///< likewise
 };
 
-/// The values as a JSON object by field.
+/// The values as a JSON object by field; each name in `fields` once.
 std::string ObjectOf(const std::vector<std::string>& fields, const std::vector<Value>& row);
 
 /// One line of changes.jsonl, without its line feed:

@@ -1,5 +1,6 @@
 #include "history/RowSet.h"
 
+#include <unordered_set>
 #include <utility>
 
 #include "base/Text.h"
@@ -56,7 +57,14 @@ RowSet RowSet::OfTable(jet::Database& database, const std::string& table, std::s
 
 std::vector<std::string> RowSet::FieldNames() const {
   std::vector<std::string> names;
-  for (const FieldDefinition& field : fields_) names.push_back(field.name);
+  std::unordered_set<std::string> taken;
+  for (const FieldDefinition& field : fields_) {
+    std::string name = field.name;
+    for (std::size_t number = names.size() + 1; !taken.insert(name).second; ++number) {
+      name = field.name + '#' + std::to_string(number);
+    }
+    names.push_back(std::move(name));
+  }
   return names;
 }
 

@@ -35,6 +35,8 @@ class RowSet {
   static RowSet OfTable(jet::Database& database, const std::string& table, std::string_view keyField);
 
   const std::vector<FieldDefinition>& Fields() const { return fields_; }
+  /// Each once: of fields with one name, which a damaged table file may have, the later ones get their
+  /// position, "NAME#2".
   std::vector<std::string> FieldNames() const;
   std::size_t Count() const { return rows_.size(); }
 

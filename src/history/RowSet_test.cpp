@@ -67,6 +67,19 @@ TEST_F(RowSetTest, FirstFieldIsTheKeyOfATableWithoutTheKeyField) {
   EXPECT_NE(set.Find("a"), nullptr);
 }
 
+TEST_F(RowSetTest, FieldsOfOneNameAreToldApart) {
+  const TableFileHeader header{"brnd_Fuel",
+                               "BRND",
+                               {{"A", CodeOf(HandheldType::Text)},
+                                {"A", CodeOf(HandheldType::Long)},
+                                {"A#2", CodeOf(HandheldType::Long)},
+                                {"A", CodeOf(HandheldType::Long)}}};
+  world_.files.CreateFolders("C:");
+  TableFileWriter(header, world_.clock).WriteTo(world_.files, "C:\\x.pdb");
+  const RowSet set = RowSet::OfTableFile(world_.files, "C:\\x.pdb", "KY_RECID");
+  EXPECT_EQ(set.FieldNames(), (std::vector<std::string>{"A", "A#2", "A#2#3", "A#4"}));
+}
+
 TEST_F(RowSetTest, DamagedOrMissingFileIsAnError) {
   Bytes file = world_.TableFileOf("brnd_Fuel", {{"a", 1}, {"b", 2}});
   file.resize(file.size() - 3);

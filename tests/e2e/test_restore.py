@@ -194,8 +194,8 @@ class KilledRestores(unittest.TestCase):
         process.wait()
 
     def check_undo(self, world, after):
-        """The first restore with a record brings back what there was before it, whether it was carried on or was complete
-        when it was to be killed."""
+        """The first restore with a record brings back what there was before it, whether it was carried on or complete
+        when the kill came."""
         runs = [json.loads(line) for line in world.mvtool("runs", "--json").stdout.splitlines()]
         restores = [r["run"] for r in runs if r["mode"] == "restore"]
         first = world.history() / restores[-1] / "run.json"

@@ -119,16 +119,16 @@ void Restore(const Arguments& arguments, ToolContext& context) {
   UserSetup setup(context);
   const std::string& database = setup.Names().DesktopDBPath;
   const history::HistoryFolder folder(context.files, database);
-  const history::RestoreContext world{context.files, context.clock, setup.Handheld(), database, kProgramVersion};
+  const history::RestoreContext work{context.files, context.clock, setup.Handheld(), database, kProgramVersion};
   const std::string run = FindRun(folder, arguments.Operand(0));
   if (arguments.Has(kDryRun)) {
-    const RestorePlan plan = PlanRestore(world, run, sides);
+    const RestorePlan plan = PlanRestore(work, run, sides);
     PrintDesktopAsItIs(plan, database, context.out);
-    return PrintPreview(PreviewRestore(world, plan), context.out);
+    return PrintPreview(PreviewRestore(work, plan), context.out);
   }
   const auto noRuns = setup.KeepRunsAway();
-  const RestorePlan plan = PlanRestore(world, run, sides);
-  history::Restore restore(world, plan);
+  const RestorePlan plan = PlanRestore(work, run, sides);
+  history::Restore restore(work, plan);
   PrintContinuation(restore, database, context.out);
   PrintDesktopAsItIs(plan, database, context.out);
   const RestoreResult result = RunToEnd(restore);
