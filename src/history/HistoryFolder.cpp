@@ -103,9 +103,14 @@ void HistoryFolder::Keep(const std::string& file, const std::string& kept, platf
 }
 
 void HistoryFolder::KeepCopy(const std::string& file, const std::string& kept) {
-  const auto source =
-      files_.Open(file, platform::Access::Read, platform::Disposition::OpenExisting, platform::Sharing::Read);
-  CopyInto(kept, *source);
+  auto source = files_.Open(file, platform::Access::Read, platform::Disposition::OpenExisting, platform::Sharing::Read);
+  auto copy = files_.CreateStaged(kept, database_);
+  platform::CopyContent(*source, *copy);
+  copy->Sync();
+  copy.reset();
+  source.reset();
+  // Not through StagedWrite, which holds what it replaces: `kept` may be a second name of `file` itself.
+  files_.RenameFile(files_.StagedName(kept), kept);
 }
 
 void HistoryFolder::KeepContent(const Bytes& content, const std::string& kept) {

@@ -25,6 +25,19 @@ std::string KeyOf(const std::vector<Value>& values, std::size_t key) {
 
 }  // namespace
 
+std::vector<std::string> UniqueNames(const std::vector<FieldDefinition>& fields) {
+  std::vector<std::string> names;
+  std::unordered_set<std::string> taken;
+  for (const FieldDefinition& field : fields) {
+    std::string name = field.name;
+    for (std::size_t number = names.size() + 1; !taken.insert(name).second; ++number) {
+      name = field.name + '#' + std::to_string(number);
+    }
+    names.push_back(std::move(name));
+  }
+  return names;
+}
+
 RowSet RowSet::OfTableFile(platform::FileSystem& files, const std::string& path, std::string_view keyField) {
   TableFileReader reader(files, path);
   RowSet rows;
@@ -56,16 +69,7 @@ RowSet RowSet::OfTable(jet::Database& database, const std::string& table, std::s
 }
 
 std::vector<std::string> RowSet::FieldNames() const {
-  std::vector<std::string> names;
-  std::unordered_set<std::string> taken;
-  for (const FieldDefinition& field : fields_) {
-    std::string name = field.name;
-    for (std::size_t number = names.size() + 1; !taken.insert(name).second; ++number) {
-      name = field.name + '#' + std::to_string(number);
-    }
-    names.push_back(std::move(name));
-  }
-  return names;
+  return UniqueNames(fields_);
 }
 
 const KeyedRow* RowSet::Take(std::string_view key) {

@@ -22,6 +22,10 @@ struct KeyedRow {
   std::uint8_t attributes = 0;
 };
 
+/// The names of the fields in their order, a repeated one with its number: "A", "A#2". A damaged table file may have
+/// them, and a JSON object may not.
+std::vector<std::string> UniqueNames(const std::vector<FieldDefinition>& fields);
+
 /// The rows of one side of a table at one time, by their keys, compared without regard to case as runs do. Several rows
 /// may have one key; they are taken in their order.
 class RowSet {

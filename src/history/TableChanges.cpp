@@ -11,12 +11,6 @@
 namespace mv::history {
 namespace {
 
-std::vector<std::string> NamesOf(const std::vector<FieldDefinition>& fields) {
-  std::vector<std::string> names;
-  for (const FieldDefinition& field : fields) names.push_back(field.name);
-  return names;
-}
-
 /// Place of the key field; the first where none has its name.
 std::size_t PlaceOfKey(const std::vector<FieldDefinition>& fields, std::string_view name) {
   for (std::size_t i = 0; i < fields.size(); ++i) {
@@ -45,8 +39,8 @@ TableChanges::TableChanges(Setting setting) : setting_(std::move(setting)) {
       ComparesDesktop() ? static_cast<std::int64_t>(setting_.desktopBefore->Count()) : setting_.desktopRows;
   record_.handheld.before =
       ComparesHandheld() ? static_cast<std::int64_t>(setting_.handheldBefore->Count()) : setting_.handheldRows;
-  desktopNames_ = NamesOf(setting_.desktopFields);
-  handheldNames_ = NamesOf(setting_.handheldFields);
+  desktopNames_ = UniqueNames(setting_.desktopFields);
+  handheldNames_ = UniqueNames(setting_.handheldFields);
   desktopKey_ = PlaceOfKey(setting_.desktopFields, setting_.table.keyField);
   handheldKey_ = PlaceOfKey(setting_.handheldFields, setting_.table.keyField);
 }
