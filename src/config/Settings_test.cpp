@@ -135,6 +135,31 @@ TEST_F(SettingsTest, LastSyncIsTheClocksTimeInTheUsersForm) {
                                                    platform::LocalDateTimeText({2026, 11, 21, 14, 5, 9})});
 }
 
+TEST_F(SettingsTest, TenRunsAndTwoGigabytesAreKeptUnlessOtherwiseSet) {
+  EXPECT_EQ(LoadHistoryLimits(store_), (HistoryLimits{10, 2048}));
+  store_.Put("History", "Keep", "0");
+  store_.Put("History", "MaxMegabytes", " 5 ");
+  EXPECT_EQ(LoadHistoryLimits(store_), (HistoryLimits{0, 5}));
+}
+
+TEST_F(SettingsTest, ALimitThatIsNoCountIsRefusedWithItsKey) {
+  for (const char* text : {"ten", "-1", "1.5", "", "99999999999999999999"}) {
+    store_.Put("History", "Keep", text);
+    EXPECT_EQ(testing::ErrorOf([&] { LoadHistoryLimits(store_); }).Description(),
+              "the setting Keep of [History], \"" + std::string(text) + "\", is no whole number from 0 on");
+  }
+}
+
+TEST_F(SettingsTest, SafetiesAreWordsAndAMisspeltOneIsRefused) {
+  EXPECT_EQ(LoadSafetySettings(store_), (SafetySettings{false, true}));
+  store_.Put("Safety", "OnMassLoss", "STOP");
+  store_.Put("Safety", "UnfinishedOverwrite", "go");
+  EXPECT_EQ(LoadSafetySettings(store_), (SafetySettings{true, false}));
+  store_.Put("Safety", "OnMassLoss", "stopp");
+  EXPECT_EQ(testing::ErrorOf([&] { LoadSafetySettings(store_); }).Description(),
+            "the setting OnMassLoss of [Safety], \"stopp\", is neither \"warn\" nor \"stop\"");
+}
+
 TEST_F(SettingsTest, TheHandheldIsNoFolderUnlessARootIsSet) {
   EXPECT_EQ(LoadHandheldRoot(store_), "");
   store_.Put("Handheld", "Root", "/media/card");

@@ -175,7 +175,7 @@ class PreviewRun {
   Settings real_;
   ScratchFileSystem files_;
   ReadOnlyRapi handheld_;
-  PreviewSettings settings_;
+  ReadOnlySettings settings_;
   platform::SystemShell shell_;
   RunState state_;
   ProtectedFiles protectedFiles_{files_, state_.settings, context_.programFolder};

@@ -1,5 +1,7 @@
 #include "run/PreviewParts.h"
 
+#include <utility>
+
 #include "base/Error.h"
 
 namespace mv {
@@ -96,17 +98,6 @@ std::int32_t ReadOnlyRapi::CeWriteFile(RapiHandle, ByteView data, std::uint32_t&
 
 std::int32_t ReadOnlyRapi::CeCloseHandle(RapiHandle handle) {
   return handle == kSending ? rapi::kDone : handheld_.CeCloseHandle(handle);
-}
-
-void PreviewSettings::Replace(const std::string& section, const std::string& key, const std::string& text) {
-  replaced_[{section, key}] = text;
-}
-
-std::optional<std::string> PreviewSettings::GetSetting(const std::string& application, const std::string& section,
-                                                       const std::string& key) {
-  const auto found = replaced_.find({section, key});
-  if (found != replaced_.end()) return found->second;
-  return settings_.GetSetting(application, section, key);
 }
 
 }  // namespace mv

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <map>
+#include <memory>
+#include <optional>
 #include <string>
-#include <utility>
 
 #include "config/SettingsStore.h"
 #include "device/Rapi.h"
@@ -69,21 +69,20 @@ class ReadOnlyRapi : public Rapi {
   Rapi& handheld_;
 };
 
-/// Settings that can be read, some of them as if they were others; what is saved is forgotten.
-class PreviewSettings : public SettingsStore {
+/// Settings that are read; what is saved is forgotten.
+class ReadOnlySettings : public SettingsStore {
  public:
   /// `settings` must outlive this object.
-  explicit PreviewSettings(SettingsStore& settings) : settings_(settings) {}
-
-  void Replace(const std::string& section, const std::string& key, const std::string& text);
+  explicit ReadOnlySettings(SettingsStore& settings) : settings_(settings) {}
 
   std::optional<std::string> GetSetting(const std::string& application, const std::string& section,
-                                        const std::string& key) override;
+                                        const std::string& key) override {
+    return settings_.GetSetting(application, section, key);
+  }
   void SaveSetting(const std::string&, const std::string&, const std::string&, const std::string&) override {}
 
  private:
   SettingsStore& settings_;
-  std::map<std::pair<std::string, std::string>, std::string> replaced_;
 };
 
 }  // namespace mv

@@ -35,6 +35,7 @@ class FakeRapi : public Rapi {
   std::size_t errorQuestions = 0;
 
   void Put(const std::string& path, Bytes content) { files_[FoldCase(path)] = std::move(content); }
+  void Remove(const std::string& path) { files_.erase(FoldCase(path)); }
   bool Has(const std::string& path) const { return files_.contains(FoldCase(path)); }
   Bytes Content(const std::string& path) const { return files_.at(FoldCase(path)); }
 
