@@ -74,8 +74,9 @@ Settings ScratchSettings(Settings settings, const std::string& scratch) {
 void CopyInto(platform::FileSystem& files, const std::string& from, const std::string& to, const std::string& like) {
   const auto source =
       files.Open(from, platform::Access::Read, platform::Disposition::OpenExisting, platform::Sharing::Read);
-  const auto copy = files.CreateStaged(to, like);
+  auto copy = files.CreateStaged(to, like);
   platform::CopyContent(*source, *copy);
+  copy.reset();
   files.RenameFile(files.StagedName(to), to);
 }
 

@@ -122,15 +122,17 @@ void RunJournal::BeforeTemplate(const std::string& backup) {
   unfilled_ = std::move(all);
 }
 
-void RunJournal::NotRetrieved(const std::string& table, std::int32_t code) {
+void RunJournal::BeginTable(const std::string& table) {
   current_ = table;
+}
+
+void RunJournal::NotRetrieved(const std::string& table, std::int32_t code) {
   history::TableRecord& record = RecordOf(table);
   record.state = TableState::NotRetrieved;
   record.code = code;
 }
 
 void RunJournal::Retrieved(const std::string& table, const std::string& file) {
-  current_ = table;
   fetched_ = file;
   RecordOf(table).state = TableState::Retrieved;
   InHistory([&] { archive_.KeepHandheldFile(file, table); });

@@ -38,6 +38,7 @@ class RunJournal {
 
   // The steps of a table, in their order.
 
+  void BeginTable(const std::string& table);
   void NotRetrieved(const std::string& table, std::int32_t code);
   /// `file`: the fetched table.
   void Retrieved(const std::string& table, const std::string& file);

@@ -94,6 +94,7 @@ TableDriver::TableDriver(const RunContext& run, RunJournal& journal)
           run.clock} {}
 
 void TableDriver::SynchronizeTable(const std::string& table) {
+  journal_.BeginTable(table);
   const std::unique_ptr<IFileTransfer> transfer = run_.createFileTransfer();
   if (!transfer) return;
   reporter_.Connecting();
