@@ -66,7 +66,7 @@ void WriteResult(const BenchRun& run, clsSyncableRS_PDB& source) {
 bool Holds(Recordset& rows, const tool::DemoTable& table) {
   if (rows.RecordCount() != static_cast<std::int64_t>(table.handheldRecords.size())) return false;
   rows.MoveFirst();
-  for (const tool::HandheldRecord& record : table.handheldRecords) {
+  for (const HandheldRecord& record : table.handheldRecords) {
     for (std::size_t i = 0; i < record.values.size(); ++i) {
       if (rows.FieldValue(i) != record.values[i]) return false;
     }

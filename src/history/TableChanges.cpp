@@ -35,8 +35,7 @@ bool ComesBackChanged(const Value& value) {
 
 TableChanges::TableChanges(Setting setting) : setting_(std::move(setting)) {
   record_.table = setting_.table.name;
-  record_.desktop.before =
-      ComparesDesktop() ? static_cast<std::int64_t>(setting_.desktopBefore->Count()) : setting_.desktopRows;
+  if (ComparesDesktop()) record_.desktop.before = static_cast<std::int64_t>(setting_.desktopBefore->Count());
   record_.handheld.before =
       ComparesHandheld() ? static_cast<std::int64_t>(setting_.handheldBefore->Count()) : setting_.handheldRows;
   desktopNames_ = UniqueNames(setting_.desktopFields);
@@ -45,8 +44,15 @@ TableChanges::TableChanges(Setting setting) : setting_(std::move(setting)) {
   handheldKey_ = PlaceOfKey(setting_.handheldFields, setting_.table.keyField);
 }
 
+void TableChanges::Walked(std::int64_t desktopRows) {
+  // Rows that went until now were walked too.
+  desktopRows_ += desktopRows;
+  if (!ComparesDesktop()) record_.desktop.before = desktopRows;
+}
+
 void TableChanges::Added(Side side, const Row& row) {
   if (side == Side::Handheld) return AddedToHandheld(row);
+  ++desktopRows_;
   if (ComparesDesktop()) return;
   ++record_.desktop.added;
   Write(What::Added, side, nullptr, &row);
@@ -87,6 +93,7 @@ void TableChanges::Deleted(Side side, const Row& row) {
     ++record_.handheld.deleted;
     return Write(What::Deleted, side, &row, nullptr);
   }
+  --desktopRows_;
   const bool overruled = IsOverruled(row);
   if (overruled) ++record_.overruled;
   if (!ComparesDesktop()) ++record_.desktop.deleted;
@@ -101,7 +108,7 @@ void TableChanges::Dropped(const Row& row) {
 void TableChanges::Finish(Recordset& desktop) {
   if (ComparesHandheld()) FinishHandheld();
   if (ComparesDesktop()) FinishDesktop(desktop);
-  record_.desktop.after = desktop.RecordCount();
+  record_.desktop.after = desktopRows_;
   record_.handheld.after =
       record_.handheld.before + record_.handheld.added - record_.handheld.deleted - record_.dropped;
 }

@@ -28,8 +28,7 @@ class TableChanges : public MergeObserver {
     RunMode mode = RunMode::Synchronize;
     std::vector<FieldDefinition> desktopFields;
     std::vector<FieldDefinition> handheldFields;  ///< without the flags
-    std::int64_t desktopRows = 0;                 ///< as the merge is given them
-    std::int64_t handheldRows = 0;
+    std::int64_t handheldRows = 0;                ///< as the merge is given them
     std::optional<RowSet> handheldBefore = {};
     std::optional<RowSet> desktopBefore = {};
     /// The table on which both sides agreed last; asked once, and only when the handheld's flag wins over a row that
@@ -41,6 +40,7 @@ class TableChanges : public MergeObserver {
 
   explicit TableChanges(Setting setting);
 
+  void Walked(std::int64_t desktopRows) override;
   void Added(Side side, const Row& row) override;
   void Changed(Side side, const Row& before, const Row& after) override;
   void Deleted(Side side, const Row& row) override;
@@ -76,6 +76,7 @@ class TableChanges : public MergeObserver {
 
   Setting setting_;
   TableRecord record_;
+  std::int64_t desktopRows_ = 0;  ///< of the table that is merged, at this moment
   std::int64_t flaggedDeleted_ = 0;
   std::int64_t handheldOverwritten_ = 0;  ///< flagged rows that an Overwrite PDA took away
   std::optional<std::optional<RowSet>> agreed_;

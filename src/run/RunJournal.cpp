@@ -152,13 +152,12 @@ void RunJournal::BeforeResult(const std::string& table, const std::string& file)
   }
 }
 
-MergeObserver* RunJournal::BeginMerge(const std::string& table, const Recordset& source, Recordset& desktop) {
+MergeObserver* RunJournal::BeginMerge(const std::string& table, const Recordset& source, const Recordset& desktop) {
   changes_.reset();
   const SyncTable* const known = FindTable(table);
   if (known == nullptr) return nullptr;
   history::TableChanges::Setting setting{*known, ModeOf(run_.state), desktop.Fields(), WithoutFlags(source.Fields())};
   CheckColumns(table, setting.handheldFields, setting.desktopFields);
-  setting.desktopRows = desktop.RecordCount();
   setting.handheldRows = source.RecordCount();
   if (setting.mode == RunMode::OverwritePda) setting.handheldBefore = HandheldBefore(*known);
   if (setting.mode == RunMode::OverwritePc) setting.desktopBefore = DesktopBefore(*known);

@@ -45,7 +45,7 @@ class RunJournal {
   /// An earlier run's table `file` is about to give way to the one of this run.
   void BeforeResult(const std::string& table, const std::string& file);
   /// The observer of the table's merge; null for a table that no run knows.
-  MergeObserver* BeginMerge(const std::string& table, const Recordset& source, Recordset& desktop);
+  MergeObserver* BeginMerge(const std::string& table, const Recordset& source, const Recordset& desktop);
   /// The merge is done and not yet committed; its report is on disk on return. Failure when the table loses more than
   /// the settings allow.
   void EndMerge(Recordset& desktop);

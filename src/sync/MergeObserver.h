@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "recordset/Value.h"
@@ -17,6 +18,9 @@ class MergeObserver {
   using Row = std::vector<Value>;
 
   virtual ~MergeObserver() = default;
+  /// The merge has been through the desktop's rows, so many of them, and goes on with those that the handheld alone
+  /// has.
+  virtual void Walked(std::int64_t desktopRows) = 0;
   /// The side got a row whose key it did not have.
   virtual void Added(Side side, const Row& row) = 0;
   /// The side's row got other values: the desktop's because the handheld flagged its own as modified, the handheld's

@@ -47,6 +47,7 @@ class TableMerge {
   ISyncableRS& outputRS_;
   Recordset& deviceRecords_;
   Recordset& desktopRecords_;
+  std::int64_t desktopRows_ = 0;  ///< that were walked
 };
 
 void TableMerge::MergeDesktopRows() {
@@ -56,6 +57,7 @@ void TableMerge::MergeDesktopRows() {
   desktopRecords_.MoveFirst();
   do {
     MergeDesktopRow();
+    ++desktopRows_;
     desktopRecords_.MoveNext();  // saves the row if it was edited
   } while (!desktopRecords_.Eof());
 }
@@ -105,6 +107,7 @@ bool TableMerge::FindDeviceRow() {
 }
 
 void TableMerge::AddDeviceRows() {
+  if (observer_) observer_->Walked(desktopRows_);
   if (deviceRecords_.Bof() && deviceRecords_.Eof()) return;
   for (deviceRecords_.MoveFirst(); !deviceRecords_.Eof(); deviceRecords_.MoveNext()) {
     const bool modified = deviceRS_.RecordIsModified();

@@ -394,6 +394,7 @@ TEST_F(SyncPolicy, SecondRunOverTheResultChangesNothing) {
 /// Writes down what it is told, the values of a row joined by ":".
 class RecordingObserver : public MergeObserver {
  public:
+  void Walked(std::int64_t desktopRows) override { walked = desktopRows; }
   void Added(Side side, const Row& row) override { told += "added " + NameOf(side) + TextOfRow(row) + "; "; }
   void Changed(Side side, const Row& before, const Row& after) override {
     told += "changed " + NameOf(side) + TextOfRow(before) + " to" + TextOfRow(after) + "; ";
@@ -402,6 +403,7 @@ class RecordingObserver : public MergeObserver {
   void Dropped(const Row& row) override { told += "dropped" + TextOfRow(row) + "; "; }
 
   std::string told;
+  std::int64_t walked = -1;
 
  private:
   static std::string NameOf(Side side) { return side == Side::Desktop ? "desktop" : "handheld"; }
@@ -429,6 +431,16 @@ TEST_F(ObservedMerge, RowsThatStayAsTheyAreAreNotTold) {
   OnDesktop("b", "2");
   OnDevice("b", "2", Flags::Modified);
   EXPECT_EQ(ToldBy(RunMode::Synchronize), "");
+}
+
+TEST_F(ObservedMerge, TheDesktopsRowsAreCountedWithoutThoseThatCome) {
+  OnDevice("new", "1", Flags::Modified);
+  ToldBy(RunMode::Synchronize);
+  EXPECT_EQ(observer_.walked, 0);
+  OnDesktop("a", "1");
+  OnDevice("a", "1", Flags::Deleted);
+  ToldBy(RunMode::Synchronize);
+  EXPECT_EQ(observer_.walked, 2) << "a, and the one that came";
 }
 
 TEST_F(ObservedMerge, ADesktopRowThatTheHandheldLacksIsAddedThere) {

@@ -162,7 +162,7 @@ TEST(AdoRun, CallsGrowWithTheRecordsOnly) {
   const Outcome outcome = RunThroughAdo(ado, sides, 0);
   EXPECT_EQ(outcome.tablesSynchronized, 1);
   EXPECT_LE(ado.moves, kRecords + 2);
-  EXPECT_LE(ado.reads, kRecords * 4);
+  EXPECT_LE(ado.reads, kRecords * 5);
 }
 
 }  // namespace
