@@ -157,6 +157,7 @@ class PreviewRun {
   PreviewResult Run(std::span<const SyncTable> tables, const std::string& scratch) {
     PreviewResult result;
     run_.tell = [&](const std::string& line) { result.told.push_back(line); };
+    run_.earlierRunsOf = real_.DesktopDBPath;
     RequireSeparatePaths(run_, tables);
     state_.settings = ScratchSettings(state_.settings, scratch);
     LayOut(context_.files, real_, state_.settings);
