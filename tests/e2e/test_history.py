@@ -1,124 +1,20 @@
-"""What a run keeps and says of itself: entries with everything in them, previews that tell what the run then does, bounds,
-warnings, and lines on standard error."""
+"""What a run keeps of itself: entries with everything in them, how many stay, and who may read them."""
 
 import json
 import os
-import pathlib
 import random
-import shutil
-import signal
 import stat
-import subprocess
 import tempfile
-import time
 import unittest
 
-from . import cases, merge, pdbfile
-from .jetreaders import structure_findings
-from .test_sync import lay_out, with_empty_template, without_dates
-from .world import BIN, KEYS, SILENT_TABLES, World, to_json
+from . import merge, pdbfile
+from .history import MODES, folded, new_world, on_handheld
+from .test_sync import without_dates
+from .world import KEYS, SILENT_TABLES
 
 CASES = int(os.environ.get("MV_HISTORY_CASES", "3"))
-KILLS = int(os.environ.get("MV_KILLS", "12")) // 2
 SEED = int(os.environ.get("MV_SEED", "20240517"))
-MODES = (merge.SYNCHRONIZE, merge.OVERWRITE_PDA, merge.OVERWRITE_PC)
 MODE_NAMES = ("Synchronize", "Overwrite PDA", "Overwrite PC")
-
-
-class HistoryWorld(World):
-    """A world whose runs and tools tell what they print."""
-
-    def run(self, mode):
-        """Runs a silent sync to its end."""
-        return self.start(str(self.program_folder / "MVPPCSync"), f"-Mode{mode}")
-
-    def mvtool(self, *words):
-        return self.start(str(self.program_folder / "mvtool"), *words)
-
-    def start(self, *words):
-        return subprocess.run(words, env=self.environment(), timeout=60, text=True, capture_output=True)
-
-    def environment(self):
-        temporary = self.folder / "tmp"
-        temporary.mkdir(exist_ok=True)
-        return dict(super().environment(), TMPDIR=str(temporary))
-
-    def history(self):
-        return self.folder / "sync" / "history"
-
-    def entries(self):
-        """Folders of the entries, oldest first."""
-        return sorted(self.history().iterdir()) if self.history().is_dir() else []
-
-    def newest(self):
-        return self.entries()[-1]
-
-    def record(self):
-        return json.loads((self.newest() / "run.json").read_text(encoding="utf-8"))
-
-    def changes(self):
-        return [json.loads(line) for line in (self.newest() / "changes.jsonl").read_text(encoding="utf-8").splitlines()]
-
-    def add_settings(self, **sections):
-        """{section: {key: value}}, added to the settings."""
-        file = self.folder / "config" / "Motorva32.ini"
-        text = file.read_text(encoding="utf-8")
-        for section, values in sections.items():
-            text += f"[{section}]\n" + "".join(f"{k}={v}\n" for k, v in values.items())
-        file.write_text(text, encoding="utf-8")
-
-    def handheld_files(self):
-        return {f.name: f.read_bytes() for f in sorted(self.tables.glob("*.pdb"))}
-
-    def files(self):
-        """Content and time of every file, times of every folder; the folder for temporary files aside."""
-        found = {}
-        for path in sorted(self.folder.rglob("*")):
-            facts = path.stat()
-            if path.name != "tmp":
-                found[path] = (facts.st_mtime_ns, facts.st_mode, path.read_bytes() if path.is_file() else None)
-        return found
-
-    def desktop_rows(self, table):
-        """Rows by their folded key, each as a JSON object."""
-        out = subprocess.run([str(BIN / "mvtool"), "show", str(self.database), table], check=True,
-                             capture_output=True).stdout.decode("utf-8")
-        return {folded(row[KEYS[table]]): row for row in map(json.loads, out.splitlines())}
-
-    def handheld_rows(self, table):
-        """The same of the handheld's table, and the flags of each row."""
-        return rows_of_file(table, self.read_table(table))
-
-
-def folded(key):
-    return (key or "").casefold()
-
-
-def rows_of_file(table, data):
-    _, fields, records = pdbfile.parse(data)
-    rows = [{n: to_json(v) for (n, _), v in zip(fields, r.values)} for r in records]
-    return ({folded(row[KEYS[table]]): row for row in rows},
-            {folded(row[KEYS[table]]): r.attributes & (pdbfile.MODIFIED | pdbfile.DELETED)
-             for row, r in zip(rows, records)})
-
-
-ZEROS = {"Currency": "0.0000", "DateTime": "1904-01-01T00:00:00", "Boolean": False, "Text": "", "Memo": ""}
-
-
-def on_handheld(columns, row):
-    """A row of a report as the handheld holds it: it knows no null, and reads a date beyond its own as one of them."""
-    if row is None:
-        return None
-    return {n: ZEROS.get(t, 0) if row[n] is None else row[n] for n, t, _ in columns}
-
-
-def new_world(folder, rng, most=30):
-    world = HistoryWorld(folder)
-    case = cases.world_case(rng, most)
-    lay_out(world, case)
-    with_empty_template(world, case)
-    shutil.copy(BIN / "mvtool", world.program_folder / "mvtool")
-    return world, case
 
 
 class Entries(unittest.TestCase):
@@ -227,133 +123,80 @@ class Entries(unittest.TestCase):
             self.assertEqual((world.newest() / "Motorva.db").read_bytes(), database)
 
 
-def report_of(world):
-    """What a preview of the newest run should have printed."""
-    return world.mvtool("changes").stdout + "".join(f"Warning: {w}\n" for w in world.record()["warnings"])
-
-
-class Previews(unittest.TestCase):
-    """A preview says what the run then does, and touches nothing."""
+class Bounds(unittest.TestCase):
+    """How much stays, and who may read it."""
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
+        self.world, self.case = new_world(folder.name, random.Random(SEED), 20)
 
-    def world(self, seed, name="world"):
-        world, case = new_world(self.folder / name, random.Random(seed), 20)
-        return world, case
+    def names(self):
+        return [entry.name for entry in self.world.entries()]
 
-    def preview(self, world, mode, *words):
-        """Its outcome; all files are as they were."""
-        seen = world.files()
-        done = world.mvtool("preview", "--mode", str(mode), *words)
-        self.assertEqual(world.files(), seen)
-        self.assertEqual(list((world.folder / "tmp").iterdir()), [])
+    def run_all_right(self, mode=merge.SYNCHRONIZE):
+        done = self.world.run(mode)
+        self.assertEqual(done.returncode, 0, done.stderr)
         return done
 
-    def check(self, world, mode, status):
-        """Preview and run, one after the other."""
-        entries = len(world.entries())
-        told = self.preview(world, mode)
-        done = world.run(mode)
-        self.assertEqual((told.returncode, done.returncode), (status, status), (told.stderr, done.stderr))
-        if len(world.entries()) > entries:
-            self.assertEqual(told.stdout, report_of(world))
-        else:
-            self.assertEqual(told.stdout, "")
-        lines = [line for line in done.stderr.splitlines() if not line.startswith("Warning: ")]
-        self.assertEqual(told.stderr.splitlines(), lines)
-        return done
+    def test_only_the_newest_entries_stay(self):
+        self.world.add_settings(History={"Keep": 2})
+        seen = []
+        for _ in range(4):
+            self.run_all_right()
+            seen.append(self.names()[-1])
+            self.assertEqual(self.names(), seen[-2:])
 
-    def test_runs_of_every_mode_do_what_was_shown(self):
+    def test_the_oldest_give_way_when_they_take_too_much_room(self):
+        self.world.add_settings(History={"MaxMegabytes": 1})
+        seen, most = [], 0
+        for _ in range(5):
+            self.run_all_right(merge.OVERWRITE_PDA)
+            seen.append(self.names()[-1])
+            sizes = [sum(f.stat().st_size for f in e.rglob("*") if f.is_file()) for e in self.world.entries()]
+            self.assertEqual(self.names(), seen[-len(sizes):])
+            self.assertTrue(sum(sizes) <= 1 << 20 or len(sizes) == 1, sizes)
+            most = max(most, len(sizes))
+        self.assertLess(most, 5)
+        self.assertGreater(most, 1)
+
+    def test_without_history_there_is_no_folder_and_runs_do_the_same(self):
+        with tempfile.TemporaryDirectory() as folder:
+            other, _ = new_world(folder, random.Random(SEED), 20)
+            self.world.add_settings(History={"Keep": 0})
+            for mode in MODES:
+                self.assertEqual(self.world.mvtool("preview", "--mode", str(mode)).returncode, 0)
+                done, expected = self.run_all_right(mode), other.run(mode)
+                self.assertEqual((done.returncode, done.stderr), (expected.returncode, expected.stderr))
+                for table in SILENT_TABLES:
+                    self.assertEqual(self.world.desktop_rows(table), other.desktop_rows(table))
+                    self.assertEqual(without_dates(self.world.read_table(table)),
+                                     without_dates(other.read_table(table)))
+        self.assertFalse(self.world.history().exists())
+        runs = self.world.mvtool("runs")
+        self.assertEqual((runs.returncode, runs.stdout, runs.stderr), (0, "", ""))
+        self.assertEqual(self.world.mvtool("restore", "last").returncode, 1)
+
+    def test_an_entry_is_as_private_as_the_database(self):
+        self.world.database.chmod(0o600)
         for mode in MODES:
-            with self.subTest(mode=mode):
-                world, _ = self.world(SEED + 7 * mode, f"mode{mode}")
-                self.check(world, mode, 0)
-                # Again, now that both sides have agreed on something.
-                table = world.tables / "brnd_Fuel.pdb"
-                shutil.copy(world.newest() / "handheld" / "brnd_Fuel.pdb", table)
-                self.check(world, mode, 0)
+            self.run_all_right(mode)
+            files = [f for f in self.world.newest().rglob("*") if f.is_file()]
+            self.assertEqual(len(files), 3 + 2 * len(SILENT_TABLES))
+            for file in files:
+                self.assertEqual(stat.S_IMODE(file.stat().st_mode) & 0o077, 0, file)
 
-    def test_a_table_that_the_handheld_lacks(self):
-        for mode in MODES:
-            with self.subTest(mode=mode):
-                world, _ = self.world(SEED, f"mode{mode}")
-                (world.tables / "brnd_Fuel.pdb").unlink()
-                self.assertIn("brnd_Fuel not fetched (code 1)", self.check(world, mode, 1).stderr)
-
-    def test_a_table_that_is_cut(self):
-        for mode in MODES:
-            with self.subTest(mode=mode):
-                world, _ = self.world(SEED, f"mode{mode}")
-                table = world.tables / "brnd_Fuel.pdb"
-                table.write_bytes(table.read_bytes()[:200])
-                self.assertIn("stopped at table brnd_Fuel: Error 9: ", self.check(world, mode, 2).stderr)
-
-    def test_no_handheld(self):
-        world, _ = self.world(SEED)
-        world.handheld.rename(self.folder / "away")
-        for mode in MODES:
-            with self.subTest(mode=mode):
-                self.assertIn("no handheld answered", self.check(world, mode, 3).stderr)
-        self.assertEqual(world.entries(), [])
-
-    def test_a_table_that_the_database_lacks(self):
-        world, case = self.world(SEED)
-        world.create_database({t: (c, rows) for t, (c, rows, _) in case.items() if t != "brnd_Trip"})
-        for mode in (merge.SYNCHRONIZE, merge.OVERWRITE_PDA):
-            with self.subTest(mode=mode):
-                self.assertIn("stopped at table brnd_Trip: ", self.check(world, mode, 2).stderr)
-
-    def test_a_quote_in_a_key_names_the_row(self):
-        world, case = self.world(SEED)
-        columns, rows, records = case["brnd_Fuel"]
-        at = [n for n, _, _ in columns].index(KEYS["brnd_Fuel"])
-        row = list(rows[0])
-        row[at] = "O'Brien"
-        case["brnd_Fuel"] = (columns, [row] + rows[1:], records)
-        world.create_database({t: (c, r) for t, (c, r, _) in case.items()})
-        done = self.check(world, merge.SYNCHRONIZE, 2)
-        self.assertIn('Warning: brnd_Fuel, row "O\'Brien": ', done.stderr)
-        self.assertIn("stopped at table brnd_Fuel: Error 3001: ", done.stderr)
-
-    def test_a_database_that_another_program_has_open(self):
-        world, _ = self.world(SEED)
-        for lock in ("--shared", "--exclusive"):
-            with self.subTest(lock=lock), holding(world.database, lock):
-                told = self.preview(world, merge.SYNCHRONIZE)
-                done = world.run(merge.SYNCHRONIZE)
-                self.assertEqual((told.returncode, done.returncode), (2, 2))
-                for text in (told.stderr, done.stderr):
-                    self.assertEqual(len(text.splitlines()), 1, text)
-                    self.assertIn("Motorva.db'; file already in use.", text)
-                self.assertEqual(world.record()["status"], 2)
-
-    def test_what_an_overwrite_left_to_fill_stops_both_alike(self):
-        world, _ = self.world(SEED)
-        (world.tables / "brnd_Fuel.pdb").unlink()
-        self.check(world, merge.OVERWRITE_PC, 1)
-        overwrite = world.newest().name
-        for mode in (merge.SYNCHRONIZE, merge.OVERWRITE_PDA):
-            with self.subTest(mode=mode):
-                self.assertIn(f'"mvtool restore {overwrite}"', self.check(world, mode, 2).stderr)
-
-
-class holding:
-    """Another program that has a file open."""
-
-    def __init__(self, file, lock):
-        self.words = ["flock", lock, str(file), "-c", "echo held; exec sleep 60"]
-
-    def __enter__(self):
-        self.process = subprocess.Popen(self.words, start_new_session=True, stdout=subprocess.PIPE)
-        self.process.stdout.readline()
-
-    def __exit__(self, *_):
-        os.killpg(self.process.pid, signal.SIGKILL)
-        self.process.wait()
-        self.process.stdout.close()
+    def test_a_history_that_cannot_be_written_is_a_warning(self):
+        self.world.history().parent.mkdir(exist_ok=True)
+        self.world.history().write_text("in the way", encoding="utf-8")
+        done = self.run_all_right()
+        self.assertEqual(len(done.stderr.splitlines()), 1, done.stderr)
+        self.assertTrue(done.stderr.startswith("Warning: the history of this run cannot be written ("), done.stderr)
+        for table, (columns, rows, records) in self.case.items():
+            kept, output = merge.merged(merge.SYNCHRONIZE, KEYS[table], columns, rows, records)
+            self.assertEqual(len(self.world.desktop_rows(table)), len(kept))
+            self.assertEqual(len(pdbfile.parse(self.world.read_table(table))[2]), len(output))
+        self.assertEqual(self.world.history().read_text(encoding="utf-8"), "in the way")
 
 
 if __name__ == "__main__":
