@@ -4,6 +4,7 @@
 #include <array>
 #include <functional>
 
+#include "base/Date.h"
 #include "base/Error.h"
 #include "base/Text.h"
 #include "platform/StagedWrite.h"
@@ -20,6 +21,17 @@ constexpr std::uint64_t kMegabyte = 1 << 20;
 
 std::string NameOf(const std::string& path) {
   return path.substr(FolderLength(path));
+}
+
+/// The time in the name of an entry; nothing when its digits are no date.
+std::optional<CivilTime> TimeOf(const std::string& entry) {
+  std::string text = entry;
+  for (const std::size_t place : {13, 11}) text.insert(place, ":");
+  text[8] = 'T';
+  for (const std::size_t place : {6, 4}) text.insert(place, "-");
+  const std::optional<Date> date = DateFromIso(text);
+  if (!date) return std::nullopt;
+  return CivilFromDate(*date);
 }
 
 /// False where the system has no second names.
@@ -72,6 +84,13 @@ std::vector<std::string> HistoryFolder::Entries() const {
 
 std::string HistoryFolder::Create(CivilTime now) {
   files_.CreateFolders(path_);
+  // Names are what tells which run came last, also where the clock went back: at the end of summer time, for example.
+  for (const std::string& newest : Entries()) {
+    const std::optional<CivilTime> time = TimeOf(newest);
+    if (!time) continue;
+    if (newest >= TimeStamp(now)) now = SecondAfter(*time);
+    break;
+  }
   while (!files_.CreateFolder(PathOf(TimeStamp(now)))) now = SecondAfter(now);
   const std::string entry = TimeStamp(now);
   for (const char* folder : {kHandheldFolder, kResultFolder}) files_.CreateFolder(JoinPath(PathOf(entry), folder));

@@ -38,8 +38,8 @@ class HistoryFolder {
 
   /// Names of the entries, newest first; none where there is no history.
   std::vector<std::string> Entries() const;
-  /// Makes the folders of a new entry and returns its name: the time, or as many seconds later as it takes to find a
-  /// free one.
+  /// Makes the folders of a new entry and returns its name: the time, or as many seconds later as it takes to come
+  /// behind all others.
   std::string Create(CivilTime now);
 
   /// Nothing when the entry has no record, or none that can be read.

@@ -51,6 +51,14 @@ TEST_F(HistoryFolderTest, SecondThatIsTakenGivesTheNextFreeOne) {
   EXPECT_EQ(folder_.Create(kNow), "20261122-063002");
 }
 
+TEST_F(HistoryFolderTest, NewEntryIsTheNewestAlsoWhenTheClockWentBack) {
+  folder_.Create({2026, 11, 22, 6, 59, 59});
+  files_.CreateFolders(folder_.PathOf("99999999-999999"));
+  EXPECT_EQ(folder_.Create(kNow), "20261122-070000");
+  folder_.Remove("20261122-065959");
+  EXPECT_EQ(folder_.Create(kNow), "20261122-070001") << "a name that was given up is not taken again";
+}
+
 TEST_F(HistoryFolderTest, EntriesComeNewestFirstAndNothingElseIsOne) {
   folder_.Create(kNow);
   folder_.Create({2027, 1, 1, 0, 0, 0});

@@ -65,6 +65,24 @@ bool Contains(const std::vector<std::string>& names, const std::string& name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
+/// True for a table that the run fetched and stopped at: neither side of it was changed.
+bool StoppedAt(const RunRecord& run, const std::string& table) {
+  const TableRecord* const found = run.Find(table);
+  return found != nullptr && found->state == TableState::Retrieved && !run.error.empty();
+}
+
+void ReadTables(const RestoreContext& context, const HistoryFolder& folder, const RunRecord& run, RestorePlan& plan) {
+  for (const std::string& table : TablesKept(context.files, folder, plan.of)) {
+    const std::string path = folder.HandheldFileOf(plan.of, table);
+    try {
+      plan.state.tables.push_back({table, ReadSoundTableFile(context.files, path, table)});
+    } catch (const Error&) {
+      if (!StoppedAt(run, table)) throw;
+      plan.damaged.push_back(table);
+    }
+  }
+}
+
 std::string ErrorTextOf(const std::vector<Refusal>& refusals) {
   std::string text;
   for (const Refusal& refusal : refusals) {
@@ -90,12 +108,7 @@ RestorePlan PlanRestore(const RestoreContext& context, const std::string& run, S
   if (plan.desktop == DesktopStep::Replace) {
     plan.state.database = ReadSoundDatabase(context.files, folder.DatabaseOf(run));
   }
-  if (sides != Sides::Desktop) {
-    for (const std::string& table : TablesKept(context.files, folder, run)) {
-      const std::string path = folder.HandheldFileOf(run, table);
-      plan.state.tables.push_back({table, ReadSoundTableFile(context.files, path, table)});
-    }
-  }
+  if (sides != Sides::Desktop) ReadTables(context, folder, *record, plan);
   RequireSomething(plan);
   return plan;
 }

@@ -40,12 +40,13 @@ struct RestorePlan {
   DesktopStep desktop = DesktopStep::None;
   bool writtenSince = false;          ///< AsItIs, but another program has written into it since
   std::vector<std::string> unfilled;  ///< see RunRecord
+  std::vector<std::string> damaged;   ///< tables whose file was damaged when the run fetched it, so it left them alone
   Snapshot state;                     ///< what comes, verified; the database with DesktopStep::Replace only
 };
 
 /// Reads what the run's entry keeps and verifies all of it; changes nothing, does not ask the handheld. The sides that
-/// the entry does not keep are left out. Failure when it keeps nothing of what is asked for, or something that cannot
-/// be used any more.
+/// the entry does not keep are left out, and so are tables that the run found damaged. Failure when it keeps nothing of
+/// what is asked for, or something that cannot be used any more.
 RestorePlan PlanRestore(const RestoreContext& context, const std::string& run, Sides sides);
 
 /// A table that the handheld did not take.

@@ -69,6 +69,21 @@ TEST_F(RestoreTest, BothSidesAreAsBeforeTheRunWithTheirFlags) {
   ExpectOld();
 }
 
+TEST_F(RestoreTest, TableThatTheRunFoundDamagedIsLeftOut) {
+  world_.files.Put(world_.folder.HandheldFileOf(run_, "brnd_Trip"), Bytes{1, 2, 3});
+  RunRecord record = Record(run_);
+  record.tables.push_back({"brnd_Trip", TableState::Retrieved});
+  world_.folder.Write(run_, record);
+  EXPECT_EQ(ErrorOfRestore(run_).Number(), errors::kSubscriptOutOfRange) << "a run that was not stopped by it read it";
+  record.error = "Error 9: Subscript out of range";
+  world_.folder.Write(run_, record);
+  const auto handheld = world_.Connection();
+  EXPECT_EQ(PlanRestore(world_.Context(*handheld), run_, Sides::Both).damaged, std::vector<std::string>{"brnd_Trip"});
+  EXPECT_EQ(Run(run_).tables, std::vector<std::string>{"brnd_Fuel"});
+  EXPECT_EQ(world_.Handheld("brnd_Fuel"), kOldOnHandheld);
+  EXPECT_EQ(world_.Handheld("brnd_Trip"), kNewOnHandheld);
+}
+
 TEST_F(RestoreTest, FilesComeBackToTheByte) {
   const Bytes database = world_.files.Content(world_.folder.DatabaseOf(run_));
   const Bytes table = world_.files.Content(world_.folder.HandheldFileOf(run_, "brnd_Fuel"));

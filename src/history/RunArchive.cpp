@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/Error.h"
 #include "base/Text.h"
 #include "jet/file/DatabaseFile.h"
 #include "platform/StagedWrite.h"
@@ -9,6 +10,7 @@
 namespace mv::history {
 
 void RunArchive::Begin(const CivilTime& now, const HistoryLimits& limits, Changes changes, RunRecord& record) {
+  limits_ = limits;
   HistoryLimits others = limits;
   --others.keep;
   folder_.Prune(others);
@@ -46,13 +48,23 @@ void RunArchive::SyncChanges() {
 
 void RunArchive::End(RunRecord& record) {
   SyncChanges();
-  const std::string kept = folder_.DatabaseOf(entry_);
-  if (keptDatabase_ && files_.FileExists(database_) && files_.IdentityOf(kept) == files_.IdentityOf(database_)) {
-    folder_.KeepCopy(database_, kept);
-    record.kept->facts = files_.FactsOf(kept);
-  }
+  if (keptDatabase_) CopySecondName(record);
   folder_.Write(entry_, record);
   changes_.reset();
+  folder_.Prune(limits_, entry_);
+}
+
+void RunArchive::CopySecondName(RunRecord& record) {
+  const std::string kept = folder_.DatabaseOf(entry_);
+  if (!files_.FileExists(database_) || files_.IdentityOf(kept) != files_.IdentityOf(database_)) return;
+  try {
+    folder_.KeepCopy(database_, kept);
+  } catch (const Error& error) {
+    // Somebody else has it open. The second name stays; the record tells whether it was written into.
+    if (error.Number() != errors::kPermissionDenied) throw;
+    return;
+  }
+  record.kept->facts = files_.FactsOf(kept);
 }
 
 std::optional<std::string> RunArchive::LastReturned(const std::string& table) const {

@@ -43,7 +43,7 @@ class RunArchive {
   void SyncChanges();
 
   /// Writes the finished record. When the run has left the database as it was, the second name becomes a copy: other
-  /// programs may write into the database from now on.
+  /// programs may write into the database from now on. Then older entries give way to what this one has become.
   void End(RunRecord& record);
 
   /// Newest file that went back to the handheld for `table`, which both sides agreed on then; nothing when none is
@@ -53,10 +53,13 @@ class RunArchive {
   std::optional<std::string> KeptDatabaseFile() const;
 
  private:
+  void CopySecondName(RunRecord& record);
+
   platform::FileSystem& files_;
   HistoryFolder folder_;
   std::string database_;
   std::string entry_;
+  HistoryLimits limits_;
   bool keptDatabase_ = false;
   std::unique_ptr<platform::File> changes_;
   std::uint64_t changesSize_ = 0;

@@ -50,6 +50,16 @@ TEST_F(RunArchiveTest, ADatabaseThatTheRunLeftAloneIsCopiedAtItsEnd) {
   EXPECT_EQ(Kept(), (Bytes{1, 2, 3})) << "another program writes into the database in place";
 }
 
+TEST_F(RunArchiveTest, ADatabaseThatSomebodyElseHoldsAtTheEndIsKeptByItsSecondName) {
+  Begin();
+  const auto held =
+      files_.Open(kDatabase, platform::Access::Write, platform::Disposition::OpenExisting, platform::Sharing::None);
+  record_.status = 2;
+  archive_.End(record_);
+  EXPECT_EQ(archive_.Folder().Read(archive_.Entry())->status, 2);
+  EXPECT_EQ(Kept(), (Bytes{1, 2, 3}));
+}
+
 TEST_F(RunArchiveTest, ADatabaseThatIsWrittenInPlaceIsCopiedBefore) {
   Begin(RunArchive::Changes::InPlace);
   files_.Open(kDatabase, platform::Access::Write, platform::Disposition::OpenExisting, platform::Sharing::None)
@@ -76,6 +86,17 @@ TEST_F(RunArchiveTest, BeginningMakesRoomForOneMoreEntry) {
   archive_.Begin(kNow, {3, 2048}, RunArchive::Changes::ByRename, record_);
   EXPECT_EQ(archive_.Folder().Entries(),
             (std::vector<std::string>{"20261122-063000", "20261121-000004", "20261121-000003"}));
+}
+
+TEST_F(RunArchiveTest, OlderEntriesGiveWayToWhatTheEntryHasBecome) {
+  HistoryFolder& folder = archive_.Folder();
+  folder.KeepContent(Bytes(600 << 10), folder.DatabaseOf(folder.Create({2026, 11, 21, 0, 0, 1})));
+  archive_.Begin(kNow, {10, 1}, RunArchive::Changes::ByRename, record_);
+  EXPECT_EQ(folder.Entries().size(), 2u);
+  files_.Put("C:\\result", Bytes(600 << 10));
+  archive_.KeepResultFile("C:\\result", "brnd_Fuel");
+  archive_.End(record_);
+  EXPECT_EQ(folder.Entries(), std::vector<std::string>{"20261122-063000"});
 }
 
 TEST_F(RunArchiveTest, LinesOfTheReportAreAddedInTheirOrder) {

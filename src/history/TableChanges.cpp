@@ -66,6 +66,7 @@ void TableChanges::AddedToHandheld(const Row& row) {
     if (before != nullptr) {
       ++flaggedDeleted_;
       ++record_.handheld.deleted;
+      Write(What::Deleted, Side::Handheld, &before->values, nullptr);
     }
     ++record_.handheld.added;
     return Write(What::Added, Side::Handheld, nullptr, &row);

@@ -147,8 +147,8 @@ TEST_F(TableChangesTest, OverwritePdaIsComparedWithWhatTheHandheldHeld) {
   for (const Row& row : rows) changes.Added(Side::Handheld, row);
   MemoryRecordset desktop = Desktop(rows);
   changes.Finish(desktop);
-  EXPECT_EQ(told_, (std::vector<std::string>{"handheld changed same", "handheld changed other", "handheld added back",
-                                             "handheld added new", "handheld dropped dropped",
+  EXPECT_EQ(told_, (std::vector<std::string>{"handheld changed same", "handheld changed other", "handheld deleted back",
+                                             "handheld added back", "handheld added new", "handheld dropped dropped",
                                              "handheld deleted flagged", "handheld deleted gone"}));
   EXPECT_EQ(changes.Record().handheld, (SideCounts{6, 4, 2, 2, 3}));
   EXPECT_EQ(changes.Record().dropped, 1);

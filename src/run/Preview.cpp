@@ -80,13 +80,22 @@ void CopyInto(platform::FileSystem& files, const std::string& from, const std::s
   files.RenameFile(files.StagedName(to), to);
 }
 
+/// The run's own error when another program has the database open; the copy would not tell.
+void RequireUnused(platform::FileSystem& files, const std::string& database) {
+  try {
+    jet::OpenDatabaseFile(files, database, jet::DatabaseAccess::Write);
+  } catch (const Error& error) {
+    throw jet::JetErrorFor(error, database);
+  }
+}
+
 /// Copies what the run would find beside the handheld: the database, what an Overwrite PC left to fill, and the tables
 /// on which both sides agreed last.
 void LayOut(platform::FileSystem& files, const Settings& real, const Settings& scratch) {
   const std::string& database = real.DesktopDBPath;
   files.CreateFolders(scratch.PCSyncDestPath);
   if (files.FileExists(database)) {
-    jet::OpenDatabaseFile(files, database, jet::DatabaseAccess::Read);  // raises when it is in use
+    RequireUnused(files, database);
     CopyInto(files, database, scratch.DesktopDBPath, database);
   }
   history::UnfilledTables(files, scratch.DesktopDBPath).Save(history::UnfilledTables(files, database).Load());
@@ -149,6 +158,7 @@ class PreviewRun {
   PreviewResult Run(std::span<const SyncTable> tables, const std::string& scratch) {
     PreviewResult result;
     run_.tell = [&](const std::string& line) { result.told.push_back(line); };
+    run_.earlierRunsOf = real_.DesktopDBPath;
     RequireSeparatePaths(run_, tables);
     state_.settings = ScratchSettings(state_.settings, scratch);
     LayOut(context_.files, real_, state_.settings);

@@ -45,6 +45,9 @@ struct RunContext {
   std::function<void(const std::string&)> tell = {};
   /// Gives up old history when the disk is full; null where nobody does. What `files` writes must go through it.
   history::RoomMaker* room = nullptr;
+  /// The database whose history knows the earlier runs, where it is not the run's own: a preview has a copy. Else
+  /// empty.
+  std::string earlierRunsOf = {};
 };
 
 /// The current time as the log and the window show it.

@@ -102,8 +102,10 @@ void RunJournal::RequireFilledTables() {
 
 /// The newest Overwrite PC before which these tables were whole; "RUN" where the history has none.
 std::string RunJournal::LastRunWithAll(const std::vector<std::string>& tables) {
-  for (const std::string& entry : archive_.Folder().Entries()) {
-    const auto record = archive_.Folder().Read(entry);
+  const std::string& other = run_.earlierRunsOf;
+  const history::HistoryFolder folder(run_.files, other.empty() ? run_.state.settings.DesktopDBPath : other);
+  for (const std::string& entry : folder.Entries()) {
+    const auto record = folder.Read(entry);
     if (!record || record->restore || !record->kept) continue;
     if (record->mode != static_cast<std::int16_t>(RunMode::OverwritePc)) continue;
     const auto& unfilled = record->unfilled;

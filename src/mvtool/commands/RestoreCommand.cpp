@@ -47,6 +47,13 @@ void PrintDesktopAsItIs(const RestorePlan& plan, const std::string& database, st
   out << (plan.writtenSince ? "; but another program has written into it\n" : "\n");
 }
 
+void PrintDamaged(const RestorePlan& plan, std::ostream& out) {
+  for (const std::string& table : plan.damaged) {
+    out << "handheld, " << table
+        << ": stays; its file was damaged when the run fetched it, and the run left it alone\n";
+  }
+}
+
 // --- What would happen ----------------------------------------------------------------------------------------------
 
 std::string SideText(std::string_view name, const history::SideCounts& side) {
@@ -124,6 +131,7 @@ void Restore(const Arguments& arguments, ToolContext& context) {
   if (arguments.Has(kDryRun)) {
     const RestorePlan plan = PlanRestore(work, run, sides);
     PrintDesktopAsItIs(plan, database, context.out);
+    PrintDamaged(plan, context.out);
     return PrintPreview(PreviewRestore(work, plan), context.out);
   }
   const auto noRuns = setup.KeepRunsAway();
@@ -131,6 +139,7 @@ void Restore(const Arguments& arguments, ToolContext& context) {
   history::Restore restore(work, plan);
   PrintContinuation(restore, database, context.out);
   PrintDesktopAsItIs(plan, database, context.out);
+  PrintDamaged(plan, context.out);
   const RestoreResult result = RunToEnd(restore);
   PrintResult(plan, result, database, context.out);
   RequireAllDone(result);
