@@ -72,7 +72,7 @@ TEST_F(RestoreTest, BothSidesAreAsBeforeTheRunWithTheirFlags) {
 TEST_F(RestoreTest, TableThatTheRunFoundDamagedIsLeftOut) {
   world_.files.Put(world_.folder.HandheldFileOf(run_, "brnd_Trip"), Bytes{1, 2, 3});
   RunRecord record = Record(run_);
-  record.tables.push_back({"brnd_Trip", TableState::Retrieved});
+  record.tables = {{"brnd_Trip", TableState::Retrieved, 0, {}, {}, 0, 0}};
   world_.folder.Write(run_, record);
   EXPECT_EQ(ErrorOfRestore(run_).Number(), errors::kSubscriptOutOfRange) << "a run that was not stopped by it read it";
   record.error = "Error 9: Subscript out of range";

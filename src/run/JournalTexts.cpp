@@ -78,6 +78,10 @@ std::string UnfilledMet(const std::vector<std::string>& tables) {
   return "an Overwrite PC emptied these tables on the PC and has not filled them: " + Joined(tables);
 }
 
+std::string LeftOverRestore(const std::string& run) {
+  return "a restore was cut off before both sides were back; \"mvtool restore " + run + "\" does what is left";
+}
+
 std::string NotTaken(const std::vector<std::string>& tables) {
   return "Overwrite PC did not take every table; until one takes them these are not filled on the PC: " +
          Joined(tables);

@@ -25,6 +25,8 @@ std::string QuoteInKey(const std::string& table, const std::string& key);
 std::string BeyondHandheld(const std::string& table, const std::string& key);
 std::string LongText(const std::string& table, const std::string& key, const std::string& field);
 std::string UnfilledMet(const std::vector<std::string>& tables);
+/// `run`: whose beginning was to come back.
+std::string LeftOverRestore(const std::string& run);
 std::string NotTaken(const std::vector<std::string>& tables);
 std::string CannotCompare(const std::string& table, const std::string& side, const Error& error);
 std::string NoHistory(const Error& error);

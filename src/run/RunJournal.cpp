@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/Text.h"
+#include "history/RunList.h"
 #include "recordset/Conversions.h"
 #include "run/JournalTexts.h"
 #include "run/RunTexts.h"
@@ -77,6 +78,7 @@ void RunJournal::Begin() {
   record_.databasePath = run_.state.settings.DesktopDBPath;
   record_.settings = SettingsUsed(run_.state.settings);
   record_.unfilled = unfilled_;
+  WarnOfLeftOverRestore();
   keepsHistory_ = run_.state.history.keep > 0;
   if (run_.room != nullptr) run_.room->Serve(record_.databasePath, {});
   InHistory([&] {
@@ -85,6 +87,16 @@ void RunJournal::Begin() {
                    inPlace ? history::RunArchive::Changes::InPlace : history::RunArchive::Changes::ByRename, record_);
   });
   if (run_.room != nullptr) run_.room->Serve(record_.databasePath, archive_.Entry());
+}
+
+/// Between the two sides of a restore that was cut off nothing fits.
+void RunJournal::WarnOfLeftOverRestore() {
+  for (const std::string& entry : archive_.Folder().Entries()) {
+    const auto record = archive_.Folder().Read(entry);
+    if (!record) continue;
+    if (IsLeftOver(*record)) Warn(journal_texts::LeftOverRestore(record->restore->of));
+    return;
+  }
 }
 
 void RunJournal::RequireFilledTables() {

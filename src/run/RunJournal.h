@@ -80,6 +80,7 @@ class RunJournal {
   std::optional<history::RowSet> Agreed(const SyncTable& table);
   void CheckColumns(const std::string& table, const std::vector<FieldDefinition>& handheld,
                     const std::vector<FieldDefinition>& desktop);
+  void WarnOfLeftOverRestore();
   void CheckLosses();
   void TakeLoss(const std::string& text);
   void ReportTablesNotTaken();

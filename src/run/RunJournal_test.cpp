@@ -238,6 +238,22 @@ TEST_F(RunJournalTest, TextThatComesBackChangedIsWarnedOfWhenItIsSent) {
       "\"A\"");
 }
 
+TEST_F(RunJournalTest, ARestoreThatWasCutOffIsWarnedOf) {
+  Run();
+  RunRecord cut = LastRecord();
+  cut.ended.clear();
+  cut.restore.emplace();
+  cut.restore->of = Entries()[0];
+  cut.restore->tables = {kTable};
+  History().Write(History().Create({2026, 11, 21, 15, 0, 0}), cut);
+  Run();
+  EXPECT_EQ(Told(),
+            "Warning: a restore was cut off before both sides were back; \"mvtool restore 20261121-140509\" does "
+            "what is left\n");
+  Run();
+  EXPECT_EQ(Told(), "") << "another run has come between";
+}
+
 // --- Overwrite PC ---------------------------------------------------------------------------------------------------
 
 TEST_F(RunJournalTest, OverwritePcRemembersWhatItDidNotFill) {
