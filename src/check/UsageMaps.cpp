@@ -83,7 +83,8 @@ std::optional<UsageMaps::Map> UsageMaps::OpenInline(ByteView row, const Place& p
   map.bits = row.subspan(kBitsAt);
   map.end = map.firstPage + 8 * map.bits.size();
   if (map.firstPage % kFirstPageStep != 0) {
-    context_.findings.Damage(Kind::Map, place, what, " starts at page ", map.firstPage, ", which is no multiple of 8");
+    // Some writers let a map begin at its lowest page; its bits mean the same.
+    context_.findings.Note(Kind::Map, place, what, " starts at page ", map.firstPage, ", which is no multiple of 8");
   }
   return map;
 }

@@ -75,7 +75,8 @@ TEST_F(UsageMapsTest, InlineMapMayStartAtAMultipleOf8) {
   EXPECT_EQ(Read(), Lines());
   EXPECT_EQ(pages_, (std::vector<PageNumber>{8, 9}));
   PutMap(InlineMap(4, {0}));
-  EXPECT_EQ(Read(), Lines{"damage: table T, page 2, row 0: the map starts at page 4, which is no multiple of 8"});
+  EXPECT_EQ(Read(), Lines{"note: table T, page 2, row 0: the map starts at page 4, which is no multiple of 8"});
+  EXPECT_EQ(pages_, std::vector<PageNumber>{4});
 }
 
 TEST_F(UsageMapsTest, MapByReferenceHasItsBitsOnPages) {

@@ -94,7 +94,7 @@ class MapRow {
     if (page.State(where.slot) != SlotState::Live) Malformed(where, "is not a live row");
     bytes_ = page.Row(where.slot);
     if (bytes_.size() < kInlineBitsOffset || bytes_[0] > kByReference) Malformed(where, "is of no known kind");
-    if (IsInline() && (FirstPage() % 8 != 0 || FirstPage() >= kPageNumberEnd)) Malformed(where, "has a bad start");
+    if (IsInline() && FirstPage() >= kPageNumberEnd) Malformed(where, "has a bad start");
   }
 
   bool IsInline() const { return bytes_[0] == kInline; }

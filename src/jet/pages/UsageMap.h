@@ -20,7 +20,7 @@ inline constexpr RowId kReleasedPagesMap = {1, 1};
 /// | offset | size | content                                                                      |
 /// |--------|------|------------------------------------------------------------------------------|
 /// | 0      | 1    | 0                                                                            |
-/// | 1      | 4    | first page S, a multiple of 8                                                |
+/// | 1      | 4    | first page S; a multiple of 8, except from some other writers                |
 /// | 5      | rest | bits, lowest bit of the first byte first: bit k stands for page S + k        |
 ///
 /// Kind 1, by reference:
