@@ -142,7 +142,6 @@ void Header::Check(Findings& findings) const {
   constexpr double kLatestDate = 2958466;  // the year 10000
   const double created = Created(plain_);
   if (!(created > 0 && created < kLatestDate)) findings.Note(Kind::Header, place, "the creation date is no date");
-  if (HasPassword()) findings.Note(Kind::File, {}, "the database has a password");
   CheckCommitWords(findings);
 }
 
@@ -172,6 +171,7 @@ bool IsCheckable(ByteView file, Findings& findings) {
   if (file.size() > kMaxFileSize) return refuse("longer than the 2 GiB of a database");
   const Header header(PageView(file.data(), kPageSize));
   if (header.IsEncoded()) return refuse("an encoded (encrypted) database");
+  if (header.HasPassword()) return refuse("protected by a password");
   return true;
 }
 

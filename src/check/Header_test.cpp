@@ -30,6 +30,15 @@ class HeaderTest : public ::testing::Test {
     return LinesOf(report);
   }
 
+  /// What is said of a file that is not for the checker.
+  Lines Refusal() {
+    Findings findings;
+    EXPECT_FALSE(IsCheckable(file_.All(), findings));
+    Report report;
+    findings.MoveInto(report);
+    return LinesOf(report);
+  }
+
   static constexpr std::uint8_t kMaskKey[] = {0xC7, 0xDA, 0x39, 0x6B};
   FileBytes file_;
   Bytes mask_;
@@ -63,9 +72,9 @@ TEST_F(HeaderTest, CreationDateIsADate) {
   EXPECT_THAT(Check(), ::testing::Contains("note: page 0: the creation date is no date"));
 }
 
-TEST_F(HeaderTest, PasswordIsNoted) {
+TEST_F(HeaderTest, APasswordIsNoKindThatCanBeChecked) {
   SetMasked16(0x42, 'x');
-  EXPECT_EQ(Check(), Lines{"note: the database has a password"});
+  EXPECT_EQ(Refusal(), Lines{"damage: the file is protected by a password and cannot be checked"});
 }
 
 TEST_F(HeaderTest, CommitWordsBelow0100AreDamage) {

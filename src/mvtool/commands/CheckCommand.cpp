@@ -19,7 +19,7 @@ constexpr std::string_view kHelp =
     "    --json    one JSON object a finding, then one that sums up\n"
     "  \"damage\" violates the format. A \"note\" is what databases of other programs\n"
     "  are known to show, or what is worth knowing. Exit status: 0 sound, 1 damage,\n"
-    "  or the database could not be read.\n";
+    "  or the database could not be read, 2 not a Jet 4 database.\n";
 
 /// The whole file, kept from writers while it is read.
 Bytes ReadDatabase(platform::FileSystem& files, const std::string& path) {
@@ -84,15 +84,22 @@ void PrintJson(const check::Report& report, std::ostream& out) {
   print(report, PrintSummary);
 }
 
+/// A file of another kind is not damaged: it is not for this program.
+void RefuseKind(const std::string& path, const check::Report& report, ToolContext& context) {
+  const std::string what = report.findings.empty() ? "it cannot be checked" : report.findings.front().text;
+  context.err << "mvtool: \"" << path << "\": not a Jet 4 database: " << what << '\n';
+  context.exitStatus = kNotUnderstood;
+}
+
 void Check(const Arguments& arguments, ToolContext& context) {
   const std::string& path = arguments.Operand(0);
   const check::Report report = check::CheckDatabase(ReadDatabase(context.files, path));
+  if (!report.checked) return RefuseKind(path, report, context);
   if (arguments.Has("--json")) {
     PrintJson(report, context.out);
   } else {
     PrintLines(report, context.out);
   }
-  if (!report.checked) throw Failure("\"" + path + "\" cannot be checked");
   if (!report.IsSound()) throw Failure("\"" + path + "\" is damaged");
   if (report.notes != 0 && arguments.Has("--strict")) throw Failure("\"" + path + "\" is sound, but has notes");
 }

@@ -72,11 +72,33 @@ TEST_F(CheckCommandTest, JsonCountsWhatIsLeftOut) {
   EXPECT_NE(out_.find("{\"severity\":\"damage\",\"kind\":\"commit-word\",\"more\":50}\n"), out_.npos) << out_;
 }
 
-TEST_F(CheckCommandTest, FileOfAnotherKindCannotBeChecked) {
+TEST_F(CheckCommandTest, FileOfAnotherKindIsNotForThisProgramAndNotDamaged) {
   Put("x.txt", "no database");
-  EXPECT_EQ(Run({"check", "x.txt"}), kOperationFailed);
-  EXPECT_EQ(out_, "damage: the file is no database and cannot be checked\nnot checked\n");
-  EXPECT_EQ(err_, "mvtool: \"x.txt\" cannot be checked\n");
+  EXPECT_EQ(Run({"check", "x.txt"}), kNotUnderstood);
+  EXPECT_EQ(out_, "");
+  EXPECT_EQ(err_, "mvtool: \"x.txt\": not a Jet 4 database: the file is no database and cannot be checked\n");
+}
+
+TEST_F(CheckCommandTest, DatabasesOfOtherEnginesAndWithPasswordsAreNamed) {
+  const Bytes sound = files_.Content("x.db");
+  const auto refusal = [&](auto change) {
+    Bytes content = sound;
+    change(content);
+    files_.Put("x.db", content);
+    EXPECT_EQ(Run({"check", "x.db"}), kNotUnderstood);
+    EXPECT_EQ(out_, "");
+    return err_;
+  };
+  EXPECT_NE(
+      refusal([](Bytes& content) { content[0x14] = 0; }).find("not a Jet 4 database: the file is a Jet 3 database"),
+      std::string::npos);
+  EXPECT_NE(refusal([](Bytes& content) {
+              const std::string_view mark = "Standard ACE DB";
+              std::copy(mark.begin(), mark.end(), content.begin() + 4);
+            }).find("not a Jet 4 database: the file is a database of the later engine ACE"),
+            std::string::npos);
+  EXPECT_NE(refusal([](Bytes& content) { content[0x42] ^= 1; }).find("not a Jet 4 database: the file is"),
+            std::string::npos);
 }
 
 TEST_F(CheckCommandTest, MissingFileIsAnError) {
