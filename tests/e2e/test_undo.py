@@ -236,6 +236,16 @@ class OtherCases(Page):
         keys = lambda folder: {json.loads(row)["KY_RECID"].casefold() for row in self.rows("brnd_Fuel", folder)}
         self.assertTrue(keys(twin) - keys(self.folder))
 
+    def test_a_table_cut_during_its_way_back_is_sent_again(self):
+        """The cure of docs/user/recovery.md for error 9."""
+        self.shell("MVPPCSync -Mode0")
+        before = self.state()
+        self.file("brnd_Fuel").write_bytes(before[1]["brnd_Fuel.pdb"][:400])
+        self.assertIn("Error 9: ", self.shell("MVPPCSync -Mode0", status=2).stderr)
+        self.shell("mvtool send brnd_Fuel")
+        self.check_back(before)
+        self.shell("MVPPCSync -Mode0")
+
     def test_a_row_edited_on_both_sides(self):
         self.shell("MVPPCSync -Mode0")
         name, fields, records = pdbfile.parse(self.file("brnd_Fuel").read_bytes())
