@@ -150,6 +150,7 @@ class PreviewRun {
     state_.settings = real;
     state_.ModeNames = ModeNames();
     state_.ModeResultTexts = ModeResultTexts();
+    LoadHistoryLimits(context.settings);  // raises where the run would not start
     state_.history = {1, HistoryLimits().maxMegabytes};
     state_.safety = LoadSafetySettings(context.settings);
     SetMode(state_, mode);

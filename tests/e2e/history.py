@@ -84,9 +84,10 @@ def folded(key):
 
 def rows_of_file(table, data):
     _, fields, records = pdbfile.parse(data)
+    key = KEYS.get(table, "KY_RECID")
     rows = [{n: to_json(v) for (n, _), v in zip(fields, r.values)} for r in records]
-    return ({folded(row[KEYS[table]]): row for row in rows},
-            {folded(row[KEYS[table]]): r.attributes & (pdbfile.MODIFIED | pdbfile.DELETED)
+    return ({folded(row[key]): row for row in rows},
+            {folded(row[key]): r.attributes & (pdbfile.MODIFIED | pdbfile.DELETED)
              for row, r in zip(rows, records)})
 
 
@@ -94,38 +95,7 @@ ZEROS = {"Currency": "0.0000", "DateTime": "1904-01-01T00:00:00", "Boolean": Fal
 
 
 def on_handheld(columns, row):
-    """A row of a report as the handheld holds it: it knows no null, and reads a date beyond its own as one of them."""
-    if row is None:
-        return None
-    return {n: ZEROS.get(t, 0) if row[n] is None else row[n] for n, t, _ in columns}
-
-
-def new_world(folder, rng, most=30):
-    world = HistoryWorld(folder)
-    case = cases.world_case(rng, most)
-    lay_out(world, case)
-    with_empty_template(world, case)
-    shutil.copy(BIN / "mvtool", world.program_folder / "mvtool")
-    return world, case
-
-
-def folded(key):
-    return (key or "").casefold()
-
-
-def rows_of_file(table, data):
-    _, fields, records = pdbfile.parse(data)
-    rows = [{n: to_json(v) for (n, _), v in zip(fields, r.values)} for r in records]
-    return ({folded(row[KEYS[table]]): row for row in rows},
-            {folded(row[KEYS[table]]): r.attributes & (pdbfile.MODIFIED | pdbfile.DELETED)
-             for row, r in zip(rows, records)})
-
-
-ZEROS = {"Currency": "0.0000", "DateTime": "1904-01-01T00:00:00", "Boolean": False, "Text": "", "Memo": ""}
-
-
-def on_handheld(columns, row):
-    """A row of a report as the handheld holds it: it knows no null, and reads a date beyond its own as one of them."""
+    """A row of a report as the handheld holds it, which knows no null."""
     if row is None:
         return None
     return {n: ZEROS.get(t, 0) if row[n] is None else row[n] for n, t, _ in columns}

@@ -125,6 +125,9 @@ class Kills(unittest.TestCase):
                 done = self.mvtool(world, "restore", run)
                 self.assertEqual((done.returncode, done.stderr), (0, ""))
                 self.assertEqual(self.state(world), before)
+                newest = self.runs(world)[0]
+                self.assertEqual((newest["mode"], newest["status"]), ("restore", 0))
+                self.assertTrue(newest["ended"])
                 self.assertEqual(world.run(mode).returncode, 0)
                 self.assertEqual(self.outcome(world), after)
         self.assertGreater(caught, 0, "no restore was caught alive")

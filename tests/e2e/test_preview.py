@@ -207,6 +207,9 @@ class Warnings(unittest.TestCase):
                 done = self.world.run(merge.SYNCHRONIZE)
                 self.assertEqual((done.returncode, len(done.stderr.splitlines())), (2, 1), done.stderr)
                 self.assertIn(f'the setting {key} of [{section}], "{word}", is ', done.stderr)
+                told = self.world.mvtool("preview", "--mode", "0")
+                self.assertEqual(told.returncode, 1)
+                self.assertIn(f'the setting {key} of [{section}], "{word}", is ', told.stderr)
                 self.assertEqual({f: c for f, c in self.world.files().items() if f.suffix != ".ini"}, seen)
 
 
