@@ -4,9 +4,9 @@
 #include <random>
 
 #include "base/ByteOrder.h"
-#include "check/DatabaseCheck.h"
 #include "jet/pages/DataPage.h"
 #include "jet/pages/UsageMap.h"
+#include "support/ExpectSound.h"
 #include "support/JetDatabase.h"
 #include "support/MemoryFileSystem.h"
 
@@ -77,7 +77,7 @@ std::map<std::int32_t, std::string> RowsOf(const Table& table) {
 
 TEST(OtherWriters, AMapThatStartsAtAnyPageIsANoteOnly) {
   const Bytes image = DatabaseWithUnalignedMaps();
-  const check::Report report = check::CheckDatabase(image);
+  const check::Report report = testing::ReportOf(image);
   EXPECT_TRUE(report.IsSound()) << SummaryOf(report);
   EXPECT_GT(report.notes, 0u) << "the maps were not changed";
 }
@@ -107,7 +107,7 @@ TEST(OtherWriters, MapsThatStartAtAnyPageStandEveryStatement) {
     EXPECT_EQ(RowsOf(table), expected);
     testing::ExpectIndexesMatchRows(*database, table);
     database->Commit();
-    const check::Report report = check::CheckDatabase(files.Content(kPath));
+    const check::Report report = testing::ReportOf(files.Content(kPath));
     EXPECT_TRUE(report.IsSound()) << SummaryOf(report);
   }
 }

@@ -17,10 +17,15 @@ enum class WrittenBy {
   OthersToo,  ///< what other engines are known to leave behind
 };
 
+/// What our own checker finds.
+inline check::Report ReportOf(const Bytes& image) {
+  return check::CheckDatabase(image);
+}
+
 /// Fails the test when the structure of a database is not what it should be: by our own checker, and by the one that
 /// JETCHECK names, if any.
 inline void ExpectSound(const Bytes& image, WrittenBy writer = WrittenBy::UsAlone) {
-  const check::Report report = check::CheckDatabase(image);
+  const check::Report report = ReportOf(image);
   EXPECT_TRUE(report.checked);
   for (const check::Finding& finding : report.findings) {
     const bool isNote = finding.severity == check::Severity::Note;
