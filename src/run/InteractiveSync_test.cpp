@@ -218,6 +218,33 @@ TEST_F(InteractiveSyncTest, OverwritePcBacksUpAfterTheFirstProgressLine) {
   EXPECT_EQ(ProgressLines()[2], "progress: SUCCESSFUL [brnd_Accessories] PDA Table Replaced PC Table");
 }
 
+TEST_F(InteractiveSyncTest, ARunHasItsEntryInTheHistoryAndItsWarningsInTheList) {
+  world_.state.history.keep = 10;
+  std::vector<testing::DeviceRecord> records;
+  for (int i = 0; i < 12; ++i) records.push_back({{Value(std::to_string(i)), Value(std::string())}});
+  world_.PutDeviceTable("brnd_Accessories", records);
+  Run();
+  const history::HistoryFolder history(world_.files, "C:\\Cars\\Motorva.db");
+  ASSERT_EQ(history.Entries().size(), 1u);
+  const auto record = history.Read(history.Entries()[0]);
+  ASSERT_TRUE(record);
+  EXPECT_EQ(record->status, 0);
+  EXPECT_EQ(record->tables.size(), 13u);
+  EXPECT_EQ(record->warnings, std::vector<std::string>{"brnd_Accessories: the handheld loses 12 of 12 rows"});
+  EXPECT_EQ(ProgressLines()[1], "progress: Warning: brnd_Accessories: the handheld loses 12 of 12 rows");
+}
+
+TEST_F(InteractiveSyncTest, ARunThatWasStoppedSaysSoInItsEntry) {
+  world_.state.history.keep = 10;
+  world_.database.tables.erase("brnd_Trip");
+  Run();
+  const history::HistoryFolder history(world_.files, "C:\\Cars\\Motorva.db");
+  const auto record = history.Read(history.Entries().at(0));
+  ASSERT_TRUE(record);
+  EXPECT_EQ(record->status, 2);
+  EXPECT_EQ(record->error, "Error -2147217865: No table 'brnd_Trip'.");
+}
+
 TEST_F(InteractiveSyncTest, WithoutAHandheldTheUserIsAskedUntilItAnswers) {
   world_.rapi.initResult = -1;
   toolkit_.answers = {MessageAnswer::Retry, MessageAnswer::Cancel};
