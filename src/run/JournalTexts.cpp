@@ -100,9 +100,14 @@ std::string NoReport(const Error& error) {
   return "the report of the tables that were not taken cannot be made (" + error.Description() + ")";
 }
 
-std::string LossStop(const std::string& loss, std::int16_t mode) {
+std::string LossStop(const std::string& loss, RunMode mode) {
+  if (mode == RunMode::OverwritePc) {
+    return loss +
+           ": stopped before this table was filled, as [Safety] OnMassLoss asks; the template is in the "
+           "database's place: \"mvtool restore last\" brings both sides back, OnMassLoss=warn lets the rows go";
+  }
   return loss + ": stopped before this table was changed, as [Safety] OnMassLoss asks; \"mvtool preview --mode " +
-         TextOfInteger(mode) + "\" shows the rows, and OnMassLoss=warn lets them go";
+         TextOfInteger(static_cast<std::int16_t>(mode)) + "\" shows the rows, and OnMassLoss=warn lets them go";
 }
 
 std::string UnfilledStop(const std::vector<std::string>& tables, const std::string& mode, const std::string& restore) {

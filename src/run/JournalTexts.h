@@ -7,6 +7,7 @@
 
 #include "base/Error.h"
 #include "history/RunRecord.h"
+#include "sync/RunMode.h"
 
 /// What a run tells its user beside the given lines of its log: on standard error, in the window's list, in run.json.
 /// One line each.
@@ -35,7 +36,7 @@ std::string NoReport(const Error& error);
 // Errors that stop a run.
 
 /// `loss`: what Loss says.
-std::string LossStop(const std::string& loss, std::int16_t mode);
+std::string LossStop(const std::string& loss, RunMode mode);
 /// `restore`: the run to go back to.
 std::string UnfilledStop(const std::vector<std::string>& tables, const std::string& mode, const std::string& restore);
 
