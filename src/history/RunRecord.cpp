@@ -9,7 +9,8 @@
 namespace mv::history {
 namespace {
 
-constexpr std::array<std::string_view, 5> kStates = {"notRetrieved", "retrieved", "merged", "notReturned", "returned"};
+constexpr std::array<std::string_view, 6> kStates = {"notRetrieved", "retrieved", "merged",
+                                                     "notReturned",  "returned",  "held"};
 
 std::int64_t IntegerOf(const Json& json) {
   return json.Integer(std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max());

@@ -18,6 +18,7 @@ enum class TableState {
   Merged,        ///< the desktop has the merged rows
   NotReturned,   ///< so it has, and the handheld its old file; `code` says why
   Returned,      ///< both sides are done
+  Held,          ///< the run stopped before it saved the table; its changes are those that it would have made
 };
 
 /// Rows of one side of a table: what it held before and after, and what came, changed and went. Records that the

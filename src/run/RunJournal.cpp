@@ -267,7 +267,9 @@ void RunJournal::CheckLosses() {
 
 void RunJournal::TakeLoss(const std::string& text) {
   Warn(text);
-  if (run_.state.safety.stopsOnMassLoss) throw Failure(journal_texts::LossStop(text, ModeOf(run_.state)));
+  if (!run_.state.safety.stopsOnMassLoss) return;
+  RecordOf(current_).state = TableState::Held;
+  throw Failure(journal_texts::LossStop(text, ModeOf(run_.state)));
 }
 
 void RunJournal::MergeFailed(const Error& error, Recordset& desktop) {

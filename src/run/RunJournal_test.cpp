@@ -209,6 +209,7 @@ TEST_F(RunJournalTest, AMassLossStopsBeforeTheTableIsChangedWhereTheSettingsAskF
   EXPECT_EQ(Run(), ExitStatus::Stopped);
   EXPECT_EQ(world_.database.tables[kTable].rows.size(), 40u);
   EXPECT_EQ(world_.rapi.Content(RunWorld::DevicePath(kTable)), before);
+  EXPECT_EQ(LastRecord().Find(kTable)->state, TableState::Held);
   EXPECT_NE(Told().find("stopped before this table was changed"), std::string::npos) << Told();
   EXPECT_NE(Told().find("mvtool preview --mode 0"), std::string::npos) << Told();
 }

@@ -58,6 +58,10 @@ void Changes(const Arguments& arguments, ToolContext& context) {
     context.err << "mvtool: the run " << run << " was cut off or is going on; rows of its last table may not have "
                 << "changed, and its tables have no counts\n";
   }
+  for (const history::TableRecord& table : tables) {
+    if (table.state != history::TableState::Held) continue;
+    context.err << "mvtool: the run stopped before it saved " << table.table << "; its rows did not change\n";
+  }
   PrintReport(changes, tables, arguments.Has("--json"), context.out);
 }
 

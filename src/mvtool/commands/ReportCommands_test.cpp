@@ -104,6 +104,15 @@ TEST_F(ReportCommandTest, AReportThatMayNotBeWholeSaysSo) {
   EXPECT_EQ(err_.find("mvtool: the run " + run + " was cut off or is going on"), 0u) << err_;
 }
 
+TEST_F(ReportCommandTest, RowsThatWereNotSavedAreSaidToBeSo) {
+  const std::string run = KeepReport("2026-11-21T14:05:10");
+  RunRecord record = world_.folder.Read(run).value();
+  record.Find("brnd_Fuel")->state = TableState::Held;
+  world_.folder.Write(run, record);
+  EXPECT_EQ(Run({"changes"}), kSucceeded) << err_;
+  EXPECT_EQ(err_, "mvtool: the run stopped before it saved brnd_Fuel; its rows did not change\n");
+}
+
 TEST_F(ReportCommandTest, WhatIsNotThereIsRefused) {
   EXPECT_EQ(Run({"changes"}), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: the history has no run\n");
