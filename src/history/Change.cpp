@@ -78,11 +78,6 @@ std::string DifferenceOf(const Change& change) {
   return text;
 }
 
-std::string SideSummary(std::string_view name, const SideCounts& side) {
-  return std::string(name) + " +" + std::to_string(side.added) + " ~" + std::to_string(side.changed) + " -" +
-         std::to_string(side.deleted);
-}
-
 }  // namespace
 
 std::string_view NameOf(What what) {
@@ -132,8 +127,13 @@ std::string LineOf(const Change& change) {
          std::string(kShownSides[static_cast<std::size_t>(change.side)]) + ": " + DifferenceOf(change);
 }
 
+std::string SummaryOf(std::string_view name, const SideCounts& side) {
+  return std::string(name) + " +" + std::to_string(side.added) + " ~" + std::to_string(side.changed) + " -" +
+         std::to_string(side.deleted);
+}
+
 std::string SummaryOf(const TableRecord& table) {
-  return table.table + ": " + SideSummary("PC", table.desktop) + ", " + SideSummary("handheld", table.handheld) +
+  return table.table + ": " + SummaryOf("PC", table.desktop) + ", " + SummaryOf("handheld", table.handheld) +
          ", dropped " + std::to_string(table.dropped) + ", overruled " + std::to_string(table.overruled);
 }
 

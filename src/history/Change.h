@@ -54,6 +54,8 @@ Change ChangeFromJson(const Json& json);
 ///   brnd_Fuel F-17: changed on the PC: NM_ODO 1200 -> 1250
 std::string LineOf(const Change& change);
 
+/// "PC +2 ~7 -4".
+std::string SummaryOf(std::string_view name, const SideCounts& side);
 /// "brnd_Fuel: PC +2 ~7 -4, handheld +2 ~3 -8, dropped 1, overruled 2".
 std::string SummaryOf(const TableRecord& table);
 

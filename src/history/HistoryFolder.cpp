@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <sstream>
 
 #include "base/Date.h"
 #include "base/Error.h"
 #include "base/Text.h"
+#include "json/JsonLines.h"
 #include "platform/StagedWrite.h"
 
 namespace mv::history {
@@ -108,9 +110,17 @@ std::optional<RunRecord> HistoryFolder::Read(const std::string& entry) const {
 
 void HistoryFolder::Write(const std::string& entry, const RunRecord& record) {
   const std::string text = TextOf(record);
-  platform::StagedWrite file(files_, RecordOf(entry), database_);
-  file.Contents().WriteAt(0, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-  file.Finish();
+  KeepContent(Bytes(text.begin(), text.end()), RecordOf(entry));
+}
+
+std::vector<Change> HistoryFolder::ReadChanges(const std::string& entry) const {
+  std::vector<Change> changes;
+  if (!files_.FileExists(ChangesOf(entry))) return changes;
+  const Bytes content = platform::ReadWhole(files_, ChangesOf(entry));
+  std::istringstream text(std::string(content.begin(), content.end()));
+  JsonLines lines(text);
+  while (const auto line = lines.Next()) changes.push_back(ChangeFromJson(*line));
+  return changes;
 }
 
 void HistoryFolder::Keep(const std::string& file, const std::string& kept) {

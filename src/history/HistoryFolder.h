@@ -8,6 +8,7 @@
 #include "base/Bytes.h"
 #include "base/Date.h"
 #include "config/Settings.h"
+#include "history/Change.h"
 #include "history/RunRecord.h"
 #include "platform/FileSystem.h"
 
@@ -46,6 +47,10 @@ class HistoryFolder {
   std::optional<RunRecord> Read(const std::string& entry) const;
   /// On disk on return, in one step.
   void Write(const std::string& entry, const RunRecord& record);
+
+  /// The lines of changes.jsonl; none where there is no such file. Failure with line and column for one that is
+  /// damaged.
+  std::vector<Change> ReadChanges(const std::string& entry) const;
 
   /// Second name, in an entry, for a file that is only ever replaced as a whole; a copy where the system has no second
   /// names. On disk on return.

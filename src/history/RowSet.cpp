@@ -12,18 +12,18 @@
 namespace mv::history {
 namespace {
 
-std::size_t PositionOf(const std::vector<FieldDefinition>& fields, std::string_view name) {
-  for (std::size_t i = 0; i < fields.size(); ++i) {
-    if (EqualsIgnoreAsciiCase(fields[i].name, name)) return i;
-  }
-  return 0;
-}
-
 std::string KeyOf(const std::vector<Value>& values, std::size_t key) {
   return key < values.size() ? TextOf(values[key]) : std::string();
 }
 
 }  // namespace
+
+std::size_t PlaceOfKey(const std::vector<FieldDefinition>& fields, std::string_view name) {
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    if (EqualsIgnoreAsciiCase(fields[i].name, name)) return i;
+  }
+  return 0;
+}
 
 std::vector<std::string> UniqueNames(const std::vector<FieldDefinition>& fields) {
   std::vector<std::string> names;
@@ -45,7 +45,7 @@ RowSet RowSet::OfTableFile(platform::FileSystem& files, const std::string& path,
     const auto type = HandheldTypeNumbered(field.type);
     rows.fields_.push_back({field.name, type ? DataTypeOf(*type) : DataType::BStr, 0});
   }
-  const std::size_t key = PositionOf(rows.fields_, keyField);
+  const std::size_t key = PlaceOfKey(rows.fields_, keyField);
   while (auto record = reader.Next()) {
     std::string keyText = KeyOf(record->values, key);
     rows.Add({std::move(keyText), std::move(record->values), record->attributes});
@@ -59,7 +59,7 @@ RowSet RowSet::OfTable(jet::Database& database, const std::string& table, std::s
   for (const jet::Column& column : source.Definition().columns) {
     rows.fields_.push_back({column.name, jet::DataTypeOf(column.type), 0});
   }
-  const std::size_t key = PositionOf(rows.fields_, keyField);
+  const std::size_t key = PlaceOfKey(rows.fields_, keyField);
   for (auto row = source.First(); row; row = source.Next(*row)) {
     std::vector<Value> values = source.ReadRow(*row);
     std::string keyText = KeyOf(values, key);

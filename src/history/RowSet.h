@@ -22,6 +22,9 @@ struct KeyedRow {
   std::uint8_t attributes = 0;
 };
 
+/// Position of the key field by its name, without regard to the case of A to Z; the first where none has that name.
+std::size_t PlaceOfKey(const std::vector<FieldDefinition>& fields, std::string_view name);
+
 /// The names of the fields in their order, a repeated one with its number: "A", "A#2". A damaged table file may have
 /// them, and a JSON object may not.
 std::vector<std::string> UniqueNames(const std::vector<FieldDefinition>& fields);

@@ -4,7 +4,6 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
-#include "jet/file/DatabaseFile.h"
 #include "platform/StagedWrite.h"
 
 namespace mv::history {
@@ -77,11 +76,6 @@ std::optional<std::string> RunArchive::LastReturned(const std::string& table) co
     if (run != nullptr && run->state == TableState::Returned) return file;
   }
   return std::nullopt;
-}
-
-std::optional<std::string> RunArchive::KeptDatabaseFile() const {
-  if (!keptDatabase_) return std::nullopt;
-  return folder_.DatabaseOf(entry_);
 }
 
 }  // namespace mv::history

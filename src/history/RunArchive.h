@@ -49,8 +49,6 @@ class RunArchive {
   /// Newest file that went back to the handheld for `table`, which both sides agreed on then; nothing when none is
   /// kept.
   std::optional<std::string> LastReturned(const std::string& table) const;
-  /// Where the database of the entry is that is kept; nothing when there was none.
-  std::optional<std::string> KeptDatabaseFile() const;
 
  private:
   void CopySecondName(RunRecord& record);

@@ -29,13 +29,6 @@ void WriteOptional(JsonWriter& writer, std::string_view name, const std::string&
   text.empty() ? writer.Null() : writer.Text(text);
 }
 
-void WriteSide(JsonWriter& writer, std::string_view name, const SideCounts& side) {
-  writer.Name(name).BeginObject();
-  writer.Name("before").Integer(side.before).Name("after").Integer(side.after);
-  writer.Name("added").Integer(side.added).Name("changed").Integer(side.changed).Name("deleted").Integer(side.deleted);
-  writer.EndObject();
-}
-
 void WriteTable(JsonWriter& writer, const TableRecord& table) {
   writer.BeginObject().Name("table").Text(table.table);
   writer.Name("state").Text(kStates[static_cast<std::size_t>(table.state)]).Name("code").Integer(table.code);
@@ -152,6 +145,13 @@ TableRecord* RunRecord::Find(std::string_view table) {
 
 const TableRecord* RunRecord::Find(std::string_view table) const {
   return FindIn(tables, table);
+}
+
+void WriteSide(JsonWriter& writer, std::string_view name, const SideCounts& side) {
+  writer.Name(name).BeginObject();
+  writer.Name("before").Integer(side.before).Name("after").Integer(side.after);
+  writer.Name("added").Integer(side.added).Name("changed").Integer(side.changed).Name("deleted").Integer(side.deleted);
+  writer.EndObject();
 }
 
 std::string TextOf(const RunRecord& record) {

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "json/Json.h"
 #include "platform/FileSystem.h"
 
 namespace mv::history {
@@ -88,6 +89,9 @@ struct RunRecord {
   TableRecord* Find(std::string_view table);
   const TableRecord* Find(std::string_view table) const;
 };
+
+/// The member `name`, an object of the five counts.
+void WriteSide(JsonWriter& writer, std::string_view name, const SideCounts& side);
 
 /// One JSON object, with a line feed at its end.
 std::string TextOf(const RunRecord& record);

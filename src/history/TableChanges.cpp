@@ -11,14 +11,6 @@
 namespace mv::history {
 namespace {
 
-/// Place of the key field; the first where none has its name.
-std::size_t PlaceOfKey(const std::vector<FieldDefinition>& fields, std::string_view name) {
-  for (std::size_t i = 0; i < fields.size(); ++i) {
-    if (EqualsIgnoreAsciiCase(fields[i].name, name)) return i;
-  }
-  return 0;
-}
-
 MergeObserver::Row RowOf(const Recordset& records, std::size_t count) {
   MergeObserver::Row row;
   row.reserve(count);

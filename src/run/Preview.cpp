@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <random>
-#include <sstream>
 #include <utility>
 
 #include "base/Error.h"
@@ -11,7 +10,6 @@
 #include "history/RunArchive.h"
 #include "history/UnfilledTables.h"
 #include "jet/file/DatabaseFile.h"
-#include "json/JsonLines.h"
 #include "platform/Shell.h"
 #include "platform/StagedWrite.h"
 #include "run/CurrentError.h"
@@ -129,15 +127,6 @@ class RealPaths {
   std::vector<std::pair<std::string, std::string>> replaced_;
 };
 
-std::vector<history::Change> ChangesIn(platform::FileSystem& files, const std::string& path) {
-  const Bytes content = platform::ReadWhole(files, path);
-  std::istringstream text(std::string(content.begin(), content.end()));
-  JsonLines lines(text);
-  std::vector<history::Change> changes;
-  while (const auto line = lines.Next()) changes.push_back(history::ChangeFromJson(*line));
-  return changes;
-}
-
 /// The objects of a run, as Wiring makes them.
 class PreviewRun {
  public:
@@ -175,7 +164,7 @@ class PreviewRun {
     for (std::string& line : result.told) line = paths.In(line);
     for (const std::string& entry : folder.Entries()) {
       if (auto record = folder.Read(entry)) result.record = std::move(*record);
-      result.changes = ChangesIn(context_.files, folder.ChangesOf(entry));
+      result.changes = folder.ReadChanges(entry);
     }
     result.record.error = paths.In(result.record.error);
     result.record.databasePath = paths.In(result.record.databasePath);

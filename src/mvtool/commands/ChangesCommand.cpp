@@ -1,9 +1,7 @@
 #include <ostream>
-#include <sstream>
 
 #include "history/HistoryFolder.h"
 #include "history/RunList.h"
-#include "json/JsonLines.h"
 #include "mvtool/commands/Command.h"
 #include "mvtool/commands/ReportPrinter.h"
 #include "mvtool/commands/UserSetup.h"
@@ -31,23 +29,13 @@ std::string NewestRun(const history::HistoryFolder& folder) {
   throw Failure("the history has no run");
 }
 
-std::vector<history::Change> ReadChanges(platform::FileSystem& files, const std::string& path) {
-  if (!files.FileExists(path)) return {};
-  const Bytes content = platform::ReadWhole(files, path);
-  std::istringstream text(std::string(content.begin(), content.end()));
-  JsonLines lines(text);
-  std::vector<history::Change> changes;
-  while (const auto line = lines.Next()) changes.push_back(history::ChangeFromJson(*line));
-  return changes;
-}
-
 void Changes(const Arguments& arguments, ToolContext& context) {
   UserSetup setup(context);
   const history::HistoryFolder folder(context.files, setup.Names().DesktopDBPath);
   const std::string run = arguments.Count() == 0 ? NewestRun(folder) : FindRun(folder, arguments.Operand(0));
   const auto record = folder.Read(run);
   if (!record) throw Failure("the run " + run + " has no record that can be read");
-  std::vector<history::Change> changes = ReadChanges(context.files, folder.ChangesOf(run));
+  std::vector<history::Change> changes = folder.ReadChanges(run);
   std::vector<history::TableRecord> tables = record->tables;
   if (const auto table = arguments.ValueOf("--table")) {
     if (FindTable(*table) == nullptr) throw Failure("there is no table \"" + *table + "\"");

@@ -7,17 +7,11 @@
 namespace mv::tool {
 namespace {
 
-void AddSide(JsonWriter& writer, std::string_view name, const history::SideCounts& side) {
-  writer.Name(name).BeginObject().Name("before").Integer(side.before).Name("after").Integer(side.after);
-  writer.Name("added").Integer(side.added).Name("changed").Integer(side.changed).Name("deleted").Integer(side.deleted);
-  writer.EndObject();
-}
-
 std::string JsonOf(const history::TableRecord& table) {
   JsonWriter writer;
   writer.BeginObject().Name("table").Text(table.table);
-  AddSide(writer, "desktop", table.desktop);
-  AddSide(writer, "handheld", table.handheld);
+  WriteSide(writer, "desktop", table.desktop);
+  WriteSide(writer, "handheld", table.handheld);
   writer.Name("dropped").Integer(table.dropped).Name("overruled").Integer(table.overruled);
   return writer.EndObject().Result();
 }

@@ -57,9 +57,8 @@ void PrintDamaged(const RestorePlan& plan, std::ostream& out) {
 // --- What would happen ----------------------------------------------------------------------------------------------
 
 std::string SideText(std::string_view name, const history::SideCounts& side) {
-  if (side.added + side.changed + side.deleted == 0) return {};
-  return std::string(name) + " +" + std::to_string(side.added) + " ~" + std::to_string(side.changed) + " -" +
-         std::to_string(side.deleted);
+  const bool changes = side.added + side.changed + side.deleted != 0;
+  return changes ? history::SummaryOf(name, side) : std::string();
 }
 
 std::string FlagsText(std::int64_t rows) {

@@ -48,15 +48,10 @@ TableRecord SumOf(const RunRecord& record) {
 
 // --- Lines ----------------------------------------------------------------------------------------------------------
 
-std::string SideText(std::string_view name, const SideCounts& side) {
-  return std::string(name) + " +" + std::to_string(side.added) + " ~" + std::to_string(side.changed) + " -" +
-         std::to_string(side.deleted);
-}
-
 std::string ChangesText(const RunRecord& record) {
   if (record.restore) return "of " + record.restore->of;
   const TableRecord sum = SumOf(record);
-  std::string text = SideText("PC", sum.desktop) + ", " + SideText("handheld", sum.handheld);
+  std::string text = history::SummaryOf("PC", sum.desktop) + ", " + history::SummaryOf("handheld", sum.handheld);
   if (sum.dropped != 0) text += ", dropped " + std::to_string(sum.dropped);
   if (sum.overruled != 0) text += ", overruled " + std::to_string(sum.overruled);
   return text;
@@ -101,7 +96,7 @@ void WriteTexts(JsonWriter& writer, std::string_view name, const std::vector<std
   writer.EndArray();
 }
 
-void WriteSide(JsonWriter& writer, std::string_view name, const SideCounts& side) {
+void WriteSum(JsonWriter& writer, std::string_view name, const SideCounts& side) {
   writer.Name(name).BeginObject().Name("added").Integer(side.added);
   writer.Name("changed").Integer(side.changed).Name("deleted").Integer(side.deleted).EndObject();
 }
@@ -122,8 +117,8 @@ void WriteRecord(JsonWriter& writer, const RunRecord& record) {
   WriteText(writer, "error", record.error);
   const TableRecord sum = SumOf(record);
   writer.Name("sums").BeginObject();
-  WriteSide(writer, "desktop", sum.desktop);
-  WriteSide(writer, "handheld", sum.handheld);
+  WriteSum(writer, "desktop", sum.desktop);
+  WriteSum(writer, "handheld", sum.handheld);
   writer.Name("dropped").Integer(sum.dropped).Name("overruled").Integer(sum.overruled).EndObject();
   WriteTexts(writer, "warnings", record.warnings);
 }
