@@ -34,6 +34,12 @@ class RoomMaker::RoomyFile : public platform::File {
   void Sync() override {
     maker_.WithRoom([&] { file_->Sync(); });
   }
+  bool StampTime() override { return file_->StampTime(); }
+  bool IsOpenHereOnly() override { return file_->IsOpenHereOnly(); }
+  bool ShareContentOf(platform::File& from) override {
+    auto* const roomy = dynamic_cast<RoomyFile*>(&from);
+    return file_->ShareContentOf(roomy != nullptr ? *roomy->file_ : from);
+  }
 
  private:
   RoomMaker& maker_;

@@ -57,8 +57,8 @@ void PlantTrees(PageFile& file, FreePages& freePages, TableDefinition& table) {
 }  // namespace
 
 std::unique_ptr<Database> Database::Open(platform::FileSystem& files, const std::string& path, PageFile::Mode mode,
-                                         ExpressionSources sources) {
-  auto pages = PageFile::Open(files, path, mode);
+                                         ExpressionSources sources, std::shared_ptr<Committer> committer) {
+  auto pages = PageFile::Open(files, path, mode, std::move(committer));
   CheckFileKind(path, pages->Read(0), std::uint64_t{pages->PageCount()} * kPageSize);
   const Header header = Header::FromPage(pages->Read(0));
   CheckAccess(path, header);

@@ -23,8 +23,9 @@ class Database {
  public:
   /// Opens and recognises a file. Throws the errors of JetErrors.h, one for each kind of file that is refused; for
   /// writing also DamagedFileError when it is not clear whose each page is (see CheckPageOwners).
+  /// `committer`: see PageFile::Open.
   static std::unique_ptr<Database> Open(platform::FileSystem& files, const std::string& path, PageFile::Mode mode,
-                                        ExpressionSources sources = {});
+                                        ExpressionSources sources = {}, std::shared_ptr<Committer> committer = nullptr);
   /// Creates an empty database in memory; Commit writes it to `path`, replacing what is there. `created` becomes the
   /// file's creation date.
   static std::unique_ptr<Database> Create(platform::FileSystem& files, const std::string& path,

@@ -86,7 +86,7 @@ void JetConnection::Close() {
 std::unique_ptr<Connection> JetDatabaseProvider::Open(const std::string& connectionString) {
   const std::string path = DataSourceOf(connectionString);
   if (path.empty()) throw FileNotFoundError(path);
-  return std::make_unique<JetConnection>(Database::Open(files_, path, PageFile::Mode::ReadWrite, sources_));
+  return std::make_unique<JetConnection>(Database::Open(files_, path, PageFile::Mode::ReadWrite, sources_, committer_));
 }
 
 }  // namespace mv::jet

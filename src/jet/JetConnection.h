@@ -32,15 +32,17 @@ class JetDatabaseProvider : public DatabaseProvider {
  public:
   /// The file system must outlive the provider and its connections, and so must what the sources refer to.
   explicit JetDatabaseProvider(platform::FileSystem& files, ExpressionSources sources = {})
-      : files_(files), sources_(std::move(sources)) {}
+      : files_(files), sources_(std::move(sources)), committer_(std::make_shared<Committer>(files)) {}
 
   /// Opens the file named by "Data Source" for writing. Values may stand in single or double quotes. Throws the errors
   /// of JetErrors.h; a text without "Data Source" names no file, which cannot be found.
   std::unique_ptr<Connection> Open(const std::string& connectionString) override;
+  void Rest() override { committer_->Rest(); }
 
  private:
   platform::FileSystem& files_;
   ExpressionSources sources_;
+  std::shared_ptr<Committer> committer_;
 };
 
 /// The value of "Data Source" in a connection string, "" when there is none; of several the last one counts.

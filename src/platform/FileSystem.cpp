@@ -40,7 +40,9 @@ std::string FileSystem::StagedName(const std::string& path) const {
 }
 
 std::unique_ptr<File> FileSystem::CreateStaged(const std::string& path, const std::string&) {
-  return Open(StagedName(path), Access::ReadWrite, Disposition::CreateAlways, Sharing::None);
+  const std::string name = StagedName(path);
+  if (FileExists(name)) RemoveFile(name);
+  return Open(name, Access::ReadWrite, Disposition::CreateAlways, Sharing::None);
 }
 
 void FileSystem::DiscardStaged(std::unique_ptr<File> staged, const std::string& path) {

@@ -35,6 +35,15 @@ struct FileFacts {
   friend bool operator==(const FileFacts&, const FileFacts&) = default;
 };
 
+/// All by which the system shows that a file is the one it was, untouched.
+struct FileTrace {
+  std::string content;      ///< another text for another file and after any write; "" = not to be had
+  std::string state;        ///< another text also after a change of its rights or names
+  std::uint32_t names = 0;  ///< how many names lead to the file
+
+  friend bool operator==(const FileTrace&, const FileTrace&) = default;
+};
+
 /// One open file. Not opened for appending: every read and write names its offset. The destructor closes silently.
 class File {
  public:
@@ -50,6 +59,20 @@ class File {
   virtual void Resize(std::uint64_t size) = 0;
   /// Returns when the contents are on the disk.
   virtual void Sync() = 0;
+
+  // What not every system or file system gives.
+
+  /// Sets the time of the last write to an instant that no write after this one gets: the clock that the system takes
+  /// these times from may stand still for milliseconds. False where that cannot be relied on.
+  virtual bool StampTime() { return false; }
+  /// True when it is certain that no other program has the file open, not even for reading and by whatever name.
+  virtual bool IsOpenHereOnly() { return false; }
+  /// Makes the content that of `from` without copying it: the two share their blocks until one is written to. False,
+  /// with this file empty or as it was, where the file system cannot.
+  virtual bool ShareContentOf(File& from) {
+    static_cast<void>(from);
+    return false;
+  }
 };
 
 /// The operating system's files. Paths are UTF-8 and may use "\" and "/" alike.
@@ -81,6 +104,17 @@ class FileSystem {
   /// Of the file that the path leads to. Error 53 when missing.
   virtual FileFacts FactsOf(const std::string& path) const = 0;
 
+  /// Of the file that the path leads to; empty when it is missing or the system cannot tell.
+  virtual FileTrace TraceOf(const std::string& path) const {
+    static_cast<void>(path);
+    return {};
+  }
+  /// Bytes that this user may still write on the volume of an existing folder; 0 when unknown.
+  virtual std::uint64_t FreeBytes(const std::string& folder) const {
+    static_cast<void>(folder);
+    return 0;
+  }
+
   /// Error 53 when missing.
   virtual void RemoveFile(const std::string& path) = 0;
   /// Moves a file within a volume, replacing `to` in one step.
@@ -109,9 +143,9 @@ class FileSystem {
   /// A name for the file that is to take the place of `path`: the folder of `path` and a name of our own made from its
   /// name.
   std::string StagedName(const std::string& path) const;
-  /// Makes the file StagedName(path), empty, ReadWrite, Sharing::None; a left-over of that name is taken over. On POSIX
-  /// systems it has, from its first moment, the mode of the file at `path`, else of the one at `like`, and its owner
-  /// where the system allows that.
+  /// Makes the file StagedName(path), ReadWrite, Sharing::None. It is a new one: a left-over of that name loses the
+  /// name only, for somebody may read it still or have it by another. On POSIX systems the new one has, from its first
+  /// moment, the mode of the file at `path`, else of the one at `like`, and its owner where the system allows that.
   virtual std::unique_ptr<File> CreateStaged(const std::string& path, const std::string& like);
   /// Puts a completely written file in the place of another in one step. `staged` was opened on StagedName(path) with
   /// Sharing::None, `current` on `path` likewise, or is null. On success both are given up, and `path` is returned

@@ -246,6 +246,14 @@ TEST_P(FileSystemTest, AStagedWriteLeavesTheOldFileUntilItIsFinished) {
   EXPECT_FALSE(folder_.Has("file.writing"));
 }
 
+TEST_P(FileSystemTest, ALeftOverLosesItsNameToAStagedWriteAndNothingElse) {
+  folder_.Write("file.writing", "old");
+  files_->LinkFile(folder_.File("file.writing"), folder_.File("kept"));
+  files_->WriteWhole(folder_.File("file"), BytesOf("new"));
+  EXPECT_EQ(folder_.Read("file"), "new");
+  EXPECT_EQ(folder_.Read("kept"), "old");
+}
+
 TEST_P(FileSystemTest, AStagedWriteTakesALeftOverOverAndCutsIt) {
   folder_.Write("file.writing", "the unfinished write of a killed program");
   StagedWrite staged(*files_, folder_.File("file"));
@@ -346,6 +354,49 @@ TEST_P(FileSystemTest, FactsOfAFileChangeWithIt) {
   EXPECT_EQ(files_->FactsOf(folder_.File("file")).bytes, 2u);
   EXPECT_NE(files_->FactsOf(folder_.File("file")), before);
   EXPECT_EQ(ErrorNumberOf([&] { files_->FactsOf(folder_.File("no")); }), errors::kFileNotFound);
+}
+
+TEST_P(FileSystemTest, TraceOfAFileChangesWithWritesAndNames) {
+  folder_.Write("file", "x");
+  const std::string path = folder_.File("file");
+  const FileTrace before = files_->TraceOf(path);
+  EXPECT_EQ(files_->TraceOf(path), before);
+  EXPECT_EQ(before.names, 1u);
+
+  files_->LinkFile(path, folder_.File("other"));
+  const FileTrace linked = files_->TraceOf(path);
+  EXPECT_EQ(linked.content, before.content);
+  EXPECT_EQ(linked.names, 2u);
+  EXPECT_NE(linked, before);
+
+  files_->Open(path, Access::Write, Disposition::OpenExisting, Sharing::None)->WriteAt(1, BytesOf("y"));
+  EXPECT_NE(files_->TraceOf(path).content, before.content);
+  EXPECT_EQ(files_->TraceOf(path), files_->TraceOf(folder_.File("other")));
+  EXPECT_EQ(files_->TraceOf(folder_.File("no")), FileTrace());
+}
+
+TEST_P(FileSystemTest, StampedFileHasATraceThatNoLaterWriteLeaves) {
+  folder_.Write("file", "x");
+  const std::string path = folder_.File("file");
+  for (int i = 0; i < 20; ++i) {
+    auto file = files_->Open(path, Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
+    file->WriteAt(0, BytesOf("y"));
+    ASSERT_TRUE(file->StampTime());
+    file.reset();
+    const FileTrace stamped = files_->TraceOf(path);
+    files_->Open(path, Access::ReadWrite, Disposition::OpenExisting, Sharing::None)->WriteAt(0, BytesOf("z"));
+    EXPECT_NE(files_->TraceOf(path).content, stamped.content);
+  }
+}
+
+TEST_P(FileSystemTest, WhoHasAFileAloneKnowsIt) {
+  folder_.Write("file", "x");
+  const auto file = Open("file", Access::ReadWrite, Disposition::OpenExisting);
+  EXPECT_TRUE(file->IsOpenHereOnly());
+}
+
+TEST_P(FileSystemTest, FolderOnADiskHasRoom) {
+  EXPECT_GT(files_->FreeBytes(folder_.Path()), 0u);
 }
 
 TEST_P(FileSystemTest, RenameFileReplacesTheTarget) {

@@ -24,6 +24,8 @@ class ForwardingFileSystem : public FileSystem {
   bool FileExistsForScripts(const std::string& path) const override { return files_.FileExistsForScripts(path); }
   std::vector<std::string> List(const std::string& folder) const override { return files_.List(folder); }
   FileFacts FactsOf(const std::string& path) const override { return files_.FactsOf(path); }
+  FileTrace TraceOf(const std::string& path) const override { return files_.TraceOf(path); }
+  std::uint64_t FreeBytes(const std::string& folder) const override { return files_.FreeBytes(folder); }
   void RemoveFile(const std::string& path) override { files_.RemoveFile(path); }
   void RenameFile(const std::string& from, const std::string& to) override { files_.RenameFile(from, to); }
   void CreateFolders(const std::string& folder) override { files_.CreateFolders(folder); }

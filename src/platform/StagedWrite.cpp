@@ -22,14 +22,19 @@ StagedWrite::StagedWrite(FileSystem& files, const std::string& path, const std::
 StagedWrite::StagedWrite(FileSystem& files, const std::string& path, std::unique_ptr<File>& current)
     : files_(files), path_(files.RealPath(path)), current_(current), staged_(files.CreateStaged(path_, {})) {}
 
-StagedWrite::StagedWrite(FileSystem& files, const std::string& path, WrittenAlready)
+StagedWrite::StagedWrite(FileSystem& files, const std::string& path, std::unique_ptr<File>* current, WrittenAlready)
     : files_(files),
       path_(files.RealPath(path)),
-      current_(held_),
+      current_(current != nullptr ? *current : held_),
       staged_(files.Open(files.StagedName(path_), Access::ReadWrite, Disposition::OpenExisting, Sharing::None)) {}
 
 std::unique_ptr<StagedWrite> StagedWrite::TakeOver(FileSystem& files, const std::string& path) {
-  return std::unique_ptr<StagedWrite>(new StagedWrite(files, path, WrittenAlready{}));
+  return std::unique_ptr<StagedWrite>(new StagedWrite(files, path, nullptr, WrittenAlready{}));
+}
+
+std::unique_ptr<StagedWrite> StagedWrite::TakeOver(FileSystem& files, const std::string& path,
+                                                   std::unique_ptr<File>& current) {
+  return std::unique_ptr<StagedWrite>(new StagedWrite(files, path, &current, WrittenAlready{}));
 }
 
 StagedWrite::~StagedWrite() {

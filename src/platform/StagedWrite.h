@@ -29,6 +29,9 @@ class StagedWrite {
 
   /// Takes over what somebody has written under FileSystem::StagedName(path). Nothing at `path` is held.
   static std::unique_ptr<StagedWrite> TakeOver(FileSystem& files, const std::string& path);
+  /// The same for whoever holds the file at `path`, as above.
+  static std::unique_ptr<StagedWrite> TakeOver(FileSystem& files, const std::string& path,
+                                               std::unique_ptr<File>& current);
 
   File& Contents() { return *staged_; }
   /// On return the new file is on disk under its name; it is returned, opened ReadWrite and Sharing::None. When this
@@ -39,7 +42,8 @@ class StagedWrite {
 
  private:
   struct WrittenAlready {};
-  StagedWrite(FileSystem& files, const std::string& path, WrittenAlready);
+  /// `current` null: this object's own, which is empty.
+  StagedWrite(FileSystem& files, const std::string& path, std::unique_ptr<File>* current, WrittenAlready);
   std::unique_ptr<File> Place(Existing existing);
 
   FileSystem& files_;

@@ -35,6 +35,10 @@ class DatabaseProvider {
 
   /// True when edits go into the database file under its name, row by row; false when a new file takes its place.
   virtual bool WritesInPlace() const { return false; }
+
+  /// No database will be opened for a while: what was kept beside one to make the next commit cheaper goes. Raises
+  /// nothing.
+  virtual void Rest() {}
 };
 
 }  // namespace mv

@@ -9,6 +9,21 @@
 #include "sync/SyncContext.h"
 
 namespace mv {
+namespace {
+
+/// However the tables end, no more of them follow.
+class RestAtEnd {
+ public:
+  explicit RestAtEnd(DatabaseProvider& databases) : databases_(databases) {}
+  ~RestAtEnd() { databases_.Rest(); }
+  RestAtEnd(const RestAtEnd&) = delete;
+  RestAtEnd& operator=(const RestAtEnd&) = delete;
+
+ private:
+  DatabaseProvider& databases_;
+};
+
+}  // namespace
 
 void Yield(const RunContext& run) {
   run.ui.ProcessMessages();
@@ -48,6 +63,7 @@ void BackUpBeforeOverwritePc(const RunContext& run, RunJournal& journal, std::sp
 }
 
 void SynchronizeTables(const RunContext& run, RunJournal& journal, std::span<const SyncTable> tables) {
+  const RestAtEnd rest(run.databases);
   TableDriver driver(run, journal);
   for (const SyncTable& table : tables) driver.SynchronizeTable(table.name);
 }

@@ -33,6 +33,12 @@ class MemoryFileSystem : public platform::FileSystem {
   }
   /// From now on LinkFile fails, as on file systems that know one name for a file.
   void RefuseLinks() { refusesLinks_ = true; }
+  /// Bytes that the volume has left, as FreeBytes tells them; nothing stops who writes more.
+  void SetFreeBytes(std::uint64_t bytes) { freeBytes_ = bytes; }
+  /// From now on files can share their blocks, or no more.
+  void ShareBlocks(bool shares) { disk_->sharesBlocks = shares; }
+  /// Bytes written so far by WriteAt.
+  std::uint64_t BytesWritten() const { return disk_->bytesWritten; }
   /// What a file holds. Error 53.
   Bytes Content(const std::string& path) const { return NodeAt(Normal(path))->content; }
 
@@ -88,6 +94,19 @@ class MemoryFileSystem : public platform::FileSystem {
     const Node& node = *NodeAt(Normal(path));
     return {node.content.size(), node.modified};
   }
+
+  platform::FileTrace TraceOf(const std::string& path) const override {
+    const auto found = files_.find(Normal(path));
+    if (found == files_.end()) return {};
+    const std::shared_ptr<Node>& node = found->second;
+    const auto names =
+        std::count_if(files_.begin(), files_.end(), [&](const auto& file) { return file.second == node; });
+    std::ostringstream content;
+    content << node.get() << ':' << node->content.size() << ':' << node->modified;
+    return {content.str(), {}, static_cast<std::uint32_t>(names)};
+  }
+
+  std::uint64_t FreeBytes(const std::string&) const override { return freeBytes_; }
 
   void RemoveFile(const std::string& path) override {
     const std::string name = Normal(path);
@@ -211,6 +230,8 @@ class MemoryFileSystem : public platform::FileSystem {
     Fault syncFault;
     std::size_t reads = 0;
     std::size_t writes = 0;
+    std::uint64_t bytesWritten = 0;
+    bool sharesBlocks = false;
   };
   struct Opening {
     platform::Access access;
@@ -279,6 +300,14 @@ class MemoryFileSystem : public platform::FileSystem {
 
     void Sync() override { disk_->syncFault.Count(); }
 
+    bool StampTime() override { return true; }
+    bool IsOpenHereOnly() override { return node_->openings.size() == 1; }
+    bool ShareContentOf(platform::File& from) override {
+      if (!disk_->sharesBlocks) return false;
+      node_->content = dynamic_cast<MemoryFile&>(from).node_->content;
+      return true;
+    }
+
    private:
     void RequireWritable() const {
       if (!opening_.Writes()) throw StandardError(errors::kDeviceIo);
@@ -286,6 +315,7 @@ class MemoryFileSystem : public platform::FileSystem {
 
     void Store(std::uint64_t offset, ByteView data) {
       if (data.empty()) return;
+      disk_->bytesWritten += data.size();
       const auto start = static_cast<std::size_t>(offset);
       if (node_->content.size() < start + data.size()) node_->content.resize(start + data.size());
       std::copy(data.begin(), data.end(), node_->content.begin() + static_cast<std::ptrdiff_t>(start));
@@ -349,6 +379,7 @@ class MemoryFileSystem : public platform::FileSystem {
   std::set<std::string> folders_ = {"", "/"};
   std::size_t opens_ = 0;
   bool refusesLinks_ = false;
+  std::uint64_t freeBytes_ = std::uint64_t{1} << 40;
 };
 
 }  // namespace mv::testing

@@ -1,5 +1,4 @@
 #include "jet/file/PageFile.h"
-#include "jet/file/CommitWholeFile.h"
 #include "jet/file/DatabaseFile.h"
 
 #include <algorithm>
@@ -37,11 +36,14 @@ void CheckLength(const std::string& path, platform::File& file) {
 
 }  // namespace
 
-PageFile::PageFile(Key, platform::FileSystem& files, const std::string& path, Mode mode)
-    : files_(files), path_(path), realPath_(files.RealPath(path)), mode_(mode) {}
+PageFile::PageFile(Key, platform::FileSystem& files, const std::string& path, Mode mode,
+                   std::shared_ptr<Committer> committer)
+    : files_(files), committer_(std::move(committer)), path_(path), realPath_(files.RealPath(path)), mode_(mode) {}
 
-std::unique_ptr<PageFile> PageFile::Open(platform::FileSystem& files, const std::string& path, Mode mode) {
-  auto pages = std::make_unique<PageFile>(Key(), files, path, mode);
+std::unique_ptr<PageFile> PageFile::Open(platform::FileSystem& files, const std::string& path, Mode mode,
+                                         std::shared_ptr<Committer> committer) {
+  auto pages = std::make_unique<PageFile>(Key(), files, path, mode, std::move(committer));
+  if (pages->committer_) pages->committer_->Adopt(pages->realPath_);
   pages->file_ = pages->OpenFile();
   CheckLength(path, *pages->file_);
   pages->fileCount_ = static_cast<PageNumber>(pages->file_->Size() / kPageSize);
@@ -50,7 +52,7 @@ std::unique_ptr<PageFile> PageFile::Open(platform::FileSystem& files, const std:
 }
 
 std::unique_ptr<PageFile> PageFile::Create(platform::FileSystem& files, const std::string& path) {
-  auto pages = std::make_unique<PageFile>(Key(), files, path, Mode::ReadWrite);
+  auto pages = std::make_unique<PageFile>(Key(), files, path, Mode::ReadWrite, nullptr);
   if (files.FileExists(pages->realPath_)) pages->file_ = pages->OpenFile();
   return pages;
 }
@@ -166,8 +168,8 @@ void PageFile::Commit() {
   if (depth_ > 0) throw Error(errors::kJetGeneral, "PageFile", "A change is still under way.");
   if (!Changed()) return;
   try {
-    file_ = CommitWholeFile(files_, realPath_, file_, PageCount(),
-                            [this](PageNumber first, ByteSpan out) { ReadPages(first, out); });
+    const PagesToCommit pages = ChangedPages();
+    file_ = committer_ ? committer_->Commit(realPath_, file_, pages) : CommitOnce(files_, realPath_, file_, pages);
   } catch (const Error& error) {
     if (!file_) ReopenAfterFailure();
     if (error.Number() == errors::kPathFileAccess) throw FolderNotWritableError(path_);
@@ -177,6 +179,17 @@ void PageFile::Commit() {
   for (Entry& entry : entries_) entry.changed = false;
   changedCount_ = 0;
   ++writableNow_;
+}
+
+PagesToCommit PageFile::ChangedPages() {
+  PagesToCommit pages;
+  pages.count = PageCount();
+  pages.changed.reserve(changedCount_);
+  for (PageNumber number = 0; number < PageCount(); ++number) {
+    if (entries_[number].changed) pages.changed.push_back(number);
+  }
+  pages.read = [this](PageNumber first, ByteSpan out) { ReadPages(first, out); };
+  return pages;
 }
 
 void PageFile::ReadPages(PageNumber first, ByteSpan out) {

@@ -1,12 +1,17 @@
 #include "platform/FileSystem.h"
 
 #include <fcntl.h>
+#include <linux/fs.h>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <ctime>
 #include <filesystem>
+#include <sstream>
 #include <system_error>
 #include <utility>
 
@@ -112,6 +117,28 @@ class PosixFile : public File {
 
   void Sync() override {
     if (::fsync(Number()) != 0) throw ErrorFromErrno(errno, native_);
+  }
+
+  /// The system gives a write the time of its last timer tick. A precise time lies between two ticks, so a write that
+  /// follows within the same tick is seen as well.
+  bool StampTime() override {
+    struct timespec now = {};
+    if (::clock_gettime(CLOCK_REALTIME, &now) != 0) return false;
+    const struct timespec times[] = {{0, UTIME_OMIT}, now};
+    struct stat status = {};
+    if (::futimens(Number(), times) != 0 || ::fstat(Number(), &status) != 0) return false;
+    return status.st_mtim.tv_sec == now.tv_sec && status.st_mtim.tv_nsec == now.tv_nsec;
+  }
+
+  /// The kernel grants a write lease only while nobody else has the file open.
+  bool IsOpenHereOnly() override {
+    if (::fcntl(Number(), F_SETLEASE, F_WRLCK) != 0) return false;
+    return ::fcntl(Number(), F_SETLEASE, F_UNLCK) == 0;
+  }
+
+  bool ShareContentOf(File& from) override {
+    const auto* const other = dynamic_cast<const PosixFile*>(&from);
+    return other != nullptr && ::ioctl(Number(), FICLONE, other->Number()) == 0;
   }
 
   int Number() const { return descriptor_.Number(); }
@@ -245,6 +272,15 @@ std::string Resolved(const std::string& path) {
   return code ? NativePath(path) : resolved.string();
 }
 
+/// Held while its name goes, so that it is not the file that another program writes at this moment.
+void RemoveLeftOver(const std::string& staged) {
+  struct stat status = {};
+  if (::lstat(staged.c_str(), &status) != 0) return;
+  std::unique_ptr<PosixFile> held;
+  if (!S_ISLNK(status.st_mode)) held = OpenNative(staged, Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
+  if (::unlink(staged.c_str()) != 0) throw ErrorFromErrno(errno, staged);
+}
+
 class PosixFileSystem : public FileSystem {
  public:
   std::unique_ptr<File> Open(const std::string& path, Access access, Disposition disposition,
@@ -278,6 +314,24 @@ class PosixFileSystem : public FileSystem {
     if (::stat(native.c_str(), &status) != 0) throw ErrorFromErrno(errno, native);
     return {static_cast<std::uint64_t>(status.st_size),
             std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec};
+  }
+
+  FileTrace TraceOf(const std::string& path) const override {
+    struct stat status = {};
+    if (::stat(NativePath(path).c_str(), &status) != 0) return {};
+    // The time of the last change of any kind is the one that no program can set.
+    std::ostringstream content;
+    content << status.st_dev << ':' << status.st_ino << ':' << status.st_size << ':' << status.st_mtim.tv_sec << '.'
+            << status.st_mtim.tv_nsec;
+    std::ostringstream state;
+    state << status.st_ctim.tv_sec << '.' << status.st_ctim.tv_nsec;
+    return {content.str(), state.str(), static_cast<std::uint32_t>(status.st_nlink)};
+  }
+
+  std::uint64_t FreeBytes(const std::string& folder) const override {
+    struct statvfs status = {};
+    if (::statvfs(NativePath(folder).c_str(), &status) != 0) return 0;
+    return std::uint64_t{status.f_bavail} * status.f_frsize;
   }
 
   void RemoveFile(const std::string& path) override {
@@ -321,6 +375,7 @@ class PosixFileSystem : public FileSystem {
   }
 
   std::unique_ptr<File> CreateStaged(const std::string& path, const std::string& like) override {
+    RemoveLeftOver(NativePath(StagedName(path)));
     struct stat model = {};
     const bool hasModel = ::stat(NativePath(path).c_str(), &model) == 0 ||
                           (!like.empty() && ::stat(NativePath(like).c_str(), &model) == 0);

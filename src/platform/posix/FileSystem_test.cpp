@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <string>
 #include <vector>
@@ -74,6 +75,16 @@ TEST_F(PosixFiles, LinksOfBothKindsAreTheSameFile) {
   for (const char* name : {"symbolic", "hard", "way/file", "way/way/hard"}) {
     EXPECT_EQ(files_->IdentityOf(folder_.File("file")), files_->IdentityOf(folder_.File(name))) << name;
   }
+}
+
+TEST_F(PosixFiles, ReaderWithoutLocksIsNoticed) {
+  folder_.Write("file", "x");
+  const auto file = files_->Open(folder_.File("file"), Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
+  std::ifstream reader(Native("file"));
+  ASSERT_TRUE(reader.is_open());
+  EXPECT_FALSE(file->IsOpenHereOnly());
+  reader.close();
+  EXPECT_TRUE(file->IsOpenHereOnly());
 }
 
 TEST_F(PosixFiles, PipesAndDevicesAreRefusedAndNotWaitedFor) {

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <optional>
+#include <sstream>
 #include <utility>
 
 #include "base/Error.h"
@@ -43,9 +44,18 @@ OVERLAPPED AtOffset(std::uint64_t offset) {
   return position;
 }
 
+/// DUPLICATE_EXTENTS_DATA and its control code, as the system publishes them.
+struct SharedExtent {
+  HANDLE source;
+  LARGE_INTEGER sourceOffset;
+  LARGE_INTEGER targetOffset;
+  LARGE_INTEGER count;
+};
+constexpr DWORD kDuplicateExtents = 0x98344;
+
 class WindowsFile : public File {
  public:
-  explicit WindowsFile(HANDLE handle) : handle_(handle) {}
+  WindowsFile(HANDLE handle, bool sharesNothing) : handle_(handle), sharesNothing_(sharesNothing) {}
 
   std::uint64_t Size() const override {
     LARGE_INTEGER size = {};
@@ -90,14 +100,50 @@ class WindowsFile : public File {
     if (!::FlushFileBuffers(handle_.Get())) throw LastError();
   }
 
+  /// The system's own times come from a clock that ticks every 10 or 16 ms. Below a tick the time set here is that of
+  /// a finer one, so a write within the same tick is seen as well.
+  bool StampTime() override {
+    FILETIME now = {};
+    ::GetSystemTimeAsFileTime(&now);
+    LARGE_INTEGER counter = {};
+    ::QueryPerformanceCounter(&counter);
+    now.dwLowDateTime = (now.dwLowDateTime & ~kTickFraction) | (counter.LowPart & kTickFraction);
+    FILETIME found = {};
+    return ::SetFileTime(handle_.Get(), nullptr, nullptr, &now) &&
+           ::GetFileTime(handle_.Get(), nullptr, nullptr, &found) && ::CompareFileTime(&now, &found) == 0;
+  }
+
+  /// Our opens that share nothing are granted only while nobody else has the file open.
+  bool IsOpenHereOnly() override { return sharesNothing_; }
+
+  /// ReFS does it, for files that end where one of its clusters does.
+  bool ShareContentOf(File& from) override {
+    const auto* const other = dynamic_cast<const WindowsFile*>(&from);
+    if (other == nullptr) return false;
+    const std::uint64_t size = from.Size();
+    Resize(size);
+    SharedExtent extent = {other->Get(), {}, {}, {}};
+    extent.count.QuadPart = static_cast<LONGLONG>(size);
+    DWORD ignored = 0;
+    if (::DeviceIoControl(handle_.Get(), kDuplicateExtents, &extent, sizeof(extent), nullptr, 0, &ignored, nullptr)) {
+      return true;
+    }
+    Resize(0);
+    return false;
+  }
+
   HANDLE Get() const { return handle_.Get(); }
 
  private:
+  /// Units of 100 ns, less than a tick of the clock.
+  static constexpr DWORD kTickFraction = 0xFFFF;
+
   static DWORD PieceLength(std::size_t length) {
     return static_cast<DWORD>(length < kLongestPiece ? length : kLongestPiece);
   }
 
   Handle handle_;
+  bool sharesNothing_;
 };
 
 DWORD AccessBits(Access access) {
@@ -128,7 +174,7 @@ std::unique_ptr<File> OpenNative(const std::wstring& native, Access access, Disp
   const HANDLE handle = ::CreateFileW(native.c_str(), AccessBits(access), ShareBits(sharing), nullptr,
                                       DispositionCode(disposition), FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle == INVALID_HANDLE_VALUE) throw LastError();
-  auto file = std::make_unique<WindowsFile>(handle);
+  auto file = std::make_unique<WindowsFile>(handle, sharing == Sharing::None);
   // "NUL", "COM1" or a pipe: what is written there is gone, and who reads may wait for ever.
   if (::GetFileType(handle) != FILE_TYPE_DISK) throw StandardError(errors::kPathFileAccess);
   return file;
@@ -151,7 +197,7 @@ std::unique_ptr<WindowsFile> OpenToRename(const std::wstring& native) {
   const HANDLE handle = ::CreateFileW(native.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, 0, nullptr, OPEN_EXISTING,
                                       FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle == INVALID_HANDLE_VALUE) throw LastError();
-  return std::make_unique<WindowsFile>(handle);
+  return std::make_unique<WindowsFile>(handle, true);
 }
 
 /// The file stays open and held under its new name: nobody can get between renaming and opening.
@@ -163,6 +209,13 @@ void RenameOpen(const WindowsFile& file, const std::wstring& to, Existing existi
   }
   if (code == ERROR_ACCESS_DENIED && IsReplaceable(to)) throw StandardError(errors::kPermissionDenied);
   throw ErrorFromCode(code);
+}
+
+/// Also of a file that is held: only its description is asked for.
+bool InformationOf(const std::string& path, BY_HANDLE_FILE_INFORMATION& found) {
+  const Handle file(::CreateFileW(NativePath(path).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                  nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  return file.IsOpen() && ::GetFileInformationByHandle(file.Get(), &found);
 }
 
 class WindowsFileSystem : public FileSystem {
@@ -203,6 +256,22 @@ class WindowsFileSystem : public FileSystem {
     return {std::uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow,
             static_cast<std::int64_t>(std::uint64_t{found.ftLastWriteTime.dwHighDateTime} << 32 |
                                       found.ftLastWriteTime.dwLowDateTime)};
+  }
+
+  FileTrace TraceOf(const std::string& path) const override {
+    BY_HANDLE_FILE_INFORMATION found = {};
+    if (!InformationOf(path, found)) return {};
+    std::ostringstream content;
+    content << found.dwVolumeSerialNumber << ':' << found.nFileIndexHigh << ':' << found.nFileIndexLow << ':'
+            << found.nFileSizeHigh << ':' << found.nFileSizeLow << ':' << found.ftLastWriteTime.dwHighDateTime << ':'
+            << found.ftLastWriteTime.dwLowDateTime;
+    return {content.str(), std::to_string(found.dwFileAttributes), found.nNumberOfLinks};
+  }
+
+  std::uint64_t FreeBytes(const std::string& folder) const override {
+    ULARGE_INTEGER free = {};
+    if (!::GetDiskFreeSpaceExW(NativePath(folder).c_str(), &free, nullptr, nullptr)) return 0;
+    return free.QuadPart;
   }
 
   void RemoveFile(const std::string& path) override {
@@ -277,10 +346,8 @@ class WindowsFileSystem : public FileSystem {
   }
 
   std::string IdentityOf(const std::string& path) const override {
-    const Handle file(::CreateFileW(NativePath(path).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     BY_HANDLE_FILE_INFORMATION found = {};
-    if (!file.IsOpen() || !::GetFileInformationByHandle(file.Get(), &found)) return FoldCase(RealPath(path));
+    if (!InformationOf(path, found)) return FoldCase(RealPath(path));
     return std::to_string(found.dwVolumeSerialNumber) + ":" + std::to_string(found.nFileIndexHigh) + ":" +
            std::to_string(found.nFileIndexLow);
   }

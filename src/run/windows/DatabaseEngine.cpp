@@ -13,6 +13,7 @@ class WindowsDatabaseEngine : public DatabaseProvider {
 
   std::unique_ptr<Connection> Open(const std::string& connectionString) override { return ado_.Open(connectionString); }
   bool WritesInPlace() const override { return ado_.WritesInPlace(); }
+  void Rest() override { ownEngine_.Rest(); }
 
  private:
   ado::SystemComClasses classes_;

@@ -1,0 +1,188 @@
+#include "jet/file/Committer.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "base/Error.h"
+#include "base/Text.h"
+
+namespace mv::jet {
+namespace {
+
+/// Pages copied in one piece: 1 MiB. A database that is no larger is written as a whole: it takes one write.
+constexpr std::size_t kPiecePages = 256;
+
+std::uint64_t FileOffset(PageNumber number) {
+  return std::uint64_t{number} * kPageSize;
+}
+
+std::vector<PageNumber> AllPages(PageNumber count) {
+  std::vector<PageNumber> all(count);
+  for (PageNumber number = 0; number < count; ++number) all[number] = number;
+  return all;
+}
+
+/// The pages of both, each once, that the database has.
+std::vector<PageNumber> Together(const std::vector<PageNumber>& a, const std::vector<PageNumber>& b, PageNumber count) {
+  std::vector<PageNumber> both;
+  both.reserve(a.size() + b.size());
+  std::set_union(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(both));
+  both.erase(std::lower_bound(both.begin(), both.end(), count), both.end());
+  return both;
+}
+
+/// Writes these pages, a run of neighbours at a time.
+void WritePages(platform::File& file, const std::vector<PageNumber>& numbers, const PageReader& read) {
+  Bytes piece(std::min(kPiecePages, numbers.size()) * kPageSize);
+  for (std::size_t at = 0; at < numbers.size();) {
+    std::size_t count = 1;
+    while (count < kPiecePages && at + count < numbers.size() && numbers[at + count] == numbers[at] + count) ++count;
+    const ByteSpan bytes = ByteSpan(piece).first(count * kPageSize);
+    read(numbers[at], bytes);
+    file.WriteAt(FileOffset(numbers[at]), bytes);
+    at += count;
+  }
+}
+
+Page HeaderOf(platform::File& file) {
+  Page header{};
+  file.ReadAt(0, header);
+  return header;
+}
+
+struct NewFile {
+  std::unique_ptr<platform::StagedWrite> staged;
+  bool sharesBlocks = false;  ///< with the old one
+};
+
+/// The new file beside the old one, complete.
+NewFile WriteWhole(platform::FileSystem& files, const std::string& path, std::unique_ptr<platform::File>& current,
+                   const PagesToCommit& pages) {
+  NewFile file{std::make_unique<platform::StagedWrite>(files, path, current)};
+  platform::File& contents = file.staged->Contents();
+  file.sharesBlocks = current && contents.ShareContentOf(*current);
+  WritePages(contents, file.sharesBlocks ? pages.changed : AllPages(pages.count), pages.read);
+  if (file.sharesBlocks) contents.Resize(FileOffset(pages.count));
+  return file;
+}
+
+/// The second name that the old file has until the new one is in its place.
+std::string LinkName(const std::string& path) {
+  return path + ".spare";
+}
+
+}  // namespace
+
+std::unique_ptr<platform::File> CommitOnce(platform::FileSystem& files, const std::string& path,
+                                           std::unique_ptr<platform::File>& current, const PagesToCommit& pages) {
+  return WriteWhole(files, path, current, pages).staged->Finish();
+}
+
+void Committer::Adopt(const std::string& path) {
+  if (left_ && path_ == path) return;
+  Rest();
+  path_ = path;
+  RemoveLeftOvers();
+}
+
+std::unique_ptr<platform::File> Committer::Commit(const std::string& path, std::unique_ptr<platform::File>& current,
+                                                  const PagesToCommit& pages) {
+  if (path != path_) return CommitOnce(files_, path, current, pages);
+  std::optional<Left> before = std::exchange(left_, std::nullopt);
+  if (before && !IsAsLeft(*before, current.get())) before.reset();
+  NewFile file;
+  if (before && before->spare) file.staged = WriteIntoSpare(*before->spare, current, pages);
+  if (!file.staged) file = WriteWhole(files_, path, current, pages);
+
+  Left now{{}, HeaderOf(file.staged->Contents()), std::nullopt};
+  const bool isStamped = file.staged->Contents().StampTime();
+  const bool isLinked = before && isStamped && !file.sharesBlocks && LinkOldFile(*before, pages);
+  try {
+    auto held = file.staged->Finish();
+    now.trace = files_.TraceOf(path);
+    if (isLinked) KeepOldFile(*before, now, pages.changed);
+    if (isStamped) left_ = std::move(now);
+    return held;
+  } catch (...) {
+    if (isLinked) RemoveQuietly(LinkName(path_));
+    throw;
+  }
+}
+
+bool Committer::IsAsLeft(const Left& left, platform::File* current) const {
+  return current != nullptr && files_.TraceOf(path_) == left.trace && HeaderOf(*current) == left.header;
+}
+
+/// Null when the spare cannot be trusted or written to; it is then gone.
+std::unique_ptr<platform::StagedWrite> Committer::WriteIntoSpare(const Spare& spare,
+                                                                 std::unique_ptr<platform::File>& current,
+                                                                 const PagesToCommit& pages) {
+  try {
+    auto staged = platform::StagedWrite::TakeOver(files_, path_, current);
+    platform::File& contents = staged->Contents();
+    const bool isTrusted = files_.TraceOf(files_.StagedName(path_)) == spare.trace &&
+                           HeaderOf(contents) == spare.header && contents.IsOpenHereOnly();
+    if (!isTrusted) return nullptr;
+    WritePages(contents, Together(spare.differ, pages.changed, pages.count), pages.read);
+    contents.Resize(FileOffset(pages.count));
+    return staged;
+  } catch (const Error&) {
+    return nullptr;  // writing all pages into a new file may still succeed
+  }
+}
+
+/// Gives the old file a name under which it outlives its replacement. False when it is not to be kept.
+bool Committer::LinkOldFile(const Left& left, const PagesToCommit& pages) {
+  if (pages.count <= kPiecePages || left.trace.names != 1) return false;
+  const std::string folder = path_.substr(0, FolderLength(path_));
+  if (files_.FreeBytes(folder) < FileOffset(pages.count)) return false;
+  try {
+    files_.LinkFile(path_, LinkName(path_));
+    return true;
+  } catch (const Error&) {
+    return false;  // a file system without second names
+  }
+}
+
+void Committer::KeepOldFile(const Left& before, Left& now, const std::vector<PageNumber>& changed) {
+  try {
+    files_.RenameFile(LinkName(path_), files_.StagedName(path_));
+  } catch (const Error&) {
+    return RemoveQuietly(LinkName(path_));
+  }
+  const platform::FileTrace trace = files_.TraceOf(files_.StagedName(path_));
+  if (trace.content == before.trace.content && trace.names == 1) {
+    now.spare = Spare{trace, before.header, changed};
+  } else {
+    RemoveQuietly(files_.StagedName(path_));
+  }
+}
+
+void Committer::Rest() {
+  if (!path_.empty()) RemoveLeftOvers();
+  left_.reset();
+}
+
+/// While the database is open a second name of it cannot be removed on Windows.
+void Committer::RemoveLeftOvers() {
+  RemoveQuietly(LinkName(path_));
+  if (!files_.FileExists(files_.StagedName(path_))) return;
+  try {
+    auto held = files_.Open(files_.StagedName(path_), platform::Access::ReadWrite, platform::Disposition::OpenExisting,
+                            platform::Sharing::None);
+    files_.DiscardStaged(std::move(held), path_);
+  } catch (const Error&) {
+    // Another program is writing it at this moment.
+  }
+}
+
+void Committer::RemoveQuietly(const std::string& path) {
+  try {
+    if (files_.FileExists(path)) files_.RemoveFile(path);
+  } catch (const Error&) {
+    // It means nothing, and the next commit removes it or says why it cannot.
+  }
+}
+
+}  // namespace mv::jet
