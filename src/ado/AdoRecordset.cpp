@@ -75,12 +75,12 @@ Value AdoRecordset::FieldValue(std::size_t index) const {
   return ValueFromVariant(value.Get());
 }
 
-void AdoRecordset::SetFieldValue(std::size_t index, const Value& value) {
+void AdoRecordset::SetFieldValue(std::size_t index, Value value) {
   RequireField(index);
   if (pending_ == Pending::Nothing) RequireLiveRow();
   const DataType type = fields_[index].type;
   const bool isNullFlag = IsNull(value) && type == DataType::Boolean;
-  const Variant assigned = VariantFromValue(type, isNullFlag ? Value(false) : ConvertedTo(type, value));
+  const Variant assigned = VariantFromValue(type, isNullFlag ? Value(false) : ConvertedTo(type, std::move(value)));
   try {
     Check(columns_[index]->put_Value(assigned.Get()), columns_[index]);
   } catch (const Error&) {

@@ -43,7 +43,7 @@ class AdoRecordset : public Recordset {
   Value FieldValue(std::size_t index) const override;
   /// Besides the errors of ConvertedTo those of the provider, -2147217887 for a text that is too long. A null becomes
   /// false in a Boolean field, which knows no null.
-  void SetFieldValue(std::size_t index, const Value& value) override;
+  void SetFieldValue(std::size_t index, Value value) override;
 
   void AddNew() override;
   void Update() override;

@@ -1,5 +1,9 @@
 #include "base/Text.h"
 
+#include <cstdint>
+#include <cstring>
+
+#include "base/Ascii.h"
 #include "base/Utf.h"
 
 namespace mv {
@@ -10,6 +14,18 @@ char AsciiUpper(char c) {
 }
 char AsciiLower(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+/// Of ASCII text.
+void LowerAscii(std::string& text) {
+  std::size_t done = 0;
+  std::uint64_t word = 0;
+  for (; text.size() - done >= sizeof(word); done += sizeof(word)) {
+    std::memcpy(&word, text.data() + done, sizeof(word));
+    word = AsciiLowerWord(word);
+    std::memcpy(text.data() + done, &word, sizeof(word));
+  }
+  for (; done < text.size(); ++done) text[done] = AsciiLower(text[done]);
 }
 
 bool Between(char32_t c, char32_t first, char32_t last) {
@@ -76,9 +92,10 @@ char32_t FoldCase(char32_t c) {
 }
 
 std::string FoldCase(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  for (std::size_t position = 0; position < text.size();) {
+  const std::size_t plain = AsciiPrefix(text);
+  std::string result(text.substr(0, plain));
+  LowerAscii(result);
+  for (std::size_t position = plain; position < text.size();) {
     const char byte = text[position];
     if (static_cast<unsigned char>(byte) < 0x80) {
       result += AsciiLower(byte);

@@ -1,6 +1,10 @@
 #include "base/Utf.h"
 
+#include <array>
 #include <cstdint>
+
+#include "base/Ascii.h"
+#include "base/ByteOrder.h"
 
 namespace mv {
 namespace {
@@ -44,6 +48,39 @@ bool Decode(std::string_view text, std::size_t& position, char32_t& codePoint) {
   return true;
 }
 
+/// The code point of the unit at `i`, or of the two from there on; `i` advances to the last of them. `unit` gives a
+/// unit by its place.
+template <typename Unit>
+char32_t CodePointAt(Unit unit, std::size_t count, std::size_t& i) {
+  const char32_t codePoint = unit(i);
+  const bool leads = codePoint >= 0xD800 && codePoint <= 0xDBFF;
+  if (!leads || i + 1 >= count || unit(i + 1) < 0xDC00 || unit(i + 1) > 0xDFFF) return codePoint;
+  return 0x10000 + ((codePoint - 0xD800) << 10) + (unit(++i) - 0xDC00u);
+}
+
+/// Appends the ASCII characters that UTF-16LE begins with, four at a time, all but three at most. How many.
+std::size_t AppendAsciiRun(std::string& text, ByteView littleEndian) {
+  constexpr std::uint64_t kNotAscii = 0xFF80FF80FF80FF80;
+  constexpr std::size_t kFour = 4 * sizeof(char16_t);
+  std::array<std::uint8_t, 64> narrow;
+  std::size_t done = 0;
+  bool isAscii = true;
+  while (isAscii && littleEndian.size() >= kFour) {
+    std::size_t length = 0;
+    for (; length < narrow.size() && littleEndian.size() >= kFour; length += 4) {
+      auto four = LoadLittle<std::uint64_t>(littleEndian.data());
+      isAscii = (four & kNotAscii) == 0;
+      if (!isAscii) break;
+      four = (four | four >> 8) & 0x0000FFFF0000FFFF;
+      StoreLittle(narrow.data() + length, static_cast<std::uint32_t>(four | four >> 16));
+      littleEndian = littleEndian.subspan(kFour);
+    }
+    text.append(reinterpret_cast<const char*>(narrow.data()), length);
+    done += length;
+  }
+  return done;
+}
+
 }  // namespace
 
 char32_t NextCodePoint(std::string_view text, std::size_t& position) {
@@ -53,22 +90,20 @@ char32_t NextCodePoint(std::string_view text, std::size_t& position) {
 
 void AppendUtf8(std::string& text, char32_t codePoint) {
   if (codePoint > kLastCodePoint || IsSurrogate(codePoint)) codePoint = kReplacement;
+  const auto continuation = [&](unsigned shift) { return static_cast<char>(0x80 | (codePoint >> shift & 0x3F)); };
   if (codePoint < 0x80) {
     text += static_cast<char>(codePoint);
-    return;
-  }
-  if (codePoint < 0x800) {
-    text += static_cast<char>(0xC0 | (codePoint >> 6));
+  } else if (codePoint < 0x800) {
+    const char bytes[] = {static_cast<char>(0xC0 | codePoint >> 6), continuation(0)};
+    text.append(bytes, sizeof bytes);
+  } else if (codePoint < 0x10000) {
+    const char bytes[] = {static_cast<char>(0xE0 | codePoint >> 12), continuation(6), continuation(0)};
+    text.append(bytes, sizeof bytes);
   } else {
-    if (codePoint < 0x10000) {
-      text += static_cast<char>(0xE0 | (codePoint >> 12));
-    } else {
-      text += static_cast<char>(0xF0 | (codePoint >> 18));
-      text += static_cast<char>(0x80 | ((codePoint >> 12) & 0x3F));
-    }
-    text += static_cast<char>(0x80 | ((codePoint >> 6) & 0x3F));
+    const char bytes[] = {static_cast<char>(0xF0 | codePoint >> 18), continuation(12), continuation(6),
+                          continuation(0)};
+    text.append(bytes, sizeof bytes);
   }
-  text += static_cast<char>(0x80 | (codePoint & 0x3F));
 }
 
 std::u32string CodePointsFromUtf8(std::string_view text) {
@@ -86,9 +121,9 @@ std::string Utf8FromCodePoints(std::u32string_view codePoints) {
 }
 
 std::u16string Utf16FromUtf8(std::string_view text) {
-  std::u16string result;
-  result.reserve(text.size());
-  for (std::size_t position = 0; position < text.size();) {
+  const std::size_t plain = AsciiPrefix(text);
+  std::u16string result(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(plain));
+  for (std::size_t position = plain; position < text.size();) {
     const char32_t codePoint = NextCodePoint(text, position);
     if (codePoint < 0x10000) {
       result += static_cast<char16_t>(codePoint);
@@ -103,13 +138,23 @@ std::u16string Utf16FromUtf8(std::string_view text) {
 std::string Utf8FromUtf16(std::u16string_view units) {
   std::string result;
   result.reserve(units.size());
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    char32_t codePoint = units[i];
-    const bool leads = codePoint >= 0xD800 && codePoint <= 0xDBFF;
-    if (leads && i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] <= 0xDFFF) {
-      codePoint = 0x10000 + ((codePoint - 0xD800) << 10) + (units[++i] - 0xDC00u);
-    }
-    AppendUtf8(result, codePoint);
+  const auto unit = [&](std::size_t i) { return units[i]; };
+  for (std::size_t i = 0; i < units.size(); ++i) AppendUtf8(result, CodePointAt(unit, units.size(), i));
+  return result;
+}
+
+std::string Utf8FromUtf16(ByteView littleEndian) {
+  const std::size_t count = littleEndian.size() / sizeof(char16_t);
+  const auto unit = [&](std::size_t i) {
+    return static_cast<char16_t>(LoadLittle<std::uint16_t>(littleEndian.data() + i * sizeof(char16_t)));
+  };
+  std::string result;
+  result.reserve(count + count / 16);
+  std::size_t i = AppendAsciiRun(result, littleEndian);
+  for (; i < count; ++i) {
+    const char16_t next = unit(i);
+    AppendUtf8(result, CodePointAt(unit, count, i));
+    if (next >= 0x80) i += AppendAsciiRun(result, littleEndian.subspan((i + 1) * sizeof(char16_t)));
   }
   return result;
 }
@@ -120,15 +165,15 @@ std::string ValidUtf8(std::string_view bytes) {
 
 bool IsValidUtf8(std::string_view bytes) {
   char32_t ignored = 0;
-  for (std::size_t position = 0; position < bytes.size();) {
+  for (std::size_t position = AsciiPrefix(bytes); position < bytes.size();) {
     if (!Decode(bytes, position, ignored)) return false;
   }
   return true;
 }
 
 std::size_t CharacterCount(std::string_view text) {
-  std::size_t count = 0;
-  for (std::size_t position = 0; position < text.size(); ++count) NextCodePoint(text, position);
+  std::size_t count = AsciiPrefix(text);
+  for (std::size_t position = count; position < text.size(); ++count) NextCodePoint(text, position);
   return count;
 }
 

@@ -3,6 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/Bytes.h"
+
 namespace mv {
 
 /// Text inside the program is valid UTF-8. These convert at the edges; what is malformed (a stray byte, a lone
@@ -17,6 +19,8 @@ std::u32string CodePointsFromUtf8(std::string_view text);
 std::string Utf8FromCodePoints(std::u32string_view codePoints);
 std::u16string Utf16FromUtf8(std::string_view text);
 std::string Utf8FromUtf16(std::u16string_view units);
+/// The same for UTF-16LE as files hold it; a byte too many at the end is left out.
+std::string Utf8FromUtf16(ByteView littleEndian);
 /// Bytes of unknown quality as valid UTF-8.
 std::string ValidUtf8(std::string_view bytes);
 /// True when `bytes` is well-formed UTF-8.

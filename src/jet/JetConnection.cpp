@@ -77,6 +77,7 @@ std::unique_ptr<Recordset> JetConnection::OpenTable(const std::string& tableName
 
 void JetConnection::Commit() {
   Open().Commit();
+  Open().Pages().ShrinkTo(0);  // what was changed is on disk, and the next table is another one
 }
 
 void JetConnection::Close() {

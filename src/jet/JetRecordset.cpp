@@ -80,32 +80,45 @@ void JetRecordset::RequireLiveRow() const {
 void JetRecordset::MoveTo(std::optional<RowId> row) {
   current_ = row;
   currentDeleted_ = false;
-  read_.assign(fields_.size(), std::nullopt);
+  ForgetRead();
 }
 
+void JetRecordset::ForgetRead() const {
+  read_.assign(fields_.size(), std::nullopt);
+  readAtChange_ = table_.Changes();
+  hasReadShort_ = false;
+}
+
+/// What was read is good as long as no row changes, and so long the row is there.
 const Value& JetRecordset::StoredValue(std::size_t index) const {
-  if (readAtChange_ != table_.Changes()) {
-    read_.assign(fields_.size(), std::nullopt);
-    readAtChange_ = table_.Changes();
-  }
+  if (!current_ || currentDeleted_) throw StandardError(errors::kNoCurrentRecord);
+  if (readAtChange_ != table_.Changes()) ForgetRead();
   std::optional<Value>& value = read_[index];
+  if (!value && !hasReadShort_) {
+    table_.ReadShortValues(*current_, read_);
+    hasReadShort_ = true;
+  }
   if (!value) value = table_.ReadValue(*current_, index);
   return *value;
 }
 
-Value JetRecordset::FieldValue(std::size_t index) const {
+const Value& JetRecordset::PeekField(std::size_t index, Value& room) const {
   RequireField(index);
   if (pending_ != Pending::Nothing && assigned_[index]) return *assigned_[index];
-  if (pending_ == Pending::NewRow) return UnassignedValue(index);
-  RequireLiveRow();
+  if (pending_ == Pending::NewRow) return room = UnassignedValue(index);
   return StoredValue(index);
+}
+
+Value JetRecordset::FieldValue(std::size_t index) const {
+  Value room;
+  return PeekField(index, room);
 }
 
 Value JetRecordset::UnassignedValue(std::size_t index) const {
   return fields_[index].type == DataType::Boolean ? Value(false) : Value(Null());
 }
 
-void JetRecordset::SetFieldValue(std::size_t index, const Value& value) {
+void JetRecordset::SetFieldValue(std::size_t index, Value value) {
   RequireField(index);
   if (pending_ == Pending::Nothing) RequireLiveRow();
   const TableDefinition& table = table_.Definition();
@@ -180,6 +193,7 @@ void JetRecordset::MoveNext() {
   Update();
   if (!current_) throw StandardError(errors::kNoCurrentRecord);
   MoveTo(table_.Next(*current_));
+  table_.ForgetOldPages();
 }
 
 bool JetRecordset::Bof() const {

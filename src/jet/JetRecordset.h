@@ -25,9 +25,10 @@ class JetRecordset : public Recordset {
 
   const std::vector<FieldDefinition>& Fields() const override { return fields_; }
   Value FieldValue(std::size_t index) const override;
+  const Value& PeekField(std::size_t index, Value& room) const override;
   /// -2147217887, naming table and field, for a value that cannot be converted or is too long. A null becomes false in
   /// a Boolean field, which knows no null.
-  void SetFieldValue(std::size_t index, const Value& value) override;
+  void SetFieldValue(std::size_t index, Value value) override;
 
   /// The new row's fields are null, Boolean ones false, until assigned. Those that nobody has assigned get their
   /// default values by Update, an autonumber its number.
@@ -54,6 +55,7 @@ class JetRecordset : public Recordset {
   /// Error 3021 unless the current row is there and not deleted.
   void RequireLiveRow() const;
   void MoveTo(std::optional<RowId> row);
+  void ForgetRead() const;
   void SaveEdit();
   void SaveNewRow();
   Value UnassignedValue(std::size_t index) const;
@@ -67,6 +69,7 @@ class JetRecordset : public Recordset {
   /// Fields of the current row that were read so far.
   mutable std::vector<std::optional<Value>> read_;
   mutable std::uint64_t readAtChange_ = 0;
+  mutable bool hasReadShort_ = false;  ///< all but long values
 
   Pending pending_ = Pending::Nothing;
   std::vector<std::optional<Value>> assigned_;  ///< by field; what is not assigned stays as it is

@@ -94,6 +94,13 @@ std::vector<Value> Table::ReadRow(RowId row) const {
   return values;
 }
 
+void Table::ReadShortValues(RowId row, std::vector<std::optional<Value>>& values) const {
+  const RowLayout::Row parsed = layout_.Parse(rows_.Read(row));
+  for (std::size_t column = 0; column < values.size(); ++column) {
+    if (!longValues_[column]) values[column] = CellValue(parsed, column);
+  }
+}
+
 Value Table::ReadValue(RowId row, std::size_t column) const {
   if (column >= definition_.columns.size()) throw StandardError(errors::kItemNotFound);
   return CellValue(layout_.Parse(rows_.Read(row)), column);

@@ -60,8 +60,15 @@ class Table {
   /// A number that is another one whenever a row may have changed: what was read before is then to be read again.
   std::uint64_t Changes() const { return changes_ + file_.Undone(); }
 
+  /// To be called now and then by who walks through the rows: keeps the memory for pages that were read small, whatever
+  /// the size of the table.
+  void ForgetOldPages() const { file_.ShrinkTo(kMostPages); }
+
   /// Error 3021 for a row that is not live.
   std::vector<Value> ReadRow(RowId row) const;
+  /// Fills `values`, one for each column, with those of the columns that hold no long values. Error 3021 for a row that
+  /// is not live.
+  void ReadShortValues(RowId row, std::vector<std::optional<Value>>& values) const;
   /// Decodes only the column asked for. Error 3021 for a row that is not live.
   Value ReadValue(RowId row, std::size_t column) const;
 
@@ -90,6 +97,9 @@ class Table {
   void Redefine(TableDefinition definition);
 
  private:
+  /// Pages kept while walking through a table: 16 MiB.
+  static constexpr std::size_t kMostPages = 4096;
+
   /// A row on its way to a page.
   struct Draft {
     std::vector<Bytes> bytes;                            ///< cells made anew, by position

@@ -33,16 +33,58 @@ Date ParseDate(std::string_view text) {
   return *date;
 }
 
-Date DateFromWord(std::int32_t word) {
-  return DateFromSeconds(kDateEpoch + static_cast<std::uint32_t>(word));
-}
-
 /// The 32 bits for a date. Those before 1904 are written as negative seconds, although they read back as
 /// the unsigned count, a date up to 2040.
-std::int32_t WordFromDate(Date date) {
-  const std::int64_t seconds = SecondsFromDate(date) - kDateEpoch;
+std::int32_t WordFromSeconds(std::int64_t sinceEpoch) {
+  const std::int64_t seconds = sinceEpoch - kDateEpoch;
   if (seconds < 0) return CheckedCast<std::int32_t>(seconds);
   return static_cast<std::int32_t>(CheckedCast<std::uint32_t>(seconds));
+}
+
+void AppendText(std::string& text, HandheldType type, std::int64_t bits) {
+  switch (type) {
+    case HandheldType::Byte:
+    case HandheldType::Integer:
+    case HandheldType::Long:
+      return AppendInteger(text, bits);
+    case HandheldType::Single:
+      return AppendSingleBits(text, static_cast<std::uint32_t>(bits));
+    case HandheldType::Double:
+      return AppendDoubleBits(text, static_cast<std::uint64_t>(bits));
+    case HandheldType::Currency:
+      return AppendCurrency(text, bits);
+    case HandheldType::Boolean:
+      text += bits != 0 ? kTrueText : kFalseText;
+      return;
+    case HandheldType::Date:
+      return AppendIso(text, DateFromSeconds(bits));
+    case HandheldType::Text:
+      return;
+  }
+}
+
+std::int64_t ParseBits(std::string_view text, HandheldType type) {
+  switch (type) {
+    case HandheldType::Byte:
+      return ParseAs<std::uint8_t>(text);
+    case HandheldType::Integer:
+      return ParseAs<std::int16_t>(text);
+    case HandheldType::Long:
+      return ParseAs<std::int32_t>(text);
+    case HandheldType::Single:
+      return ParseSingleBits(text);
+    case HandheldType::Double:
+      return static_cast<std::int64_t>(ParseDoubleBits(text));
+    case HandheldType::Currency:
+      return ParseCurrency(text);
+    case HandheldType::Boolean:
+      return text == kTrueText ? 1 : 0;
+    case HandheldType::Date:
+      return SecondsFromDate(ParseDate(text));
+    case HandheldType::Text:
+      break;
+  }
+  throw StandardError(errors::kTypeMismatch);
 }
 
 }  // namespace
@@ -53,22 +95,46 @@ PDBAppforgeRecord::PDBAppforgeRecord() {
 
 void PDBAppforgeRecord::AppforgeDefinition(std::shared_ptr<const PDBAppforgeDefinition> definition) {
   definition_ = std::move(definition);
-  values_.assign(static_cast<std::size_t>(definition_->FieldCount()) + 1, std::string());
+  values_.assign(static_cast<std::size_t>(definition_->FieldCount()) + 1, Held());
 }
 
-std::size_t PDBAppforgeRecord::IndexOf(std::int16_t i) const {
+PDBAppforgeRecord::Held& PDBAppforgeRecord::At(std::int16_t i) const {
   if (i < 0 || static_cast<std::size_t>(i) >= values_.size()) throw StandardError(errors::kSubscriptOutOfRange);
-  return static_cast<std::size_t>(i);
+  return values_[static_cast<std::size_t>(i)];
 }
 
 std::string& PDBAppforgeRecord::Cleared(std::int16_t i) {
-  std::string& text = values_[IndexOf(i)];
-  text.clear();
-  return text;
+  Held& held = At(i);
+  held.type = HandheldType::Text;
+  held.hasText = true;
+  held.text.clear();
+  return held.text;
 }
 
-void PDBAppforgeRecord::ByteStream(const PDBByteStream& stream) {
-  stream_ = stream;
+void PDBAppforgeRecord::Hold(std::int16_t i, HandheldType type, std::int64_t bits) {
+  Held& held = At(i);
+  held.type = type;
+  held.bits = bits;
+  held.hasText = false;
+}
+
+std::int64_t PDBAppforgeRecord::BitsAs(std::int16_t i, HandheldType type) const {
+  const Held& held = At(i);
+  return held.type == type ? held.bits : ParseBits(StringValue(i), type);
+}
+
+const std::string& PDBAppforgeRecord::StringValue(std::int16_t i) const {
+  Held& held = At(i);
+  if (!held.hasText) {
+    held.text.clear();
+    AppendText(held.text, held.type, held.bits);
+    held.hasText = true;
+  }
+  return held.text;
+}
+
+void PDBAppforgeRecord::ByteStream(PDBByteStream stream) {
+  stream_ = std::move(stream);
   std::int32_t pos = 0;
   const std::int16_t count = definition_->FieldCount();
   for (std::int32_t i = 1; i <= count; ++i) ReadField(static_cast<std::int16_t>(i), pos);
@@ -79,33 +145,32 @@ void PDBAppforgeRecord::ReadField(std::int16_t i, std::int32_t& pos) {
   std::int16_t integer = 0;
   std::int32_t word = 0;
   std::int64_t amount = 0;
-  switch (static_cast<HandheldType>(definition_->FieldType(i))) {
+  const auto type = static_cast<HandheldType>(definition_->FieldType(i));
+  switch (type) {
     case HandheldType::Byte:
       stream_.GetByte(byte, pos);
-      return AppendInteger(Cleared(i), byte);
+      return Hold(i, type, byte);
     case HandheldType::Integer:
       stream_.ByteToInteger(integer, pos, kSwap);
-      return AppendInteger(Cleared(i), integer);
+      return Hold(i, type, integer);
     case HandheldType::Long:
       stream_.ByteToLong(word, pos, kSwap);
-      return AppendInteger(Cleared(i), word);
+      return Hold(i, type, word);
     case HandheldType::Single:  // as bits: a signalling not-a-number must not pass through a register
       stream_.ByteToLong(word, pos, kSwap);
-      return AppendSingleBits(Cleared(i), static_cast<std::uint32_t>(word));
+      return Hold(i, type, static_cast<std::uint32_t>(word));
     case HandheldType::Double:
-      stream_.ByteToCurrency(amount, pos, kSwap);
-      return AppendDoubleBits(Cleared(i), static_cast<std::uint64_t>(amount));
     case HandheldType::Currency:
       stream_.ByteToCurrency(amount, pos, kSwap);
-      return AppendCurrency(Cleared(i), amount);
+      return Hold(i, type, amount);
     case HandheldType::Text:
       return stream_.ByteToString(Cleared(i), pos);
     case HandheldType::Boolean:
       stream_.GetByte(byte, pos);
-      return BooleanValue(i, byte != 0);
+      return Hold(i, type, byte != 0);
     case HandheldType::Date:
       stream_.ByteToLong(word, pos, kSwap);
-      return AppendIso(Cleared(i), DateFromWord(word));
+      return Hold(i, type, kDateEpoch + static_cast<std::uint32_t>(word));
     default:
       return;
   }
@@ -135,98 +200,102 @@ const PDBByteStream& PDBAppforgeRecord::ByteStream() {
 }
 
 void PDBAppforgeRecord::WriteField(std::int16_t i, std::int32_t& pos) {
-  const std::string& text = StringValue(i);
-  switch (static_cast<HandheldType>(definition_->FieldType(i))) {
+  const auto type = static_cast<HandheldType>(definition_->FieldType(i));
+  switch (type) {
     case HandheldType::Byte:
       return stream_.SetByte(ByteValue(i), pos);
     case HandheldType::Integer:
       return stream_.IntegerToByte(IntegerValue(i), pos, kSwap);
     case HandheldType::Long:
-      return stream_.LongToByte(LongValue(i), pos, kSwap);
     case HandheldType::Single:
-      return stream_.LongToByte(static_cast<std::int32_t>(ParseSingleBits(text)), pos, kSwap);
+      return stream_.LongToByte(static_cast<std::int32_t>(BitsAs(i, type)), pos, kSwap);
     case HandheldType::Double:
-      return stream_.CurrencyToByte(static_cast<std::int64_t>(ParseDoubleBits(text)), pos, kSwap);
     case HandheldType::Currency:
-      return stream_.CurrencyToByte(CurrencyValue(i), pos, kSwap);
+      return stream_.CurrencyToByte(BitsAs(i, type), pos, kSwap);
     case HandheldType::Text:
-      return stream_.StringToByte(text, pos);
+      return stream_.StringToByte(StringValue(i), pos);
     case HandheldType::Boolean:
       return stream_.SetByte(BooleanValue(i) ? kTrueByte : std::uint8_t{0}, pos);
     case HandheldType::Date:
-      return stream_.LongToByte(WordFromDate(ParseDate(text)), pos, kSwap);
+      return stream_.LongToByte(WordFromSeconds(BitsAs(i, type)), pos, kSwap);
     default:
       return;
   }
 }
 
 std::uint8_t PDBAppforgeRecord::ByteValue(std::int16_t i) const {
-  return ParseAs<std::uint8_t>(StringValue(i));
+  return static_cast<std::uint8_t>(BitsAs(i, HandheldType::Byte));
 }
 
 void PDBAppforgeRecord::ByteValue(std::int16_t i, std::uint8_t value) {
-  AppendInteger(Cleared(i), value);
+  Hold(i, HandheldType::Byte, value);
 }
 
 bool PDBAppforgeRecord::BooleanValue(std::int16_t i) const {
-  return StringValue(i) == kTrueText;
+  return BitsAs(i, HandheldType::Boolean) != 0;
 }
 
 void PDBAppforgeRecord::BooleanValue(std::int16_t i, bool value) {
-  Cleared(i) += value ? kTrueText : kFalseText;
+  Hold(i, HandheldType::Boolean, value);
 }
 
 std::int16_t PDBAppforgeRecord::IntegerValue(std::int16_t i) const {
-  return ParseAs<std::int16_t>(StringValue(i));
+  return static_cast<std::int16_t>(BitsAs(i, HandheldType::Integer));
 }
 
 void PDBAppforgeRecord::IntegerValue(std::int16_t i, std::int16_t value) {
-  AppendInteger(Cleared(i), value);
+  Hold(i, HandheldType::Integer, value);
 }
 
 std::int32_t PDBAppforgeRecord::LongValue(std::int16_t i) const {
-  return ParseAs<std::int32_t>(StringValue(i));
+  return static_cast<std::int32_t>(BitsAs(i, HandheldType::Long));
 }
 
 void PDBAppforgeRecord::LongValue(std::int16_t i, std::int32_t value) {
-  AppendInteger(Cleared(i), value);
+  Hold(i, HandheldType::Long, value);
 }
 
 double PDBAppforgeRecord::DoubleValue(std::int16_t i) const {
-  return ParseDouble(StringValue(i));
+  const Held& held = At(i);
+  if (held.type != HandheldType::Double) return ParseDouble(StringValue(i));
+  return std::bit_cast<double>(held.bits);
 }
 
 void PDBAppforgeRecord::DoubleValue(std::int16_t i, double value) {
-  AppendDoubleBits(Cleared(i), std::bit_cast<std::uint64_t>(value));
+  Hold(i, HandheldType::Double, std::bit_cast<std::int64_t>(value));
 }
 
 std::int64_t PDBAppforgeRecord::CurrencyValue(std::int16_t i) const {
-  return ParseCurrency(StringValue(i));
+  return BitsAs(i, HandheldType::Currency);
 }
 
 void PDBAppforgeRecord::CurrencyValue(std::int16_t i, std::int64_t tenThousandths) {
-  AppendCurrency(Cleared(i), tenThousandths);
+  Hold(i, HandheldType::Currency, tenThousandths);
 }
 
 float PDBAppforgeRecord::SingleValue(std::int16_t i) const {
-  return ParseSingle(StringValue(i));
+  const Held& held = At(i);
+  if (held.type != HandheldType::Single) return ParseSingle(StringValue(i));
+  return std::bit_cast<float>(static_cast<std::uint32_t>(held.bits));
 }
 
 void PDBAppforgeRecord::SingleValue(std::int16_t i, float value) {
-  AppendSingleBits(Cleared(i), std::bit_cast<std::uint32_t>(value));
+  Hold(i, HandheldType::Single, std::bit_cast<std::uint32_t>(value));
 }
 
 Date PDBAppforgeRecord::DateValue(std::int16_t i) const {
-  return ParseDate(StringValue(i));
+  return DateFromSeconds(BitsAs(i, HandheldType::Date));
 }
 
 void PDBAppforgeRecord::DateValue(std::int16_t i, Date value) {
-  const std::string text = IsoFromDate(value);
-  StringValue(i, text);
+  Hold(i, HandheldType::Date, SecondsFromDate(value));
 }
 
 void PDBAppforgeRecord::StringValue(std::int16_t i, std::string_view text) {
-  values_[IndexOf(i)] = text;
+  Held& held = At(i);
+  held.text = text;  // which may be this text, or a part of it
+  held.hasText = true;
+  held.type = HandheldType::Text;
 }
 
 }  // namespace mv

@@ -8,6 +8,7 @@
 
 #include "base/Bytes.h"
 #include "base/Date.h"
+#include "pdb/HandheldType.h"
 #include "pdb/PDBAppforgeDefinition.h"
 #include "pdb/PDBByteStream.h"
 
@@ -18,10 +19,10 @@ namespace mv {
 /// The fields follow one another in the definition's order, without gaps, as HandheldType says; a field of an unknown
 /// type occupies nothing. True is written as FF, and any byte but 0 reads as true.
 ///
-/// Every value is held as text, in the invariant forms of base/NumberText.h, dates as "2026-11-21T14:05:09", Booleans
-/// as "1" and "0". Reading a record and writing it gives the same bytes, but for Booleans and for texts that
-/// PDBByteStream does not keep. The accessors convert from and to that text and do not look at a field's type; only
-/// writing does.
+/// Every value is a text, in the invariant forms of base/NumberText.h, dates as "2026-11-21T14:05:09", Booleans as "1"
+/// and "0". Reading a record and writing it gives the same bytes, but for Booleans and for texts that PDBByteStream
+/// does not keep. The accessors convert from and to that text and do not look at a field's type; only writing does. The
+/// text of a number, date or Boolean is made when somebody asks for it: most are read and written by their type alone.
 ///
 /// One object serves all records of a table in turn and reuses its memory.
 ///
@@ -39,9 +40,9 @@ class PDBAppforgeRecord {
   /// Writes the values into the stream and returns it: DataLength bytes and one spare zero byte, also where the last
   /// field is a single byte. Valid until the next call of a member that is not const.
   const PDBByteStream& ByteStream();
-  /// Takes over a copy of the stream, with its settings, and reads the values from it. Error 9 when it ends before
+  /// Takes the stream over, with its settings, and reads the values from it. Error 9 when it ends before
   /// the fields do; the values read so far stay.
-  void ByteStream(const PDBByteStream& stream);
+  void ByteStream(PDBByteStream stream);
 
   /// Bytes of the record for the current values, texts in their UTF-8 form whatever the stream is set to.
   std::int32_t DataLength() const;
@@ -68,20 +69,31 @@ class PDBAppforgeRecord {
   /// hold is error 6 when the record is written.
   void DateValue(std::int16_t i, Date value);
   /// The text itself.
-  const std::string& StringValue(std::int16_t i) const { return values_[IndexOf(i)]; }
+  const std::string& StringValue(std::int16_t i) const;
   void StringValue(std::int16_t i, std::string_view text);
 
  private:
-  /// Place of field `i` among the values. Error 9.
-  std::size_t IndexOf(std::int16_t i) const;
+  struct Held {
+    std::string text;
+    bool hasText = true;                     ///< else `text` is to be made of `bits`
+    HandheldType type = HandheldType::Text;  ///< of `bits`; Text: there is the text alone
+    /// Whole numbers and amounts as they are, floating-point numbers as their bits, dates as seconds since 1899-12-30.
+    std::int64_t bits = 0;
+  };
+
+  /// The value of field `i`. Error 9.
+  Held& At(std::int16_t i) const;
   /// The text of field `i`, emptied, to be filled.
   std::string& Cleared(std::int16_t i);
+  void Hold(std::int16_t i, HandheldType type, std::int64_t bits);
+  /// The value as `type`, as it was given or parsed from its text.
+  std::int64_t BitsAs(std::int16_t i, HandheldType type) const;
   void ReadField(std::int16_t i, std::int32_t& pos);
   void WriteField(std::int16_t i, std::int32_t& pos);
 
   std::shared_ptr<const PDBAppforgeDefinition> definition_;
   PDBByteStream stream_;
-  std::vector<std::string> values_;
+  mutable std::vector<Held> values_;  ///< texts that are made on demand change nothing that callers can see
 };
 
 }  // namespace mv

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <bit>
+#include <limits>
 #include <utility>
 
+#include "base/Ascii.h"
 #include "base/ByteOrder.h"
 #include "base/Checked.h"
 #include "base/Cp1252.h"
@@ -97,34 +99,61 @@ void PDBByteStream::AppendCharacter(std::string& text, std::int32_t index, std::
   AppendUtf8(text, character);
 }
 
+/// The elements from `index` up to a zero, or as far as a 16-bit index can count.
+std::string_view PDBByteStream::UpToZero(std::int16_t index) const {
+  const std::int32_t end = std::min(Length(), std::int32_t{std::numeric_limits<std::int16_t>::max()}) + 1;
+  const auto count = static_cast<std::size_t>(end - index);
+  const std::string_view elements(reinterpret_cast<const char*>(Elements(index, 1)), count);
+  return elements.substr(0, elements.find('\0'));
+}
+
 void PDBByteStream::ByteToString(std::string& text, std::int32_t& pos) const {
   text.clear();
   if (!allocated_) return;
   const std::int32_t last = Length();
   std::int16_t index = CheckedCast<std::int16_t>(pos);
   while (index <= last) {
-    const std::uint8_t byte = *Elements(index, 1);
-    if (byte == 0) {
+    if (*Elements(index, 1) == 0) {
       pos = index + 1;
       return;
     }
-    const std::int32_t width = CharacterWidth(byte);
-    if (byte < 0x80) {
-      text += static_cast<char>(byte);
-    } else {
-      AppendCharacter(text, index, width);
-    }
-    index = CheckedCast<std::int16_t>(index + width);
+    // A character of several bytes may take the zero with it; then there is more behind it.
+    index = AppendCharacters(text, index, UpToZero(index));
   }
   pos = last + 1;
 }
 
+std::int16_t PDBByteStream::AppendCharacters(std::string& text, std::int16_t index, std::string_view elements) const {
+  const auto advance = [&](std::size_t count) {
+    index = CheckedCast<std::int16_t>(index + static_cast<std::int32_t>(count));
+    elements.remove_prefix(std::min(count, elements.size()));
+  };
+  while (!elements.empty()) {
+    const std::size_t run = AsciiPrefix(elements);
+    text += elements.substr(0, run);
+    advance(run);
+    if (elements.empty()) break;
+    const std::int32_t width = CharacterWidth(static_cast<std::uint8_t>(elements.front()));
+    AppendCharacter(text, index, width);
+    advance(static_cast<std::size_t>(width));
+  }
+  return index;
+}
+
+std::int32_t PDBByteStream::EncodedLength(std::string_view text) const {
+  if (IsAscii(text)) return CheckedCast<std::int32_t>(text.size());
+  return utf8Strings_ ? PDBUtils::UTF8Length(text) : CheckedCast<std::int32_t>(CharacterCount(text));
+}
+
 void PDBByteStream::StringToByte(std::string_view text, std::int32_t& pos) {
-  const std::int32_t encoded =
-      utf8Strings_ ? PDBUtils::UTF8Length(text) : CheckedCast<std::int32_t>(CharacterCount(text));
+  const std::int32_t encoded = EncodedLength(text);
   const std::int32_t needed = CheckedAdd(encoded, 1);
   std::uint8_t* out = Room(pos, needed);
   for (std::size_t position = 0; position < text.size();) {
+    const std::size_t run = AsciiPrefix(text.substr(position));
+    out = std::copy_n(text.begin() + static_cast<std::ptrdiff_t>(position), run, out);
+    position += run;
+    if (position == text.size()) break;
     const std::uint8_t value = NextAnsiValue(text, position);
     if (value <= kLastOneByteValue || !utf8Strings_) {
       *out++ = value;

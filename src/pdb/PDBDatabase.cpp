@@ -343,7 +343,7 @@ void PDBDatabase::CloseDatabase() {
     dirty_ = false;
   }
   file_.CloseFile();
-  content_ = {};
+  content_ = Bytes();  // its memory too, which "= {}" would keep
 }
 
 /// Takes everything that still lies in the opened file alone into memory.
@@ -365,6 +365,7 @@ Bytes PDBDatabase::Assemble() {
   header_.modificationDate = PDBUtils::DateToPalmLong(DateFromCivil(clock_.Now()));
 
   Bytes file;
+  file.reserve(FileSize());
   Put(file, 0, HeaderBytes());
   Put(file, kHeaderSize, EntryBytes());
   if (appInfoSize_ > 0) Put(file, header_.appInfoOffset, appInfo_);
@@ -412,6 +413,15 @@ void PDBDatabase::AssignOffsets(std::int32_t dataStart) {
     entry.offset = offset;
     offset = CheckedAdd(offset, entry.length);
   }
+}
+
+/// Of records that have their offsets, or a little less for none.
+std::size_t PDBDatabase::FileSize() const {
+  std::size_t size = 0;
+  for (const Entry& entry : entries_) {
+    if (entry.IsPresent()) size = std::max(size, static_cast<std::size_t>(entry.offset) + entry.data.size());
+  }
+  return size;
 }
 
 Bytes PDBDatabase::HeaderBytes() const {

@@ -163,6 +163,7 @@ class PDBDatabase {
   std::optional<Error> FileFailure(const std::string& source) const;
   void RaiseFileFailure() const;
 
+  std::size_t FileSize() const;
   void LoadEverything();
   Bytes Assemble();
   std::int32_t LayOut();

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "base/Ascii.h"
 #include "base/Checked.h"
 #include "base/Cp1252.h"
 #include "base/NumberText.h"
@@ -94,7 +95,10 @@ std::int32_t PDBUtils::ToUTF16(ByteView bytes) {
 std::int32_t PDBUtils::UTF8Length(std::string_view s) {
   std::size_t length = 0;
   for (std::size_t position = 0; position < s.size();) {
-    length += NextAnsiValue(s, position) <= kLastOneByteValue ? 1u : 2u;
+    const std::size_t run = AsciiPrefix(s.substr(position));
+    length += run;
+    position += run;
+    if (position < s.size()) length += NextAnsiValue(s, position) <= kLastOneByteValue ? 1u : 2u;
   }
   return CheckedCast<std::int32_t>(length);
 }

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <utility>
 
 #include "base/Checked.h"
 #include "base/Error.h"
@@ -86,7 +87,8 @@ bool BooleanOf(const Value& value) {
   return NumberOf(value) != 0;
 }
 
-std::string TextFieldOf(const Value& value) {
+Value TextFieldOf(Value value) {
+  if (std::holds_alternative<std::string>(value)) return value;
   if (std::holds_alternative<Bytes>(value)) throw StandardError(errors::kTypeMismatch);
   return TextOf(value);
 }
@@ -113,9 +115,9 @@ std::string DecimalTextOf(const Value& value) {
   return TextOfDouble(NumberOf(value));
 }
 
-Bytes BytesOf(const Value& value) {
-  if (const auto* bytes = std::get_if<Bytes>(&value)) return *bytes;
-  throw StandardError(errors::kTypeMismatch);
+Value BytesOf(Value value) {
+  if (!std::holds_alternative<Bytes>(value)) throw StandardError(errors::kTypeMismatch);
+  return value;
 }
 
 std::string TextOfDate(Date date) {
@@ -138,7 +140,7 @@ std::string HexOf(const Bytes& bytes) {
 
 }  // namespace
 
-Value ConvertedTo(DataType type, const Value& value) {
+Value ConvertedTo(DataType type, Value value) {
   if (IsNull(value)) return value;
   switch (type) {
     case DataType::SmallInt:
@@ -165,13 +167,13 @@ Value ConvertedTo(DataType type, const Value& value) {
     case DataType::WChar:
     case DataType::VarWChar:
     case DataType::LongVarWChar:
-      return TextFieldOf(value);
+      return TextFieldOf(std::move(value));
     case DataType::Numeric:
       return DecimalTextOf(value);
     case DataType::Binary:
     case DataType::VarBinary:
     case DataType::LongVarBinary:
-      return BytesOf(value);
+      return BytesOf(std::move(value));
   }
   throw StandardError(errors::kTypeMismatch);
 }

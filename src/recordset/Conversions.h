@@ -11,7 +11,7 @@ namespace mv {
 /// number (255 or 0 as a byte: all bits set), and any number but 0 is true. Dates read ISO text or a count of days.
 /// Bytes convert to nothing else and nothing else to bytes. Error 13 when it cannot be read as the type, error 6 when
 /// it is out of the type's range.
-Value ConvertedTo(DataType type, const Value& value);
+Value ConvertedTo(DataType type, Value value);
 
 /// The value as text, as a key criterion needs it: null is "", Boolean "True" or "False", numbers and dates in the
 /// invariant forms of base/NumberText.h and base/Date.h (a date outside the calendar as its count of days), bytes as

@@ -14,8 +14,8 @@ namespace mv {
 namespace {
 
 /// What stands in `field` after `value` was assigned to it.
-Value StoredValue(const FieldDefinition& field, const Value& value) {
-  Value stored = ConvertedTo(field.type, value);
+Value StoredValue(const FieldDefinition& field, Value value) {
+  Value stored = ConvertedTo(field.type, std::move(value));
   if (field.definedSize <= 0) return stored;
   const auto limit = static_cast<std::size_t>(field.definedSize);
   const auto* text = std::get_if<std::string>(&stored);
@@ -42,17 +42,25 @@ void MemoryRecordset::RequireLiveRow() const {
   if (current_ == kNoRow || !rows_[current_].live) throw StandardError(errors::kNoCurrentRecord);
 }
 
-Value MemoryRecordset::FieldValue(std::size_t index) const {
+const Value& MemoryRecordset::HeldValue(std::size_t index) const {
   RequireField(index);
   if (pending_ != Pending::Nothing) return pendingValues_[index];
   RequireLiveRow();
   return rows_[current_].values[index];
 }
 
-void MemoryRecordset::SetFieldValue(std::size_t index, const Value& value) {
+Value MemoryRecordset::FieldValue(std::size_t index) const {
+  return HeldValue(index);
+}
+
+const Value& MemoryRecordset::PeekField(std::size_t index, Value&) const {
+  return HeldValue(index);
+}
+
+void MemoryRecordset::SetFieldValue(std::size_t index, Value value) {
   RequireField(index);
   if (pending_ == Pending::Nothing) RequireLiveRow();
-  Value stored = StoredValue(fields_[index], value);
+  Value stored = StoredValue(fields_[index], std::move(value));
   if (pending_ == Pending::Nothing) {
     pendingValues_ = rows_[current_].values;
     pending_ = Pending::Edit;
@@ -64,6 +72,14 @@ void MemoryRecordset::AddNew() {
   Update();
   pendingValues_.assign(fields_.size(), Null{});
   pending_ = Pending::NewRow;
+}
+
+void MemoryRecordset::AddRow(std::vector<Value> values) {
+  Update();
+  values.resize(fields_.size());
+  pendingValues_ = std::move(values);
+  SaveNewRow();
+  CancelUpdate();
 }
 
 void MemoryRecordset::Update() {
@@ -105,7 +121,7 @@ void MemoryRecordset::Delete() {
   for (auto& [field, index] : indexes_) index.Remove(row.values[field], current_);
   Unlink(row);
   row.live = false;
-  row.values = {};
+  row.values = std::vector<Value>();  // its memory too, which "= {}" would keep
   --liveRows_;
 }
 

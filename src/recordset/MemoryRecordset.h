@@ -25,11 +25,15 @@ class MemoryRecordset : public Recordset {
 
   const std::vector<FieldDefinition>& Fields() const override { return fields_; }
   Value FieldValue(std::size_t index) const override;
+  const Value& PeekField(std::size_t index, Value& room) const override;
   /// Besides the errors of ConvertedTo, -2147217887 when text or bytes are longer than the field's defined size.
-  void SetFieldValue(std::size_t index, const Value& value) override;
+  void SetFieldValue(std::size_t index, Value value) override;
 
   /// The new row's fields are null until assigned.
   void AddNew() override;
+  /// Adds a row of values that have the fields' own types, as AddNew, one SetFieldValue for each and Update do; missing
+  /// ones are null.
+  void AddRow(std::vector<Value> values);
   void Update() override;
   void CancelUpdate() override;
   /// Error 3021 for a new row that has not been saved.
@@ -45,6 +49,7 @@ class MemoryRecordset : public Recordset {
   void Find(std::string_view criterion) override;
 
  private:
+  const Value& HeldValue(std::size_t index) const;
   using RowNumber = TextIndex::RowNumber;
   static constexpr RowNumber kNoRow = ~RowNumber{0};
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "recordset/Value.h"
@@ -41,9 +42,12 @@ class Recordset {
 
   /// Value of field `index` (from 0) in the current row, pending edits included.
   virtual Value FieldValue(std::size_t index) const = 0;
+  /// The same without a copy where the recordset holds the value; where it does not, `room` takes it. Good until the
+  /// next call that may change something.
+  virtual const Value& PeekField(std::size_t index, Value& room) const { return room = FieldValue(index); }
   /// Assigns field `index` (from 0) in the current or new row; converts as ConvertedTo does. A value that does not fit
   /// raises and leaves the row being edited as it was.
-  virtual void SetFieldValue(std::size_t index, const Value& value) = 0;
+  virtual void SetFieldValue(std::size_t index, Value value) = 0;
 
   virtual void AddNew() = 0;
   /// Saves the pending edit; without one does nothing.
@@ -72,7 +76,7 @@ class Recordset {
   /// Position of the field called `name`, without regard to the case of A to Z. Error 3265.
   std::size_t FieldIndex(std::string_view name) const;
   Value FieldValue(std::string_view name) const { return FieldValue(FieldIndex(name)); }
-  void SetFieldValue(std::string_view name, const Value& value) { SetFieldValue(FieldIndex(name), value); }
+  void SetFieldValue(std::string_view name, Value value) { SetFieldValue(FieldIndex(name), std::move(value)); }
 };
 
 }  // namespace mv

@@ -108,11 +108,12 @@ void TableDriver::SynchronizeTable(const std::string& table) {
   {
     clsSyncableRS_ADO desktop;
     const std::unique_ptr<Recordset> records = OpenDesktopTable(*connection, desktop, table);
-    clsSyncableRS_PDB result(context_);
-    CreateResult(result, *records, table, paths);
+    std::optional<clsSyncableRS_PDB> result(context_);
+    CreateResult(*result, *records, table, paths);
     SetKeyInfo(source, table);
-    Merge(source, desktop, result, *connection, table);
-    WriteResult(source, result, *records, table, paths);
+    Merge(source, desktop, *result, *connection, table);
+    WriteResult(source, *result, *records, table, paths);
+    result.reset();  // with its records, before the file is in memory once more
     ReturnTable(*transfer, table, paths);
   }
   CloseQuietly(*connection);

@@ -16,13 +16,13 @@ std::string TextOnHandheld(const std::string& text) {
   return Utf8FromCp1252(Cp1252FromUtf8(text.substr(0, text.find('\0'))));
 }
 
+}  // namespace
+
 bool IsSameOnHandheld(DataType type, const Value& handheld, const Value& desktop) {
   if (handheld == desktop) return true;
   const std::optional<Value> stored = HandheldForm(type, desktop);
   return stored && *stored == HandheldForm(type, handheld);
 }
-
-}  // namespace
 
 std::optional<Value> HandheldForm(DataType type, const Value& value) {
   const std::optional<HandheldType> known = HandheldTypeOf(type);

@@ -14,6 +14,8 @@ namespace mv {
 /// that it cannot hold at all, and for a type that handhelds do not have.
 std::optional<Value> HandheldForm(DataType type, const Value& value);
 
+/// True when a handheld's field that gets the value `desktop` holds what it held before.
+bool IsSameOnHandheld(DataType type, const Value& handheld, const Value& desktop);
 /// True when a handheld that gets the values `desktop` holds what it held before. `fields` are the handheld's, which
 /// may be more than there are values.
 bool IsSameOnHandheld(std::span<const FieldDefinition> fields, std::span<const Value> handheld,

@@ -11,6 +11,7 @@ using Row = MergeObserver::Row;
 Row RowOf(const ISyncableRS& side) {
   Row row;
   const auto count = static_cast<std::size_t>(side.nSyncableFields());
+  row.reserve(count);
   for (std::size_t i = 0; i < count; ++i) row.push_back(side.adors().FieldValue(i));
   return row;
 }
@@ -38,6 +39,8 @@ class TableMerge {
   bool FindDeviceRow();
   void TakeDeviceRow();
   void KeepDesktopRow();
+  /// Whether the handheld's row holds what it would get from the desktop's.
+  bool IsDesktopRowOnHandheld() const;
   void AddDeviceRow();
 
   const SyncContext& context_;
@@ -93,10 +96,22 @@ void TableMerge::TakeDeviceRow() {
 
 void TableMerge::KeepDesktopRow() {
   outputRS_.copyRecordToNative(desktopRS_);
-  if (!observer_) return;
-  const Row before = RowOf(deviceRS_);
-  const Row after = RowOf(desktopRS_);
-  if (!IsSameOnHandheld(deviceRecords_.Fields(), before, after)) observer_->Changed(Side::Handheld, before, after);
+  if (observer_ && !IsDesktopRowOnHandheld()) {
+    observer_->Changed(Side::Handheld, RowOf(deviceRS_), RowOf(desktopRS_));
+  }
+}
+
+bool TableMerge::IsDesktopRowOnHandheld() const {
+  const std::vector<FieldDefinition>& fields = deviceRecords_.Fields();
+  const auto count = static_cast<std::size_t>(desktopRS_.nSyncableFields());
+  if (deviceRS_.nSyncableFields() != desktopRS_.nSyncableFields() || fields.size() < count) return false;
+  Value deviceRoom;
+  Value desktopRoom;
+  for (std::size_t i = 0; i < count; ++i) {
+    const Value& device = deviceRecords_.PeekField(i, deviceRoom);
+    if (!IsSameOnHandheld(fields[i].type, device, desktopRecords_.PeekField(i, desktopRoom))) return false;
+  }
+  return true;
 }
 
 bool TableMerge::FindDeviceRow() {

@@ -8,11 +8,8 @@ namespace mv {
 bool clsSyncableRS_ADO::copyRecordToNative(ISyncableRS& source) {
   const Recordset& sourceRow = source.adors();
   Recordset& row = adors();
-  const std::int16_t count = source.nSyncableFields();
-  for (std::int16_t i = 0; i < count; ++i) {
-    const auto field = static_cast<std::size_t>(i);
-    row.SetFieldValue(field, sourceRow.FieldValue(field));
-  }
+  const auto count = static_cast<std::size_t>(source.nSyncableFields());
+  for (std::size_t field = 0; field < count; ++field) row.SetFieldValue(field, sourceRow.FieldValue(field));
   return false;
 }
 

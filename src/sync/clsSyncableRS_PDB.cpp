@@ -12,6 +12,7 @@
 #include "pdb/HandheldType.h"
 #include "pdb/RecordFlags.h"
 #include "pdb/TableFormat.h"
+#include "recordset/Conversions.h"
 
 namespace mv {
 namespace {
@@ -135,11 +136,11 @@ void clsSyncableRS_PDB::LoadRecords() {
   for (std::int32_t i = 1; i <= count; ++i) {
     const std::int32_t attributes = ReadRecord(i);
     if (reportsProgress) context_.reportProgress();
-    records_->AddNew();
-    records_->SetFieldValue(deletedField, (attributes & kRecordDeleted) != 0);
-    records_->SetFieldValue(modifiedField, (attributes & kRecordModified) != 0);
-    FillRow();
-    records_->Update();
+    std::vector<Value> row(records_->Fields().size());
+    row[deletedField] = (attributes & kRecordDeleted) != 0;
+    row[modifiedField] = (attributes & kRecordModified) != 0;
+    FillRow(row);
+    records_->AddRow(std::move(row));
   }
 }
 
@@ -149,18 +150,21 @@ std::int32_t clsSyncableRS_PDB::ReadRecord(std::int32_t index) {
   std::int32_t attributes = 0;
   PDBByteStream stream;
   stream.ByteArray(database_.ReadNextByIndex(index, uniqueId, category, attributes));
-  record_.ByteStream(stream);
+  record_.ByteStream(std::move(stream));
   return attributes;
 }
 
-void clsSyncableRS_PDB::FillRow() {
+void clsSyncableRS_PDB::FillRow(std::vector<Value>& row) const {
+  const std::vector<FieldDefinition>& fields = records_->Fields();
   std::int16_t field = 0;
   for (const std::int32_t type : fieldTypes_) {
     ++field;
     // The place counts fields of unknown types too, although the recordset lacks them.
     const auto place = static_cast<std::size_t>(field) - 1;
     const std::optional<HandheldType> known = HandheldTypeNumbered(type);
-    if (known) records_->SetFieldValue(place, FieldValueOf(record_, field, *known));
+    if (!known) continue;
+    if (place >= row.size()) throw StandardError(errors::kItemNotFound);
+    row[place] = ConvertedTo(fields[place].type, FieldValueOf(record_, field, *known));
   }
 }
 
@@ -215,8 +219,9 @@ bool clsSyncableRS_PDB::copyRecordToNative(ISyncableRS& source) {
   const Recordset& row = source.adors();
   const std::vector<FieldDefinition>& fields = row.Fields();
   const auto count = static_cast<std::size_t>(syncableFields_);
+  Value room;
   for (std::size_t place = 0; place < count; ++place) {
-    const Value value = row.FieldValue(place);
+    const Value& value = row.PeekField(place, room);
     SetFieldValue(record_, static_cast<std::int16_t>(place + 1), RequiredType(fields[place].type), value);
   }
   database_.Update(kAppend, kNewId, kNoCategory, kNoFlags, record_.ByteStream().ByteArray());

@@ -83,8 +83,8 @@ class clsSyncableRS_PDB : public ISyncableRS {
   void LoadRecords();
   /// Makes record `index` (from 1) the one that RecordValue reads; returns its attributes.
   std::int32_t ReadRecord(std::int32_t index);
-  /// Assigns the table's fields of the new row.
-  void FillRow();
+  /// Puts the record's values into a row of the recordset.
+  void FillRow(std::vector<Value>& row) const;
   bool Flag(const char* field, const char* member) const;
 
   const SyncContext& context_;

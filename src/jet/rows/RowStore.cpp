@@ -32,11 +32,23 @@ void RowStore::DamagedList(PageNumber number) {
   throw DamagedFileError("page " + std::to_string(number) + " is listed by a table that does not own it");
 }
 
+bool RowStore::IsOwned(PageNumber number) const {
+  if (number == lastOwned_ && number != 0 && undoneThen_ == file_.Undone()) return true;
+  if (!owned_.Contains(number)) return false;
+  lastOwned_ = number;
+  undoneThen_ = file_.Undone();
+  return true;
+}
+
 /// A page that the table's maps list: theirs also by its own word.
 DataPageView RowStore::OwnPage(PageNumber number) const {
   const DataPageView page(file_, number);
   if (page.Owner() != tablePage_) DamagedList(number);
   return page;
+}
+
+std::optional<PageNumber> RowStore::LowestOwnedFrom(PageNumber number) const {
+  return IsOwned(number) ? number : owned_.LowestFrom(number);
 }
 
 std::optional<RowId> RowStore::First() const {
@@ -49,7 +61,7 @@ std::optional<RowId> RowStore::Next(RowId row) const {
 
 /// The first live row from slot `slot` of `page` on, or on a later page.
 std::optional<RowId> RowStore::NextFrom(PageNumber page, std::size_t slot) const {
-  for (auto number = owned_.LowestFrom(page); number; number = owned_.LowestFrom(*number + 1)) {
+  for (auto number = LowestOwnedFrom(page); number; number = owned_.LowestFrom(*number + 1)) {
     const DataPageView view = OwnPage(*number);
     for (std::size_t at = *number == page ? slot : 0; at < view.SlotCount(); ++at) {
       if (view.IsHome(at)) return RowId{*number, static_cast<std::uint8_t>(at)};
@@ -69,7 +81,7 @@ std::optional<RowId> RowStore::Last() const {
 }
 
 bool RowStore::IsLive(RowId row) const {
-  if (!owned_.Contains(row.page)) return false;
+  if (!IsOwned(row.page)) return false;
   const DataPageView page = OwnPage(row.page);
   return row.slot < page.SlotCount() && page.IsHome(row.slot);
 }
@@ -101,8 +113,7 @@ std::optional<RowId> RowStore::LandingOf(RowId home) const {
   const ByteView bytes = page.Row(home.slot);
   if (bytes.size() < kAddressSize) throw DamagedFileError(AddressText(home) + " was moved to no address");
   const RowId landing = RowId::FromWord(LoadLittle<std::uint32_t>(bytes.data()));
-  const bool isLanding =
-      owned_.Contains(landing.page) && OwnPage(landing.page).State(landing.slot) == SlotState::Landing;
+  const bool isLanding = IsOwned(landing.page) && OwnPage(landing.page).State(landing.slot) == SlotState::Landing;
   if (!isLanding) throw DamagedFileError(AddressText(home) + " was moved to a place that does not hold it");
   return landing;
 }
@@ -143,6 +154,7 @@ PageNumber RowStore::NewPage() {
 }
 
 void RowStore::FreePage(PageNumber number) {
+  if (number == lastOwned_) lastOwned_ = 0;
   owned_.Remove(number);
   freeSpace_.Remove(number);
   freePages_.Free(number);

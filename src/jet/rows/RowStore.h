@@ -13,7 +13,7 @@ namespace mv::jet {
 class DataPageView;
 
 /// The rows of one table as bytes: finds and keeps them on the table's data pages. Knows nothing of columns and
-/// indexes. Keeps no state of its own, so a statement's Rollback needs no help. The work for one row does not grow with
+/// indexes. Keeps nothing that a statement's Rollback would have to take back. The work for one row does not grow with
 /// the table.
 ///
 /// A row's address is its identity and never changes. A row that has outgrown its page becomes a moved row: its home
@@ -47,6 +47,8 @@ class RowStore {
   enum class Where { Home, Landing };
 
   [[noreturn]] static void DamagedList(PageNumber number);
+  bool IsOwned(PageNumber number) const;
+  std::optional<PageNumber> LowestOwnedFrom(PageNumber number) const;
   DataPageView OwnPage(PageNumber number) const;
   std::optional<RowId> NextFrom(PageNumber page, std::size_t slot) const;
   void RequireLive(RowId row) const;
@@ -63,6 +65,10 @@ class RowStore {
   PageNumber tablePage_;
   UsageMap owned_;
   UsageMap freeSpace_;
+  /// The page that the map was asked about last and had, and how many changes had been undone by then: rows are met
+  /// page by page.
+  mutable PageNumber lastOwned_ = 0;
+  mutable std::uint64_t undoneThen_ = 0;
 };
 
 }  // namespace mv::jet

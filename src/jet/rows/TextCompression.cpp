@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/Ascii.h"
 #include "base/ByteOrder.h"
 #include "base/Utf.h"
 #include "jet/file/JetErrors.h"
@@ -22,10 +23,6 @@ bool IsNarrow(char16_t unit) {
 /// A zero low byte at the place where a unit starts would read as a switch.
 bool HasZeroLowByte(char16_t unit) {
   return (unit & 0xFF) == 0;
-}
-
-bool IsAscii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
 bool HasMark(ByteView stored) {
@@ -88,8 +85,22 @@ std::u16string Expand(ByteView runs) {
   return units;
 }
 
-bool IsNarrowAscii(ByteView runs) {
-  return std::all_of(runs.begin(), runs.end(), [](std::uint8_t byte) { return byte != kSwitch && byte < 0x80; });
+/// Of one narrow run without an end: each byte is a character.
+std::string NarrowText(std::string_view run) {
+  std::string text;
+  text.reserve(run.size() + run.size() / 8);
+  while (!run.empty()) {
+    const std::size_t plain = AsciiPrefix(run);
+    text += run.substr(0, plain);
+    if (plain == run.size()) break;
+    AppendUtf8(text, static_cast<unsigned char>(run[plain]));
+    run.remove_prefix(plain + 1);
+  }
+  return text;
+}
+
+bool IsNarrowAscii(std::string_view runs) {
+  return IsAscii(runs) && runs.find('\0') == runs.npos;
 }
 
 }  // namespace
@@ -103,8 +114,8 @@ Bytes EncodeText(std::u16string_view units, TextForm form) {
 }
 
 Bytes EncodeText(std::string_view text, TextForm form) {
-  const bool narrow = IsAscii(text) && text.find('\0') == std::string_view::npos;
-  if (!narrow || form == TextForm::Plain || text.size() < kFewestUnits) return EncodeText(Utf16FromUtf8(text), form);
+  if (!IsNarrowAscii(text) || form == TextForm::Plain || text.size() < kFewestUnits)
+    return EncodeText(Utf16FromUtf8(text), form);
   // From three characters on the two bytes of the mark are always made good.
   Bytes bytes(sizeof kMark + text.size());
   std::memcpy(bytes.data(), kMark, sizeof kMark);
@@ -123,9 +134,12 @@ std::u16string DecodeUnits(ByteView stored) {
 }
 
 std::string DecodeText(ByteView stored) {
-  if (HasMark(stored) && IsNarrowAscii(stored.subspan(sizeof kMark))) {
-    return std::string(stored.begin() + sizeof kMark, stored.end());
+  if (HasMark(stored)) {
+    const ByteView runs = stored.subspan(sizeof kMark);
+    const std::string_view narrow(reinterpret_cast<const char*>(runs.data()), runs.size());
+    if (narrow.find(static_cast<char>(kSwitch)) == narrow.npos) return NarrowText(narrow);
   }
+  if (!HasMark(stored) && stored.size() % kUnitSize == 0) return Utf8FromUtf16(stored);
   return Utf8FromUtf16(DecodeUnits(stored));
 }
 

@@ -30,7 +30,7 @@ std::string PathIn(const std::string& folder, const std::string& name) {
 void ExportTable(jet::Database& database, const std::string& name, const std::string& path,
                  platform::FileSystem& files) {
   StagedOutput output(files, path);
-  WriteRows(database, database.OpenTable(name), RowFormat::Csv, output.Stream());
+  WriteRows(database.OpenTable(name), RowFormat::Csv, output.Stream());
   output.Finish();
 }
 

@@ -46,7 +46,7 @@ void ShowDatabase(const Arguments& arguments, RowFormat format, ToolContext& con
   if (arguments.Count() < 2) throw UsageError("a database holds several tables: name the one to show");
   const auto database = jet::Database::Open(context.files, arguments.Operand(0), jet::PageFile::Mode::ReadOnly);
   const jet::Table& table = database->OpenTable(arguments.Operand(1));
-  if (!arguments.Has("--schema")) return WriteRows(*database, table, format, context.out);
+  if (!arguments.Has("--schema")) return WriteRows(table, format, context.out);
   JsonWriter writer;
   WriteTableSpec(writer, SpecOf(table.Definition()));
   context.out << writer.Result() << '\n';
