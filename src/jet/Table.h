@@ -115,6 +115,7 @@ class Table {
   void SetCell(Draft& draft, std::size_t column, Value& value) const;
   Draft EmptyDraft();
   Draft DraftOf(const RowLayout::Row& row);
+  void MoveOutLongValues(Draft& draft) const;
   void CheckSize(const Draft& draft) const;
   void CheckRules(const RowLayout::Row& oldRow, const std::vector<std::optional<Value>>& changed) const;
   Bytes FinishRow(Draft& draft);
