@@ -77,6 +77,9 @@ class IndexCheckTest : public ::testing::Test {
   static std::string At(PageNumber page, const std::string& text, const std::string& index = "PrimaryKey") {
     return "damage: table T, index " + index + ", page " + std::to_string(page) + ": " + text;
   }
+  static std::string Noted(PageNumber page, const std::string& text) {
+    return "note: table T, index PrimaryKey, page " + std::to_string(page) + ": " + text;
+  }
   /// The row whose entry is the first of the leaf.
   RowId FirstRowOf(PageNumber leaf) { return AddressOf(PageAt(leaf).At(0)); }
   static std::string Text(RowId row) { return std::to_string(row.page) + "/" + std::to_string(row.slot); }
@@ -138,14 +141,14 @@ TEST_F(IndexCheckTest, LevelBytes) {
   const PageNumber leaf = Leaves()[0];
   file_.Byte(leaf, kLevelAt) = 1;
   file_.Byte(Primary().root, kLevelAt) = 2;
-  EXPECT_EQ(Check(), (Lines{At(Primary().root, "the level byte is 2, but the page is on level 1"),
-                            At(leaf, "the level byte is 1, but the page is on level 0")}));
+  EXPECT_EQ(Check(), (Lines{Noted(Primary().root, "the level byte is 2, but the page is on level 1"),
+                            At(leaf, "the level byte of the leaf is 1")}));
 }
 
 TEST_F(IndexCheckTest, LeafWithTail) {
   const PageNumber leaf = Leaves()[0];
   file_.Set32(leaf, kTailAt, Leaves()[1]);
-  EXPECT_EQ(Check(), Lines{At(leaf, "the leaf has a tail child")});
+  EXPECT_EQ(Check(), Lines{Noted(leaf, "the leaf has a tail child")});
 }
 
 TEST_F(IndexCheckTest, LinksOfLeaves) {
@@ -158,7 +161,7 @@ TEST_F(IndexCheckTest, LinksOfLeaves) {
 
 TEST_F(IndexCheckTest, LinksOfNodes) {
   file_.Set32(Primary().root, kNextAt, 40);
-  EXPECT_EQ(Check(), Lines{At(Primary().root, "a neighbour of the node does not name it back")});
+  EXPECT_EQ(Check(), Lines{Noted(Primary().root, "a neighbour of the node does not name it back")});
 }
 
 TEST_F(IndexCheckTest, ChildMetTwice) {
@@ -214,7 +217,7 @@ TEST_F(IndexCheckTest, EmptyLeafBelowTheRoot) {
   for (std::size_t at = 0x1B; at < kEntriesAt; ++at) file_.Byte(leaf, at) = 0;
   file_.Set16(leaf, 0x18, 0);
   file_.Set16(leaf, 2, 3616);
-  EXPECT_THAT(Check(), ::testing::Contains(At(leaf, "the leaf is empty, but not the root")));
+  EXPECT_THAT(Check(), ::testing::Contains(Noted(leaf, "the leaf is empty, but not the root")));
 }
 
 TEST_F(IndexCheckTest, PrefixOfANodeIsNoted) {
