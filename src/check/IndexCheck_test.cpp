@@ -5,6 +5,7 @@
 #include "jet/definition/TableDefinition.h"
 #include "support/CheckWorld.h"
 #include "support/JetDatabase.h"
+#include "support/JetHabits.h"
 
 // Breaks one thing in the index of a database that is sound otherwise, and looks at what the check of the whole file
 // says.
@@ -359,6 +360,44 @@ TEST_F(IndexCheckTest, KeysOfAnotherSortOrderAreNotComparedAndNoted) {
                        ": the sort order 11040000 is not that of the file, 09040000",
                    "note: table T, index PrimaryKey: 600 keys were not compared with their rows: of their sort order, "
                    "characters or type no key can be built"}));
+}
+
+/// Texts with a sharp s, whose entries another writer has built.
+class KeysOfOtherRules : public ::testing::Test {
+ protected:
+  KeysOfOtherRules() : table_(database_.Add(Design())) {}
+
+  static JetTable Design() {
+    JetTable design = JetTable("T").Text("Name", 20);
+    design.Index("ByName", {"Name"});
+    return design;
+  }
+  /// The findings of a unique index over these texts.
+  Lines FindingsOf(const std::vector<std::string>& texts) {
+    for (const std::string& text : texts) table_.Insert({text});
+    mv::testing::CountLettersAsOne(database_->Pages(), table_, mv::testing::LettersAsOne::InAccents);
+    mv::testing::ChangeDefinition(database_->Pages(), table_, [&](Bytes& bytes) {
+      const mv::testing::DefinitionBlocks blocks(bytes, table_.Definition());
+      bytes[blocks.trees + jet::layout::index::kFlagsAt] |= 0x01;
+    });
+    Lines kinds = FindingsIn(database_.Image());
+    std::erase_if(kinds, [](const std::string& line) {
+      return line.ends_with("was built by another version of the engine's rules");
+    });
+    return kinds;
+  }
+
+  JetDatabase database_;
+  jet::Table& table_;
+};
+
+TEST_F(KeysOfOtherRules, SameBytesOfDifferentTextsAreNoDuplicates) {
+  EXPECT_EQ(FindingsOf({"\u00DF\u00E9", "s\u015Be", "\u00DF\u00E9-\u00E9"}), Lines());
+}
+
+TEST_F(KeysOfOtherRules, SameTextsAreDuplicatesThoughTheirBytesDiffer) {
+  EXPECT_EQ(FindingsOf({"\u00DF\u00E9", "ss\u00E9"}),
+            Lines{"damage: table T, index ByName: 1 rows have the key of another one, built by other rules"});
 }
 
 }  // namespace

@@ -337,7 +337,7 @@ void Table::CheckKey(std::size_t index, const IndexKey& key, std::optional<RowId
     throw ConstraintError(kNullKey + TableAnd(definition_, "index", definition_.IndexName(index)));
   }
   // Wholly null keys are never duplicates of each other.
-  if (data.IsUnique() && !key.allNull && trees_[index].Find(key.bytes, except)) {
+  if (data.IsUnique() && !key.allNull && HasKey(index, key, except)) {
     throw ConstraintError(kDuplicateKey + TableAnd(definition_, "index", definition_.IndexName(index)));
   }
 }
@@ -348,7 +348,7 @@ IndexKey Table::StoredKey(std::size_t index, const std::vector<Value>& values) c
   try {
     return KeyOf(definition_, definition_.indexData[index], values);
   } catch (const Error&) {
-    return {{}, false, false};
+    return {{}, false, false, 0};
   }
 }
 

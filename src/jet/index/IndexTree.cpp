@@ -279,6 +279,18 @@ std::vector<RowId> IndexTree::FindAll(ByteView key, std::size_t most) const {
   return rows;
 }
 
+std::vector<IndexTree::Entry> IndexTree::FindBeginning(ByteView beginning) const {
+  std::vector<Entry> entries;
+  const PageNumber leaf = PathTo(beginning).Leaf();
+  VisitEntries(leaf, View(leaf).LowerBound(beginning), [&](const EntryBytes& entry) {
+    const ByteView key = entry.Key();
+    const bool beginsSo = key.size() >= beginning.size() && std::equal(beginning.begin(), beginning.end(), key.begin());
+    if (beginsSo) entries.push_back({Bytes(key.begin(), key.end()), entry.Row()});
+    return beginsSo;
+  });
+  return entries;
+}
+
 bool IndexTree::FindByRow(RowId row, EntryBytes& found) const {
   bool isFound = false;
   VisitEntries(FirstLeaf(), 0, [&](const EntryBytes& entry) {

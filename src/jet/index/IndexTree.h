@@ -41,6 +41,8 @@ class IndexTree {
   std::optional<RowId> Find(ByteView key, std::optional<RowId> except = std::nullopt) const;
   /// The rows of all entries with exactly this key, ascending; at most the first `most`.
   std::vector<RowId> FindAll(ByteView key, std::size_t most = kAll) const;
+  /// All entries whose key begins so, in order.
+  std::vector<Entry> FindBeginning(ByteView beginning) const;
   /// All entries in order, following the leaf links; for checks and tests.
   std::vector<Entry> Entries() const;
 
