@@ -281,6 +281,32 @@ TEST_P(OtherWritersStorm, ReadsTheSameByAnotherReader) {
 INSTANTIATE_TEST_SUITE_P(Habits, OtherWritersStorm, ::testing::ValuesIn(Habits()),
                          [](const auto& habit) { return std::string(habit.param.name); });
 
+TEST(OtherWriters, RowWithLongValuesInsideGrowsBecauseTheyMoveOut) {
+  testing::JetDatabase database;
+  Table& table = database.Add(JetTable("T")
+                                  .Text("NAME", 200)
+                                  .Column("NOTES", ColumnType::Memo)
+                                  .Column("PIC", ColumnType::Ole)
+                                  .PrimaryKey("NAME"));
+  const Value notes = std::string(1500, 'n');
+  const Value picture = Bytes(900, 7);
+  const RowId row = table.Insert({std::string("a"), notes, picture});
+  testing::LongInline(3900).Apply(database->Pages(), table);
+  const auto image = [&] { return testing::ReportOf(database.Image()); };
+  ASSERT_GT(image().notes, 1u) << "the values are not in the row";
+  const std::size_t column = 0;
+  const Value same = std::string("b");
+  table.Update(row, {&column, 1}, {&same, 1});
+  EXPECT_GT(image().notes, 1u) << "a row that has room keeps its values inside";
+  std::string name;
+  for (int i = 0; i < 200; ++i) name += "\u0436";
+  const Value longer = name;
+  table.Update(row, {&column, 1}, {&longer, 1});
+  EXPECT_EQ(table.ReadRow(row), (std::vector<Value>{longer, notes, picture}));
+  EXPECT_TRUE(image().IsSound());
+  EXPECT_EQ(image().notes, 1u) << "only the longest goes";
+}
+
 /// What a row holds, as far as it can be told apart.
 using RowValues = std::map<RowId, std::vector<Value>>;
 

@@ -188,8 +188,8 @@ class TreeShaper {
     std::sort(all.begin(), all.end());
     std::vector<Child> level = StoreLeaves(all);
     std::size_t extra = shape_.extraLevels;
-    for (std::uint8_t number = 1; level.size() > 1 || extra > 0; ++number) {
-      if (level.size() == 1) --extra;
+    for (std::uint8_t number = 1; level.front().page != index_.root; ++number) {
+      if (level.size() == 1 && extra > 0) --extra;
       level = StoreNodes(level, number, level.size() <= shape_.mostChildren && extra == 0);
     }
   }
@@ -201,6 +201,8 @@ class TreeShaper {
     Bytes bound;  ///< what follows begins here; empty for the last child
   };
   using Groups = std::vector<std::vector<Bytes>>;
+
+  static constexpr std::size_t kKeptOfNodes = jet::kChildSize + 1;  ///< bytes of each entry that no prefix has
 
   void FreeOldPages() {
     jet::UsageMap map(file_, index_.map);
@@ -271,27 +273,41 @@ class TreeShaper {
     return leaves;
   }
 
-  std::vector<Child> StoreNodes(const std::vector<Child>& children, std::uint8_t level, bool isRoot) {
+  std::vector<Child> StoreNodes(const std::vector<Child>& children, std::uint8_t level, bool mayBeRoot) {
+    const bool isRoot = mayBeRoot && Fits(NodeEntries(children, 0, children.size()));
     std::vector<Child> nodes;
     for (std::size_t at = 0; at < children.size();) {
       std::size_t count = std::min(children.size() - at, 1 + random_() % shape_.mostChildren);
       if (isRoot) count = children.size();
-      nodes.push_back(
-          {isRoot ? index_.root : NewPage(), children[at + count - 1].last, children[at + count - 1].bound});
-      std::vector<Bytes> entries;
-      for (std::size_t i = at; i < at + count - (shape_.tails ? 1 : 0); ++i) {
-        Bytes entry = children[i].last;
-        entry.resize(entry.size() + jet::kChildSize);
-        StoreBig(entry.data() + entry.size() - jet::kChildSize, static_cast<std::uint32_t>(children[i].page));
-        entries.push_back(std::move(entry));
-      }
-      jet::Page& page = Write(nodes.back().page, jet::PageKind::IndexNode, entries, shape_.nodePrefix, 5);
+      while (!Fits(NodeEntries(children, at, count))) --count;
+      const Child& last = children[at + count - 1];
+      nodes.push_back({isRoot ? index_.root : NewPage(), last.last, last.bound});
+      const std::vector<Bytes> entries = NodeEntries(children, at, count);
+      jet::Page& page = Write(nodes.back().page, jet::PageKind::IndexNode, entries, shape_.nodePrefix, kKeptOfNodes);
       page[jet::kIndexLevelOffset] = shape_.nodeLevel.value_or(level);
-      if (shape_.tails) SetWord(page, jet::kIndexTailOffset, children[at + count - 1].page);
+      if (shape_.tails) SetWord(page, jet::kIndexTailOffset, last.page);
       if (level > 1) LinkChildren(children, at, count);
       at += count;
     }
     return nodes;
+  }
+
+  std::vector<Bytes> NodeEntries(const std::vector<Child>& children, std::size_t at, std::size_t count) const {
+    std::vector<Bytes> entries;
+    for (std::size_t i = at; i < at + count - (shape_.tails ? 1 : 0); ++i) {
+      Bytes entry = children[i].last;
+      entry.resize(entry.size() + jet::kChildSize);
+      StoreBig(entry.data() + entry.size() - jet::kChildSize, static_cast<std::uint32_t>(children[i].page));
+      entries.push_back(std::move(entry));
+    }
+    return entries;
+  }
+
+  bool Fits(const std::vector<Bytes>& entries) const {
+    std::size_t size = 0;
+    for (const Bytes& entry : entries) size += entry.size();
+    if (entries.size() < 2) return true;
+    return size - PrefixOf(entries, shape_.nodePrefix, kKeptOfNodes) * (entries.size() - 1) <= jet::kEntryAreaSize;
   }
 
   /// Nodes that became children of one parent.
@@ -321,10 +337,14 @@ class TreeShaper {
     return shared;
   }
 
+  static std::size_t PrefixOf(const std::vector<Bytes>& entries, TreeShape::Prefix prefix, std::size_t kept) {
+    if (prefix == TreeShape::Prefix::None) return 0;
+    return prefix == TreeShape::Prefix::Short ? Shared(entries, kept) / 2 : Shared(entries, kept);
+  }
+
   jet::Page& Write(jet::PageNumber number, jet::PageKind kind, const std::vector<Bytes>& entries,
                    TreeShape::Prefix prefixes, std::size_t kept) {
-    std::size_t prefix = prefixes == TreeShape::Prefix::None ? 0 : Shared(entries, kept);
-    if (prefixes == TreeShape::Prefix::Short) prefix /= 2;
+    const std::size_t prefix = PrefixOf(entries, prefixes, kept);
     jet::Page& page = file_.Write(number);
     page.fill(0);
     jet::SetKind(page, kind);
