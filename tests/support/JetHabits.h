@@ -319,7 +319,8 @@ class TreeShaper {
       const bool hasPrevious = i > (isWhole ? 0 : first);
       const bool hasNext = i + 1 < (isWhole ? level.size() : first + count);
       if (shape_.nodeLinks == Links::Nowhere) {
-        SetWord(page, jet::kIndexNextOffset, level[0].page);
+        SetWord(page, jet::kIndexPreviousOffset, level.back().page);
+        SetWord(page, jet::kIndexNextOffset, level.front().page);
       } else if (shape_.nodeLinks != Links::None) {
         SetWord(page, jet::kIndexPreviousOffset, hasPrevious ? level[i - 1].page : 0);
         SetWord(page, jet::kIndexNextOffset, hasNext ? level[i + 1].page : 0);
