@@ -574,18 +574,23 @@ class TreesOfOthers : public IndexTreeTest {
     return key;
   }
 
+  Bytes KeyOf(int number) const { return isWide_ ? WideKey(number, kWide) : KeyWithLateDifference(number); }
+
   void Build(const mv::testing::TreeShape& shape) {
     for (int i = 0; i < kKeys; i += 2) Insert(i);
+    Reshape(shape);
+  }
+  void Reshape(const mv::testing::TreeShape& shape) {
     TableDefinition table;
     table.page = kTable;
     mv::testing::TreeShaper(storage_.File(), table, index_, 1).Reshape(shape);
   }
   void Insert(int number) {
-    tree_->Insert(KeyWithLateDifference(number), RowOf(number));
+    tree_->Insert(KeyOf(number), RowOf(number));
     there_.insert(number);
   }
   void Remove(int number) {
-    EXPECT_TRUE(tree_->Remove(KeyWithLateDifference(number), RowOf(number)));
+    EXPECT_TRUE(tree_->Remove(KeyOf(number), RowOf(number)));
     there_.erase(number);
   }
   void ExpectAllThere() {
@@ -594,11 +599,30 @@ class TreesOfOthers : public IndexTreeTest {
     std::vector<RowId> expected;
     for (const int number : there_) expected.push_back(RowOf(number));
     EXPECT_EQ(rows, expected);
-    for (const int number : there_) ASSERT_EQ(tree_->Find(KeyWithLateDifference(number)), RowOf(number));
+    for (const int number : there_) ASSERT_EQ(tree_->Find(KeyOf(number)), RowOf(number));
   }
 
+  bool isWide_ = false;
   std::set<int> there_;
 };
+
+TEST_F(TreesOfOthers, NodeThatIsFullByItsPrefixTakesAnEntryThatDoesNotShareIt) {
+  for (int i = 300; i < 540; ++i) Insert(i);
+  Reshape({.mostEntries = 1, .mostChildren = 240, .nodePrefix = mv::testing::TreeShape::Prefix::Longest});
+  for (int i = 0; i < 300; ++i) Insert(i);
+  ExpectAllThere();
+  while (!there_.empty()) Remove(*there_.rbegin());
+  EXPECT_EQ(UsageMap(storage_.File(), index_.map).Pages(), std::vector<PageNumber>{index_.root});
+}
+
+TEST_F(TreesOfOthers, LevelsAreCountedFromTheLeavesWhateverTheirBytesSay) {
+  isWide_ = true;
+  Build({.mostEntries = 4, .mostChildren = 5, .nodeLevel = 0});
+  for (int i = 1; i < kKeys; i += 2) Insert(i);
+  ExpectAllThere();
+  while (there_.size() > 3) Remove(*there_.begin());
+  ExpectAllThere();
+}
 
 TEST_F(TreesOfOthers, NodesWithAPrefixAreSplitAndJoined) {
   Build({.mostEntries = 4,
