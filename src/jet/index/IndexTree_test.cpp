@@ -617,8 +617,11 @@ TEST_F(TreesOfOthers, NodeThatIsFullByItsPrefixTakesAnEntryThatDoesNotShareIt) {
 
 TEST_F(TreesOfOthers, LevelsAreCountedFromTheLeavesWhateverTheirBytesSay) {
   isWide_ = true;
-  Build({.mostEntries = 4, .mostChildren = 5, .nodeLevel = 0});
-  for (int i = 1; i < kKeys; i += 2) Insert(i);
+  for (int i = 0; i < kKeys; i += 8) Insert(i);
+  Reshape({.mostEntries = 4, .mostChildren = 5, .nodeLevel = 0});
+  for (int i = 0; i < kKeys; ++i) {
+    if (i % 8 != 0) Insert(i);
+  }
   ExpectAllThere();
   while (there_.size() > 3) Remove(*there_.begin());
   ExpectAllThere();
