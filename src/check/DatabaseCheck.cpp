@@ -111,7 +111,9 @@ class Checker {
     const std::size_t damagesBefore = findings_.Damages();
     std::optional<std::vector<PageNumber>> leaves = IndexTreeCheck(context_, maps_, definition, index).Run();
     if (!leaves) return;
-    IndexEntryCheck(context_, definition, index, *leaves).Run();
+    IndexEntryCheck entries(context_, definition, index, *leaves);
+    entries.Run();
+    index.keysOfOtherRules = entries.KeysOfOtherRules();
     index.leaves = std::move(*leaves);
     index.sound = findings_.Damages() == damagesBefore;
   }

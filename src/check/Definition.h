@@ -78,6 +78,8 @@ struct Index {
   std::uint8_t flags = 0;
   bool isPrimary = false;  ///< one of its logical indexes is the primary key
 
+  /// Found out by checks: keys of rows whose entries are built by other rules than ours, ascending.
+  std::vector<Bytes> keysOfOtherRules;
   /// Found out by checks: the leaves in order, when the tree and its entries are sound.
   std::vector<PageNumber> leaves;
   bool sound = false;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/Utf.h"
@@ -97,15 +98,23 @@ class Checker {
     }
   }
 
+  /// Some writers leave the tags 0; any other number shows that a block is none.
   void CheckTags() {
-    const auto lacksTag = [](const auto& block) { return block.tag != kTag; };
-    if (definition_.tag != kTag || std::any_of(definition_.columns.begin(), definition_.columns.end(), lacksTag) ||
-        std::any_of(definition_.logicalIndexes.begin(), definition_.logicalIndexes.end(), lacksTag)) {
-      Note(Kind::Definition, place_, "the head, a column block or an index block lacks its tag");
-    }
-    const auto lacksIndexTag = [](const Index& index) { return index.tag != kIndexTag; };
-    if (std::any_of(definition_.indexes.begin(), definition_.indexes.end(), lacksIndexTag)) {
-      Note(Kind::Definition, place_, "an index data block lacks its tag");
+    std::vector<std::uint32_t> tags = {definition_.tag};
+    for (const Column& column : definition_.columns) tags.push_back(column.tag);
+    for (const LogicalIndex& index : definition_.logicalIndexes) tags.push_back(index.tag);
+    CheckTags(tags, kTag, "the head, a column block or an index block");
+    std::vector<std::uint32_t> indexTags;
+    for (const Index& index : definition_.indexes) indexTags.push_back(index.tag);
+    CheckTags(indexTags, kIndexTag, "an index data block");
+  }
+
+  void CheckTags(const std::vector<std::uint32_t>& tags, std::uint32_t right, std::string_view what) {
+    const auto isOther = [right](std::uint32_t tag) { return tag != right && tag != 0; };
+    if (const auto other = std::find_if(tags.begin(), tags.end(), isOther); other != tags.end()) {
+      Damage(Kind::Definition, place_, what, " has the tag ", *other, ", not ", right);
+    } else if (std::find(tags.begin(), tags.end(), 0u) != tags.end()) {
+      Note(Kind::Definition, place_, what, " lacks its tag");
     }
   }
 

@@ -120,8 +120,11 @@ TEST_F(DefinitionTest, FreeSpaceWordCountsTheReserveAsUsed) {
 }
 
 TEST_F(DefinitionTest, TagsOfAllBlocks) {
-  file_.Set32(kPage, 12, 1);
+  file_.Set32(kPage, 12, 0);
   EXPECT_EQ(Check(), Lines{"note: table T, page 16: the head, a column block or an index block lacks its tag"});
+  file_.Set32(kPage, 12, 1);
+  EXPECT_EQ(Check(),
+            Lines{"damage: table T, page 16: the head, a column block or an index block has the tag 1, not 1625"});
 }
 
 /// A definition that was read, to be changed part by part.
@@ -164,8 +167,10 @@ TEST_F(DefinitionCheckTest, SecondPageHas4088Bytes) {
 }
 
 TEST_F(DefinitionCheckTest, IndexTag) {
-  definition_->indexes[1].tag = 0x659;
+  definition_->indexes[1].tag = 0;
   EXPECT_EQ(Judge(), Lines{"note: table T, page 16: an index data block lacks its tag"});
+  definition_->indexes[1].tag = 0x659;
+  EXPECT_EQ(Judge(), Lines{"damage: table T, page 16: an index data block has the tag 1625, not 1923"});
 }
 
 TEST_F(DefinitionCheckTest, ColumnIdsAreUniqueAndBelowTheNext) {

@@ -5,6 +5,7 @@
 #include "jet/definition/TableDefinition.h"
 #include "support/CheckWorld.h"
 #include "support/JetDatabase.h"
+#include "support/JetHabits.h"
 
 // Breaks one thing in the index of a database that is sound otherwise, and looks at what the check of the whole file
 // says.
@@ -77,6 +78,9 @@ class IndexCheckTest : public ::testing::Test {
   static std::string At(PageNumber page, const std::string& text, const std::string& index = "PrimaryKey") {
     return "damage: table T, index " + index + ", page " + std::to_string(page) + ": " + text;
   }
+  static std::string Noted(PageNumber page, const std::string& text) {
+    return "note: table T, index PrimaryKey, page " + std::to_string(page) + ": " + text;
+  }
   /// The row whose entry is the first of the leaf.
   RowId FirstRowOf(PageNumber leaf) { return AddressOf(PageAt(leaf).At(0)); }
   static std::string Text(RowId row) { return std::to_string(row.page) + "/" + std::to_string(row.slot); }
@@ -138,14 +142,14 @@ TEST_F(IndexCheckTest, LevelBytes) {
   const PageNumber leaf = Leaves()[0];
   file_.Byte(leaf, kLevelAt) = 1;
   file_.Byte(Primary().root, kLevelAt) = 2;
-  EXPECT_EQ(Check(), (Lines{At(Primary().root, "the level byte is 2, but the page is on level 1"),
-                            At(leaf, "the level byte is 1, but the page is on level 0")}));
+  EXPECT_EQ(Check(), (Lines{Noted(Primary().root, "the level byte is 2, but the page is on level 1"),
+                            At(leaf, "the level byte of the leaf is 1")}));
 }
 
 TEST_F(IndexCheckTest, LeafWithTail) {
   const PageNumber leaf = Leaves()[0];
   file_.Set32(leaf, kTailAt, Leaves()[1]);
-  EXPECT_EQ(Check(), Lines{At(leaf, "the leaf has a tail child")});
+  EXPECT_EQ(Check(), Lines{Noted(leaf, "the leaf has a tail child")});
 }
 
 TEST_F(IndexCheckTest, LinksOfLeaves) {
@@ -158,7 +162,7 @@ TEST_F(IndexCheckTest, LinksOfLeaves) {
 
 TEST_F(IndexCheckTest, LinksOfNodes) {
   file_.Set32(Primary().root, kNextAt, 40);
-  EXPECT_EQ(Check(), Lines{At(Primary().root, "a neighbour of the node does not name it back")});
+  EXPECT_EQ(Check(), Lines{Noted(Primary().root, "a neighbour of the node does not name it back")});
 }
 
 TEST_F(IndexCheckTest, ChildMetTwice) {
@@ -214,7 +218,7 @@ TEST_F(IndexCheckTest, EmptyLeafBelowTheRoot) {
   for (std::size_t at = 0x1B; at < kEntriesAt; ++at) file_.Byte(leaf, at) = 0;
   file_.Set16(leaf, 0x18, 0);
   file_.Set16(leaf, 2, 3616);
-  EXPECT_THAT(Check(), ::testing::Contains(At(leaf, "the leaf is empty, but not the root")));
+  EXPECT_THAT(Check(), ::testing::Contains(Noted(leaf, "the leaf is empty, but not the root")));
 }
 
 TEST_F(IndexCheckTest, PrefixOfANodeIsNoted) {
@@ -356,6 +360,44 @@ TEST_F(IndexCheckTest, KeysOfAnotherSortOrderAreNotComparedAndNoted) {
                        ": the sort order 11040000 is not that of the file, 09040000",
                    "note: table T, index PrimaryKey: 600 keys were not compared with their rows: of their sort order, "
                    "characters or type no key can be built"}));
+}
+
+/// Texts with a sharp s, whose entries another writer has built.
+class KeysOfOtherRules : public ::testing::Test {
+ protected:
+  KeysOfOtherRules() : table_(database_.Add(Design())) {}
+
+  static JetTable Design() {
+    JetTable design = JetTable("T").Text("Name", 20);
+    design.Index("ByName", {"Name"});
+    return design;
+  }
+  /// The findings of a unique index over these texts.
+  Lines FindingsOf(const std::vector<std::string>& texts) {
+    for (const std::string& text : texts) table_.Insert({text});
+    mv::testing::CountLettersAsOne(database_->Pages(), table_, mv::testing::LettersAsOne::InAccents);
+    mv::testing::ChangeDefinition(database_->Pages(), table_, [&](Bytes& bytes) {
+      const mv::testing::DefinitionBlocks blocks(bytes, table_.Definition());
+      bytes[blocks.trees + jet::layout::index::kFlagsAt] |= 0x01;
+    });
+    Lines kinds = FindingsIn(database_.Image());
+    std::erase_if(kinds, [](const std::string& line) {
+      return line.ends_with("was built by another version of the engine's rules");
+    });
+    return kinds;
+  }
+
+  JetDatabase database_;
+  jet::Table& table_;
+};
+
+TEST_F(KeysOfOtherRules, SameBytesOfDifferentTextsAreNoDuplicates) {
+  EXPECT_EQ(FindingsOf({"\u00DF\u00E9", "s\u015Be", "\u00DF\u00E9-\u00E9"}), Lines());
+}
+
+TEST_F(KeysOfOtherRules, SameTextsAreDuplicatesThoughTheirBytesDiffer) {
+  EXPECT_EQ(FindingsOf({"\u00DF\u00E9", "ss\u00E9"}),
+            Lines{"damage: table T, index ByName: 1 rows have the key of another one, built by other rules"});
 }
 
 }  // namespace

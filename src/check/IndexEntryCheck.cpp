@@ -1,5 +1,7 @@
 #include "check/IndexEntryCheck.h"
 
+#include <algorithm>
+
 namespace mv::check {
 
 IndexEntryCheck::IndexEntryCheck(Context& context, const Definition& definition, const Index& index,
@@ -25,6 +27,8 @@ void IndexEntryCheck::Run() {
         " keys were not compared with their rows: of their sort order, characters or type no key can "
         "be built");
   }
+  std::sort(otherKeys_.begin(), otherKeys_.end());
+  if (index_.IsUnique()) CheckUniqueAcrossRules();
   CheckRowsWithoutEntry();
 }
 
@@ -34,9 +38,10 @@ void IndexEntryCheck::CheckEntry(const Entry& entry, const Place& place) {
   std::swap(previous_, now);
   const RowId home = AddressOf(entry);
   if (!TakeRow(home, place) || context_.rows.MarkOf(home) == Mark::Damaged || !index_.HasColumns()) return;
+  isOther_ = false;
   CheckKey(entry, home, place);
-  previous_.countsAsUnique = !key_.allNull;
-  if (!index_.IsUnique() || !now.countsAsUnique || key_.allNull) return;
+  previous_.countsAsUnique = !key_.allNull && !isOther_;
+  if (!index_.IsUnique() || !now.countsAsUnique || !previous_.countsAsUnique) return;
   if (Compare(now.entry.Without(kAddressSize), entry.Without(kAddressSize)) == 0) {
     context_.findings.Damage(Kind::Unique, place, "rows ", AddressOf(now.entry), " and ", home, " have the same key ",
                              Hex{entry.Without(kAddressSize).Copy()});
@@ -86,17 +91,46 @@ void IndexEntryCheck::CheckKey(const Entry& entry, RowId home, const Place& plac
 void IndexEntryCheck::CompareKey(const Entry& stored, const Row& row, RowId home, const Place& place) {
   ++context_.report.keysRebuilt;
   if (stored.Equals(key_.bytes)) return;
-  const bool allNull = key_.allNull;
-  const Bytes usual = key_.bytes;
-  builder_.Build(index_, row, KeyBuilder::Style::Other, key_);
-  const bool isOther = key_.known && stored.Equals(key_.bytes);
-  key_.allNull = allNull;
-  if (isOther) {
+  const KeyBuilder::Key usual = key_;
+  isOther_ = IsOfOtherRules(stored, row);
+  key_ = usual;
+  if (isOther_) {
     context_.findings.Note(Kind::IndexKey, place, "the key of row ", home,
                            " was built by another version of the engine's rules");
+    if (!usual.allNull) otherKeys_.push_back(usual.bytes);
   } else {
     context_.findings.Damage(Kind::IndexKey, place, "the key of row ", home, " is ", Hex{stored.Copy()},
-                             ", but its values make ", Hex{usual});
+                             ", but its values make ", Hex{usual.bytes});
+  }
+}
+
+bool IndexEntryCheck::IsOfOtherRules(const Entry& stored, const Row& row) {
+  for (const auto style : {KeyBuilder::Style::Other, KeyBuilder::Style::OtherAccents}) {
+    builder_.Build(index_, row, style, key_);
+    if (key_.known && stored.Equals(key_.bytes)) return true;
+  }
+  return false;
+}
+
+/// Entries of one key that were built by different rules do not stand side by side.
+void IndexEntryCheck::CheckUniqueAcrossRules() {
+  if (otherKeys_.empty()) return;
+  std::size_t duplicates = 0;
+  for (std::size_t i = 1; i < otherKeys_.size(); ++i) duplicates += otherKeys_[i] == otherKeys_[i - 1] ? 1 : 0;
+  for (const PageNumber leaf : leaves_) {
+    page_.Read(context_.pages.At(leaf));
+    for (std::size_t i = 0; i < page_.Count(); ++i) {
+      const Entry entry = page_.At(i);
+      const Bytes key = entry.Without(kAddressSize).Copy();
+      const RowId home = AddressOf(entry);
+      if (!std::binary_search(otherKeys_.begin(), otherKeys_.end(), key) || !IsRow(home)) continue;
+      builder_.Build(index_, reader_.At(context_.rows, home), KeyBuilder::Style::Usual, key_);
+      if (key_.bytes == key) ++duplicates;
+    }
+  }
+  if (duplicates != 0) {
+    context_.findings.Damage(Kind::Unique, place_, duplicates,
+                             " rows have the key of another one, built by other rules");
   }
 }
 
@@ -109,6 +143,12 @@ void IndexEntryCheck::CheckRowsWithoutEntry() {
       context_.findings.Damage(Kind::IndexEntry, place_.AtRow(row), "the row has no entry in the index");
     }
   }
+}
+
+/// Whether a sound row of the table is there.
+bool IndexEntryCheck::IsRow(RowId row) const {
+  return context_.pages.Has(row.page) && context_.owners.OwnerOf(row.page) == definition_.rowsOwner &&
+         context_.rows.Has(row) && context_.rows.MarkOf(row) == Mark::Row;
 }
 
 bool IndexEntryCheck::MayLackEntry(RowId home) {

@@ -18,12 +18,15 @@ class IndexEntryCheck {
                   const std::vector<PageNumber>& leaves);
   void Run();
 
+  /// The keys by the usual rules of rows whose entries were built by others, ascending.
+  const std::vector<Bytes>& KeysOfOtherRules() const { return otherKeys_; }
+
  private:
   /// What is remembered of the entry before: views into its page.
   struct Previous {
     bool exists = false;
     Entry entry;
-    bool countsAsUnique = false;  ///< its row is known and not all null
+    bool countsAsUnique = false;  ///< its row is known and not all null, its key is by the usual rules
   };
 
   void CheckEntry(const Entry& entry, const Place& place);
@@ -31,6 +34,9 @@ class IndexEntryCheck {
   bool TakeRow(RowId row, const Place& place);
   void CheckKey(const Entry& entry, RowId home, const Place& place);
   void CompareKey(const Entry& stored, const Row& row, RowId home, const Place& place);
+  bool IsOfOtherRules(const Entry& stored, const Row& row);
+  void CheckUniqueAcrossRules();
+  bool IsRow(RowId row) const;
   void CheckRowsWithoutEntry();
   bool MayLackEntry(RowId home);
 
@@ -45,6 +51,8 @@ class IndexEntryCheck {
   IndexPage page_;
   std::vector<bool> seen_;  ///< by slot number from definition_.firstRowNumber on
   Previous previous_;
+  std::vector<Bytes> otherKeys_;
+  bool isOther_ = false;  ///< the entry under check was built by other rules
   bool isUnique_ = false;
   std::size_t unknownKeys_ = 0;
 };

@@ -97,9 +97,9 @@ void IndexTreeCheck::CheckHead(const Place& place) {
 void IndexTreeCheck::CheckLeaf(PageNumber number) {
   Findings& findings = context_.findings;
   const Place place = place_.OnPage(number);
-  if (page_.Tail() != 0) findings.Damage(Kind::IndexPage, place, "the leaf has a tail child");
+  if (page_.Tail() != 0) findings.Note(Kind::IndexPage, place, "the leaf has a tail child");
   if (page_.Count() == 0 && number != index_.root) {
-    findings.Damage(Kind::IndexPage, place, "the leaf is empty, but not the root");
+    findings.Note(Kind::IndexPage, place, "the leaf is empty, but not the root");
   }
 }
 
@@ -142,8 +142,13 @@ void IndexTreeCheck::CheckLevelBytes() {
     for (const PageNumber number : levels_[depth]) {
       page_.Read(context_.pages.At(number));
       if (page_.Level() == level) continue;
-      context_.findings.Damage(Kind::IndexPage, place_.OnPage(number), "the level byte is ", page_.Level(),
+      const Place place = place_.OnPage(number);
+      if (page_.IsLeaf()) {
+        context_.findings.Damage(Kind::IndexPage, place, "the level byte of the leaf is ", page_.Level());
+      } else {
+        context_.findings.Note(Kind::IndexPage, place, "the level byte is ", page_.Level(),
                                ", but the page is on level ", level);
+      }
     }
   }
 }
@@ -160,7 +165,7 @@ void IndexTreeCheck::CheckLeafLinks() {
   }
 }
 
-/// Nodes may have neighbours, which then are nodes of the same level and name them back.
+/// Nodes may have neighbours, which then are nodes of the same level and name them back. Nobody follows these links.
 void IndexTreeCheck::CheckNodeLinks() {
   for (std::size_t depth = 0; depth + 1 < levels_.size(); ++depth) {
     const Level& nodes = levels_[depth];
@@ -175,7 +180,7 @@ void IndexTreeCheck::CheckNodeLinks() {
         return (isNext ? leaf_.Previous() : leaf_.Next()) == number;
       };
       if (namesBack(page_.Previous(), false) && namesBack(page_.Next(), true)) continue;
-      context_.findings.Damage(Kind::IndexPage, place_.OnPage(number), "a neighbour of the node does not name it back");
+      context_.findings.Note(Kind::IndexPage, place_.OnPage(number), "a neighbour of the node does not name it back");
     }
   }
 }

@@ -70,7 +70,7 @@ void AppendGuid(Bytes& key, ByteView value, bool ascending) {
 void AppendDecimal(Bytes& key, ByteView value, bool ascending, KeyBuilder::Style style) {
   const bool negative = (value[0] & kTopBit) != 0;
   key.push_back(negative ? 0x00 : 0xFF);
-  if (!ascending && style == KeyBuilder::Style::Other) key.back() = static_cast<std::uint8_t>(~key.back());
+  if (!ascending && style != KeyBuilder::Style::Usual) key.back() = static_cast<std::uint8_t>(~key.back());
   const std::size_t from = key.size();
   for (std::size_t word = 1; word < value.size(); word += 4) AppendReversed(key, value.subspan(word, 4));
   if (negative == ascending) InvertFrom(key, from);
@@ -86,15 +86,28 @@ char16_t FirstLetterOf(char16_t unit) {
   return unit;
 }
 
-/// The usual primary weights, and behind them what a text has in which such characters are their first letters.
-bool AppendOtherTextKey(Bytes& key, std::u16string units) {
-  const std::size_t from = key.size();
-  if (jet::AppendTextKey(key, units)) return false;
-  key.erase(std::find(key.begin() + static_cast<std::ptrdiff_t>(from), key.end(), kPrimaryEnd), key.end());
+/// Where the primary weights of a text key end, and where the accents behind them do.
+Bytes::iterator EndOfPrimary(Bytes& key, Bytes::iterator from) {
+  return std::find(from, key.end(), kPrimaryEnd);
+}
+Bytes::iterator EndOfAccents(Bytes& key, Bytes::iterator from) {
+  const auto primaryEnd = EndOfPrimary(key, from);
+  if (primaryEnd == key.end()) return primaryEnd;
+  return std::find_if(primaryEnd + 1, key.end(), [](std::uint8_t byte) { return byte <= kPrimaryEnd; });
+}
+
+/// The usual primary weights, and behind them what a text has in which such characters are their first letters; of that
+/// only the accents in the style OtherAccents.
+bool AppendOtherTextKey(Bytes& key, std::u16string units, KeyBuilder::Style style) {
+  Bytes usual;
+  if (jet::AppendTextKey(usual, units)) return false;
   std::transform(units.begin(), units.end(), units.begin(), FirstLetterOf);
   Bytes other;
   if (jet::AppendTextKey(other, units)) return false;
-  key.insert(key.end(), std::find(other.begin(), other.end(), kPrimaryEnd), other.end());
+  key.insert(key.end(), usual.begin(), EndOfPrimary(usual, usual.begin()));
+  key.insert(key.end(), EndOfPrimary(other, other.begin()), EndOfAccents(other, other.begin()));
+  Bytes& rest = style == KeyBuilder::Style::OtherAccents ? usual : other;
+  key.insert(key.end(), EndOfAccents(rest, rest.begin()), rest.end());
   return true;
 }
 
@@ -176,8 +189,8 @@ bool KeyBuilder::AppendText(Bytes& key, const Column& column, ByteView value, bo
   }
   if (!DecodeStoredText(value, units_)) return false;
   const std::size_t from = key.size();
-  if (style == Style::Other) {
-    if (!AppendOtherTextKey(key, units_)) return false;
+  if (style != Style::Usual) {
+    if (!AppendOtherTextKey(key, units_, style)) return false;
   } else if (jet::AppendTextKey(key, units_)) {
     return false;
   }

@@ -24,8 +24,9 @@ namespace mv::check {
 class KeyBuilder {
  public:
   /// Engines differ in two points, for which there is no telling who is right: whether letters such as the sharp s
-  /// count once or twice behind the primary weights, and whether a descending Decimal inverts its sign byte.
-  enum class Style : std::uint8_t { Usual, Other };
+  /// count once or twice behind the primary weights (in all of what follows or in the accents only), and whether a
+  /// descending Decimal inverts its sign byte.
+  enum class Style : std::uint8_t { Usual, Other, OtherAccents };
 
   KeyBuilder(Context& context, const Definition& definition);
 

@@ -148,9 +148,11 @@ bool LongValues::CheckChain(const Column& column, const Value& value, const Plac
     }
     if (at == value.first) {
       const std::uint32_t stamp = context_.rows.StampOf(at.page);
-      if (stamp == 0 || stamp != value.stamp) {
+      if (stamp != value.stamp) {
         findings.Damage(Kind::LongValue, place, "the value has the stamp ", value.stamp, ", its first page ", at.page,
                         " has ", stamp);
+      } else if (stamp == 0) {
+        findings.Note(Kind::LongValue, place, "the chain has no stamp");
       }
     } else {
       NotesStamp(at, place);

@@ -204,12 +204,17 @@ TEST_F(LongValuesTest, PartThatIsNotAlone) {
   EXPECT_EQ(Check(Chain()), Lines{Note("the part of the chain at 4/0 is not alone on its page")});
 }
 
-TEST_F(LongValuesTest, StampOfAChainIsThatOfItsFirstPageAndNot0) {
+TEST_F(LongValuesTest, StampOfAChainIsThatOfItsFirstPage) {
   EXPECT_EQ(Check(Descriptor(kChain, kChainLength, {2, 0}, kStamp + 1)),
             Lines{Damage("the value has the stamp 4661, its first page 2 has 4660")});
-  file_.Set32(2, 8, 0);
   EXPECT_EQ(Check(Descriptor(kChain, kChainLength, {2, 0}, 0)),
-            Lines{Damage("the value has the stamp 0, its first page 2 has 0")});
+            Lines{Damage("the value has the stamp 0, its first page 2 has 4660")});
+}
+
+TEST_F(LongValuesTest, ChainWithoutStampIsNoted) {
+  file_.Set32(2, 8, 0);
+  EXPECT_EQ(Check(Descriptor(kChain, kChainLength, {2, 0}, 0)), Lines{Note("the chain has no stamp")});
+  EXPECT_TRUE(readable_);
 }
 
 TEST_F(LongValuesTest, StampsElsewhereAreNoted) {

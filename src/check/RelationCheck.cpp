@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "check/IndexPage.h"
 #include "check/KeyBuilder.h"
@@ -98,6 +99,30 @@ bool AreComparable(const Definition& left, const Index& leftTree, const Definiti
   return true;
 }
 
+/// A row that refers to a key which is not in the other tree.
+struct Missing {
+  Bytes key;  ///< by the usual rules; empty when it is not known
+  RowId row;
+};
+
+/// Takes out those whose key is there after all, but on either side built by the rules of others.
+void RemoveOfOtherRules(Context& context, const Index& primaryTree, std::vector<Missing>& missing) {
+  std::stable_sort(missing.begin(), missing.end(),
+                   [](const Missing& left, const Missing& right) { return left.key < right.key; });
+  EntryCursor there(context.pages, primaryTree);
+  const std::vector<Bytes>& others = primaryTree.keysOfOtherRules;
+  std::erase_if(missing, [&](const Missing& one) {
+    if (one.key.empty()) return false;
+    if (std::binary_search(others.begin(), others.end(), one.key)) return true;
+    const Entry wanted = {{}, one.key};
+    int order = -1;
+    while (!there.AtEnd() && (order = Compare(there.Get().Without(kAddressSize), wanted)) < 0) there.Next();
+    return !there.AtEnd() && order == 0;
+  });
+  std::sort(missing.begin(), missing.end(),
+            [](const Missing& left, const Missing& right) { return left.row < right.row; });
+}
+
 void CheckReference(Context& context, const Definition& foreign, const LogicalIndex& relation,
                     const Definition& primary, const LogicalIndex& primaryIndex) {
   const Index* foreignTree = TreeOf(foreign, relation);
@@ -107,6 +132,7 @@ void CheckReference(Context& context, const Definition& foreign, const LogicalIn
   KeyBuilder builder(context, foreign);
   const RowReader reader(foreign);
   KeyBuilder::Key key;
+  std::vector<Missing> missing;
   EntryCursor wanted(context.pages, *foreignTree);
   EntryCursor there(context.pages, *primaryTree);
   for (; !wanted.AtEnd(); wanted.Next()) {
@@ -117,8 +143,11 @@ void CheckReference(Context& context, const Definition& foreign, const LogicalIn
     if (!there.AtEnd() && order == 0) continue;
     const RowId row = AddressOf(entry);
     builder.Build(*foreignTree, reader.At(context.rows, row), KeyBuilder::Style::Usual, key);
-    if (key.anyNull) continue;
-    context.findings.Note(Kind::Reference, foreign.Where().AtRow(row).OfIndex(relation.name),
+    if (!key.anyNull) missing.push_back({key.known ? key.bytes : Bytes(), row});
+  }
+  RemoveOfOtherRules(context, *primaryTree, missing);
+  for (const Missing& one : missing) {
+    context.findings.Note(Kind::Reference, foreign.Where().AtRow(one.row).OfIndex(relation.name),
                           "the row refers to a row that table ", primary.name, " does not have");
   }
 }

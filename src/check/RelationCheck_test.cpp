@@ -4,6 +4,7 @@
 
 #include "support/CheckWorld.h"
 #include "support/JetDatabase.h"
+#include "support/JetHabits.h"
 
 namespace mv::check {
 namespace {
@@ -171,6 +172,28 @@ TEST_F(RelationRowsTest, RelationThatIsNotEnforcedNeedsNoIndex) {
   EXPECT_EQ(Check(), Lines{Row("relation ShopsSales is enforced, but table Shops has no index of its name")});
   SetRelationship("grbit", std::int32_t{2});
   EXPECT_EQ(Check(), Lines());
+}
+
+TEST(RelationOfOtherRules, KeyThatIsBuiltByOtherRulesOnEitherSideIsThere) {
+  using mv::testing::LettersAsOne;
+  for (const char* counted : {"Owners", "Cars"}) {
+    JetDatabase database;
+    jet::Table& owners = database.Add(JetTable("Owners").Text("Name", 20).PrimaryKey("Name"));
+    jet::Table& cars = database.Add(JetTable("Cars").Autonumber("Id").Text("Owner", 20).PrimaryKey("Id"));
+    jet::RelationSpec relation;
+    relation.name = "OwnerCar";
+    relation.table = "Cars";
+    relation.columns = {"Owner"};
+    relation.references = "Owners";
+    relation.referencedColumns = {"Name"};
+    database->CreateRelation(relation, kJetCreated);
+    for (const char* name : {"a", "Gro\u00DF-\u00C9", "z"}) owners.Insert({std::string(name)});
+    for (const char* name : {"a", "Gro\u00DF-\u00C9", "Gross-\u00C9", "z"}) cars.Insert({Null{}, std::string(name)});
+    mv::testing::CountLettersAsOne(database->Pages(), database->OpenTable(counted), LettersAsOne::Everywhere);
+    const Lines found = FindingsIn(database.Image());
+    EXPECT_FALSE(found.empty());
+    for (const std::string& line : found) EXPECT_TRUE(line.ends_with("of the engine's rules")) << line;
+  }
 }
 
 }  // namespace

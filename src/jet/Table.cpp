@@ -106,6 +106,43 @@ Value Table::ReadValue(RowId row, std::size_t column) const {
   return CellValue(layout_.Parse(rows_.Read(row)), column);
 }
 
+/// The key that a row's values make; an empty one when it has none.
+IndexKey Table::KeyOfRow(std::size_t index, RowId row) const {
+  std::vector<Value> values(definition_.columns.size());
+  for (const std::size_t column : keyPositions_[index]) values[column] = ReadValue(row, column);
+  return StoredKey(index, values);
+}
+
+/// Whether an entry is of this key: its row tells, or its own bytes where the row's key is not known.
+bool Table::IsOfKey(std::size_t index, const IndexTree::Entry& entry, const IndexKey& key) const {
+  if (!rows_.IsLive(entry.row)) return entry.key == key.bytes;
+  const IndexKey own = KeyOfRow(index, entry.row);
+  return (own.bytes.empty() ? entry.key : own.bytes) == key.bytes;
+}
+
+/// The rows of a key that other writers may have built in another way.
+std::vector<RowId> Table::RowsOfUncertainKey(std::size_t index, const IndexKey& key) const {
+  std::vector<RowId> rows;
+  for (const IndexTree::Entry& entry : trees_[index].FindBeginning(ByteView(key.bytes).first(key.certain))) {
+    if (IsOfKey(index, entry, key)) rows.push_back(entry.row);
+  }
+  std::sort(rows.begin(), rows.end());
+  return rows;
+}
+
+std::vector<RowId> Table::RowsWithKey(std::size_t index, const IndexKey& key, std::size_t most) const {
+  if (key.certain == 0) return trees_[index].FindAll(key.bytes, most);
+  std::vector<RowId> rows = RowsOfUncertainKey(index, key);
+  if (rows.size() > most) rows.resize(most);
+  return rows;
+}
+
+bool Table::HasKey(std::size_t index, const IndexKey& key, std::optional<RowId> except) const {
+  if (key.certain == 0) return trees_[index].Find(key.bytes, except).has_value();
+  const std::vector<RowId> rows = RowsOfUncertainKey(index, key);
+  return std::any_of(rows.begin(), rows.end(), [&](RowId row) { return row != except; });
+}
+
 Value Table::CellValue(const RowLayout::Row& row, std::size_t column) const {
   const std::optional<ByteView> cell = layout_.Cell(row, column);
   if (definition_.columns[column].type == ColumnType::Boolean) return cell.has_value();

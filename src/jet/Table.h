@@ -73,10 +73,8 @@ class Table {
   Value ReadValue(RowId row, std::size_t column) const;
 
   /// The rows whose entry in an index (number of the data block) has this key, in physical order; at most the first
-  /// `most`.
-  std::vector<RowId> RowsWithKey(std::size_t index, const IndexKey& key, std::size_t most = IndexTree::kAll) const {
-    return trees_[index].FindAll(key.bytes, most);
-  }
+  /// `most`. Entries that other writers made by another count of places are known by their rows.
+  std::vector<RowId> RowsWithKey(std::size_t index, const IndexKey& key, std::size_t most = IndexTree::kAll) const;
 
   /// What a new row should hold in a column that nobody gives a value: the column's default value, null when it has
   /// none. Not for autonumbers, which Insert draws. UnsupportedError for a default value that is not understood.
@@ -90,8 +88,8 @@ class Table {
   /// Error 3021 for a row that is not live.
   void Delete(RowId row);
 
-  /// True when an index has an entry with this key.
-  bool HasKey(std::size_t index, const IndexKey& key) const { return trees_[index].Find(key.bytes).has_value(); }
+  /// True when an index has an entry with this key, leaving out that of the row `except`.
+  bool HasKey(std::size_t index, const IndexKey& key, std::optional<RowId> except = std::nullopt) const;
 
   /// Takes over a definition that was given other indexes; the columns are the same.
   void Redefine(TableDefinition definition);
@@ -115,6 +113,9 @@ class Table {
 
   void BindIndexes();
   Value CellValue(const RowLayout::Row& row, std::size_t column) const;
+  IndexKey KeyOfRow(std::size_t index, RowId row) const;
+  bool IsOfKey(std::size_t index, const IndexTree::Entry& entry, const IndexKey& key) const;
+  std::vector<RowId> RowsOfUncertainKey(std::size_t index, const IndexKey& key) const;
   bool HoldsValue(const RowLayout::Row& row, std::size_t column, const Draft& draft, const Value& value) const;
 
   void RequireOwnMaps() const;
@@ -125,6 +126,7 @@ class Table {
   void SetCell(Draft& draft, std::size_t column, Value& value) const;
   Draft EmptyDraft();
   Draft DraftOf(const RowLayout::Row& row);
+  void MoveOutLongValues(Draft& draft) const;
   void CheckSize(const Draft& draft) const;
   void CheckRules(const RowLayout::Row& oldRow, const std::vector<std::optional<Value>>& changed) const;
   Bytes FinishRow(Draft& draft);

@@ -111,6 +111,7 @@ void Table::Update(RowId row, std::span<const std::size_t> columns, std::span<co
     draft.plans[column].reset();
   }
   if (std::none_of(changed.begin(), changed.end(), [](const auto& value) { return value.has_value(); })) return;
+  MoveOutLongValues(draft);
   CheckSize(draft);
   CheckRules(oldRow, changed);
   const std::vector<KeyChange> keyChanges = KeyChanges(oldRow, row, changed);
@@ -238,6 +239,26 @@ Table::Draft Table::DraftOf(const RowLayout::Row& row) {
   return draft;
 }
 
+/// Other writers keep values of any length in the row. Where the row would become too large for that, such values go to
+/// pages of their own, the longest first.
+void Table::MoveOutLongValues(Draft& draft) const {
+  while (layout_.RowSize(draft.cells, draft.fixedArea) > kMaxRowSize) {
+    std::optional<std::size_t> longest;
+    for (std::size_t column = 0; column < draft.cells.size(); ++column) {
+      const std::optional<ByteView>& cell = draft.cells[column];
+      if (!longValues_[column] || draft.plans[column] || !cell || !LongValues::IsInline(*cell)) continue;
+      if (!longest || cell->size() > draft.cells[*longest]->size()) longest = column;
+    }
+    if (!longest) return;
+    const ByteView stored = *draft.cells[*longest];
+    LongValues::Plan plan = longValues_[*longest]->PlanFor(longValues_[*longest]->Load(stored));
+    if (plan.SizeInRow() >= stored.size()) return;
+    draft.bytes[*longest].resize(plan.SizeInRow());
+    draft.cells[*longest] = draft.bytes[*longest];
+    draft.plans[*longest] = std::move(plan);
+  }
+}
+
 void Table::CheckSize(const Draft& draft) const {
   if (layout_.RowSize(draft.cells, draft.fixedArea) <= kMaxRowSize) return;
   throw ConstraintError(std::string(kRecordTooLarge) + " Table '" + definition_.name + "'.");
@@ -316,7 +337,7 @@ void Table::CheckKey(std::size_t index, const IndexKey& key, std::optional<RowId
     throw ConstraintError(kNullKey + TableAnd(definition_, "index", definition_.IndexName(index)));
   }
   // Wholly null keys are never duplicates of each other.
-  if (data.IsUnique() && !key.allNull && trees_[index].Find(key.bytes, except)) {
+  if (data.IsUnique() && !key.allNull && HasKey(index, key, except)) {
     throw ConstraintError(kDuplicateKey + TableAnd(definition_, "index", definition_.IndexName(index)));
   }
 }
@@ -327,7 +348,7 @@ IndexKey Table::StoredKey(std::size_t index, const std::vector<Value>& values) c
   try {
     return KeyOf(definition_, definition_.indexData[index], values);
   } catch (const Error&) {
-    return {{}, false, false};
+    return {{}, false, false, 0};
   }
 }
 

@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <map>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "base/Bytes.h"
 #include "check/DatabaseCheck.h"
@@ -40,6 +44,23 @@ inline void ExpectSound(const Bytes& image, WrittenBy writer = WrittenBy::UsAlon
   const std::string options = writer == WrittenBy::UsAlone ? "--strict --quiet" : "--quiet";
   const ToolResult result = external->Run(options, folder.Path() + "/check.mdb");
   EXPECT_EQ(result.status, 0) << result.output;
+}
+
+/// How many violations of each kind the external checker finds in a file when it is strict, which is more than sound
+/// files of other writers keep to; nothing when there is no such checker.
+inline std::optional<std::map<std::string, std::size_t>> StrictViolationsOf(const Bytes& image) {
+  const auto external = JetCheck::Find();
+  if (!external) return std::nullopt;
+  const TempFolder folder;
+  folder.Write("check.mdb", std::string(image.begin(), image.end()));
+  constexpr std::string_view kMark = "  VIOLATION ";
+  std::map<std::string, std::size_t> counts;
+  const std::string options = "--strict --quiet --limit 1000000";
+  for (const std::string& line : external->Run(options, folder.Path() + "/check.mdb").Lines()) {
+    if (!line.starts_with(kMark)) continue;
+    ++counts[line.substr(kMark.size(), line.find(':') - kMark.size())];
+  }
+  return counts;
 }
 
 }  // namespace mv::testing

@@ -34,8 +34,10 @@ class DefinitionReader {
 
   RowId Address(std::size_t at) const { return RowId::FromWord(Number<std::uint32_t>(at)); }
 
+  /// Some writers leave the mark out; another number shows that the block is something else.
   void ExpectTag(std::size_t at, std::uint32_t tag, const std::string& what) const {
-    if (Number<std::uint32_t>(at) != tag) Fail(what + " lacks its mark");
+    const auto found = Number<std::uint32_t>(at);
+    if (found != tag && found != 0) Fail(what + " lacks its mark");
   }
 
   /// A name at `at`, which advances past it.

@@ -178,6 +178,11 @@ std::optional<std::size_t> Header::SuspectCommitWord() const {
   return std::nullopt;
 }
 
+bool Header::HasMapsInPlace() const {
+  return LoadLittle<std::uint32_t>(plain_.data() + kFreePagesAt) == kFreePagesMap &&
+         LoadLittle<std::uint32_t>(plain_.data() + kReleasedPagesAt) == kReleasedPagesMap;
+}
+
 Bytes Header::Password() const {
   Bytes password(plain_.begin() + kPasswordAt, plain_.begin() + kPasswordAt + kPasswordSize);
   XorWithDay(password, Created());
@@ -241,6 +246,7 @@ void CheckAccess(const std::string& path, const Header& header) {
 }
 
 void CheckWritable(const std::string& path, const Header& header) {
+  if (!header.HasMapsInPlace()) throw UnsupportedError("'" + path + "' keeps its map of free pages in another place");
   const auto word = header.SuspectCommitWord();
   if (!word) return;
   throw DamagedFileError("the header of '" + path + "' says that a program stopped while writing to it or met damage" +

@@ -56,6 +56,9 @@ class Header {
   /// The first commit word that says a writer stopped half-way (0x0000) or met damage (0x0001): which one, 0 to 255.
   std::optional<std::size_t> SuspectCommitWord() const;
 
+  /// True when the maps of free and of released pages are named where they are looked for, 1/0 and 1/1.
+  bool HasMapsInPlace() const;
+
   /// The two bytes that stand for an account in this file's catalog.
   Bytes Identifier(Account account) const;
 
@@ -77,7 +80,8 @@ void CheckFileKind(const std::string& path, ByteView start, std::uint64_t length
 /// what to do about it).
 void CheckAccess(const std::string& path, const Header& header);
 
-/// Throws DamagedFileError when a commit word tells that the file must be repaired before anything is written to it.
+/// Throws DamagedFileError when a commit word tells that the file must be repaired before anything is written to it,
+/// and UnsupportedError when its maps of free pages are not in their place: pages would be taken that are in use.
 void CheckWritable(const std::string& path, const Header& header);
 
 }  // namespace mv::jet

@@ -221,6 +221,13 @@ TEST(CheckWritable, CommitWordOfAnUnfinishedWriteForbidsWriting) {
       "damage (commit word 3); repair the file before it is changed. Nothing was changed.");
 }
 
+TEST(CheckWritable, MapsOfFreePagesInAnotherPlaceForbidWriting) {
+  for (const std::size_t at : {0x18, 0x1C}) {
+    const Header header = Header::FromPage(ChangedHeader(at, "02 01 00 00"));
+    EXPECT_NE(ErrorOf([&] { CheckWritable("a.mdb", header); }).Description().find("another place"), std::string::npos);
+  }
+}
+
 TEST(CheckWritable, CommitWordOfADamagedPageForbidsWriting) {
   EXPECT_EQ(Header::FromPage(ChangedHeader(0xFFE, "01 00")).SuspectCommitWord(), 255u);
 }

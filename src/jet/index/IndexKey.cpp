@@ -217,6 +217,20 @@ void AppendPart(Bytes& key, const Column& column, const std::string& table, cons
   if (IsText(column.type)) key.push_back(kTextEnd);
 }
 
+/// IndexKey::certain for a key that ends with a text, which begins at `from`; 0 when all of it is.
+std::size_t CertainUpToText(const Bytes& key, std::size_t from, bool ascending) {
+  const ByteView text = ByteView(key).subspan(from + 1);
+  std::optional<std::size_t> certain;
+  if (ascending) {
+    certain = CertainPartOfTextKey(text);
+  } else {
+    Bytes upright(text.begin(), text.end() - 1);
+    Invert(upright, 0);
+    certain = CertainPartOfTextKey(upright);
+  }
+  return certain ? from + 1 + *certain : 0;
+}
+
 std::string IndexNameOf(const TableDefinition& table, const IndexData& index) {
   const auto found = std::find_if(table.indexData.begin(), table.indexData.end(),
                                   [&](const IndexData& data) { return data.root == index.root; });
@@ -241,7 +255,10 @@ IndexKey KeyOf(const TableDefinition& table, const IndexData& index, std::span<c
     const bool isNull = IsNull(value) && column.type != ColumnType::Boolean;
     key.allNull = key.allNull && isNull;
     key.anyNull = key.anyNull || isNull;
+    const std::size_t from = key.bytes.size();
     AppendPart(key.bytes, column, table.name, value, part.ascending);
+    const bool isText = IsText(column.type) && !isNull;
+    if (isText && key.certain == 0) key.certain = CertainUpToText(key.bytes, from, part.ascending);
   }
   if (key.bytes.size() > kLongestKey) {
     throw UnsupportedError("the key of index " + Quoted(IndexNameOf(table, index)) + " of table " + Quoted(table.name) +

@@ -20,6 +20,9 @@ struct IndexKey {
   Bytes bytes;
   bool allNull = true;
   bool anyNull = false;
+  /// 0, or how many bytes are those of the key's entry whoever wrote it: see CertainPartOfTextKey. Whether an entry
+  /// that begins with them is of this key then only its row tells.
+  std::size_t certain = 0;
 };
 IndexKey KeyOf(const TableDefinition& table, const IndexData& index, std::span<const Value> values);
 

@@ -115,12 +115,12 @@ void EntryList::Insert(std::size_t index, ByteView entry) {
   for (std::size_t i = index; i < ends_.size(); ++i) ends_[i] += entry.size();
 }
 
-std::size_t EntryRange::SharedPrefix() const {
+std::size_t EntryRange::SharedPrefix(std::size_t kept) const {
   if (Count() < 2) return 0;
-  ByteView shared = list[first];
+  ByteView shared = list[first].first(list[first].size() - (kept - 1));
   for (std::size_t i = first + 1; i < last; ++i) {
     // Something of every entry but the first must be left to store.
-    const ByteView other = list[i].first(list[i].size() - 1);
+    const ByteView other = list[i].first(list[i].size() - kept);
     const auto end = std::mismatch(shared.begin(), shared.end(), other.begin(), other.end()).first;
     shared = shared.first(static_cast<std::size_t>(end - shared.begin()));
   }
@@ -137,8 +137,7 @@ IndexPageView::IndexPageView(const PageFile& file, PageNumber number, PageNumber
   const PageKind kind = KindOf(page_);
   if (kind != PageKind::IndexLeaf && kind != PageKind::IndexNode) Damaged("is no index page");
   if (Word(kIndexOwnerOffset) != owner) Damaged("belongs to another table");
-  const bool isLeaf = kind == PageKind::IndexLeaf;
-  if (isLeaf != (Level() == 0) || Level() > kHighestIndexLevel) Damaged("has a wrong level");
+  if (kind == PageKind::IndexLeaf && Level() != 0) Damaged("has a wrong level");
   const std::uint8_t lastMarks = page_[kEndMarksOffset + kEndMarksSize - 1];
   if (lastMarks > 1 || (MarkWord(0) & 1) != 0) Damaged("has end marks outside its entries");
   const std::size_t prefix = PrefixLength();
@@ -346,16 +345,22 @@ void IndexPage::Store(EntryRange entries, std::size_t prefix) {
   StoreUsed(used);
 }
 
+std::size_t IndexPage::LongestPrefix(EntryRange entries) const {
+  return entries.SharedPrefix(IsLeaf() ? 1 : kKeptOfNodeEntry);
+}
+
 bool IndexPage::TryStore(EntryRange entries) {
+  const bool mayHavePrefix = IsLeaf() || PrefixLength() != 0;
   std::size_t prefix = 0;
-  if (IsLeaf() && entries.StoredSize(0) > kEntryAreaSize) prefix = entries.SharedPrefix();
+  if (mayHavePrefix && entries.StoredSize(0) > kEntryAreaSize) prefix = LongestPrefix(entries);
   if (entries.StoredSize(prefix) > kEntryAreaSize) return false;
   Store(entries, prefix);
   return true;
 }
 
 void IndexPage::StoreCompact(EntryRange entries) {
-  const std::size_t prefix = IsLeaf() ? entries.SharedPrefix() : 0;
+  const bool isPlain = !IsLeaf() && entries.StoredSize(0) <= kEntryAreaSize;
+  const std::size_t prefix = isPlain ? 0 : LongestPrefix(entries);
   if (entries.StoredSize(prefix) > kEntryAreaSize) Damaged("has entries that cannot be split");
   Store(entries, prefix);
 }

@@ -31,7 +31,10 @@ namespace mv::jet {
 ///
 /// Leaf entry: key, then the row's address (page 3 bytes, slot 1). Node entry: key and address of the last entry below
 /// a child, then the child's page (4 bytes). The prefix may reach into the row's address. Nodes and leaves of fewer
-/// than two entries have none when they are written here; those of other engines that do are read.
+/// than two entries have none when they are made here.
+///
+/// Other writers give nodes a prefix, which they keep, level bytes that are not counted, and no tail: the child of the
+/// last entry is then the last one. What a page is its kind tells, never its level.
 inline constexpr std::size_t kIndexFreeSpaceOffset = 0x02;
 inline constexpr std::size_t kIndexOwnerOffset = 0x04;
 inline constexpr std::size_t kIndexPreviousOffset = 0x0C;
@@ -48,8 +51,10 @@ inline constexpr std::size_t kChildSize = 4;
 /// No page can hold an entry with a longer key.
 inline constexpr std::size_t kLongestPageKey = kEntryAreaSize - kRowAddressSize;
 
-/// The highest level byte that is believed; a tree that fills a file has fewer levels by far.
+/// The highest level that is believed; a tree that fills a file has fewer levels by far.
 inline constexpr std::uint8_t kHighestIndexLevel = 31;
+/// What the prefix of a node's entries leaves out: the child, and a byte for there to be an entry.
+inline constexpr std::size_t kKeptOfNodeEntry = kChildSize + 1;
 
 /// The bytes of one entry in full, without a heap allocation. Room for any leaf entry and a child's page behind it.
 class EntryBytes {
@@ -100,8 +105,9 @@ struct EntryRange {
   std::size_t last = 0;
 
   std::size_t Count() const { return last - first; }
-  /// Length of the longest prefix that all entries share; 0 for fewer than two.
-  std::size_t SharedPrefix() const;
+  /// Length of the longest prefix that all entries share; 0 for fewer than two. The last `kept` bytes of each entry
+  /// stay out of it, of the first one less.
+  std::size_t SharedPrefix(std::size_t kept = 1) const;
   /// Bytes on a page with the given prefix length.
   std::size_t StoredSize(std::size_t prefix) const;
 };
@@ -118,9 +124,12 @@ class IndexPageView {
 
   PageNumber Number() const { return number_; }
   bool IsLeaf() const { return KindOf(page_) == PageKind::IndexLeaf; }
+  /// As the page says; of a leaf checked to be 0, of a node not to be relied on.
   std::uint8_t Level() const { return page_[kIndexLevelOffset]; }
   PageNumber Previous() const { return Word(kIndexPreviousOffset); }
   PageNumber Next() const { return Word(kIndexNextOffset); }
+  /// False for some nodes of other writers.
+  bool HasTail() const { return Word(kIndexTailOffset) != 0; }
   /// The tail child of a node, checked to be there.
   PageNumber Tail() const;
   /// 0 for a page without entries, whatever its header says.
@@ -139,6 +148,8 @@ class IndexPageView {
 
   /// The leftmost child of a node.
   PageNumber FirstChild() const { return IsEmpty() ? Tail() : ChildAt(0); }
+  /// The rightmost child of a node: its tail, or that of its last entry when it has none.
+  PageNumber LastChild() const { return HasTail() || IsEmpty() ? Tail() : ChildAt(LastStart()); }
   /// The child of the node entry at `at`.
   PageNumber ChildAt(std::size_t at) const;
   /// The entry in full; `out` is overwritten.
@@ -180,16 +191,18 @@ class IndexPage : public IndexPageView {
   bool TryInsert(std::size_t at, ByteView entry);
   void Remove(std::size_t at);
 
-  /// Replaces all entries: without a prefix when they fit so, else with the longest one (leaves only). Returns false,
-  /// and changes nothing, when they do not fit at all.
+  /// Replaces all entries: without a prefix when they fit so, else with the longest one (in leaves, and in nodes that
+  /// have one already). Returns false, and changes nothing, when they do not fit at all.
   bool TryStore(EntryRange entries);
-  /// Replaces all entries, in a leaf with the longest prefix. Throws DamagedFileError when they do not fit.
+  /// Replaces all entries, in a leaf with the longest prefix, in a node with one only where they do not fit without.
+  /// Throws DamagedFileError when they do not fit.
   void StoreCompact(EntryRange entries);
 
  private:
   void SetWord(std::size_t offset, std::uint32_t value) { StoreLittle(bytes_.data() + offset, value); }
   void InsertBytes(std::size_t at, ByteView bytes);
   void EraseBytes(std::size_t start, std::size_t end);
+  std::size_t LongestPrefix(EntryRange entries) const;
   void Store(EntryRange entries, std::size_t prefix);
   void StoreUsed(std::size_t used);
   void SetPrefixLength(std::size_t length);

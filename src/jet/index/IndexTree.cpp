@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 
+#include "base/ByteOrder.h"
 #include "jet/file/JetErrors.h"
 
 namespace mv::jet {
@@ -26,16 +27,16 @@ std::size_t Balanced(std::size_t first, std::size_t last, LargerPart largerPart)
   return best;
 }
 
-/// Bytes of a part of a leaf's entries on a page of its own. The entries ascend, so what the first and the last share
-/// all share.
-std::size_t SizeOfPart(EntryRange part) {
+/// Bytes of a part of a page's entries on a page of its own, with a prefix that leaves at least `kept` bytes of each
+/// entry out. The entries ascend, so what the first and the last share all share.
+std::size_t SizeOfPart(EntryRange part, std::size_t kept = 1) {
   if (part.Count() < 2) return part.StoredSize(0);
   const ByteView first = part.list[part.first];
   const ByteView last = part.list[part.last - 1];
   const auto end = std::mismatch(first.begin(), first.end(), last.begin(), last.end()).first;
   // Something of every entry but the first must be left to store.
-  const auto shared = std::min(static_cast<std::size_t>(end - first.begin()), last.size() - 1);
-  return part.StoredSize(shared);
+  const auto shared = std::min(static_cast<std::size_t>(end - first.begin()), last.size() - kept);
+  return part.StoredSize(std::min(shared, first.size() - (kept - 1)));
 }
 
 /// Where to cut a leaf's entries: the first one of the upper part. One entry that shares nothing with the others may
@@ -47,12 +48,25 @@ std::size_t MiddleCut(const EntryList& entries) {
   });
 }
 
-/// The node entry that goes up. Three entries are enough for both parts to keep one, and all that fit a page are.
+/// The node entry that goes up. Three entries are enough for both parts to keep one, and all that fit a page are. The
+/// parts have a prefix only where they need it, which is in trees of writers that give one to nodes.
 std::size_t MiddleEntry(const EntryList& entries) {
   const std::size_t count = entries.Count();
-  return Balanced(1, count - 1, [&](std::size_t middle) {
+  const auto largerPart = [&](std::size_t middle) {
     return std::max(entries.Size(0, middle), entries.Size(middle + 1, count));
+  };
+  const std::size_t middle = Balanced(1, count - 1, largerPart);
+  if (largerPart(middle) <= kEntryAreaSize) return middle;
+  return Balanced(1, count - 1, [&](std::size_t place) {
+    return std::max(SizeOfPart({entries, 0, place}, kKeptOfNodeEntry),
+                    SizeOfPart({entries, place + 1, count}, kKeptOfNodeEntry));
   });
+}
+
+/// Whether both parts fit a page each when the entry at `middle` goes up.
+bool CanBeSpread(const EntryList& entries, std::size_t middle) {
+  return SizeOfPart({entries, 0, middle}, kKeptOfNodeEntry) <= kEntryAreaSize &&
+         SizeOfPart({entries, middle + 1, entries.Count()}, kKeptOfNodeEntry) <= kEntryAreaSize;
 }
 
 void FormatLeaf(Page& page, PageNumber tablePage) {
@@ -110,6 +124,11 @@ class IndexTree::Path {
     if (step == end) DamagedTree(steps_[0].page, "has entries out of order");
     return static_cast<std::size_t>(step - steps_.begin());
   }
+  /// One of the nodes has no tail.
+  bool LacksTail() const { return lacksTail_; }
+  void NoteMissingTail() { lacksTail_ = true; }
+  /// How many levels there are below that of the page at `depth`.
+  std::uint8_t LevelAt(std::size_t depth) const { return static_cast<std::uint8_t>(LeafDepth() - depth); }
   /// True when the page at `depth` is its parent's tail. Needs depth > 0.
   bool IsTail(std::size_t depth) const { return steps_[depth - 1].at == kTail; }
   /// True when nothing of its level stands right of the page at `depth`.
@@ -121,6 +140,7 @@ class IndexTree::Path {
  private:
   std::array<Step, kMaxDepth> steps_;
   std::size_t size_ = 0;
+  bool lacksTail_ = false;
 };
 
 /// What the split of a page means for its parent.
@@ -166,10 +186,29 @@ IndexTree::Path IndexTree::PathTo(ByteView entry) const {
       return path;
     }
     const std::size_t at = view.LowerBound(entry);
-    const bool takesTail = at == view.Used();
-    path.Append({page, takesTail ? Path::kTail : at});
-    page = takesTail ? view.Tail() : view.ChildAt(at);
+    const bool isBehind = at == view.Used();
+    path.Append({page, isBehind ? Path::kTail : at});
+    if (!view.HasTail()) path.NoteMissingTail();
+    page = isBehind ? view.LastChild() : view.ChildAt(at);
   }
+}
+
+/// Readies the nodes of the path to `entry` for changes: each gets a tail.
+void IndexTree::PrepareChange(Path& path, ByteView entry) {
+  if (!path.LacksTail()) return;
+  for (std::size_t depth = 0; depth < path.LeafDepth(); ++depth) GiveTail(path[depth].page);
+  path = PathTo(entry);
+}
+
+/// Some writers leave nodes without a tail: makes the child of the last entry the tail, which changes nothing for
+/// whoever searches.
+void IndexTree::GiveTail(PageNumber number) {
+  const IndexPageView view = View(number);
+  if (view.HasTail() || view.IsEmpty()) return;
+  IndexPage node = Edit(number);
+  const std::size_t last = node.LastStart();
+  node.SetTail(node.ChildAt(last));
+  node.Remove(last);
 }
 
 PageNumber IndexTree::FirstLeaf() const {
@@ -240,6 +279,18 @@ std::vector<RowId> IndexTree::FindAll(ByteView key, std::size_t most) const {
   return rows;
 }
 
+std::vector<IndexTree::Entry> IndexTree::FindBeginning(ByteView beginning) const {
+  std::vector<Entry> entries;
+  const PageNumber leaf = PathTo(beginning).Leaf();
+  VisitEntries(leaf, View(leaf).LowerBound(beginning), [&](const EntryBytes& entry) {
+    const ByteView key = entry.Key();
+    const bool beginsSo = key.size() >= beginning.size() && std::equal(beginning.begin(), beginning.end(), key.begin());
+    if (beginsSo) entries.push_back({Bytes(key.begin(), key.end()), entry.Row()});
+    return beginsSo;
+  });
+  return entries;
+}
+
 bool IndexTree::FindByRow(RowId row, EntryBytes& found) const {
   bool isFound = false;
   VisitEntries(FirstLeaf(), 0, [&](const EntryBytes& entry) {
@@ -256,6 +307,7 @@ void IndexTree::Insert(ByteView key, RowId row) {
   }
   const EntryBytes entry(key, row);
   Path path = PathTo(entry.View());
+  PrepareChange(path, entry.View());
   IndexPage leaf = Edit(path.Leaf());
   const std::size_t at = leaf.LowerBound(entry.View());
   if (leaf.Holds(at, entry.View())) DamagedTree(root_, "has an entry for a row that is new");
@@ -307,12 +359,12 @@ void IndexTree::StoreNodePair(PageNumber lower, PageNumber upper, const EntryLis
 /// the tail has no entry that would have to change; the lower part of any other page, because its entry stays right.
 IndexTree::Split IndexTree::AddSibling(const Path& path, std::size_t depth) {
   const PageNumber page = path[depth].page;
-  const PageNumber added = NewPage(View(page).Level());
+  const PageNumber added = NewPage(path.LevelAt(depth));
   if (path.IsTail(depth)) {
-    LinkBetween(page, added, View(page).Next());
+    LinkBetween(page, added, NextOf(page));
     return {page, added, {}};
   }
-  LinkBetween(View(page).Previous(), added, page);
+  LinkBetween(PreviousOf(page), added, page);
   return {added, page, {}};
 }
 
@@ -338,7 +390,7 @@ void IndexTree::PassUp(Path& path, std::size_t depth, Split split) {
 
 /// Gives the tree one more level: the root keeps its number, its content moves to a new page, its tail.
 void IndexTree::PushRootDown(Path& path) {
-  const std::uint8_t level = View(root_).Level();
+  const std::uint8_t level = path.LevelAt(0);
   const PageNumber moved = NewPage(level);
   path.RootMovedTo(moved);
   file_.Write(moved) = file_.Read(root_);
@@ -353,6 +405,7 @@ bool IndexTree::Remove(ByteView key, RowId row) {
     const IndexPageView leaf = View(path.Leaf());
     const std::size_t at = leaf.LowerBound(entry.View());
     if (leaf.Holds(at, entry.View())) {
+      PrepareChange(path, entry.View());
       RemoveAt(path, at);
       return true;
     }
@@ -360,6 +413,7 @@ bool IndexTree::Remove(ByteView key, RowId row) {
   EntryBytes entry;
   if (!FindByRow(row, entry)) return false;
   Path path = PathTo(entry.View());
+  PrepareChange(path, entry.View());
   const IndexPageView leaf = View(path.Leaf());
   const std::size_t at = leaf.LowerBound(entry.View());
   if (!leaf.Holds(at, entry.View())) DamagedTree(root_, "has entries out of order");
@@ -434,7 +488,9 @@ void IndexTree::ReplaceEntry(Path& path, std::size_t depth, std::size_t at, Byte
 /// them for sound.
 void IndexTree::MendNode(PageNumber node) {
   while (node != root_ && View(node).IsEmpty()) {
-    Path path = PathTo(LastBelow(node).View());
+    const std::optional<EntryBytes> last = LastBelow(node);
+    if (!last) return;
+    Path path = PathTo(last->View());
     const std::size_t depth = path.DepthOf(node);
     const PageNumber parent = path[depth - 1].page;
     if (!JoinWithNeighbour(path, depth)) return;
@@ -443,15 +499,15 @@ void IndexTree::MendNode(PageNumber node) {
   CollapseRoot();
 }
 
-/// The last entry below a node.
-EntryBytes IndexTree::LastBelow(PageNumber page) const {
+/// The last entry below a node; nothing when its last leaf is empty, as other writers leave some.
+std::optional<EntryBytes> IndexTree::LastBelow(PageNumber page) const {
   for (std::size_t depth = 0; depth < kMaxDepth; ++depth) {
     const IndexPageView view = View(page);
     if (!view.IsLeaf()) {
-      page = view.Tail();
+      page = view.LastChild();
       continue;
     }
-    if (view.IsEmpty()) DamagedTree(root_, "has an empty leaf");
+    if (view.IsEmpty()) return std::nullopt;
     EntryBytes last;
     view.ReadEntry(view.LastStart(), last);
     return last;
@@ -468,21 +524,25 @@ bool IndexTree::JoinWithNeighbour(Path& path, std::size_t depth) {
   const std::size_t next = parent.EndOf(at);
   const PageNumber lower = parent.ChildAt(at);
   const PageNumber upper = next == parent.Used() ? parent.Tail() : parent.ChildAt(next);
-  const bool areNeighbours = lower != upper && View(lower).Level() == View(upper).Level();
-  if (!areNeighbours || View(upper).Level() >= parent.Level()) DamagedTree(root_, "has a wrong level");
+  if (lower == upper || View(lower).IsLeaf() || View(upper).IsLeaf()) DamagedTree(root_, "has a wrong level");
+  GiveTail(lower);
+  GiveTail(upper);
 
   const EntryList entries = JoinedEntries(parent, at, lower, upper);
-  JoinNodeLink(View(lower).Tail(), View(upper).FirstChild());
   const EntryRange all = {entries, 0, entries.Count()};
-  if (all.StoredSize(0) <= kEntryAreaSize) {
+  const bool fitsOne = all.StoredSize(0) <= kEntryAreaSize;
+  if (!fitsOne) CheckCanBeSpread(entries);
+  const std::size_t middle = fitsOne ? 0 : MiddleEntry(entries);
+  // Nodes that share long prefixes may hold more than two others can: then the empty one stays.
+  if (!fitsOne && !CanBeSpread(entries, middle)) return false;
+  JoinNodeLink(View(lower).Tail(), View(upper).FirstChild());
+  if (fitsOne) {
     Edit(upper).StoreCompact(all);
     parent.Remove(at);
     Unlink(lower);
     DropPage(lower);
     return true;
   }
-  CheckCanBeSpread(entries);
-  const std::size_t middle = MiddleEntry(entries);
   StoreNodePair(lower, upper, entries, middle);
   ReplaceEntry(path, depth - 1, at, KeyAndRowOf(entries[middle]));
   return false;
@@ -508,7 +568,7 @@ EntryList IndexTree::JoinedEntries(const IndexPageView& parent, std::size_t at, 
 void IndexTree::CollapseRoot() {
   while (!View(root_).IsLeaf() && View(root_).IsEmpty()) {
     const PageNumber tail = View(root_).Tail();
-    if (tail == root_ || View(tail).Level() >= View(root_).Level()) DamagedTree(root_, "has a root below itself");
+    if (tail == root_) DamagedTree(root_, "has a root below itself");
     file_.Write(root_) = file_.Read(tail);
     DropPage(tail);
   }
@@ -538,25 +598,44 @@ void IndexTree::LinkBetween(PageNumber left, PageNumber added, PageNumber right)
 }
 
 void IndexTree::Unlink(PageNumber page) {
-  const IndexPageView view = View(page);
-  const PageNumber left = view.Previous();
-  const PageNumber right = view.Next();
-  const bool agree = (left == 0 || View(left).Next() == page) && (right == 0 || View(right).Previous() == page);
-  if (!agree) DamagedTree(root_, "has neighbours that do not agree");
+  const PageNumber left = PreviousOf(page);
+  const PageNumber right = NextOf(page);
   if (left != 0) Edit(left).SetNext(right);
   if (right != 0) Edit(right).SetPrevious(left);
+}
+
+/// The neighbours of a page. Those of a leaf must name it back. Nobody follows the links of nodes, and those of other
+/// writers may lead anywhere: one that does not lead to a node which names this one back is none.
+PageNumber IndexTree::PreviousOf(PageNumber page) const {
+  const PageNumber left = View(page).Previous();
+  if (left == 0 || (MayBeNeighbour(page, left) && View(left).Next() == page)) return left;
+  if (View(page).IsLeaf()) DamagedTree(root_, "has neighbours that do not agree");
+  return 0;
+}
+
+PageNumber IndexTree::NextOf(PageNumber page) const {
+  const PageNumber right = View(page).Next();
+  if (right == 0 || (MayBeNeighbour(page, right) && View(right).Previous() == page)) return right;
+  if (View(page).IsLeaf()) DamagedTree(root_, "has neighbours that do not agree");
+  return 0;
+}
+
+/// Whether the other one is a page of the same kind and table.
+bool IndexTree::MayBeNeighbour(PageNumber page, PageNumber other) const {
+  if (other >= file_.PageCount() || KindOf(file_.Read(other)) != KindOf(file_.Read(page))) return false;
+  return LoadLittle<std::uint32_t>(file_.Read(other).data() + kIndexOwnerOffset) == tablePage_;
 }
 
 /// Two children have come under different parents: nodes are linked under one parent only, leaves throughout.
 void IndexTree::CutNodeLink(PageNumber left, PageNumber right) {
   if (View(left).IsLeaf()) return;
-  Edit(left).SetNext(0);
-  Edit(right).SetPrevious(0);
+  if (View(left).Next() == right) Edit(left).SetNext(0);
+  if (View(right).Previous() == left) Edit(right).SetPrevious(0);
 }
 
 /// Two children have come side by side under one parent.
 void IndexTree::JoinNodeLink(PageNumber left, PageNumber right) {
-  if (View(left).IsLeaf()) return;
+  if (View(left).IsLeaf() || View(left).Next() != 0 || View(right).Previous() != 0) return;
   Edit(left).SetNext(right);
   Edit(right).SetPrevious(left);
 }

@@ -41,6 +41,8 @@ class IndexTree {
   std::optional<RowId> Find(ByteView key, std::optional<RowId> except = std::nullopt) const;
   /// The rows of all entries with exactly this key, ascending; at most the first `most`.
   std::vector<RowId> FindAll(ByteView key, std::size_t most = kAll) const;
+  /// All entries whose key begins so, in order.
+  std::vector<Entry> FindBeginning(ByteView beginning) const;
   /// All entries in order, following the leaf links; for checks and tests.
   std::vector<Entry> Entries() const;
 
@@ -58,6 +60,8 @@ class IndexTree {
   IndexPage Edit(PageNumber page) { return IndexPage(file_, page, tablePage_); }
 
   Path PathTo(ByteView entry) const;
+  void PrepareChange(Path& path, ByteView entry);
+  void GiveTail(PageNumber node);
   PageNumber FirstLeaf() const;
   template <typename Visitor>
   void VisitEntries(PageNumber leaf, std::size_t at, Visitor visit) const;
@@ -78,7 +82,7 @@ class IndexTree {
   void UpdateAncestorEntry(Path& path, std::size_t depth, ByteView last);
   void ReplaceEntry(Path& path, std::size_t depth, std::size_t at, ByteView keyAndRow);
   void MendNode(PageNumber node);
-  EntryBytes LastBelow(PageNumber page) const;
+  std::optional<EntryBytes> LastBelow(PageNumber page) const;
   bool JoinWithNeighbour(Path& path, std::size_t depth);
   EntryList JoinedEntries(const IndexPageView& parent, std::size_t at, PageNumber lower, PageNumber upper) const;
   void CollapseRoot();
@@ -87,6 +91,9 @@ class IndexTree {
   void DropPage(PageNumber page);
   void LinkBetween(PageNumber left, PageNumber added, PageNumber right);
   void Unlink(PageNumber page);
+  PageNumber PreviousOf(PageNumber page) const;
+  PageNumber NextOf(PageNumber page) const;
+  bool MayBeNeighbour(PageNumber page, PageNumber other) const;
   void CutNodeLink(PageNumber left, PageNumber right);
   void JoinNodeLink(PageNumber left, PageNumber right);
 

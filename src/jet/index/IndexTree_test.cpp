@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <random>
 #include <set>
@@ -16,6 +17,7 @@
 #include "support/ExpectError.h"
 #include "support/Hex.h"
 #include "support/IndexTreeWalker.h"
+#include "support/JetHabits.h"
 #include "support/JetStorage.h"
 
 namespace mv::jet {
@@ -556,6 +558,101 @@ TEST_F(IndexTreeTest, LeavesLinkedInACircleAreDamage) {
   IndexPage(storage_.File(), Root().Tail(), kTable).SetNext(first);
   EXPECT_EQ(ErrorNumberOf([&] { tree_->Entries(); }), errors::kJetGeneral);
   EXPECT_EQ(ErrorNumberOf([&] { tree_->Remove(LongKey(1), {9, 9}); }), errors::kJetGeneral);
+}
+
+/// Trees of other writers, whose nodes hold more than ours because they have a prefix.
+class TreesOfOthers : public IndexTreeTest {
+ protected:
+  static constexpr std::size_t kLong = 300;
+  static constexpr int kKeys = 1500;
+
+  /// Keys that differ in their last bytes only; those of every fifth group of 300 in the second byte as well.
+  static Bytes KeyWithLateDifference(int number) {
+    Bytes key(kLong, 0x4A);
+    key[1] = static_cast<std::uint8_t>(number / 300);
+    StoreBig(key.data() + kLong - 4, static_cast<std::uint32_t>(number));
+    return key;
+  }
+
+  Bytes KeyOf(int number) const { return isWide_ ? WideKey(number, kWide) : KeyWithLateDifference(number); }
+
+  void Build(const mv::testing::TreeShape& shape) {
+    for (int i = 0; i < kKeys; i += 2) Insert(i);
+    Reshape(shape);
+  }
+  void Reshape(const mv::testing::TreeShape& shape) {
+    TableDefinition table;
+    table.page = kTable;
+    mv::testing::TreeShaper(storage_.File(), table, index_, 1).Reshape(shape);
+  }
+  void Insert(int number) {
+    tree_->Insert(KeyOf(number), RowOf(number));
+    there_.insert(number);
+  }
+  void Remove(int number) {
+    EXPECT_TRUE(tree_->Remove(KeyOf(number), RowOf(number)));
+    there_.erase(number);
+  }
+  void ExpectAllThere() {
+    std::vector<RowId> rows;
+    for (const IndexTree::Entry& entry : tree_->Entries()) rows.push_back(entry.row);
+    std::vector<RowId> expected;
+    for (const int number : there_) expected.push_back(RowOf(number));
+    EXPECT_EQ(rows, expected);
+    for (const int number : there_) ASSERT_EQ(tree_->Find(KeyOf(number)), RowOf(number));
+  }
+
+  bool isWide_ = false;
+  std::set<int> there_;
+};
+
+TEST_F(TreesOfOthers, NodeThatIsFullByItsPrefixTakesAnEntryThatDoesNotShareIt) {
+  for (int i = 300; i < 540; ++i) Insert(i);
+  Reshape({.mostEntries = 1, .mostChildren = 240, .nodePrefix = mv::testing::TreeShape::Prefix::Longest});
+  for (int i = 0; i < 300; ++i) Insert(i);
+  ExpectAllThere();
+  while (!there_.empty()) Remove(*there_.rbegin());
+  EXPECT_EQ(UsageMap(storage_.File(), index_.map).Pages(), std::vector<PageNumber>{index_.root});
+}
+
+TEST_F(TreesOfOthers, LevelsAreCountedFromTheLeavesWhateverTheirBytesSay) {
+  isWide_ = true;
+  for (int i = 0; i < kKeys; i += 8) Insert(i);
+  Reshape({.mostEntries = 4, .mostChildren = 5, .nodeLevel = 0});
+  for (int i = 0; i < kKeys; ++i) {
+    if (i % 8 != 0) Insert(i);
+  }
+  ExpectAllThere();
+  while (there_.size() > 3) Remove(*there_.begin());
+  ExpectAllThere();
+}
+
+TEST_F(TreesOfOthers, NodesWithAPrefixAreSplitAndJoined) {
+  Build({.mostEntries = 4,
+         .mostChildren = 120,
+         .leafPrefix = mv::testing::TreeShape::Prefix::Longest,
+         .nodePrefix = mv::testing::TreeShape::Prefix::Longest});
+  std::mt19937 random(3);
+  for (int i = 1; i < kKeys; i += 2) Insert(i);
+  ExpectAllThere();
+  while (there_.size() > 20) Remove(*std::next(there_.begin(), static_cast<std::ptrdiff_t>(random() % there_.size())));
+  ExpectAllThere();
+  for (int i = 0; i < kKeys; ++i) {
+    if (!there_.contains(i)) Insert(i);
+  }
+  ExpectAllThere();
+  while (!there_.empty()) Remove(*there_.begin());
+  EXPECT_EQ(UsageMap(storage_.File(), index_.map).Pages(), std::vector<PageNumber>{index_.root});
+}
+
+TEST_F(TreesOfOthers, NodesWithoutTailAndEmptyLeavesAreEmptiedFromTheRight) {
+  Build({.mostEntries = 3, .mostChildren = 3, .extraLevels = 1, .tails = false, .emptyLeaves = true});
+  while (there_.size() > 5) Remove(*there_.rbegin());
+  ExpectAllThere();
+  for (int i = 0; i < kKeys; ++i) {
+    if (!there_.contains(i)) Insert(i);
+  }
+  ExpectAllThere();
 }
 
 TEST_F(IndexTreeTest, NodeThatIsItsOwnTailIsDamage) {

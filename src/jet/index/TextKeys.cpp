@@ -241,6 +241,22 @@ std::optional<char32_t> AppendTextKey(Bytes& key, std::u16string_view units) {
   return std::nullopt;
 }
 
+std::optional<std::size_t> CertainPartOfTextKey(ByteView key) {
+  if (key.size() < 2 || key[key.size() - 2] == kSeparator) return std::nullopt;
+  // A weight's second byte may be 01 in no run, so the first one ends the weights.
+  const auto end = std::find(key.begin(), key.end(), kSeparator);
+  const bool mayBeOne = std::any_of(AllLetters().begin(), AllLetters().end(), [&](const LetterWeights& letters) {
+    Bytes weights;
+    for (std::size_t i = 0; i < letters.count; ++i) {
+      if (letters.primary[i] > 0xFF) weights.push_back(static_cast<std::uint8_t>(letters.primary[i] >> 8));
+      weights.push_back(static_cast<std::uint8_t>(letters.primary[i] & 0xFF));
+    }
+    return std::search(key.begin(), end, weights.begin(), weights.end()) != end;
+  });
+  if (!mayBeOne) return std::nullopt;
+  return static_cast<std::size_t>(end - key.begin()) + 1;
+}
+
 bool MayHaveOtherKeys(std::string_view text) {
   constexpr std::u32string_view kSuchCharacters = U"\u0462\u0463\u04B6\u04B7\uFFFD";
   for (std::size_t at = 0; at < text.size();) {

@@ -30,6 +30,11 @@ std::optional<char32_t> AppendTextKey(Bytes& key, std::string_view text);
 /// The same for UTF-16 units; a lone surrogate is returned as it is.
 std::optional<char32_t> AppendTextKey(Bytes& key, std::u16string_view units);
 
+/// How much of an ascending text key every engine builds alike: all of it, except that some writers count a character
+/// that stands for several letters (the sharp s, AE ...) as one weight where places are counted. For a key that may be
+/// one of such a text and has bytes behind its primary weights that is the length of those with their 01; else nothing.
+std::optional<std::size_t> CertainPartOfTextKey(ByteView key);
+
 /// True when a text that reads the same, case apart, may have another key: the order tells the cases of the Cyrillic
 /// letters U+0462, U+0463 and U+04B6, U+04B7 apart, and U+FFFD is also what a lone surrogate reads as. For all other
 /// texts, being equal but for case means having one key.

@@ -301,6 +301,24 @@ TEST(TextKeys, CasesOfEveryLetterShareTheirKeyWhereTheyShould) {
   EXPECT_TRUE(MayHaveOtherKeys("a\uFFFD"));
 }
 
+std::optional<std::size_t> CertainPartOf(std::string_view text) {
+  Bytes key;
+  AppendTextKey(key, text);
+  return CertainPartOfTextKey(key);
+}
+
+TEST(TextKeys, OfATextThatMayHaveTwoLettersInOneOnlyTheWeightsAreCertain) {
+  EXPECT_EQ(CertainPartOf("Gro\u00DF-\u00C9"), std::optional<std::size_t>(7));
+  EXPECT_EQ(CertainPartOf("gross-\u00E9"), std::optional<std::size_t>(7));
+  EXPECT_EQ(CertainPartOf("Caf\u00E9 \u00C6"), std::optional<std::size_t>(8));
+}
+
+TEST(TextKeys, AllOfOtherKeysIsCertain) {
+  for (const char* text : {"", "gross", "Gro\u00DF", "Caf\u00E9", "co-op", "a'b", "S\u00E9jour", "\u3042"}) {
+    EXPECT_EQ(CertainPartOf(text), std::nullopt) << text;
+  }
+}
+
 TEST(TextKeys, AllUnitsWithoutKnownWeightAreRefused) {
   for (unsigned unit = 0xD800; unit <= 0xDFFF; ++unit) {
     Bytes key;

@@ -864,4 +864,8 @@ LetterWeights LettersOf(std::uint8_t number) {
   return kLetters[number];
 }
 
+std::span<const LetterWeights> AllLetters() {
+  return kLetters;
+}
+
 }  // namespace mv::jet

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 
 namespace mv::jet {
 
@@ -39,6 +40,8 @@ extern const std::array<TextWeight, 256> kLatinWeights;
 /// The entry of a unit above U+00FF; a binary search.
 TextWeight FindWeight(char16_t unit);
 LetterWeights LettersOf(std::uint8_t number);
+/// Those of all such characters.
+std::span<const LetterWeights> AllLetters();
 
 inline TextWeight WeightOf(char16_t unit) {
   return unit < kLatinWeights.size() ? kLatinWeights[unit] : FindWeight(unit);

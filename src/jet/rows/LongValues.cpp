@@ -109,6 +109,7 @@ RowId LongValues::StoreRow(ByteView stored) {
     owned_.Add(*number, freePages_);
     freeSpace_.Add(*number, freePages_);
     searchBelow_ = *number + 1;
+    begun_ = *number;
   }
   DataPage page(file_, *number);
   const std::uint8_t slot = page.Append(stored, SlotState::Live);
@@ -126,11 +127,26 @@ std::optional<PageNumber> LongValues::PageWithRoom(std::size_t length) {
     const DataPageView page(file_, *number);
     const bool isOwn = page.Owner() == kOwnerLongValues && owned_.Contains(*number);
     if (!isOwn) Damaged("would go to a page that holds something else");
-    if (!page.HasRoomFor(length)) continue;
+    if (!page.HasRoomFor(length) || (*number != begun_ && MayHoldChainPart(page))) continue;
     searchBelow_ = *number + 1;
     return number;
   }
   return std::nullopt;
+}
+
+/// Some writers let the parts of chains share pages with other rows. An engine that frees the pages of a chain whole
+/// would take a value beside a part along, so no value is put there. A value whose first bytes happen to read like a
+/// link costs no more than the rest of its page.
+bool LongValues::MayHoldChainPart(const DataPageView& page) const {
+  if (page.Stamp() != 0) return true;
+  for (std::size_t slot = 0; slot < page.SlotCount(); ++slot) {
+    if (page.State(slot) != SlotState::Live) continue;
+    const ByteView row = page.Row(slot);
+    if (row.size() < kNextRowSize) continue;
+    const RowId next = RowId::FromWord(LoadLittle<std::uint32_t>(row.data()));
+    if (next.IsNone() || owned_.Contains(next.page)) return true;
+  }
+  return false;
 }
 
 RowId LongValues::StoreChain(ByteView stored, std::uint32_t stamp) {
@@ -182,11 +198,13 @@ std::vector<LongValues::Piece> LongValues::PiecesOf(ByteView extent) const {
 }
 
 std::vector<LongValues::Piece> LongValues::ChainOf(RowId first, std::size_t length, std::uint32_t stamp) const {
+  const std::size_t pages = file_.PageCount();
+  if (length > pages * kPageSize) Damaged("is longer than the file");
   std::vector<Piece> pieces;
   std::size_t total = 0;
   for (RowId row = first; !row.IsNone();) {
-    // A chain has at most one row on each page; more means that it leads back into itself.
-    if (pieces.size() >= file_.PageCount()) Damaged("leads back into itself");
+    // Parts may share a page; more of them than the pages can have means that the chain leads back into itself.
+    if (pieces.size() >= pages * kMaxSlots) Damaged("leads back into itself");
     const ByteView bytes = ValueRow(row);
     if (bytes.size() < kNextRowSize) Damaged("has a part without a link");
     if (pieces.empty() && DataPageView(file_, row.page).Stamp() != stamp) Damaged("was changed by somebody else");
@@ -197,6 +215,11 @@ std::vector<LongValues::Piece> LongValues::ChainOf(RowId first, std::size_t leng
   }
   if (total != length) Damaged("is shorter than its length says");
   return pieces;
+}
+
+bool LongValues::IsInline(ByteView extent) {
+  if (extent.size() < kDescriptorSize) return false;
+  return LoadLittle<std::uint32_t>(extent.data()) >> kFormShift == static_cast<std::uint32_t>(Form::Inline);
 }
 
 Value LongValues::Load(ByteView extent) const {
@@ -230,7 +253,7 @@ void LongValues::RemoveRow(RowId row) {
     owned_.Remove(row.page);
     if (!column_.longValueFreeSpace.IsNone()) freeSpace_.Remove(row.page);
     freePages_.Free(row.page);
-  } else if (HasRoomToList(page) && !column_.longValueFreeSpace.IsNone()) {
+  } else if (HasRoomToList(page) && !column_.longValueFreeSpace.IsNone() && !MayHoldChainPart(page)) {
     freeSpace_.Add(row.page, freePages_);
   }
 }

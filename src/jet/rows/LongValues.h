@@ -14,6 +14,8 @@
 
 namespace mv::jet {
 
+class DataPageView;
+
 /// The Memo or OLE values of one column. A row keeps a descriptor; the bytes follow it there or lie on pages that
 /// belong to the column. All numbers little-endian.
 ///
@@ -37,6 +39,9 @@ namespace mv::jet {
 /// row whose descriptor names a chain written for somebody else is recognised by it.
 ///
 /// Pages with more than 257 free bytes, chains aside, may be in the column's free-space map; others are not.
+///
+/// Other writers have values of any length in each form, parts of chains of any length that share pages with other
+/// rows, and stamps of 0 in both places. All that is read and removed, and stays as long as the value does.
 class LongValues {
  public:
   /// `column` is a Memo or OLE column; copied.
@@ -60,6 +65,8 @@ class LongValues {
   /// The value of a descriptor, given with the bytes behind it. Throws DamagedFileError for one that the pages
   /// contradict; allocates no more than the pages hold.
   Value Load(ByteView extent) const;
+  /// True when the bytes of a value lie in its row, behind the descriptor.
+  static bool IsInline(ByteView extent);
   /// Takes a value's rows off their pages and frees pages that are left without rows.
   void Remove(ByteView extent);
 
@@ -73,6 +80,7 @@ class LongValues {
   std::vector<Piece> ChainOf(RowId first, std::size_t length, std::uint32_t stamp) const;
   ByteView ValueRow(RowId row) const;
   std::optional<PageNumber> PageWithRoom(std::size_t length);
+  bool MayHoldChainPart(const DataPageView& page) const;
   RowId StoreRow(ByteView stored);
   RowId StoreChain(ByteView stored, std::uint32_t stamp);
   void RemoveRow(RowId row);
@@ -85,6 +93,8 @@ class LongValues {
   UsageMap freeSpace_;
   /// Where the search for a page with room goes on, downwards: a hint that is checked against the map.
   PageNumber searchBelow_;
+  /// The page that this object has begun last for values of one row: there are no parts of chains on it.
+  PageNumber begun_ = 0;
 };
 
 }  // namespace mv::jet

@@ -379,6 +379,92 @@ class LongValuesModel {
   std::vector<std::pair<Bytes, Bytes>> model_;  ///< bytes in the row, value
 };
 
+/// Chains of other writers, put on the column's pages row by row.
+class ChainsOfOthers : public LongValuesTest {
+ protected:
+  /// A new page of the column that is listed as having room.
+  PageNumber AddPage() {
+    FreePages freePages(storage_.File());
+    const PageNumber page = freePages.Allocate();
+    DataPage::Format(storage_.File().Write(page), kOwnerLongValues);
+    UsageMap(storage_.File(), owned_).Add(page, freePages);
+    UsageMap(storage_.File(), freeSpace_).Add(page, freePages);
+    return page;
+  }
+  RowId AddPart(PageNumber page, RowId next, ByteView bytes) {
+    Bytes row(4);
+    StoreLittle(row.data(), next.Word());
+    row.insert(row.end(), bytes.begin(), bytes.end());
+    return {page, DataPage(storage_.File(), page).Append(row, SlotState::Live)};
+  }
+  static Bytes ChainAt(RowId first, std::size_t length) {
+    Bytes descriptor(12);
+    StoreLittle(descriptor.data(), static_cast<std::uint32_t>(length));
+    StoreLittle(descriptor.data() + 4, first.Word());
+    return descriptor;
+  }
+};
+
+TEST_F(ChainsOfOthers, ChainMayHaveMorePartsThanTheFileHasPages) {
+  const Bytes value = Numbers(200);
+  const PageNumber page = AddPage();
+  RowId next;
+  for (std::size_t at = value.size(); at-- > 0;) next = AddPart(page, next, ByteView(value).subspan(at, 1));
+  ASSERT_GT(value.size(), storage_.File().PageCount());
+  LongValues values(storage_.File(), OleColumn());
+  EXPECT_EQ(values.Load(ChainAt(next, value.size())), Value(value));
+  values.Remove(ChainAt(next, value.size()));
+  EXPECT_TRUE(Owned().empty());
+  EXPECT_TRUE(WithRoom().empty());
+}
+
+TEST_F(ChainsOfOthers, ChainThatLeadsBackIntoItselfIsDamage) {
+  const PageNumber page = AddPage();
+  const RowId part = AddPart(page, {page, 0}, Bytes(1, 7));
+  LongValues values(storage_.File(), OleColumn());
+  EXPECT_EQ(ErrorNumberOf([&] { values.Load(ChainAt(part, 50000)); }), errors::kJetGeneral);
+  EXPECT_EQ(ErrorNumberOf([&] { values.Load(ChainAt(part, 0x3FFFFFFF)); }), errors::kJetGeneral);
+}
+
+TEST_F(ChainsOfOthers, ChainsThatShareAPageGoOneByOne) {
+  const PageNumber page = AddPage();
+  const RowId lastOfOne = AddPart(page, {}, Bytes(70, 1));
+  const RowId lastOfOther = AddPart(page, {}, Bytes(70, 2));
+  const Bytes one = ChainAt(AddPart(page, lastOfOne, Bytes(70, 1)), 140);
+  const Bytes other = ChainAt(AddPart(page, lastOfOther, Bytes(70, 2)), 140);
+  LongValues values(storage_.File(), OleColumn());
+  values.Remove(one);
+  EXPECT_EQ(values.Load(other), Value(Bytes(140, 2)));
+  values.Remove(other);
+  EXPECT_TRUE(Owned().empty());
+}
+
+TEST_F(ChainsOfOthers, NoValueIsPutBesideAPartOfAChain) {
+  const PageNumber page = AddPage();
+  const Bytes chain = ChainAt(AddPart(page, AddPart(page, {}, Bytes(70, 1)), Bytes(70, 2)), 140);
+  LongValues values(storage_.File(), OleColumn());
+  Stored(values, Numbers(100));
+  EXPECT_EQ(PageAt(page).SlotCount(), 2u);
+  const PageNumber begun = AddPage();
+  const RowId part = AddPart(begun, {}, Bytes(70, 3));
+  const RowId row = {begun, DataPage(storage_.File(), begun).Append(Numbers(80), SlotState::Live)};
+  Bytes beside = ChainAt(row, 80);
+  beside[3] = 0x40;
+  UsageMap(storage_.File(), freeSpace_).Remove(begun);
+  values.Remove(beside);
+  EXPECT_FALSE(UsageMap(storage_.File(), freeSpace_).Contains(begun)) << "a page with a part is listed";
+  EXPECT_EQ(values.Load(ChainAt(part, 70)), Value(Bytes(70, 3)));
+  Bytes expected(70, 2);
+  expected.resize(140, 1);
+  EXPECT_EQ(values.Load(chain), Value(expected));
+}
+
+TEST_F(ChainsOfOthers, ValuesThatBeginLikeALinkShareThePageThatWasBegunForThem) {
+  LongValues values(storage_.File(), OleColumn());
+  for (int i = 0; i < 20; ++i) Stored(values, Bytes(100, 0));
+  EXPECT_EQ(Owned().size(), 1u);
+}
+
 TEST_F(LongValuesTest, RandomChangesMatchAModel) {
   for (unsigned seed = 1; seed <= 8; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
