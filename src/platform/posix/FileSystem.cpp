@@ -17,6 +17,7 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "platform/posix/Descriptor.h"
 #include "platform/posix/Paths.h"
 
 namespace mv::platform {
@@ -61,22 +62,6 @@ Error ErrorFromErrno(int code, const std::string& native) {
       return Error(errors::kDeviceIo, "", "Device I/O error: " + std::generic_category().message(code));
   }
 }
-
-/// A file descriptor that closes itself.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int Number() const { return number_; }
-  bool IsOpen() const { return number_ >= 0; }
-
- private:
-  int number_;
-};
 
 class PosixFile : public File {
  public:
@@ -332,6 +317,15 @@ class PosixFileSystem : public FileSystem {
     struct statvfs status = {};
     if (::statvfs(NativePath(folder).c_str(), &status) != 0) return 0;
     return std::uint64_t{status.f_bavail} * status.f_frsize;
+  }
+
+  std::uint64_t LastWriteTime(const std::string& path) const override {
+    const std::string native = NativePath(path);
+    struct stat status = {};
+    if (::stat(native.c_str(), &status) != 0) throw ErrorFromErrno(errno, native);
+    constexpr std::int64_t kSecondsFrom1601To1970 = 11'644'473'600;
+    const std::int64_t seconds = status.st_mtim.tv_sec + kSecondsFrom1601To1970;
+    return seconds < 0 ? 0 : static_cast<std::uint64_t>(seconds * 10'000'000 + status.st_mtim.tv_nsec / 100);
   }
 
   void RemoveFile(const std::string& path) override {
