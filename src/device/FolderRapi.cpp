@@ -6,6 +6,7 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "device/DevicePattern.h"
 
 namespace mv {
 namespace {
@@ -24,9 +25,10 @@ bool IsPlainName(std::string_view name) {
   return !name.empty() && !endsOddly && name.find_first_of(kForbidden) == name.npos;
 }
 
+constexpr std::string_view kSeparators = "\\/";
+
 /// The names between the separators of a device path; nothing when one of them is no plain name or there is none.
 std::vector<std::string> SegmentsOf(std::string_view path) {
-  constexpr std::string_view kSeparators = "\\/";
   std::vector<std::string> segments;
   for (std::size_t start = path.find_first_not_of(kSeparators); start != path.npos;) {
     const std::size_t end = std::min(path.find_first_of(kSeparators, start), path.size());
@@ -92,9 +94,13 @@ std::uint32_t FolderRapi::WaitForSingleObject(RapiHandle, std::uint32_t) {
   return rapi::kWaitSignalled;
 }
 
+bool FolderRapi::Exists(const std::string& localPath) const {
+  return files_.FileExists(localPath) || files_.FolderExists(localPath);
+}
+
 std::optional<std::string> FolderRapi::EntryName(const std::string& folder, const std::string& name) const {
   const std::string exact = JoinPath(folder, name);
-  if (files_.FileExists(exact) || files_.FolderExists(exact)) return name;
+  if (Exists(exact)) return name;
   std::optional<std::string> match;
   for (const std::string& entry : files_.List(folder + '\\')) {
     if (FoldCase(entry) != FoldCase(name)) continue;
@@ -108,13 +114,19 @@ std::optional<std::string> FolderRapi::LocalPath(const std::string& devicePath) 
   if (segments.empty()) return std::nullopt;
   const std::string last = std::move(segments.back());
   segments.pop_back();
+  const std::optional<std::string> folder = LocalFolder(segments);
+  if (!folder) return std::nullopt;
+  return JoinPath(*folder, EntryName(*folder, last).value_or(last));
+}
+
+std::optional<std::string> FolderRapi::LocalFolder(const std::vector<std::string>& names) const {
   std::string folder = prefix_;
-  for (const std::string& segment : segments) {
-    const std::optional<std::string> entry = EntryName(folder, segment);
+  for (const std::string& name : names) {
+    const std::optional<std::string> entry = EntryName(folder, name);
     if (!entry) return std::nullopt;
     folder = JoinPath(folder, *entry);
   }
-  return JoinPath(folder, EntryName(folder, last).value_or(last));
+  return folder;
 }
 
 std::optional<std::string> FolderRapi::LocalFile(const std::string& devicePath) const {
@@ -128,8 +140,7 @@ std::optional<std::string> FolderRapi::LocalFile(const std::string& devicePath) 
 RapiHandle FolderRapi::CeFindFirstFile(const std::string& path) {
   return Report(kInvalidRapiHandle, [&] {
     const std::optional<std::string> local = LocalPath(path);
-    const bool exists = local && (files_.FileExists(*local) || files_.FolderExists(*local));
-    if (!exists) throw StandardError(errors::kFileNotFound);
+    if (!local || !Exists(*local)) throw StandardError(errors::kFileNotFound);
     return *findHandles_.insert(nextHandle_++).first;
   });
 }
@@ -207,6 +218,45 @@ std::int32_t FolderRapi::CeCloseHandle(RapiHandle handle) {
 std::int32_t FolderRapi::CeFindClose(RapiHandle handle) {
   return Report(std::int32_t{0}, [&] {
     if (findHandles_.erase(handle) == 0) throw StandardError(errors::kDeviceIo);
+    return rapi::kDone;
+  });
+}
+
+DeviceEntry FolderRapi::EntryOf(const std::string& localPath, const std::string& name) const {
+  DeviceEntry entry{name, rapi::kFileAttributeArchive, 0, files_.LastWriteTime(localPath)};
+  if (files_.FolderExists(localPath)) {
+    entry.attributes = rapi::kFileAttributeDirectory;
+  } else {
+    entry.size = files_.FactsOf(localPath).bytes;
+  }
+  return entry;
+}
+
+std::int32_t FolderRapi::CeFindAllFiles(const std::string& pattern, std::vector<DeviceEntry>& entries) {
+  entries.clear();
+  return Report(std::int32_t{0}, [&] {
+    const std::size_t slash = pattern.find_last_of(kSeparators);
+    const std::size_t nameAt = slash == pattern.npos ? 0 : slash + 1;
+    const std::string folderPath = pattern.substr(0, nameAt);
+    const std::vector<std::string> segments = SegmentsOf(folderPath);
+    const bool isRoot = folderPath.find_first_not_of(kSeparators) == folderPath.npos;
+    if (segments.empty() && !isRoot) return rapi::kDone;
+    const std::optional<std::string> folder = LocalFolder(segments);
+    if (!folder || !files_.FolderExists(*folder + '\\')) return rapi::kDone;
+    const DevicePattern wanted(std::string_view(pattern).substr(nameAt));
+    for (const std::string& name : files_.List(*folder + '\\')) {
+      const std::string path = JoinPath(*folder, name);
+      if (IsPlainName(name) && wanted.Fits(name) && Exists(path)) entries.push_back(EntryOf(path, name));
+    }
+    return rapi::kDone;
+  });
+}
+
+std::int32_t FolderRapi::DescribeHandheld(HandheldFacts& facts) {
+  facts = {};
+  return Report(std::int32_t{0}, [&] {
+    if (!IsUsable()) throw StandardError(errors::kPathNotFound);
+    facts.address = prefix_;
     return rapi::kDone;
   });
 }

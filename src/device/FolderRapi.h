@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "device/Rapi.h"
 #include "platform/FileSystem.h"
@@ -51,6 +52,10 @@ class FolderRapi : public Rapi {
   /// For an upload this is the moment at which the new file counts; a failure leaves the old one.
   std::int32_t CeCloseHandle(RapiHandle handle) override;
   std::int32_t CeFindClose(RapiHandle handle) override;
+  /// Names that differ in case only are listed each; files that cannot be looked at are left out.
+  std::int32_t CeFindAllFiles(const std::string& pattern, std::vector<DeviceEntry>& entries) override;
+  /// Of a folder its path is all that is known.
+  std::int32_t DescribeHandheld(HandheldFacts& facts) override;
   std::uint32_t WaitForSingleObject(RapiHandle event, std::uint32_t milliseconds) override;
 
   /// The local path of a file of the handheld, whether or not it exists; nothing when a folder on the way is missing or
@@ -69,11 +74,16 @@ class FolderRapi : public Rapi {
 
   bool IsUsable() const;
   std::string RootFolder() const;
+  bool Exists(const std::string& localPath) const;
   /// The local path that `devicePath` names, whether or not its last segment exists; nothing when a folder on the way
   /// is missing.
   std::optional<std::string> LocalPath(const std::string& devicePath) const;
   /// The name of the entry of `folder` that `name` names; nothing when there is none.
   std::optional<std::string> EntryName(const std::string& folder, const std::string& name) const;
+
+  /// The local folder that the names name below the root; nothing when one of them is missing.
+  std::optional<std::string> LocalFolder(const std::vector<std::string>& names) const;
+  DeviceEntry EntryOf(const std::string& localPath, const std::string& name) const;
 
   OpenFile OpenForReading(const std::string& localPath);
   OpenFile OpenForUpload(const std::string& localPath);

@@ -227,6 +227,38 @@ TEST_F(FolderRapiTest, UploadOverAFolderCannotBeCreated) {
   EXPECT_EQ(OpenForUpload("\\Program Files"), kInvalidRapiHandle);
 }
 
+using Entries = std::vector<DeviceEntry>;
+
+std::string NamesOf(Rapi& rapi, const std::string& pattern) {
+  Entries entries;
+  EXPECT_NE(rapi.CeFindAllFiles(pattern, entries), 0) << pattern;
+  std::sort(entries.begin(), entries.end(),
+            [](const DeviceEntry& left, const DeviceEntry& right) { return left.name < right.name; });
+  std::string names;
+  for (const DeviceEntry& entry : entries) names += entry.name + (entry.IsFolder() ? "\\ " : " ");
+  return names;
+}
+
+TEST_F(FolderRapiTest, ListingOfTheRootShowsItsFolders) {
+  files_.Put("D:\\card\\readme.txt", {1});
+  EXPECT_EQ(NamesOf(rapi_, "\\*"), "Program Files\\ readme.txt ");
+  EXPECT_EQ(NamesOf(rapi_, "\\*.*"), "Program Files\\ readme.txt ");
+  EXPECT_EQ(NamesOf(rapi_, "\\*.txt"), "readme.txt ");
+  EXPECT_EQ(NamesOf(rapi_, "\\program files"), "Program Files\\ ");
+}
+
+TEST_F(FolderRapiTest, ListingLeavesTheRootNoMoreThanOpeningDoes) {
+  files_.Put("D:\\secret.pdb", {1});
+  for (const char* pattern : {"\\..\\*", "..\\*", "\\Program Files\\..\\..\\*", "\\..", "D:\\*", "\\D:\\*", "\\*\\*"})
+    EXPECT_EQ(NamesOf(rapi_, pattern), "") << pattern;
+}
+
+TEST_F(FolderRapiTest, FolderIsDescribedByItsPlace) {
+  HandheldFacts facts;
+  EXPECT_NE(rapi_.DescribeHandheld(facts), 0);
+  EXPECT_EQ(facts, (HandheldFacts{std::nullopt, "", "", "", "D:\\card"}));
+}
+
 TEST_F(FolderRapiTest, OtherWaysOfOpeningFail) {
   EXPECT_EQ(rapi_.CeCreateFile(kDevicePath, kRead | kWrite, 1, 1, kOpenExisting, 0x80), kInvalidRapiHandle);
   EXPECT_EQ(rapi_.CeCreateFile(kDevicePath, kWrite, 1, 1, kOpenExisting, 0x80), kInvalidRapiHandle);

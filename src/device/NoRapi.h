@@ -20,6 +20,14 @@ class NoRapi : public Rapi {
   std::int32_t CeWriteFile(RapiHandle, ByteView, std::uint32_t&) override { return 0; }
   std::int32_t CeCloseHandle(RapiHandle) override { return 0; }
   std::int32_t CeFindClose(RapiHandle) override { return 0; }
+  std::int32_t CeFindAllFiles(const std::string&, std::vector<DeviceEntry>& entries) override {
+    entries.clear();
+    return 0;
+  }
+  std::int32_t DescribeHandheld(HandheldFacts& facts) override {
+    facts = {};
+    return 0;
+  }
   std::uint32_t WaitForSingleObject(RapiHandle, std::uint32_t) override { return rapi::kWaitTimeout; }
 
  private:

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "base/Bytes.h"
 
@@ -20,6 +22,8 @@ inline constexpr std::uint32_t kFileShareRead = 1;
 inline constexpr std::uint32_t kCreateAlways = 2;
 inline constexpr std::uint32_t kOpenExisting = 3;
 inline constexpr std::uint32_t kFileAttributeNormal = 0x80;
+inline constexpr std::uint32_t kFileAttributeDirectory = 0x10;
+inline constexpr std::uint32_t kFileAttributeArchive = 0x20;
 inline constexpr std::uint32_t kNoFileSize = 0xFFFFFFFF;
 /// What a call on a file or handle returns that succeeded.
 inline constexpr std::int32_t kDone = 1;
@@ -32,6 +36,38 @@ struct RAPIINIT {
   std::uint32_t cbSize = 0;     ///< set to 12 by the caller
   RapiHandle heRapiInit = 0;    ///< event, signalled when the connection is up or has failed
   std::int32_t hrRapiInit = 0;  ///< result, 0 = success
+};
+
+/// A file or folder of the handheld, as CeFindAllFiles tells of it.
+struct DeviceEntry {
+  std::string name;  ///< without its folder. It comes from outside: no local path before it was checked
+  std::uint32_t attributes = 0;
+  std::uint64_t size = 0;           ///< bytes
+  std::uint64_t lastWriteTime = 0;  ///< 100 ns since 1601-01-01 UTC; 0 = not known
+
+  bool IsFolder() const { return (attributes & rapi::kFileAttributeDirectory) != 0; }
+  friend bool operator==(const DeviceEntry&, const DeviceEntry&) = default;
+};
+
+/// The handheld's system, as CeGetVersionEx tells it.
+struct SystemVersion {
+  std::uint32_t major = 0;
+  std::uint32_t minor = 0;
+  std::uint32_t build = 0;
+
+  friend bool operator==(const SystemVersion&, const SystemVersion&) = default;
+};
+
+/// What is known of the handheld that is connected. Every text may be empty and comes from outside; `system` is missing
+/// where there is no way to ask.
+struct HandheldFacts {
+  std::optional<SystemVersion> system;
+  std::string name;      ///< that its owner gave it
+  std::string platform;  ///< "PocketPC"
+  std::string model;
+  std::string address;  ///< where it is reached: a network address, or the folder that stands for it
+
+  friend bool operator==(const HandheldFacts&, const HandheldFacts&) = default;
 };
 
 /// The remote API of the handheld's operating system: connection set-up and remote file calls. Names, arguments and
@@ -63,6 +99,13 @@ class Rapi {
   virtual std::int32_t CeWriteFile(RapiHandle file, ByteView data, std::uint32_t& bytesWritten) = 0;
   virtual std::int32_t CeCloseHandle(RapiHandle handle) = 0;
   virtual std::int32_t CeFindClose(RapiHandle handle) = 0;
+  /// Lists what `pattern` fits: "*" and "?" may stand in its last segment; without any it names one file or folder.
+  /// Non-zero on success, `entries` in no order; that nothing fits is a success with no entries. 0, and no entries,
+  /// when it fails.
+  virtual std::int32_t CeFindAllFiles(const std::string& pattern, std::vector<DeviceEntry>& entries) = 0;
+  /// Non-zero on success. The system's version is asked of the handheld with CeGetVersionEx where it can be asked, so a
+  /// success also proves that the two sides understand each other.
+  virtual std::int32_t DescribeHandheld(HandheldFacts& facts) = 0;
   /// Waits on the connection event; 0 = signalled, 258 = timed out.
   virtual std::uint32_t WaitForSingleObject(RapiHandle event, std::uint32_t milliseconds) = 0;
 };

@@ -64,6 +64,10 @@ platform::FileFacts OneFileSystem::FactsOf(const std::string&) const {
   RefuseSecondFile();
 }
 
+std::uint64_t OneFileSystem::LastWriteTime(const std::string&) const {
+  RefuseSecondFile();
+}
+
 void OneFileSystem::RemoveFile(const std::string&) {
   RefuseSecondFile();
 }

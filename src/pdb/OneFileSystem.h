@@ -27,6 +27,7 @@ class OneFileSystem : public platform::FileSystem {
   bool FolderExists(const std::string& path) const override;
   std::vector<std::string> List(const std::string& folder) const override;
   platform::FileFacts FactsOf(const std::string& path) const override;
+  std::uint64_t LastWriteTime(const std::string& path) const override;
   void RemoveFile(const std::string& path) override;
   void RenameFile(const std::string& from, const std::string& to) override;
   void CreateFolders(const std::string& folder) override;

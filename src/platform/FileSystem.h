@@ -80,6 +80,9 @@ class FileSystem {
 
   /// Of the file that the path leads to. Error 53 when missing.
   virtual FileFacts FactsOf(const std::string& path) const = 0;
+  /// When the file or folder was last written: 100 ns since 1601-01-01 UTC; 0 for a time before that. Error 53 when
+  /// missing.
+  virtual std::uint64_t LastWriteTime(const std::string& path) const = 0;
 
   /// Error 53 when missing.
   virtual void RemoveFile(const std::string& path) = 0;

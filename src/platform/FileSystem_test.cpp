@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 
 #include "base/Error.h"
 #include "platform/StagedWrite.h"
@@ -346,6 +347,24 @@ TEST_P(FileSystemTest, FactsOfAFileChangeWithIt) {
   EXPECT_EQ(files_->FactsOf(folder_.File("file")).bytes, 2u);
   EXPECT_NE(files_->FactsOf(folder_.File("file")), before);
   EXPECT_EQ(ErrorNumberOf([&] { files_->FactsOf(folder_.File("no")); }), errors::kFileNotFound);
+}
+
+TEST(FileSystemOnDisk, LastWriteTimeCountsFrom1601AndFoldersHaveOne) {
+  using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
+  constexpr std::chrono::seconds kFrom1601To1970(11'644'473'600);
+  constexpr std::chrono::seconds kCoarsest(2);  // of the file systems that are still about
+  const TempFolder folder;
+  const auto files = MakeFileSystem();
+  const auto written = [&](const char* name) {
+    return Ticks(static_cast<std::int64_t>(files->LastWriteTime(folder.File(name))));
+  };
+  const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
+  const Ticks now = std::chrono::duration_cast<Ticks>(sinceEpoch) + kFrom1601To1970;
+  folder.Write("folder/file", "x");
+  EXPECT_GE(written("folder\\file"), now - kCoarsest);
+  EXPECT_LE(written("folder\\file"), now + 10 * kCoarsest);
+  EXPECT_GE(written("folder"), now - kCoarsest);
+  EXPECT_EQ(ErrorNumberOf([&] { files->LastWriteTime(folder.File("no")); }), errors::kFileNotFound);
 }
 
 TEST_P(FileSystemTest, RenameFileReplacesTheTarget) {

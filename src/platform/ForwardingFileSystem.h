@@ -24,6 +24,7 @@ class ForwardingFileSystem : public FileSystem {
   bool FileExistsForScripts(const std::string& path) const override { return files_.FileExistsForScripts(path); }
   std::vector<std::string> List(const std::string& folder) const override { return files_.List(folder); }
   FileFacts FactsOf(const std::string& path) const override { return files_.FactsOf(path); }
+  std::uint64_t LastWriteTime(const std::string& path) const override { return files_.LastWriteTime(path); }
   void RemoveFile(const std::string& path) override { files_.RemoveFile(path); }
   void RenameFile(const std::string& from, const std::string& to) override { files_.RenameFile(from, to); }
   void CreateFolders(const std::string& folder) override { files_.CreateFolders(folder); }

@@ -61,6 +61,10 @@ class ReadOnlyRapi : public Rapi {
   std::int32_t CeWriteFile(RapiHandle file, ByteView data, std::uint32_t& bytesWritten) override;
   std::int32_t CeCloseHandle(RapiHandle handle) override;
   std::int32_t CeFindClose(RapiHandle handle) override { return handheld_.CeFindClose(handle); }
+  std::int32_t CeFindAllFiles(const std::string& pattern, std::vector<DeviceEntry>& entries) override {
+    return handheld_.CeFindAllFiles(pattern, entries);
+  }
+  std::int32_t DescribeHandheld(HandheldFacts& facts) override { return handheld_.DescribeHandheld(facts); }
   std::uint32_t WaitForSingleObject(RapiHandle event, std::uint32_t milliseconds) override {
     return handheld_.WaitForSingleObject(event, milliseconds);
   }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <stdexcept>
+#include <vector>
 
 namespace {
 
@@ -73,6 +74,37 @@ std::string Text(HANDLE handle) {
 
 std::string Text(DWORD number) {
   return std::to_string(number);
+}
+
+/// To the last byte: a record that is too short in the program must show.
+DeviceFindData RecordOf(const WIN32_FIND_DATAW& local) {
+  DeviceFindData record = {local.dwFileAttributes,
+                           local.ftCreationTime,
+                           local.ftLastAccessTime,
+                           local.ftLastWriteTime,
+                           local.nFileSizeHigh,
+                           local.nFileSizeLow,
+                           0x01000001,
+                           {}};
+  std::copy(std::begin(local.cFileName), std::end(local.cFileName), record.cFileName);
+  return record;
+}
+
+/// What was not asked for is not told.
+DeviceFindData Told(DeviceFindData record, DWORD flags) {
+  if ((flags & 0x01) == 0) record.dwFileAttributes = 0;
+  if ((flags & 0x02) == 0) record.ftCreationTime = {};
+  if ((flags & 0x04) == 0) record.ftLastAccessTime = {};
+  if ((flags & 0x08) == 0) record.ftLastWriteTime = {};
+  if ((flags & 0x10) == 0) record.nFileSizeHigh = 0;
+  if ((flags & 0x20) == 0) record.nFileSizeLow = 0;
+  if ((flags & 0x40) == 0) record.dwOID = 0;
+  if ((flags & 0x80) == 0) record.cFileName[0] = L'\0';
+  return record;
+}
+
+bool IsDotName(const wchar_t* name) {
+  return ::lstrcmpW(name, L".") == 0 || ::lstrcmpW(name, L"..") == 0;
 }
 
 }  // namespace
@@ -224,16 +256,7 @@ HANDLE Device::FindFirst(const std::wstring& path, DeviceFindData* found) {
     WIN32_FIND_DATAW local = {};
     const HANDLE find = ::FindFirstFileW((root_ + path).c_str(), &local);
     if (find == INVALID_HANDLE_VALUE) return false;
-    // To the last byte: a record that is too short in the program must show.
-    *found = {local.dwFileAttributes,
-              local.ftCreationTime,
-              local.ftLastAccessTime,
-              local.ftLastWriteTime,
-              local.nFileSizeHigh,
-              local.nFileSizeLow,
-              0x01000001,
-              {}};
-    std::copy(std::begin(local.cFileName), std::end(local.cFileName), found->cFileName);
+    *found = RecordOf(local);
     result = HandleOf(++lastHandle_);
     finds_[result] = find;
     outcome_ = Text(result);
@@ -249,6 +272,42 @@ BOOL Device::CloseFind(HANDLE find) {
     finds_.erase(find);
     outcome_ = "1";
     return ::FindClose(local) != 0;
+  });
+}
+
+BOOL Device::FindAll(const std::wstring& pattern, DWORD flags, DWORD* count, DeviceFindData** found) {
+  *count = 0;
+  *found = nullptr;
+  return Call("CeFindAllFiles", Utf8(pattern) + " " + Hex(std::uintptr_t{flags}), [&] {
+    WIN32_FIND_DATAW local = {};
+    const HANDLE find = ::FindFirstFileW((root_ + pattern).c_str(), &local);
+    if (find == INVALID_HANDLE_VALUE) return false;
+    std::vector<DeviceFindData> records;
+    do {
+      if (!IsDotName(local.cFileName)) records.push_back(Told(RecordOf(local), flags));
+    } while (::FindNextFileW(find, &local));
+    ::FindClose(find);
+    outcome_ = Text(static_cast<DWORD>(records.size()));
+    if (records.empty()) return true;
+    *found = static_cast<DeviceFindData*>(::LocalAlloc(LMEM_FIXED, records.size() * sizeof(DeviceFindData)));
+    std::copy(records.begin(), records.end(), *found);
+    *count = static_cast<DWORD>(records.size());
+    return true;
+  });
+}
+
+HRESULT Device::FreeBuffer(void* buffer) {
+  const Locked locked(lock_);
+  Log("CeRapiFreeBuffer");
+  ::LocalFree(buffer);
+  return S_OK;
+}
+
+BOOL Device::Version(DeviceVersionInfo* version) {
+  return Call("CeGetVersionEx", Text(version->dwOSVersionInfoSize), [&] {
+    *version = {sizeof *version, 4, 20, 1081, 3, {}};
+    outcome_ = "4.20.1081";
+    return true;
   });
 }
 

@@ -26,6 +26,10 @@ class Device {
 
   HANDLE FindFirst(const std::wstring& path, DeviceFindData* found);
   BOOL CloseFind(HANDLE find);
+  /// `found` gets an array that the caller gives back with FreeBuffer. Of each field only those in `flags` are told.
+  BOOL FindAll(const std::wstring& pattern, DWORD flags, DWORD* count, DeviceFindData** found);
+  HRESULT FreeBuffer(void* buffer);
+  BOOL Version(DeviceVersionInfo* version);
   HANDLE Create(const std::wstring& path, DWORD access, DWORD shareMode, const void* securityAttributes,
                 DWORD disposition, DWORD flags, HANDLE templateFile);
   DWORD Size(HANDLE file, DWORD* high);

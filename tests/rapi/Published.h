@@ -23,3 +23,13 @@ struct DeviceFindData {
   WCHAR cFileName[260];
 };
 static_assert(sizeof(DeviceFindData) == 560);
+
+struct DeviceVersionInfo {
+  DWORD dwOSVersionInfoSize;
+  DWORD dwMajorVersion;
+  DWORD dwMinorVersion;
+  DWORD dwBuildNumber;
+  DWORD dwPlatformId;
+  WCHAR szCSDVersion[128];
+};
+static_assert(sizeof(DeviceVersionInfo) == 276);

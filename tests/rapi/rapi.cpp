@@ -1,5 +1,5 @@
-// The exported functions, with their published signatures. README.md tells what the library is for. CeFindClose has a
-// source of its own, because there is a library without it.
+// The exported functions, with their published signatures. README.md tells what the library is for. CeFindClose and
+// what lists and describes have sources of their own, because there is a library without them.
 #include <windows.h>
 
 #include "Device.h"

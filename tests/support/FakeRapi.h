@@ -9,6 +9,7 @@
 
 #include "base/Bytes.h"
 #include "base/Text.h"
+#include "device/DevicePattern.h"
 #include "device/Rapi.h"
 
 namespace mv::testing {
@@ -31,6 +32,7 @@ class FakeRapi : public Rapi {
   /// What CeWriteFile answers instead of 1 when it has written, and the count that it tells instead of the true one.
   std::int32_t writeResult = 1;
   std::optional<std::uint32_t> countToldInstead;
+  HandheldFacts facts;
   /// How often CeRapiGetError was called.
   std::size_t errorQuestions = 0;
 
@@ -127,6 +129,26 @@ class FakeRapi : public Rapi {
   std::int32_t CeFindClose(RapiHandle handle) override {
     Note("CeFindClose");
     return Begin("CeFindClose") && handles_.erase(handle) == 1 ? 1 : 0;
+  }
+  /// Files in the folder of `pattern`, whose last segment may be "*" or a name; their names are folded.
+  std::int32_t CeFindAllFiles(const std::string& pattern, std::vector<DeviceEntry>& entries) override {
+    Note("CeFindAllFiles " + pattern);
+    entries.clear();
+    if (!Begin("CeFindAllFiles")) return 0;
+    const std::size_t name = FolderLength(pattern);
+    for (const auto& [path, content] : files_) {
+      const bool isHere = FolderLength(path) == name && path.substr(0, name) == FoldCase(pattern.substr(0, name));
+      if (isHere && DevicePattern(pattern.substr(name)).Fits(path.substr(name)))
+        entries.push_back({path.substr(name), rapi::kFileAttributeArchive, content.size(), 0});
+    }
+    return 1;
+  }
+  std::int32_t DescribeHandheld(HandheldFacts& out) override {
+    Note("DescribeHandheld");
+    out = {};
+    if (!Begin("DescribeHandheld")) return 0;
+    out = facts;
+    return 1;
   }
 
  private:

@@ -89,6 +89,12 @@ class MemoryFileSystem : public platform::FileSystem {
     return {node.content.size(), node.modified};
   }
 
+  /// The number of the write that was its last; folders have none.
+  std::uint64_t LastWriteTime(const std::string& path) const override {
+    if (folders_.contains(Normal(path))) return 0;
+    return static_cast<std::uint64_t>(NodeAt(Normal(path))->modified);
+  }
+
   void RemoveFile(const std::string& path) override {
     const std::string name = Normal(path);
     if (folders_.contains(name)) throw StandardError(errors::kPathFileAccess);

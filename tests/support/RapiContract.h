@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+#include <string>
+#include <vector>
+
 #include "device/Rapi.h"
 
 namespace mv::testing {
@@ -152,10 +156,66 @@ TYPED_TEST_P(RapiContract, HandlesEndWithTheConnection) {
   EXPECT_EQ(this->rapi_.CeGetFileSize(file), this->kNoFileSize);
 }
 
+TYPED_TEST_P(RapiContract, ListingTellsNamesSizesAndKinds) {
+  this->Connect();
+  this->Upload("\\Motorva\\a.pdb", {1, 2, 3});
+  this->Upload("\\Motorva\\b.pdb", {});
+  std::vector<DeviceEntry> entries;
+  ASSERT_NE(this->rapi_.CeFindAllFiles("\\MOTORVA\\*", entries), 0);
+  std::map<std::string, std::uint64_t> sizes;
+  for (const DeviceEntry& entry : entries) {
+    EXPECT_FALSE(entry.IsFolder());
+    sizes[entry.name] = entry.size;
+  }
+  EXPECT_EQ(sizes, (std::map<std::string, std::uint64_t>{{"a.pdb", 3}, {"b.pdb", 0}}));
+}
+
+TYPED_TEST_P(RapiContract, ListingByANameTellsOfThatOneInAnyCase) {
+  this->Connect();
+  this->Upload("\\Motorva\\a.pdb", {1, 2, 3});
+  this->Upload("\\Motorva\\b.pdb", {1});
+  std::vector<DeviceEntry> entries;
+  ASSERT_NE(this->rapi_.CeFindAllFiles("\\Motorva\\A.PDB", entries), 0);
+  ASSERT_EQ(entries.size(), 1U);
+  EXPECT_EQ(entries[0].name, "a.pdb");
+  EXPECT_EQ(entries[0].size, 3U);
+}
+
+TYPED_TEST_P(RapiContract, ListingThatNothingFitsIsAnEmptySuccess) {
+  this->Connect();
+  std::vector<DeviceEntry> entries(1);
+  for (const char* pattern : {"\\Motorva\\*.none", "\\Motorva\\none.pdb", "\\None\\*"}) {
+    EXPECT_NE(this->rapi_.CeFindAllFiles(pattern, entries), 0) << pattern;
+    EXPECT_TRUE(entries.empty()) << pattern;
+    EXPECT_EQ(this->rapi_.CeRapiGetError(), 0) << pattern;
+  }
+}
+
+TYPED_TEST_P(RapiContract, ConnectedHandheldCanBeDescribed) {
+  this->Connect();
+  HandheldFacts facts;
+  EXPECT_NE(this->rapi_.DescribeHandheld(facts), 0);
+  EXPECT_EQ(this->rapi_.CeRapiGetError(), 0);
+}
+
+TYPED_TEST_P(RapiContract, WithoutAConnectionThereIsNothingToListOrDescribe) {
+  std::vector<DeviceEntry> entries(1);
+  HandheldFacts facts{std::nullopt, "left over", "", "", ""};
+  EXPECT_EQ(this->rapi_.CeFindAllFiles("\\Motorva\\*", entries), 0);
+  EXPECT_TRUE(entries.empty());
+  EXPECT_NE(this->rapi_.CeRapiGetError(), 0);
+  EXPECT_EQ(this->rapi_.DescribeHandheld(facts), 0);
+  EXPECT_EQ(facts, HandheldFacts());
+  EXPECT_NE(this->rapi_.CeRapiGetError(), 0);
+}
+
 REGISTER_TYPED_TEST_SUITE_P(RapiContract, ConnectionIsUpAfterTheWait, WithoutAConnectionCallsFailInTheTransport,
                             UploadedFileReadsBack, WritesInARowAreAppended, ReadsInARowGoOnWhereTheLastStopped,
                             ShorterUploadReplacesTheWholeFile, MissingFileIsRefusedByTheDevice,
                             ExistingFileIsFoundWithoutRegardToCase, SizeOfAFileIsItsBytes, EmptyUploadIsAnEmptyFile,
-                            InvalidHandleIsRefusedByEveryCall, HandlesEndWithTheConnection);
+                            InvalidHandleIsRefusedByEveryCall, HandlesEndWithTheConnection,
+                            ListingTellsNamesSizesAndKinds, ListingByANameTellsOfThatOneInAnyCase,
+                            ListingThatNothingFitsIsAnEmptySuccess, ConnectedHandheldCanBeDescribed,
+                            WithoutAConnectionThereIsNothingToListOrDescribe);
 
 }  // namespace mv::testing

@@ -5,6 +5,8 @@
 #include <atomic>
 #include <bit>
 #include <cstddef>
+#include <cwchar>
+#include <iterator>
 #include <utility>
 
 #include "base/Text.h"
@@ -31,6 +33,32 @@ static_assert(offsetof(FindData, ftCreationTime) == 4 && offsetof(FindData, ftLa
 static_assert(offsetof(FindData, ftLastWriteTime) == 20 && offsetof(FindData, nFileSizeHigh) == 28);
 static_assert(offsetof(FindData, nFileSizeLow) == 32 && offsetof(FindData, dwOID) == 36);
 static_assert(offsetof(FindData, cFileName) == 40 && sizeof(FindData) == 560);
+
+/// What a device tells about its system, as the API publishes it; the same at both widths.
+struct VersionInfo {
+  DWORD dwOSVersionInfoSize;
+  DWORD dwMajorVersion;
+  DWORD dwMinorVersion;
+  DWORD dwBuildNumber;
+  DWORD dwPlatformId;
+  WCHAR szCSDVersion[128];
+};
+static_assert(offsetof(VersionInfo, dwMajorVersion) == 4 && offsetof(VersionInfo, dwPlatformId) == 16);
+static_assert(offsetof(VersionInfo, szCSDVersion) == 20 && sizeof(VersionInfo) == 276);
+
+/// What CeFindAllFiles shall tell of each.
+constexpr DWORD kAttributes = 0x01;
+constexpr DWORD kLastWriteTime = 0x08;
+constexpr DWORD kSizeHigh = 0x10;
+constexpr DWORD kSizeLow = 0x20;
+constexpr DWORD kName = 0x80;
+
+DeviceEntry EntryOf(const FindData& found) {
+  const auto& written = found.ftLastWriteTime;
+  return {platform::Narrow(std::wstring_view(found.cFileName, ::wcsnlen(found.cFileName, std::size(found.cFileName)))),
+          found.dwFileAttributes, std::uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow,
+          std::uint64_t{written.dwHighDateTime} << 32 | written.dwLowDateTime};
+}
 
 HANDLE SystemHandle(RapiHandle handle) {
   return reinterpret_cast<HANDLE>(handle);
@@ -70,16 +98,27 @@ struct DllRapi::Library {
   BOOL(WINAPI* CeReadFile)(HANDLE, LPVOID, DWORD, LPDWORD, LPOVERLAPPED);
   BOOL(WINAPI* CeWriteFile)(HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED);
   BOOL(WINAPI* CeCloseHandle)(HANDLE);
+  /// The next four are null where they are missing. The last two belong to the first.
+  BOOL(WINAPI* CeGetVersionEx)(VersionInfo*);
+  BOOL(WINAPI* CeFindAllFiles)(LPCWSTR, DWORD, LPDWORD, FindData**);
+  HRESULT(WINAPI* CeRapiFreeBuffer)(LPVOID);
+  DWORD(WINAPI* CeGetLastError)();
 
   /// False, with the system's last error, when one is missing that must be there.
   bool FindFunctions(HMODULE module) {
     Find(module, "CeFindClose", CeFindClose);
+    Find(module, "CeGetVersionEx", CeGetVersionEx);
+    Find(module, "CeFindAllFiles", CeFindAllFiles);
+    Find(module, "CeRapiFreeBuffer", CeRapiFreeBuffer);
+    Find(module, "CeGetLastError", CeGetLastError);
     return Find(module, "CeRapiInitEx", CeRapiInitEx) && Find(module, "CeRapiUninit", CeRapiUninit) &&
            Find(module, "CeRapiGetError", CeRapiGetError) && Find(module, "CeFindFirstFile", CeFindFirstFile) &&
            Find(module, "CeCreateFile", CeCreateFile) && Find(module, "CeGetFileSize", CeGetFileSize) &&
            Find(module, "CeReadFile", CeReadFile) && Find(module, "CeWriteFile", CeWriteFile) &&
            Find(module, "CeCloseHandle", CeCloseHandle);
   }
+
+  bool CanList() const { return CeFindAllFiles != nullptr && CeRapiFreeBuffer != nullptr && CeGetLastError != nullptr; }
 
   /// Null, with the system's last error, when there is no usable library in `folder`.
   static std::unique_ptr<Library> LoadFrom(const std::string& folder) {
@@ -214,6 +253,37 @@ std::int32_t DllRapi::CeCloseHandle(RapiHandle handle) {
 std::int32_t DllRapi::CeFindClose(RapiHandle handle) {
   const bool isThere = library_ != nullptr && library_->CeFindClose != nullptr;
   return isThere ? library_->CeFindClose(SystemHandle(handle)) : FALSE;
+}
+
+std::int32_t DllRapi::CeFindAllFiles(const std::string& pattern, std::vector<DeviceEntry>& entries) {
+  entries.clear();
+  if (library_ == nullptr || !library_->CanList()) return FALSE;
+  constexpr DWORD kWanted = kAttributes | kLastWriteTime | kSizeHigh | kSizeLow | kName;
+  DWORD count = 0;
+  FindData* found = nullptr;
+  const BOOL listed = library_->CeFindAllFiles(platform::Wide(pattern).c_str(), kWanted, &count, &found);
+  if (!listed) return NothingFits() ? rapi::kDone : FALSE;
+  if (found == nullptr) return rapi::kDone;
+  for (DWORD i = 0; i < count; ++i) entries.push_back(EntryOf(found[i]));
+  library_->CeRapiFreeBuffer(found);
+  return rapi::kDone;
+}
+
+bool DllRapi::NothingFits() {
+  if (library_->CeRapiGetError() != 0) return false;
+  const DWORD error = library_->CeGetLastError();
+  return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_NO_MORE_FILES;
+}
+
+std::int32_t DllRapi::DescribeHandheld(HandheldFacts& facts) {
+  facts = {};
+  if (library_ == nullptr) return FALSE;
+  if (library_->CeGetVersionEx == nullptr) return rapi::kDone;
+  VersionInfo version = {};
+  version.dwOSVersionInfoSize = sizeof version;
+  if (!library_->CeGetVersionEx(&version)) return FALSE;
+  facts.system = SystemVersion{version.dwMajorVersion, version.dwMinorVersion, version.dwBuildNumber};
+  return rapi::kDone;
 }
 
 }  // namespace mv

@@ -13,7 +13,8 @@ namespace mv {
 ///
 /// Without the library, or when it lacks a function, CeRapiInitEx fails with the system's error as an HRESULT, and
 /// tries again when it is called again. Every other call fails then too, as if the transport had failed. Only
-/// CeFindClose may be missing: a find handle then stays open until the connection ends.
+/// what copying files does not take may be missing: without CeFindClose a find handle stays open until the connection
+/// ends, without CeFindAllFiles listing fails, without CeGetVersionEx the system's version stays unknown.
 ///
 /// The library connects on a thread of its own and writes the result of that into the start-up record when it is ready,
 /// which may be after the caller has given up waiting. Hence two rules: the record it writes to lives until its event
@@ -45,12 +46,17 @@ class DllRapi : public Rapi {
   std::int32_t CeWriteFile(RapiHandle file, ByteView data, std::uint32_t& bytesWritten) override;
   std::int32_t CeCloseHandle(RapiHandle handle) override;
   std::int32_t CeFindClose(RapiHandle handle) override;
+  std::int32_t CeFindAllFiles(const std::string& pattern, std::vector<DeviceEntry>& entries) override;
+  /// The library knows the handheld's system and nothing else of it.
+  std::int32_t DescribeHandheld(HandheldFacts& facts) override;
   std::uint32_t WaitForSingleObject(RapiHandle event, std::uint32_t milliseconds) override;
 
  private:
   struct Library;
   struct StartUpRecord;
 
+  /// True when the failure of the call before was that nothing fits.
+  bool NothingFits();
   /// 0 when the library is there, else the error.
   std::int32_t Load();
   /// Calls CeRapiInitEx with a new record that states `recordSize`. A record before it is freed: it was refused.

@@ -439,6 +439,53 @@ TEST_F(CopyingLibrary, FindHandleOfAnExistingFileIsClosedByTheEndOfTheConnection
                                       "CeRapiUninit -> 0, files left open: 0, finds left open: 1"}));
 }
 
+TEST_F(CopyingLibrary, ListsNothingAndDescribesNoSystem) {
+  connection_.ConnectDevice();
+  std::vector<DeviceEntry> entries(1);
+  HandheldFacts facts{SystemVersion{}, "left over", "", "", ""};
+  EXPECT_EQ(rapi_.CeFindAllFiles("\\Motorva\\*", entries), 0);
+  EXPECT_TRUE(entries.empty());
+  EXPECT_NE(rapi_.DescribeHandheld(facts), 0);
+  EXPECT_EQ(facts, HandheldFacts());
+}
+
+// ---- Listing and describing
+
+TEST_F(DllRapiTest, ListingAsksForWhatItTellsAndGivesTheBufferBack) {
+  handheld_.Put(kDeviceFile, Pattern(70000));
+  connection_.ConnectDevice();
+  std::vector<DeviceEntry> entries;
+  EXPECT_NE(rapi_.CeFindAllFiles("\\Motorva\\*", entries), 0);
+  ASSERT_EQ(entries.size(), 1U);
+  EXPECT_EQ(entries[0].name, "a.pdb");
+  EXPECT_EQ(entries[0].size, 70000U);
+  EXPECT_EQ(entries[0].lastWriteTime, handheld_.Files().LastWriteTime(handheld_.LocalPath(kDeviceFile)));
+  EXPECT_EQ(handheld_.Calls(), (Calls{kInit, kConnected, "CeFindAllFiles \\Motorva\\* b9 -> 1", "CeRapiFreeBuffer"}));
+}
+
+TEST_F(DllRapiTest, ListingTellsFoldersApart) {
+  connection_.ConnectDevice();
+  std::vector<DeviceEntry> entries;
+  EXPECT_NE(rapi_.CeFindAllFiles("\\Motorva", entries), 0);
+  ASSERT_EQ(entries.size(), 1U);
+  EXPECT_TRUE(entries[0].IsFolder());
+}
+
+TEST_F(DllRapiTest, ListingThatTheDeviceRefusesFails) {
+  handheld_.Script("fail CeFindAllFiles 1");
+  connection_.ConnectDevice();
+  std::vector<DeviceEntry> entries;
+  EXPECT_EQ(rapi_.CeFindAllFiles("\\Motorva\\*", entries), 0) << "error 5 is not that nothing fits";
+}
+
+TEST_F(DllRapiTest, SystemIsTheOneThatTheHandheldTells) {
+  connection_.ConnectDevice();
+  HandheldFacts facts;
+  EXPECT_NE(rapi_.DescribeHandheld(facts), 0);
+  EXPECT_EQ(facts, (HandheldFacts{SystemVersion{4, 20, 1081}, "", "", "", ""}));
+  EXPECT_EQ(handheld_.Calls().back(), "CeGetVersionEx 276 -> 4.20.1081");
+}
+
 // ---- Upload: chunks
 
 TEST_F(DllRapiTest, TenBytesAreOneChunk) {

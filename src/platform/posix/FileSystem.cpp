@@ -280,6 +280,15 @@ class PosixFileSystem : public FileSystem {
             std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec};
   }
 
+  std::uint64_t LastWriteTime(const std::string& path) const override {
+    const std::string native = NativePath(path);
+    struct stat status = {};
+    if (::stat(native.c_str(), &status) != 0) throw ErrorFromErrno(errno, native);
+    constexpr std::int64_t kSecondsFrom1601To1970 = 11'644'473'600;
+    const std::int64_t seconds = status.st_mtim.tv_sec + kSecondsFrom1601To1970;
+    return seconds < 0 ? 0 : static_cast<std::uint64_t>(seconds * 10'000'000 + status.st_mtim.tv_nsec / 100);
+  }
+
   void RemoveFile(const std::string& path) override {
     const std::string native = NativePath(path);
     if (::unlink(native.c_str()) != 0) throw ErrorFromErrno(errno, native);
