@@ -1,0 +1,46 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <span>
+#include <utility>
+
+#include "platform/Socket.h"
+
+/// The socket calls as each system has them, one to one; Socket.cpp makes operations with limits of them. Every socket
+/// made here is non-blocking, sends small pieces at once and is not inherited by child processes.
+namespace mv::platform::calls {
+
+struct Outcome {
+  SocketResult result = {};
+  std::size_t count = 0;  ///< bytes moved, when Done
+};
+
+/// The status TimedOut means "not now" in this header.
+Outcome OpenStream(Socket& socket);
+Outcome OpenDatagram(Socket& socket);
+void Close(Socket::Handle handle);
+Outcome Bind(const Socket& socket, const SocketAddress& address);
+/// Before Bind of a listener: it shares its port with nobody, and waits for no old connections of the port.
+void ClaimPort(const Socket& socket);
+Outcome Listen(const Socket& socket);
+Outcome Accept(const Socket& listener, Socket& accepted);
+Outcome Connect(const Socket& socket, const SocketAddress& peer);
+/// Result of an attempt to connect that has ended.
+Outcome ConnectResult(const Socket& socket);
+Outcome Send(const Socket& socket, ByteView data);
+/// A connection that the peer has closed gives Closed.
+Outcome Receive(const Socket& socket, ByteSpan out);
+Outcome SendTo(const Socket& socket, ByteView data, const SocketAddress& to);
+Outcome ReceiveFrom(const Socket& socket, ByteSpan out, SocketAddress& from);
+void ShutDown(const Socket& socket);
+SocketAddress LocalAddress(const Socket& socket);
+SocketAddress PeerAddress(const Socket& socket);
+/// Sets isReady of each item. TimedOut when none became ready.
+Outcome Wait(std::span<WaitItem> items, std::chrono::milliseconds duration);
+/// The two ends of a wake-up: what is sent at `sender` makes `receiver` readable.
+Outcome OpenWakeUp(Socket& receiver, Socket& sender);
+void SendWakeUp(const Socket& sender);
+void DrainWakeUp(const Socket& receiver);
+
+}  // namespace mv::platform::calls
