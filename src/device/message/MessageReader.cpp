@@ -58,6 +58,15 @@ std::string MessageReader::Text(std::size_t bytes) {
   return Utf8FromUtf16(units);
 }
 
+std::string MessageReader::TextAndNul(std::size_t bytes) {
+  if (bytes < 2 || bytes > rest_.size()) return Text(bytes);
+  const bool hasNul = LoadLittle<std::uint16_t>(rest_.data() + (bytes - 2)) == 0;
+  std::string text = Text(bytes);
+  const bool isNulNext = rest_.size() >= 2 && LoadLittle<std::uint16_t>(rest_.data()) == 0;
+  if (!hasNul && isNulNext) Raw(2);
+  return text;
+}
+
 bool MessageReader::IsPresent() {
   const std::uint32_t word = Word();
   if (word > 1) Fail();

@@ -31,6 +31,9 @@ class MessageReader {
   /// The text in the next `bytes` bytes, which are UTF-16 and even in number; it ends at its first NUL.
   std::string Text(std::size_t bytes);
 
+  /// Text as above, and a NUL behind it that `bytes` does not count, if there is one: handhelds differ.
+  std::string TextAndNul(std::size_t bytes);
+
   // The kinds of arguments of the messages of version 1. Each begins with a word: 0 for a null pointer, 1 for one that
   // is there; a null pointer gives nothing.
 

@@ -26,12 +26,12 @@ inline std::vector<WireLink> CustomaryLinks() {
   return {{{127, 0, 0, 1}, 8}, {{192, 168, 131, 102}, 24}, {{169, 254, 2, 2}, 24}};
 }
 
-/// 0 turns a listener off; for the handheld's ports there is no such value.
+/// Here: nothing turns a family off, 0 takes a free port, which the status tells.
 struct WirePorts {
-  std::uint16_t controlA = ports::kControlA;  ///< TCP, here
-  std::uint16_t controlB = ports::kControlB;  ///< TCP, here
-  std::uint16_t callsA = ports::kCallsA;      ///< TCP, on the handheld
-  std::uint16_t wakeUpB = ports::kWakeUpB;    ///< UDP, on the handheld; 0: no datagram is sent
+  std::optional<std::uint16_t> controlA = ports::kControlA;  ///< TCP, here
+  std::optional<std::uint16_t> controlB = ports::kControlB;  ///< TCP, here
+  std::uint16_t callsA = ports::kCallsA;                     ///< TCP, on the handheld
+  std::uint16_t wakeUpB = ports::kWakeUpB;                   ///< UDP, on the handheld
 };
 
 /// How long things may take.
@@ -47,6 +47,9 @@ struct WireTimes {
   std::chrono::milliseconds listen{2000};   ///< before an address that could not be listened at is tried again
 };
 
+/// Whether a password goes out with its NUL: makers of desktops disagreed, handhelds are said to take either.
+enum class PasswordEnd { Nul, None };
+
 struct WireOptions {
   std::vector<WireLink> links = CustomaryLinks();
   WirePorts ports;
@@ -60,6 +63,10 @@ struct WireOptions {
   /// caller's thread, from within WaitForSingleObject, once for each time that a handheld asks. A password that was
   /// refused is not sent a second time.
   std::function<std::optional<std::string>()> password = {};
+  /// Empty: with the NUL in family A, without it in family B.
+  std::optional<PasswordEnd> passwordEnd = {};
+  /// Empty: by the system's version that the handheld announces. Whether systems after 5 keep to that is not known.
+  std::optional<MessageVersion> messages = {};
   /// Gets a line for each message: its direction, name and length; never a password, path or content. Called on either
   /// thread, never on both at once.
   std::function<void(const std::string& line)> log = {};

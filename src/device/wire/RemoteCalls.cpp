@@ -1,0 +1,270 @@
+#include "device/wire/RemoteCalls.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/Utf.h"
+
+namespace mv::wire {
+namespace {
+
+constexpr std::uint32_t kNoHandle = 0xFFFFFFFF;
+/// UTF-16 units of a path, with its NUL.
+constexpr std::size_t kLongestPath = 260;
+
+/// Error codes of the handheld.
+constexpr std::uint32_t kFileNotFound = 2;
+constexpr std::uint32_t kPathNotFound = 3;
+constexpr std::uint32_t kNoMoreFiles = 18;
+constexpr std::uint32_t kInvalidName = 123;
+
+/// What CeFindAllFiles is to tell of each file.
+constexpr std::uint32_t kTellAttributes = 0x01;
+constexpr std::uint32_t kTellWriteTime = 0x08;
+constexpr std::uint32_t kTellSizeHigh = 0x10;
+constexpr std::uint32_t kTellSizeLow = 0x20;
+constexpr std::uint32_t kTellName = 0x80;
+/// Bytes of such an entry without its name.
+constexpr std::size_t kShortestEntry = 4 + 4 + 8 + 4 + 4;
+
+/// Bytes of a version record up to its build number and platform.
+constexpr std::size_t kShortestVersion = 20;
+
+}  // namespace
+
+RemoteCalls::RemoteCalls(CallLine line, std::chrono::milliseconds replyTime, WireLog& log)
+    : channel_(std::move(line), log), replyTime_(replyTime), log_(log) {}
+
+// ---- Requests and replies
+
+MessageWriter RemoteCalls::Request(Command command) const {
+  MessageWriter request;
+  request.Word(command.Number(channel_.Version()));
+  return request;
+}
+
+bool RemoteCalls::CanBeSent(const std::string& path) {
+  return path.find('\0') == path.npos && Utf16FromUtf8(path).size() < kLongestPath;
+}
+
+void RemoteCalls::Refuse(std::uint32_t lastError) {
+  error_ = isUsable_ ? 0 : results::kFailed;
+  lastError_ = lastError;
+}
+
+std::nullopt_t RemoteCalls::RefuseName() {
+  Refuse(kInvalidName);
+  return std::nullopt;
+}
+
+void RemoteCalls::PutPath(MessageWriter& request, const std::string& path) const {
+  std::string sent = path;
+  std::replace(sent.begin(), sent.end(), '/', '\\');
+  if (IsV1()) {
+    request.String(sent);
+  } else {
+    request.ShortString(sent);
+  }
+}
+
+bool RemoteCalls::Check(bool isGood, const char* problem) {
+  if (isGood) return true;
+  log_.Line(problem);
+  isUsable_ = false;
+  error_ = results::kFailed;
+  return false;
+}
+
+std::optional<RemoteCalls::Reply> RemoteCalls::Run(const char* name, const MessageWriter& request) {
+  lastError_ = 0;
+  error_ = isUsable_ ? 0 : results::kFailed;
+  if (!isUsable_) return std::nullopt;
+  log_.Line("> " + std::string(name) + ", " + std::to_string(request.Size()) + " bytes");
+  std::optional<Bytes> body = channel_.Exchange(request.Framed(), replyTime_);
+  if (!Check(body.has_value(), "the connection is lost")) return std::nullopt;
+  log_.Line("< " + std::string(name) + ", " + std::to_string(body->size()) + " bytes");
+  Reply reply{std::move(*body)};
+  if (!IsV1()) return reply;
+  MessageReader reader = reply.Reader();
+  const std::uint32_t status = reader.Word();
+  const std::uint32_t refusal = status == 1 ? reader.Word() : 0;
+  if (!Check(reader.IsGood() && status <= 1, "the reply has no status")) return std::nullopt;
+  error_ = static_cast<std::int32_t>(refusal);
+  if (error_ != 0) return std::nullopt;
+  reply.start = reply.body.size() - reader.Remaining();
+  return reply;
+}
+
+std::optional<std::uint32_t> RemoteCalls::TakeValue(MessageReader& reader) {
+  const std::uint32_t lastError = reader.Word();
+  const std::uint32_t value = reader.Word();
+  if (!Check(reader.IsGood(), "the reply has no result")) return std::nullopt;
+  lastError_ = lastError;
+  return value;
+}
+
+bool RemoteCalls::RunOnHandle(const char* name, Command command, std::uint32_t handle) {
+  MessageWriter request = Request(command);
+  request.Word(handle);
+  const std::optional<Reply> reply = Run(name, request);
+  if (!reply) return false;
+  MessageReader reader = reply->Reader();
+  return TakeValue(reader).value_or(0) != 0;
+}
+
+// ---- Files
+
+std::optional<std::uint32_t> RemoteCalls::CreateFile(const std::string& path, std::uint32_t access,
+                                                     std::uint32_t shareMode, std::uint32_t disposition,
+                                                     std::uint32_t flagsAndAttributes) {
+  if (!CanBeSent(path)) return RefuseName();
+  MessageWriter request = Request(commands::kCreateFile);
+  if (!IsV1()) PutPath(request, path);
+  constexpr std::uint32_t kNoTemplate = 0;
+  for (const std::uint32_t word : {access, shareMode, disposition, flagsAndAttributes, kNoTemplate}) request.Word(word);
+  if (IsV1()) PutPath(request, path);
+  const std::optional<Reply> reply = Run("CeCreateFile", request);
+  if (!reply) return std::nullopt;
+  MessageReader reader = reply->Reader();
+  const std::optional<std::uint32_t> handle = TakeValue(reader);
+  return handle == kNoHandle ? std::nullopt : handle;
+}
+
+std::optional<std::size_t> RemoteCalls::ReadFile(std::uint32_t handle, ByteSpan out) {
+  const auto wanted = static_cast<std::uint32_t>(out.size());
+  MessageWriter request = Request(commands::kReadFile);
+  request.Word(handle);
+  if (IsV1()) {
+    request.OutBuffer(wanted);
+    request.InBuffer(std::nullopt);
+  } else {
+    request.Word(wanted);
+  }
+  const std::optional<Reply> reply = Run("CeReadFile", request);
+  if (!reply) return std::nullopt;
+  MessageReader reader = reply->Reader();
+  if (TakeValue(reader).value_or(0) == 0) return std::nullopt;
+  const ByteView data = reader.Counted();
+  if (!Check(reader.IsGood(), "the reply is too short")) return std::nullopt;
+  if (!Check(data.size() <= out.size(), "the handheld read more than it was asked for")) return std::nullopt;
+  std::copy(data.begin(), data.end(), out.begin());
+  return data.size();
+}
+
+bool RemoteCalls::WriteFile(std::uint32_t handle, ByteView data) {
+  MessageWriter request = Request(commands::kWriteFile);
+  request.Word(handle);
+  if (IsV1()) {
+    request.InBuffer(data);
+    request.InBuffer(std::nullopt);
+  } else {
+    request.Counted(data);
+  }
+  const std::optional<Reply> reply = Run("CeWriteFile", request);
+  if (!reply) return false;
+  MessageReader reader = reply->Reader();
+  if (TakeValue(reader).value_or(0) == 0) return false;
+  const std::uint32_t written = reader.Word();
+  return Check(reader.IsGood(), "the reply is too short") && written >= data.size();
+}
+
+std::optional<std::uint32_t> RemoteCalls::GetFileSize(std::uint32_t handle) {
+  MessageWriter request = Request(commands::kGetFileSize);
+  request.Word(handle);
+  request.OutBuffer(std::nullopt);  // no high part; the same bytes in both versions
+  const std::optional<Reply> reply = Run("CeGetFileSize", request);
+  if (!reply) return std::nullopt;
+  MessageReader reader = reply->Reader();
+  const std::optional<std::uint32_t> size = TakeValue(reader);
+  return size == rapi::kNoFileSize ? std::nullopt : size;
+}
+
+bool RemoteCalls::CloseHandle(std::uint32_t handle) {
+  return RunOnHandle("CeCloseHandle", commands::kCloseHandle, handle);
+}
+
+// ---- Finding
+
+std::optional<RemoteCalls::Found> RemoteCalls::FindFirstFile(const std::string& path) {
+  if (!CanBeSent(path)) return RefuseName();
+  MessageWriter request = Request(commands::kFindFirstFile);
+  PutPath(request, path);
+  const std::optional<Reply> reply = Run("CeFindFirstFile", request);
+  if (!reply) return std::nullopt;
+  MessageReader reader = reply->Reader();
+  const std::optional<std::uint32_t> handle = TakeValue(reader);
+  if (!handle || handle == kNoHandle) return std::nullopt;
+  Found found{*handle, std::nullopt};
+  if (reader.Remaining() == 0) return found;
+  MessageReader record(reader.Counted());
+  if (!Check(reader.IsGood(), "the record is longer than the reply")) return std::nullopt;
+  record.Raw(4 + 3 * 8 + 4);  // attributes, three times, high part of the size
+  const std::uint32_t sizeLow = record.Word();
+  if (record.IsGood()) found.sizeLow = sizeLow;
+  return found;
+}
+
+bool RemoteCalls::FindClose(std::uint32_t handle) {
+  return RunOnHandle("CeFindClose", commands::kFindClose, handle);
+}
+
+bool RemoteCalls::NothingFits() const {
+  return lastError_ == kFileNotFound || lastError_ == kPathNotFound || lastError_ == kNoMoreFiles;
+}
+
+std::optional<std::vector<DeviceEntry>> RemoteCalls::FindAllFiles(const std::string& pattern) {
+  if (!CanBeSent(pattern)) return RefuseName();
+  MessageWriter request = Request(commands::kFindAllFiles);
+  PutPath(request, pattern);
+  request.Word(kTellAttributes | kTellWriteTime | kTellSizeHigh | kTellSizeLow | kTellName);
+  const std::optional<Reply> reply = Run("CeFindAllFiles", request);
+  if (!reply) return std::nullopt;
+  MessageReader reader = reply->Reader();
+  if (!IsV1()) {
+    const std::optional<std::uint32_t> value = TakeValue(reader);
+    if (!value) return std::nullopt;
+    if (*value == 0) return NothingFits() ? std::optional(std::vector<DeviceEntry>()) : std::nullopt;
+  }
+  return TakeEntries(reader);
+}
+
+std::optional<std::vector<DeviceEntry>> RemoteCalls::TakeEntries(MessageReader& reader) {
+  const std::uint32_t count = reader.Word();
+  if (!Check(count <= reader.Remaining() / kShortestEntry, "the list is longer than the reply")) return std::nullopt;
+  std::vector<DeviceEntry> entries;
+  for (std::uint32_t i = 0; i < count; ++i) entries.push_back(TakeEntry(reader));
+  if (!Check(reader.IsGood(), "the list is longer than the reply")) return std::nullopt;
+  return entries;
+}
+
+DeviceEntry RemoteCalls::TakeEntry(MessageReader& reader) const {
+  DeviceEntry entry;
+  const std::uint64_t length = reader.Word();
+  entry.attributes = reader.Word();
+  entry.lastWriteTime = reader.Long();
+  const std::uint64_t sizeHigh = reader.Word();
+  entry.size = sizeHigh << 32 | reader.Word();
+  const std::uint64_t bytes = IsV1() ? length * 2 : length;
+  entry.name = reader.TextAndNul(static_cast<std::size_t>(std::min<std::uint64_t>(bytes, reader.Remaining() + 2)));
+  return entry;
+}
+
+// ---- The handheld itself
+
+std::optional<SystemVersion> RemoteCalls::GetVersionEx() {
+  const std::optional<Reply> reply = Run("CeGetVersionEx", Request(commands::kGetVersionEx));
+  if (!reply) return std::nullopt;
+  MessageReader reader = reply->Reader();
+  if (TakeValue(reader).value_or(0) == 0) return std::nullopt;
+  MessageReader record(reader.Counted());
+  const bool isWhole = reader.IsGood() && record.Remaining() >= kShortestVersion;
+  if (!Check(isWhole, "the version is too short")) return std::nullopt;
+  record.Word();  // its own size
+  SystemVersion version;
+  version.major = record.Word();
+  version.minor = record.Word();
+  version.build = record.Word();
+  return version;
+}
+
+}  // namespace mv::wire
