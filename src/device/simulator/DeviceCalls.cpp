@@ -1,4 +1,4 @@
-#include "device/simulator/RemoteCalls.h"
+#include "device/simulator/DeviceCalls.h"
 
 #include <algorithm>
 #include <utility>
@@ -51,57 +51,57 @@ Bytes Words(std::initializer_list<std::uint32_t> words) {
 
 }  // namespace
 
-RemoteCalls::RemoteCalls(DeviceStore& store, const SimulatorOptions& options)
+DeviceCalls::DeviceCalls(DeviceStore& store, const SimulatorOptions& options)
     : store_(store), options_(options), version_(VersionOf(options)) {}
 
-RemoteCalls::~RemoteCalls() {
+DeviceCalls::~DeviceCalls() {
   for (const DeviceStore::FileNumber file : files_) store_.Close(file);
 }
 
-const std::vector<RemoteCalls::Call>& RemoteCalls::Calls() {
+const std::vector<DeviceCalls::Call>& DeviceCalls::Calls() {
   namespace commands = wire::commands;
   static const std::vector<Call> calls = {
-      {commands::kCreateFile, "CeCreateFile", &RemoteCalls::AnswerCreateFile},
-      {commands::kReadFile, "CeReadFile", &RemoteCalls::AnswerReadFile},
-      {commands::kWriteFile, "CeWriteFile", &RemoteCalls::AnswerWriteFile},
-      {commands::kCloseHandle, "CeCloseHandle", &RemoteCalls::AnswerCloseHandle},
-      {commands::kGetFileSize, "CeGetFileSize", &RemoteCalls::AnswerGetFileSize},
-      {commands::kSetFilePointer, "CeSetFilePointer", &RemoteCalls::AnswerSetFilePointer},
-      {commands::kSetEndOfFile, "CeSetEndOfFile", &RemoteCalls::AnswerSetEndOfFile},
-      {commands::kFindFirstFile, "CeFindFirstFile", &RemoteCalls::AnswerFindFirstFile},
-      {commands::kFindNextFile, "CeFindNextFile", &RemoteCalls::AnswerFindNextFile},
-      {commands::kFindClose, "CeFindClose", &RemoteCalls::AnswerFindClose},
-      {commands::kFindAllFiles, "CeFindAllFiles", &RemoteCalls::AnswerFindAllFiles},
-      {commands::kGetFileAttributes, "CeGetFileAttributes", &RemoteCalls::AnswerGetFileAttributes},
-      {commands::kSetFileAttributes, "CeSetFileAttributes", &RemoteCalls::AnswerSetFileAttributes},
-      {commands::kDeleteFile, "CeDeleteFile", &RemoteCalls::AnswerDeleteFile},
-      {commands::kCreateDirectory, "CeCreateDirectory", &RemoteCalls::AnswerCreateDirectory},
-      {commands::kRemoveDirectory, "CeRemoveDirectory", &RemoteCalls::AnswerRemoveDirectory},
-      {commands::kMoveFile, "CeMoveFile", &RemoteCalls::AnswerMoveFile},
-      {commands::kCopyFile, "CeCopyFile", &RemoteCalls::AnswerCopyFile},
-      {commands::kGetVersionEx, "CeGetVersionEx", &RemoteCalls::AnswerGetVersionEx},
-      {commands::kGetStoreInformation, "CeGetStoreInformation", &RemoteCalls::AnswerGetStoreInformation},
-      {commands::kGetSystemInfo, "CeGetSystemInfo", &RemoteCalls::AnswerGetSystemInfo},
-      {commands::kGetSystemPowerStatusEx, "CeGetSystemPowerStatusEx", &RemoteCalls::AnswerGetSystemPowerStatusEx},
-      {commands::kGetSpecialFolderPath, "CeGetSpecialFolderPath", &RemoteCalls::AnswerGetSpecialFolderPath},
-      {commands::kGetSystemMemoryDivision, "GetSystemMemoryDivision", &RemoteCalls::AnswerGetSystemMemoryDivision},
+      {commands::kCreateFile, "CeCreateFile", &DeviceCalls::AnswerCreateFile},
+      {commands::kReadFile, "CeReadFile", &DeviceCalls::AnswerReadFile},
+      {commands::kWriteFile, "CeWriteFile", &DeviceCalls::AnswerWriteFile},
+      {commands::kCloseHandle, "CeCloseHandle", &DeviceCalls::AnswerCloseHandle},
+      {commands::kGetFileSize, "CeGetFileSize", &DeviceCalls::AnswerGetFileSize},
+      {commands::kSetFilePointer, "CeSetFilePointer", &DeviceCalls::AnswerSetFilePointer},
+      {commands::kSetEndOfFile, "CeSetEndOfFile", &DeviceCalls::AnswerSetEndOfFile},
+      {commands::kFindFirstFile, "CeFindFirstFile", &DeviceCalls::AnswerFindFirstFile},
+      {commands::kFindNextFile, "CeFindNextFile", &DeviceCalls::AnswerFindNextFile},
+      {commands::kFindClose, "CeFindClose", &DeviceCalls::AnswerFindClose},
+      {commands::kFindAllFiles, "CeFindAllFiles", &DeviceCalls::AnswerFindAllFiles},
+      {commands::kGetFileAttributes, "CeGetFileAttributes", &DeviceCalls::AnswerGetFileAttributes},
+      {commands::kSetFileAttributes, "CeSetFileAttributes", &DeviceCalls::AnswerSetFileAttributes},
+      {commands::kDeleteFile, "CeDeleteFile", &DeviceCalls::AnswerDeleteFile},
+      {commands::kCreateDirectory, "CeCreateDirectory", &DeviceCalls::AnswerCreateDirectory},
+      {commands::kRemoveDirectory, "CeRemoveDirectory", &DeviceCalls::AnswerRemoveDirectory},
+      {commands::kMoveFile, "CeMoveFile", &DeviceCalls::AnswerMoveFile},
+      {commands::kCopyFile, "CeCopyFile", &DeviceCalls::AnswerCopyFile},
+      {commands::kGetVersionEx, "CeGetVersionEx", &DeviceCalls::AnswerGetVersionEx},
+      {commands::kGetStoreInformation, "CeGetStoreInformation", &DeviceCalls::AnswerGetStoreInformation},
+      {commands::kGetSystemInfo, "CeGetSystemInfo", &DeviceCalls::AnswerGetSystemInfo},
+      {commands::kGetSystemPowerStatusEx, "CeGetSystemPowerStatusEx", &DeviceCalls::AnswerGetSystemPowerStatusEx},
+      {commands::kGetSpecialFolderPath, "CeGetSpecialFolderPath", &DeviceCalls::AnswerGetSpecialFolderPath},
+      {commands::kGetSystemMemoryDivision, "GetSystemMemoryDivision", &DeviceCalls::AnswerGetSystemMemoryDivision},
   };
   return calls;
 }
 
-const RemoteCalls::Call* RemoteCalls::Find(std::uint32_t number, MessageVersion version) {
+const DeviceCalls::Call* DeviceCalls::Find(std::uint32_t number, MessageVersion version) {
   if (number == wire::kNoCommand) return nullptr;
   const auto found = std::find_if(Calls().begin(), Calls().end(),
                                   [&](const Call& call) { return call.command.Number(version) == number; });
   return found == Calls().end() ? nullptr : &*found;
 }
 
-std::string_view RemoteCalls::NameOf(ByteView request, MessageVersion version) {
+std::string_view DeviceCalls::NameOf(ByteView request, MessageVersion version) {
   const Call* call = Find(MessageReader(request).Word(), version);
   return call == nullptr ? "?" : call->name;
 }
 
-Bytes RemoteCalls::Answer(ByteView request) {
+Bytes DeviceCalls::Answer(ByteView request) {
   MessageReader arguments(request);
   const std::uint32_t number = arguments.Word();
   const Call* call = arguments.IsGood() ? Find(number, version_) : nullptr;
@@ -112,26 +112,26 @@ Bytes RemoteCalls::Answer(ByteView request) {
   return understood ? reply.Content() : Refused(kInvalidArgument, device_errors::kBadParameter);
 }
 
-Bytes RemoteCalls::Refused(std::uint32_t result, std::uint32_t lastError) const {
+Bytes DeviceCalls::Refused(std::uint32_t result, std::uint32_t lastError) const {
   return IsV1() ? Words({1, result}) : Words({lastError, 0});
 }
 
-std::string RemoteCalls::Path(MessageReader& arguments) const {
+std::string DeviceCalls::Path(MessageReader& arguments) const {
   return (IsV1() ? arguments.String() : arguments.ShortString()).value_or("");
 }
 
-std::string RemoteCalls::OptionalPath(MessageReader& arguments) const {
+std::string DeviceCalls::OptionalPath(MessageReader& arguments) const {
   return (IsV1() ? arguments.OptionalString() : arguments.ShortString()).value_or("");
 }
 
-void RemoteCalls::Block(MessageWriter& results, ByteView bytes) const {
+void DeviceCalls::Block(MessageWriter& results, ByteView bytes) const {
   if (IsV1()) return results.Returned(bytes);
   results.Raw(bytes);
 }
 
 // ---- Open files
 
-bool RemoteCalls::AnswerCreateFile(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerCreateFile(MessageReader& arguments, MessageWriter& results) {
   std::string path;
   if (!IsV1()) path = Path(arguments);
   OpenRequest request;
@@ -149,7 +149,7 @@ bool RemoteCalls::AnswerCreateFile(MessageReader& arguments, MessageWriter& resu
   return true;
 }
 
-bool RemoteCalls::AnswerReadFile(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerReadFile(MessageReader& arguments, MessageWriter& results) {
   const std::uint32_t handle = arguments.Word();
   const std::uint32_t wanted = IsV1() ? arguments.OutBuffer().value_or(0) : arguments.Word();
   if (IsV1()) arguments.InBuffer();
@@ -164,14 +164,14 @@ bool RemoteCalls::AnswerReadFile(MessageReader& arguments, MessageWriter& result
   return true;
 }
 
-std::uint32_t RemoteCalls::RoomFor(DeviceStore::FileNumber file, std::size_t count) {
+std::uint32_t DeviceCalls::RoomFor(DeviceStore::FileNumber file, std::size_t count) {
   const auto limit = options_.faults.fullAfter;
   std::uint64_t position = 0;
   if (!limit || store_.Seek(file, 0, 1, position) != device_errors::kNone) return static_cast<std::uint32_t>(count);
   return static_cast<std::uint32_t>(std::min<std::uint64_t>(count, *limit - std::min(*limit, position)));
 }
 
-bool RemoteCalls::AnswerWriteFile(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerWriteFile(MessageReader& arguments, MessageWriter& results) {
   const std::uint32_t handle = arguments.Word();
   const ByteView data = IsV1() ? arguments.InBuffer().value_or(ByteView()) : arguments.Counted();
   if (IsV1()) arguments.InBuffer();
@@ -189,14 +189,14 @@ bool RemoteCalls::AnswerWriteFile(MessageReader& arguments, MessageWriter& resul
   return true;
 }
 
-bool RemoteCalls::AnswerCloseHandle(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerCloseHandle(MessageReader& arguments, MessageWriter& results) {
   const std::uint32_t handle = arguments.Word();
   if (!arguments.IsGood()) return false;
   Done(results, files_.erase(handle) == 1 ? store_.Close(handle) : device_errors::kInvalidHandle);
   return true;
 }
 
-bool RemoteCalls::AnswerGetFileSize(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerGetFileSize(MessageReader& arguments, MessageWriter& results) {
   const std::uint32_t handle = arguments.Word();
   const bool wantsHigh = arguments.OutBuffer().has_value();
   if (!arguments.IsGood()) return false;
@@ -209,7 +209,7 @@ bool RemoteCalls::AnswerGetFileSize(MessageReader& arguments, MessageWriter& res
   return true;
 }
 
-bool RemoteCalls::AnswerSetFilePointer(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerSetFilePointer(MessageReader& arguments, MessageWriter& results) {
   const std::uint32_t handle = arguments.Word();
   const std::uint32_t low = arguments.Word();
   const bool hasHigh = IsV1() || arguments.Word() != 0;
@@ -228,7 +228,7 @@ bool RemoteCalls::AnswerSetFilePointer(MessageReader& arguments, MessageWriter& 
   return true;
 }
 
-bool RemoteCalls::AnswerSetEndOfFile(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerSetEndOfFile(MessageReader& arguments, MessageWriter& results) {
   const std::uint32_t handle = arguments.Word();
   if (!arguments.IsGood()) return false;
   Done(results, files_.contains(handle) ? store_.EndHere(handle) : device_errors::kInvalidHandle);
@@ -237,7 +237,7 @@ bool RemoteCalls::AnswerSetEndOfFile(MessageReader& arguments, MessageWriter& re
 
 // ---- Searches
 
-void RemoteCalls::FoundRecord(MessageWriter& results, const StoreEntry& entry) const {
+void DeviceCalls::FoundRecord(MessageWriter& results, const StoreEntry& entry) const {
   MessageWriter record;
   record.Word(entry.attributes);
   for (int time = 0; time < 3; ++time) record.Long(entry.lastWriteTime);
@@ -251,13 +251,13 @@ void RemoteCalls::FoundRecord(MessageWriter& results, const StoreEntry& entry) c
   results.Counted(bytes);
 }
 
-void RemoteCalls::NoRecord(MessageWriter& results) const {
+void DeviceCalls::NoRecord(MessageWriter& results) const {
   if (options_.faults.findRecord == FindRecord::LeftOutIfNone) return;
   if (options_.faults.findRecord == FindRecord::FullSize) return results.Counted(Bytes(kRecordSize));
   results.Word(0);
 }
 
-bool RemoteCalls::AnswerFindFirstFile(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerFindFirstFile(MessageReader& arguments, MessageWriter& results) {
   const std::string pattern = Path(arguments);
   if (!arguments.IsGood()) return false;
   Search search;
@@ -275,7 +275,7 @@ bool RemoteCalls::AnswerFindFirstFile(MessageReader& arguments, MessageWriter& r
   return true;
 }
 
-bool RemoteCalls::AnswerFindNextFile(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerFindNextFile(MessageReader& arguments, MessageWriter& results) {
   const auto search = searches_.find(arguments.Word());
   if (!arguments.IsGood()) return false;
   const bool isOpen = search != searches_.end();
@@ -289,14 +289,14 @@ bool RemoteCalls::AnswerFindNextFile(MessageReader& arguments, MessageWriter& re
   return true;
 }
 
-bool RemoteCalls::AnswerFindClose(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerFindClose(MessageReader& arguments, MessageWriter& results) {
   const std::uint32_t handle = arguments.Word();
   if (!arguments.IsGood()) return false;
   Done(results, searches_.erase(handle) == 1 ? device_errors::kNone : device_errors::kInvalidHandle);
   return true;
 }
 
-bool RemoteCalls::AnswerFindAllFiles(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerFindAllFiles(MessageReader& arguments, MessageWriter& results) {
   constexpr std::uint32_t kAttributes = 0x01;
   constexpr std::uint32_t kTimes[] = {0x02, 0x04, 0x08};
   constexpr std::uint32_t kSizeHigh = 0x10;
@@ -334,7 +334,7 @@ bool RemoteCalls::AnswerFindAllFiles(MessageReader& arguments, MessageWriter& re
 
 // ---- Names
 
-bool RemoteCalls::AnswerGetFileAttributes(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerGetFileAttributes(MessageReader& arguments, MessageWriter& results) {
   const std::string path = Path(arguments);
   if (!arguments.IsGood()) return false;
   std::uint32_t value = kNoValue;
@@ -343,7 +343,7 @@ bool RemoteCalls::AnswerGetFileAttributes(MessageReader& arguments, MessageWrite
   return true;
 }
 
-bool RemoteCalls::AnswerSetFileAttributes(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerSetFileAttributes(MessageReader& arguments, MessageWriter& results) {
   const std::uint32_t value = arguments.Word();
   const std::string path = Path(arguments);
   if (!arguments.IsGood()) return false;
@@ -351,14 +351,14 @@ bool RemoteCalls::AnswerSetFileAttributes(MessageReader& arguments, MessageWrite
   return true;
 }
 
-bool RemoteCalls::AnswerDeleteFile(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerDeleteFile(MessageReader& arguments, MessageWriter& results) {
   const std::string path = OptionalPath(arguments);
   if (!arguments.IsGood()) return false;
   Done(results, store_.Delete(path));
   return true;
 }
 
-bool RemoteCalls::AnswerCreateDirectory(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerCreateDirectory(MessageReader& arguments, MessageWriter& results) {
   const std::string path = OptionalPath(arguments);
   if (IsV1()) arguments.InBuffer();  // security attributes
   if (!arguments.IsGood()) return false;
@@ -366,14 +366,14 @@ bool RemoteCalls::AnswerCreateDirectory(MessageReader& arguments, MessageWriter&
   return true;
 }
 
-bool RemoteCalls::AnswerRemoveDirectory(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerRemoveDirectory(MessageReader& arguments, MessageWriter& results) {
   const std::string path = OptionalPath(arguments);
   if (!arguments.IsGood()) return false;
   Done(results, store_.RemoveFolder(path));
   return true;
 }
 
-bool RemoteCalls::AnswerMoveFile(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerMoveFile(MessageReader& arguments, MessageWriter& results) {
   const std::string from = OptionalPath(arguments);
   const std::string to = OptionalPath(arguments);
   if (!arguments.IsGood()) return false;
@@ -381,7 +381,7 @@ bool RemoteCalls::AnswerMoveFile(MessageReader& arguments, MessageWriter& result
   return true;
 }
 
-bool RemoteCalls::AnswerCopyFile(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerCopyFile(MessageReader& arguments, MessageWriter& results) {
   const std::string from = OptionalPath(arguments);
   const std::string to = OptionalPath(arguments);
   const bool failIfExists = arguments.Word() != 0;
@@ -392,7 +392,7 @@ bool RemoteCalls::AnswerCopyFile(MessageReader& arguments, MessageWriter& result
 
 // ---- The system. Arguments that only say how large the caller's buffers are need no look.
 
-bool RemoteCalls::AnswerGetVersionEx(MessageReader&, MessageWriter& results) {
+bool DeviceCalls::AnswerGetVersionEx(MessageReader&, MessageWriter& results) {
   constexpr std::uint32_t kSize = 276;
   constexpr std::uint32_t kPlatformCe = 3;
   const SimulatedDevice& device = options_.device;
@@ -403,7 +403,7 @@ bool RemoteCalls::AnswerGetVersionEx(MessageReader&, MessageWriter& results) {
   return true;
 }
 
-bool RemoteCalls::AnswerGetStoreInformation(MessageReader&, MessageWriter& results) {
+bool DeviceCalls::AnswerGetStoreInformation(MessageReader&, MessageWriter& results) {
   constexpr std::uint32_t kTotal = 32 * 1024 * 1024;
   constexpr std::uint32_t kFree = 16 * 1024 * 1024;
   Done(results, device_errors::kNone);
@@ -411,7 +411,7 @@ bool RemoteCalls::AnswerGetStoreInformation(MessageReader&, MessageWriter& resul
   return true;
 }
 
-bool RemoteCalls::AnswerGetSystemInfo(MessageReader&, MessageWriter& results) {
+bool DeviceCalls::AnswerGetSystemInfo(MessageReader&, MessageWriter& results) {
   constexpr std::uint32_t kPage = 4096;
   constexpr std::uint32_t kLowest = 0x10000;
   constexpr std::uint32_t kHighest = 0x7FFFFFFF;
@@ -422,7 +422,7 @@ bool RemoteCalls::AnswerGetSystemInfo(MessageReader&, MessageWriter& results) {
   return true;
 }
 
-bool RemoteCalls::AnswerGetSystemPowerStatusEx(MessageReader&, MessageWriter& results) {
+bool DeviceCalls::AnswerGetSystemPowerStatusEx(MessageReader&, MessageWriter& results) {
   // On mains, battery full; 0xFFFFFFFF: nobody knows how long it lasts.
   const Bytes status = Words({0x00640101, 0xFFFFFFFF, 0xFFFFFFFF, 0x00640100, 0xFFFFFFFF, 0xFFFFFFFF});
   if (IsV1()) results.Word(device_errors::kNone);
@@ -431,7 +431,7 @@ bool RemoteCalls::AnswerGetSystemPowerStatusEx(MessageReader&, MessageWriter& re
   return true;
 }
 
-bool RemoteCalls::AnswerGetSpecialFolderPath(MessageReader& arguments, MessageWriter& results) {
+bool DeviceCalls::AnswerGetSpecialFolderPath(MessageReader& arguments, MessageWriter& results) {
   static const std::map<std::uint32_t, std::string_view> kFolders = {
       {0x00, "\\My Documents"},        {0x02, "\\Windows\\Start Menu\\Programs"},
       {0x05, "\\My Documents"},        {0x07, "\\Windows\\StartUp"},
@@ -451,7 +451,7 @@ bool RemoteCalls::AnswerGetSpecialFolderPath(MessageReader& arguments, MessageWr
   return true;
 }
 
-bool RemoteCalls::AnswerGetSystemMemoryDivision(MessageReader&, MessageWriter& results) {
+bool DeviceCalls::AnswerGetSystemMemoryDivision(MessageReader&, MessageWriter& results) {
   Done(results, device_errors::kNone);
   for (const std::uint32_t value : {4096U, 4096U, 4096U}) results.Returned(Words({value}));
   return true;

@@ -1,4 +1,4 @@
-#include "device/simulator/RemoteCalls.h"
+#include "device/simulator/DeviceCalls.h"
 
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@ class DatedFiles : public testing::MemoryFileSystem {
 
 /// A connection whose messages are compared with those of handhelds, byte by byte. Messages are given with their length
 /// words. Handles are given out from 0x1A2C0 in steps of 0x10.
-class RemoteCallsTest : public ::testing::Test {
+class DeviceCallsTest : public ::testing::Test {
  protected:
   void Begin(wire::MessageVersion version) {
     options_.version = version;
@@ -56,7 +56,7 @@ class RemoteCallsTest : public ::testing::Test {
   DatedFiles files_;
   DeviceStore store_{files_, "D:\\root"};
   SimulatorOptions options_;
-  std::optional<RemoteCalls> calls_;
+  std::optional<DeviceCalls> calls_;
 };
 
 constexpr const char* kCreateV1 =
@@ -74,14 +74,14 @@ constexpr const char* kOpenV2 =
 
 // ---- Version 1
 
-TEST_F(RemoteCallsTest, CreateFileV1) {
+TEST_F(DeviceCallsTest, CreateFileV1) {
   BeginV1();
   Expect(kOpenV1, "0c000000 00000000 02000000 ffffffff");
   Expect(kCreateV1, "0c000000 00000000 00000000 c0a20100");
   EXPECT_EQ(Content(), "");
 }
 
-TEST_F(RemoteCallsTest, WriteAndCloseFileV1) {
+TEST_F(DeviceCallsTest, WriteAndCloseFileV1) {
   BeginV1();
   Reply(kCreateV1);
   Expect("19000000 07000000 c0a20100 01000000 05000000 48454c4c4f 00000000",
@@ -91,7 +91,7 @@ TEST_F(RemoteCallsTest, WriteAndCloseFileV1) {
   EXPECT_EQ(Content(), "HELLO");
 }
 
-TEST_F(RemoteCallsTest, ReadFileV1) {
+TEST_F(DeviceCallsTest, ReadFileV1) {
   BeginV1();
   PutHello();
   SkipHandles(2);
@@ -101,7 +101,7 @@ TEST_F(RemoteCallsTest, ReadFileV1) {
   Expect(read, "10000000 00000000 00000000 01000000 00000000");
 }
 
-TEST_F(RemoteCallsTest, GetFileSizeV1) {
+TEST_F(DeviceCallsTest, GetFileSizeV1) {
   BeginV1();
   PutHello();
   SkipHandles(2);
@@ -111,7 +111,7 @@ TEST_F(RemoteCallsTest, GetFileSizeV1) {
          "1c000000 00000000 00000000 05000000 01000000 04000000 01000000 00000000");
 }
 
-TEST_F(RemoteCallsTest, FindFirstFileAndFindCloseV1) {
+TEST_F(DeviceCallsTest, FindFirstFileAndFindCloseV1) {
   BeginV1();
   const std::string find = "1e000000 00000000 01000000 09000000 5c005400 5c006100 2e007000 64006200 0000";
   Expect(find, "10000000 00000000 12000000 ffffffff 00000000");
@@ -125,7 +125,7 @@ TEST_F(RemoteCallsTest, FindFirstFileAndFindCloseV1) {
   Expect("08000000 02000000 d0a20100", "0c000000 00000000 06000000 00000000");
 }
 
-TEST_F(RemoteCallsTest, FindNextFileV1) {
+TEST_F(DeviceCallsTest, FindNextFileV1) {
   BeginV1();
   PutHello();
   files_.Put("D:\\root\\T\\b.pdb", {1});
@@ -138,7 +138,7 @@ TEST_F(RemoteCallsTest, FindNextFileV1) {
   Expect("08000000 01000000 d0a20100", "10000000 00000000 06000000 00000000 00000000");
 }
 
-TEST_F(RemoteCallsTest, DeleteFileV1) {
+TEST_F(DeviceCallsTest, DeleteFileV1) {
   BeginV1();
   PutHello();
   const std::string request = "22000000 1c000000 01000000 12000000 01000000 5c005400 5c006100 2e007000 64006200 0000";
@@ -146,7 +146,7 @@ TEST_F(RemoteCallsTest, DeleteFileV1) {
   Expect(request, "0c000000 00000000 02000000 00000000");
 }
 
-TEST_F(RemoteCallsTest, CreateDirectoryV1) {
+TEST_F(DeviceCallsTest, CreateDirectoryV1) {
   files_.RemoveFolder("D:\\root\\T");
   BeginV1();
   const std::string request = "1a000000 17000000 01000000 06000000 01000000 5c005400 0000 00000000";
@@ -154,7 +154,7 @@ TEST_F(RemoteCallsTest, CreateDirectoryV1) {
   Expect(request, "0c000000 00000000 b7000000 00000000");
 }
 
-TEST_F(RemoteCallsTest, SetFilePointerV1) {
+TEST_F(DeviceCallsTest, SetFilePointerV1) {
   BeginV1();
   PutHello();
   SkipHandles(2);
@@ -164,27 +164,27 @@ TEST_F(RemoteCallsTest, SetFilePointerV1) {
   Expect("14000000 15000000 e0a20100 fdffffff 00000000 01000000", "0c000000 00000000 83000000 ffffffff");
 }
 
-TEST_F(RemoteCallsTest, GetVersionExV1) {
+TEST_F(DeviceCallsTest, GetVersionExV1) {
   BeginV1();
   const Bytes noText(256);
   Expect("04000000 3b000000",
          "24010000 00000000 00000000 01000000 14010000 14010000 04000000 14000000 39040000 03000000" + ToHex(noText));
 }
 
-TEST_F(RemoteCallsTest, FindAllFilesV1) {
+TEST_F(DeviceCallsTest, FindAllFilesV1) {
   BeginV1();
   PutHello();
   Expect("1a000000 09000000 01000000 05000000 5c005400 5c002a00 0000 a1000000",
          "20000000 00000000 01000000 06000000 20000000 05000000 61002e00 70006400 62000000");
 }
 
-TEST_F(RemoteCallsTest, GetSpecialFolderPathV1) {
+TEST_F(DeviceCallsTest, GetSpecialFolderPathV1) {
   BeginV1();
   Expect("0c000000 44000000 00000000 04010000", "28000000 00000000 00000000 0d000000 \"\\My Documents\" 0000");
 }
 
 /// No bytes of these were seen on a line: length words and places of the parts are what the test is about.
-TEST_F(RemoteCallsTest, CallsThatOnlyOtherProgramsMakeV1) {
+TEST_F(DeviceCallsTest, CallsThatOnlyOtherProgramsMakeV1) {
   BeginV1();
   Expect("10000000 29000000 01000000 08000000 00000000",
          "20000000 00000000 00000000 01000000 01000000 08000000 01000000 00000002 00000001");
@@ -197,14 +197,14 @@ TEST_F(RemoteCallsTest, CallsThatOnlyOtherProgramsMakeV1) {
          "3c000000 00000000 00000000 01000000" + word + word + word);
 }
 
-TEST_F(RemoteCallsTest, CallsThatOnlyOtherProgramsMakeV2) {
+TEST_F(DeviceCallsTest, CallsThatOnlyOtherProgramsMakeV2) {
   BeginV2();
   Expect("04000000 39000000", "10000000 00000000 01000000 00000002 00000001");
   EXPECT_TRUE(Reply("04000000 3d000000").starts_with(ToHex(FromHex("28000000 00000000"))));
   EXPECT_TRUE(Reply("08000000 49000000 01000000").starts_with(ToHex(FromHex("1c000000 01000000"))));
 }
 
-TEST_F(RemoteCallsTest, AttributesMovingCopyingAndRemovingFollowTheirKindsOfText) {
+TEST_F(DeviceCallsTest, AttributesMovingCopyingAndRemovingFollowTheirKindsOfText) {
   BeginV1();
   PutHello();
   const std::string a = "12000000 01000000 \"\\T\\a.pdb\" 0000";
@@ -219,7 +219,7 @@ TEST_F(RemoteCallsTest, AttributesMovingCopyingAndRemovingFollowTheirKindsOfText
   Expect("16000000 18000000 01000000 06000000 01000000 \"\\T\" 0000", "0c000000 00000000 91000000 00000000");
 }
 
-TEST_F(RemoteCallsTest, FileIsCutWhereItsPositionIs) {
+TEST_F(DeviceCallsTest, FileIsCutWhereItsPositionIs) {
   BeginV1();
   Reply(kCreateV1);
   Reply("19000000 07000000 c0a20100 01000000 05000000 48454c4c4f 00000000");
@@ -228,12 +228,12 @@ TEST_F(RemoteCallsTest, FileIsCutWhereItsPositionIs) {
   EXPECT_EQ(Content(), "HE");
 }
 
-TEST_F(RemoteCallsTest, UnknownCommandV1) {
+TEST_F(DeviceCallsTest, UnknownCommandV1) {
   BeginV1();
   Expect("04000000 ff000000", "08000000 01000000 01400080");
 }
 
-TEST_F(RemoteCallsTest, ArgumentsThatMakeNoSenseAreRefusedV1) {
+TEST_F(DeviceCallsTest, ArgumentsThatMakeNoSenseAreRefusedV1) {
   BeginV1();
   PutHello();
   const std::string refused = "08000000 01000000 57000780";
@@ -247,13 +247,13 @@ TEST_F(RemoteCallsTest, ArgumentsThatMakeNoSenseAreRefusedV1) {
 
 // ---- Version 2
 
-TEST_F(RemoteCallsTest, CreateFileV2) {
+TEST_F(DeviceCallsTest, CreateFileV2) {
   BeginV2();
   Expect(kOpenV2, "08000000 02000000 ffffffff");
   Expect(kCreateV2, "08000000 00000000 c0a20100");
 }
 
-TEST_F(RemoteCallsTest, WriteAndCloseFileV2) {
+TEST_F(DeviceCallsTest, WriteAndCloseFileV2) {
   BeginV2();
   Reply(kCreateV2);
   Expect("11000000 18000000 c0a20100 05000000 48454c4c4f", "0c000000 00000000 01000000 05000000");
@@ -261,7 +261,7 @@ TEST_F(RemoteCallsTest, WriteAndCloseFileV2) {
   EXPECT_EQ(Content(), "HELLO");
 }
 
-TEST_F(RemoteCallsTest, ReadFileV2) {
+TEST_F(DeviceCallsTest, ReadFileV2) {
   BeginV2();
   PutHello();
   SkipHandles(2);
@@ -269,7 +269,7 @@ TEST_F(RemoteCallsTest, ReadFileV2) {
   Expect("0c000000 17000000 e0a20100 10000000", "11000000 00000000 01000000 05000000 48454c4c4f");
 }
 
-TEST_F(RemoteCallsTest, GetFileSizeV2) {
+TEST_F(DeviceCallsTest, GetFileSizeV2) {
   BeginV2();
   PutHello();
   SkipHandles(2);
@@ -277,7 +277,7 @@ TEST_F(RemoteCallsTest, GetFileSizeV2) {
   Expect("0c000000 2e000000 e0a20100 00000000", "0c000000 00000000 05000000 00000000");
 }
 
-TEST_F(RemoteCallsTest, FindFirstFileAndFindCloseV2) {
+TEST_F(DeviceCallsTest, FindFirstFileAndFindCloseV2) {
   BeginV2();
   const std::string find = "1a000000 11000000 12000000 5c005400 5c006100 2e007000 64006200 0000";
   Expect(find, "0c000000 12000000 ffffffff 00000000");
@@ -290,19 +290,19 @@ TEST_F(RemoteCallsTest, FindFirstFileAndFindCloseV2) {
   Expect("08000000 13000000 d0a20100", "08000000 00000000 01000000");
 }
 
-TEST_F(RemoteCallsTest, DeleteFileV2) {
+TEST_F(DeviceCallsTest, DeleteFileV2) {
   BeginV2();
   PutHello();
   Expect("1a000000 2d000000 12000000 5c005400 5c006100 2e007000 64006200 0000", "08000000 00000000 01000000");
 }
 
-TEST_F(RemoteCallsTest, CreateDirectoryV2) {
+TEST_F(DeviceCallsTest, CreateDirectoryV2) {
   files_.RemoveFolder("D:\\root\\T");
   BeginV2();
   Expect("0e000000 28000000 06000000 5c005400 0000", "08000000 00000000 01000000");
 }
 
-TEST_F(RemoteCallsTest, SetFilePointerV2) {
+TEST_F(DeviceCallsTest, SetFilePointerV2) {
   BeginV2();
   PutHello();
   SkipHandles(2);
@@ -311,40 +311,40 @@ TEST_F(RemoteCallsTest, SetFilePointerV2) {
   Expect("18000000 26000000 e0a20100 00000000 01000000 00000000 02000000", "0c000000 00000000 05000000 00000000");
 }
 
-TEST_F(RemoteCallsTest, GetVersionExV2) {
+TEST_F(DeviceCallsTest, GetVersionExV2) {
   BeginV2();
   Expect("04000000 43000000",
          "20010000 00000000 01000000 14010000 14010000 05000000 01000000 c3000000 03000000" + ToHex(Bytes(256)));
 }
 
-TEST_F(RemoteCallsTest, FindAllFilesV2) {
+TEST_F(DeviceCallsTest, FindAllFilesV2) {
   BeginV2();
   PutHello();
   Expect("16000000 1a000000 0a000000 5c005400 5c002a00 0000 a1000000",
          "24000000 00000000 01000000 01000000 0c000000 20000000 05000000 61002e00 70006400 62000000");
 }
 
-TEST_F(RemoteCallsTest, GetSpecialFolderPathV2) {
+TEST_F(DeviceCallsTest, GetSpecialFolderPathV2) {
   BeginV2();
   Expect("0c000000 4b000000 00000000 04010000", "24000000 00000000 0d000000 \"\\My Documents\" 0000");
 }
 
-TEST_F(RemoteCallsTest, UnknownCommandV2) {
+TEST_F(DeviceCallsTest, UnknownCommandV2) {
   BeginV2();
   Expect("04000000 ff000000", "08000000 78000000 00000000");
 }
 
-TEST_F(RemoteCallsTest, HandlesOfAnotherConnectionAreNotTaken) {
+TEST_F(DeviceCallsTest, HandlesOfAnotherConnectionAreNotTaken) {
   BeginV2();
   PutHello();
   Reply(kOpenV2);
-  RemoteCalls other(store_, options_);
+  DeviceCalls other(store_, options_);
   EXPECT_EQ(other.Answer(FromHex("17000000 c0a20100 10000000")), FromHex("06000000 00000000 00000000"));
   EXPECT_EQ(other.Answer(FromHex("19000000 c0a20100")), FromHex("06000000 00000000"));
   EXPECT_EQ(other.Answer(FromHex("2e000000 c0a20100 00000000")), FromHex("06000000 ffffffff 00000000"));
 }
 
-TEST_F(RemoteCallsTest, FilesAreClosedWithTheirConnection) {
+TEST_F(DeviceCallsTest, FilesAreClosedWithTheirConnection) {
   BeginV2();
   Reply(kCreateV2);
   EXPECT_EQ(store_.Delete("\\T\\a.pdb"), 32U);
@@ -352,7 +352,7 @@ TEST_F(RemoteCallsTest, FilesAreClosedWithTheirConnection) {
   EXPECT_EQ(store_.Delete("\\T\\a.pdb"), 0U);
 }
 
-TEST_F(RemoteCallsTest, CreatingAFileThatIsThereSucceedsWithError183) {
+TEST_F(DeviceCallsTest, CreatingAFileThatIsThereSucceedsWithError183) {
   BeginV2();
   PutHello();
   Expect(kCreateV2, "08000000 b7000000 c0a20100");
@@ -361,7 +361,7 @@ TEST_F(RemoteCallsTest, CreatingAFileThatIsThereSucceedsWithError183) {
 
 // ---- Faults
 
-TEST_F(RemoteCallsTest, ReadsMayBeShort) {
+TEST_F(DeviceCallsTest, ReadsMayBeShort) {
   options_.faults.longestRead = 2;
   BeginV2();
   PutHello();
@@ -369,7 +369,7 @@ TEST_F(RemoteCallsTest, ReadsMayBeShort) {
   Expect("0c000000 17000000 c0a20100 10000000", "0e000000 00000000 01000000 02000000 4845");
 }
 
-TEST_F(RemoteCallsTest, RecordOfNothingMayBeMissingOrWhole) {
+TEST_F(DeviceCallsTest, RecordOfNothingMayBeMissingOrWhole) {
   const std::string find = "1a000000 11000000 12000000 \"\\T\\a.pdb\" 0000";
   options_.faults.findRecord = FindRecord::LeftOutIfNone;
   BeginV2();
@@ -380,7 +380,7 @@ TEST_F(RemoteCallsTest, RecordOfNothingMayBeMissingOrWhole) {
   EXPECT_TRUE(Reply(find).starts_with(ToHex(FromHex("3c020000 00000000 c0a20100 30020000 20000000"))));
 }
 
-TEST_F(RemoteCallsTest, FileMayBeSaidToBeLongerThanItIs) {
+TEST_F(DeviceCallsTest, FileMayBeSaidToBeLongerThanItIs) {
   options_.faults.addedSize = 3;
   BeginV2();
   PutHello();
@@ -388,7 +388,7 @@ TEST_F(RemoteCallsTest, FileMayBeSaidToBeLongerThanItIs) {
   Expect("0c000000 2e000000 c0a20100 00000000", "0c000000 00000000 08000000 00000000");
 }
 
-TEST_F(RemoteCallsTest, StoreMayBeFullInTheMiddleOfAWrite) {
+TEST_F(DeviceCallsTest, StoreMayBeFullInTheMiddleOfAWrite) {
   options_.faults.fullAfter = 7;
   BeginV2();
   Reply(kCreateV2);
@@ -400,13 +400,13 @@ TEST_F(RemoteCallsTest, StoreMayBeFullInTheMiddleOfAWrite) {
 
 // ---- Both
 
-TEST_F(RemoteCallsTest, NamesOfCallsAreThePublishedOnes) {
-  EXPECT_EQ(RemoteCalls::NameOf(FromHex("06000000"), wire::MessageVersion::V1), "CeReadFile");
-  EXPECT_EQ(RemoteCalls::NameOf(FromHex("17000000"), wire::MessageVersion::V2), "CeReadFile");
-  EXPECT_EQ(RemoteCalls::NameOf(FromHex("ff000000"), wire::MessageVersion::V2), "?");
+TEST_F(DeviceCallsTest, NamesOfCallsAreThePublishedOnes) {
+  EXPECT_EQ(DeviceCalls::NameOf(FromHex("06000000"), wire::MessageVersion::V1), "CeReadFile");
+  EXPECT_EQ(DeviceCalls::NameOf(FromHex("17000000"), wire::MessageVersion::V2), "CeReadFile");
+  EXPECT_EQ(DeviceCalls::NameOf(FromHex("ff000000"), wire::MessageVersion::V2), "?");
 }
 
-TEST_F(RemoteCallsTest, CallThatVersion2LacksIsUnknownThere) {
+TEST_F(DeviceCallsTest, CallThatVersion2LacksIsUnknownThere) {
   BeginV2();
   Expect("04000000 ffffffff", "08000000 78000000 00000000");
 }

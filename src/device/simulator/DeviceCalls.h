@@ -26,13 +26,13 @@ namespace mv::simulator {
 /// with last error and 0. Nothing is believed of what a request says about itself.
 ///
 /// Files and searches belong to the connection; they are closed with it.
-class RemoteCalls {
+class DeviceCalls {
  public:
   /// Both must outlive this object. Of the options the faults inside replies count, and what the device is.
-  RemoteCalls(DeviceStore& store, const SimulatorOptions& options);
-  ~RemoteCalls();
-  RemoteCalls(const RemoteCalls&) = delete;
-  RemoteCalls& operator=(const RemoteCalls&) = delete;
+  DeviceCalls(DeviceStore& store, const SimulatorOptions& options);
+  ~DeviceCalls();
+  DeviceCalls(const DeviceCalls&) = delete;
+  DeviceCalls& operator=(const DeviceCalls&) = delete;
 
   Bytes Answer(ByteView request);
 
@@ -41,7 +41,7 @@ class RemoteCalls {
 
  private:
   /// Writes the results; false when the arguments were not understood.
-  using Handler = bool (RemoteCalls::*)(wire::MessageReader& arguments, wire::MessageWriter& results);
+  using Handler = bool (DeviceCalls::*)(wire::MessageReader& arguments, wire::MessageWriter& results);
   struct Call {
     wire::Command command;
     std::string_view name;
