@@ -1,12 +1,9 @@
 #include "device/FolderRapi.h"
 
-#include <algorithm>
 #include <utility>
 #include <vector>
 
 #include "base/Error.h"
-#include "base/Text.h"
-#include "device/DevicePattern.h"
 
 namespace mv {
 namespace {
@@ -18,37 +15,9 @@ using platform::Sharing;
 /// E_FAIL: what a transport that has lost its device answers.
 constexpr std::int32_t kTransportFailed = static_cast<std::int32_t>(0x80004005);
 
-/// Blanks and dots at a name's end are dropped by some systems, so ".. " may mean ".." and "a." may mean "a".
-bool IsPlainName(std::string_view name) {
-  constexpr std::string_view kForbidden("<>:\"|?*\0", 8);
-  const bool endsOddly = name.ends_with('.') || name.ends_with(' ');
-  return !name.empty() && !endsOddly && name.find_first_of(kForbidden) == name.npos;
-}
-
-constexpr std::string_view kSeparators = "\\/";
-
-/// The names between the separators of a device path; nothing when one of them is no plain name or there is none.
-std::vector<std::string> SegmentsOf(std::string_view path) {
-  std::vector<std::string> segments;
-  for (std::size_t start = path.find_first_not_of(kSeparators); start != path.npos;) {
-    const std::size_t end = std::min(path.find_first_of(kSeparators, start), path.size());
-    const std::string_view name = path.substr(start, end - start);
-    if (!IsPlainName(name)) return {};
-    segments.emplace_back(name);
-    start = path.find_first_not_of(kSeparators, end);
-  }
-  return segments;
-}
-
-std::string WithoutSeparatorsAtEnd(std::string_view path) {
-  const std::size_t last = path.find_last_not_of("\\/");
-  return std::string(path.substr(0, last == path.npos ? 0 : last + 1));
-}
-
 }  // namespace
 
-FolderRapi::FolderRapi(platform::FileSystem& files, const std::string& root)
-    : files_(files), prefix_(WithoutSeparatorsAtEnd(root)) {}
+FolderRapi::FolderRapi(platform::FileSystem& files, const std::string& root) : files_(files), names_(files, root) {}
 
 template <typename Result, typename Call>
 Result FolderRapi::Report(Result failure, Call call) {
@@ -62,13 +31,9 @@ Result FolderRapi::Report(Result failure, Call call) {
   return failure;
 }
 
-std::string FolderRapi::RootFolder() const {
-  return prefix_ + '\\';
-}
-
 bool FolderRapi::IsUsable() const {
   try {
-    return files_.FolderExists(RootFolder()) && files_.RealPath(RootFolder()) != files_.RealPath("\\");
+    return files_.FolderExists(names_.RootFolder()) && files_.RealPath(names_.RootFolder()) != files_.RealPath("\\");
   } catch (const Error&) {
     return false;  // a folder that cannot be looked at is as good as gone
   }
@@ -94,44 +59,9 @@ std::uint32_t FolderRapi::WaitForSingleObject(RapiHandle, std::uint32_t) {
   return rapi::kWaitSignalled;
 }
 
-bool FolderRapi::Exists(const std::string& localPath) const {
-  return files_.FileExists(localPath) || files_.FolderExists(localPath);
-}
-
-std::optional<std::string> FolderRapi::EntryName(const std::string& folder, const std::string& name) const {
-  const std::string exact = JoinPath(folder, name);
-  if (Exists(exact)) return name;
-  std::optional<std::string> match;
-  for (const std::string& entry : files_.List(folder + '\\')) {
-    if (FoldCase(entry) != FoldCase(name)) continue;
-    if (!match || entry < *match) match = entry;  // the listing has no order, the answer must have one
-  }
-  return match;
-}
-
-std::optional<std::string> FolderRapi::LocalPath(const std::string& devicePath) const {
-  std::vector<std::string> segments = SegmentsOf(devicePath);
-  if (segments.empty()) return std::nullopt;
-  const std::string last = std::move(segments.back());
-  segments.pop_back();
-  const std::optional<std::string> folder = LocalFolder(segments);
-  if (!folder) return std::nullopt;
-  return JoinPath(*folder, EntryName(*folder, last).value_or(last));
-}
-
-std::optional<std::string> FolderRapi::LocalFolder(const std::vector<std::string>& names) const {
-  std::string folder = prefix_;
-  for (const std::string& name : names) {
-    const std::optional<std::string> entry = EntryName(folder, name);
-    if (!entry) return std::nullopt;
-    folder = JoinPath(folder, *entry);
-  }
-  return folder;
-}
-
 std::optional<std::string> FolderRapi::LocalFile(const std::string& devicePath) const {
   try {
-    return LocalPath(devicePath);
+    return names_.LocalPath(devicePath);
   } catch (const Error&) {
     return std::nullopt;
   }
@@ -139,8 +69,8 @@ std::optional<std::string> FolderRapi::LocalFile(const std::string& devicePath) 
 
 RapiHandle FolderRapi::CeFindFirstFile(const std::string& path) {
   return Report(kInvalidRapiHandle, [&] {
-    const std::optional<std::string> local = LocalPath(path);
-    if (!local || !Exists(*local)) throw StandardError(errors::kFileNotFound);
+    const std::optional<std::string> local = names_.LocalPath(path);
+    if (!local || !names_.Exists(*local)) throw StandardError(errors::kFileNotFound);
     return *findHandles_.insert(nextHandle_++).first;
   });
 }
@@ -148,7 +78,7 @@ RapiHandle FolderRapi::CeFindFirstFile(const std::string& path) {
 RapiHandle FolderRapi::CeCreateFile(const std::string& path, std::uint32_t access, std::uint32_t, std::uint32_t,
                                     std::uint32_t disposition, std::uint32_t) {
   return Report(kInvalidRapiHandle, [&] {
-    const std::optional<std::string> local = LocalPath(path);
+    const std::optional<std::string> local = names_.LocalPath(path);
     if (!local) throw StandardError(errors::kPathNotFound);
     const bool reads = access == rapi::kGenericRead && disposition == rapi::kOpenExisting;
     const bool uploads = access == rapi::kGenericWrite && disposition == rapi::kCreateAlways;
@@ -235,19 +165,7 @@ DeviceEntry FolderRapi::EntryOf(const std::string& localPath, const std::string&
 std::int32_t FolderRapi::CeFindAllFiles(const std::string& pattern, std::vector<DeviceEntry>& entries) {
   entries.clear();
   return Report(std::int32_t{0}, [&] {
-    const std::size_t slash = pattern.find_last_of(kSeparators);
-    const std::size_t nameAt = slash == pattern.npos ? 0 : slash + 1;
-    const std::string folderPath = pattern.substr(0, nameAt);
-    const std::vector<std::string> segments = SegmentsOf(folderPath);
-    const bool isRoot = folderPath.find_first_not_of(kSeparators) == folderPath.npos;
-    if (segments.empty() && !isRoot) return rapi::kDone;
-    const std::optional<std::string> folder = LocalFolder(segments);
-    if (!folder || !files_.FolderExists(*folder + '\\')) return rapi::kDone;
-    const DevicePattern wanted(std::string_view(pattern).substr(nameAt));
-    for (const std::string& name : files_.List(*folder + '\\')) {
-      const std::string path = JoinPath(*folder, name);
-      if (IsPlainName(name) && wanted.Fits(name) && Exists(path)) entries.push_back(EntryOf(path, name));
-    }
+    for (const auto& [name, path] : names_.Matches(pattern)) entries.push_back(EntryOf(path, name));
     return rapi::kDone;
   });
 }
@@ -256,7 +174,7 @@ std::int32_t FolderRapi::DescribeHandheld(HandheldFacts& facts) {
   facts = {};
   return Report(std::int32_t{0}, [&] {
     if (!IsUsable()) throw StandardError(errors::kPathNotFound);
-    facts.address = prefix_;
+    facts.address = names_.Prefix();
     return rapi::kDone;
   });
 }

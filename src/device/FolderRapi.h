@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "device/FolderNames.h"
 #include "device/Rapi.h"
 #include "platform/FileSystem.h"
 #include "platform/StagedWrite.h"
@@ -17,8 +18,7 @@ namespace mv {
 /// that the program makes of the remote API are there: reading an existing file from start to end, and replacing or
 /// creating a whole file.
 ///
-/// Device paths name files and folders below the root without regard to case, an exact match first. Paths with a "."
-/// or ".." segment, or with characters that leave the folder ("C:..."), name nothing.
+/// Device paths name files and folders below the root as FolderNames says.
 ///
 /// An upload goes into a file beside the table's and takes its place in one step when its handle is closed: until then,
 /// and for ever when the handle is never closed, the table is the old one. A process that dies in mid-upload leaves the
@@ -73,16 +73,6 @@ class FolderRapi : public Rapi {
   };
 
   bool IsUsable() const;
-  std::string RootFolder() const;
-  bool Exists(const std::string& localPath) const;
-  /// The local path that `devicePath` names, whether or not its last segment exists; nothing when a folder on the way
-  /// is missing.
-  std::optional<std::string> LocalPath(const std::string& devicePath) const;
-  /// The name of the entry of `folder` that `name` names; nothing when there is none.
-  std::optional<std::string> EntryName(const std::string& folder, const std::string& name) const;
-
-  /// The local folder that the names name below the root; nothing when one of them is missing.
-  std::optional<std::string> LocalFolder(const std::vector<std::string>& names) const;
   DeviceEntry EntryOf(const std::string& localPath, const std::string& name) const;
 
   OpenFile OpenForReading(const std::string& localPath);
@@ -94,7 +84,7 @@ class FolderRapi : public Rapi {
   Result Report(Result failure, Call call);
 
   platform::FileSystem& files_;
-  std::string prefix_;  ///< the root folder without separators at its end
+  FolderNames names_;
   bool connected_ = false;
   std::int32_t rapiError_ = 0;
   RapiHandle nextHandle_ = 1;
