@@ -1,0 +1,213 @@
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "device/modWinCEFileManagement.h"
+#include "support/PlayedHandheld.h"
+#include "support/WiredHandheld.h"
+
+namespace mv::wire {
+namespace {
+
+using simulator::Direction;
+using simulator::MessageFault;
+using simulator::SimulatorOptions;
+using testing::WiredHandheld;
+
+enum class Copy { Up, UpIfNew, Down };
+
+struct LossCase {
+  const char* name;
+  MessageVersion version;
+  Copy copy;
+};
+
+void PrintTo(const LossCase& loss, std::ostream* out) {
+  *out << loss.name;
+}
+
+constexpr const char* kDevicePath = "\\Motorva\\a.pdb";
+constexpr const char* kDesktopPath = "C:\\work\\a.pdb";
+const Bytes kContent = {1, 2, 3};
+
+/// A desktop and a handheld with a fault, and the copies between them.
+class World {
+ public:
+  World(const LossCase& loss, const simulator::SimulatorFaults& faults, WireOptions desktop)
+      : copy_(loss.copy), handheld_(Device(loss.version, faults), std::move(desktop)) {
+    desktop_.CreateFolders("C:\\work");
+    if (copy_ == Copy::Down) handheld_.Files().Put("D:\\root\\Motorva\\a.pdb", kContent);
+    if (copy_ != Copy::Down) desktop_.Put(kDesktopPath, kContent);
+  }
+
+  /// The copy's code, over a connection of its own.
+  int Run() {
+    connection_.ConnectDevice();
+    const DeviceCopyResult result =
+        copy_ == Copy::Down
+            ? copies_.CopyFileFromDevice(kDevicePath, kDesktopPath, Overwrite::Yes)
+            : copies_.CopyFileToDevice(kDesktopPath, kDevicePath, copy_ == Copy::Up ? Overwrite::Yes : Overwrite::No);
+    return static_cast<int>(result);
+  }
+  /// Removes what an upload has made, so that it can be made again.
+  void Clear() {
+    connection_.DisconnectDevice();
+    handheld_.Device().DropCalls();
+    if (copy_ == Copy::Down) return;
+    // The handheld notices a moment later that the connection with the open file has ended.
+    constexpr std::uint32_t kInUse = 32;
+    while (handheld_.Device().Store().Delete(kDevicePath) == kInUse) std::this_thread::yield();
+  }
+  Bytes Result() {
+    connection_.DisconnectDevice();
+    handheld_.Device().Stop();
+    return copy_ == Copy::Down ? desktop_.Content(kDesktopPath) : handheld_.Files().Content("D:\\root\\Motorva\\a.pdb");
+  }
+  std::size_t Messages() { return handheld_.Device().Requests(); }
+
+ private:
+  static SimulatorOptions Device(MessageVersion version, const simulator::SimulatorFaults& faults) {
+    SimulatorOptions device;
+    device.faults = faults;
+    if (version == MessageVersion::V1) return device;
+    device.family = simulator::Family::B;
+    device.device = simulator::SimulatedDevice::OfFamilyB();
+    return device;
+  }
+
+  Copy copy_;
+  WiredHandheld handheld_;
+  testing::MemoryFileSystem desktop_;
+  DeviceHooks hooks_;
+  modWinCERAPIConnectionHandler connection_{handheld_.Api(), hooks_};
+  modWinCEFileManagement copies_{handheld_.Api(), connection_, desktop_, hooks_};
+};
+
+class WireLoss : public ::testing::TestWithParam<LossCase> {
+ protected:
+  /// Where to cut: before this byte, counted from the message's start. A reply is cut within the shortest one, because
+  /// a copy whose last reply came whole has succeeded; a request is not carried out even if all of it comes.
+  static std::size_t EndOfCuts(Direction direction) {
+    if (direction == Direction::ToHandheld) return 72;
+    return GetParam().version == MessageVersion::V1 ? 16 : 12;
+  }
+
+  /// The file is there once the last message, which closes a download, is due; its loss changes nothing any more.
+  static int CodeAt(std::size_t message) { return GetParam().copy == Copy::Down && message == Count() ? 0 : 6; }
+  /// Messages of an undisturbed copy: an upload that may not overwrite asks first.
+  static std::size_t Count() { return GetParam().copy == Copy::Up ? 3 : 4; }
+  static simulator::SimulatorFaults Fault(MessageFault::Kind kind, Direction direction, std::size_t message,
+                                          std::size_t bytes) {
+    simulator::SimulatorFaults faults;
+    faults.message = MessageFault{kind, direction, message, bytes};
+    return faults;
+  }
+  /// Copies with a fault, then without.
+  static void Walk(const simulator::SimulatorFaults& faults, int code, const std::string& where) {
+    World world(GetParam(), faults, WiredHandheld::QuickOptions());
+    EXPECT_EQ(world.Run(), code) << where;
+    world.Clear();
+    EXPECT_EQ(world.Run(), 0) << "the next time, after " << where;
+    EXPECT_EQ(world.Result(), kContent) << where;
+  }
+  static void CutEverywhere(Direction direction) {
+    for (std::size_t message = 1; message <= Count(); ++message) {
+      for (std::size_t bytes = 0; bytes < EndOfCuts(direction); bytes += bytes < 9 ? 1 : 6) {
+        Walk(Fault(MessageFault::Kind::Cut, direction, message, bytes), CodeAt(message),
+             "message " + std::to_string(message) + ", byte " + std::to_string(bytes));
+      }
+    }
+  }
+  static void StallEverywhere(Direction direction) {
+    WireOptions desktop = WiredHandheld::QuickOptions();
+    desktop.times.reply = std::chrono::milliseconds(25);
+    for (std::size_t message = 1; message <= Count(); ++message) {
+      for (const std::size_t bytes : {0, 2, 7}) {
+        World world(GetParam(), Fault(MessageFault::Kind::Stall, direction, message, bytes), desktop);
+        EXPECT_EQ(world.Run(), CodeAt(message)) << message << ", " << bytes;
+      }
+    }
+  }
+};
+
+TEST_P(WireLoss, UndisturbedCopyTakesTheseMessages) {
+  World world(GetParam(), {}, WiredHandheld::QuickOptions());
+  EXPECT_EQ(world.Run(), 0);
+  EXPECT_EQ(world.Messages(), Count());
+  EXPECT_EQ(world.Result(), kContent);
+}
+
+TEST_P(WireLoss, RequestCutAnywhereIsSixAndTheNextCopyIsWhole) {
+  CutEverywhere(Direction::ToHandheld);
+}
+
+TEST_P(WireLoss, ReplyCutAnywhereIsSixAndTheNextCopyIsWhole) {
+  CutEverywhere(Direction::ToDesktop);
+}
+
+TEST_P(WireLoss, RequestThatGetsStuckIsSix) {
+  StallEverywhere(Direction::ToHandheld);
+}
+
+TEST_P(WireLoss, ReplyThatGetsStuckIsSix) {
+  StallEverywhere(Direction::ToDesktop);
+}
+
+TEST_P(WireLoss, ReplyThatLiesAboutItsLengthIsSixAndTheNextCopyIsWhole) {
+  for (std::size_t message = 1; message <= Count(); ++message) {
+    for (const std::size_t length : {std::size_t{0}, std::size_t{3}, std::size_t{0x7FFFFFFF}}) {
+      Walk(Fault(MessageFault::Kind::BadLength, Direction::ToDesktop, message, length), CodeAt(message),
+           "message " + std::to_string(message) + ", length " + std::to_string(length));
+    }
+  }
+}
+
+/// A connection never doubles anything by itself; a handheld that does must not bring the desktop to a halt.
+TEST_P(WireLoss, MessageThatComesTwiceEndsAndALaterCopyIsWhole) {
+  for (const Direction direction : {Direction::ToDesktop, Direction::ToHandheld}) {
+    for (std::size_t message = 1; message <= Count(); ++message) {
+      World world(GetParam(), Fault(MessageFault::Kind::Twice, direction, message, 0), WiredHandheld::QuickOptions());
+      world.Run();
+      world.Clear();
+      // The second of two requests may still be under way there.
+      int code = world.Run();
+      for (int i = 0; i < 100 && code != 0; ++i) {
+        world.Clear();
+        code = world.Run();
+      }
+      EXPECT_EQ(code, 0) << message;
+      EXPECT_EQ(world.Result(), kContent) << message;
+    }
+  }
+}
+
+TEST_P(WireLoss, HandheldThatRefusesACallIsSixInVersion1) {
+  if (GetParam().version == MessageVersion::V2) return;  // has no such answer
+  for (std::size_t message = 1; message <= Count(); ++message) {
+    simulator::SimulatorFaults faults;
+    faults.refusal = simulator::Refusal{message, false, 0x80070005};
+    Walk(faults, CodeAt(message), "call " + std::to_string(message));
+  }
+}
+
+TEST_P(WireLoss, RepliesInPiecesAndLateAreWholeAllTheSame) {
+  simulator::SimulatorFaults faults;
+  faults.pieceSize = 3;
+  faults.delayPerReply = std::chrono::milliseconds(2);
+  faults.longestRead = 1;
+  World world(GetParam(), faults, WiredHandheld::QuickOptions());
+  EXPECT_EQ(world.Run(), 0);
+  EXPECT_EQ(world.Result(), kContent);
+}
+
+INSTANTIATE_TEST_SUITE_P(Copies, WireLoss,
+                         ::testing::Values(LossCase{"UpV1", MessageVersion::V1, Copy::Up},
+                                           LossCase{"UpIfNewV1", MessageVersion::V1, Copy::UpIfNew},
+                                           LossCase{"DownV1", MessageVersion::V1, Copy::Down},
+                                           LossCase{"UpV2", MessageVersion::V2, Copy::Up},
+                                           LossCase{"UpIfNewV2", MessageVersion::V2, Copy::UpIfNew},
+                                           LossCase{"DownV2", MessageVersion::V2, Copy::Down}),
+                         [](const auto& loss) { return loss.param.name; });
+
+}  // namespace
+}  // namespace mv::wire
