@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/Utf.h"
+#include "device/wire/Results.h"
 
 namespace mv::wire {
 namespace {
@@ -32,14 +33,15 @@ constexpr std::size_t kShortestVersion = 20;
 
 }  // namespace
 
-RemoteCalls::RemoteCalls(CallLine line, std::chrono::milliseconds replyTime, WireLog& log)
-    : channel_(std::move(line), log), replyTime_(replyTime), log_(log) {}
+RemoteCalls::RemoteCalls(std::unique_ptr<CallChannel> channel, MessageVersion version,
+                         std::chrono::milliseconds replyTime, WireLog& log)
+    : channel_(std::move(channel)), version_(version), replyTime_(replyTime), log_(log) {}
 
 // ---- Requests and replies
 
 MessageWriter RemoteCalls::Request(Command command) const {
   MessageWriter request;
-  request.Word(command.Number(channel_.Version()));
+  request.Word(command.Number(version_));
   return request;
 }
 
@@ -80,7 +82,7 @@ std::optional<RemoteCalls::Reply> RemoteCalls::Run(const char* name, const Messa
   error_ = isUsable_ ? 0 : results::kFailed;
   if (!isUsable_) return std::nullopt;
   log_.Line("> " + std::string(name) + ", " + std::to_string(request.Size()) + " bytes");
-  std::optional<Bytes> body = channel_.Exchange(request.Framed(), replyTime_);
+  std::optional<Bytes> body = channel_->Exchange(request.Framed(), replyTime_);
   if (!Check(body.has_value(), "the connection is lost")) return std::nullopt;
   log_.Line("< " + std::string(name) + ", " + std::to_string(body->size()) + " bytes");
   Reply reply{std::move(*body)};

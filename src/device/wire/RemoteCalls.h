@@ -1,11 +1,14 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "device/Rapi.h"
+#include "device/message/Commands.h"
 #include "device/message/MessageReader.h"
 #include "device/message/MessageWriter.h"
 #include "device/wire/CallChannel.h"
@@ -24,7 +27,8 @@ class RemoteCalls {
   };
 
   /// `replyTime`: for each reply. `log` must outlive this object.
-  RemoteCalls(CallLine line, std::chrono::milliseconds replyTime, WireLog& log);
+  RemoteCalls(std::unique_ptr<CallChannel> channel, MessageVersion version, std::chrono::milliseconds replyTime,
+              WireLog& log);
 
   /// Of the last call: 0 when the handheld gave a complete reply; the HRESULT of one that did not run the call; else
   /// 0x80004005, and then no call is possible any more.
@@ -36,7 +40,7 @@ class RemoteCalls {
   void Refuse(std::uint32_t lastError);
   /// From now on.
   void SetReplyTime(std::chrono::milliseconds time) { replyTime_ = time; }
-  const CallChannel& Channel() const { return channel_; }
+  MessageVersion Version() const { return version_; }
 
   /// `path` has at most 259 UTF-16 units and no NUL; else the call fails here, with the error of an invalid name.
   std::optional<std::uint32_t> CreateFile(const std::string& path, std::uint32_t access, std::uint32_t shareMode,
@@ -62,7 +66,7 @@ class RemoteCalls {
     MessageReader Reader() const { return MessageReader(ByteView(body).subspan(start)); }
   };
 
-  bool IsV1() const { return channel_.Version() == MessageVersion::V1; }
+  bool IsV1() const { return version_ == MessageVersion::V1; }
   MessageWriter Request(Command command) const;
   /// A request whose only argument is a handle, and whose reply says whether it worked.
   bool RunOnHandle(const char* name, Command command, std::uint32_t handle);
@@ -81,7 +85,8 @@ class RemoteCalls {
   /// True when the last error says that there is no such file.
   bool NothingFits() const;
 
-  CallChannel channel_;
+  std::unique_ptr<CallChannel> channel_;
+  MessageVersion version_;
   std::chrono::milliseconds replyTime_;
   WireLog& log_;
   bool isUsable_ = true;

@@ -85,6 +85,8 @@ class WireRapi : public Rapi {
   WireLog log_;
   std::unique_ptr<ControlService> service_;
   std::optional<RemoteCalls> calls_;
+  Announcement handheld_;  ///< of the last connection
+  platform::SocketAddress address_;
   RAPIINIT* caller_ = nullptr;  ///< who waits for the result of an attempt
   RapiHandle event_ = 0;
   bool isStarted_ = false;  ///< CeRapiUninit is due
