@@ -157,11 +157,7 @@ class HostileReplies : public wire::CallChannel {
  public:
   explicit HostileReplies(ByteView input) : messages_(input) {}
 
-  std::optional<Bytes> Exchange(ByteView, std::chrono::milliseconds) override {
-    const std::optional<ByteView> message = messages_.Next();
-    if (!message) return std::nullopt;
-    return Bytes(message->begin(), message->end());
-  }
+  std::optional<ByteView> Exchange(ByteView, std::chrono::milliseconds) override { return messages_.Next(); }
 
  private:
   Messages messages_;

@@ -26,7 +26,7 @@ const char* ReasonOf(SocketStatus status) {
 
 }  // namespace
 
-std::optional<Bytes> TcpCallChannel::Exchange(ByteView message, std::chrono::milliseconds time) {
+std::optional<ByteView> TcpCallChannel::Exchange(ByteView message, std::chrono::milliseconds time) {
   if (!IsQuiet()) return std::nullopt;
   const WaitLimit limit = WaitLimit::After(time, lost_.get());
   const SocketResult sent = stream_.Send(message, limit);
@@ -34,7 +34,7 @@ std::optional<Bytes> TcpCallChannel::Exchange(ByteView message, std::chrono::mil
     log_.Line(std::string("while a request was sent ") + ReasonOf(sent.status));
     return std::nullopt;
   }
-  const std::optional<Bytes> length = Receive(kLengthWord, limit);
+  const std::optional<ByteView> length = Receive(kLengthWord, limit);
   if (!length) return std::nullopt;
   const std::uint32_t size = LoadLittle<std::uint32_t>(length->data());
   if (size <= kLongestReply) return Receive(size, limit);
@@ -42,8 +42,9 @@ std::optional<Bytes> TcpCallChannel::Exchange(ByteView message, std::chrono::mil
   return std::nullopt;
 }
 
-std::optional<Bytes> TcpCallChannel::Receive(std::size_t size, const WaitLimit& limit) {
-  Bytes bytes(size);
+std::optional<ByteView> TcpCallChannel::Receive(std::size_t size, const WaitLimit& limit) {
+  if (buffer_.size() < size) buffer_.resize(size);
+  const ByteSpan bytes = ByteSpan(buffer_).first(size);
   std::size_t count = 0;
   const SocketResult received = stream_.ReceiveExactly(bytes, count, limit);
   if (received.IsDone()) return bytes;

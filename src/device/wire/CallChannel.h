@@ -19,8 +19,8 @@ class CallChannel {
 
   /// Sends a whole message, length word included, and receives the reply's body. Nothing when the connection was lost,
   /// the time was up, or what came is no reply: then the two sides may be out of step, and the channel must not be used
-  /// again.
-  virtual std::optional<Bytes> Exchange(ByteView message, std::chrono::milliseconds time) = 0;
+  /// again. The reply is valid until the next exchange.
+  virtual std::optional<ByteView> Exchange(ByteView message, std::chrono::milliseconds time) = 0;
 };
 
 /// The channel over a connection: messages and replies are a length word and that many bytes.
@@ -33,17 +33,18 @@ class TcpCallChannel : public CallChannel {
   TcpCallChannel(platform::TcpStream stream, std::shared_ptr<platform::WakeUp> lost, WireLog& log)
       : stream_(std::move(stream)), lost_(std::move(lost)), log_(log) {}
 
-  std::optional<Bytes> Exchange(ByteView message, std::chrono::milliseconds time) override;
+  std::optional<ByteView> Exchange(ByteView message, std::chrono::milliseconds time) override;
 
  private:
-  /// Receives `size` bytes.
-  std::optional<Bytes> Receive(std::size_t size, const platform::WaitLimit& limit);
+  /// Receives `size` bytes into the buffer.
+  std::optional<ByteView> Receive(std::size_t size, const platform::WaitLimit& limit);
   /// True when nothing has come that nobody asked for.
   bool IsQuiet();
 
   platform::TcpStream stream_;
   std::shared_ptr<platform::WakeUp> lost_;
   WireLog& log_;
+  Bytes buffer_;  ///< kept, because a new one for each block of a file would cost as much as receiving it
 };
 
 }  // namespace mv::wire

@@ -58,14 +58,6 @@ class RemoteCalls {
   std::optional<SystemVersion> GetVersionEx();
 
  private:
-  /// The rest of a reply behind its status.
-  struct Reply {
-    Bytes body;
-    std::size_t start = 0;
-
-    MessageReader Reader() const { return MessageReader(ByteView(body).subspan(start)); }
-  };
-
   bool IsV1() const { return version_ == MessageVersion::V1; }
   MessageWriter Request(Command command) const;
   /// A request whose only argument is a handle, and whose reply says whether it worked.
@@ -74,8 +66,8 @@ class RemoteCalls {
   /// A path that cannot be sent is refused as the handheld would refuse it.
   std::nullopt_t RefuseName();
   void PutPath(MessageWriter& request, const std::string& path) const;
-  /// Sends a request and takes the status of the reply.
-  std::optional<Reply> Run(const char* name, const MessageWriter& request);
+  /// Sends a request and takes the status of the reply; gives what follows it.
+  std::optional<MessageReader> Run(const char* name, const MessageWriter& request);
   /// The first two words of a result: the error code, which is kept, and the value returned.
   std::optional<std::uint32_t> TakeValue(MessageReader& reader);
   /// True when all of a reply could be read; else the connection must not be used again.
