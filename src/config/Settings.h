@@ -66,7 +66,4 @@ struct SafetySettings {
 /// the key, for any other word: a safety that is misspelt must not be taken for none.
 SafetySettings LoadSafetySettings(SettingsStore& store);
 
-/// The local folder that stands for the handheld's root; empty when the handheld is no folder.
-std::string LoadHandheldRoot(SettingsStore& store);
-
 }  // namespace mv

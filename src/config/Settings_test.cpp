@@ -160,11 +160,5 @@ TEST_F(SettingsTest, SafetiesAreWordsAndAMisspeltOneIsRefused) {
             "the setting OnMassLoss of [Safety], \"stopp\", is neither \"warn\" nor \"stop\"");
 }
 
-TEST_F(SettingsTest, TheHandheldIsNoFolderUnlessARootIsSet) {
-  EXPECT_EQ(LoadHandheldRoot(store_), "");
-  store_.Put("Handheld", "Root", "/media/card");
-  EXPECT_EQ(LoadHandheldRoot(store_), "/media/card");
-}
-
 }  // namespace
 }  // namespace mv

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 #include "device/DeviceHooks.h"
 #include "device/Rapi.h"
 
@@ -8,10 +10,13 @@ namespace mv {
 /// The connection to the handheld and the one flag that says whether it is up. There is one object of it in a process.
 class modWinCERAPIConnectionHandler {
  public:
-  /// Both must outlive this object.
-  modWinCERAPIConnectionHandler(Rapi& rapi, const DeviceHooks& hooks) : rapi_(rapi), hooks_(hooks) {}
+  /// Both must outlive this object. `wait`: how long a handheld has to answer.
+  modWinCERAPIConnectionHandler(Rapi& rapi, const DeviceHooks& hooks, std::chrono::milliseconds wait = kUsualWait)
+      : rapi_(rapi), hooks_(hooks), wait_(wait) {}
 
-  /// One attempt to connect, which waits up to five seconds. Shows the hourglass and leaves it. True when a new
+  static constexpr std::chrono::seconds kUsualWait{5};
+
+  /// One attempt to connect, which waits as long as a handheld has. Shows the hourglass and leaves it. True when a new
   /// connection was made; false when that failed, and also when there was a connection already, which is kept. Never
   /// raises: an unexpected error clears the flag.
   bool ConnectDevice();
@@ -24,6 +29,7 @@ class modWinCERAPIConnectionHandler {
 
   Rapi& rapi_;
   const DeviceHooks& hooks_;
+  std::chrono::milliseconds wait_;
   bool deviceConnected_ = false;
 };
 

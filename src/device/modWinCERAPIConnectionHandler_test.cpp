@@ -115,5 +115,15 @@ TEST_F(ConnectionHandler, DisconnectWithoutAConnectionIsTrueAndCallsNothing) {
   EXPECT_TRUE(rapi_.calls.empty());
 }
 
+TEST(ConnectionWait, IsFiveSecondsUnlessAnotherIsAskedFor) {
+  testing::FakeRapi rapi;
+  const DeviceHooks hooks;
+  modWinCERAPIConnectionHandler(rapi, hooks).ConnectDevice();
+  modWinCERAPIConnectionHandler(rapi, hooks, std::chrono::seconds(90)).ConnectDevice();
+  EXPECT_EQ(rapi.Count("WaitForSingleObject"), 2U);
+  EXPECT_TRUE(rapi.calls[1].ends_with(" 5000")) << rapi.calls[1];
+  EXPECT_TRUE(rapi.calls[3].ends_with(" 90000")) << rapi.calls[3];
+}
+
 }  // namespace
 }  // namespace mv

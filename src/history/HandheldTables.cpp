@@ -23,8 +23,8 @@ std::string CodeText(DeviceCopyResult code) {
 
 }  // namespace
 
-HandheldTables::HandheldTables(Rapi& rapi, std::string folder)
-    : rapi_(rapi), folder_(std::move(folder)), connection_(rapi, hooks_) {}
+HandheldTables::HandheldTables(Rapi& rapi, std::string folder, std::chrono::milliseconds wait)
+    : rapi_(rapi), folder_(std::move(folder)), connection_(rapi, hooks_, wait) {}
 
 HandheldTables::~HandheldTables() {
   connection_.DisconnectDevice();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -15,8 +16,10 @@ namespace mv::history {
 /// desktop is touched.
 class HandheldTables {
  public:
-  /// `folder`: where the handheld has its table files. `rapi` must outlive this object. Does not connect.
-  HandheldTables(Rapi& rapi, std::string folder);
+  /// `folder`: where the handheld has its table files. `wait`: how long it has to answer. `rapi` must outlive this
+  /// object. Does not connect.
+  HandheldTables(Rapi& rapi, std::string folder,
+                 std::chrono::milliseconds wait = modWinCERAPIConnectionHandler::kUsualWait);
   /// Ends the connection.
   ~HandheldTables();
   HandheldTables(const HandheldTables&) = delete;

@@ -183,7 +183,7 @@ class PreviewRun {
   SyncLog log_{files_, state_.settings, protectedFiles_};
   std::unique_ptr<UserInterface> ui_ = MakeSilentUserInterface();
   DeviceHooks hooks_{[this](const std::string& line) { log_.WriteLogLine(line, false); }, [] {}, [] {}, [] {}};
-  modWinCERAPIConnectionHandler connection_{handheld_, hooks_};
+  modWinCERAPIConnectionHandler connection_{handheld_, hooks_, context_.handheldWait};
   modWinCEFileManagement deviceFiles_{handheld_, connection_, files_, hooks_};
   std::unique_ptr<DatabaseProvider> databases_ = MakeDatabaseEngine(files_);
   platform::SystemClock clock_;

@@ -199,6 +199,7 @@ ControlLoop::Alive ControlLoop::Promote(Arrival& arrival) {
     log_.Line("gave up " + arrival.address.Text() + ": " + error.Description());
     return Alive::No;
   }
+  ++callers_;
   log_.Line("handheld at " + control_->address.Text() + ": " + SystemText(control_->protocol->Handheld()));
   TellStatus();
   return Alive::No;  // it is no arrival any more
@@ -397,8 +398,8 @@ std::vector<WaitItem> ControlLoop::WaitItems() const {
 }
 
 void ControlLoop::TellStatus() {
-  rendezvous_.SetStatus(
-      {listeners_.Open(Family::A), listeners_.Open(Family::B), listeners_.Problems(), HandheldText()});
+  rendezvous_.SetStatus({listeners_.Open(Family::A), listeners_.Open(Family::B), listeners_.Problems(), HandheldText(),
+                         control_ ? callers_ : 0});
 }
 
 std::string ControlLoop::HandheldText() const {

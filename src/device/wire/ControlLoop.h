@@ -110,6 +110,7 @@ class ControlLoop {
   std::string refusedPassword_;  ///< not to be sent again; empty: none was refused
   std::string lastEnd_;          ///< why the last handheld is no longer here
   std::uint32_t nextId_ = 1;
+  std::uint64_t callers_ = 0;  ///< handhelds that have announced themselves
   SteadyTime now_;
   SteadyTime nextListen_;
   SteadyTime nextCall_;

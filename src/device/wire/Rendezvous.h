@@ -35,6 +35,7 @@ struct WireStatus {
   std::vector<platform::SocketAddress> controlB;
   std::vector<std::string> problems;  ///< where they cannot, why, and what to do
   std::string handheld;               ///< who has called and whether it takes remote calls; never empty
+  std::uint64_t caller = 0;           ///< which one that is, counted from 1; 0: none is here
 };
 
 /// Where the callers of the remote API and the helper thread meet. All of the state that they share is in here, under

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +13,8 @@
 #include "device/message/Commands.h"
 
 namespace mv::wire {
+
+class LineSource;
 
 /// A network link on which handhelds may call. Only its own address is listened at, and only handhelds whose address
 /// agrees with it in the first `prefixLength` bits are let in.
@@ -67,6 +70,9 @@ struct WireOptions {
   std::optional<PasswordEnd> passwordEnd = {};
   /// Empty: by the system's version that the handheld announces. Whether systems after 5 keep to that is not known.
   std::optional<MessageVersion> messages = {};
+  /// Asked, when listening is to begin, for another program that handhelds have called; null when there is none, and
+  /// this one listens itself.
+  std::function<std::unique_ptr<LineSource>()> findLines = {};
   /// Gets a line for each message: its direction, name and length; never a password, path or content. Called on either
   /// thread, never on both at once.
   std::function<void(const std::string& line)> log = {};

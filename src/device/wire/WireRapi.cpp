@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "device/wire/ControlService.h"
+
 namespace mv::wire {
 namespace {
 
@@ -27,11 +29,13 @@ WireRapi::~WireRapi() {
 }
 
 void WireRapi::Listen() {
-  if (!service_) service_ = std::make_unique<ControlService>(options_, log_);
+  if (lines_) return;
+  if (options_.findLines) lines_ = options_.findLines();
+  if (!lines_) lines_ = std::make_unique<ControlService>(options_, log_);
 }
 
 WireStatus WireRapi::Status() const {
-  return service_ ? service_->Meeting().Status() : WireStatus{{}, {}, {}, "not listening yet"};
+  return lines_ ? lines_->Status() : WireStatus{{}, {}, {}, "not listening yet"};
 }
 
 // ---- Connection
@@ -45,7 +49,7 @@ std::int32_t WireRapi::CeRapiInitEx(RAPIINIT& init) {
   event_ = nextHandle_++;
   init.heRapiInit = event_;
   init.hrRapiInit = results::kConnected;
-  service_->Meeting().Ask();
+  lines_->Ask();
   return results::kConnected;
 }
 
@@ -53,7 +57,7 @@ std::uint32_t WireRapi::WaitForSingleObject(RapiHandle event, std::uint32_t mill
   if (event != event_) return kWaitFailed;
   if (caller_ == nullptr) return rapi::kWaitSignalled;
   const auto until = platform::WaitLimit::After(std::chrono::milliseconds(milliseconds)).until;
-  std::optional<AttemptResult> result = service_->Meeting().Wait(until, options_.password);
+  std::optional<AttemptResult> result = lines_->Wait(until, options_.password);
   if (!result) return rapi::kWaitTimeout;
   caller_->hrRapiInit = result->line ? TakeLine(std::move(*result->line)) : result->code;
   caller_ = nullptr;
@@ -77,7 +81,7 @@ std::int32_t WireRapi::TakeLine(CallLine line) {
 std::int32_t WireRapi::CeRapiUninit() {
   if (!isStarted_) return results::kFailed;
   CloseAll();
-  service_->Meeting().Withdraw();
+  lines_->Withdraw();
   calls_.reset();
   caller_ = nullptr;
   event_ = 0;

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "device/Rapi.h"
-#include "device/wire/ControlService.h"
+#include "device/wire/LineSource.h"
 #include "device/wire/RemoteCalls.h"
 #include "device/wire/WireLog.h"
 #include "device/wire/WireOptions.h"
@@ -83,7 +83,7 @@ class WireRapi : public Rapi {
 
   const WireOptions options_;
   WireLog log_;
-  std::unique_ptr<ControlService> service_;
+  std::unique_ptr<LineSource> lines_;  ///< null until it listens
   std::optional<RemoteCalls> calls_;
   Announcement handheld_;  ///< of the last connection
   platform::SocketAddress address_;
