@@ -128,8 +128,9 @@ void ControlLoop::AdmitBesideControl(const Listeners::Place& place, TcpStream st
     return AddArrival(std::move(stream), MakeControlProtocol(place.family, options_.passwordEnd));
   }
   log_.Line("turned away " + address.Text() + ": a handheld is connected");
-  // A handheld that was switched off and on calls anew; it refuses the ping of its old connection.
-  if (isReady) control_->nextPing = now_;
+  // A handheld that was switched off and on calls anew; it refuses the ping of its old connection. One such ping at a
+  // time, or a crowd of callers would make the handheld look dead.
+  if (isReady && control_->protocol->UnansweredPings() == 0) control_->nextPing = now_;
 }
 
 void ControlLoop::AddArrival(TcpStream stream, std::unique_ptr<ControlProtocol> protocol) {

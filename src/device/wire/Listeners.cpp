@@ -15,15 +15,16 @@ const char* WhoCannotCall(Family family) {
   return family == Family::A ? "Handhelds up to Pocket PC 2003" : "Handhelds with Windows Mobile 5 or 6";
 }
 
-std::string ProblemOf(const Listeners::Place& place) {
+std::string ProblemOf(const Listeners::Place& place, const SocketResult& result) {
+  if (result.IsDone() || result.status == SocketStatus::NoSuchAddress) return {};
   std::string text = std::string(WhoCannotCall(place.family)) + " cannot call at TCP " + place.address.Text() + ": " +
-                     place.failure.error + ".";
-  if (place.failure.status == SocketStatus::InUse) {
+                     result.error + ".";
+  if (result.status == SocketStatus::InUse) {
     const std::string owner = platform::PortOwner(place.address);
-    text += owner.empty() ? " Another program listens there" : " " + owner + " listens there";
-    text += "; end it, or reach the handheld through it.";
+    text += " " + (owner.empty() ? std::string("Another program") : owner) +
+            " listens there; end it, or reach the handheld through it.";
   }
-  if (place.failure.status == SocketStatus::NoRight) text += " " + platform::PortRightAdvice(place.address.port);
+  if (result.status == SocketStatus::NoRight) text += " " + platform::PortRightAdvice(place.address.port);
   return text;
 }
 
@@ -44,16 +45,21 @@ Listeners::Listeners(const WireOptions& options) {
 }
 
 void Listeners::Add(const WireLink& link, Family family, std::optional<std::uint16_t> port) {
-  if (port) places_.push_back({link, family, {link.desktop, *port}, {}, {}});
+  if (port) places_.push_back({link, family, {link.desktop, *port}, {}, SocketStatus::TimedOut, {}});
+}
+
+bool Listeners::Open(Place& place) {
+  const SocketResult result = place.listener.Listen(place.address);
+  if (result.status == place.failure) return false;
+  place.failure = result.status;
+  place.problem = ProblemOf(place, result);
+  return true;
 }
 
 bool Listeners::OpenMissing() {
   bool isChanged = false;
   for (Place& place : places_) {
-    if (place.listener.IsOpen()) continue;
-    SocketResult result = place.listener.Listen(place.address);
-    isChanged = isChanged || result.status != place.failure.status || result.IsDone();
-    place.failure = std::move(result);
+    if (!place.listener.IsOpen() && Open(place)) isChanged = true;
   }
   return isChanged;
 }
@@ -73,8 +79,7 @@ std::vector<platform::SocketAddress> Listeners::Open(Family family) const {
 std::vector<std::string> Listeners::Problems() const {
   std::vector<std::string> problems;
   for (const Place& place : places_) {
-    const bool isLinkDown = place.failure.status == SocketStatus::NoSuchAddress;
-    if (!place.listener.IsOpen() && !isLinkDown) problems.push_back(ProblemOf(place));
+    if (!place.problem.empty()) problems.push_back(place.problem);
   }
   return problems;
 }

@@ -21,7 +21,8 @@ class Listeners {
     Family family;
     platform::SocketAddress address;
     platform::TcpListener listener;
-    platform::SocketResult failure;  ///< why it is not open
+    platform::SocketStatus failure;  ///< why it is not open; at first TimedOut, which no attempt gives
+    std::string problem;             ///< the same for people; empty when there is nothing to say
   };
 
   explicit Listeners(const WireOptions& options);
@@ -34,11 +35,12 @@ class Listeners {
 
   /// Addresses that are open, with their ports.
   std::vector<platform::SocketAddress> Open(Family family) const;
-  /// A sentence or two for each that is not open, but for addresses that this machine does not have: their link is not
-  /// up.
+  /// Some sentences for each that is not open, but for addresses that this machine does not have: their link is not up.
   std::vector<std::string> Problems() const;
 
  private:
+  /// True when it is open now, or fails in another way than before.
+  static bool Open(Place& place);
   void Add(const WireLink& link, Family family, std::optional<std::uint16_t> port);
 
   std::vector<Place> places_;

@@ -1,6 +1,7 @@
 #include "device/wire/WireRapi.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 #include "device/wire/ControlService.h"
@@ -22,7 +23,8 @@ std::uint32_t SizeByName(RemoteCalls& calls, const std::string& path) {
 
 }  // namespace
 
-WireRapi::WireRapi(WireOptions options) : options_(std::move(options)), log_(options_.log) {}
+WireRapi::WireRapi(WireOptions options)
+    : options_(std::move(options)), blockSize_(std::max<std::size_t>(options_.blockSize, 1)), log_(options_.log) {}
 
 WireRapi::~WireRapi() {
   if (isStarted_) WireRapi::CeRapiUninit();
@@ -34,6 +36,16 @@ void WireRapi::Listen() {
   if (!lines_) lines_ = std::make_unique<ControlService>(options_, log_);
 }
 
+bool WireRapi::CanListen() {
+  try {
+    Listen();
+    return true;
+  } catch (const std::exception& error) {  // of this program, or of a system that has no more threads
+    log_.Line(error.what());
+    return false;
+  }
+}
+
 WireStatus WireRapi::Status() const {
   return lines_ ? lines_->Status() : WireStatus{{}, {}, {}, "not listening yet"};
 }
@@ -43,7 +55,7 @@ WireStatus WireRapi::Status() const {
 std::int32_t WireRapi::CeRapiInitEx(RAPIINIT& init) {
   rapiError_ = 0;
   if (calls_) return results::kAlreadyConnected;
-  Listen();
+  if (!CanListen()) return rapiError_ = results::kFailed;
   isStarted_ = true;
   caller_ = &init;
   event_ = nextHandle_++;
@@ -184,7 +196,7 @@ std::int32_t WireRapi::CeReadFile(RapiHandle file, ByteSpan out, std::uint32_t& 
     if (!open) return 0;
     do {
       const ByteSpan rest = out.subspan(bytesRead);
-      const auto count = calls.ReadFile(open->number, rest.first(std::min(rest.size(), options_.blockSize)));
+      const auto count = calls.ReadFile(open->number, rest.first(std::min(rest.size(), blockSize_)));
       if (!count || (*count == 0 && !rest.empty())) return 0;
       bytesRead += static_cast<std::uint32_t>(*count);
     } while (bytesRead < out.size());
@@ -199,7 +211,7 @@ std::int32_t WireRapi::CeWriteFile(RapiHandle file, ByteView data, std::uint32_t
     if (!open) return 0;
     do {
       const ByteView rest = data.subspan(bytesWritten);
-      const ByteView block = rest.first(std::min(rest.size(), options_.blockSize));
+      const ByteView block = rest.first(std::min(rest.size(), blockSize_));
       if (!calls.WriteFile(open->number, block)) return 0;
       bytesWritten += static_cast<std::uint32_t>(block.size());
     } while (bytesWritten < data.size());

@@ -56,7 +56,7 @@ class WireRapi : public Rapi {
 
   /// The last error word of the last reply.
   std::uint32_t CeGetLastError() const { return lastError_; }
-  /// Begins to listen, if that has not happened yet.
+  /// Begins to listen, if that has not happened yet. Error 57 when the system has no more handles.
   void Listen();
   WireStatus Status() const;
 
@@ -73,6 +73,7 @@ class WireRapi : public Rapi {
   template <typename Result, typename Call>
   Result Report(Result failure, Call call);
   void NoteErrors();
+  bool CanListen();
   std::int32_t TakeLine(CallLine line);
   RapiHandle Remember(HandleKind kind, std::uint32_t number, const std::string& path);
   /// Nothing, with the error of an invalid handle, when it is none.
@@ -82,6 +83,7 @@ class WireRapi : public Rapi {
   void CloseAll();
 
   const WireOptions options_;
+  const std::size_t blockSize_;
   WireLog log_;
   std::unique_ptr<LineSource> lines_;  ///< null until it listens
   std::optional<RemoteCalls> calls_;

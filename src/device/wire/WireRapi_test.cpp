@@ -6,6 +6,7 @@
 #include <mutex>
 #include <thread>
 
+#include "device/wire/Listeners.h"
 #include "support/PlayedHandheld.h"
 
 namespace mv::wire {
@@ -481,6 +482,17 @@ TEST_F(WireTest, SecondHandheldIsTurnedAway) {
   second.ExpectEnd();
   control_.Expect(kPingA);  // the first is asked whether it is still there
   control_.Send(kPingA);
+}
+
+TEST_F(WireTest, CrowdOfOtherCallersDoesNotMakeAHandheldLookDead) {
+  ConnectA();
+  for (int i = 0; i < 10; ++i) Call(Family::A).ExpectEnd();
+  control_.Send(kPingA);
+  auto find = InBackground([&] { return rapi_->CeFindFirstFile("\\a"); });
+  calls_.Expect("12000000 00000000 01000000 03000000 5c006100 0000");
+  calls_.Send("0c000000 00000000 12000000 ffffffff");
+  find.get();
+  EXPECT_EQ(rapi_->CeRapiGetError(), 0);
 }
 
 TEST_F(WireTest, HandheldThatSendsNonsenseIsDropped) {
