@@ -281,9 +281,7 @@ void ControlLoop::Unlock(std::uint64_t attempt) {
 }
 
 void ControlLoop::StartOpening(std::uint64_t attempt) {
-  opening_.emplace();
-  opening_->attempt = attempt;
-  opening_->until = now_ + options_.times.connect;
+  opening_.emplace(attempt, now_ + options_.times.connect);
   if (control_->protocol->OwnFamily() == Family::A) return StartOpeningA();
   opening_->id = nextId_++;
   log_.Line("> open a connection, id " + std::to_string(opening_->id));

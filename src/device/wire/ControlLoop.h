@@ -53,11 +53,13 @@ class ControlLoop {
   };
   /// A connection for remote calls that is being opened.
   struct Opening {
-    std::uint64_t attempt = 0;
+    Opening(std::uint64_t number, SteadyTime limit) : attempt(number), until(limit) {}
+
+    std::uint64_t attempt;
+    SteadyTime until;
     std::uint32_t id = 0;        ///< family B
     platform::TcpStream stream;  ///< family A
     bool isConnected = false;    ///< and waits for the answer to the password
-    SteadyTime until;
   };
   enum class Alive { Yes, No };
 
