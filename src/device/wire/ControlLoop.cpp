@@ -68,9 +68,9 @@ void ControlLoop::Run() {
     now_ = TimeNow();
     OpenListeners();
     CallHandhelds();
+    ServeControl();
     AcceptArrivals();
     ServeArrivals();
-    ServeControl();
     ServeOpening();
     ServeAttempt();
   }
@@ -203,6 +203,7 @@ ControlLoop::Alive ControlLoop::Promote(Arrival& arrival) {
   ++callers_;
   log_.Line("handheld at " + control_->address.Text() + ": " + SystemText(control_->protocol->Handheld()));
   TellStatus();
+  if (control_->protocol->State() == ControlState::Ready) KeepAlive();
   return Alive::No;  // it is no arrival any more
 }
 

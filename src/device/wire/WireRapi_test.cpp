@@ -478,10 +478,10 @@ TEST_F(WireTest, MoreThanEightAtOnceAreTurnedAway) {
 
 TEST_F(WireTest, SecondHandheldIsTurnedAway) {
   ConnectA();
+  control_.Send(kPingA);
   PlayedLine second = Call(Family::A);
   second.ExpectEnd();
   control_.Expect(kPingA);  // the first is asked whether it is still there
-  control_.Send(kPingA);
 }
 
 TEST_F(WireTest, CrowdOfOtherCallersDoesNotMakeAHandheldLookDead) {
