@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "device/wire/ControlProtocol.h"
 #include "device/wire/WireOptions.h"
 #include "device/wire/WireRapi.h"
 #include "platform/Socket.h"

@@ -84,6 +84,7 @@ class WireRapi : public Rapi {
   const WireOptions options_;
   WireLog log_;
   std::unique_ptr<LineSource> lines_;  ///< null until it listens
+  bool linesAreOthers_ = false;        ///< another program listens
   std::optional<RemoteCalls> calls_;
   RAPIINIT* caller_ = nullptr;  ///< who waits for the result of an attempt
   RapiHandle event_ = 0;

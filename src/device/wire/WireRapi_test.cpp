@@ -6,6 +6,7 @@
 #include <mutex>
 #include <thread>
 
+#include "device/wire/Listeners.h"
 #include "support/PlayedHandheld.h"
 
 namespace mv::wire {
