@@ -39,6 +39,8 @@ INSTANTIATE_TEST_SUITE_P(Database, Replay, ::testing::Values(Target{"database", 
 INSTANTIATE_TEST_SUITE_P(TableFile, Replay, ::testing::Values(Target{"table-file", &UseTableFile}));
 INSTANTIATE_TEST_SUITE_P(Settings, Replay, ::testing::Values(Target{"settings", &UseSettings}));
 INSTANTIATE_TEST_SUITE_P(Json, Replay, ::testing::Values(Target{"json", &UseJson}));
+INSTANTIATE_TEST_SUITE_P(Handheld, Replay, ::testing::Values(Target{"handheld", &UseHandheld}));
+INSTANTIATE_TEST_SUITE_P(Desktop, Replay, ::testing::Values(Target{"desktop", &UseDesktop}));
 
 }  // namespace
 }  // namespace mv::fuzz

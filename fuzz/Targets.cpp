@@ -1,6 +1,9 @@
 #include "Targets.h"
 
+#include <algorithm>
+#include <chrono>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -8,6 +11,9 @@
 
 #include "base/Error.h"
 #include "base/Utf.h"
+#include "device/simulator/DeviceCalls.h"
+#include "device/wire/ControlProtocol.h"
+#include "device/wire/RemoteCalls.h"
 #include "fileio/IniDocument.h"
 #include "json/Json.h"
 #include "mvtool/demo/SampleDatabase.h"
@@ -129,7 +135,110 @@ void MakeDatabase(const tool::Schema& schema) {
   Require(again->TableNames().size() == schema.tables.size(), "a table was lost");
 }
 
+/// Input as a series of messages, each a length byte and that many bytes; the last may be cut.
+class Messages {
+ public:
+  explicit Messages(ByteView input) : rest_(input) {}
+
+  std::optional<ByteView> Next() {
+    if (rest_.empty()) return std::nullopt;
+    const std::size_t length = std::min<std::size_t>(rest_[0], rest_.size() - 1);
+    const ByteView message = rest_.subspan(1, length);
+    rest_ = rest_.subspan(1 + length);
+    return message;
+  }
+
+ private:
+  ByteView rest_;
+};
+
+/// A handheld whose replies are the input.
+class HostileReplies : public wire::CallChannel {
+ public:
+  explicit HostileReplies(ByteView input) : messages_(input) {}
+
+  std::optional<ByteView> Exchange(ByteView, std::chrono::milliseconds) override { return messages_.Next(); }
+
+ private:
+  Messages messages_;
+};
+
+void RequireTexts(const wire::Announcement& handheld) {
+  for (const std::string& name : {handheld.name, handheld.platform, handheld.model}) {
+    Require(IsValidUtf8(name) && name.find('\n') == name.npos, "a name of the handheld is no line of text");
+  }
+}
+
+void UseControlConnection(wire::Family family, ByteView input) {
+  const auto protocol = wire::MakeControlProtocol(family, std::nullopt);
+  while (!input.empty()) {
+    const std::size_t piece = std::min<std::size_t>(input[0] % 16 + 1, input.size());
+    protocol->Receive(input.first(piece));
+    input = input.subspan(piece);
+    if (protocol->State() == wire::ControlState::NeedsPassword) protocol->SendPassword("1234");
+    if (protocol->State() == wire::ControlState::Ready) protocol->Ping();
+    // A piece has room for four words, and the longest answer is as many.
+    Require(protocol->TakeOutput().size() < 100, "more goes out than comes in");
+    RequireTexts(protocol->Handheld());
+  }
+}
+
+void UseReplies(wire::MessageVersion version, ByteView input) {
+  wire::WireLog log(nullptr);
+  wire::RemoteCalls calls(std::make_unique<HostileReplies>(input), version, std::chrono::seconds(1), log);
+  while (calls.IsUsable()) {
+    Bytes out(64);
+    const auto read = calls.ReadFile(1, out);
+    Require(!read || *read <= out.size(), "more was read than asked for");
+    calls.CreateFile("\\a", 0, 0, 0, 0);
+    calls.WriteFile(1, out);
+    calls.GetFileSize(1);
+    calls.FindFirstFile("\\a");
+    calls.CloseHandle(1);
+    calls.FindClose(1);
+    calls.GetVersionEx();
+    const auto entries = calls.FindAllFiles("\\*");
+    if (!entries) continue;
+    for (const DeviceEntry& entry : *entries) Require(IsValidUtf8(entry.name), "a name is no text");
+  }
+  Require(calls.Error() != 0 && !calls.CloseHandle(1), "a connection came back to life");
+}
+
 }  // namespace
+
+void UseHandheld(ByteView input) {
+  if (input.empty()) return;
+  const ByteView rest = input.subspan(1);
+  switch (input[0] % 4) {
+    case 0:
+      return UseControlConnection(wire::Family::A, rest);
+    case 1:
+      return UseControlConnection(wire::Family::B, rest);
+    case 2:
+      return UseReplies(wire::MessageVersion::V1, rest);
+    default:
+      return UseReplies(wire::MessageVersion::V2, rest);
+  }
+}
+
+void UseDesktop(ByteView input) {
+  if (input.empty()) return;
+  MemoryFileSystem files;
+  files.Put("D:\\root\\T\\a.pdb", {1, 2, 3});
+  files.Put("D:\\outside\\secret", {7});
+  simulator::DeviceStore store(files, "D:\\root");
+  simulator::SimulatorOptions options;
+  options.version = input[0] % 2 == 0 ? wire::MessageVersion::V1 : wire::MessageVersion::V2;
+  {
+    simulator::DeviceCalls calls(store, options);
+    Messages messages(input.subspan(1));
+    while (const auto message = messages.Next()) {
+      Require(calls.Answer(*message).size() <= 17U << 20, "a reply is longer than any");
+    }
+  }
+  Require(files.Content("D:\\outside\\secret") == Bytes{7}, "a file outside was changed");
+  Require(files.List("D:\\outside\\").size() == 1, "a file outside was made");
+}
 
 void UseDatabase(ByteView input) {
   static const std::vector<Bytes> kSpecimens = testing::JetSpecimens();

@@ -21,4 +21,12 @@ void UseSettings(ByteView input);
 /// A JSON text: a schema with rows, of which a database is made; or a record of a table file.
 void UseJson(ByteView input);
 
+/// What a handheld sends to the desktop. The first byte chooses: a control connection of family A or B, or replies to
+/// remote calls in version 1 or 2, each a length byte and that many bytes.
+void UseHandheld(ByteView input);
+
+/// What a desktop sends to the simulated handheld: the first byte chooses the version, then requests, each a length
+/// byte and that many bytes. Nothing outside the handheld's folder changes.
+void UseDesktop(ByteView input);
+
 }  // namespace mv::fuzz

@@ -23,7 +23,7 @@ class ScriptedCalls {
   /// `replies`: whole messages in hex, length words included.
   ScriptedCalls(wire::MessageVersion version, std::vector<std::string> replies, End end = End::Closes,
                 std::chrono::milliseconds replyTime = std::chrono::seconds(10))
-      : calls_(Connect(version), replyTime, log_) {
+      : calls_(Connect(), version, replyTime, log_) {
     player_ = std::thread([this, replies = std::move(replies), end] { Play(replies, end); });
   }
   ~ScriptedCalls() { Finish(); }
@@ -41,15 +41,13 @@ class ScriptedCalls {
  private:
   static platform::WaitLimit Limit() { return platform::WaitLimit::After(std::chrono::seconds(10)); }
 
-  wire::CallLine Connect(wire::MessageVersion version) {
+  std::unique_ptr<wire::CallChannel> Connect() {
     platform::TcpListener listener;
     listener.Listen({platform::kLoopbackHost, 0});
-    wire::CallLine line;
-    line.version = version;
-    line.lost = lost_;
-    line.stream.Connect(listener.LocalAddress(), Limit());
+    platform::TcpStream near;
+    near.Connect(listener.LocalAddress(), Limit());
     listener.Accept(far_, Limit());
-    return line;
+    return std::make_unique<wire::TcpCallChannel>(std::move(near), lost_, log_);
   }
 
   void Play(const std::vector<std::string>& replies, End end) {

@@ -1,5 +1,7 @@
 #include "device/wire/CallChannel.h"
 
+#include <string>
+
 #include "base/ByteOrder.h"
 
 namespace mv::wire {
@@ -11,44 +13,50 @@ using platform::WaitLimit;
 
 constexpr std::size_t kLengthWord = 4;
 
+const char* ReasonOf(SocketStatus status) {
+  switch (status) {
+    case SocketStatus::TimedOut:
+      return "the time is up";
+    case SocketStatus::Woken:
+      return "the handheld has gone";
+    default:
+      return "the connection was closed";
+  }
+}
+
 }  // namespace
 
-std::optional<Bytes> CallChannel::Exchange(ByteView message, std::chrono::milliseconds time) {
-  const WaitLimit limit = WaitLimit::After(time, line_.lost.get());
+std::optional<ByteView> TcpCallChannel::Exchange(ByteView message, std::chrono::milliseconds time) {
   if (!IsQuiet()) return std::nullopt;
-  const SocketResult sent = line_.stream.Send(message, limit);
+  const WaitLimit limit = WaitLimit::After(time, lost_.get());
+  const SocketResult sent = stream_.Send(message, limit);
   if (!sent.IsDone()) {
-    log_.Line("sending failed: " + sent.error);
+    log_.Line(std::string("while a request was sent ") + ReasonOf(sent.status));
     return std::nullopt;
   }
-  Bytes length;
-  if (!ReceiveUpTo(length, kLengthWord, limit)) return std::nullopt;
-  const std::uint32_t size = LoadLittle<std::uint32_t>(length.data());
-  if (size > kLongestReply) {
-    log_.Line("a reply of " + std::to_string(size) + " bytes is none");
-    return std::nullopt;
-  }
-  Bytes reply;
-  if (!ReceiveUpTo(reply, size, limit)) return std::nullopt;
-  return reply;
+  const std::optional<ByteView> length = Receive(kLengthWord, limit);
+  if (!length) return std::nullopt;
+  const std::uint32_t size = LoadLittle<std::uint32_t>(length->data());
+  if (size <= kLongestReply) return Receive(size, limit);
+  log_.Line("a reply of " + std::to_string(size) + " bytes is none");
+  return std::nullopt;
 }
 
-bool CallChannel::ReceiveUpTo(Bytes& reply, std::size_t size, const WaitLimit& limit) {
-  reply.resize(size);
+std::optional<ByteView> TcpCallChannel::Receive(std::size_t size, const WaitLimit& limit) {
+  if (buffer_.size() < size) buffer_.resize(size);
+  const ByteSpan bytes = ByteSpan(buffer_).first(size);
   std::size_t count = 0;
-  const SocketResult received = line_.stream.ReceiveExactly(reply, count, limit);
-  if (received.IsDone()) return true;
-  const char* reason = received.status == SocketStatus::TimedOut ? "the time is up"
-                       : received.status == SocketStatus::Woken  ? "the handheld has gone"
-                                                                 : "the connection was closed";
-  log_.Line("after " + std::to_string(count) + " of " + std::to_string(size) + " bytes " + reason);
-  return false;
+  const SocketResult received = stream_.ReceiveExactly(bytes, count, limit);
+  if (received.IsDone()) return bytes;
+  log_.Line("after " + std::to_string(count) + " of " + std::to_string(size) + " bytes of a reply " +
+            ReasonOf(received.status));
+  return std::nullopt;
 }
 
-bool CallChannel::IsQuiet() {
+bool TcpCallChannel::IsQuiet() {
   std::uint8_t unasked = 0;
   std::size_t count = 0;
-  const SocketResult received = line_.stream.ReceiveSome({&unasked, 1}, count, {});
+  const SocketResult received = stream_.ReceiveSome({&unasked, 1}, count, {});
   if (received.status == SocketStatus::TimedOut) return true;
   log_.Line(received.IsDone() ? "there is more than one reply" : "the connection was closed");
   return false;

@@ -1,40 +1,50 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
+#include <memory>
 #include <optional>
-#include <string>
+#include <utility>
 
-#include "device/wire/Rendezvous.h"
+#include "base/Bytes.h"
 #include "device/wire/WireLog.h"
+#include "platform/Socket.h"
 
 namespace mv::wire {
 
-/// Exchanges requests and replies over a connection for remote calls. Both are a length word and that many bytes; each
-/// request has one reply.
+/// Exchanges requests and replies of remote calls; each request has one reply.
 class CallChannel {
+ public:
+  virtual ~CallChannel() = default;
+
+  /// Sends a whole message, length word included, and receives the reply's body. Nothing when the connection was lost,
+  /// the time was up, or what came is no reply: then the two sides may be out of step, and the channel must not be used
+  /// again. The reply is valid until the next exchange.
+  virtual std::optional<ByteView> Exchange(ByteView message, std::chrono::milliseconds time) = 0;
+};
+
+/// The channel over a connection: messages and replies are a length word and that many bytes.
+class TcpCallChannel : public CallChannel {
  public:
   /// A longer reply is a mistake or an attack.
   static constexpr std::size_t kLongestReply = 16U << 20;
 
-  /// `log` must outlive the channel.
-  CallChannel(CallLine line, WireLog& log) : line_(std::move(line)), log_(log) {}
+  /// `lost` ends every wait. `log` must outlive the channel.
+  TcpCallChannel(platform::TcpStream stream, std::shared_ptr<platform::WakeUp> lost, WireLog& log)
+      : stream_(std::move(stream)), lost_(std::move(lost)), log_(log) {}
 
-  /// Sends a whole message and receives the reply's body. Nothing when the connection was lost, the time was up, or
-  /// what came is no reply: then the two sides may be out of step, and the channel must not be used again.
-  std::optional<Bytes> Exchange(ByteView message, std::chrono::milliseconds time);
-
-  MessageVersion Version() const { return line_.version; }
-  const Announcement& Handheld() const { return line_.handheld; }
-  const platform::SocketAddress& Address() const { return line_.address; }
+  std::optional<ByteView> Exchange(ByteView message, std::chrono::milliseconds time) override;
 
  private:
-  /// Receives into `reply` until it holds `size` bytes.
-  bool ReceiveUpTo(Bytes& reply, std::size_t size, const platform::WaitLimit& limit);
+  /// Receives `size` bytes into the buffer.
+  std::optional<ByteView> Receive(std::size_t size, const platform::WaitLimit& limit);
   /// True when nothing has come that nobody asked for.
   bool IsQuiet();
 
-  CallLine line_;
+  platform::TcpStream stream_;
+  std::shared_ptr<platform::WakeUp> lost_;
   WireLog& log_;
+  Bytes buffer_;  ///< kept, because a new one for each block of a file would cost as much as receiving it
 };
 
 }  // namespace mv::wire

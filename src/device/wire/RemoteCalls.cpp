@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/Utf.h"
+#include "device/wire/Results.h"
 
 namespace mv::wire {
 namespace {
@@ -32,14 +33,15 @@ constexpr std::size_t kShortestVersion = 20;
 
 }  // namespace
 
-RemoteCalls::RemoteCalls(CallLine line, std::chrono::milliseconds replyTime, WireLog& log)
-    : channel_(std::move(line), log), replyTime_(replyTime), log_(log) {}
+RemoteCalls::RemoteCalls(std::unique_ptr<CallChannel> channel, MessageVersion version,
+                         std::chrono::milliseconds replyTime, WireLog& log)
+    : channel_(std::move(channel)), version_(version), replyTime_(replyTime), log_(log) {}
 
 // ---- Requests and replies
 
 MessageWriter RemoteCalls::Request(Command command) const {
   MessageWriter request;
-  request.Word(command.Number(channel_.Version()));
+  request.Word(command.Number(version_));
   return request;
 }
 
@@ -75,24 +77,22 @@ bool RemoteCalls::Check(bool isGood, const char* problem) {
   return false;
 }
 
-std::optional<RemoteCalls::Reply> RemoteCalls::Run(const char* name, const MessageWriter& request) {
+std::optional<MessageReader> RemoteCalls::Run(const char* name, const MessageWriter& request) {
   lastError_ = 0;
   error_ = isUsable_ ? 0 : results::kFailed;
   if (!isUsable_) return std::nullopt;
   log_.Line("> " + std::string(name) + ", " + std::to_string(request.Size()) + " bytes");
-  std::optional<Bytes> body = channel_.Exchange(request.Framed(), replyTime_);
-  if (!Check(body.has_value(), "the connection is lost")) return std::nullopt;
-  log_.Line("< " + std::string(name) + ", " + std::to_string(body->size()) + " bytes");
-  Reply reply{std::move(*body)};
-  if (!IsV1()) return reply;
-  MessageReader reader = reply.Reader();
+  const std::optional<ByteView> reply = channel_->Exchange(request.Framed(), replyTime_);
+  if (!Check(reply.has_value(), "the connection is lost")) return std::nullopt;
+  log_.Line("< " + std::string(name) + ", " + std::to_string(reply->size()) + " bytes");
+  MessageReader reader(*reply);
+  if (!IsV1()) return reader;
   const std::uint32_t status = reader.Word();
   const std::uint32_t refusal = status == 1 ? reader.Word() : 0;
   if (!Check(reader.IsGood() && status <= 1, "the reply has no status")) return std::nullopt;
   error_ = static_cast<std::int32_t>(refusal);
   if (error_ != 0) return std::nullopt;
-  reply.start = reply.body.size() - reader.Remaining();
-  return reply;
+  return reader;
 }
 
 std::optional<std::uint32_t> RemoteCalls::TakeValue(MessageReader& reader) {
@@ -106,10 +106,9 @@ std::optional<std::uint32_t> RemoteCalls::TakeValue(MessageReader& reader) {
 bool RemoteCalls::RunOnHandle(const char* name, Command command, std::uint32_t handle) {
   MessageWriter request = Request(command);
   request.Word(handle);
-  const std::optional<Reply> reply = Run(name, request);
+  std::optional<MessageReader> reply = Run(name, request);
   if (!reply) return false;
-  MessageReader reader = reply->Reader();
-  return TakeValue(reader).value_or(0) != 0;
+  return TakeValue(*reply).value_or(0) != 0;
 }
 
 // ---- Files
@@ -123,10 +122,9 @@ std::optional<std::uint32_t> RemoteCalls::CreateFile(const std::string& path, st
   constexpr std::uint32_t kNoTemplate = 0;
   for (const std::uint32_t word : {access, shareMode, disposition, flagsAndAttributes, kNoTemplate}) request.Word(word);
   if (IsV1()) PutPath(request, path);
-  const std::optional<Reply> reply = Run("CeCreateFile", request);
+  std::optional<MessageReader> reply = Run("CeCreateFile", request);
   if (!reply) return std::nullopt;
-  MessageReader reader = reply->Reader();
-  const std::optional<std::uint32_t> handle = TakeValue(reader);
+  const std::optional<std::uint32_t> handle = TakeValue(*reply);
   return handle == kNoHandle ? std::nullopt : handle;
 }
 
@@ -140,12 +138,11 @@ std::optional<std::size_t> RemoteCalls::ReadFile(std::uint32_t handle, ByteSpan 
   } else {
     request.Word(wanted);
   }
-  const std::optional<Reply> reply = Run("CeReadFile", request);
+  std::optional<MessageReader> reply = Run("CeReadFile", request);
   if (!reply) return std::nullopt;
-  MessageReader reader = reply->Reader();
-  if (TakeValue(reader).value_or(0) == 0) return std::nullopt;
-  const ByteView data = reader.Counted();
-  if (!Check(reader.IsGood(), "the reply is too short")) return std::nullopt;
+  if (TakeValue(*reply).value_or(0) == 0) return std::nullopt;
+  const ByteView data = reply->Counted();
+  if (!Check(reply->IsGood(), "the reply is too short")) return std::nullopt;
   if (!Check(data.size() <= out.size(), "the handheld read more than it was asked for")) return std::nullopt;
   std::copy(data.begin(), data.end(), out.begin());
   return data.size();
@@ -160,22 +157,20 @@ bool RemoteCalls::WriteFile(std::uint32_t handle, ByteView data) {
   } else {
     request.Counted(data);
   }
-  const std::optional<Reply> reply = Run("CeWriteFile", request);
+  std::optional<MessageReader> reply = Run("CeWriteFile", request);
   if (!reply) return false;
-  MessageReader reader = reply->Reader();
-  if (TakeValue(reader).value_or(0) == 0) return false;
-  const std::uint32_t written = reader.Word();
-  return Check(reader.IsGood(), "the reply is too short") && written >= data.size();
+  if (TakeValue(*reply).value_or(0) == 0) return false;
+  const std::uint32_t written = reply->Word();
+  return Check(reply->IsGood(), "the reply is too short") && written >= data.size();
 }
 
 std::optional<std::uint32_t> RemoteCalls::GetFileSize(std::uint32_t handle) {
   MessageWriter request = Request(commands::kGetFileSize);
   request.Word(handle);
   request.OutBuffer(std::nullopt);  // no high part; the same bytes in both versions
-  const std::optional<Reply> reply = Run("CeGetFileSize", request);
+  std::optional<MessageReader> reply = Run("CeGetFileSize", request);
   if (!reply) return std::nullopt;
-  MessageReader reader = reply->Reader();
-  const std::optional<std::uint32_t> size = TakeValue(reader);
+  const std::optional<std::uint32_t> size = TakeValue(*reply);
   return size == rapi::kNoFileSize ? std::nullopt : size;
 }
 
@@ -189,15 +184,14 @@ std::optional<RemoteCalls::Found> RemoteCalls::FindFirstFile(const std::string& 
   if (!CanBeSent(path)) return RefuseName();
   MessageWriter request = Request(commands::kFindFirstFile);
   PutPath(request, path);
-  const std::optional<Reply> reply = Run("CeFindFirstFile", request);
+  std::optional<MessageReader> reply = Run("CeFindFirstFile", request);
   if (!reply) return std::nullopt;
-  MessageReader reader = reply->Reader();
-  const std::optional<std::uint32_t> handle = TakeValue(reader);
+  const std::optional<std::uint32_t> handle = TakeValue(*reply);
   if (!handle || handle == kNoHandle) return std::nullopt;
   Found found{*handle, std::nullopt};
-  if (reader.Remaining() == 0) return found;
-  MessageReader record(reader.Counted());
-  if (!Check(reader.IsGood(), "the record is longer than the reply")) return std::nullopt;
+  if (reply->Remaining() == 0) return found;
+  MessageReader record(reply->Counted());
+  if (!Check(reply->IsGood(), "the record is longer than the reply")) return std::nullopt;
   record.Raw(4 + 3 * 8 + 4);  // attributes, three times, high part of the size
   const std::uint32_t sizeLow = record.Word();
   if (record.IsGood()) found.sizeLow = sizeLow;
@@ -217,15 +211,14 @@ std::optional<std::vector<DeviceEntry>> RemoteCalls::FindAllFiles(const std::str
   MessageWriter request = Request(commands::kFindAllFiles);
   PutPath(request, pattern);
   request.Word(kTellAttributes | kTellWriteTime | kTellSizeHigh | kTellSizeLow | kTellName);
-  const std::optional<Reply> reply = Run("CeFindAllFiles", request);
+  std::optional<MessageReader> reply = Run("CeFindAllFiles", request);
   if (!reply) return std::nullopt;
-  MessageReader reader = reply->Reader();
   if (!IsV1()) {
-    const std::optional<std::uint32_t> value = TakeValue(reader);
+    const std::optional<std::uint32_t> value = TakeValue(*reply);
     if (!value) return std::nullopt;
     if (*value == 0) return NothingFits() ? std::optional(std::vector<DeviceEntry>()) : std::nullopt;
   }
-  return TakeEntries(reader);
+  return TakeEntries(*reply);
 }
 
 std::optional<std::vector<DeviceEntry>> RemoteCalls::TakeEntries(MessageReader& reader) {
@@ -252,12 +245,11 @@ DeviceEntry RemoteCalls::TakeEntry(MessageReader& reader) const {
 // ---- The handheld itself
 
 std::optional<SystemVersion> RemoteCalls::GetVersionEx() {
-  const std::optional<Reply> reply = Run("CeGetVersionEx", Request(commands::kGetVersionEx));
+  std::optional<MessageReader> reply = Run("CeGetVersionEx", Request(commands::kGetVersionEx));
   if (!reply) return std::nullopt;
-  MessageReader reader = reply->Reader();
-  if (TakeValue(reader).value_or(0) == 0) return std::nullopt;
-  MessageReader record(reader.Counted());
-  const bool isWhole = reader.IsGood() && record.Remaining() >= kShortestVersion;
+  if (TakeValue(*reply).value_or(0) == 0) return std::nullopt;
+  MessageReader record(reply->Counted());
+  const bool isWhole = reply->IsGood() && record.Remaining() >= kShortestVersion;
   if (!Check(isWhole, "the version is too short")) return std::nullopt;
   record.Word();  // its own size
   SystemVersion version;

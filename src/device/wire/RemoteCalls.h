@@ -1,11 +1,14 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "device/Rapi.h"
+#include "device/message/Commands.h"
 #include "device/message/MessageReader.h"
 #include "device/message/MessageWriter.h"
 #include "device/wire/CallChannel.h"
@@ -24,7 +27,8 @@ class RemoteCalls {
   };
 
   /// `replyTime`: for each reply. `log` must outlive this object.
-  RemoteCalls(CallLine line, std::chrono::milliseconds replyTime, WireLog& log);
+  RemoteCalls(std::unique_ptr<CallChannel> channel, MessageVersion version, std::chrono::milliseconds replyTime,
+              WireLog& log);
 
   /// Of the last call: 0 when the handheld gave a complete reply; the HRESULT of one that did not run the call; else
   /// 0x80004005, and then no call is possible any more.
@@ -36,7 +40,7 @@ class RemoteCalls {
   void Refuse(std::uint32_t lastError);
   /// From now on.
   void SetReplyTime(std::chrono::milliseconds time) { replyTime_ = time; }
-  const CallChannel& Channel() const { return channel_; }
+  MessageVersion Version() const { return version_; }
 
   /// `path` has at most 259 UTF-16 units and no NUL; else the call fails here, with the error of an invalid name.
   std::optional<std::uint32_t> CreateFile(const std::string& path, std::uint32_t access, std::uint32_t shareMode,
@@ -54,15 +58,7 @@ class RemoteCalls {
   std::optional<SystemVersion> GetVersionEx();
 
  private:
-  /// The rest of a reply behind its status.
-  struct Reply {
-    Bytes body;
-    std::size_t start = 0;
-
-    MessageReader Reader() const { return MessageReader(ByteView(body).subspan(start)); }
-  };
-
-  bool IsV1() const { return channel_.Version() == MessageVersion::V1; }
+  bool IsV1() const { return version_ == MessageVersion::V1; }
   MessageWriter Request(Command command) const;
   /// A request whose only argument is a handle, and whose reply says whether it worked.
   bool RunOnHandle(const char* name, Command command, std::uint32_t handle);
@@ -70,8 +66,8 @@ class RemoteCalls {
   /// A path that cannot be sent is refused as the handheld would refuse it.
   std::nullopt_t RefuseName();
   void PutPath(MessageWriter& request, const std::string& path) const;
-  /// Sends a request and takes the status of the reply.
-  std::optional<Reply> Run(const char* name, const MessageWriter& request);
+  /// Sends a request and takes the status of the reply; gives what follows it.
+  std::optional<MessageReader> Run(const char* name, const MessageWriter& request);
   /// The first two words of a result: the error code, which is kept, and the value returned.
   std::optional<std::uint32_t> TakeValue(MessageReader& reader);
   /// True when all of a reply could be read; else the connection must not be used again.
@@ -81,7 +77,8 @@ class RemoteCalls {
   /// True when the last error says that there is no such file.
   bool NothingFits() const;
 
-  CallChannel channel_;
+  std::unique_ptr<CallChannel> channel_;
+  MessageVersion version_;
   std::chrono::milliseconds replyTime_;
   WireLog& log_;
   bool isUsable_ = true;

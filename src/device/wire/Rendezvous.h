@@ -10,18 +10,10 @@
 #include <vector>
 
 #include "device/wire/Announcement.h"
+#include "device/wire/Results.h"
 #include "platform/Socket.h"
 
 namespace mv::wire {
-
-/// Results of an attempt to connect, as the remote API tells them.
-namespace results {
-inline constexpr std::int32_t kConnected = 0;
-inline constexpr std::int32_t kFailed = static_cast<std::int32_t>(0x80004005);
-inline constexpr std::int32_t kLocked = static_cast<std::int32_t>(0x80070005);
-inline constexpr std::int32_t kWrongPassword = static_cast<std::int32_t>(0x80070056);
-inline constexpr std::int32_t kAlreadyConnected = static_cast<std::int32_t>(0x80041001);
-}  // namespace results
 
 /// An open connection for remote calls.
 struct CallLine {

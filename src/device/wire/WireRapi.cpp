@@ -68,8 +68,13 @@ std::uint32_t WireRapi::WaitForSingleObject(RapiHandle event, std::uint32_t mill
 
 std::int32_t WireRapi::TakeLine(CallLine line) {
   const bool isTried = line.handheld.major < kFirstUntriedSystem || options_.messages;
-  calls_.emplace(std::move(line), options_.times.reply, log_);
-  if (isTried || calls_->GetVersionEx()) return results::kConnected;
+  handheld_ = std::move(line.handheld);
+  address_ = line.address;
+  calls_.emplace(std::make_unique<TcpCallChannel>(std::move(line.stream), std::move(line.lost), log_), line.version,
+                 options_.times.connect, log_);
+  const bool understands = isTried || calls_->GetVersionEx();
+  calls_->SetReplyTime(options_.times.reply);
+  if (understands) return results::kConnected;
   log_.Line("the handheld does not take this version of the messages; the other one can be set");
   calls_.reset();
   return results::kFailed;
@@ -169,7 +174,7 @@ std::uint32_t WireRapi::CeGetFileSize(RapiHandle file) {
     if (!open) return rapi::kNoFileSize;
     const std::optional<std::uint32_t> size = calls.GetFileSize(open->number);
     // How this request looks in version 2 is known from one place only.
-    const bool mayBeMisread = !size && calls.Error() == 0 && calls.Channel().Version() == MessageVersion::V2;
+    const bool mayBeMisread = !size && calls.Error() == 0 && calls.Version() == MessageVersion::V2;
     return mayBeMisread ? SizeByName(calls, open->path) : size.value_or(rapi::kNoFileSize);
   });
 }
@@ -228,8 +233,7 @@ std::int32_t WireRapi::DescribeHandheld(HandheldFacts& facts) {
   return Report(std::int32_t{0}, [&](RemoteCalls& calls) {
     const std::optional<SystemVersion> version = calls.GetVersionEx();
     if (!version) return 0;
-    const Announcement& handheld = calls.Channel().Handheld();
-    facts = {version, handheld.name, handheld.platform, handheld.model, calls.Channel().Address().HostText()};
+    facts = {version, handheld_.name, handheld_.platform, handheld_.model, address_.HostText()};
     return rapi::kDone;
   });
 }

@@ -86,6 +86,8 @@ class WireRapi : public Rapi {
   std::unique_ptr<LineSource> lines_;  ///< null until it listens
   bool linesAreOthers_ = false;        ///< another program listens
   std::optional<RemoteCalls> calls_;
+  Announcement handheld_;  ///< of the last connection
+  platform::SocketAddress address_;
   RAPIINIT* caller_ = nullptr;  ///< who waits for the result of an attempt
   RapiHandle event_ = 0;
   bool isStarted_ = false;  ///< CeRapiUninit is due

@@ -127,6 +127,22 @@ TEST_F(WireTest, PasswordMayGoWithoutItsNul) {
   EXPECT_EQ(result.get(), 0);
 }
 
+TEST_F(WireTest, HandheldHasTimeToSettleAfterAPassword) {
+  options_.password = [] { return std::string("1234"); };
+  options_.times.settle = milliseconds(40);
+  Start();
+  control_ = Call(Family::A);
+  control_.Send(std::string("5a7e0000") + PlayedHandheld::kRecordA);
+  auto result = InBackground([&] { return Result(); });
+  control_.Expect("0a00 6b5a685a695a6e5a5a5a");
+  const auto accepted = std::chrono::steady_clock::now();
+  control_.Send("0100");
+  calls_ = handheld_.AcceptCalls();
+  EXPECT_GE(std::chrono::steady_clock::now() - accepted, milliseconds(40));
+  calls_.Send("01");
+  EXPECT_EQ(result.get(), 0);
+}
+
 TEST_F(WireTest, RefusedPasswordEndsTheConnectionAndIsNotSentAgain) {
   int asked = 0;
   options_.password = [&asked] {
@@ -421,6 +437,25 @@ TEST_F(WireTest, VersionOfTheMessagesCanBeSet) {
   EXPECT_NE(find.get(), kInvalidRapiHandle);
 }
 
+TEST_F(WireTest, SizeThatVersion2DoesNotTellIsTakenFromTheFindRecord) {
+  options_.messages = MessageVersion::V2;
+  ConnectA();
+  auto open = InBackground([&] { return rapi_->CeCreateFile("\\a", 0x80000000, 1, 1, 3, 0x80); });
+  calls_.Expect("22000000 16000000 06000000 5c006100 0000 00000080 01000000 03000000 80000000 00000000");
+  calls_.Send("08000000 00000000 c0a20100");
+  const RapiHandle file = open.get();
+  auto size = InBackground([&] { return rapi_->CeGetFileSize(file); });
+  calls_.Expect("0c000000 2e000000 c0a20100 00000000");
+  calls_.Send("08000000 57000000 ffffffff");
+  calls_.Expect("0e000000 11000000 06000000 5c006100 0000");
+  calls_.Send("38000000 00000000 d0a20100 2c000000" + std::string(64, '0') + "05000000 42000001 61000000");
+  calls_.Expect("08000000 13000000 d0a20100");
+  calls_.Send("08000000 00000000 01000000");
+  EXPECT_EQ(size.get(), 5U);
+  EXPECT_EQ(rapi_->CeRapiGetError(), 0);
+  calls_.Close();
+}
+
 // ---- Who may call
 
 TEST_F(WireTest, HostOutsideTheLinkIsTurnedAway) {
@@ -459,6 +494,57 @@ TEST_F(WireTest, HandheldThatSendsNonsenseIsDropped) {
   control_.Expect("03000000");
   control_.Send("63000000");
   control_.ExpectEnd();
+}
+
+TEST_F(WireTest, AnnouncementCutAnywhereLeavesTheDesktopListening) {
+  options_.times.wakeUpB = std::chrono::hours(1);
+  Start();
+  const std::pair<Family, std::string> announcements[] = {
+      {Family::A, std::string("00000000") + PlayedHandheld::kRecordA},
+      {Family::B, std::string("06000000") + PlayedHandheld::RecordB()}};
+  for (const auto& [family, hex] : announcements) {
+    const std::string digits = testing::ToHex(testing::FromHex(hex));
+    for (std::size_t length = 0; length + 3 < digits.size(); length += 3) {
+      PlayedLine line = Call(family);
+      line.Send(digits.substr(0, length));
+      line.ShutDown();
+      line.ExpectEnd();
+    }
+  }
+  EXPECT_EQ(Wait(0), kTimedOut);
+  control_ = Call(Family::A);
+  control_.Send(PlayedHandheld::kRecordA);
+  calls_ = handheld_.AcceptCalls();
+  EXPECT_EQ(Result(), 0);
+}
+
+TEST_F(WireTest, ConnectionForRemoteCallsCutBeforeItsIdIsDropped) {
+  Start();
+  control_ = Call(Family::B);
+  control_.Send(PlayedHandheld::RecordB());
+  control_.Expect("01000000 05000000 04000000 01000000");
+  for (const char* part : {"", "01", "010000"}) {
+    PlayedLine cut = Call(Family::B);
+    cut.Send(part);
+    cut.ShutDown();
+    cut.ExpectEnd();
+  }
+  calls_ = Call(Family::B);
+  calls_.Send("01000000");
+  EXPECT_EQ(Result(), 0);
+}
+
+TEST_F(WireTest, ConnectionForRemoteCallsCutWhileThePasswordIsCheckedIsAFailedStart) {
+  options_.password = [] { return std::string("1234"); };
+  Start();
+  control_ = Call(Family::A);
+  control_.Send(std::string("5a7e0000") + PlayedHandheld::kRecordA);
+  auto result = InBackground([&] { return Result(); });
+  control_.Expect("0a00 6b5a685a695a6e5a5a5a");
+  control_.Send("0100");
+  calls_ = handheld_.AcceptCalls();
+  calls_.Close();
+  EXPECT_EQ(result.get(), kFailed);
 }
 
 TEST_F(WireTest, LockedHandheldThatCallsAnewReplacesItself) {
