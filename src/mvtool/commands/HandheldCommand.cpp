@@ -18,7 +18,7 @@ namespace {
 constexpr std::string_view kHelp =
     "  Works with the handheld that the settings name, whichever way it is reached.\n"
     "    info              what it is and where\n"
-    "    ls [PATH]         lists a folder, \"\\\" without a PATH; --json: an object a file\n"
+    "    ls [PATH]         lists a folder, else the root; --json: an object a file\n"
     "    get PATH FILE     copies a file of the handheld to FILE\n"
     "    put FILE PATH     copies FILE to the handheld\n"
     "    backup FOLDER [PATH]\n"
@@ -35,7 +35,8 @@ constexpr std::string_view kHelp =
     "    --desktop A[:N]   the desktop's address and control port, else 127.0.0.1 and\n"
     "                      the usual port of the family\n"
     "    --port N          family A: where it takes remote calls, else 990. Family B:\n"
-    "                      it waits at this UDP port to be called\n";
+    "                      it waits at this UDP port to be called\n"
+    "    --cut N           breaks the connection in the middle of the N-th request\n";
 
 constexpr std::string_view kJson = "--json";
 
@@ -189,7 +190,7 @@ Command HandheldCommand() {
                 .leastOperands = 1,
                 .mostOperands = 3,
                 .switches = {kForce, kJson},
-                .settings = {"--family", "--version", "--password", "--address", "--desktop", "--port"}},
+                .settings = {"--family", "--version", "--password", "--address", "--desktop", "--port", "--cut"}},
       .run = &Handheld,
   };
 }

@@ -14,14 +14,17 @@ using platform::SocketAddress;
 using simulator::Family;
 using simulator::SimulatorOptions;
 
-constexpr std::uint16_t kLastPort = 65535;
+constexpr std::uint32_t kLastPort = 65535;
+constexpr std::uint32_t kMostRequests = 1'000'000'000;
+/// Of a request that is cut: its head, and some of what it carries.
+constexpr std::size_t kBytesBeforeTheCut = 100;
 
-std::uint16_t PortOf(const std::string& text) {
-  std::uint32_t port = 0;
-  const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), port);
+std::uint32_t NumberOf(const char* option, const std::string& text, std::uint32_t most) {
+  std::uint32_t number = 0;
+  const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), number);
   const bool isNumber = code == std::errc() && end == text.data() + text.size();
-  if (!isNumber || port > kLastPort) throw UsageError("--port is a number up to 65535, not \"" + text + "\"");
-  return static_cast<std::uint16_t>(port);
+  if (isNumber && number <= most) return number;
+  throw UsageError(std::string(option) + " is a number up to " + std::to_string(most) + ", not \"" + text + "\"");
 }
 
 SocketAddress AddressOf(const char* option, const std::string& text) {
@@ -59,9 +62,15 @@ SimulatorOptions OptionsOf(const Arguments& arguments) {
     const SocketAddress address = AddressOf("--desktop", *desktop);
     options.desktop = {address.host, address.port == 0 ? options.desktop.port : address.port};
   }
-  if (const auto port = arguments.ValueOf("--port")) {
-    if (isFamilyB) options.wakeUpPort = PortOf(*port);
-    if (!isFamilyB) options.callsPort = PortOf(*port);
+  if (const auto text = arguments.ValueOf("--port")) {
+    const auto port = static_cast<std::uint16_t>(NumberOf("--port", *text, kLastPort));
+    if (isFamilyB) options.wakeUpPort = port;
+    if (!isFamilyB) options.callsPort = port;
+  }
+  if (const auto text = arguments.ValueOf("--cut")) {
+    options.faults.message =
+        simulator::MessageFault{simulator::MessageFault::Kind::Cut, simulator::Direction::ToHandheld,
+                                NumberOf("--cut", *text, kMostRequests), kBytesBeforeTheCut};
   }
   return options;
 }
