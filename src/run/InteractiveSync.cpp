@@ -4,6 +4,7 @@
 
 #include "config/Settings.h"
 #include "run/CurrentError.h"
+#include "run/RunLock.h"
 #include "run/RunSteps.h"
 #include "run/RunTexts.h"
 #include "ui/Texts.h"
@@ -42,6 +43,8 @@ void ReportEnd(const RunContext& run) {
 
 void RunConnected(const RunContext& run, RunJournal& journal) {
   RequireSeparatePaths(run, kTables);
+  const std::optional<RunLock> alone = RunLock::Take(run.files, run.state.settings.DesktopDBPath);
+  if (!alone) throw Failure("another run with this database is going on");
   journal.Begin();
   run.state.TablesSynchronized = 0;
   LogLines(run.log, log_texts::InteractiveBanner(run.state.settings, run.version, NowText(run)));

@@ -140,6 +140,11 @@ std::string TablesFailedLine(const std::string& tables) {
          "; close Motorva Mobile Edition on the handheld, check the card and its free space, and run again";
 }
 
+std::string OtherRunLine(const std::string& database) {
+  return std::string(kProgram) + "another run with \"" + database +
+         "\" is going on, or something that no run may disturb; run again when it has ended";
+}
+
 std::string NoHandheldLine() {
   return std::string(kProgram) +
          "no handheld answered; connect it and turn it on (a folder handheld: check Root and that the card is "

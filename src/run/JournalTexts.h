@@ -49,5 +49,6 @@ std::string FailedTable(const history::TableRecord& table);
 /// `tables`: FailedTable of each, joined.
 std::string TablesFailedLine(const std::string& tables);
 std::string NoHandheldLine();
+std::string OtherRunLine(const std::string& database);
 
 }  // namespace mv::journal_texts

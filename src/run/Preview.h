@@ -25,6 +25,7 @@ struct PreviewContext {
   SettingsStore& settings;
   std::string programFolder;
   Rapi& handheld;
+  std::chrono::milliseconds handheldWait;  ///< how long it has to answer
   /// The local path of a file of the handheld; nothing when it has none.
   std::function<std::optional<std::string>(const std::string& devicePath)> localDeviceFile = {};
   /// A folder in which the preview makes, and takes away, one of its own.

@@ -43,6 +43,8 @@ struct RunContext {
   std::function<std::optional<std::string>(const std::string& devicePath)> localDeviceFile = {};
   /// Takes a line for whoever started a silent run; null when nobody listens.
   std::function<void(const std::string&)> tell = {};
+  /// Why the handheld may not answer, a line each; null where nobody knows.
+  std::function<std::vector<std::string>()> obstacles = {};
   /// Gives up old history when the disk is full; null where nobody does. What `files` writes must go through it.
   history::RoomMaker* room = nullptr;
   /// The database whose history knows the earlier runs, where it is not the run's own: a preview has a copy. Else

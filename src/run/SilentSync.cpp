@@ -6,6 +6,7 @@
 #include "run/CurrentError.h"
 #include "run/JournalTexts.h"
 #include "run/RunJournal.h"
+#include "run/RunLock.h"
 #include "run/RunSteps.h"
 #include "run/RunTexts.h"
 
@@ -21,10 +22,20 @@ void Tell(const RunContext& run, const std::string& line) {
 
 ExitStatus ReportNoHandheld(const RunContext& run) {
   Tell(run, journal_texts::NoHandheldLine());
+  if (run.obstacles) {
+    for (const std::string& obstacle : run.obstacles()) Tell(run, "  " + obstacle);
+  }
   LogLines(run.log, log_texts::NoHandheld(NowText(run)));
   run.ui.SetHourglass(false);
   run.connection.DisconnectDevice();
   return ExitStatus::NoHandheld;
+}
+
+/// The log is the other run's.
+ExitStatus ReportOtherRun(const RunContext& run) {
+  Tell(run, journal_texts::OtherRunLine(run.state.settings.DesktopDBPath));
+  run.ui.SetHourglass(false);
+  return ExitStatus::Stopped;
 }
 
 /// The tables as far as they go; the end lines are another matter.
@@ -70,6 +81,8 @@ ExitStatus ReportStop(const RunContext& run, RunJournal& journal, const Error& e
 ExitStatus SilentSync(const RunContext& run, std::span<const SyncTable> tables) {
   run.ui.SetHourglass(true);
   run.ui.ProcessMessages();
+  const std::optional<RunLock> alone = RunLock::Take(run.files, run.state.settings.DesktopDBPath);
+  if (!alone) return ReportOtherRun(run);
   if (!run.connection.ConnectDevice()) return ReportNoHandheld(run);
   RunJournal journal(run, tables);
   try {

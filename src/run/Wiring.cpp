@@ -35,11 +35,11 @@ Wiring::Wiring(Invocation invocation)
       toolkit_(invocation_.silentMode ? nullptr : MakeToolkit()),
       window_(MakeWindow()),
       noWindow_(MakeSilentUserInterface()),
-      folderRapi_(MakeFolderRapi()),
-      systemRapi_(folderRapi_ ? nullptr : MakeSystemRapi(programFolder_)),
+      handheld_(ChooseHandheld(LoadHandheldSettings(*settings_),
+                               {patientFiles_, [this] { return MakeSystemRapi(programFolder_); }, SystemHasRapi()})),
       hooks_(MakeHooks(log_, Ui())),
-      connection_(Handheld(), hooks_),
-      deviceFiles_(Handheld(), connection_, files_, hooks_),
+      connection_(*handheld_.rapi, hooks_, handheld_.wait),
+      deviceFiles_(*handheld_.rapi, connection_, files_, hooks_),
       databases_(MakeDatabaseEngine(files_)),
       run_{state_,
            log_,
@@ -55,18 +55,9 @@ Wiring::Wiring(Invocation invocation)
            programFolder_,
            kProgramVersion,
            protectedFiles_,
-           [this](const std::string& path) { return folderRapi_ ? folderRapi_->LocalFile(path) : std::nullopt; }} {}
-
-/// A folder that stands for the handheld comes before the handheld that the system may reach; null without one.
-std::unique_ptr<FolderRapi> Wiring::MakeFolderRapi() {
-  const std::string root = LoadHandheldRoot(*settings_);
-  return root.empty() ? nullptr : std::make_unique<FolderRapi>(patientFiles_, root);
-}
-
-Rapi& Wiring::Handheld() {
-  if (folderRapi_) return *folderRapi_;
-  return *systemRapi_;
-}
+           [this](const std::string& path) {
+             return handheld_.folder ? handheld_.folder->LocalFile(path) : std::nullopt;
+           }} {}
 
 /// Null in an edition without a window, and for a silent run: without a toolkit it cannot show one, whatever happens.
 std::unique_ptr<frmMain> Wiring::MakeWindow() {
@@ -83,6 +74,7 @@ UserInterface& Wiring::Ui() {
 
 int Wiring::Run(std::ostream& errors) {
   run_.room = &files_;
+  run_.obstacles = [this] { return ObstaclesOf(handheld_); };
   run_.tell = [&errors](const std::string& line) { errors << line << '\n'; };
   const EntryContext entry{run_, invocation_, window_.get(), InitCommonControls, errors};
   if (const auto status = Main(entry)) return static_cast<int>(*status);

@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "device/FolderRapi.h"
 #include "platform/PatientFileSystem.h"
+#include "run/HandheldChoice.h"
 #include "run/Main.h"
 #include "ui/frmMain.h"
 
@@ -25,8 +25,6 @@ class Wiring {
  private:
   std::unique_ptr<frmMain> MakeWindow();
   UserInterface& Ui();
-  std::unique_ptr<FolderRapi> MakeFolderRapi();
-  Rapi& Handheld();
 
   Invocation invocation_;
   platform::SystemClock clock_;
@@ -43,8 +41,7 @@ class Wiring {
   std::unique_ptr<Toolkit> toolkit_;  ///< null in an edition without a window, and for a silent run
   std::unique_ptr<frmMain> window_;   ///< null likewise
   std::unique_ptr<UserInterface> noWindow_;
-  std::unique_ptr<FolderRapi> folderRapi_;  ///< null when the handheld is no folder
-  std::unique_ptr<Rapi> systemRapi_;        ///< null when it is one
+  ChosenHandheld handheld_;
   DeviceHooks hooks_;
   modWinCERAPIConnectionHandler connection_;
   modWinCEFileManagement deviceFiles_;

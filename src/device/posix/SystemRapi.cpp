@@ -4,6 +4,10 @@
 
 namespace mv {
 
+bool SystemHasRapi() {
+  return false;
+}
+
 std::unique_ptr<Rapi> MakeSystemRapi(const std::string&) {
   return std::make_unique<NoRapi>();
 }

@@ -18,6 +18,10 @@ std::string SystemFolder() {
 
 }  // namespace
 
+bool SystemHasRapi() {
+  return true;
+}
+
 std::unique_ptr<Rapi> MakeSystemRapi(const std::string& programFolder) {
   return std::make_unique<DllRapi>(std::vector<std::string>{programFolder, SystemFolder()});
 }

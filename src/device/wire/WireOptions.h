@@ -70,8 +70,8 @@ struct WireOptions {
   std::optional<PasswordEnd> passwordEnd = {};
   /// Empty: by the system's version that the handheld announces. Whether systems after 5 keep to that is not known.
   std::optional<MessageVersion> messages = {};
-  /// Asked, when listening is to begin, for another program that handhelds have called; null when there is none, and
-  /// this one listens itself.
+  /// Asked, before this program listens itself, for another program that handhelds have called; null when there is
+  /// none, and this one listens itself.
   std::function<std::unique_ptr<LineSource>()> findLines = {};
   /// Gets a line for each message: its direction, name and length; never a password, path or content. Called on either
   /// thread, never on both at once.

@@ -31,8 +31,10 @@ WireRapi::~WireRapi() {
 }
 
 void WireRapi::Listen() {
-  if (lines_) return;
+  if (lines_ && !linesAreOthers_) return;
+  // The other program may have begun or ended since the last attempt.
   if (options_.findLines) lines_ = options_.findLines();
+  linesAreOthers_ = lines_ != nullptr;
   if (!lines_) lines_ = std::make_unique<ControlService>(options_, log_);
 }
 

@@ -86,6 +86,7 @@ class WireRapi : public Rapi {
   const std::size_t blockSize_;
   WireLog log_;
   std::unique_ptr<LineSource> lines_;  ///< null until it listens
+  bool linesAreOthers_ = false;        ///< another program listens
   std::optional<RemoteCalls> calls_;
   Announcement handheld_;  ///< of the last connection
   platform::SocketAddress address_;

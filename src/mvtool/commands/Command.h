@@ -13,6 +13,7 @@
 #include "mvtool/commands/Arguments.h"
 #include "platform/FileSystem.h"
 #include "platform/System.h"
+#include "sync/RunMode.h"
 
 namespace mv::tool {
 
@@ -27,8 +28,11 @@ struct ToolContext {
   std::function<std::unique_ptr<SettingsStore>()> openSettings = {};
   /// Folder of the programs, without a separator at its end: beside it lies what the settings do not place elsewhere.
   std::string programFolder = {};
-  /// The handheld that this system may reach, for settings that name no folder in its place.
+  /// The system's own remote API, for settings that choose no other handheld; and whether it may have one.
   std::function<std::unique_ptr<Rapi>()> makeRapi = {};
+  bool systemHasRapi = false;
+  /// Does a silent run as MVPPCSync does; returns its exit status and says on the stream what no log tells.
+  std::function<int(RunMode mode, std::ostream& errors)> runSilently = {};
   /// What the program ends with when a command succeeds whose result is more than that.
   int exitStatus = 0;
 };
@@ -57,6 +61,8 @@ Command SendCommand();
 Command PruneCommand();
 Command ChangesCommand();
 Command PreviewCommand();
+Command HandheldCommand();
+Command ListenCommand();
 
 /// Exit statuses of the program.
 inline constexpr int kSucceeded = 0;

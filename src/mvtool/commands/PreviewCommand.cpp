@@ -80,6 +80,7 @@ void Preview(const Arguments& arguments, ToolContext& context) {
                              setup.Store(),
                              context.programFolder,
                              setup.Device(),
+                             setup.DeviceWait(),
                              [&](const std::string& path) { return setup.LocalFile(path); },
                              platform::TemporaryFolder()};
   const PreviewResult result = RunPreview(world, request);

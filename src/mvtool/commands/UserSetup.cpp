@@ -1,7 +1,6 @@
 #include "mvtool/commands/UserSetup.h"
 
 #include "base/Error.h"
-#include "device/FolderRapi.h"
 
 namespace mv::tool {
 namespace {
@@ -19,41 +18,49 @@ UserSetup::UserSetup(ToolContext& context)
 UserSetup::~UserSetup() = default;
 
 history::HandheldTables& UserSetup::Handheld() {
-  if (!handheld_) handheld_ = std::make_unique<history::HandheldTables>(Device(), settings_.PDADBPath);
+  if (!handheld_) handheld_ = std::make_unique<history::HandheldTables>(Device(), settings_.PDADBPath, DeviceWait());
   return *handheld_;
 }
 
+const ChosenHandheld& UserSetup::Chosen() {
+  if (!chosen_) {
+    const HandheldSources sources{context_.files, [this] { return MakeSystemRapi(); }, context_.systemHasRapi};
+    chosen_ = ChooseHandheld(LoadHandheldSettings(*store_), sources);
+  }
+  return *chosen_;
+}
+
 Rapi& UserSetup::Device() {
-  if (!rapi_) rapi_ = MakeRapi();
-  return *rapi_;
+  return *Chosen().rapi;
+}
+
+std::chrono::milliseconds UserSetup::DeviceWait() {
+  return Chosen().wait;
 }
 
 std::optional<std::string> UserSetup::LocalFile(const std::string& devicePath) {
-  Device();
-  return folder_ == nullptr ? std::nullopt : folder_->LocalFile(devicePath);
+  FolderRapi* const folder = Chosen().folder;
+  return folder == nullptr ? std::nullopt : folder->LocalFile(devicePath);
 }
 
-std::unique_ptr<Rapi> UserSetup::MakeRapi() {
-  const std::string root = LoadHandheldRoot(*store_);
-  if (!root.empty()) {
-    auto folder = std::make_unique<FolderRapi>(context_.files, root);
-    folder_ = folder.get();
-    return folder;
-  }
+std::unique_ptr<Rapi> UserSetup::MakeSystemRapi() {
   if (!context_.makeRapi) throw Failure("there is no handheld");
   return context_.makeRapi();
 }
 
-std::unique_ptr<platform::File> UserSetup::KeepRunsAway() {
+UserSetup::NoRuns UserSetup::KeepRunsAway() {
+  NoRuns none{RunLock::Take(context_.files, settings_.DesktopDBPath), nullptr};
+  if (!none.lock) throw Failure("a run is going on");
   const std::string& log = settings_.SyncLogPath;
-  if (settings_.SyncLog == 0 || !context_.files.FileExists(log)) return nullptr;
+  if (settings_.SyncLog == 0 || !context_.files.FileExists(log)) return none;
   try {
-    return context_.files.Open(log, platform::Access::Write, platform::Disposition::OpenExisting,
-                               platform::Sharing::Read);
+    none.log =
+        context_.files.Open(log, platform::Access::Write, platform::Disposition::OpenExisting, platform::Sharing::Read);
   } catch (const Error& error) {
     if (error.Number() != errors::kPermissionDenied) throw At("\"" + log + "\"", error);
     throw Failure("a run is going on, or another program has \"" + log + "\" open");
   }
+  return none;
 }
 
 }  // namespace mv::tool

@@ -1,16 +1,18 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "config/Settings.h"
 #include "config/SettingsStore.h"
-#include "device/FolderRapi.h"
 #include "device/Rapi.h"
 #include "history/HandheldTables.h"
 #include "mvtool/commands/Command.h"
 #include "platform/FileSystem.h"
+#include "run/HandheldChoice.h"
+#include "run/RunLock.h"
 
 namespace mv::tool {
 
@@ -28,25 +30,32 @@ class UserSetup {
   SettingsStore& Store() { return *store_; }
   /// Failure for a setting that is no number.
   HistoryLimits Limits() { return LoadHistoryLimits(*store_); }
-  /// The folder that stands for the handheld when the settings name one, else what the system may reach. Not connected
-  /// yet.
+  /// The handheld that the settings choose (run/HandheldChoice.h). Not connected yet. Failure for a choice that cannot
+  /// be.
+  const ChosenHandheld& Chosen();
+  /// Its table files.
   history::HandheldTables& Handheld();
   /// The same, call by call.
   Rapi& Device();
+  /// How long it has to answer.
+  std::chrono::milliseconds DeviceWait();
   /// The local path of a file of the handheld; nothing when the handheld is no folder, or the path leads nowhere.
   std::optional<std::string> LocalFile(const std::string& devicePath);
-  /// Keeps runs that write a sync log from starting until it is released. Null without a log. Failure when one is going
-  /// on.
-  std::unique_ptr<platform::File> KeepRunsAway();
+  /// What keeps runs from starting until it is released. The log does so for programs that know no lock.
+  struct NoRuns {
+    std::optional<RunLock> lock;
+    std::unique_ptr<platform::File> log;  ///< null without a log
+  };
+  /// Failure when a run is going on.
+  NoRuns KeepRunsAway();
 
  private:
-  std::unique_ptr<Rapi> MakeRapi();
+  std::unique_ptr<Rapi> MakeSystemRapi();
 
   ToolContext& context_;
   std::unique_ptr<SettingsStore> store_;
   Settings settings_;
-  std::unique_ptr<Rapi> rapi_;    ///< null until the handheld is asked for
-  FolderRapi* folder_ = nullptr;  ///< the same, when it is a folder
+  std::optional<ChosenHandheld> chosen_;  ///< nothing until the handheld is asked for
   std::unique_ptr<history::HandheldTables> handheld_;
 };
 

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "base/Text.h"
+#include "base/Utf.h"
 #include "mvtool/files/ToolErrors.h"
 
 namespace mv::tool {
@@ -58,14 +59,15 @@ std::string Escaped(std::string_view table, std::size_t escaped) {
   return name;
 }
 
-/// The first form of the name that is not in use, which is added to those in use.
-std::string UnusedName(const std::string& table, std::set<std::string>& used) {
-  for (std::size_t escaped = IsDevice(table) ? 1 : 0; escaped <= table.size(); ++escaped) {
+/// The first form of the name, from so many escaped characters on, that is not in use, which is added to those in use.
+std::optional<std::string> UnusedName(const std::string& table, std::size_t leastEscaped, std::set<std::string>& used) {
+  for (std::size_t escaped = std::max<std::size_t>(IsDevice(table) ? 1 : 0, leastEscaped); escaped <= table.size();
+       ++escaped) {
     std::string name = Escaped(table, escaped);
     if (name.size() > kLongestName) break;
     if (used.insert(FoldCase(name)).second) return name;
   }
-  throw Failure("there is no file name for table \"" + table + "\"");
+  return std::nullopt;
 }
 
 }  // namespace
@@ -73,8 +75,18 @@ std::string UnusedName(const std::string& table, std::set<std::string>& used) {
 std::vector<std::string> ExportFileNames(const std::vector<std::string>& tables) {
   std::set<std::string> used;
   std::vector<std::string> names;
-  for (const std::string& table : tables) names.push_back(UnusedName(table, used).append(kExtension));
+  for (const std::string& table : tables) {
+    std::optional<std::string> name = UnusedName(table, 0, used);
+    if (!name) throw Failure("there is no file name for table \"" + table + "\"");
+    names.push_back(name->append(kExtension));
+  }
   return names;
+}
+
+std::optional<std::string> SafeFileName(const std::string& name, std::set<std::string>& used) {
+  if (name.empty()) return std::nullopt;
+  const bool endsOddly = name.ends_with('.') || name.ends_with(' ');
+  return UnusedName(name, endsOddly ? CharacterCount(name) : 0, used);
 }
 
 }  // namespace mv::tool

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -16,5 +18,10 @@ namespace mv::tool {
 ///
 /// No two names are the same, case apart, and none is longer than file systems take. Failure when that cannot be had.
 std::vector<std::string> ExportFileNames(const std::vector<std::string>& tables);
+
+/// A name for a local file after one that came from outside, in the same way but without ".csv"; names that end with a
+/// dot or a blank, "." and ".." among them, are written in numbers throughout. Never a name in `used`, which holds them
+/// folded, and gets this one. Nothing when there is no such name.
+std::optional<std::string> SafeFileName(const std::string& name, std::set<std::string>& used);
 
 }  // namespace mv::tool

@@ -44,5 +44,20 @@ TEST(ExportNames, NamesThatCannotBeTakenApartFail) {
             "there is no file name for table \"" + std::string(70, '?') + "\"");
 }
 
+TEST(SafeFileNameTest, NamesFromOutsideLeadNowhereElse) {
+  std::set<std::string> used;
+  EXPECT_EQ(SafeFileName("brnd_Fuel.pdb", used), "brnd_Fuel.pdb");
+  EXPECT_EQ(SafeFileName("BRND_fuel.pdb", used), "%42RND_fuel.pdb");
+  EXPECT_EQ(SafeFileName("..", used), "%2E%2E");
+  EXPECT_EQ(SafeFileName(".", used), "%2E");
+  EXPECT_EQ(SafeFileName("a. ", used), "%61%2E%20");
+  EXPECT_EQ(SafeFileName("..\\..\\x", used), "..%5C..%5Cx");
+  EXPECT_EQ(SafeFileName("../x", used), "..%2Fx");
+  EXPECT_EQ(SafeFileName("C:x", used), "C%3Ax");
+  EXPECT_EQ(SafeFileName("nul.txt", used), "%6Eul.txt");
+  EXPECT_EQ(SafeFileName("", used), std::nullopt);
+  EXPECT_EQ(SafeFileName(std::string(300, 'a'), used), std::nullopt);
+}
+
 }  // namespace
 }  // namespace mv::tool
