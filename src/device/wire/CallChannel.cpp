@@ -34,22 +34,33 @@ std::optional<ByteView> TcpCallChannel::Exchange(ByteView message, std::chrono::
     log_.Line(std::string("while a request was sent ") + ReasonOf(sent.status));
     return std::nullopt;
   }
-  const std::optional<ByteView> length = Receive(kLengthWord, limit);
-  if (!length) return std::nullopt;
-  const std::uint32_t size = LoadLittle<std::uint32_t>(length->data());
-  if (size <= kLongestReply) return Receive(size, limit);
-  log_.Line("a reply of " + std::to_string(size) + " bytes is none");
-  return std::nullopt;
+  return Receive(limit);
 }
 
-std::optional<ByteView> TcpCallChannel::Receive(std::size_t size, const WaitLimit& limit) {
-  if (buffer_.size() < size) buffer_.resize(size);
-  const ByteSpan bytes = ByteSpan(buffer_).first(size);
+/// Takes whatever is there: a reply mostly comes at once with its length word.
+std::optional<ByteView> TcpCallChannel::Receive(const WaitLimit& limit) {
+  std::size_t size = kLengthWord;
   std::size_t count = 0;
-  const SocketResult received = stream_.ReceiveExactly(bytes, count, limit);
-  if (received.IsDone()) return bytes;
-  log_.Line("after " + std::to_string(count) + " of " + std::to_string(size) + " bytes of a reply " +
-            ReasonOf(received.status));
+  while (count < size) {
+    std::size_t some = 0;
+    const SocketResult received = stream_.ReceiveSome(ByteSpan(buffer_).subspan(count), some, limit);
+    if (!received.IsDone()) {
+      log_.Line("after " + std::to_string(count) + " bytes of a reply " + ReasonOf(received.status));
+      return std::nullopt;
+    }
+    const bool hadLength = count >= kLengthWord;
+    count += some;
+    if (hadLength || count < kLengthWord) continue;
+    const std::uint32_t length = LoadLittle<std::uint32_t>(buffer_.data());
+    if (length > kLongestReply) {
+      log_.Line("a reply of " + std::to_string(length) + " bytes is none");
+      return std::nullopt;
+    }
+    size = kLengthWord + length;
+    if (buffer_.size() < size) buffer_.resize(size);
+  }
+  if (count == size) return ByteView(buffer_).subspan(kLengthWord, size - kLengthWord);
+  log_.Line("there is more than one reply");
   return std::nullopt;
 }
 

@@ -36,15 +36,18 @@ class TcpCallChannel : public CallChannel {
   std::optional<ByteView> Exchange(ByteView message, std::chrono::milliseconds time) override;
 
  private:
-  /// Receives `size` bytes into the buffer.
-  std::optional<ByteView> Receive(std::size_t size, const platform::WaitLimit& limit);
+  /// Room for a reply with a block of 64 KiB.
+  static constexpr std::size_t kUsualReply = 65536 + 64;
+
+  std::optional<ByteView> Receive(const platform::WaitLimit& limit);
   /// True when nothing has come that nobody asked for.
   bool IsQuiet();
 
   platform::TcpStream stream_;
   std::shared_ptr<platform::WakeUp> lost_;
   WireLog& log_;
-  Bytes buffer_;  ///< kept, because a new one for each block of a file would cost as much as receiving it
+  Bytes buffer_ =
+      Bytes(kUsualReply);  ///< kept, because a new one for each block of a file would cost as much as receiving it
 };
 
 }  // namespace mv::wire
