@@ -14,7 +14,8 @@ bool StartConnection(Rapi& rapi, std::chrono::milliseconds wait) {
   RAPIINIT init;
   init.cbSize = kStartUpRecordSize;
   if (rapi.CeRapiInitEx(init) != 0 || init.hrRapiInit != 0) return false;
-  if (rapi.WaitForSingleObject(init.heRapiInit, static_cast<std::uint32_t>(wait.count())) == rapi::kWaitTimeout) return false;
+  if (rapi.WaitForSingleObject(init.heRapiInit, static_cast<std::uint32_t>(wait.count())) == rapi::kWaitTimeout)
+    return false;
   return init.hrRapiInit == 0;
 }
 

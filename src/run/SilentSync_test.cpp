@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "base/NumberText.h"
+#include "run/RunLock.h"
 #include "support/ExpectError.h"
 #include "support/RunWorld.h"
 
@@ -169,6 +170,29 @@ TEST_F(SilentSyncTest, WithoutAHandheldThreeLinesAreWrittenAndNothingIsDone) {
   EXPECT_EQ(world_.ui.calls, (Calls{"hourglass", "messages", "pointer"}));
   EXPECT_TRUE(world_.database.calls.empty());
   EXPECT_TRUE(world_.settings.calls.empty());
+}
+
+TEST_F(SilentSyncTest, WhatMayStandInTheHandheldsWayIsTold) {
+  world_.rapi.initResult = -1;
+  Calls told;
+  world_.run.tell = [&](const std::string& line) { told.push_back(line); };
+  world_.run.obstacles = [] { return Calls{"the port is taken"}; };
+  Run();
+  ASSERT_EQ(told.size(), 2U);
+  EXPECT_EQ(told[1], "  the port is taken");
+}
+
+TEST_F(SilentSyncTest, RunBesideAnotherOneDoesNothingAndWritesNoLog) {
+  const auto other = RunLock::Take(world_.files, world_.state.settings.DesktopDBPath);
+  ASSERT_TRUE(other);
+  Calls told;
+  world_.run.tell = [&](const std::string& line) { told.push_back(line); };
+  EXPECT_EQ(Run(), ExitStatus::Stopped);
+  EXPECT_FALSE(world_.HasLog());
+  EXPECT_TRUE(world_.rapi.calls.empty());
+  EXPECT_EQ(told,
+            (Calls{"MVPPCSync: another run with \"C:\\Cars\\Motorva.db\" is going on, or something that no run may "
+                   "disturb; run again when it has ended"}));
 }
 
 TEST_F(SilentSyncTest, AnErrorStopsTheRunAtItsTable) {

@@ -11,6 +11,7 @@ import unittest
 from . import cases, merge
 from .test_faults import lock_held_elsewhere
 from .jetreaders import structure_findings
+from .network import NetworkWorld
 from .test_sync import lay_out, with_empty_template, without_dates
 from .windows import LIBRARY, PROGRAM, WindowsWorld, windows_path
 from .world import SILENT_TABLES, World
@@ -44,6 +45,20 @@ class WindowsEdition(unittest.TestCase):
         with_empty_template(self.linux, self.case)
         # Everything lies below a name that no code page holds: program, library, database, log and work folders.
         self.windows = WindowsWorld(os.path.join(folder.name, "windows \u00e9 \u0416 \U0001f697"), self.linux)
+
+    def test_synchronize_with_a_handheld_on_the_network_leaves_what_the_linux_edition_leaves(self):
+        for family, version in (("A", 1), ("B", 2)):
+            with self.subTest(family=family), tempfile.TemporaryDirectory() as folder:
+                network = NetworkWorld(folder, family)
+                network.handheld = self.windows.handheld
+                settings = {k: str(v) for k, v in network.handheld_settings.items()}
+                self.windows.write_settings(handheld=settings)
+                with network.simulator("--version", version):
+                    self.assertEqual(self.windows.sync(0), 0, self.windows.log_text())
+                self.assertEqual(self.linux.sync(0), 0)
+                for t in SILENT_TABLES:
+                    self.assertEqual(without_dates(self.windows.read_table(t)), without_dates(self.linux.read_table(t)), t)
+                self.assertEqual(self.windows.calls(), [], "the library is not asked")
 
     def logs(self):
         return (log_without_clock(self.linux, self.linux.folder),

@@ -39,9 +39,9 @@ class WindowsWorld(World):
         shutil.copy(LIBRARY, self.program_folder)
         self.calls_log = self.folder / "calls.log"
 
-    def write_settings(self, **extra):
-        """Into the registry; what a world before this one stored goes away."""
-        sections = {"General": {"DBPath": windows_path(self.folder)}, "PPC_Mobile": extra}
+    def write_settings(self, handheld=None, **extra):
+        """Into the registry; what a world before this one stored goes away. `handheld`: the section of that name."""
+        sections = {"General": {"DBPath": windows_path(self.folder)}, "PPC_Mobile": extra, "Handheld": handheld or {}}
         lines = ["Windows Registry Editor Version 5.00", "", f"[-{SETTINGS_KEY}]"]
         for section, values in sections.items():
             lines += ["", f"[{SETTINGS_KEY}\\{section}]"]
