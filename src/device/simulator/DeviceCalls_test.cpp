@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "support/Hex.h"
 #include "support/MemoryFileSystem.h"
 
@@ -399,6 +401,32 @@ TEST_F(DeviceCallsTest, StoreMayBeFullInTheMiddleOfAWrite) {
 }
 
 // ---- Both
+
+TEST_F(DeviceCallsTest, RequestsOfAnyBytesAreAnsweredAndReachNothingElse) {
+  std::mt19937 random(20240517);
+  const auto below = [&](std::size_t limit) { return random() % limit; };
+  const std::vector<Bytes> requests = {FromHex(kCreateV1),
+                                       FromHex(kOpenV1),
+                                       FromHex(kCreateV2),
+                                       FromHex(kOpenV2),
+                                       FromHex("00000000 01000000 01000000 09000000 \"\\..\\..\\x\" 0000"),
+                                       Bytes(40)};
+  files_.Put("D:\\x", {7});
+  for (const auto version : {wire::MessageVersion::V1, wire::MessageVersion::V2}) {
+    Begin(version);
+    for (int i = 0; i < 4000; ++i) {
+      Bytes request = requests[below(requests.size())];
+      request.erase(request.begin(), request.begin() + 4);  // the length word
+      request[0] = static_cast<std::uint8_t>(below(0x50));
+      for (std::size_t changes = below(4); changes > 0; --changes)
+        request[below(request.size())] = static_cast<std::uint8_t>(below(256));
+      request.resize(below(request.size() + 1));
+      EXPECT_GE(calls_->Answer(request).size(), 8U);
+    }
+  }
+  EXPECT_EQ(files_.Content("D:\\x"), Bytes{7});
+  EXPECT_EQ(files_.List("D:").size(), 2U);
+}
 
 TEST_F(DeviceCallsTest, NamesOfCallsAreThePublishedOnes) {
   EXPECT_EQ(DeviceCalls::NameOf(FromHex("06000000"), wire::MessageVersion::V1), "CeReadFile");
