@@ -70,7 +70,7 @@ class Peer {
   TcpStream stream;
 };
 
-/// A handheld that looks for the test.
+/// A handheld that looks for the test. Its files are looked at only when it has ended.
 class HandheldSimulatorTest : public ::testing::Test {
  protected:
   HandheldSimulatorTest() {
@@ -401,9 +401,9 @@ TEST_F(SimulatorMessageFaults, ReplyIsCutAtAnyByteAndTheCallWasCarriedOut) {
     calls.Send(kCreateFolder);
     EXPECT_EQ(FromHex(calls.Receive(12)).size(), bytes);
     calls.ExpectEnd();
+    simulator_.reset();
     EXPECT_TRUE(files_.FolderExists("D:\\root\\T"));
     files_.RemoveFolder("D:\\root\\T");
-    simulator_.reset();
   }
 }
 
@@ -412,8 +412,8 @@ TEST_F(SimulatorMessageFaults, RequestIsCutAndNotCarriedOut) {
     Peer calls = Begin(MessageFault::Kind::Cut, Direction::ToHandheld, bytes);
     calls.Send(kCreateFolder);
     calls.ExpectEnd();
-    EXPECT_FALSE(files_.FolderExists("D:\\root\\T"));
     simulator_.reset();
+    EXPECT_FALSE(files_.FolderExists("D:\\root\\T"));
   }
 }
 
@@ -432,8 +432,8 @@ TEST_F(SimulatorMessageFaults, MessagesComeTwice) {
   Peer calls = Begin(MessageFault::Kind::Twice, Direction::ToDesktop, 0);
   calls.Send(kCreateFolder);
   calls.Expect("08000000 00000000 01000000 08000000 00000000 01000000");
-  files_.RemoveFolder("D:\\root\\T");
   simulator_.reset();
+  files_.RemoveFolder("D:\\root\\T");
   calls = Begin(MessageFault::Kind::Twice, Direction::ToHandheld, 0);
   calls.Send(kCreateFolder);
   calls.Expect("08000000 00000000 01000000 08000000 b7000000 00000000");
