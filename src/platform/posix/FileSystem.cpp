@@ -12,6 +12,7 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "platform/posix/Descriptor.h"
 #include "platform/posix/Paths.h"
 
 namespace mv::platform {
@@ -56,22 +57,6 @@ Error ErrorFromErrno(int code, const std::string& native) {
       return Error(errors::kDeviceIo, "", "Device I/O error: " + std::generic_category().message(code));
   }
 }
-
-/// A file descriptor that closes itself.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int Number() const { return number_; }
-  bool IsOpen() const { return number_ >= 0; }
-
- private:
-  int number_;
-};
 
 class PosixFile : public File {
  public:

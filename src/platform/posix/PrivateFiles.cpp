@@ -9,6 +9,7 @@
 
 #include "base/Error.h"
 #include "platform/System.h"
+#include "platform/posix/Descriptor.h"
 #include "platform/posix/Paths.h"
 
 namespace mv::platform {
@@ -29,21 +30,6 @@ bool IsOwnFolder(const std::string& path) {
   return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() &&
          (status.st_mode & kOthers) == 0;
 }
-
-/// Closes what it holds.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int Number() const { return number_; }
-
- private:
-  int number_;
-};
 
 }  // namespace
 
@@ -67,7 +53,7 @@ void WritePrivateFile(const std::string& path, ByteView content) {
   const std::string native = NativePath(path);
   ::unlink(native.c_str());
   const Descriptor file(::open(native.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, kOwnersFile));
-  if (file.Number() < 0) throw CannotUse(path);
+  if (!file.IsOpen()) throw CannotUse(path);
   const ssize_t written = ::write(file.Number(), content.data(), content.size());
   if (written != static_cast<ssize_t>(content.size())) throw StandardError(errors::kDeviceIo, path);
 }
