@@ -20,10 +20,10 @@ constexpr std::string_view kClosing =
     "\nExit status: 0 done, 1 it failed (the message says why), 2 the command line\n"
     "was not understood.\n";
 
-std::array<Command, 15> Commands() {
-  return {ListCommand(),  ShowCommand(),     ExportCommand(),  CheckCommand(), CreateCommand(),
-          ApplyCommand(), TemplateCommand(), MakeCommand(),    DemoCommand(),  PreviewCommand(),
-          RunsCommand(),  ChangesCommand(),  RestoreCommand(), SendCommand(),  PruneCommand()};
+std::array<Command, 17> Commands() {
+  return {ListCommand(),   ShowCommand(),    ExportCommand(),   CheckCommand(), CreateCommand(), ApplyCommand(),
+          EncodeCommand(), DecodeCommand(),  TemplateCommand(), MakeCommand(),  DemoCommand(),   PreviewCommand(),
+          RunsCommand(),   ChangesCommand(), RestoreCommand(),  SendCommand(),  PruneCommand()};
 }
 
 bool AsksForHelp(std::string_view word) {
