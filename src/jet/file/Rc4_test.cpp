@@ -38,9 +38,8 @@ TEST(Rc4, KeyOfTheHeaderMaskGivesTheMask) {
 }
 
 TEST(Rc4, StreamsAreThoseOfAnotherProgrammer) {
-  const std::vector<unsigned> expected = testing::PageStream(0x6B39DAC7, 5000);
-  const Bytes stream = Rc4KeyStream(FromHex("C7 DA 39 6B"), expected.size());
-  for (std::size_t i = 0; i < expected.size(); ++i) ASSERT_EQ(stream[i], expected[i]) << i;
+  testing::PageStream expected(0x6B39DAC7);
+  for (const std::uint8_t byte : Rc4KeyStream(FromHex("C7 DA 39 6B"), 5000)) ASSERT_EQ(byte, expected.Next());
 }
 
 }  // namespace

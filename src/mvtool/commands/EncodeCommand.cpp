@@ -13,12 +13,12 @@ namespace {
 constexpr std::string_view kKey = "--key";
 
 constexpr std::string_view kHelp =
-    "  Encodes (\"encrypts\") a database: its pages cannot be read in the file any more,\n"
-    "  but every program that knows the format reads them, without a password. It\n"
-    "  hides what is in the file from a look at it, no more. All commands and runs\n"
+    "  Encodes (\"encrypts\") a database: a look into the file shows none of its texts\n"
+    "  any more. The key lies in the file, so programs that know the format read it\n"
+    "  without a password: it is a disguise, no protection. All commands and runs\n"
     "  work with encoded databases and leave them encoded.\n"
-    "    --key HEX8  the key of the pages, eight hexadecimal digits, not all 0; else a\n"
-    "                random one. Gives an encoded database another key\n";
+    "    --key HEX8  the key of the pages, eight hexadecimal digits, not all 0; else\n"
+    "                a random one. Gives an encoded database another key\n";
 
 std::uint32_t KeyFrom(const std::string& text) {
   constexpr std::size_t kDigits = 8;
