@@ -21,8 +21,8 @@ class Checker {
   Checker(ByteView file, Findings& findings, Report& report)
       : findings_(findings),
         report_(report),
-        pages_(file),
-        header_(pages_.At(0)),
+        header_(PageView(file.data(), kPageSize)),
+        pages_(file, header_.PageKey()),
         owners_(pages_.Count(), findings),
         rows_(pages_, findings),
         context_{pages_, header_, findings, owners_, rows_, report},
@@ -120,8 +120,8 @@ class Checker {
 
   Findings& findings_;
   Report& report_;
-  PageReader pages_;
   Header header_;
+  PageReader pages_;
   PageOwners owners_;
   DataPages rows_;
   Context context_;

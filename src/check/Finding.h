@@ -18,7 +18,7 @@ enum class Severity : std::uint8_t {
 
 /// What a finding is about; findings are counted and cut off by kind.
 enum class Kind : std::uint8_t {
-  File,        ///< of another kind, cut, encoded, with a password
+  File,        ///< of another kind, cut, with a password
   Header,      ///< page 0
   CommitWord,  ///< a writer stopped half-way
   Account,     ///< owners' identifiers in the catalog

@@ -94,8 +94,8 @@ std::array<std::uint8_t, 4> Header::Day() const {
   return bytes;
 }
 
-bool Header::IsEncoded() const {
-  return Word32(plain_, kPageKeyAt) != 0;
+std::uint32_t Header::PageKey() const {
+  return Word32(plain_, kPageKeyAt);
 }
 
 bool Header::HasPassword() const {
@@ -169,9 +169,7 @@ bool IsCheckable(ByteView file, Findings& findings) {
   if (version != 1) return refuse("a database of a later engine");
   if (file.size() < 2 * kPageSize) return refuse("too short for a database");
   if (file.size() > kMaxFileSize) return refuse("longer than the 2 GiB of a database");
-  const Header header(PageView(file.data(), kPageSize));
-  if (header.IsEncoded()) return refuse("an encoded (encrypted) database");
-  if (header.HasPassword()) return refuse("protected by a password");
+  if (Header(PageView(file.data(), kPageSize)).HasPassword()) return refuse("protected by a password");
   return true;
 }
 

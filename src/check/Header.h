@@ -23,7 +23,7 @@ using SortOrderBytes = std::array<std::uint8_t, 4>;
 /// | 0x18   | 8    | row addresses of the maps of free and of released pages, 1/0 and 1/1           |
 /// | 0x20   | 16   | definitions of MSysObjects, MSysACEs, MSysQueries, MSysRelationships: 2 to 5   |
 /// | 0x3C   | 2    | ANSI code page                                                                 |
-/// | 0x3E   | 4    | page key; not 0: pages are encoded                                             |
+/// | 0x3E   | 4    | page key; not 0: pages are encoded, see PageReader                             |
 /// | 0x42   | 40   | password, each 4 bytes XOR the whole days of the creation date                 |
 /// | 0x6A   | 4    | build number of the engine                                                     |
 /// | 0x6E   | 4    | sort order                                                                     |
@@ -37,7 +37,8 @@ class Header {
  public:
   explicit Header(PageView page);
 
-  bool IsEncoded() const;
+  /// 0: the pages are plain.
+  std::uint32_t PageKey() const;
   bool HasPassword() const;
   SortOrderBytes SortOrder() const;
   /// The account that a stored identifier of two bytes stands for; nothing for any other.
@@ -55,7 +56,7 @@ class Header {
 };
 
 /// What kind of file this is. False, with one finding that says so, when it cannot be checked: no database, one of
-/// another engine, encoded pages, above 2 GiB.
+/// another engine, with a password, above 2 GiB.
 bool IsCheckable(ByteView file, Findings& findings);
 
 }  // namespace mv::check

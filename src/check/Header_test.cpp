@@ -122,11 +122,12 @@ TEST_F(HeaderTest, FilesOfOtherKindsHaveOneFindingThatSaysWhatTheyAre) {
   EXPECT_EQ(FindingsIn(start), Lines{"damage: the file is too short for a database and cannot be checked"});
 }
 
-TEST_F(HeaderTest, EncodedFileCannotBeChecked) {
-  SetMasked16(0x3E, 1);
-  const Report report = CheckDatabase(file_.All());
-  EXPECT_FALSE(report.checked);
-  EXPECT_EQ(LinesOf(report), Lines{"damage: the file is an encoded (encrypted) database and cannot be checked"});
+TEST_F(HeaderTest, PageKeyIsReadBehindTheMask) {
+  EXPECT_EQ(Header(PageView(file_.Page(0), kPageSize)).PageKey(), 0U);
+  SetMasked16(0x3E, 0x5678);
+  SetMasked16(0x40, 0x1234);
+  EXPECT_EQ(Header(PageView(file_.Page(0), kPageSize)).PageKey(), 0x12345678U);
+  EXPECT_EQ(Check(), Lines());
 }
 
 TEST_F(HeaderTest, LengthThatIsNoMultipleOfAPageIsDamageAndTheWholePagesAreChecked) {

@@ -37,7 +37,11 @@ inline RowId RowAt(ByteView bytes, std::size_t at) {
 /// The whole pages of a file that somebody else keeps in memory. Bytes behind the last whole page are left out.
 class PageReader {
  public:
-  explicit PageReader(ByteView file) : file_(file), count_(static_cast<PageNumber>(file.size() / kPageSize)) {}
+  /// `pageKey`: what page 0 says that the pages are encoded with. Page n is XORed with the RC4 stream of the key XOR n,
+  /// 4 bytes little-endian. 0: they are plain; no copy is made of such a file.
+  PageReader(ByteView file, std::uint32_t pageKey);
+  PageReader(const PageReader&) = delete;
+  PageReader& operator=(const PageReader&) = delete;
 
   PageNumber Count() const { return count_; }
   /// True for a page that something may point to: 0 stands for "none" everywhere.
@@ -46,6 +50,7 @@ class PageReader {
   PageView At(PageNumber number) const { return PageView(file_.data() + std::size_t{number} * kPageSize, kPageSize); }
 
  private:
+  Bytes decoded_;  ///< the pages of an encoded file
   ByteView file_;
   PageNumber count_;
 };

@@ -62,6 +62,7 @@ std::unique_ptr<Database> Database::Open(platform::FileSystem& files, const std:
   CheckFileKind(path, pages->Read(0), std::uint64_t{pages->PageCount()} * kPageSize);
   const Header header = Header::FromPage(pages->Read(0));
   CheckAccess(path, header);
+  pages->UseKey(header.PageKey());
   if (mode == PageFile::Mode::ReadWrite) CheckWritable(path, header);
   auto database = std::make_unique<Database>(Key(), std::move(pages), std::move(sources));
   if (mode == PageFile::Mode::ReadWrite) CheckPageOwners(*database->pages_, database->TablesWithPages());

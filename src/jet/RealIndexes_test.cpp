@@ -80,21 +80,20 @@ class RealIndexes : public ::testing::Test {
       GTEST_SKIP() << "JET_SAMPLES does not name a folder of database files";
     }
     for (const auto& entry : std::filesystem::directory_iterator(*folder)) {
-      if (IsPlainJet4(entry.path())) samples_.push_back(entry.path());
+      if (IsJet4(entry.path())) samples_.push_back(entry.path());
     }
     std::sort(samples_.begin(), samples_.end());
     ASSERT_FALSE(samples_.empty()) << "no Jet 4 database in " << *folder;
   }
 
-  /// Jet 4, neither encoded nor with a password; those must all open.
-  static bool IsPlainJet4(const std::filesystem::path& path) {
+  /// Jet 4 without a password; those must all open.
+  static bool IsJet4(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
     Page start{};
     in.read(reinterpret_cast<char*>(start.data()), kPageSize);
     const std::string_view name(reinterpret_cast<const char*>(start.data()) + 4, 15);
     if (in.gcount() != kPageSize || name != "Standard Jet DB" || start[0x14] != 1) return false;
-    const Header header = Header::FromPage(start);
-    return header.PageKey() == 0 && !header.HasPassword();
+    return !Header::FromPage(start).HasPassword();
   }
 
   std::unique_ptr<Database> OpenCopy(const std::filesystem::path& sample, PageFile::Mode mode) {

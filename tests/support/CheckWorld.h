@@ -82,8 +82,8 @@ class FileBytes {
 class CheckWorld {
  public:
   explicit CheckWorld(const Bytes& file)
-      : pages_(file),
-        header_(pages_.At(0)),
+      : header_(check::PageView(file.data(), check::kPageSize)),
+        pages_(file, 0),
         owners_(pages_.Count(), findings_),
         rows_(pages_, findings_),
         context_{pages_, header_, findings_, owners_, rows_, report_},
@@ -103,8 +103,8 @@ class CheckWorld {
   }
 
  private:
-  check::PageReader pages_;
   check::Header header_;
+  check::PageReader pages_;
   check::Findings findings_;
   check::Report report_;
   check::PageOwners owners_;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "jet/Database.h"
+#include "support/EncodedDatabase.h"
 #include "support/JetDatabase.h"
 
 namespace mv::testing {
@@ -119,7 +120,7 @@ inline Bytes RelatedTables() {
 }
 
 inline std::vector<Bytes> JetSpecimens() {
-  return {PairOfTables(), TallTrees(), AllTypes(), RelatedTables()};
+  return {PairOfTables(), TallTrees(), AllTypes(), RelatedTables(), Encoded(PairOfTables(), 0xA1B2C3D4)};
 }
 
 }  // namespace mv::testing

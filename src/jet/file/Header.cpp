@@ -60,8 +60,7 @@ constexpr std::uint16_t kWrittenOnce = 0x0101;
 constexpr std::size_t kIdentifierKeyBytes = 40;
 
 void ApplyMask(Page& page) {
-  const Bytes mask = Rc4KeyStream(kMaskKey, kMaskSize);
-  for (std::size_t i = 0; i < kMaskSize; ++i) page[kMaskAt + i] ^= mask[i];
+  ApplyRc4(kMaskKey, ByteSpan(page).subspan(kMaskAt, kMaskSize));
 }
 
 /// Whole days of a creation date as the password is scrambled with; 0 for a date that no engine can have written.
@@ -138,6 +137,12 @@ Header Header::ForNewDatabase(Date created) {
   StoreLittle(bytes + kCommitWordsAt, kWrittenOnce);
   for (std::size_t i = 1; i < kCommitWords; ++i) StoreLittle(bytes + kCommitWordsAt + 2 * i, kNeverWritten);
   return Header(page);
+}
+
+Header Header::WithPageKey(std::uint32_t key) const {
+  Header header = *this;
+  StoreLittle(header.plain_.data() + kPageKeyAt, key);
+  return header;
 }
 
 Page Header::ToPage() const {
@@ -236,10 +241,6 @@ void CheckFileKind(const std::string& path, ByteView start, std::uint64_t length
 }
 
 void CheckAccess(const std::string& path, const Header& header) {
-  if (header.PageKey() != 0)
-    throw UnsupportedError("'" + path +
-                           "' is encoded (encrypted); decode it in Access, or copy its tables to a new "
-                           "database");
   if (!header.HasPassword()) return;
   throw Error(errors::kJetNotAValidPassword, "",
               "Not a valid password. '" + path + "' is protected by a password; remove it in Access.");

@@ -24,7 +24,7 @@ enum class Account { Admin, Users, Engine, Creator };
 ///   0x01C    4  row address of the released pages' map, 1/1
 ///   0x020  4x4  definition pages of the four system tables: 2, 3, 4, 5
 ///   0x03C    2  ANSI code page
-///   0x03E    4  page key, 0 = pages are plain
+///   0x03E    4  page key, 0 = pages are plain; see PageKey.h
 ///   0x042   40  password, UTF-16, each 4 bytes XOR the whole days of the creation date
 ///   0x06A    4  build number of the creating engine
 ///   0x06E    4  text sort order: u16 language, u8 id, u8 version
@@ -43,11 +43,14 @@ class Header {
   static Header FromPage(const Page& page);
   /// The header of an empty database of 16 pages.
   static Header ForNewDatabase(Date created);
+  /// This one with another page key.
+  Header WithPageKey(std::uint32_t key) const;
 
   /// The page as it is stored.
   Page ToPage() const;
 
   std::uint16_t CodePage() const;
+  /// What the other pages are encoded with, see PageKey.h; 0 = they are plain.
   std::uint32_t PageKey() const;
   std::uint32_t Build() const;
   SortOrder TextOrder() const;
@@ -76,8 +79,7 @@ class Header {
 /// when there are that many. Throws UnrecognizedFormatError, with a reason for each kind of file it knows.
 void CheckFileKind(const std::string& path, ByteView start, std::uint64_t length);
 
-/// Throws when the pages are encoded (UnsupportedError) or a password is set (-2147217843 "Not a valid password." and
-/// what to do about it).
+/// Throws when a password is set (-2147217843 "Not a valid password." and what to do about it).
 void CheckAccess(const std::string& path, const Header& header);
 
 /// Throws DamagedFileError when a commit word tells that the file must be repaired before anything is written to it,

@@ -8,6 +8,7 @@
 #include "base/Error.h"
 #include "jet/file/Header.h"
 #include "jet/file/JetErrors.h"
+#include "jet/file/PageKey.h"
 
 namespace mv::jet {
 namespace {
@@ -82,11 +83,14 @@ const Page& PageFile::Load(PageNumber number) const {
   if (!file_) throw FileInUseError(path_);
   std::array<std::uint8_t, kReadAhead * kPageSize> buffer;
   const std::size_t run = RunLength(number);
-  const std::size_t got = file_->ReadAt(FileOffset(number), ByteSpan(buffer).first(run * kPageSize));
-  if (got != run * kPageSize) throw DamagedFileError("page " + std::to_string(number) + " cannot be read");
+  const ByteSpan bytes = ByteSpan(buffer).first(run * kPageSize);
+  if (file_->ReadAt(FileOffset(number), bytes) != bytes.size()) {
+    throw DamagedFileError("page " + std::to_string(number) + " cannot be read");
+  }
+  ApplyPageKey(key_, number, bytes);
   for (std::size_t i = 0; i < run; ++i) {
     auto page = std::make_unique_for_overwrite<Page>();
-    std::memcpy(page->data(), buffer.data() + i * kPageSize, kPageSize);
+    std::memcpy(page->data(), bytes.data() + i * kPageSize, kPageSize);
     entries_[number + i].page = std::move(page);
   }
   loadedSinceShrunk_ += run;
@@ -196,12 +200,15 @@ void PageFile::ReadPages(PageNumber first, ByteSpan out) {
   ReadUnchanged(first, out);
   for (std::size_t i = 0; i < out.size() / kPageSize; ++i) {
     const Entry& entry = entries_[first + i];
-    if (entry.changed) std::memcpy(out.data() + i * kPageSize, entry.page->data(), kPageSize);
+    if (!entry.changed) continue;
+    const ByteSpan page = out.subspan(i * kPageSize, kPageSize);
+    std::memcpy(page.data(), entry.page->data(), kPageSize);
+    ApplyPageKey(key_, first + static_cast<PageNumber>(i), page);
   }
 }
 
-/// Fills `out` with what the file holds from page `first` on, as far as it reaches; the rest is left as it is. Reads
-/// nothing when every page of the piece has changed.
+/// Fills `out` with the bytes of the file from page `first` on, encoded or not, as far as it reaches; the rest is left
+/// as it is. Reads nothing when every page of the piece has changed.
 void PageFile::ReadUnchanged(PageNumber first, ByteSpan out) {
   const std::size_t count = first < fileCount_ ? std::min<std::size_t>(out.size() / kPageSize, fileCount_ - first) : 0;
   const auto isChanged = [](const Entry& entry) { return entry.changed; };

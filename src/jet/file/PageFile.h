@@ -51,6 +51,10 @@ class PageFile {
   PageFile(const PageFile&) = delete;
   PageFile& operator=(const PageFile&) = delete;
 
+  /// From now on pages are decoded as they are read, and encoded as a commit writes them (PageKey.h); in memory they
+  /// are always plain. `key`: that of the header. To be called before any page but the header is read.
+  void UseKey(std::uint32_t key) { key_ = key; }
+
   /// The path as it was given to Open or Create.
   const std::string& Path() const { return path_; }
   Mode OpenMode() const { return mode_; }
@@ -114,7 +118,7 @@ class PageFile {
   void DropOldContents();
   void CheckMayWrite() const;
   PagesToCommit ChangedPages();
-  /// The pages from `first` on as they are now, for a commit.
+  /// The pages from `first` on as they are now, as a commit writes them.
   void ReadPages(PageNumber first, ByteSpan out);
   void ReadUnchanged(PageNumber first, ByteSpan out);
   void ReopenAfterFailure();
@@ -126,6 +130,7 @@ class PageFile {
   Mode mode_;
   std::unique_ptr<platform::File> file_;  ///< nothing: a database that is not on disk yet, or one lost to somebody else
   PageNumber fileCount_ = 0;              ///< pages of ours in the file
+  std::uint32_t key_ = 0;                 ///< of the pages in the file
   mutable std::vector<Entry> entries_;    ///< by page number; loading a page changes nothing that callers can see
   mutable std::size_t loadedSinceShrunk_ = 0;
   std::size_t changedCount_ = 0;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string>
 
+#include "support/EncodedDatabase.h"
 #include "support/ExpectError.h"
 #include "support/MemoryFileSystem.h"
 #include "support/TempFolder.h"
@@ -16,6 +17,7 @@ using mv::testing::ErrorNumberOf;
 using mv::testing::ErrorOf;
 using mv::testing::MemoryFileSystem;
 using mv::testing::TempFolder;
+using mv::testing::WithKeyedPages;
 using Mode = PageFile::Mode;
 
 const char* const kPath = "C:\\data\\Motorva.db";
@@ -450,6 +452,108 @@ TEST_F(PageFileTest, DiscardInAStatementEndsIt) {
   file->Write(2).fill(0x66);
   file->Commit();
   EXPECT_EQ(files_.Content(kPath)[2 * kPageSize], 0x66);
+}
+
+// Encoded pages.
+
+constexpr std::uint32_t kKey = 0x12345678;
+
+class EncodedPageFileTest : public PageFileTest {
+ protected:
+  std::unique_ptr<PageFile> OpenEncoded(std::size_t pages) {
+    files_.Put(kPath, WithKeyedPages(FileOf(pages), kKey));
+    return OpenAgain();
+  }
+  std::unique_ptr<PageFile> OpenAgain(std::shared_ptr<Committer> committer = nullptr) {
+    auto file = PageFile::Open(files_, kPath, Mode::ReadWrite, std::move(committer));
+    file->UseKey(kKey);
+    return file;
+  }
+  Bytes PlainContent() const { return WithKeyedPages(files_.Content(kPath), kKey); }
+};
+
+TEST_F(EncodedPageFileTest, PagesAreReadPlainOneByOneAndInRuns) {
+  const auto file = OpenEncoded(100);
+  EXPECT_EQ(file->Read(0), PageOf(0));
+  EXPECT_EQ(file->Read(77), PageOf(77));
+  for (PageNumber number = 0; number < 100; ++number) EXPECT_EQ(file->Read(number), PageOf(number)) << number;
+  file->ShrinkTo(0);
+  EXPECT_EQ(file->Read(50), PageOf(50));
+}
+
+TEST_F(EncodedPageFileTest, CommitEncodesChangedAndNewPagesAndLeavesTheOthersAsTheyLie) {
+  const auto file = OpenEncoded(600);
+  const Bytes before = files_.Content(kPath);
+  file->Write(300).fill(0x55);
+  file->Write(file->Append()).fill(0x66);
+  file->Commit();
+
+  Bytes expected = FileOf(601);
+  std::fill_n(expected.begin() + 300 * kPageSize, kPageSize, std::uint8_t{0x55});
+  std::fill_n(expected.begin() + 600 * kPageSize, kPageSize, std::uint8_t{0x66});
+  EXPECT_EQ(PlainContent(), expected);
+  Bytes after = files_.Content(kPath);
+  std::copy_n(before.begin() + 300 * kPageSize, kPageSize, after.begin() + 300 * kPageSize);
+  after.resize(before.size());
+  EXPECT_EQ(after, before);
+}
+
+TEST_F(EncodedPageFileTest, PagesInMemoryStayPlainThroughCommits) {
+  const auto file = OpenEncoded(3);
+  file->Write(1).fill(0x55);
+  file->Commit();
+  EXPECT_EQ(file->Read(1)[4095], 0x55);
+  file->Write(2)[0] = 0x77;
+  file->Commit();
+  file->ShrinkTo(0);
+  EXPECT_EQ(file->Read(1)[0], 0x55);
+  EXPECT_EQ(file->Read(2)[0], 0x77);
+  EXPECT_EQ(file->Read(2)[1], 2);
+}
+
+TEST_F(EncodedPageFileTest, UndoneChangesLeaveThePagesAsTheyWere) {
+  const auto file = OpenEncoded(3);
+  file->Begin();
+  file->Write(1).fill(0x55);
+  file->Rollback();
+  EXPECT_EQ(file->Read(1), PageOf(1));
+  file->Write(2).fill(0x66);
+  file->Discard();
+  EXPECT_EQ(file->Read(2), PageOf(2));
+}
+
+TEST_F(EncodedPageFileTest, FailedCommitMayBeTriedAgain) {
+  const auto file = OpenEncoded(3);
+  const Bytes before = files_.Content(kPath);
+  file->Write(1).fill(0x55);
+  files_.FailWrite(1);
+  EXPECT_EQ(ErrorNumberOf([&] { file->Commit(); }), errors::kDiskFull);
+  EXPECT_EQ(files_.Content(kPath), before);
+  EXPECT_EQ(file->Read(1)[7], 0x55);
+  file->Commit();
+  EXPECT_EQ(PlainContent()[kPageSize], 0x55);
+  EXPECT_EQ(PlainContent()[2 * kPageSize], 2);
+}
+
+TEST_F(EncodedPageFileTest, CommitsIntoASpareFileAreTheSamePages) {
+  files_.Put(kPath, WithKeyedPages(FileOf(600), kKey));
+  Bytes expected = FileOf(600);
+  const auto committer = std::make_shared<Committer>(files_);
+  std::uint64_t written = 0;
+  for (PageNumber round = 0; round < 6; ++round) {
+    const auto file = OpenAgain(committer);
+    for (const PageNumber number : {3 + round, 500 - round}) {
+      file->Write(number)[9] = 0xEE;
+      expected[number * kPageSize + 9] = 0xEE;
+    }
+    file->Append();
+    expected.resize(expected.size() + kPageSize);
+    written = files_.BytesWritten();
+    file->Commit();
+    written = files_.BytesWritten() - written;
+  }
+  EXPECT_EQ(PlainContent(), expected);
+  EXPECT_EQ(written, 6 * kPageSize) << "the spare was not used";
 }
 
 TEST(PageFileOnDisk, CommitOverAFileOfThisMachineIsReadBackByTheNextOpening) {

@@ -20,10 +20,11 @@ constexpr std::string_view kClosing =
     "\nExit status: 0 done, 1 it failed (the message says why), 2 the command line\n"
     "was not understood.\n";
 
-std::array<Command, 17> Commands() {
-  return {ListCommand(),     ShowCommand(), ExportCommand(), CheckCommand(),    CreateCommand(), ApplyCommand(),
-          TemplateCommand(), MakeCommand(), DemoCommand(),   PreviewCommand(),  RunsCommand(),   ChangesCommand(),
-          RestoreCommand(),  SendCommand(), PruneCommand(),  HandheldCommand(), ListenCommand()};
+std::array<Command, 19> Commands() {
+  return {ListCommand(),  ShowCommand(),    ExportCommand(),   CheckCommand(),    CreateCommand(),
+          ApplyCommand(), EncodeCommand(),  DecodeCommand(),   TemplateCommand(), MakeCommand(),
+          DemoCommand(),  PreviewCommand(), RunsCommand(),     ChangesCommand(),  RestoreCommand(),
+          SendCommand(),  PruneCommand(),   HandheldCommand(), ListenCommand()};
 }
 
 bool AsksForHelp(std::string_view word) {

@@ -54,6 +54,8 @@ Command ApplyCommand();
 Command ExportCommand();
 Command CheckCommand();
 Command TemplateCommand();
+Command EncodeCommand();
+Command DecodeCommand();
 Command DemoCommand();
 Command RunsCommand();
 Command RestoreCommand();
