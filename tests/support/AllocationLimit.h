@@ -28,8 +28,11 @@ class AllocationLimit {
 
 }  // namespace mv::testing
 
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return size > mv::testing::AllocationLimit::Current() ? nullptr : std::malloc(size == 0 ? 1 : size);
+}
 void* operator new(std::size_t size) {
-  void* memory = size > mv::testing::AllocationLimit::Current() ? nullptr : std::malloc(size == 0 ? 1 : size);
+  void* const memory = operator new(size, std::nothrow);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
