@@ -135,6 +135,8 @@ void HistoryFolder::KeepCopy(const std::string& file, const std::string& kept) {
   auto source = files_.Open(file, platform::Access::Read, platform::Disposition::OpenExisting, platform::Sharing::Read);
   auto copy = files_.CreateStaged(kept, database_);
   platform::CopyContent(*source, *copy);
+  // What the entry's record says of the file is true of the copy too, also when the program is killed right after.
+  copy->TakeTimeOf(*source);
   copy->Sync();
   copy.reset();
   source.reset();

@@ -35,6 +35,7 @@ class RoomMaker::RoomyFile : public platform::File {
     maker_.WithRoom([&] { file_->Sync(); });
   }
   bool StampTime() override { return file_->StampTime(); }
+  bool TakeTimeOf(const platform::File& from) override { return file_->TakeTimeOf(from); }
   bool IsOpenHereOnly() override { return file_->IsOpenHereOnly(); }
   bool ShareContentOf(platform::File& from) override {
     auto* const roomy = dynamic_cast<RoomyFile*>(&from);

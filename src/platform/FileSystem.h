@@ -65,6 +65,11 @@ class File {
   /// Sets the time of the last write to an instant that no write after this one gets: the clock that the system takes
   /// these times from may stand still for milliseconds. False where that cannot be relied on.
   virtual bool StampTime() { return false; }
+  /// Sets the time of the last write to that of `from`. False where that cannot be done.
+  virtual bool TakeTimeOf(const File& from) {
+    static_cast<void>(from);
+    return false;
+  }
   /// True when it is certain that no other program has the file open, not even for reading and by whatever name.
   virtual bool IsOpenHereOnly() { return false; }
   /// Makes the content that of `from` without copying it: the two share their blocks until one is written to. False,

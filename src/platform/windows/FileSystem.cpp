@@ -113,6 +113,13 @@ class WindowsFile : public File {
            ::GetFileTime(handle_.Get(), nullptr, nullptr, &found) && ::CompareFileTime(&now, &found) == 0;
   }
 
+  bool TakeTimeOf(const File& from) override {
+    const auto* const other = dynamic_cast<const WindowsFile*>(&from);
+    FILETIME time = {};
+    return other != nullptr && ::GetFileTime(other->Get(), nullptr, nullptr, &time) &&
+           ::SetFileTime(handle_.Get(), nullptr, nullptr, &time);
+  }
+
   /// Our opens that share nothing are granted only while nobody else has the file open.
   bool IsOpenHereOnly() override { return sharesNothing_; }
 
