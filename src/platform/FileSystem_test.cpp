@@ -400,6 +400,19 @@ TEST_P(FileSystemTest, FolderOnADiskHasRoom) {
   EXPECT_GT(files_->FreeBytes(folder_.Path()), 0u);
 }
 
+TEST(FileSystemOnDisk, FileThatTookTheTimeOfAnotherHasTheSameFacts) {
+  const TempFolder folder;
+  const auto files = MakeFileSystem();
+  folder.Write("old", "x");
+  const auto old = files->Open(folder.File("old"), Access::ReadWrite, Disposition::OpenExisting, Sharing::All);
+  ASSERT_TRUE(old->StampTime());
+  const auto copy = files->Open(folder.File("copy"), Access::ReadWrite, Disposition::CreateAlways, Sharing::All);
+  copy->WriteAt(0, BytesOf("y"));
+  EXPECT_NE(files->FactsOf(folder.File("copy")), files->FactsOf(folder.File("old")));
+  ASSERT_TRUE(copy->TakeTimeOf(*old));
+  EXPECT_EQ(files->FactsOf(folder.File("copy")), files->FactsOf(folder.File("old")));
+}
+
 TEST(FileSystemOnDisk, LastWriteTimeCountsFrom1601AndFoldersHaveOne) {
   using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
   constexpr std::chrono::seconds kFrom1601To1970(11'644'473'600);
