@@ -28,6 +28,19 @@ TEST(TextTest, FoldCaseKnowsGreekAndCyrillic) {
   EXPECT_EQ(FoldCase("ЖЯЁ"), "жяё");
 }
 
+TEST(TextTest, FoldCaseChangesOfAsciiTheCapitalLettersOnly) {
+  std::string text;
+  std::string folded;
+  for (char c = 0; c < 0x7F; ++c) {
+    text += c;
+    folded += c >= 'A' && c <= 'Z' ? static_cast<char>(c + 0x20) : c;
+  }
+  for (std::size_t start = 0; start < 9; ++start) {
+    EXPECT_EQ(FoldCase(text.substr(start)), folded.substr(start)) << start;
+    EXPECT_EQ(FoldCase(text.substr(start) + "É" + text), folded.substr(start) + "é" + folded) << start;
+  }
+}
+
 TEST(TextTest, FoldCaseIsIdempotent) {
   for (char32_t c = 1; c < 0x3000; ++c) EXPECT_EQ(FoldCase(FoldCase(c)), FoldCase(c)) << std::hex << unsigned(c);
 }

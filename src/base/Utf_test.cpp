@@ -2,8 +2,37 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <random>
+#include <string>
+
 namespace mv {
 namespace {
+
+/// Text of runs of ASCII between characters of every length and lone surrogates.
+std::u16string RandomUnits(std::mt19937& random) {
+  constexpr char16_t kOthers[] = {0x80, 0xE9, 0x7FF, 0x800, 0x20AC, 0xFFFD, 0xD83D, 0xDE97, 0};
+  std::u16string units;
+  for (auto parts = random() % 6; parts > 0; --parts) {
+    for (auto run = random() % 80; run > 0; --run) units += static_cast<char16_t>('a' + run % 26);
+    for (auto others = random() % 3; others > 0; --others) units += kOthers[random() % std::size(kOthers)];
+  }
+  return units;
+}
+
+TEST(UtfTest, UnitsAsAFileHoldsThemGiveTheSameText) {
+  std::mt19937 random(20261122);
+  for (int i = 0; i < 2000; ++i) {
+    const std::u16string units = RandomUnits(random);
+    Bytes bytes(units.size() * 2 + i % 2, 0x41);  // an odd byte is left out
+    for (std::size_t at = 0; at < units.size(); ++at) {
+      bytes[2 * at] = static_cast<std::uint8_t>(units[at] & 0xFF);
+      bytes[2 * at + 1] = static_cast<std::uint8_t>(units[at] >> 8);
+    }
+    ASSERT_EQ(Utf8FromUtf16(ByteView(bytes)), Utf8FromUtf16(units)) << i;
+    ASSERT_EQ(Utf8FromUtf16(Utf16FromUtf8(Utf8FromUtf16(units))), Utf8FromUtf16(units)) << i;
+  }
+}
 
 TEST(UtfTest, Utf16RoundTripKeepsAstralCharacters) {
   const std::string text = "a é ™ 中 🚗";

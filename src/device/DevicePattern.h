@@ -6,7 +6,7 @@
 namespace mv {
 
 /// The last segment of a path that handhelds list by: "*" stands for any characters, "?" for one; "*.*" fits every
-/// name, with a dot or without, as it always has. Letters fit in either case.
+/// name, with a dot or without, because programs for handhelds ask for all files by it. Letters fit in either case.
 class DevicePattern {
  public:
   explicit DevicePattern(std::string_view pattern);

@@ -78,8 +78,35 @@ class JetConnectionTest : public ::testing::Test {
   /// Rows that a new connection finds.
   std::int64_t RowsOnDisk() { return Open()->OpenTable("Parts")->RecordCount(); }
 
+  /// Adds a row through a connection of its own, as a run does for each table; the bytes that this writes.
+  std::uint64_t BytesToAdd(JetDatabaseProvider& provider, const std::string& key) {
+    const std::uint64_t before = files_.BytesWritten();
+    const auto connection = provider.Open("Data Source=data.mdb");
+    Add(*connection->OpenTable("Parts"), key);
+    connection->Commit();
+    return files_.BytesWritten() - before;
+  }
+
   testing::MemoryFileSystem files_;
 };
+
+TEST_F(JetConnectionTest, TablesOfARunAreCommittedAtTheCostOfTheirChangesUntilItsEnd) {
+  {
+    const auto connection = Open();
+    const auto rows = connection->OpenTable("Parts");
+    for (int i = 0; i < 80'000; ++i) Add(*rows, "r" + std::to_string(i));
+    connection->Commit();
+  }
+  const std::size_t whole = files_.Content("data.mdb").size();
+  JetDatabaseProvider provider(files_);
+  EXPECT_GE(BytesToAdd(provider, "x"), whole);
+  EXPECT_GE(BytesToAdd(provider, "y"), whole);
+  EXPECT_LT(BytesToAdd(provider, "z"), 20 * kPageSize);
+  EXPECT_TRUE(files_.FileExists("data.mdb.writing"));
+  provider.Rest();
+  EXPECT_FALSE(files_.FileExists("data.mdb.writing"));
+  EXPECT_EQ(RowsOnDisk(), 80'004);
+}
 
 TEST_F(JetConnectionTest, OpenTableIgnoresCaseAndStartsAtTheFirstRow) {
   const auto connection = Open();

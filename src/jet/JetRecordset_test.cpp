@@ -386,6 +386,15 @@ TEST_F(JetRecordsetTest, EditOfARowThatWasDeletedMeanwhileCannotBeSaved) {
   EXPECT_EQ(Keys(), (Strings{"b", "c"}));
 }
 
+TEST_F(JetRecordsetTest, RowThatWasDeletedMeanwhileCannotBeReadAlthoughItWasReadBefore) {
+  AddThree();
+  JetRecordset one(Parts());
+  JetRecordset other(Parts());
+  EXPECT_EQ(one.FieldValue(0), Value(std::string("a")));
+  other.Delete();
+  EXPECT_EQ(ErrorNumberOf([&] { one.FieldValue(0); }), 3021);
+}
+
 TEST_F(JetRecordsetTest, FieldThatIsNotThereIsItemNotFound) {
   AddThree();
   JetRecordset rows(Parts());

@@ -293,6 +293,15 @@ TEST(PDBByteStreamTest, TextIsReadUpToItsTerminator) {
   EXPECT_EQ(pos, 5);
 }
 
+TEST(PDBByteStreamTest, ZeroInsideACharacterDoesNotEndTheText) {
+  const PDBByteStream stream = StreamOf("61 C3 00 62 00 63");
+  std::int32_t pos = 0;
+  std::string text;
+  stream.ByteToString(text, pos);
+  EXPECT_EQ(text, "aÀb");
+  EXPECT_EQ(pos, 5);
+}
+
 TEST(PDBByteStreamTest, TextWithoutATerminatorEndsWithTheArray) {
   const PDBByteStream stream = StreamOf("61 62");
   std::int32_t pos = 1;

@@ -122,6 +122,23 @@ TEST(MemoryRecordset, FieldsOfANewRowAreNullUntilAssigned) {
   EXPECT_TRUE(IsNull(rows.FieldValue(1)));
 }
 
+TEST(MemoryRecordset, RowAddedAtOnceIsTheCurrentOneAndFoundLikeAnyOther) {
+  MemoryRecordset rows = ThreeRows();
+  rows.MoveFirst();
+  rows.Find("KY_RECID='c'");  // there is an index from here on
+  rows.SetFieldValue(1, std::int32_t{7});
+  rows.AddRow({std::string("d")});
+  EXPECT_EQ(KeyOf(rows), "d");
+  EXPECT_EQ(rows.FieldValue(1), Value(Null())) << "a missing value is null";
+  EXPECT_EQ(KeysOf(rows), "abcd");
+  rows.MoveFirst();
+  rows.Find("KY_RECID='D'");
+  EXPECT_EQ(KeyOf(rows), "d");
+  rows.MoveFirst();
+  rows.Find("KY_RECID='c'");
+  EXPECT_EQ(rows.FieldValue(1), Value(std::int32_t{7})) << "the pending edit was saved first";
+}
+
 TEST(MemoryRecordset, AddNewDuringAnEditSavesItFirst) {
   MemoryRecordset rows = EmptyTable();
   rows.AddNew();

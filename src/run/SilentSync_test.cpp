@@ -195,6 +195,14 @@ TEST_F(SilentSyncTest, RunBesideAnotherOneDoesNothingAndWritesNoLog) {
                    "disturb; run again when it has ended"}));
 }
 
+TEST_F(SilentSyncTest, DatabasesRestWhenTheLastTableIsDoneAndWhenAnErrorStopsTheRun) {
+  Run();
+  EXPECT_EQ(world_.database.rests, 1);
+  world_.database.tables.erase("brnd_Fuel");
+  Run();
+  EXPECT_EQ(world_.database.rests, 2);
+}
+
 TEST_F(SilentSyncTest, AnErrorStopsTheRunAtItsTable) {
   world_.database.tables.erase("brnd_Fuel");
   EXPECT_EQ(Run(), ExitStatus::Stopped);

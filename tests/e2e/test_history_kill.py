@@ -15,7 +15,7 @@ import unittest
 from . import cases
 from .history import MODES, HistoryWorld
 from .jetreaders import structure_findings
-from .test_sync import lay_out, with_empty_template, without_dates
+from .test_sync import BALLAST, lay_out, with_empty_template, without_dates
 from .world import BIN, SILENT_TABLES
 
 KILLS = int(os.environ.get("MV_KILLS", "12")) // 2
@@ -32,7 +32,7 @@ class Kills(unittest.TestCase):
         self.rng = random.Random(SEED)
         self.case = cases.world_case(self.rng, 60)
         self.pattern = HistoryWorld(self.folder / "pattern")
-        lay_out(self.pattern, self.case)
+        lay_out(self.pattern, self.case, BALLAST)
         with_empty_template(self.pattern, self.case)
 
     def world(self, name):

@@ -11,7 +11,7 @@ import unittest
 
 from . import cases, merge
 from .jetreaders import structure_findings
-from .test_sync import comparable, lay_out, without_dates
+from .test_sync import BALLAST, comparable, lay_out, without_dates
 from .world import SILENT_TABLES, World
 
 KILLS = int(os.environ.get("MV_KILLS", "12"))
@@ -25,7 +25,7 @@ class KilledRuns(unittest.TestCase):
 
     def new_world(self, folder):
         world = World(folder)
-        lay_out(world, self.case)
+        lay_out(world, self.case, BALLAST)
         return world
 
     def killed_after(self, world, seconds):
@@ -67,6 +67,8 @@ class KilledRuns(unittest.TestCase):
                 self.check_whole(world, before, after)
                 self.assertEqual(world.sync(0), 0, world.log_text())
                 self.assertEqual(self.state(world), after)
+                beside = {name.name for name in world.database.parent.glob(world.database.name + "*")}
+                self.assertEqual(beside, {world.database.name}, "something is left beside the database")
         self.assertGreater(killed, 0, "no run was caught alive")
 
     def test_the_tables_of_the_test_do_change(self):

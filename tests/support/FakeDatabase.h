@@ -28,6 +28,8 @@ class FakeDatabase : public DatabaseProvider {
   std::map<std::string, FakeTable> tables;
   /// "open CONNECTION STRING", "table NAME", "commit", "close".
   std::vector<std::string> calls;
+  /// How often Rest was called.
+  int rests = 0;
   /// Runs at the start of each Commit.
   std::function<void()> onCommit;
   /// Errors that the next calls raise.
@@ -40,6 +42,7 @@ class FakeDatabase : public DatabaseProvider {
     if (openError) throw *openError;
     return std::make_unique<FakeConnection>(*this);
   }
+  void Rest() override { ++rests; }
 
  private:
   class FakeConnection;

@@ -121,6 +121,19 @@ TEST_P(RecordsetContract, FieldsAreFoundByNameInAnyCase) {
   EXPECT_EQ(Count(), Value(std::int32_t{7}));
 }
 
+TEST_P(RecordsetContract, PeekedFieldIsTheField) {
+  Open({"a", "b"});
+  Value room;
+  EXPECT_EQ(rows_->PeekField(kKey, room), Value(std::string("a")));
+  rows_->MoveNext();
+  EXPECT_EQ(rows_->PeekField(kKey, room), Value(std::string("b")));
+  rows_->SetFieldValue(kKey, std::string("c"));
+  EXPECT_EQ(rows_->PeekField(kKey, room), Value(std::string("c")));
+  rows_->AddNew();
+  EXPECT_EQ(rows_->PeekField(kCount, room), Value(Null()));
+  EXPECT_EQ(ErrorNumberOf([&] { rows_->PeekField(9, room); }), errors::kItemNotFound);
+}
+
 TEST_P(RecordsetContract, FieldThatIsNotThereRaises3265) {
   Open({"a"});
   EXPECT_EQ(ErrorNumberOf([&] { rows_->FieldValue("animal"); }), errors::kItemNotFound);

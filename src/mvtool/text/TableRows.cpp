@@ -5,8 +5,6 @@
 #include <vector>
 
 namespace mv::tool {
-namespace {}  // namespace
-
 void WriteRows(const jet::Table& table, RowFormat format, std::ostream& out) {
   std::vector<std::string> names;
   for (const jet::Column& column : table.Definition().columns) names.push_back(column.name);
