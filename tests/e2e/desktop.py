@@ -318,7 +318,10 @@ class App:
         self.probe.ask("post", self.child(window, text, **wanted)["hwnd"], BM_CLICK, 0, 0)
 
     def keys(self, window, *chords):
+        """Types into a window, once it is the one that gets what is typed: a window that another one has just given way
+        to may take some time for that, and what is typed before goes to nobody."""
         self.probe.ask("foreground", window["hwnd"])
+        wait_for(lambda: self.probe.ask("takeskeys", window["hwnd"]), f"the keyboard of {window['text']!r}")
         self.probe.ask("keys", *chords)
 
     def command(self, window, *path):

@@ -11,6 +11,7 @@
 //   focus                     the window that has the keyboard
 //   cursor                    number that stands for the pointer shown
 //   foreground HWND           makes a window the active one
+//   takeskeys HWND            whether that has taken effect: what is typed goes to the window
 //   place HWND X Y WIDE HIGH  moves and sizes a window
 //   redraw HWND               lets a window paint everything anew
 //   settext HWND TEXT         types nothing: sets a control's text (UTF-8)
@@ -250,6 +251,15 @@ std::string Focus() {
   return std::to_string(reinterpret_cast<LONG_PTR>(info.hwndFocus));
 }
 
+/// "true" once what is typed goes to the window: it is the active one, and it or a control of it has the focus.
+std::string TakesKeys(HWND window) {
+  GUITHREADINFO info = {};
+  info.cbSize = sizeof info;
+  ::GetGUIThreadInfo(0, &info);
+  const bool focused = info.hwndFocus == window || ::IsChild(window, info.hwndFocus);
+  return info.hwndActive == window && focused ? "true" : "false";
+}
+
 std::string SendOrPost(HWND window, std::istream& rest, bool post) {
   UINT message = 0;
   WPARAM wide = 0;
@@ -372,6 +382,7 @@ std::string OnWindow(const std::string& name, HWND window, std::istream& rest) {
   if (name == "tip") return TipOf(window, rest);
   if (name == "icon") return std::to_string(Send(window, STM_GETICON));
   if (name == "foreground") return std::to_string(::SetForegroundWindow(window));
+  if (name == "takeskeys") return TakesKeys(window);
   if (name == "place") return Place(window, rest);
   if (name == "redraw") return Redraw(window);
   if (name == "settext") return SetText(window, rest);
