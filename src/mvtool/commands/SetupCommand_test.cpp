@@ -50,11 +50,11 @@ class SetupCommandTest : public ::testing::Test {
 
 TEST_F(SetupCommandTest, AnAskedUserGetsSettingsADatabaseAndAFirstRunThatFillsIt) {
   EXPECT_EQ(Run({"setup"}, "C:\\Cars\n\nD:\\demo\\handheld\n\ny\n"), 1) << err_ << out_;
-  EXPECT_EQ(Stored("PPC_Mobile", "DesktopDBPath"), "C:\\Cars\\Motorva.db");
-  EXPECT_EQ(Stored("PPC_Mobile", "PCSyncDestPath"), "C:\\Cars\\sync\\dest");
-  EXPECT_EQ(Stored("PPC_Mobile", "SyncLogPath"), "C:\\Cars\\SyncLog.txt");
+  EXPECT_EQ(Stored("PPC_Mobile", "DesktopDBPath"), "C:/Cars/Motorva.db");
+  EXPECT_EQ(Stored("PPC_Mobile", "PCSyncDestPath"), "C:/Cars/sync/dest");
+  EXPECT_EQ(Stored("PPC_Mobile", "SyncLogPath"), "C:/Cars/SyncLog.txt");
   EXPECT_EQ(Stored("Handheld", "Connection"), "folder");
-  EXPECT_EQ(Stored("Handheld", "Root"), "D:\\demo\\handheld");
+  EXPECT_EQ(Stored("Handheld", "Root"), "D:/demo/handheld");
   EXPECT_EQ(files_.Content("C:\\Cars\\Motorva.db"), files_.Content("C:\\Motorva\\_20"));
   EXPECT_TRUE(Says("MVPPCSync -Mode2"));
   EXPECT_FALSE(Says("MVPPCSync -Mode0")) << "a Synchronize would empty the handheld";
@@ -78,7 +78,7 @@ TEST_F(SetupCommandTest, WhatElseTheSettingsHoldStays) {
   Run({"setup", "--database", "D:\\demo", "--root", "D:\\demo\\handheld", "--yes"});
   const Bytes content = files_.Content("C:\\config\\Motorva32.ini");
   EXPECT_TRUE(std::string(content.begin(), content.end()).starts_with("# mine\r\n[Handheld]\r\nWait=9\r\n"));
-  EXPECT_EQ(Stored("Handheld", "Root"), "D:\\demo\\handheld");
+  EXPECT_EQ(Stored("Handheld", "Root"), "D:/demo/handheld");
 }
 
 TEST_F(SetupCommandTest, TablesInAnotherFolderOfTheCardAreFound) {
@@ -116,7 +116,7 @@ TEST_F(SetupCommandTest, AFileThatIsNoDatabaseIsLeftAloneAndNoSettingIsWritten) 
 TEST_F(SetupCommandTest, WithoutATemplateAMissingDatabaseCannotBeMade) {
   files_.RemoveFile("C:\\Motorva\\_20");
   EXPECT_EQ(Run({"setup", "--database", "C:\\Cars", "--root", "D:\\demo\\handheld", "--yes"}), kOperationFailed);
-  EXPECT_EQ(err_, "mvtool: there is no \"C:\\Cars\\Motorva.db\", and no template \"C:\\Motorva\\_20\" to make it of\n");
+  EXPECT_EQ(err_, "mvtool: there is no \"C:/Cars/Motorva.db\", and no template \"C:\\Motorva\\_20\" to make it of\n");
 }
 
 // --- doctor ---------------------------------------------------------------------------------------------------------
