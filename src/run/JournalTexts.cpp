@@ -110,6 +110,12 @@ std::string LossStop(const std::string& loss, RunMode mode) {
          TextOfInteger(static_cast<std::int16_t>(mode)) + "\" shows the rows, and OnMassLoss=warn lets them go";
 }
 
+std::string LeftOutStop(const std::vector<std::string>& tables) {
+  return "Overwrite PC would empty these tables on the PC, and this run does not fill them: " + Joined(tables) +
+         ". Nothing was changed, as [Safety] OnMassLoss asks. The window's Overwrite PC takes all tables; "
+         "OnMassLoss=warn lets the rows go";
+}
+
 std::string UnfilledStop(const std::vector<std::string>& tables, const std::string& mode, const std::string& restore) {
   return "An Overwrite PC emptied these tables on the PC and has not filled them: " + Joined(tables) + ". " + mode +
          " would empty them on the handheld too, so nothing was changed. Run Overwrite PC again (the window's takes "

@@ -37,6 +37,8 @@ std::string NoReport(const Error& error);
 
 /// `loss`: what Loss says.
 std::string LossStop(const std::string& loss, RunMode mode);
+/// `tables`: what an Overwrite PC would empty and not fill.
+std::string LeftOutStop(const std::vector<std::string>& tables);
 /// `restore`: the run to go back to.
 std::string UnfilledStop(const std::vector<std::string>& tables, const std::string& mode, const std::string& restore);
 

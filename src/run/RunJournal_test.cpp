@@ -311,6 +311,24 @@ TEST_F(RunJournalTest, TablesThatTheRunDoesNotTakeDoNotStopIt) {
   EXPECT_EQ(Run(), ExitStatus::Success);
 }
 
+TEST_F(RunJournalTest, OverwritePcThatWouldEmptyATableItDoesNotFillStopsBeforeTheTemplateWhereTheSettingsAskForIt) {
+  world_.database.tables["brnd_Accessories"].rows = {RowOf("A", "x")};
+  world_.state.safety.stopsOnMassLoss = true;
+  EXPECT_EQ(Run(RunMode::OverwritePc), ExitStatus::Stopped);
+  EXPECT_EQ(world_.files.Content(kDatabase), (Bytes{1, 2, 3}));
+  EXPECT_FALSE(world_.files.FileExists(kUnfilled));
+  EXPECT_NE(Told().find("would empty these tables on the PC, and this run does not fill them: brnd_Accessories."),
+            std::string::npos)
+      << Told();
+  EXPECT_EQ(Run(), ExitStatus::Success) << "a Synchronize leaves the table alone";
+}
+
+TEST_F(RunJournalTest, OverwritePcPassesWhenTheTablesBesidesAreEmptyOrMissing) {
+  world_.database.tables.erase("brnd_AccItems");
+  world_.state.safety.stopsOnMassLoss = true;
+  EXPECT_EQ(Run(RunMode::OverwritePc), ExitStatus::Success) << Told();
+}
+
 TEST_F(RunJournalTest, OverwritePcFillsAndTakesTheMarkAway) {
   history::UnfilledTables(world_.files, kDatabase).Save({"brnd_Trip"});
   EXPECT_EQ(Run(RunMode::OverwritePc), ExitStatus::Success);
