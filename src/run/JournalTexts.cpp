@@ -56,9 +56,10 @@ std::string OtherColumns(const std::string& table, std::size_t number, const std
          shown(onHandheld) + " on the handheld; columns are matched by their place";
 }
 
-std::string OtherText(const std::string& table, std::int64_t rows, const std::string& firstKey) {
+std::string ComesBackChanged(const std::string& table, std::int64_t rows, const std::string& firstKey) {
   return table + ": " + TextOfInteger(rows) +
-         " rows hold characters that the handheld shows as \"?\", and would come back changed; the first is \"" +
+         " rows hold a text or a date that the handheld does not give back as it is (a character that it lacks, a date "
+         "before 1904); the first is \"" +
          firstKey + "\"";
 }
 

@@ -276,8 +276,8 @@ void RunJournal::EndMerge(Recordset& desktop) {
   Flush();
   InHistory([&] { archive_.SyncChanges(); });
   TakeCounts(changes_->Record());
-  if (changes_->RowsWithOtherText() > 0) {
-    Warn(journal_texts::OtherText(current_, changes_->RowsWithOtherText(), changes_->FirstWithOtherText()));
+  if (changes_->RowsThatChange() > 0) {
+    Warn(journal_texts::ComesBackChanged(current_, changes_->RowsThatChange(), changes_->FirstThatChanges()));
   }
   CheckLosses();
 }
