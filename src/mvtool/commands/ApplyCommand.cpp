@@ -111,12 +111,15 @@ void Apply(const Arguments& arguments, ToolContext& context) {
 Command ApplyCommand() {
   return {
       .name = "apply",
+      .group = CommandGroup::Files,
+      .summary = "changes rows of a table as JSON lines say",
       .help = kHelp,
       .rules = {.synopsis = "mvtool apply FILE.db TABLE [--keep] < LINES.jsonl",
                 .leastOperands = 2,
                 .mostOperands = 2,
                 .switches = {kKeep},
-                .settings = {}},
+                .settings = {},
+                .operands = {Operand::File, Operand::Table}},
       .run = &Apply,
   };
 }

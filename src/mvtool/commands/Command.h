@@ -37,11 +37,21 @@ struct ToolContext {
   int exitStatus = 0;
 };
 
+/// What commands are about, in the order in which help lists them.
+enum class CommandGroup { Start, Runs, Handheld, Files };
+
+/// The heading of a group.
+std::string_view NameOf(CommandGroup group);
+
 /// One command of the program. `run` writes its results to the context's `out` and throws mv::Error when it fails:
 /// UsageError when the arguments make no sense together, anything else when the work cannot be done.
 struct Command {
   std::string_view name;
-  std::string_view help;  ///< what it does, in lines of up to 80 characters; shown below the synopsis
+  CommandGroup group;
+  std::string_view summary;  ///< what it does in a few words that follow its name: "lists the runs"
+  /// What it does in full, shown below the synopsis: lines of up to 80 characters, indented by two; those of options
+  /// by four ("    --csv  as CSV", at least two blanks before what it does). Manual pages are made of it, too.
+  std::string_view help;
   ArgumentRules rules;
   void (*run)(const Arguments& arguments, ToolContext& context);
 };
@@ -65,6 +75,9 @@ Command ChangesCommand();
 Command PreviewCommand();
 Command HandheldCommand();
 Command ListenCommand();
+
+/// All commands, in the order of help.
+std::vector<Command> Commands();
 
 /// Exit statuses of the program.
 inline constexpr int kSucceeded = 0;

@@ -184,13 +184,17 @@ void Handheld(const Arguments& arguments, ToolContext& context) {
 Command HandheldCommand() {
   return {
       .name = "handheld",
+      .group = CommandGroup::Handheld,
+      .summary = "looks into the handheld, copies its files, plays one",
       .help = kHelp,
       .rules = {.synopsis = "mvtool handheld info | ls [PATH] | get PATH FILE | put FILE PATH |\n"
                             "                backup FOLDER [PATH] | simulate ROOT",
                 .leastOperands = 1,
                 .mostOperands = 3,
                 .switches = {kForce, kJson},
-                .settings = {"--family", "--version", "--password", "--address", "--desktop", "--port", "--cut"}},
+                .settings = {"--family", "--version", "--password", "--address", "--desktop", "--port", "--cut"},
+                .operands = {Operand::Word, Operand::File, Operand::File},
+                .words = {"info", "ls", "get", "put", "backup", "simulate"}},
       .run = &Handheld,
   };
 }

@@ -62,12 +62,15 @@ void Make(const Arguments& arguments, ToolContext& context) {
 Command MakeCommand() {
   return {
       .name = "make",
+      .group = CommandGroup::Files,
+      .summary = "makes a table file from JSON lines",
       .help = kHelp,
       .rules = {.synopsis = "mvtool make FILE.pdb [--force] < LINES.jsonl",
                 .leastOperands = 1,
                 .mostOperands = 1,
                 .switches = {kForce},
-                .settings = {}},
+                .settings = {},
+                .operands = {Operand::File}},
       .run = &Make,
   };
 }
