@@ -89,10 +89,10 @@ std::string_view NameOf(CommandGroup group) {
 
 std::vector<Command> Commands() {
   return {
-      SetupCommand(),    DoctorCommand(), DemoCommand(),   PreviewCommand(),  RunsCommand(),   ChangesCommand(),
-      RestoreCommand(),  SendCommand(),   PruneCommand(),  HandheldCommand(), ListenCommand(), ListCommand(),
-      ShowCommand(),     CheckCommand(),  ExportCommand(), ApplyCommand(),    CreateCommand(), MakeCommand(),
-      TemplateCommand(), EncodeCommand(), DecodeCommand(),
+      SetupCommand(),   DoctorCommand(), DemoCommand(),  PreviewCommand(),  RunsCommand(),   ChangesCommand(),
+      RestoreCommand(), SendCommand(),   PruneCommand(), HandheldCommand(), ListenCommand(), ListCommand(),
+      ShowCommand(),    SchemaCommand(), CheckCommand(), DiffCommand(),     ExportCommand(), ImportCommand(),
+      ApplyCommand(),   CreateCommand(), MakeCommand(),  TemplateCommand(), EncodeCommand(), DecodeCommand(),
   };
 }
 
@@ -100,15 +100,16 @@ int RunTool(std::span<const std::string> words, ToolContext& context) {
   try {
     Dispatch(words, context);
     context.out.flush();
-    if (!context.out) return Report(context.err, "the output could not be written", kOperationFailed);
+    if (!context.out) return Report(context.err, "the output could not be written", context.failureStatus);
     return context.exitStatus;
   } catch (const Error& error) {
     context.out.flush();
-    return Report(context.err, error.Description(), error.Number() == kWrongUsage ? kNotUnderstood : kOperationFailed);
+    return Report(context.err, error.Description(),
+                  error.Number() == kWrongUsage ? kNotUnderstood : context.failureStatus);
   } catch (const std::exception& error) {
     // Out of memory, for the most part.
     context.out.flush();
-    return Report(context.err, error.what(), kOperationFailed);
+    return Report(context.err, error.what(), context.failureStatus);
   }
 }
 

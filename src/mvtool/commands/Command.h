@@ -38,6 +38,8 @@ struct ToolContext {
   std::function<std::optional<std::string>()> autoStart = {};
   /// What the program ends with when a command succeeds whose result is more than that.
   int exitStatus = 0;
+  /// What it ends with when the command fails: another one where 1 is a result.
+  int failureStatus = 1;
 };
 
 /// What commands are about, in the order in which help lists them.
@@ -66,6 +68,9 @@ Command ShowCommand();
 Command CreateCommand();
 Command MakeCommand();
 Command ApplyCommand();
+Command ImportCommand();
+Command DiffCommand();
+Command SchemaCommand();
 Command ExportCommand();
 Command CheckCommand();
 Command TemplateCommand();

@@ -75,14 +75,8 @@ struct RowFaults {
   bool quote = false;
   std::string tooLong;  ///< name of a column; empty for none
   bool beyond = false;
-  bool otherText = false;
+  bool changed = false;
 };
-
-bool ComesBackOther(const Value& value, const Value& handheld) {
-  const auto* const text = std::get_if<std::string>(&value);
-  const auto* const back = std::get_if<std::string>(&handheld);
-  return text != nullptr && back != nullptr && *text != *back;
-}
 
 RowFaults FaultsOf(const KeyedRow& row, const std::vector<FieldDefinition>& fields) {
   RowFaults faults;
@@ -95,11 +89,10 @@ RowFaults FaultsOf(const KeyedRow& row, const std::vector<FieldDefinition>& fiel
       continue;
     }
     if (!HandheldTypeOf(fields[i].type)) continue;  // the column itself is a fault
-    const auto handheld = HandheldForm(fields[i].type, value);
-    if (!handheld) {
+    if (!HandheldForm(fields[i].type, value)) {
       faults.beyond = true;
-    } else if (ComesBackOther(value, *handheld)) {
-      faults.otherText = true;
+    } else if (ComesBackChanged(value)) {
+      faults.changed = true;
     }
   }
   return faults;
@@ -125,14 +118,14 @@ void DiagnoseRows(const RowSet& rows, const std::string& table, Diagnoses& diagn
   Tally quotes;
   Tally longTexts;
   Tally beyond;
-  std::int64_t otherTexts = 0;
-  std::string firstOther;
+  std::int64_t changed = 0;
+  std::string firstChanged;
   rows.ForEachLeft([&](const KeyedRow& row) {
     const RowFaults faults = FaultsOf(row, rows.Fields());
     if (faults.quote) quotes.Add(journal_texts::QuoteInKey(table, row.key));
     if (!faults.tooLong.empty()) longTexts.Add(journal_texts::LongText(table, row.key, faults.tooLong));
     if (faults.beyond) beyond.Add(journal_texts::BeyondHandheld(table, row.key));
-    if (faults.otherText && otherTexts++ == 0) firstOther = row.key;
+    if (faults.changed && changed++ == 0) firstChanged = row.key;
   });
   const auto report = [&](const Tally& tally, const char* advice) {
     if (tally.Count() > 0) diagnoses.push_back(Broken("rows", tally.Text(), advice));
@@ -140,9 +133,9 @@ void DiagnoseRows(const RowSet& rows, const std::string& table, Diagnoses& diagn
   report(quotes, "take the quote out of the key on the PC");
   report(longTexts, "shorten the text on the PC");
   report(beyond, "correct the value on the PC");
-  if (otherTexts > 0) {
-    diagnoses.push_back(Doubtful("rows", journal_texts::OtherText(table, otherTexts, firstOther),
-                                 "write these characters in another way where they matter"));
+  if (changed > 0) {
+    diagnoses.push_back(Doubtful("rows", journal_texts::ComesBackChanged(table, changed, firstChanged),
+                                 "write these values in another way where they matter"));
   }
   if (rows.Count() > table_format::kMostRecords) {
     diagnoses.push_back(Broken("rows", table + ": it has " + std::to_string(rows.Count()) + " rows",
