@@ -60,8 +60,17 @@ Backup MakeBackup(const RunContext& run, const std::string& database) {
   return backup;
 }
 
+/// Its errors have the path as their source.
+std::unique_ptr<platform::File> OpenToCopy(const RunContext& run, const std::string& path) {
+  try {
+    return jet::OpenDatabaseFile(run.files, path, jet::DatabaseAccess::Read);
+  } catch (const Error& error) {
+    throw Error(error.Number(), path, error.Description());
+  }
+}
+
 void CopyDatabase(const RunContext& run, const std::string& database, Backup& backup) {
-  const auto source = jet::OpenDatabaseFile(run.files, database, jet::DatabaseAccess::Read);
+  const auto source = OpenToCopy(run, database);
   platform::CopyContent(*source, backup.file->Contents());
   backup.file->FinishNew();
 }
@@ -72,7 +81,7 @@ template <typename BeforeTemplate>
 void LayTemplateOver(const RunContext& run, const std::string& database, std::span<const SyncTable> tables,
                      BeforeTemplate beforeTemplate) {
   const std::string path = JoinPath(run.programFolder, kTemplateName);
-  const Bytes content = platform::ReadWhole(*jet::OpenDatabaseFile(run.files, path, jet::DatabaseAccess::Read));
+  const Bytes content = platform::ReadWhole(*OpenToCopy(run, path));
   CheckTemplate(run, path, content, tables);
   beforeTemplate();
   run.files.WriteWhole(database, content);

@@ -42,6 +42,21 @@ void RequirePrivate(const std::string& path) {
                 "\"; only its owner shall have rights to it");
 }
 
+std::vector<std::string> ObstaclesOfFolder(const platform::FileSystem& files, const std::string& root) {
+  const std::string folder = "\"" + root + "\", the Root of [Handheld],";
+  if (!files.FolderExists(root)) return {folder + " is no folder: put the card in and mount it, or correct Root"};
+  try {
+    if (!files.List(root).empty()) return {};
+  } catch (const Error& error) {
+    return {folder + " cannot be read (" + error.Description() + "): check your rights to it"};
+  }
+  return {folder + " is empty, as a mount point without its card is: put the card in and mount it"};
+}
+
+std::vector<std::string> NothingChosen() {
+  return {"the settings name no handheld: \"mvtool setup\" asks for it, or Root of [Handheld] names its folder"};
+}
+
 }  // namespace
 
 HandheldWay WayTo(const HandheldSettings& settings, bool systemHasRapi) {
@@ -75,11 +90,13 @@ ChosenHandheld ChooseHandheld(const HandheldSettings& settings, const HandheldSo
       chosen.folder = folder.get();
       chosen.rapi = std::move(folder);
       chosen.way = "folder";
+      chosen.obstacles = [&files = sources.files, root = settings.root] { return ObstaclesOfFolder(files, root); };
       break;
     }
     case HandheldWay::Library:
       chosen.rapi = sources.makeSystemRapi();
       chosen.way = "the system's remote API";
+      if (!sources.systemHasRapi) chosen.obstacles = NothingChosen;
       break;
     case HandheldWay::Network: {
       auto network = std::make_unique<wire::WireRapi>(WireOptionsOf(settings, sources.files));
@@ -93,6 +110,7 @@ ChosenHandheld ChooseHandheld(const HandheldSettings& settings, const HandheldSo
 }
 
 std::vector<std::string> ObstaclesOf(const ChosenHandheld& handheld) {
+  if (handheld.obstacles) return handheld.obstacles();
   if (handheld.network == nullptr) return {};
   const wire::WireStatus status = handheld.network->Status();
   std::vector<std::string> obstacles = status.problems;

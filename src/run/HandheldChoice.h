@@ -21,6 +21,8 @@ struct ChosenHandheld {
   wire::WireRapi* network = nullptr;  ///< the same, when it is on the network
   std::string way;                    ///< for people: "folder", "the system's remote API", "network"
   std::chrono::milliseconds wait{};   ///< how long it has to answer
+  /// Why it may not answer, a line each, as far as that shows outside of it; null where nothing does.
+  std::function<std::vector<std::string>()> obstacles = {};
 };
 
 /// What a choice is made from.

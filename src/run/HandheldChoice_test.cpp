@@ -42,6 +42,26 @@ TEST_F(HandheldChoiceTest, FolderComesFirstThenTheLibraryThenTheNetwork) {
   EXPECT_EQ(Kind(false), "folder");
 }
 
+TEST_F(HandheldChoiceTest, AFolderThatCannotAnswerSaysWhy) {
+  settings_.root = "D:\\card";
+  EXPECT_EQ(
+      ObstaclesOf(Choose(false)),
+      std::vector<std::string>{"\"D:\\card\", the Root of [Handheld], is no folder: put the card in and mount it, or "
+                               "correct Root"});
+  files_.CreateFolders("D:\\card");
+  EXPECT_EQ(
+      ObstaclesOf(Choose(false)),
+      std::vector<std::string>{"\"D:\\card\", the Root of [Handheld], is empty, as a mount point without its card "
+                               "is: put the card in and mount it"});
+  files_.Put("D:\\card\\a.txt", {1});
+  EXPECT_TRUE(ObstaclesOf(Choose(false)).empty());
+}
+
+TEST_F(HandheldChoiceTest, WithoutAnyHandheldInTheSettingsThatIsSaid) {
+  EXPECT_EQ(ObstaclesOf(Choose(false)).size(), 1u);
+  EXPECT_TRUE(ObstaclesOf(Choose(true)).empty()) << "the library may have one";
+}
+
 TEST_F(HandheldChoiceTest, WayThatIsSetIsTaken) {
   settings_.root = "D:\\card";
   settings_.way = HandheldWay::Network;

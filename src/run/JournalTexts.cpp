@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/NumberText.h"
+#include "base/Text.h"
 
 namespace mv::journal_texts {
 namespace {
@@ -26,11 +27,11 @@ std::string AdviceFor(std::int32_t number) {
       {errors::kOverflow, "a value is beyond what table files hold: shorten or correct it, then run again"},
       {errors::kOutOfMemory, "close other programs and run again"},
       {errors::kSubscriptOutOfRange, "the handheld's file of this table is damaged: see docs/user/recovery.md"},
-      {errors::kFileNotFound, "check that the database and the template _20 are there"},
+      {errors::kFileNotFound, "check that the database and the template _20 are there; \"mvtool doctor\" tells"},
       {errors::kDiskFull, "make room on the disk and run again"},
       {errors::kPermissionDenied, "close the program that has the file open and run again"},
-      {errors::kPathFileAccess, "check the paths in the settings and your rights to them"},
-      {errors::kPathNotFound, "check the paths in the settings"},
+      {errors::kPathFileAccess, "check the paths in the settings and your rights to them; \"mvtool doctor\" tells"},
+      {errors::kPathNotFound, "check the paths in the settings; \"mvtool doctor\" tells"},
       {errors::kRecordsetArgument, "take the quote out of the key on the PC and run again"},
   }};
   for (const auto& [known, advice] : kAdvice) {
@@ -93,6 +94,11 @@ std::string CannotCompare(const std::string& table, const std::string& side, con
          "), so the report cannot tell what it loses";
 }
 
+std::string LogBesideProgram(const std::string& log) {
+  return "the sync log is \"" + log +
+         "\", beside the program, where an update may remove it; \"mvtool setup --log FILE\" moves it";
+}
+
 std::string NoHistory(const Error& error) {
   return "the history of this run cannot be written (" + error.Description() + "); it cannot be undone with mvtool";
 }
@@ -132,9 +138,12 @@ std::string ErrorText(const Error& error) {
 std::string StoppedLine(const std::string& table, const Error& error, const std::string& database) {
   const bool own = error.Number() == errors::kOperationFailed;
   const bool inUse = error.Number() == errors::kPermissionDenied;
-  const std::string what = inUse ? "\"" + database + "\" is in use" : (own ? error.Description() : ErrorText(error));
+  // Some errors name the file that they are about as their source.
+  const std::string file = FolderLength(error.Source()) > 0 ? error.Source() : std::string();
+  const std::string held = "\"" + (file.empty() ? database : file) + "\" is in use";
+  const std::string what = inUse ? held : (own ? error.Description() : ErrorText(error));
   return std::string(kProgram) + "stopped" + (table.empty() ? "" : " at table " + table) + ": " + what +
-         (own ? "" : "; " + AdviceFor(error.Number()));
+         (inUse || file.empty() ? "" : " (" + file + ")") + (own ? "" : "; " + AdviceFor(error.Number()));
 }
 
 std::string FailedTable(const history::TableRecord& table) {
@@ -145,6 +154,14 @@ std::string FailedTable(const history::TableRecord& table) {
 std::string TablesFailedLine(const std::string& tables) {
   return std::string(kProgram) + tables +
          "; close Motorva Mobile Edition on the handheld, check the card and its free space, and run again";
+}
+
+std::string NoSettings(const std::string& place) {
+  return "there are no settings in \"" + place + "\": \"mvtool setup\" asks for database and handheld and writes them";
+}
+
+std::string MistypedSetting(const std::string& unknown, const std::string& meant) {
+  return "the setting " + unknown + " is none and has no effect; did you mean " + meant + "?";
 }
 
 std::string OtherRunLine(const std::string& database) {

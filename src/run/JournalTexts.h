@@ -30,6 +30,7 @@ std::string UnfilledMet(const std::vector<std::string>& tables);
 std::string LeftOverRestore(const std::string& run);
 std::string NotTaken(const std::vector<std::string>& tables);
 std::string CannotCompare(const std::string& table, const std::string& side, const Error& error);
+std::string LogBesideProgram(const std::string& log);
 std::string NoHistory(const Error& error);
 std::string NoReport(const Error& error);
 
@@ -51,6 +52,10 @@ std::string FailedTable(const history::TableRecord& table);
 /// `tables`: FailedTable of each, joined.
 std::string TablesFailedLine(const std::string& tables);
 std::string NoHandheldLine();
+/// `place`: where settings were looked for.
+std::string NoSettings(const std::string& place);
+/// `unknown` and `meant`: "[Handheld] Rooot".
+std::string MistypedSetting(const std::string& unknown, const std::string& meant);
 std::string OtherRunLine(const std::string& database);
 
 }  // namespace mv::journal_texts

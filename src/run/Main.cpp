@@ -83,6 +83,8 @@ std::optional<ExitStatus> Enter(const EntryContext& entry) {
 void ReportUnloggedError(const Error& error, std::ostream& errors) {
   errors << "MVPPCSync: " << error.Source() << (error.Source().empty() ? "" : ": ")
          << "Error: " << TextOfInteger(error.Number()) << " has occurred. Description: " << error.Description() << "\n";
+  if (error.Number() == errors::kOutOfMemory) return;
+  errors << "MVPPCSync: \"mvtool doctor\" looks at settings and paths and says what to do\n";
 }
 
 std::optional<ExitStatus> Main(const EntryContext& entry) {

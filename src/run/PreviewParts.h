@@ -84,6 +84,8 @@ class ReadOnlySettings : public SettingsStore {
     return settings_.GetSetting(application, section, key);
   }
   void SaveSetting(const std::string&, const std::string&, const std::string&, const std::string&) override {}
+  std::vector<SettingName> Names(const std::string& application) override { return settings_.Names(application); }
+  std::string PlaceOf(const std::string& application) const override { return settings_.PlaceOf(application); }
 
  private:
   SettingsStore& settings_;

@@ -106,6 +106,7 @@ void RunJournal::Begin() {
   record_.settings = SettingsUsed(run_.state.settings);
   record_.unfilled = unfilled_;
   WarnOfLeftOverRestore();
+  WarnOfLogBesideProgram();
   keepsHistory_ = run_.state.history.keep > 0;
   if (run_.room != nullptr) run_.room->Serve(record_.databasePath, {});
   InHistory([&] {
@@ -134,6 +135,15 @@ void RunJournal::RequireEmptyTablesBesides() {
   if (!run_.state.safety.stopsOnMassLoss) return;
   const std::vector<std::string> filled = FilledTablesBesides(run_, tables_);
   if (!filled.empty()) throw Failure(journal_texts::LeftOutStop(filled));
+}
+
+/// Nobody who chose the place needs to be told.
+void RunJournal::WarnOfLogBesideProgram() {
+  const Settings& settings = run_.state.settings;
+  const bool isBeside = settings.SyncLogPath == JoinPath(run_.programFolder, "SyncLog.txt");
+  if (settings.SyncLog == 0 || !isBeside) return;
+  if (run_.settings.GetSetting(kSettingsApplication, "PPC_Mobile", "SyncLogPath")) return;
+  Warn(journal_texts::LogBesideProgram(settings.SyncLogPath));
 }
 
 void RunJournal::RequireFilledTables() {

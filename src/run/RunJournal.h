@@ -82,6 +82,7 @@ class RunJournal {
   void CheckColumns(const std::string& table, const std::vector<FieldDefinition>& handheld,
                     const std::vector<FieldDefinition>& desktop);
   void WarnOfLeftOverRestore();
+  void WarnOfLogBesideProgram();
   void RequireFilledTables();
   void RequireEmptyTablesBesides();
   void CheckLosses();

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "base/Text.h"
 #include "pdb/RecordFlags.h"
 #include "run/SilentSync.h"
 #include "support/RunWorld.h"
@@ -150,7 +151,26 @@ TEST_F(RunJournalTest, AStopIsToldInOneLineWithItsTableAlsoWithoutALog) {
   EXPECT_EQ(LastRecord().error, "Error -2147217865: No table 'brnd_Fuel'.");
 }
 
+TEST_F(RunJournalTest, AMissingTemplateIsNamedWithItsPath) {
+  world_.files.RemoveFile("C:\\Motorva\\_20");
+  EXPECT_EQ(Run(RunMode::OverwritePc), ExitStatus::Stopped);
+  EXPECT_NE(Told().find("\\_20); check that the database and the template _20 are there"), std::string::npos) << Told();
+}
+
+TEST_F(RunJournalTest, ALogThatLiesBesideTheProgramByDefaultIsAWarning) {
+  world_.state.settings.SyncLogPath = JoinPath(world_.run.programFolder, "SyncLog.txt");
+  world_.files.CreateFolders(world_.run.programFolder);
+  Run();
+  EXPECT_NE(Told().find("beside the program"), std::string::npos) << Told();
+  EXPECT_NE(LastRecord().warnings.front().find("beside the program"), std::string::npos);
+  told_.clear();
+  world_.settings.Put("PPC_Mobile", "SyncLogPath", world_.state.settings.SyncLogPath);
+  Run();
+  EXPECT_EQ(Told().find("beside the program"), std::string::npos) << "that is where its user wants it";
+}
+
 TEST_F(RunJournalTest, AMissingHandheldIsToldAndMakesNoEntry) {
+  world_.settings.Put("Handheld", "Root", "D:\\card");
   world_.rapi.initResult = -1;
   EXPECT_EQ(Run(), ExitStatus::NoHandheld);
   EXPECT_EQ(told_.size(), 1u);
@@ -235,7 +255,8 @@ TEST_F(RunJournalTest, TextThatComesBackChangedIsWarnedOfWhenItIsSent) {
   world_.database.tables[kTable].rows = {RowOf("A", "\xCE\xA9")};
   Run();
   ExpectWarning(
-      "brnd_Fuel: 1 rows hold a text or a date that the handheld does not give back as it is (a character that it lacks, "
+      "brnd_Fuel: 1 rows hold a text or a date that the handheld does not give back as it is (a character that it "
+      "lacks, "
       "a date before 1904); the first is \"A\"");
 }
 

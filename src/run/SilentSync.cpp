@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "config/KnownSettings.h"
 #include "config/Settings.h"
 #include "run/CurrentError.h"
 #include "run/JournalTexts.h"
@@ -20,11 +21,27 @@ void Tell(const RunContext& run, const std::string& line) {
   if (run.tell) run.tell(line);
 }
 
+void TellObstacles(const RunContext& run) {
+  if (!run.obstacles) return;
+  for (const std::string& obstacle : run.obstacles()) Tell(run, "  " + obstacle);
+}
+
+/// What may be wrong with the settings, for a user who thinks that they name a handheld.
+void TellDoubtsAboutSettings(const RunContext& run) {
+  const std::vector<SettingName> names = run.settings.Names(kSettingsApplication);
+  if (names.empty()) Tell(run, "  " + journal_texts::NoSettings(run.settings.PlaceOf(kSettingsApplication)));
+  for (const SettingName& name : names) {
+    const auto meant = IsKnown(name) ? std::nullopt : MeantBy(name);
+    if (!meant) continue;
+    Tell(run, "  " + journal_texts::MistypedSetting("[" + name.section + "] " + name.key,
+                                                    std::string("[") + meant->section + "] " + meant->key));
+  }
+}
+
 ExitStatus ReportNoHandheld(const RunContext& run) {
   Tell(run, journal_texts::NoHandheldLine());
-  if (run.obstacles) {
-    for (const std::string& obstacle : run.obstacles()) Tell(run, "  " + obstacle);
-  }
+  TellObstacles(run);
+  TellDoubtsAboutSettings(run);
   LogLines(run.log, log_texts::NoHandheld(NowText(run)));
   run.ui.SetHourglass(false);
   run.connection.DisconnectDevice();
@@ -47,6 +64,8 @@ ExitStatus RunTables(const RunContext& run, RunJournal& journal, Tables tables) 
   const ExitStatus status = allSucceeded ? ExitStatus::Success : ExitStatus::TablesFailed;
   journal.End(status, nullptr);
   if (!allSucceeded) Tell(run, journal_texts::TablesFailedLine(journal.FailedTables()));
+  // An empty mount point answers like a handheld without tables.
+  if (run.state.TablesSynchronized == 0) TellObstacles(run);
   return status;
 }
 

@@ -177,9 +177,32 @@ TEST_F(SilentSyncTest, WhatMayStandInTheHandheldsWayIsTold) {
   Calls told;
   world_.run.tell = [&](const std::string& line) { told.push_back(line); };
   world_.run.obstacles = [] { return Calls{"the port is taken"}; };
+  world_.settings.Put("Handheld", "Root", "D:\\card");
   Run();
   ASSERT_EQ(told.size(), 2U);
   EXPECT_EQ(told[1], "  the port is taken");
+}
+
+TEST_F(SilentSyncTest, AHandheldThatHasNoTableAtAllIsAskedForItsObstaclesToo) {
+  Calls told;
+  world_.run.tell = [&](const std::string& line) { told.push_back(line); };
+  world_.run.obstacles = [] { return Calls{"the card is not in"}; };
+  for (const std::string& table : kSilentTables) world_.rapi.Remove(RunWorld::DevicePath(table));
+  EXPECT_EQ(Run(), ExitStatus::TablesFailed);
+  EXPECT_EQ(told.back(), "  the card is not in");
+}
+
+TEST_F(SilentSyncTest, WithoutAHandheldMissingAndMistypedSettingsAreTold) {
+  world_.rapi.initResult = -1;
+  Calls told;
+  world_.run.tell = [&](const std::string& line) { told.push_back(line); };
+  Run();
+  EXPECT_EQ(
+      told.back(),
+      "  there are no settings in \"the settings\": \"mvtool setup\" asks for database and handheld and writes them");
+  world_.settings.Put("Handheld", "Rooot", "D:\\card");
+  Run();
+  EXPECT_EQ(told.back(), "  the setting [Handheld] Rooot is none and has no effect; did you mean [Handheld] Root?");
 }
 
 TEST_F(SilentSyncTest, RunBesideAnotherOneDoesNothingAndWritesNoLog) {

@@ -2,6 +2,7 @@
 #include <optional>
 #include <ostream>
 
+#include "config/Settings.h"
 #include "mvtool/commands/Command.h"
 #include "mvtool/commands/Overwriting.h"
 #include "mvtool/demo/DemoFolder.h"
@@ -15,7 +16,8 @@ constexpr std::string_view kRows = "--rows";
 constexpr std::string_view kHelp =
     "  Lays out made-up data to try a run on: a folder that stands for the handheld\n"
     "  with its thirteen tables, a Motorva.db that differs from it in all the ways a\n"
-    "  run has to settle, and a settings file that names both. The same each time.\n"
+    "  run has to settle, and a settings file that names both (on Windows one for the\n"
+    "  registry). The same each time.\n"
     "    --rows N  N rows a table (1 to 32000), for measuring: a tenth modified on\n"
     "              the handheld, a hundredth deleted, and a hundredth of new ones\n"
     "    --force   lays out into a folder that is not empty; replaces the files of an\n"
@@ -39,6 +41,19 @@ void RequireUsableFolder(const platform::FileSystem& files, const std::string& f
   throw Failure("the folder \"" + folder + "\" is not empty; --force replaces an earlier demo in it");
 }
 
+/// Where settings are in a registry, a file of them is of use only once it is imported.
+void PrintSettings(const DemoPaths& paths, const std::string& root, ToolContext& context) {
+  const std::string place =
+      context.openSettings ? context.openSettings()->PlaceOf(kSettingsApplication) : std::string();
+  if (!place.starts_with("HKEY_")) {
+    context.out << "settings folder    " << paths.config << '\n';
+    return;
+  }
+  WriteRegistryFile(context.files, root, place);
+  context.out << "settings file      " << paths.registry << "\nTo run with it: reg import \"" << paths.registry
+              << "\" (it replaces your own settings)\n";
+}
+
 void Demo(const Arguments& arguments, ToolContext& context) {
   const DemoPlan plan = PlanOf(arguments);
   const std::string& folder = arguments.Operand(0);
@@ -47,8 +62,8 @@ void Demo(const Arguments& arguments, ToolContext& context) {
   const std::string root = context.files.RealPath(folder);
   LayOutDemo(context.files, root, plan);
   const DemoPaths paths(root);
-  context.out << "desktop database   " << paths.database << "\nhandheld tables    " << paths.tables
-              << "\nsettings folder    " << paths.config << '\n';
+  context.out << "desktop database   " << paths.database << "\nhandheld tables    " << paths.tables << '\n';
+  PrintSettings(paths, root, context);
 }
 
 }  // namespace

@@ -55,7 +55,10 @@ TEST_F(HandheldCommandTest, InfoTellsTheWayAndWhatIsKnown) {
 TEST_F(HandheldCommandTest, HandheldThatDoesNotAnswerIsSaid) {
   settings_.Put("Handheld", "Root", "D:\\none");
   EXPECT_EQ(Handheld({"ls"}), kOperationFailed);
-  EXPECT_EQ(err_, "mvtool: the handheld does not answer\n");
+  EXPECT_EQ(
+      err_,
+      "mvtool: the handheld does not answer\n  \"D:\\none\", the Root of [Handheld], is no folder: put the card in and "
+      "mount it, or correct Root\n");
 }
 
 TEST_F(HandheldCommandTest, MistypedSettingIsNamed) {

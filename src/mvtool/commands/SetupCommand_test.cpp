@@ -2,6 +2,7 @@
 
 #include <sstream>
 
+#include "base/Utf.h"
 #include "config/IniSettingsStore.h"
 #include "mvtool/commands/Command.h"
 #include "mvtool/demo/DemoFolder.h"
@@ -117,6 +118,28 @@ TEST_F(SetupCommandTest, WithoutATemplateAMissingDatabaseCannotBeMade) {
   files_.RemoveFile("C:\\Motorva\\_20");
   EXPECT_EQ(Run({"setup", "--database", "C:\\Cars", "--root", "D:\\demo\\handheld", "--yes"}), kOperationFailed);
   EXPECT_EQ(err_, "mvtool: there is no \"C:/Cars/Motorva.db\", and no template \"C:\\Motorva\\_20\" to make it of\n");
+}
+
+// --- demo -----------------------------------------------------------------------------------------------------------
+
+TEST_F(SetupCommandTest, ADemoForARegistryHasAFileToImport) {
+  class RegistryLike : public IniSettingsStore {
+   public:
+    using IniSettingsStore::IniSettingsStore;
+    std::string PlaceOf(const std::string&) const override { return "HKEY_CURRENT_USER\\Settings\\Motorva32"; }
+  };
+  std::istringstream in;
+  std::ostringstream out;
+  std::ostringstream err;
+  ToolContext context{in, out, err, files_, clock_};
+  context.openSettings = [this] { return std::make_unique<RegistryLike>(files_, config_); };
+  ASSERT_EQ(RunTool(std::vector<std::string>{"demo", "D:\\two"}, context), kSucceeded) << err.str();
+  EXPECT_NE(out.str().find("reg import \"D:/two/settings.reg\""), std::string::npos) << out.str();
+  const Bytes content = files_.Content("D:\\two\\settings.reg");
+  EXPECT_EQ(Bytes(content.begin(), content.begin() + 4), (Bytes{0xFF, 0xFE, 'W', 0}));
+  const std::string text = Utf8FromUtf16(ByteView(content).subspan(2));
+  EXPECT_NE(text.find("\r\n[HKEY_CURRENT_USER\\Settings\\Motorva32\\PPC_Mobile]\r\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("\"PDADBPath\"=\"\\\\Program Files\\\\Motorva\"\r\n"), std::string::npos) << text;
 }
 
 // --- doctor ---------------------------------------------------------------------------------------------------------

@@ -1,10 +1,12 @@
 #include "mvtool/demo/DemoFolder.h"
 
 #include <initializer_list>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "base/Utf.h"
 #include "config/IniSettingsStore.h"
 #include "config/Settings.h"
 #include "mvtool/demo/SampleDatabase.h"
@@ -36,18 +38,61 @@ TableFileHeader HeaderOf(const jet::TableSpec& table) {
   return header;
 }
 
-void WriteSettings(platform::FileSystem& files, const std::string& root, const DemoPaths& paths) {
+Settings SettingsOf(const DemoPaths& paths) {
   Settings settings;
   settings.DesktopDBPath = paths.database;
   settings.PDADBPath = "\\Program Files\\Motorva";
   settings.PCSyncSourcePath = paths.source;
   settings.PCSyncDestPath = paths.dest;
   settings.SyncLogPath = paths.log;
-  IniSettingsStore store(files, paths.config);
+  return settings;
+}
+
+void SaveAll(SettingsStore& store, const std::string& root, const DemoPaths& paths) {
   store.SaveSetting(kSettingsApplication, "General", "DBPath", root);
   store.SaveSetting(kSettingsApplication, "Handheld", "Root", paths.handheld);
-  SaveSettings(store, settings);
+  SaveSettings(store, SettingsOf(paths));
 }
+
+/// Settings as the lines of a registry file, in the order in which they are saved.
+class RegistryFile : public SettingsStore {
+ public:
+  explicit RegistryFile(std::string place) : place_(std::move(place)) {}
+
+  std::optional<std::string> GetSetting(const std::string&, const std::string&, const std::string&) override {
+    return std::nullopt;
+  }
+  void SaveSetting(const std::string&, const std::string& section, const std::string& key,
+                   const std::string& text) override {
+    if (section != section_) lines_ += "\r\n[" + place_ + "\\" + section + "]\r\n";
+    section_ = section;
+    lines_ += "\"" + key + "\"=\"" + Escaped(text) + "\"\r\n";
+  }
+
+  /// UTF-16, little-endian, as the registry editor writes it.
+  Bytes Content() const {
+    Bytes content = {0xFF, 0xFE};
+    for (const char16_t unit : Utf16FromUtf8("Windows Registry Editor Version 5.00\r\n" + lines_)) {
+      content.push_back(static_cast<std::uint8_t>(unit & 0xFF));
+      content.push_back(static_cast<std::uint8_t>(unit >> 8));
+    }
+    return content;
+  }
+
+ private:
+  static std::string Escaped(const std::string& text) {
+    std::string escaped;
+    for (const char character : text) {
+      if (character == '\\' || character == '"') escaped += '\\';
+      escaped += character;
+    }
+    return escaped;
+  }
+
+  std::string place_;
+  std::string section_;
+  std::string lines_;
+};
 
 }  // namespace
 
@@ -58,7 +103,15 @@ DemoPaths::DemoPaths(const std::string& root)
       source(Below(root, {"sync", "source"})),
       dest(Below(root, {"sync", "dest"})),
       log(Below(root, {"SyncLog.txt"})),
-      config(Below(root, {"config"})) {}
+      config(Below(root, {"config"})),
+      registry(Below(root, {"settings.reg"})) {}
+
+void WriteRegistryFile(platform::FileSystem& files, const std::string& root, const std::string& place) {
+  const DemoPaths paths(root);
+  RegistryFile file(place);
+  SaveAll(file, root, paths);
+  files.WriteWhole(paths.registry, file.Content());
+}
 
 void WriteTableFile(platform::FileSystem& files, const std::string& path, const DemoTable& table) {
   const FixedClock clock;
@@ -78,7 +131,8 @@ void LayOutDemo(platform::FileSystem& files, const std::string& root, const Demo
     WriteTableFile(files, Below(paths.tables, {table.design.name + ".pdb"}), table);
   }
   database->Commit();
-  WriteSettings(files, root, paths);
+  IniSettingsStore store(files, paths.config);
+  SaveAll(store, root, paths);
 }
 
 }  // namespace mv::tool
