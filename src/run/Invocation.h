@@ -14,10 +14,12 @@ struct Invocation {
   std::optional<RunMode> silentMode;
   /// The words of a command line that is no mode switch. They are no error: such a start opens the window.
   std::vector<std::string> unknownWords;
+  /// The window shall be shown on the terminal. Only the Linux edition can.
+  bool terminal = false;
 };
 
 /// `commandLine` is the arguments joined by blanks. A silent run is asked for by "-MODE0", "-MODE1" or "-MODE2" in any
-/// case, blanks at the ends aside, and by nothing else.
+/// case, blanks at the ends aside, and by nothing else; the terminal by "--terminal" likewise.
 Invocation ParseInvocation(const std::string& commandLine);
 
 }  // namespace mv
