@@ -46,6 +46,13 @@ sigset_t Only(int signal) {
   return signals;
 }
 
+/// Those that wait to be fetched.
+void Discard(const sigset_t& signals) {
+  const timespec now = {};
+  while (::sigtimedwait(&signals, nullptr, &now) > 0) {
+  }
+}
+
 bool HasValue(const char* variable) {
   return !EnvironmentVariable(variable).value_or("").empty();
 }
@@ -95,6 +102,8 @@ class PosixTerminal : public Terminal {
   }
   ~PosixTerminal() override {
     if (InForeground()) ::tcsetattr(STDIN_FILENO, TCSADRAIN, &found_);
+    // A second Ctrl-C, or a pipe without a reader, shall not take effect now.
+    Discard(Signals());
     ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
   }
 
@@ -133,10 +142,7 @@ class PosixTerminal : public Terminal {
     const bool done = RunPager(bytes);
     Adopt();
     // A Ctrl-C was meant for that program.
-    const sigset_t interrupt = Only(SIGINT);
-    const timespec now = {};
-    while (::sigtimedwait(&interrupt, nullptr, &now) > 0) {
-    }
+    Discard(Only(SIGINT));
     return done;
   }
 
