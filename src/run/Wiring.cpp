@@ -18,7 +18,7 @@ namespace {
 /// The device modules know neither the log nor the window.
 DeviceHooks MakeHooks(SyncLog& log, UserInterface& ui) {
   return {[&log](const std::string& line) { log.WriteLogLine(line, false); }, [&ui] { ui.AdvanceSpinner(false); },
-          [&ui] { ui.SetHourglass(true); }, [&ui] { ui.ProcessMessages(); }};
+          [&ui] { ui.SetHourglass(true); }, [&ui] { ui.ProcessMessages(); }, [&ui] { return ui.Closed(); }};
 }
 
 }  // namespace
