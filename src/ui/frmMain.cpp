@@ -81,6 +81,9 @@ void frmMain::AddProgressLine(const std::string& text) {
 
 void frmMain::AdvanceSpinner(bool reset) {
   if (!Open()) return;
+  const auto now = services_.now();
+  if (!reset && now < nextFrame_) return;
+  nextFrame_ = now + kFrameTime;
   spinnerFrame_ = reset ? 0 : (spinnerFrame_ + 1) % frmMainView::kSpinnerFrames;
   view_->ShowSpinnerFrame(spinnerFrame_);
   ProcessMessages();

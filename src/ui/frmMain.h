@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -40,7 +41,10 @@ class frmMain : public MainWindow, public UserInterface {
     std::string version;
     /// Makes an interactive run. Must not raise.
     std::function<void()> startRun;
+    std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
   };
+
+  static constexpr std::chrono::milliseconds kFrameTime{50};
 
   frmMain(Toolkit& toolkit, Services services);
   ~frmMain() override;
@@ -59,6 +63,8 @@ class frmMain : public MainWindow, public UserInterface {
   // UserInterface
   void SetStatus(const std::string& text) override;
   void AddProgressLine(const std::string& text) override;
+  /// A frame is shown, and messages are handled, when kFrameTime has gone by since the last one. Runs call this by
+  /// bytes and records, thousands of times in a second.
   void AdvanceSpinner(bool reset) override;
   MessageAnswer ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
                             MessageIcon icon) override;
@@ -95,6 +101,7 @@ class frmMain : public MainWindow, public UserInterface {
   frmAbout about_;
   std::unique_ptr<frmMainView> view_;  ///< null until the window is shown
   int spinnerFrame_ = 0;
+  std::chrono::steady_clock::time_point nextFrame_ = {};
   bool hourglass_ = false;  ///< the window opens under the pointer that was set before
   bool running_ = false;
   bool closed_ = false;
