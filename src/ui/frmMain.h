@@ -45,6 +45,7 @@ class frmMain : public MainWindow, public UserInterface {
   };
 
   static constexpr std::chrono::milliseconds kFrameTime{50};
+  static constexpr std::chrono::milliseconds kMessageTime{10};
 
   frmMain(Toolkit& toolkit, Services services);
   ~frmMain() override;
@@ -69,6 +70,8 @@ class frmMain : public MainWindow, public UserInterface {
   MessageAnswer ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
                             MessageIcon icon) override;
   void SetHourglass(bool on) override;
+  /// During a run messages are handled when kMessageTime has gone by since the last time: a run calls this after every
+  /// few records, and a look costs more than they do.
   void ProcessMessages() override;
   bool Closed() const override { return closed_; }
 
@@ -90,6 +93,7 @@ class frmMain : public MainWindow, public UserInterface {
  private:
   /// True while there is a window that can show something.
   bool Open() const { return view_ && !closed_; }
+  void HandleMessages();
   void EnableStart(bool enabled);
   void EnableCommands(bool enabled);
   bool LogIsReadable() const;
@@ -102,6 +106,7 @@ class frmMain : public MainWindow, public UserInterface {
   std::unique_ptr<frmMainView> view_;  ///< null until the window is shown
   int spinnerFrame_ = 0;
   std::chrono::steady_clock::time_point nextFrame_ = {};
+  std::chrono::steady_clock::time_point nextMessages_ = {};
   bool hourglass_ = false;  ///< the window opens under the pointer that was set before
   bool running_ = false;
   bool closed_ = false;

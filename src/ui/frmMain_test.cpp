@@ -212,6 +212,35 @@ TEST_F(frmMainTest, TheSpinnerAdvancesByTimeHoweverOftenItIsAsked) {
   EXPECT_EQ(toolkit_.CallsThatStart("messages").size(), 20u);
 }
 
+TEST_F(frmMainTest, MessagesAreHandledByTimeWhileARunAsksForThem) {
+  startRun_ = [this] {
+    for (int i = 0; i < 1000; ++i) {
+      form_.ProcessMessages();
+      Pass(std::chrono::milliseconds(1));
+    }
+  };
+  Open();
+  form_.mnuSyncStart_Click();
+  EXPECT_EQ(toolkit_.CallsThatStart("messages").size(), 100u);
+}
+
+TEST_F(frmMainTest, ALineOfARunIsShownAtOnce) {
+  startRun_ = [this] {
+    form_.ProcessMessages();
+    form_.AddProgressLine("one");
+  };
+  Open();
+  form_.mnuSyncStart_Click();
+  EXPECT_EQ(toolkit_.calls, (Calls{"messages", "progress: one", "messages"}));
+}
+
+TEST_F(frmMainTest, WithoutARunMessagesAreHandledWheneverThatIsAsked) {
+  Open();
+  form_.ProcessMessages();
+  form_.ProcessMessages();
+  EXPECT_EQ(toolkit_.calls, (Calls{"messages", "messages"}));
+}
+
 TEST_F(frmMainTest, AResetSpinnerIsShownAtOnce) {
   Open();
   form_.AdvanceSpinner(false);

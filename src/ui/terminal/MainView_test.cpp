@@ -128,7 +128,7 @@ TEST_F(TerminalMainViewTest, DuringARunOnlyAboutIsOffered) {
     terminal_.Type(
         "sxel\x04"
         "a");
-    form_.ProcessMessages();
+    form_.AddProgressLine("one");
   };
   Open();
   terminal_.Type("s");
