@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "ui/Toolkit.h"
 #include "ui/UserInterface.h"
@@ -17,5 +18,7 @@ std::unique_ptr<UserInterface> MakeSilentUserInterface();
 
 /// The toolkit of this system's windows; null where the program has none.
 std::unique_ptr<Toolkit> MakeToolkit();
+/// Why MakeToolkit gives none, to follow "no window: "; empty where it gives one.
+std::string WhyNoWindow();
 
 }  // namespace mv

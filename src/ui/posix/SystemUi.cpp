@@ -14,4 +14,8 @@ std::unique_ptr<Toolkit> MakeToolkit() {
   return nullptr;
 }
 
+std::string WhyNoWindow() {
+  return "the part of the program that shows it is not installed (package mvppcsync-window)";
+}
+
 }  // namespace mv
