@@ -33,6 +33,9 @@ inline constexpr const char* kModeTip = " You are set to ";
 inline constexpr const char* kLastSync = "Last sync: ";
 inline constexpr const char* kUnknown = "Unknown";
 
+/// Not to be seen: what a screen reader calls the progress list.
+inline constexpr const char* kProgress = "Progress";
+
 // Opening the log.
 inline constexpr const char* kLogTitle = "Motorva\u00A9 Mobile Edition";
 std::string LogDoesNotExist(const std::string& path);
