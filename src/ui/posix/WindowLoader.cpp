@@ -11,10 +11,13 @@
 #include <cerrno>
 #include <cstdlib>
 #include <optional>
+#include <utility>
 
 #include "platform/System.h"
 #include "platform/posix/Descriptor.h"
 #include "ui/WindowPartBuild.h"
+#include "ui/frmMainView.h"
+#include "ui/posix/EndSignals.h"
 
 namespace mv {
 namespace {
@@ -126,6 +129,19 @@ LoadedPart LoadFirst(const std::vector<std::string>& places) {
   return {nullptr, std::string(kPartFile) + " is not installed"};
 }
 
+/// The part's toolkit, and what it has to be told.
+class LoadedToolkit : public Toolkit {
+ public:
+  explicit LoadedToolkit(std::unique_ptr<WindowPart> part)
+      : part_(std::move(part)), toolkit_(part_->MakeToolkit(signals_.Number())) {}
+  std::unique_ptr<frmMainView> MakeMainView(frmMain& form) override { return toolkit_->MakeMainView(form); }
+
+ private:
+  EndSignals signals_;
+  std::unique_ptr<WindowPart> part_;
+  std::unique_ptr<Toolkit> toolkit_;
+};
+
 }  // namespace
 
 std::vector<std::string> WindowPartPlaces(const std::string& programFolder) {
@@ -136,17 +152,17 @@ std::vector<std::string> WindowPartPlaces(const std::string& programFolder) {
   return folders;
 }
 
-FoundToolkit FindToolkit(WindowPart& part) {
-  DisplayTest test(part);
+FoundToolkit FindToolkit(std::unique_ptr<WindowPart> part) {
+  DisplayTest test(*part);
   if (const auto complaint = test.Complaint()) return {nullptr, *complaint};
-  return {part.MakeToolkit(), ""};
+  return {std::make_unique<LoadedToolkit>(std::move(part)), ""};
 }
 
 FoundToolkit FindToolkit(const std::vector<std::string>& places) {
   // Before the part is loaded: that takes time, and of a server one wants to know that it has no display.
   if (!IsSet("DISPLAY") && !IsSet("WAYLAND_DISPLAY")) return {nullptr, "there is no display"};
-  const LoadedPart loaded = LoadFirst(places);
-  return loaded.part ? FindToolkit(*loaded.part) : FoundToolkit{nullptr, loaded.reason};
+  LoadedPart loaded = LoadFirst(places);
+  return loaded.part ? FindToolkit(std::move(loaded.part)) : FoundToolkit{nullptr, loaded.reason};
 }
 
 }  // namespace mv

@@ -23,6 +23,6 @@ std::vector<std::string> WindowPartPlaces(const std::string& programFolder);
 FoundToolkit FindToolkit(const std::vector<std::string>& places);
 
 /// The same of a part that is loaded already.
-FoundToolkit FindToolkit(WindowPart& part);
+FoundToolkit FindToolkit(std::unique_ptr<WindowPart> part);
 
 }  // namespace mv

@@ -8,6 +8,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSignalBlocker>
 
 #include "ui/qt/FileDialog.h"
 #include "ui/qt/Pictures.h"
@@ -58,6 +59,7 @@ ConfigView::ConfigView(frmConfig& form, QWidget* parent) : QDialog(parent), form
 }
 
 void ConfigView::SelectMode(std::size_t index) {
+  const QSignalBlocker quiet(modes_.at(index));
   modes_.at(index)->setChecked(true);
 }
 
@@ -79,6 +81,7 @@ std::string ConfigView::Path(std::size_t index) const {
 }
 
 void ConfigView::Tick(CheckBox box, bool ticked) {
+  const QSignalBlocker quiet(boxes_.at(box));
   boxes_.at(box)->setChecked(ticked);
 }
 
@@ -172,7 +175,8 @@ void ConfigView::MakeBox(const layout::ConfigControl& control, Places& places) {
   auto* const box = new QCheckBox(MarkedText(control.caption), places.parent);
   const auto which = static_cast<CheckBox>(control.id.index);
   boxes_[which] = box;
-  if (which == CheckBox::WriteLog) connect(box, &QCheckBox::clicked, this, [this] { form_.chkWriteLog_Click(*this); });
+  // Assistive programs toggle without a click.
+  if (which == CheckBox::WriteLog) connect(box, &QCheckBox::toggled, this, [this] { form_.chkWriteLog_Click(*this); });
   if (!places.label) return places.AddLine(box);
   if (!places.boxes) {
     places.boxes = new QHBoxLayout;
@@ -196,7 +200,9 @@ void ConfigView::MakeModePicture(Places& places) {
 void ConfigView::MakeMode(const layout::ConfigControl& control, Places& places) {
   auto* const mode = new QRadioButton(MarkedText(control.caption), places.parent);
   const std::size_t index = control.id.index;
-  connect(mode, &QRadioButton::clicked, this, [this, index] { form_.optSync_Click(*this, index); });
+  connect(mode, &QRadioButton::toggled, this, [this, index](bool selected) {
+    if (selected) form_.optSync_Click(*this, index);
+  });
   places.grid->addWidget(mode, places.row++, kPaths);
   modes_.push_back(mode);
 }

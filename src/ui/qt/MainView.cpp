@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QShortcut>
+#include <QSocketNotifier>
 #include <QStatusBar>
 #include <QVBoxLayout>
 #include <functional>
@@ -81,7 +82,7 @@ class MainView::Window : public QMainWindow {
   }
 };
 
-MainView::MainView(frmMain& form) : form_(form), window_(std::make_unique<Window>()) {
+MainView::MainView(frmMain& form, int ending) : form_(form), window_(std::make_unique<Window>()) {
   window_->activated = [this] { Activated(); };
   window_->closing = [this] { form_.Unload(); };
   window_->coloursChanged = [this] { MarkMode(); };
@@ -94,7 +95,7 @@ MainView::MainView(frmMain& form) : form_(form), window_(std::make_unique<Window
   MakeStatusBar();
   QWidget::setTabOrder(list_, toolBar_);
   window_->resize(kWindowSize.boundedTo(window_->screen()->availableSize()));
-  QObject::connect(qApp, &QGuiApplication::commitDataRequest, window_.get(), [this] { EndWithSession(); });
+  WatchSession(ending);
 }
 
 MainView::~MainView() = default;
@@ -308,6 +309,17 @@ void MainView::Perform(Command command) {
 
 void MainView::Activated() {
   if (!gone_) form_.Form_Activate();
+}
+
+/// A session manager asks, or the system ends the session's processes.
+void MainView::WatchSession(int ending) {
+  QObject::connect(qApp, &QGuiApplication::commitDataRequest, window_.get(), [this] { EndWithSession(); });
+  if (ending < 0) return;
+  auto* const asked = new QSocketNotifier(ending, QSocketNotifier::Read, window_.get());
+  QObject::connect(asked, &QSocketNotifier::activated, window_.get(), [this, asked] {
+    asked->setEnabled(false);
+    EndWithSession();
+  });
 }
 
 void MainView::EndWithSession() {

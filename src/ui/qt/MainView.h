@@ -25,8 +25,9 @@ class ToolBar;
 /// toolbar.
 class MainView : public frmMainView {
  public:
-  /// `form` must outlive the view.
-  explicit MainView(frmMain& form);
+  /// `form` must outlive the view. `ending`: a file descriptor that is readable when the user's session ends; negative:
+  /// none.
+  MainView(frmMain& form, int ending);
   MainView(const MainView&) = delete;
   MainView& operator=(const MainView&) = delete;
   ~MainView() override;
@@ -62,6 +63,7 @@ class MainView : public frmMainView {
   /// The system may end the process any time after it has told of the session's end. It need not: then the modal
   /// windows are closed as by their close boxes, and the message loop ends.
   void EndWithSession();
+  void WatchSession(int ending);
   void MarkMode();
 
   frmMain& form_;

@@ -20,7 +20,7 @@ struct Arguments {
 
 class QtToolkit : public Toolkit {
  public:
-  QtToolkit() : application_(arguments_.count, arguments_.list) {
+  explicit QtToolkit(int ending) : ending_(ending), application_(arguments_.count, arguments_.list) {
     QApplication::setApplicationName(QStringLiteral("MVPPCSync"));
     QApplication::setWindowIcon(Picture(QStringLiteral("MVPPCSync")));
     QGuiApplication::setDesktopFileName(QStringLiteral("mvppcsync"));
@@ -28,9 +28,10 @@ class QtToolkit : public Toolkit {
     QGuiApplication::setQuitOnLastWindowClosed(false);
   }
 
-  std::unique_ptr<frmMainView> MakeMainView(frmMain& form) override { return std::make_unique<MainView>(form); }
+  std::unique_ptr<frmMainView> MakeMainView(frmMain& form) override { return std::make_unique<MainView>(form, ending_); }
 
  private:
+  int ending_;
   Arguments arguments_;
   QApplication application_;
 };
@@ -42,7 +43,7 @@ class QtPart : public WindowPart {
     // Stays: the process ends with it.
     new QGuiApplication(arguments.count, arguments.list);
   }
-  std::unique_ptr<Toolkit> MakeToolkit() override { return std::make_unique<QtToolkit>(); }
+  std::unique_ptr<Toolkit> MakeToolkit(int ending) override { return std::make_unique<QtToolkit>(ending); }
 };
 
 }  // namespace
