@@ -15,7 +15,7 @@ from .desktop import PATIENCE, Screen, World, middle, wait_for
 from .world import BIN, ROOT
 
 PROBE = ROOT / "tests" / "window" / "accessprobe.py"
-TOOLS = ("Xvfb", "openbox", "xdotool", "dbus-daemon")
+TOOLS = ("Xvfb", "openbox", "xdotool", "xprop", "dbus-daemon")
 KEYS = {"Enter": "Return", "Tab": "Tab", "Escape": "Escape", "Space": "space", "End": "End", "Home": "Home", "Left": "Left",
         "Right": "Right", "Down": "Down", "F10": "F10", "Back": "BackSpace"}
 
@@ -85,8 +85,7 @@ class QtDesk:
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = self.bus.stdout.readline().strip()
         self.manager = subprocess.Popen(["openbox"], env=self.environment, stdout=subprocess.DEVNULL,
                                         stderr=subprocess.DEVNULL)
-        wait_for(lambda: "_NET_SUPPORTED" in self.tool("xdotool", "getwindowfocus", "getwindowname") or
-                 self.tool("xdotool", "get_desktop").strip() == "0", "the window manager")
+        wait_for(lambda: "window id" in self.tool("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), "the window manager")
         self.probe = Probe(self.environment)
         self.x = XClient(self.screen.display)
 
@@ -242,15 +241,19 @@ class QtApp:
     def control(self, window, text):
         return self.find(window, lambda n: n["text"] == text and n["role"] not in ("label", "text"))
 
+    def numbers(self, window):
+        """What the screen knows it by."""
+        return self.desk.tool("xdotool", "search", "--all", "--pid", str(self.process.pid), "--name",
+                              f"^{re.escape(window['text'])}$").split()
+
     def close(self, window):
-        found = self.desk.tool("xdotool", "search", "--all", "--pid", str(self.process.pid), "--name",
-                               f"^{re.escape(window['text'])}$").split()
-        for number in found:
+        for number in self.numbers(window):
             self.desk.x.ask_to_close(int(number))
 
     def can_be_used(self, window):
         """False below a modal window."""
-        return not any(w["modal"] for w in self.tops() if w["id"] != window["id"])
+        others = [n for w in self.tops() if w["id"] != window["id"] for n in self.numbers(w)]
+        return not any("_NET_WM_STATE_MODAL" in self.desk.tool("xprop", "-id", n, "_NET_WM_STATE") for n in others)
 
     def box_of(self, window):
         return self.probe.ask("window", window["id"])["rect"]
@@ -321,10 +324,9 @@ class QtApp:
 
     def focused(self, window):
         """The text of the control that has the focus; nothing when none has."""
-        for node in self.nodes(window):
-            if node["focused"]:
-                return node.get("content", node["text"])
-        return None
+        # What holds the control that has it says the same of itself.
+        focused = [node.get("content", node["text"]) for node in self.nodes(window) if node["focused"]]
+        return focused[-1] if focused else None
 
     def box_text(self, box):
         """A message box's text, its lines separated by carriage returns."""
