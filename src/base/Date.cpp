@@ -59,8 +59,32 @@ bool ReadTime(std::string_view text, CivilTime& civil) {
   return text.empty() && civil.hour < 24 && civil.minute < 60 && civil.second < 60;
 }
 
+/// With more, a time of day counted in them would not fit the 53 bits of a double.
+constexpr int kMostDecimals = 11;
+
+/// A point in time counted in parts of a second from midnight.
+struct FineTime {
+  std::int64_t day = 0;
+  std::int64_t parts = 0;
+  std::int64_t partsPerSecond = 1;
+};
+
+Date DateFromFineTime(const FineTime& time) {
+  const double fraction =
+      static_cast<double>(time.parts) / static_cast<double>(kSecondsPerDay * time.partsPerSecond);
+  const auto whole = static_cast<double>(time.day);
+  return Date{time.day < 0 ? whole - fraction : whole + fraction};
+}
+
+/// The nearest point of `partsPerSecond` on the same day.
+FineTime FineTimeFromDate(Date date, std::int64_t partsPerSecond) {
+  const double whole = std::trunc(date.days);
+  const double parts = std::fabs(date.days - whole) * static_cast<double>(kSecondsPerDay * partsPerSecond);
+  return {static_cast<std::int64_t>(whole), std::llround(parts), partsPerSecond};
+}
+
 /// The last `count` decimal digits of a number that is not negative.
-void AppendDigits(std::string& text, int number, std::size_t count) {
+void AppendDigits(std::string& text, std::int64_t number, std::size_t count) {
   text.append(count, '0');
   for (std::size_t i = text.size(); count-- > 0; number /= 10) text[--i] = static_cast<char>('0' + number % 10);
 }
@@ -93,9 +117,7 @@ Date DateFromSeconds(std::int64_t seconds) {
     rest += kSecondsPerDay;
     --day;
   }
-  const double fraction = static_cast<double>(rest) / static_cast<double>(kSecondsPerDay);
-  const auto whole = static_cast<double>(day);
-  return Date{day < 0 ? whole - fraction : whole + fraction};
+  return DateFromFineTime({day, rest});
 }
 
 CivilTime CivilFromDate(Date date) {
@@ -144,6 +166,36 @@ std::optional<Date> DateFromIso(std::string_view text) {
   if (civil.day < 1 || civil.day > DaysInMonth(civil.year, civil.month)) return std::nullopt;
   if (!text.empty() && (!ReadMark(text, "T ") || !ReadTime(text, civil))) return std::nullopt;
   return DateFromCivil(civil);
+}
+
+std::string PreciseIsoFromDate(Date date) {
+  const std::int64_t seconds = SecondsFromDate(date);
+  if (DateFromSeconds(seconds) == date) return IsoFromDate(date);
+  std::int64_t partsPerSecond = 1;
+  for (std::size_t decimals = 1; decimals <= kMostDecimals; ++decimals) {
+    partsPerSecond *= 10;
+    const FineTime time = FineTimeFromDate(date, partsPerSecond);
+    if (time.parts >= kSecondsPerDay * partsPerSecond || DateFromFineTime(time) != date) continue;
+    std::string text = IsoFromDate(DateFromFineTime({time.day, time.parts / partsPerSecond}));
+    AppendDigits(text += '.', time.parts % partsPerSecond, decimals);
+    return text;
+  }
+  throw StandardError(errors::kOverflow);
+}
+
+std::optional<Date> DateFromPreciseIso(std::string_view text) {
+  constexpr std::size_t kToTheSecond = 19;
+  if (text.size() <= kToTheSecond || text[kToTheSecond] != '.') return DateFromIso(text);
+  const std::optional<Date> whole = DateFromIso(text.substr(0, kToTheSecond));
+  const std::string_view decimals = text.substr(kToTheSecond + 1);
+  if (!whole || decimals.empty() || decimals.size() > kMostDecimals) return std::nullopt;
+  FineTime time = FineTimeFromDate(*whole, 1);
+  for (const char digit : decimals) {
+    if (digit < '0' || digit > '9') return std::nullopt;
+    time.parts = time.parts * 10 + (digit - '0');
+    time.partsPerSecond *= 10;
+  }
+  return DateFromFineTime(time);
 }
 
 std::string TimeStamp(const CivilTime& time) {

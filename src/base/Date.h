@@ -47,6 +47,13 @@ void AppendIso(std::string& text, Date date);
 /// Reads "2026-11-21", "2026-11-21T14:05" and "2026-11-21T14:05:09" (a blank may stand for the T); nothing else.
 std::optional<Date> DateFromIso(std::string_view text);
 
+/// Like IsoFromDate, with as few decimals of a second as give the same date back, none where it takes none:
+/// "2026-11-21T14:05:09.125". Keys and table files go to the second and use IsoFromDate. Error 6 for a date that no such
+/// text gives: outside the years 100 to 9999, and where the time of day is finer than eleven decimals or negative.
+std::string PreciseIsoFromDate(Date date);
+/// The inverse; reads all that DateFromIso does, and up to eleven decimals of a second.
+std::optional<Date> DateFromPreciseIso(std::string_view text);
+
 /// "yyyymmdd-hhmmss", as names of files carry a time.
 std::string TimeStamp(const CivilTime& time);
 /// True for a text of that form; the digits need be no date.

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
+#include <random>
+#include <string>
 
 #include "support/ExpectError.h"
 
@@ -69,6 +72,47 @@ TEST(DateTest, OtherTextsAreNoDates) {
                            "2026-11-21T10:00:00Z", "21.11.2026", "0099-01-01", "-001-01-01"}) {
     EXPECT_EQ(DateFromIso(text), std::nullopt) << text;
   }
+}
+
+TEST(PreciseDate, AWholeSecondHasNoDecimals) {
+  EXPECT_EQ(PreciseIsoFromDate(*DateFromIso("2026-11-21T14:05:09")), "2026-11-21T14:05:09");
+  EXPECT_EQ(PreciseIsoFromDate(Date{-1.25}), "1899-12-29T06:00:00");
+}
+
+TEST(PreciseDate, MillisecondsAreShownAndReadBack) {
+  const Date date = *DateFromPreciseIso("2026-11-21T14:05:09.125");
+  EXPECT_EQ(PreciseIsoFromDate(date), "2026-11-21T14:05:09.125");
+  EXPECT_EQ(date.days, 46347 + 50709.125 / 86400);
+  EXPECT_EQ(PreciseIsoFromDate(*DateFromPreciseIso("1850-01-02 03:04:05.5")), "1850-01-02T03:04:05.5");
+  EXPECT_EQ(PreciseIsoFromDate(*DateFromPreciseIso("2026-11-21T14:05:09.000")), "2026-11-21T14:05:09");
+}
+
+TEST(PreciseDate, EveryDateReadsBackAsTheSameNumber) {
+  std::mt19937_64 random(20240517);
+  std::uniform_real_distribution<double> days(-657434, 2958465);
+  int shown = 0;
+  for (int i = 0; i < 20000; ++i) {
+    const Date date{i % 2 == 0 ? days(random) : std::nextafter(45000.25 + i, 1e9)};
+    const std::string text = PreciseIsoFromDate(date);
+    ASSERT_EQ(DateFromPreciseIso(text), date) << text;
+    shown += text.find('.') != std::string::npos ? 1 : 0;
+  }
+  EXPECT_EQ(shown, 20000);
+}
+
+TEST(PreciseDate, WhatNoTextGivesBackIsRefused) {
+  EXPECT_EQ(ErrorNumberOf([] { PreciseIsoFromDate(Date{2958466}); }), 6);
+  EXPECT_EQ(ErrorNumberOf([] { PreciseIsoFromDate(Date{1e-30}); }), 6);
+  EXPECT_EQ(ErrorNumberOf([] { PreciseIsoFromDate(Date{-0.3}); }), 6);
+}
+
+TEST(PreciseDate, OnlySecondsHaveDecimals) {
+  for (const char* text : {"2026-11-21T14:05:09.", "2026-11-21T14:05.5", "2026-11-21.5", "2026-11-21T14:05:09.1x",
+                           "2026-11-21T14:05:09.123456789012", "2026-11-31T14:05:09.1", "2026-11-21T14:05:09.-1"}) {
+    EXPECT_EQ(DateFromPreciseIso(text), std::nullopt) << text;
+  }
+  EXPECT_EQ(DateFromPreciseIso("2026-11-21T14:05"), DateFromIso("2026-11-21T14:05"));
+  EXPECT_EQ(DateFromIso("2026-11-21T14:05:09.125"), std::nullopt);
 }
 
 TEST(DateStamp, ATimeStampHasDayAndTimeInDigits) {

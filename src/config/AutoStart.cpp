@@ -3,8 +3,6 @@
 namespace mv {
 namespace {
 
-constexpr const char* kAutoStartKey = "Software\\Microsoft\\Windows CE Services\\AutoStartOnConnect";
-constexpr const char* kAutoStartValue = "Brindle Software";
 /// The blank at the end separates it from the switch.
 constexpr const char* kAutoStartProgram = "C:\\Program Files\\Motorva\\MVPPCSync.exe ";
 

@@ -37,6 +37,15 @@ void IniSettingsStore::SaveSetting(const std::string& application, const std::st
   files_.WriteWhole(path, Bytes(content.begin(), content.end()));
 }
 
+std::vector<SettingName> IniSettingsStore::Names(const std::string& application) {
+  const IniDocument document = Load(PathOf(application));
+  std::vector<SettingName> names;
+  for (const std::string& section : document.Sections()) {
+    for (const IniDocument::Entry& entry : document.Entries(section)) names.push_back({section, entry.key});
+  }
+  return names;
+}
+
 std::string IniSettingsStore::PathOf(const std::string& application) const {
   return JoinPath(folder_, application + ".ini");
 }

@@ -30,6 +30,14 @@ TEST_F(IniSettingsStoreTest, TheFirstSaveMakesFolderAndFile) {
   EXPECT_EQ(store_.GetSetting("Motorva32", "PPC_Mobile", "SyncMode"), "2");
 }
 
+TEST_F(IniSettingsStoreTest, NamesAreThoseInTheFileAndThePlaceIsItsPath) {
+  EXPECT_TRUE(store_.Names("Motorva32").empty());
+  folder_.Write("config/Motorva32.ini", "[handheld]\nRooot=/card\n[Mine]\nColor=red\nColor=blue\n");
+  EXPECT_EQ(store_.Names("Motorva32"),
+            (std::vector<SettingName>{{"handheld", "Rooot"}, {"Mine", "Color"}, {"Mine", "Color"}}));
+  EXPECT_EQ(store_.PlaceOf("Motorva32"), folder_.File("config") + "\\Motorva32.ini");
+}
+
 TEST_F(IniSettingsStoreTest, EachApplicationHasAFileOfItsOwn) {
   store_.SaveSetting("Motorva32", "S", "A", "1");
   store_.SaveSetting("Another", "S", "A", "2");

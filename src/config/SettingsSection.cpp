@@ -33,7 +33,13 @@ std::string SettingsSection::Text(const char* key, const std::string& missing) c
 std::int16_t SettingsSection::Integer(const char* key, std::int16_t missing) const {
   using Limits = std::numeric_limits<std::int16_t>;
   const std::string text = Text(key, TextOfInteger(missing));
-  return static_cast<std::int16_t>(ParseRounded(text, Limits::min(), Limits::max()));
+  try {
+    return static_cast<std::int16_t>(ParseRounded(text, Limits::min(), Limits::max()));
+  } catch (const Error& error) {
+    throw Error(error.Number(), error.Source(),
+                error.Description() + ": " + Shown(key, text) + " is no whole number from " +
+                    TextOfInteger(Limits::min()) + " to " + TextOfInteger(Limits::max()));
+  }
 }
 
 std::int64_t SettingsSection::Count(const char* key, std::int64_t missing) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "config/RegistryStrings.h"
@@ -16,5 +17,10 @@ std::unique_ptr<SettingsStore> MakeSettingsStore(platform::FileSystem& files, co
 /// Where this system keeps the auto-start registration: on Windows the registry, else in `store`, which must outlive
 /// the object.
 std::unique_ptr<RegistryStrings> MakeRegistryStrings(SettingsStore& store);
+
+/// What starts runs by itself when a handheld comes, as this system has it: on Windows the registration of the
+/// device-connection manager, else the user's service that listens for handhelds. Nothing when nothing does.
+/// `files` is where such a service is looked for.
+std::optional<std::string> RegisteredAutoStart(const platform::FileSystem& files);
 
 }  // namespace mv

@@ -1,5 +1,6 @@
 #include "fileio/IniDocument.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/Error.h"
@@ -114,6 +115,19 @@ IniDocument::Entry IniDocument::EntryOf(const Line& line) {
   std::string_view value = raw.substr(line.valueBegin, line.valueEnd - line.valueBegin);
   if (IsQuoted(value)) value = value.substr(1, value.size() - 2);
   return {ValidUtf8(WithoutBlanks(key)), ValidUtf8(value)};
+}
+
+std::vector<std::string> IniDocument::Sections() const {
+  std::vector<std::string> sections;
+  std::vector<std::string> folded;
+  for (const Line& line : lines_) {
+    if (line.kind != LineKind::Section) continue;
+    if (std::find(folded.begin(), folded.end(), line.name) != folded.end()) continue;
+    folded.push_back(line.name);
+    const std::size_t open = line.raw.find('[');
+    sections.push_back(ValidUtf8(WithoutBlanks(line.raw.substr(open + 1, line.raw.find(']') - open - 1))));
+  }
+  return sections;
 }
 
 std::vector<IniDocument::Entry> IniDocument::Entries(std::string_view section) const {

@@ -38,6 +38,9 @@ class IniDocument {
   /// A value of more than one line cannot be kept: error 5 "Invalid procedure call or argument".
   void Set(std::string_view section, std::string_view key, std::string_view value);
 
+  /// The sections as they are first written, each once, in the order of the text.
+  std::vector<std::string> Sections() const;
+
   /// The keys of a section in the order of the text, in all parts of the section; a key that stands twice comes twice.
   std::vector<Entry> Entries(std::string_view section) const;
 

@@ -172,5 +172,11 @@ TEST(IniDocumentTest, AddedLinesEndAsAskedWhenTheTextHasNoLineEnd) {
   EXPECT_EQ(existing.Text(), "[S]\nA=1\n");
 }
 
+TEST(IniDocumentTest, SectionsComeOnceAsTheyAreFirstWritten) {
+  const IniDocument document("[ Handheld ]\nRoot=/card\n[b]\n[HANDHELD]\nWait=5\n; [no]\n");
+  EXPECT_EQ(document.Sections(), (std::vector<std::string>{"Handheld", "b"}));
+  EXPECT_TRUE(IniDocument("A=1\n").Sections().empty());
+}
+
 }  // namespace
 }  // namespace mv

@@ -58,26 +58,6 @@ std::string TextOf(const Json& value) {
   return writer.Result();
 }
 
-/// The fields in which two rows differ, or all of the one that there is.
-std::string DifferenceOf(const Change& change) {
-  const Json before = ParseJson(change.before.empty() ? "{}" : change.before);
-  const Json after = ParseJson(change.after.empty() ? "{}" : change.after);
-  std::string text;
-  const auto add = [&](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
-  if (change.before.empty() || change.after.empty()) {
-    for (const Json::Member& field : (change.after.empty() ? before : after).Members()) {
-      add(field.name + " " + Shown(TextOf(field.value)));
-    }
-    return text;
-  }
-  for (const Json::Member& field : before.Members()) {
-    const Json* const now = after.Find(field.name);
-    if (now == nullptr || TextOf(*now) == TextOf(field.value)) continue;
-    add(field.name + " " + Shown(TextOf(field.value)) + " -> " + Shown(TextOf(*now)));
-  }
-  return text;
-}
-
 }  // namespace
 
 std::string_view NameOf(What what) {
@@ -120,6 +100,25 @@ Change ChangeFromJson(const Json& json) {
   change.before = RowFromJson(json.At("before"));
   change.after = RowFromJson(json.At("after"));
   return change;
+}
+
+std::string DifferenceOf(const Change& change) {
+  const Json before = ParseJson(change.before.empty() ? "{}" : change.before);
+  const Json after = ParseJson(change.after.empty() ? "{}" : change.after);
+  std::string text;
+  const auto add = [&](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
+  if (change.before.empty() || change.after.empty()) {
+    for (const Json::Member& field : (change.after.empty() ? before : after).Members()) {
+      add(field.name + " " + Shown(TextOf(field.value)));
+    }
+    return text;
+  }
+  for (const Json::Member& field : before.Members()) {
+    const Json* const now = after.Find(field.name);
+    if (now == nullptr || TextOf(*now) == TextOf(field.value)) continue;
+    add(field.name + " " + Shown(TextOf(field.value)) + " -> " + Shown(TextOf(*now)));
+  }
+  return text;
 }
 
 std::string LineOf(const Change& change) {

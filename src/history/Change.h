@@ -49,6 +49,9 @@ std::string JsonLineOf(const Change& change);
 /// The inverse. Failure for a line that is not of the form.
 Change ChangeFromJson(const Json& json);
 
+/// The fields in which the two rows of a change differ, or all of the one that there is, long values cut:
+/// "NM_ODO 1200 -> 1250".
+std::string DifferenceOf(const Change& change);
 /// A change as people read it, long values cut; of a changed row only the fields that differ:
 ///
 ///   brnd_Fuel F-17: changed on the PC: NM_ODO 1200 -> 1250

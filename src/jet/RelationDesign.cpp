@@ -9,12 +9,6 @@
 namespace mv::jet {
 namespace {
 
-/// Bits of MSysRelationships.grbit.
-constexpr std::int32_t kOneToOne = 0x1;
-constexpr std::int32_t kCascadeUpdate = 0x100;
-constexpr std::int32_t kCascadeDelete = 0x1000;
-constexpr std::int32_t kSetNull = 0x2000;
-
 [[noreturn]] void Refuse(const RelationSpec& relation, const std::string& why) {
   throw ConstraintError("Relation '" + relation.name + "': " + why);
 }
@@ -112,10 +106,10 @@ void MatchColumns(const RelationSpec& relation, const TableDefinition& foreign, 
 
 std::int32_t OptionsOf(const RelationSpec& relation, const TableDefinition& foreign,
                        const std::vector<std::size_t>& foreignColumns) {
-  std::int32_t options = UniqueTree(foreign, foreignColumns) < foreign.indexData.size() ? kOneToOne : 0;
-  if (relation.cascadeUpdate) options |= kCascadeUpdate;
-  if (relation.onDelete == RelationSpec::OnDelete::Cascade) options |= kCascadeDelete;
-  if (relation.onDelete == RelationSpec::OnDelete::SetNull) options |= kSetNull;
+  std::int32_t options = UniqueTree(foreign, foreignColumns) < foreign.indexData.size() ? relation_bits::kOneToOne : 0;
+  if (relation.cascadeUpdate) options |= relation_bits::kCascadeUpdate;
+  if (relation.onDelete == RelationSpec::OnDelete::Cascade) options |= relation_bits::kCascadeDelete;
+  if (relation.onDelete == RelationSpec::OnDelete::SetNull) options |= relation_bits::kSetNull;
   return options;
 }
 

@@ -8,6 +8,15 @@
 
 namespace mv::jet {
 
+/// Bits of MSysRelationships.grbit.
+namespace relation_bits {
+inline constexpr std::int32_t kOneToOne = 0x1;
+inline constexpr std::int32_t kNotEnforced = 0x2;
+inline constexpr std::int32_t kCascadeUpdate = 0x100;
+inline constexpr std::int32_t kCascadeDelete = 0x1000;
+inline constexpr std::int32_t kSetNull = 0x2000;
+}  // namespace relation_bits
+
 /// A new enforced relation: `columns` of `table` refer to `referencedColumns` of `references`, pair by pair.
 struct RelationSpec {
   /// What becomes of rows whose referenced row is deleted.

@@ -48,7 +48,7 @@ struct Show {
   ShownValue operator()(Currency value) const { return {FixedTextOfCurrency(value.tenThousandths)}; }
   ShownValue operator()(Date value) const {
     try {
-      return {IsoFromDate(value)};
+      return {PreciseIsoFromDate(value)};
     } catch (const Error&) {
       // Damaged files hold dates outside the calendar; they are worth seeing too.
       return (*this)(value.days);

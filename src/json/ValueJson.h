@@ -16,7 +16,8 @@ namespace mv {
 ///   floats    shortest digits that read back the same; as text "NaN", "Infinity", "-Infinity"; a not-a-number with
 ///             other bits than the usual ones as "nan:7ff8000000000001", so that nothing is lost
 ///   currency  text with four places: "12.5000"
-///   date      text "2024-05-17T08:30:00"; a value that no calendar shows: the number of days since 1899-12-30
+///   date      text "2024-05-17T08:30:00", with as many decimals of a second as give the same value back; a value that
+///             no such text gives: the number of days since 1899-12-30
 ///   text      text (GUIDs and exact decimals too)
 ///   bytes     text of hex digits: "00ff"
 struct ShownValue {

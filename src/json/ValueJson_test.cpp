@@ -44,7 +44,13 @@ TEST(ValueJson, FloatsThatAreNoNumbersAreText) {
   EXPECT_EQ(JsonOf(std::bit_cast<double>(0x7ff8000000000001)), "\"nan:7ff8000000000001\"");
 }
 
-TEST(ValueJson, DateOutsideTheCalendarIsANumberOfDays) {
+TEST(ValueJson, DateHasAsManyDecimalsAsItTakesToReadItBack) {
+  EXPECT_EQ(JsonOf(Date{45429 + 30600.0 / 86400}), "\"2024-05-17T08:30:00\"");
+  EXPECT_EQ(JsonOf(Date{45429 + 30600.125 / 86400}), "\"2024-05-17T08:30:00.125\"");
+}
+
+TEST(ValueJson, DateThatNoIsoTextGivesIsANumberOfDays) {
+  EXPECT_EQ(JsonOf(Date{1e-30}), "1e-30");
   EXPECT_EQ(JsonOf(Date{1e9}), "1e+09");
   EXPECT_EQ(JsonOf(Date{std::numeric_limits<double>::quiet_NaN()}), "\"NaN\"");
 }

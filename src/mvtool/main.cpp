@@ -16,17 +16,16 @@ int main(int argc, char** argv) {
   const mv::platform::SystemClock clock;
   mv::platform::PatientFileSystem files(*systemFiles, clock);
   const std::string programFolder = mv::platform::ProgramFolder();
-  mv::tool::ToolContext context{std::cin,
-                                std::cout,
-                                std::cerr,
-                                files,
-                                clock,
-                                [&] { return mv::MakeSettingsStore(files, programFolder); },
-                                programFolder,
-                                [&] { return mv::MakeSystemRapi(programFolder); },
-                                mv::SystemHasRapi(),
-                                [](mv::RunMode mode, std::ostream& errors) {
-                                  return mv::RunProgram(mv::Invocation{mode, {}}, errors);
-                                }};
+  mv::tool::ToolContext context{
+      std::cin,
+      std::cout,
+      std::cerr,
+      files,
+      clock,
+      [&] { return mv::MakeSettingsStore(files, programFolder); },
+      programFolder,
+      [&] { return mv::MakeSystemRapi(programFolder); },
+      mv::SystemHasRapi(),
+      [](mv::RunMode mode, std::ostream& errors) { return mv::RunProgram(mv::Invocation{mode}, errors); }};
   return mv::tool::RunTool(words, context);
 }

@@ -123,6 +123,13 @@ class FileSystem {
     return 0;
   }
 
+  /// False when it is certain that this user may not make files in an existing folder: no right to it, a medium that
+  /// can only be read.
+  virtual bool MayMakeFilesIn(const std::string& folder) const {
+    static_cast<void>(folder);
+    return true;
+  }
+
   /// Error 53 when missing.
   virtual void RemoveFile(const std::string& path) = 0;
   /// Moves a file within a volume, replacing `to` in one step.

@@ -398,6 +398,8 @@ TEST_P(FileSystemTest, WhoHasAFileAloneKnowsIt) {
 
 TEST_P(FileSystemTest, FolderOnADiskHasRoom) {
   EXPECT_GT(files_->FreeBytes(folder_.Path()), 0u);
+  EXPECT_TRUE(files_->MayMakeFilesIn(folder_.Path()));
+  EXPECT_FALSE(files_->MayMakeFilesIn(folder_.File("missing")));
 }
 
 TEST(FileSystemOnDisk, FileThatTookTheTimeOfAnotherHasTheSameFacts) {

@@ -26,6 +26,7 @@ class ForwardingFileSystem : public FileSystem {
   FileFacts FactsOf(const std::string& path) const override { return files_.FactsOf(path); }
   FileTrace TraceOf(const std::string& path) const override { return files_.TraceOf(path); }
   std::uint64_t FreeBytes(const std::string& folder) const override { return files_.FreeBytes(folder); }
+  bool MayMakeFilesIn(const std::string& folder) const override { return files_.MayMakeFilesIn(folder); }
   std::uint64_t LastWriteTime(const std::string& path) const override { return files_.LastWriteTime(path); }
   void RemoveFile(const std::string& path) override { files_.RemoveFile(path); }
   void RenameFile(const std::string& from, const std::string& to) override { files_.RenameFile(from, to); }

@@ -15,6 +15,16 @@ std::optional<RunMode> SilentModeOf(const std::string& commandLine) {
   return std::nullopt;
 }
 
+void TakeOption(Invocation& invocation, const std::string& word) {
+  if (word == "--help") {
+    invocation.wantsHelp = true;
+  } else if (word == "--version") {
+    invocation.wantsVersion = true;
+  } else if (invocation.unknownOption.empty()) {
+    invocation.unknownOption = word;
+  }
+}
+
 }  // namespace
 
 Invocation ParseInvocation(const std::string& commandLine) {
@@ -22,7 +32,13 @@ Invocation ParseInvocation(const std::string& commandLine) {
   invocation.silentMode = SilentModeOf(commandLine);
   if (invocation.silentMode) return invocation;
   std::istringstream words(commandLine);
-  for (std::string word; words >> word;) invocation.unknownWords.push_back(word);
+  for (std::string word; words >> word;) {
+    if (word.starts_with("--")) {
+      TakeOption(invocation, word);
+    } else {
+      invocation.unknownWords.push_back(word);
+    }
+  }
   return invocation;
 }
 

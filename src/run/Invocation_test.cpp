@@ -24,5 +24,28 @@ TEST(InvocationTest, AnythingElseIsNoSwitchAndItsWordsAreKnown) {
   }
 }
 
+TEST(InvocationTest, HelpAndVersionAreAskedForAnywhereInTheLine) {
+  EXPECT_TRUE(ParseInvocation("--help").wantsHelp);
+  EXPECT_TRUE(ParseInvocation("-Mode1  --help ").wantsHelp);
+  EXPECT_TRUE(ParseInvocation("--version").wantsVersion);
+  EXPECT_FALSE(ParseInvocation("--version").silentMode.has_value());
+  EXPECT_TRUE(ParseInvocation("--help").unknownOption.empty());
+}
+
+TEST(InvocationTest, TheFirstOptionThatIsNoneIsNamed) {
+  EXPECT_EQ(ParseInvocation("--mode0 --frob").unknownOption, "--mode0");
+  EXPECT_EQ(ParseInvocation("--help --frob").unknownOption, "--frob");
+  EXPECT_EQ(ParseInvocation("--").unknownOption, "--");
+}
+
+TEST(InvocationTest, WordsOfOneHyphenASlashOrAQuoteAreNoOptions) {
+  for (const char* line : {"-MODE3", "/MODE1", "-MODE1 x", "-help", "\"--help\"", "\"-Mode1\""}) {
+    const Invocation invocation = ParseInvocation(line);
+    EXPECT_TRUE(invocation.unknownOption.empty()) << line;
+    EXPECT_FALSE(invocation.wantsHelp) << line;
+    EXPECT_FALSE(invocation.unknownWords.empty()) << line;
+  }
+}
+
 }  // namespace
 }  // namespace mv

@@ -33,6 +33,8 @@ class MemoryFileSystem : public platform::FileSystem {
   }
   /// From now on LinkFile fails, as on file systems that know one name for a file.
   void RefuseLinks() { refusesLinks_ = true; }
+  /// Whoever asks is told that files may not be made in this folder, by this spelling; nothing stops who makes one.
+  void CloseFolder(const std::string& folder) { closedFolders_.insert(folder); }
   /// Bytes that the volume has left, as FreeBytes tells them; nothing stops who writes more.
   void SetFreeBytes(std::uint64_t bytes) { freeBytes_ = bytes; }
   /// From now on files can share their blocks, or no more.
@@ -106,6 +108,9 @@ class MemoryFileSystem : public platform::FileSystem {
     return {content.str(), {}, static_cast<std::uint32_t>(names)};
   }
 
+  bool MayMakeFilesIn(const std::string& folder) const override {
+    return FolderExists(folder) && !closedFolders_.contains(folder);
+  }
   std::uint64_t FreeBytes(const std::string&) const override { return freeBytes_; }
 
   /// The number of the write that was its last; folders have none.
@@ -386,6 +391,7 @@ class MemoryFileSystem : public platform::FileSystem {
   std::size_t opens_ = 0;
   bool refusesLinks_ = false;
   std::uint64_t freeBytes_ = std::uint64_t{1} << 40;
+  std::set<std::string> closedFolders_;
 };
 
 }  // namespace mv::testing

@@ -72,7 +72,44 @@ std::string TextOf(const Value& value, const std::string& source) {
   throw StandardError(errors::kTypeMismatch, source);
 }
 
+/// The names that `enumerate` gives for 0, 1, ..., each into a buffer of that many units, until it has no more.
+template <typename Enumerate>
+std::vector<std::string> NamesFrom(Enumerate enumerate) {
+  constexpr DWORD kLongestName = 16384;  // of a value; keys have shorter ones
+  std::vector<std::string> names;
+  std::wstring buffer(kLongestName, L'\0');
+  for (DWORD i = 0;; ++i) {
+    DWORD length = kLongestName;
+    if (enumerate(i, buffer.data(), &length) != ERROR_SUCCESS) return names;
+    names.push_back(Narrow(buffer.substr(0, length)));
+  }
+}
+
 }  // namespace
+
+std::vector<SettingName> RegistrySettingsStore::Names(const std::string& application) {
+  RegistryKey root;
+  const std::wstring path = Wide(kBranch + application);
+  if (::RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ, root.Out()) != ERROR_SUCCESS) return {};
+  const std::vector<std::string> sections = NamesFrom([&](DWORD i, wchar_t* name, DWORD* length) {
+    return ::RegEnumKeyExW(root.Get(), i, name, length, nullptr, nullptr, nullptr, nullptr);
+  });
+  std::vector<SettingName> names;
+  for (const std::string& section : sections) {
+    RegistryKey key;
+    if (::RegOpenKeyExW(root.Get(), Wide(section).c_str(), 0, KEY_READ, key.Out()) != ERROR_SUCCESS) continue;
+    for (const std::string& name : NamesFrom([&](DWORD i, wchar_t*text, DWORD*length) {
+           return ::RegEnumValueW(key.Get(), i, text, length, nullptr, nullptr, nullptr, nullptr);
+         })) {
+      names.push_back({section, name});
+    }
+  }
+  return names;
+}
+
+std::string RegistrySettingsStore::PlaceOf(const std::string& application) const {
+  return "HKEY_CURRENT_USER\\" + (kBranch + application);
+}
 
 std::optional<std::string> RegistrySettingsStore::GetSetting(const std::string& application, const std::string& section,
                                                              const std::string& key) {

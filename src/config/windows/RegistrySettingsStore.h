@@ -24,6 +24,8 @@ class RegistrySettingsStore : public SettingsStore {
                                         const std::string& key) override;
   void SaveSetting(const std::string& application, const std::string& section, const std::string& key,
                    const std::string& text) override;
+  std::vector<SettingName> Names(const std::string& application) override;
+  std::string PlaceOf(const std::string& application) const override;
 };
 
 }  // namespace mv

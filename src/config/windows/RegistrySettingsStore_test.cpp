@@ -57,6 +57,13 @@ TEST_F(RegistrySettingsStoreTest, AVeryLongTextIsReadWhole) {
   EXPECT_TRUE(Get("A") == text);
 }
 
+TEST_F(RegistrySettingsStoreTest, TheNamesOfAllThatIsStoredAreKnown) {
+  EXPECT_TRUE(store_.Names(key_.Name()).empty());
+  Save("A", "1");
+  store_.SaveSetting(key_.Name(), "T", "caf\xC3\xA9", "2");
+  EXPECT_EQ(store_.Names(key_.Name()), (std::vector<SettingName>{{"S", "A"}, {"T", "caf\xC3\xA9"}}));
+}
+
 TEST_F(RegistrySettingsStoreTest, NamesMatchInAnyCase) {
   Save("SyncMode", "2");
   EXPECT_EQ(store_.GetSetting(key_.Name(), "s", "SYNCMODE"), "2");

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "config/windows/RegistryKey.h"
 #include "platform/windows/Wide.h"
 
 namespace mv {
@@ -26,6 +27,24 @@ void SystemRegistryStrings::WriteRegistryString(RegistryRoot root, const std::st
   ::RegSetValueExA(key, platform::Ansi(valueName).c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(bytes.data()),
                    static_cast<DWORD>(bytes.size()));
   ::RegCloseKey(key);
+}
+
+std::string ReadMachineString(const std::string& keyPath, const std::string& valueName) {
+  RegistryKey key;
+  if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, platform::Wide(keyPath).c_str(), 0, KEY_QUERY_VALUE, key.Out()) !=
+      ERROR_SUCCESS) {
+    return {};
+  }
+  constexpr DWORD kMostUnits = 4096;
+  std::wstring text(kMostUnits, L'\0');
+  DWORD type = REG_NONE;
+  DWORD bytes = kMostUnits * sizeof(wchar_t);
+  const LONG code = ::RegQueryValueExW(key.Get(), platform::Wide(valueName).c_str(), nullptr, &type,
+                                       reinterpret_cast<BYTE*>(text.data()), &bytes);
+  if (code != ERROR_SUCCESS || type != REG_SZ) return {};
+  // The writer need not have stored the closing zero.
+  text.resize(bytes / sizeof(wchar_t));
+  return platform::Narrow(text.substr(0, text.find(L'\0')));
 }
 
 }  // namespace mv

@@ -16,4 +16,7 @@ class SystemRegistryStrings : public RegistryStrings {
                            const std::string& data) override;
 };
 
+/// A text value below HKEY_LOCAL_MACHINE; empty when it is missing, of another type, or closed to this user.
+std::string ReadMachineString(const std::string& keyPath, const std::string& valueName);
+
 }  // namespace mv

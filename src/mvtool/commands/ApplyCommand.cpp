@@ -2,13 +2,12 @@
 #include <ostream>
 #include <string>
 #include <utility>
-#include <vector>
 
+#include "base/Error.h"
 #include "jet/Database.h"
 #include "json/JsonLines.h"
 #include "mvtool/commands/Command.h"
-#include "mvtool/files/IndexedTable.h"
-#include "mvtool/files/ToolErrors.h"
+#include "mvtool/commands/RowChanges.h"
 #include "mvtool/text/ChangeJson.h"
 
 namespace mv::tool {
@@ -29,76 +28,29 @@ constexpr std::string_view kHelp =
     "  the line and changes nothing.\n"
     "    --keep  keeps what the lines before it changed\n";
 
-/// Counts of the changes made so far.
-class Tally {
- public:
-  void Add(Change::Kind kind) { ++counts_[static_cast<std::size_t>(kind)]; }
-  std::string Text() const {
-    return std::to_string(counts_[0]) + " inserted, " + std::to_string(counts_[1]) + " updated, " +
-           std::to_string(counts_[2]) + " deleted";
-  }
-
- private:
-  std::size_t counts_[3] = {};  ///< by Change::Kind
-};
-
-jet::RowId WantedRow(IndexedTable& table, const Change& change) {
-  const std::optional<jet::RowId> row = table.Find(change.where);
-  if (!row) throw Failure("no row fits \"where\"");
-  return *row;
-}
-
-/// The values of a new row, by position.
-std::vector<Value> NewRow(const IndexedTable& table, Change change) {
-  std::vector<std::optional<Value>> given(table.Definition().columns.size());
-  for (std::size_t i = 0; i < change.columns.size(); ++i) given[change.columns[i]] = std::move(change.values[i]);
-  std::vector<Value> values;
-  for (std::size_t column = 0; column < given.size(); ++column) {
-    values.push_back(given[column] ? std::move(*given[column]) : table.DefaultOf(column));
-  }
-  return values;
-}
-
-void Make(IndexedTable& table, Change change) {
-  switch (change.kind) {
-    case Change::Kind::Insert:
-      return table.Insert(NewRow(table, std::move(change)));
-    case Change::Kind::Update:
-      return table.Update(WantedRow(table, change), change.columns, change.values);
-    case Change::Kind::Delete:
-      return table.Delete(WantedRow(table, change));
-  }
-}
-
-void ApplyLines(IndexedTable& table, JsonLines& lines, Tally& tally) {
-  const ChangeReader reader(table.Definition());
+void ApplyLines(RowChanges& rows, JsonLines& lines) {
+  const ChangeReader reader(rows.Definition());
   while (const std::optional<Json> line = lines.Next()) {
     Change change = reader.FromJson(*line);
-    const Change::Kind kind = change.kind;
     try {
-      Make(table, std::move(change));
+      rows.Make(std::move(change));
     } catch (const Error& error) {
       throw At("line " + std::to_string(lines.Number()), error);
     }
-    tally.Add(kind);
   }
 }
 
 void Apply(const Arguments& arguments, ToolContext& context) {
   const auto database = jet::Database::Open(context.files, arguments.Operand(0), jet::PageFile::Mode::ReadWrite,
                                             {[&context] { return context.clock.Now(); }, jet::RandomGuid});
-  IndexedTable table(database->OpenTable(arguments.Operand(1)));
-  if (table.Definition().IsSystem()) {
-    throw Failure("\"" + table.Definition().name + "\" is a table of the system");
-  }
+  RowChanges rows(database->OpenTable(arguments.Operand(1)));
   JsonLines lines(context.in);
-  Tally tally;
   const auto keep = [&] {
     database->Commit();
-    context.out << tally.Text() << '\n';
+    context.out << rows.Counts() << '\n';
   };
   try {
-    ApplyLines(table, lines, tally);
+    ApplyLines(rows, lines);
   } catch (const Error&) {
     if (arguments.Has(kKeep)) keep();
     throw;
@@ -111,12 +63,15 @@ void Apply(const Arguments& arguments, ToolContext& context) {
 Command ApplyCommand() {
   return {
       .name = "apply",
+      .group = CommandGroup::Files,
+      .summary = "changes rows of a table as JSON lines say",
       .help = kHelp,
       .rules = {.synopsis = "mvtool apply FILE.db TABLE [--keep] < LINES.jsonl",
                 .leastOperands = 2,
                 .mostOperands = 2,
                 .switches = {kKeep},
-                .settings = {}},
+                .settings = {},
+                .operands = {Operand::File, Operand::Table}},
       .run = &Apply,
   };
 }

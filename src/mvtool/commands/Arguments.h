@@ -10,13 +10,18 @@
 
 namespace mv::tool {
 
+/// What an operand names; for those who complete a command line.
+enum class Operand { File, Folder, Table, Run, Word };
+
 /// What a command takes on its command line.
 struct ArgumentRules {
   std::string_view synopsis;  ///< "mvtool show FILE [TABLE]", shown when the arguments do not fit
   std::size_t leastOperands = 0;
   std::size_t mostOperands = 0;
-  std::vector<std::string_view> switches;  ///< options without a value: "--csv"
-  std::vector<std::string_view> settings;  ///< options with a value: "--rows"
+  std::vector<std::string_view> switches;    ///< options without a value: "--csv"
+  std::vector<std::string_view> settings;    ///< options with a value: "--rows"
+  std::vector<Operand> operands = {};        ///< one by one; the last stands for those after it, too
+  std::vector<std::string_view> words = {};  ///< those that an Operand::Word is one of
 };
 
 /// The arguments of one command, sorted into operands and options.

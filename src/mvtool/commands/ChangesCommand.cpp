@@ -58,12 +58,15 @@ void Changes(const Arguments& arguments, ToolContext& context) {
 Command ChangesCommand() {
   return {
       .name = "changes",
+      .group = CommandGroup::Runs,
+      .summary = "shows what a run did to each row",
       .help = kHelp,
       .rules = {.synopsis = "mvtool changes [RUN] [--table T] [--json]",
                 .leastOperands = 0,
                 .mostOperands = 1,
                 .switches = {"--json"},
-                .settings = {"--table"}},
+                .settings = {"--table"},
+                .operands = {Operand::Run}},
       .run = &Changes,
   };
 }

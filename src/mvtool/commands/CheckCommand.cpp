@@ -109,12 +109,15 @@ void Check(const Arguments& arguments, ToolContext& context) {
 Command CheckCommand() {
   return {
       .name = "check",
+      .group = CommandGroup::Files,
+      .summary = "verifies the structure of a database",
       .help = kHelp,
       .rules = {.synopsis = "mvtool check FILE.db [--strict] [--json]",
                 .leastOperands = 1,
                 .mostOperands = 1,
                 .switches = {"--strict", "--json"},
-                .settings = {}},
+                .settings = {},
+                .operands = {Operand::File}},
       .run = &Check,
   };
 }

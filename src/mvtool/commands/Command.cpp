@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <exception>
 #include <ostream>
 
@@ -7,37 +6,44 @@
 #include "base/Utf.h"
 #include "mvtool/commands/Command.h"
 #include "mvtool/files/ToolErrors.h"
+#include "run/Version.h"
 
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kIntroduction =
-    "mvtool looks into the files that MVPPCSync keeps in step, and makes new ones:\n"
-    "databases of the desktop (.db) and table files of a handheld (.pdb). It lists\n"
-    "the runs of MVPPCSync and takes them back.\n";
+constexpr std::string_view kIntroduction = "mvtool COMMAND ...: the files and the runs of MVPPCSync. The commands:\n";
 
 constexpr std::string_view kClosing =
-    "\nExit status: 0 done, 1 it failed (the message says why), 2 the command line\n"
-    "was not understood.\n";
+    "\"mvtool COMMAND --help\" explains one. Exit status: 0 done, 1 failed, 2 misuse.\n";
 
-std::array<Command, 19> Commands() {
-  return {ListCommand(),  ShowCommand(),    ExportCommand(),   CheckCommand(),    CreateCommand(),
-          ApplyCommand(), EncodeCommand(),  DecodeCommand(),   TemplateCommand(), MakeCommand(),
-          DemoCommand(),  PreviewCommand(), RunsCommand(),     ChangesCommand(),  RestoreCommand(),
-          SendCommand(),  PruneCommand(),   HandheldCommand(), ListenCommand()};
-}
+constexpr std::size_t kNameColumn = 10;     ///< where the names of commands begin
+constexpr std::size_t kSummaryColumn = 20;  ///< where their summaries begin
 
 bool AsksForHelp(std::string_view word) {
   return word == "--help" || word == "-h";
 }
 
 void PrintHelp(const Command& command, std::ostream& out) {
-  out << '\n' << command.rules.synopsis << '\n' << command.help;
+  out << command.rules.synopsis << '\n' << command.help;
+}
+
+/// A line a command; the first one of a group has the group's name before it.
+void PrintSummaries(std::ostream& out) {
+  std::string_view lastGroup;
+  for (const Command& command : Commands()) {
+    const std::string_view group = NameOf(command.group);
+    std::string line(group == lastGroup ? std::string_view() : group);
+    line.resize(kNameColumn, ' ');
+    line += command.name;
+    line.resize(kSummaryColumn, ' ');
+    out << line << command.summary << '\n';
+    lastGroup = group;
+  }
 }
 
 void PrintWholeHelp(std::ostream& out) {
   out << kIntroduction;
-  for (const Command& command : Commands()) PrintHelp(command, out);
+  PrintSummaries(out);
   out << kClosing;
 }
 
@@ -45,6 +51,10 @@ void Dispatch(std::span<const std::string> words, ToolContext& context) {
   if (words.empty()) throw UsageError("a command is missing; \"mvtool --help\" lists them");
   const std::string& name = words.front();
   if (AsksForHelp(name)) return PrintWholeHelp(context.out);
+  if (name == "--version") {
+    context.out << "mvtool " << kProgramVersion << '\n';
+    return;
+  }
   const auto commands = Commands();
   const auto command = std::find_if(commands.begin(), commands.end(), [&](const Command& c) { return c.name == name; });
   if (command == commands.end()) {
@@ -63,19 +73,43 @@ int Report(std::ostream& err, std::string_view message, int status) {
 
 }  // namespace
 
+std::string_view NameOf(CommandGroup group) {
+  switch (group) {
+    case CommandGroup::Start:
+      return "Start";
+    case CommandGroup::Runs:
+      return "Runs";
+    case CommandGroup::Handheld:
+      return "Handheld";
+    case CommandGroup::Files:
+      return "Files";
+  }
+  return {};
+}
+
+std::vector<Command> Commands() {
+  return {
+      DemoCommand(),  PreviewCommand(),  RunsCommand(),   ChangesCommand(), RestoreCommand(), SendCommand(),
+      PruneCommand(), HandheldCommand(), ListenCommand(), ListCommand(),    ShowCommand(),    SchemaCommand(),
+      CheckCommand(), DiffCommand(),     ExportCommand(), ImportCommand(),  ApplyCommand(),   CreateCommand(),
+      MakeCommand(),  TemplateCommand(), EncodeCommand(), DecodeCommand(),
+  };
+}
+
 int RunTool(std::span<const std::string> words, ToolContext& context) {
   try {
     Dispatch(words, context);
     context.out.flush();
-    if (!context.out) return Report(context.err, "the output could not be written", kOperationFailed);
+    if (!context.out) return Report(context.err, "the output could not be written", context.failureStatus);
     return context.exitStatus;
   } catch (const Error& error) {
     context.out.flush();
-    return Report(context.err, error.Description(), error.Number() == kWrongUsage ? kNotUnderstood : kOperationFailed);
+    return Report(context.err, error.Description(),
+                  error.Number() == kWrongUsage ? kNotUnderstood : context.failureStatus);
   } catch (const std::exception& error) {
     // Out of memory, for the most part.
     context.out.flush();
-    return Report(context.err, error.what(), kOperationFailed);
+    return Report(context.err, error.what(), context.failureStatus);
   }
 }
 

@@ -35,13 +35,25 @@ struct ToolContext {
   std::function<int(RunMode mode, std::ostream& errors)> runSilently = {};
   /// What the program ends with when a command succeeds whose result is more than that.
   int exitStatus = 0;
+  /// What it ends with when the command fails: another one where 1 is a result.
+  int failureStatus = 1;
 };
+
+/// What commands are about, in the order in which help lists them.
+enum class CommandGroup { Start, Runs, Handheld, Files };
+
+/// The heading of a group.
+std::string_view NameOf(CommandGroup group);
 
 /// One command of the program. `run` writes its results to the context's `out` and throws mv::Error when it fails:
 /// UsageError when the arguments make no sense together, anything else when the work cannot be done.
 struct Command {
   std::string_view name;
-  std::string_view help;  ///< what it does, in lines of up to 80 characters; shown below the synopsis
+  CommandGroup group;
+  std::string_view summary;  ///< what it does in a few words that follow its name: "lists the runs"
+  /// What it does in full, shown below the synopsis: lines of up to 80 characters, indented by two; those of options
+  /// by four ("    --csv  as CSV", at least two blanks before what it does). Manual pages are made of it, too.
+  std::string_view help;
   ArgumentRules rules;
   void (*run)(const Arguments& arguments, ToolContext& context);
 };
@@ -51,6 +63,9 @@ Command ShowCommand();
 Command CreateCommand();
 Command MakeCommand();
 Command ApplyCommand();
+Command ImportCommand();
+Command DiffCommand();
+Command SchemaCommand();
 Command ExportCommand();
 Command CheckCommand();
 Command TemplateCommand();
@@ -65,6 +80,9 @@ Command ChangesCommand();
 Command PreviewCommand();
 Command HandheldCommand();
 Command ListenCommand();
+
+/// All commands, in the order of help.
+std::vector<Command> Commands();
 
 /// Exit statuses of the program.
 inline constexpr int kSucceeded = 0;

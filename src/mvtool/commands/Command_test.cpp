@@ -12,6 +12,7 @@
 #include "mvtool/demo/SampleSchema.h"
 #include "mvtool/text/SchemaJson.h"
 #include "pdb/TableFile.h"
+#include "run/Version.h"
 #include "support/CommandTest.h"
 #include "support/ExpectError.h"
 
@@ -43,26 +44,68 @@ std::string RecordLines() {
 
 // --- The program ----------------------------------------------------------------------------------------------------
 
-TEST_F(CommandTest, HelpNamesEveryCommandAndSucceeds) {
+std::vector<std::string> LinesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+TEST_F(CommandTest, HelpIsALineACommandBetweenAHeadingAndAHint) {
   EXPECT_EQ(Run({"--help"}), kSucceeded);
-  for (const char* synopsis :
-       {"mvtool list FILE.db", "mvtool show FILE.pdb", "mvtool create FILE.db SCHEMA.json", "mvtool make FILE.pdb",
-        "mvtool demo FOLDER", "mvtool export FILE.db DIR", "mvtool apply FILE.db TABLE", "mvtool template FILE.db OUT",
-        "mvtool check FILE.db", "mvtool runs", "mvtool restore RUN", "mvtool send TABLE...", "mvtool prune"}) {
-    EXPECT_NE(out_.find(synopsis), std::string::npos) << synopsis;
+  const std::vector<std::string> lines = LinesOf(out_);
+  const std::vector<Command> commands = Commands();
+  ASSERT_EQ(lines.size(), commands.size() + 2);
+  for (std::size_t i = 0; i < commands.size(); ++i) {
+    EXPECT_EQ(lines[i + 1].substr(10), std::string(commands[i].name).append(10 - commands[i].name.size(), ' ') +
+                                           std::string(commands[i].summary));
   }
   EXPECT_EQ(err_, "");
 }
 
+TEST_F(CommandTest, CommandsOfAGroupFollowEachOtherInHelp) {
+  const std::vector<Command> commands = Commands();
+  EXPECT_TRUE(std::is_sorted(commands.begin(), commands.end(),
+                             [](const Command& one, const Command& other) { return one.group < other.group; }));
+}
+
+TEST_F(CommandTest, EveryCommandHasASummaryAndASynopsisWithItsName) {
+  for (const Command& command : Commands()) {
+    EXPECT_FALSE(command.summary.empty()) << command.name;
+    EXPECT_FALSE(command.summary.ends_with('.')) << command.name;
+    EXPECT_TRUE(command.rules.synopsis.starts_with("mvtool " + std::string(command.name))) << command.rules.synopsis;
+  }
+}
+
 TEST_F(CommandTest, HelpOfACommandIsThatCommandsAlone) {
   EXPECT_EQ(Run({"list", "--help"}), kSucceeded);
-  EXPECT_EQ(out_, "\nmvtool list FILE.db\n  Prints the names of the database's tables, one a line.\n");
+  EXPECT_EQ(out_, "mvtool list FILE.db\n  Prints the names of the database's tables, one a line.\n");
+}
+
+TEST_F(CommandTest, HelpOfACommandNamesEachOptionThatItTakes) {
+  for (const Command& command : Commands()) {
+    Run({std::string(command.name), "--help"});
+    for (const auto& options : {command.rules.switches, command.rules.settings}) {
+      for (const std::string_view option : options) {
+        EXPECT_NE(out_.find("\n    " + std::string(option)), std::string::npos) << command.name << option;
+      }
+    }
+  }
 }
 
 TEST_F(CommandTest, HelpFitsATerminal) {
   Run({"--help"});
-  std::istringstream lines(out_);
-  for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80u) << line;
+  std::string all = out_;
+  for (const Command& command : Commands()) {
+    Run({std::string(command.name), "--help"});
+    all += out_;
+  }
+  for (const std::string& line : LinesOf(all)) EXPECT_LE(line.size(), 80u) << line;
+}
+
+TEST_F(CommandTest, VersionIsThatOfTheProgram) {
+  EXPECT_EQ(Run({"--version"}), kSucceeded);
+  EXPECT_EQ(out_, "mvtool " + std::string(kProgramVersion) + "\n");
 }
 
 TEST_F(CommandTest, NoCommandIsNotUnderstood) {

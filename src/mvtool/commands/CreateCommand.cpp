@@ -87,12 +87,15 @@ void Create(const Arguments& arguments, ToolContext& context) {
 Command CreateCommand() {
   return {
       .name = "create",
+      .group = CommandGroup::Files,
+      .summary = "makes a database from a JSON schema",
       .help = kHelp,
       .rules = {.synopsis = "mvtool create FILE.db SCHEMA.json [--force]",
                 .leastOperands = 2,
                 .mostOperands = 2,
                 .switches = {kForce},
-                .settings = {}},
+                .settings = {},
+                .operands = {Operand::File}},
       .run = &Create,
   };
 }

@@ -22,9 +22,15 @@ void Decode(const Arguments& arguments, ToolContext& context) {
 Command DecodeCommand() {
   return {
       .name = "decode",
+      .group = CommandGroup::Files,
+      .summary = "makes an encoded database plain",
       .help = kHelp,
-      .rules =
-          {.synopsis = "mvtool decode FILE.db", .leastOperands = 1, .mostOperands = 1, .switches = {}, .settings = {}},
+      .rules = {.synopsis = "mvtool decode FILE.db",
+                .leastOperands = 1,
+                .mostOperands = 1,
+                .switches = {},
+                .settings = {},
+                .operands = {Operand::File}},
       .run = &Decode,
   };
 }

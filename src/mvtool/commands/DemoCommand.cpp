@@ -56,12 +56,15 @@ void Demo(const Arguments& arguments, ToolContext& context) {
 Command DemoCommand() {
   return {
       .name = "demo",
+      .group = CommandGroup::Start,
+      .summary = "lays out made-up data to try a run on",
       .help = kHelp,
       .rules = {.synopsis = "mvtool demo FOLDER [--rows N] [--force]",
                 .leastOperands = 1,
                 .mostOperands = 1,
                 .switches = {kForce},
-                .settings = {kRows}},
+                .settings = {kRows},
+                .operands = {Operand::Folder}},
       .run = &Demo,
   };
 }

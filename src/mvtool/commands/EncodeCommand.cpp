@@ -49,12 +49,15 @@ void Encode(const Arguments& arguments, ToolContext& context) {
 Command EncodeCommand() {
   return {
       .name = "encode",
+      .group = CommandGroup::Files,
+      .summary = "encodes (\"encrypts\") a database",
       .help = kHelp,
       .rules = {.synopsis = "mvtool encode FILE.db [--key HEX8]",
                 .leastOperands = 1,
                 .mostOperands = 1,
                 .switches = {},
-                .settings = {kKey}},
+                .settings = {kKey},
+                .operands = {Operand::File}},
       .run = &Encode,
   };
 }

@@ -67,12 +67,15 @@ void Export(const Arguments& arguments, ToolContext& context) {
 Command ExportCommand() {
   return {
       .name = "export",
+      .group = CommandGroup::Files,
+      .summary = "writes every table of a database as CSV",
       .help = kHelp,
       .rules = {.synopsis = "mvtool export FILE.db DIR [--force]",
                 .leastOperands = 2,
                 .mostOperands = 2,
                 .switches = {kForce},
-                .settings = {}},
+                .settings = {},
+                .operands = {Operand::File, Operand::Folder}},
       .run = &Export,
   };
 }

@@ -18,7 +18,7 @@ namespace {
 constexpr std::string_view kHelp =
     "  Works with the handheld that the settings name, whichever way it is reached.\n"
     "    info              what it is and where\n"
-    "    ls [PATH]         lists a folder, else the root; --json: an object a file\n"
+    "    ls [PATH]         lists a folder, else the root\n"
     "    get PATH FILE     copies a file of the handheld to FILE\n"
     "    put FILE PATH     copies FILE to the handheld\n"
     "    backup FOLDER [PATH]\n"
@@ -27,6 +27,7 @@ constexpr std::string_view kHelp =
     "    simulate ROOT     is a handheld on the network itself, with the files below\n"
     "                      ROOT, until it is interrupted (Ctrl-C)\n"
     "    --force           replaces files that exist\n"
+    "    --json            for ls: one JSON object a file\n"
     "  For simulate:\n"
     "    --family A|B      A: Windows CE 2 to 4 (usual), B: 5 and later\n"
     "    --version 1|2     of the messages; else that of the family\n"
@@ -184,13 +185,17 @@ void Handheld(const Arguments& arguments, ToolContext& context) {
 Command HandheldCommand() {
   return {
       .name = "handheld",
+      .group = CommandGroup::Handheld,
+      .summary = "looks into the handheld, copies its files, plays one",
       .help = kHelp,
       .rules = {.synopsis = "mvtool handheld info | ls [PATH] | get PATH FILE | put FILE PATH |\n"
                             "                backup FOLDER [PATH] | simulate ROOT",
                 .leastOperands = 1,
                 .mostOperands = 3,
                 .switches = {kForce, kJson},
-                .settings = {"--family", "--version", "--password", "--address", "--desktop", "--port", "--cut"}},
+                .settings = {"--family", "--version", "--password", "--address", "--desktop", "--port", "--cut"},
+                .operands = {Operand::Word, Operand::File, Operand::File},
+                .words = {"info", "ls", "get", "put", "backup", "simulate"}},
       .run = &Handheld,
   };
 }

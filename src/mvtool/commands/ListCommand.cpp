@@ -16,9 +16,15 @@ void List(const Arguments& arguments, ToolContext& context) {
 Command ListCommand() {
   return {
       .name = "list",
+      .group = CommandGroup::Files,
+      .summary = "prints the names of a database's tables",
       .help = "  Prints the names of the database's tables, one a line.\n",
-      .rules =
-          {.synopsis = "mvtool list FILE.db", .leastOperands = 1, .mostOperands = 1, .switches = {}, .settings = {}},
+      .rules = {.synopsis = "mvtool list FILE.db",
+                .leastOperands = 1,
+                .mostOperands = 1,
+                .switches = {},
+                .settings = {},
+                .operands = {Operand::File}},
       .run = &List,
   };
 }

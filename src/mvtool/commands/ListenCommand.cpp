@@ -143,6 +143,8 @@ void Listen(const Arguments& arguments, ToolContext& context) {
 Command ListenCommand() {
   return {
       .name = "listen",
+      .group = CommandGroup::Handheld,
+      .summary = "waits for handhelds on the network and synchronises",
       .help = kHelp,
       .rules = {.synopsis = "mvtool listen [--run MODE]",
                 .leastOperands = 0,

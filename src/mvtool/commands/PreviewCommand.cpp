@@ -97,6 +97,8 @@ void Preview(const Arguments& arguments, ToolContext& context) {
 Command PreviewCommand() {
   return {
       .name = "preview",
+      .group = CommandGroup::Runs,
+      .summary = "shows what a run would do, without doing it",
       .help = kHelp,
       .rules = {.synopsis = "mvtool preview [--mode N] [--tables T,...] [--json]",
                 .leastOperands = 0,

@@ -40,6 +40,8 @@ void Prune(const Arguments& arguments, ToolContext& context) {
 Command PruneCommand() {
   return {
       .name = "prune",
+      .group = CommandGroup::Runs,
+      .summary = "removes old runs from what is kept",
       .help = kHelp,
       .rules = {.synopsis = "mvtool prune [--keep N]",
                 .leastOperands = 0,

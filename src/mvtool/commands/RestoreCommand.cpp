@@ -149,12 +149,15 @@ void Restore(const Arguments& arguments, ToolContext& context) {
 Command RestoreCommand() {
   return {
       .name = "restore",
+      .group = CommandGroup::Runs,
+      .summary = "brings both sides back to what they were before a run",
       .help = kHelp,
       .rules = {.synopsis = "mvtool restore RUN [--dry-run] [--desktop-only | --handheld-only]",
                 .leastOperands = 1,
                 .mostOperands = 1,
                 .switches = {kDryRun, kDesktopOnly, kHandheldOnly},
-                .settings = {}},
+                .settings = {},
+                .operands = {Operand::Run}},
       .run = &Restore,
   };
 }

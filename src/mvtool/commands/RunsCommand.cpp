@@ -150,6 +150,8 @@ void Runs(const Arguments& arguments, ToolContext& context) {
 Command RunsCommand() {
   return {
       .name = "runs",
+      .group = CommandGroup::Runs,
+      .summary = "lists the runs that are kept, newest first",
       .help = kHelp,
       .rules = {.synopsis = "mvtool runs [--json]",
                 .leastOperands = 0,

@@ -62,12 +62,15 @@ void Send(const Arguments& arguments, ToolContext& context) {
 Command SendCommand() {
   return {
       .name = "send",
+      .group = CommandGroup::Runs,
+      .summary = "puts merged tables on the handheld again",
       .help = kHelp,
       .rules = {.synopsis = "mvtool send TABLE... [--from RUN] [--force]",
                 .leastOperands = 1,
                 .mostOperands = kTables.size(),
                 .switches = {kForce},
-                .settings = {kFrom}},
+                .settings = {kFrom},
+                .operands = {Operand::Table}},
       .run = &Send,
   };
 }

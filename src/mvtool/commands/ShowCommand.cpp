@@ -76,12 +76,15 @@ void Show(const Arguments& arguments, ToolContext& context) {
 Command ShowCommand() {
   return {
       .name = "show",
+      .group = CommandGroup::Files,
+      .summary = "prints a table as JSON lines or CSV, or its schema",
       .help = kHelp,
       .rules = {.synopsis = "mvtool show FILE.db TABLE [--csv | --schema]\nmvtool show FILE.pdb [--csv | --schema]",
                 .leastOperands = 1,
                 .mostOperands = 2,
                 .switches = {"--csv", "--schema"},
-                .settings = {}},
+                .settings = {},
+                .operands = {Operand::File, Operand::Table}},
       .run = &Show,
   };
 }

@@ -56,12 +56,15 @@ void MakeTemplate(const Arguments& arguments, ToolContext& context) {
 Command TemplateCommand() {
   return {
       .name = "template",
+      .group = CommandGroup::Files,
+      .summary = "makes an empty copy of a database, for \"_20\"",
       .help = kHelp,
       .rules = {.synopsis = "mvtool template FILE.db OUT [--force]",
                 .leastOperands = 2,
                 .mostOperands = 2,
                 .switches = {kForce},
-                .settings = {}},
+                .settings = {},
+                .operands = {Operand::File}},
       .run = &MakeTemplate,
   };
 }

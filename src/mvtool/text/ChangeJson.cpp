@@ -21,8 +21,7 @@ std::size_t ChangeReader::ColumnOf(const Json::Member& member) const {
   return found->second;
 }
 
-/// Columns with their values; each column once.
-std::vector<IndexedTable::Condition> ChangeReader::ConditionsFromJson(const Json& json) const {
+std::vector<IndexedTable::Condition> ChangeReader::ValuesFromJson(const Json& json) const {
   std::vector<IndexedTable::Condition> conditions;
   std::set<std::size_t> seen;
   for (const Json::Member& member : json.Members()) {
@@ -56,11 +55,11 @@ Change ChangeReader::FromJson(const Json& json) const {
   }
   if (change.kind != Change::Kind::Insert) {
     const Json& where = json.At("where");
-    change.where = ConditionsFromJson(where);
+    change.where = ValuesFromJson(where);
     if (change.where.empty()) where.Fail("a column that tells the row is missing");
   }
   if (values == nullptr) return change;
-  for (IndexedTable::Condition& assigned : ConditionsFromJson(*values)) {
+  for (IndexedTable::Condition& assigned : ValuesFromJson(*values)) {
     change.columns.push_back(assigned.column);
     change.values.push_back(std::move(assigned.value));
   }

@@ -35,10 +35,11 @@ class ChangeReader {
   /// Failure with line and column for anything that is not of the form above, unknown columns and values of another
   /// type than their column's among it.
   Change FromJson(const Json& json) const;
+  /// An object of columns and their values; each column once.
+  std::vector<IndexedTable::Condition> ValuesFromJson(const Json& json) const;
 
  private:
   std::size_t ColumnOf(const Json::Member& member) const;
-  std::vector<IndexedTable::Condition> ConditionsFromJson(const Json& json) const;
 
   const jet::TableDefinition& table_;
   std::map<std::string, std::size_t> columns_;  ///< positions by name, as written and in one case

@@ -73,21 +73,6 @@ void ReadUniqueId(const Json& json, HandheldRecord& record) {
   record.uniqueId = static_cast<std::uint32_t>(json.Integer(0, table_format::kLargestUniqueId));
 }
 
-HandheldRecord RecordAsShown(const Json& json, const TableFileHeader& table) {
-  HandheldRecord record;
-  record.values = ZeroValues(table.fields);
-  for (const Json::Member& member : json.Members()) {
-    if (member.name == kAttributesMember) {
-      ReadAttributes(member.value, record);
-    } else if (member.name == kUniqueIdMember) {
-      ReadUniqueId(member.value, record);
-    } else {
-      AssignNamed(member, table, record.values);
-    }
-  }
-  return record;
-}
-
 }  // namespace
 
 TableFileHeader HeaderFromJson(const Json& json, const std::string& defaultName) {
@@ -124,6 +109,21 @@ HandheldRecord RecordFromJson(const Json& json, const TableFileHeader& table) {
   if (const Json* const attributes = json.Find("attributes")) ReadAttributes(*attributes, record);
   if (const Json* const uniqueId = json.Find("uniqueId")) ReadUniqueId(*uniqueId, record);
   record.values = ValuesFromJson(json.At("values"), table);
+  return record;
+}
+
+HandheldRecord RecordAsShown(const Json& json, const TableFileHeader& table) {
+  HandheldRecord record;
+  record.values = ZeroValues(table.fields);
+  for (const Json::Member& member : json.Members()) {
+    if (member.name == kAttributesMember) {
+      ReadAttributes(member.value, record);
+    } else if (member.name == kUniqueIdMember) {
+      ReadUniqueId(member.value, record);
+    } else {
+      AssignNamed(member, table, record.values);
+    }
+  }
   return record;
 }
 

@@ -26,6 +26,8 @@ void WriteHeader(JsonWriter& writer, const TableFileHeader& header);
 
 /// `table` names the fields and, in messages, the table.
 HandheldRecord RecordFromJson(const Json& json, const TableFileHeader& table);
+/// A record of the second form, whether it has attributes and unique ID or not.
+HandheldRecord RecordAsShown(const Json& json, const TableFileHeader& table);
 
 /// Names of the leading members of a record as "show" prints it.
 inline constexpr std::string_view kAttributesMember = "_attributes";

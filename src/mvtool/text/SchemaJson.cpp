@@ -153,6 +153,12 @@ SchemaRelation RelationFromJson(const Json& json) {
   return relation;
 }
 
+void WriteTexts(JsonWriter& writer, const std::vector<std::string>& texts) {
+  writer.BeginArray();
+  for (const std::string& text : texts) writer.Text(text);
+  writer.EndArray();
+}
+
 void WriteColumn(JsonWriter& writer, const ColumnSpec& column) {
   writer.BeginObject().Name("name").Text(column.name).Name("type").Text(NameOf(column.type));
   if (column.type == ColumnType::Text || column.type == ColumnType::Binary) {
@@ -235,6 +241,18 @@ void WriteTableSpec(JsonWriter& writer, const TableSpec& table) {
   writer.EndArray().Name("indexes").BeginArray();
   for (const IndexSpec& index : table.indexes) WriteIndex(writer, index);
   writer.EndArray().EndObject();
+}
+
+void WriteRelationSpec(JsonWriter& writer, const jet::RelationSpec& relation) {
+  using OnDelete = jet::RelationSpec::OnDelete;
+  writer.BeginObject().Name("name").Text(relation.name).Name("table").Text(relation.table);
+  WriteTexts(writer.Name("columns"), relation.columns);
+  writer.Name("references").Text(relation.references);
+  WriteTexts(writer.Name("referencedColumns"), relation.referencedColumns);
+  if (relation.cascadeUpdate) writer.Name("onUpdate").Text("cascade");
+  if (relation.onDelete == OnDelete::Cascade) writer.Name("onDelete").Text("cascade");
+  if (relation.onDelete == OnDelete::SetNull) writer.Name("onDelete").Text("setNull");
+  writer.EndObject();
 }
 
 TableSpec SpecOf(const jet::TableDefinition& definition) {

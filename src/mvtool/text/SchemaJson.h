@@ -55,6 +55,9 @@ Schema SchemaFromJson(const Json& schema);
 /// One table's object of the form above, without rows.
 void WriteTableSpec(JsonWriter& writer, const jet::TableSpec& table);
 
+/// One relation's object of the form above.
+void WriteRelationSpec(JsonWriter& writer, const jet::RelationSpec& relation);
+
 /// The design that makes a table like an existing one. Indexes that belong to relations are left out.
 jet::TableSpec SpecOf(const jet::TableDefinition& definition);
 

@@ -78,17 +78,20 @@ bool IsWholeSecond(Date date) {
   return std::fabs(seconds - std::round(seconds)) < 0.001;
 }
 
-Date DateFromDays(const ValueTarget& target, const Json& json) {
-  const Date date{FloatFromJson<double>(json, &ParseDouble)};
-  if (target.toTheSecond && !IsWholeSecond(date)) json.Fail("a date to the second is wanted here");
-  return date;
+Date DateFromDays(const Json& json) {
+  return Date{FloatFromJson<double>(json, &ParseDouble)};
+}
+
+Date DateFromText(const Json& json) {
+  const std::optional<Date> date = DateFromPreciseIso(json.Text());
+  if (!date) json.Fail("a date such as \"2024-05-17T08:30:00\" is wanted here");
+  return *date;
 }
 
 Date DateValueFromJson(const ValueTarget& target, const Json& json) {
-  if (json.As<JsonNumber>() != nullptr) return DateFromDays(target, json);
-  const std::optional<Date> date = DateFromIso(json.Text());
-  if (!date) json.Fail("a date such as \"2024-05-17T08:30:00\" is wanted here");
-  return *date;
+  const Date date = json.As<JsonNumber>() != nullptr ? DateFromDays(json) : DateFromText(json);
+  if (target.toTheSecond && !IsWholeSecond(date)) json.Fail("a date to the second is wanted here");
+  return date;
 }
 
 template <typename Integer>

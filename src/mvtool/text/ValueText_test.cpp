@@ -169,6 +169,14 @@ TEST(ValueTextRead, FractionsOfASecondAreRefusedWhereDatesHoldNone) {
   EXPECT_EQ(testing::ErrorOf([&] { read("45000.35417"); }).Description(),
             "line 1, column 1: a date to the second is wanted here, not 45000.35417. Table '', column ''.");
   EXPECT_EQ(Read(DataType::Date, "45000.35417"), Value(Date{45000.35417}));
+  EXPECT_EQ(
+      testing::ErrorOf([&] { read("\"2024-05-17T08:30:00.5\""); }).Description(),
+      "line 1, column 1: a date to the second is wanted here, not \"2024-05-17T08:30:00.5\". Table '', column ''.");
+  EXPECT_EQ(read("\"2024-05-17T08:30:00.000\""), read("\"2024-05-17T08:30:00\""));
+}
+
+TEST(ValueTextRead, ADateIsReadToItsLastDecimal) {
+  EXPECT_EQ(Read(DataType::Date, "\"2024-05-17T08:30:00.125\""), Value(Date{45429 + 30600.125 / 86400}));
 }
 
 TEST(ValueTextRead, ValuesThatDoNotFitAreRefusedWithTheirPlace) {

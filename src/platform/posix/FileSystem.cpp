@@ -327,6 +327,10 @@ class PosixFileSystem : public FileSystem {
     return std::uint64_t{status.f_bavail} * status.f_frsize;
   }
 
+  bool MayMakeFilesIn(const std::string& folder) const override {
+    return ::faccessat(AT_FDCWD, NativePath(folder).c_str(), W_OK | X_OK, AT_EACCESS) == 0;
+  }
+
   std::uint64_t LastWriteTime(const std::string& path) const override {
     const std::string native = NativePath(path);
     struct stat status = {};

@@ -281,6 +281,15 @@ class WindowsFileSystem : public FileSystem {
     return free.QuadPart;
   }
 
+  bool MayMakeFilesIn(const std::string& folder) const override {
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE handle = ::CreateFileW(NativePath(folder).c_str(), FILE_ADD_FILE, kShareAll, nullptr, OPEN_EXISTING,
+                                        FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (handle == INVALID_HANDLE_VALUE) return false;
+    ::CloseHandle(handle);
+    return true;
+  }
+
   std::uint64_t LastWriteTime(const std::string& path) const override {
     return static_cast<std::uint64_t>(FactsOf(path).modified);  // that is the very time, and folders have it too
   }

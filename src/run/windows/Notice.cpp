@@ -19,8 +19,8 @@ bool WriteToConsole(HANDLE console, const std::wstring& text) {
 }
 
 /// False when there is none, or when it cannot be written.
-bool WriteToOwnStandardError(const std::string& text) {
-  const HANDLE handle = ::GetStdHandle(STD_ERROR_HANDLE);
+bool WriteToOwnHandle(DWORD which, const std::string& text) {
+  const HANDLE handle = ::GetStdHandle(which);
   if (!IsUsable(handle)) return false;
   if (WriteToConsole(handle, platform::Wide(text))) return true;
   DWORD count = 0;
@@ -45,7 +45,11 @@ void SystemNoticeOutlet::ShowBox(const std::string& text) {
 }
 
 void SystemNoticeOutlet::WriteToStandardError(const std::string& text) {
-  if (!WriteToOwnStandardError(text)) WriteToParentsConsole(text);
+  if (!WriteToOwnHandle(STD_ERROR_HANDLE, text)) WriteToParentsConsole(text);
+}
+
+void SystemNoticeOutlet::WriteToStandardOutput(const std::string& text) {
+  if (!WriteToOwnHandle(STD_OUTPUT_HANDLE, text)) WriteToParentsConsole(text);
 }
 
 void TellUser(const std::string& words, const Invocation& invocation, NoticeOutlet& outlet) {

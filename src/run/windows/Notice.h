@@ -13,14 +13,16 @@ class NoticeOutlet {
   /// Waits until the user has closed the box.
   virtual void ShowBox(const std::string& text) = 0;
   virtual void WriteToStandardError(const std::string& text) = 0;
+  virtual void WriteToStandardOutput(const std::string& text) = 0;
 };
 
-/// The outlets of this system. Standard error is the one that whoever started the program has given it, else the
-/// console of that program; without either the words are lost.
+/// The outlets of this system. Standard error and output are the ones that whoever started the program has given it,
+/// else the console of that program; without either the words are lost.
 class SystemNoticeOutlet : public NoticeOutlet {
  public:
   void ShowBox(const std::string& text) override;
   void WriteToStandardError(const std::string& text) override;
+  void WriteToStandardOutput(const std::string& text) override;
 };
 
 /// Tells the user `words`, if there are any: in a box when the program was started with `invocation` to open its

@@ -13,6 +13,7 @@ class RecordingOutlet : public NoticeOutlet {
   std::vector<std::string> calls;
   void ShowBox(const std::string& text) override { calls.push_back("box: " + text); }
   void WriteToStandardError(const std::string& text) override { calls.push_back("stderr: " + text); }
+  void WriteToStandardOutput(const std::string& text) override { calls.push_back("stdout: " + text); }
 };
 
 std::vector<std::string> Told(const std::string& words, const std::string& commandLine) {
@@ -39,20 +40,27 @@ TEST(NoticeTest, NothingToSayIsNotSaid) {
   EXPECT_TRUE(Told("", "-Mode0").empty());
 }
 
-TEST(NoticeTest, StandardErrorIsTheOneTheProgramWasStartedWith) {
+/// What `write` puts into the standard handle `which`.
+std::string WrittenTo(DWORD which, void (SystemNoticeOutlet::*write)(const std::string&), const std::string& text) {
   HANDLE reading = nullptr;
   HANDLE writing = nullptr;
-  ASSERT_TRUE(::CreatePipe(&reading, &writing, nullptr, 0));
-  const HANDLE before = ::GetStdHandle(STD_ERROR_HANDLE);
-  ::SetStdHandle(STD_ERROR_HANDLE, writing);
-  SystemNoticeOutlet().WriteToStandardError("caf\xC3\xA9\n");
-  ::SetStdHandle(STD_ERROR_HANDLE, before);
+  EXPECT_TRUE(::CreatePipe(&reading, &writing, nullptr, 0));
+  const HANDLE before = ::GetStdHandle(which);
+  ::SetStdHandle(which, writing);
+  SystemNoticeOutlet outlet;
+  (outlet.*write)(text);
+  ::SetStdHandle(which, before);
   ::CloseHandle(writing);
   char bytes[16] = {};
   DWORD count = 0;
-  ASSERT_TRUE(::ReadFile(reading, bytes, sizeof bytes, &count, nullptr));
-  EXPECT_EQ(std::string(bytes, count), "caf\xC3\xA9\n");
+  EXPECT_TRUE(::ReadFile(reading, bytes, sizeof bytes, &count, nullptr));
   ::CloseHandle(reading);
+  return std::string(bytes, count);
+}
+
+TEST(NoticeTest, StandardErrorAndOutputAreThoseTheProgramWasStartedWith) {
+  EXPECT_EQ(WrittenTo(STD_ERROR_HANDLE, &SystemNoticeOutlet::WriteToStandardError, "caf\xC3\xA9\n"), "caf\xC3\xA9\n");
+  EXPECT_EQ(WrittenTo(STD_OUTPUT_HANDLE, &SystemNoticeOutlet::WriteToStandardOutput, "1.0\n"), "1.0\n");
 }
 
 }  // namespace
