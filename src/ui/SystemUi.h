@@ -19,6 +19,8 @@ std::unique_ptr<UserInterface> MakeSilentUserInterface();
 /// The toolkit of this system's windows; null where it has none. To be called once, before the process has a second
 /// thread.
 std::unique_ptr<Toolkit> MakeToolkit();
+/// Why MakeToolkit gives none, to follow "no window: "; empty where it gives one.
+std::string WhyNoWindow();
 
 /// Why MakeToolkit gave null: a sentence without its full stop. Looks for the reason anew.
 std::string WhyNoWindow();

@@ -5,7 +5,6 @@
 #include "base/Error.h"
 #include "ui/MainWindowLayout.h"
 #include "ui/Texts.h"
-#include "ui/frmAbout.h"
 #include "ui/frmConfig.h"
 
 namespace mv {
@@ -17,7 +16,8 @@ using layout::Panel;
 
 }  // namespace
 
-frmMain::frmMain(Toolkit& toolkit, Services services) : toolkit_(toolkit), services_(std::move(services)) {}
+frmMain::frmMain(Toolkit& toolkit, Services services)
+    : toolkit_(toolkit), services_(std::move(services)), about_(services_.version) {}
 
 frmMain::~frmMain() = default;
 
@@ -152,9 +152,7 @@ void frmMain::mnuViewLog_Click() {
 }
 
 void frmMain::mnuAbout_Click() {
-  if (!Open()) return;
-  frmAbout form(services_.version);
-  view_->ShowModal(form);
+  if (Open()) view_->ShowAbout(about_);
 }
 
 void frmMain::tb_ButtonClick(int index) {

@@ -14,6 +14,7 @@
 #include "ui/MainWindow.h"
 #include "ui/Toolkit.h"
 #include "ui/UserInterface.h"
+#include "ui/frmAbout.h"
 #include "ui/frmMainView.h"
 
 namespace mv {
@@ -91,6 +92,7 @@ class frmMain : public MainWindow, public UserInterface {
 
   Toolkit& toolkit_;
   Services services_;
+  frmAbout about_;
   std::unique_ptr<frmMainView> view_;  ///< null until the window is shown
   int spinnerFrame_ = 0;
   bool hourglass_ = false;  ///< the window opens under the pointer that was set before

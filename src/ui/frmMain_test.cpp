@@ -307,5 +307,15 @@ TEST_F(frmMainTest, TheAboutBoxShowsTheVersionAndItsButtonClosesIt) {
   EXPECT_EQ(version, "Version: 1.2.3");
 }
 
+TEST_F(frmMainTest, TheAboutBoxOfTwoCallsIsOne) {
+  std::vector<frmAbout*> shown;
+  toolkit_.inAbout = [&](frmAbout& form, testing::FakeAboutView&) { shown.push_back(&form); };
+  Open();
+  form_.mnuAbout_Click();
+  form_.mnuAbout_Click();
+  ASSERT_EQ(shown.size(), 2u);
+  EXPECT_EQ(shown[0], shown[1]) << "the view keeps it while the box is open";
+}
+
 }  // namespace
 }  // namespace mv

@@ -28,4 +28,8 @@ std::string WhyNoWindow() {
   return Find().reason;
 }
 
+std::string WhyNoWindow() {
+  return "the part of the program that shows it is not installed (package mvppcsync-window)";
+}
+
 }  // namespace mv
