@@ -22,7 +22,4 @@ std::unique_ptr<Toolkit> MakeToolkit();
 /// Why MakeToolkit gives none, to follow "no window: "; empty where it gives one.
 std::string WhyNoWindow();
 
-/// Why MakeToolkit gave null: a sentence without its full stop. Looks for the reason anew.
-std::string WhyNoWindow();
-
 }  // namespace mv

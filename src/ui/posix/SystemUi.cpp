@@ -28,8 +28,4 @@ std::string WhyNoWindow() {
   return Find().reason;
 }
 
-std::string WhyNoWindow() {
-  return "the part of the program that shows it is not installed (package mvppcsync-window)";
-}
-
 }  // namespace mv

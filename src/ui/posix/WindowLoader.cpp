@@ -126,7 +126,7 @@ LoadedPart LoadFirst(const std::vector<std::string>& places) {
   for (const std::string& place : places) {
     if (::access(place.c_str(), F_OK) == 0) return Load(place);
   }
-  return {nullptr, std::string(kPartFile) + " is not installed"};
+  return {nullptr, "the part of the program that shows it is not installed (package mvppcsync-window)"};
 }
 
 /// The part's toolkit, and what it has to be told.

@@ -9,7 +9,7 @@
 
 namespace mv {
 
-/// A toolkit, or why there is none: a sentence without its full stop.
+/// A toolkit, or why there is none: to follow "no window: ".
 struct FoundToolkit {
   std::unique_ptr<Toolkit> toolkit;
   std::string reason;

@@ -34,7 +34,8 @@ bool IsOfThisMachine(std::size_t row) {
   return row != 1;
 }
 
-/// A box or an option that follows its keyboard mark at once. Qt's own does 100 ms later, and undoes what was typed next.
+/// A box or an option that follows its keyboard mark at once. Qt's own does 100 ms later, and undoes what was typed
+/// next.
 template <typename Button>
 class Prompt : public Button {
  public:

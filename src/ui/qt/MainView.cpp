@@ -182,7 +182,7 @@ MessageAnswer MainView::ShowMessage(const std::string& text, const std::string& 
   const bool asks = buttons == MessageButtons::RetryCancel;
   QMessageBox box(IconOf(icon), Text(title), Lines(text),
                   asks ? QMessageBox::Retry | QMessageBox::Cancel : QMessageBox::StandardButtons(QMessageBox::Ok),
-                  window_.get());
+                  Uppermost());
   box.setTextFormat(Qt::PlainText);
   box.setDefaultButton(asks ? QMessageBox::Retry : QMessageBox::Ok);
   box.setEscapeButton(asks ? QMessageBox::Cancel : QMessageBox::Ok);
@@ -201,8 +201,20 @@ void MainView::ShowModal(frmConfig& form) {
   ConfigView(form, window_.get()).exec();
 }
 
-void MainView::ShowModal(frmAbout& form) {
-  AboutView(form, window_.get()).exec();
+void MainView::ShowAbout(frmAbout& form) {
+  if (Uppermost() == window_.get()) {
+    about_ = new AboutView(form, window_.get());
+    about_->setAttribute(Qt::WA_DeleteOnClose);
+    about_->open();
+  }
+  about_->raise();
+  about_->activateWindow();
+}
+
+QWidget* MainView::Uppermost() const {
+  // A closed box lives until the message loop comes round.
+  if (about_ && about_->isVisible()) return about_;
+  return window_.get();
 }
 
 void MainView::MakeToolBar() {

@@ -2,6 +2,7 @@
 
 #include <QEventLoop>
 #include <QIcon>
+#include <QPointer>
 #include <array>
 #include <map>
 #include <memory>
@@ -16,6 +17,7 @@ class QMenu;
 
 namespace mv::qt {
 
+class AboutView;
 class PictureLabel;
 class ToolBar;
 
@@ -48,7 +50,7 @@ class MainView : public frmMainView {
   MessageAnswer ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
                             MessageIcon icon) override;
   void ShowModal(frmConfig& form) override;
-  void ShowModal(frmAbout& form) override;
+  void ShowAbout(frmAbout& form) override;
 
  private:
   class Window;
@@ -63,6 +65,8 @@ class MainView : public frmMainView {
   /// The system may end the process any time after it has told of the session's end. It need not: then the modal
   /// windows are closed as by their close boxes, and the message loop ends.
   void EndWithSession();
+  /// What message boxes come up over.
+  QWidget* Uppermost() const;
   void WatchSession(int ending);
   void MarkMode();
 
@@ -76,6 +80,7 @@ class MainView : public frmMainView {
   PictureLabel* modePicture_ = nullptr;
   PictureLabel* spinner_ = nullptr;
   std::array<QIcon, kSpinnerFrames> spinnerFrames_;
+  QPointer<AboutView> about_;  ///< null when it is closed
   std::map<Panel, QLabel*> panels_;
   std::map<Menu, QMenu*> menus_;
   std::map<Command, QAction*> menuActions_;

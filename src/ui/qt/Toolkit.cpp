@@ -28,7 +28,9 @@ class QtToolkit : public Toolkit {
     QGuiApplication::setQuitOnLastWindowClosed(false);
   }
 
-  std::unique_ptr<frmMainView> MakeMainView(frmMain& form) override { return std::make_unique<MainView>(form, ending_); }
+  std::unique_ptr<frmMainView> MakeMainView(frmMain& form) override {
+    return std::make_unique<MainView>(form, ending_);
+  }
 
  private:
   int ending_;
