@@ -32,6 +32,7 @@ Wiring::Wiring(Invocation invocation)
       protectedFiles_(files_, state_.settings, programFolder_),
       log_(files_, state_.settings, protectedFiles_),
       registry_(MakeRegistryStrings(*settings_)),
+      autoStart_(MakeAutoStartService()),
       toolkit_(invocation_.silentMode ? nullptr : MakeToolkit()),
       window_(MakeWindow()),
       noWindow_(MakeSilentUserInterface()),
@@ -64,7 +65,7 @@ std::unique_ptr<frmMain> Wiring::MakeWindow() {
   if (!toolkit_) return nullptr;
   return std::make_unique<frmMain>(
       *toolkit_, frmMain::Services{state_.settings, state_.ModeNames, *settings_, *registry_, files_, shell_,
-                                   kProgramVersion, [this] { InteractiveSync(run_, *window_); }});
+                                   kProgramVersion, [this] { InteractiveSync(run_, *window_); }, autoStart_.get()});
 }
 
 UserInterface& Wiring::Ui() {

@@ -38,8 +38,9 @@ class Wiring {
   ProtectedFiles protectedFiles_;
   SyncLog log_;
   std::unique_ptr<RegistryStrings> registry_;
-  std::unique_ptr<Toolkit> toolkit_;  ///< null in an edition without a window, and for a silent run
-  std::unique_ptr<frmMain> window_;   ///< null likewise
+  std::unique_ptr<AutoStartService> autoStart_;  ///< null where the registry does it
+  std::unique_ptr<Toolkit> toolkit_;             ///< null in an edition without a window, and for a silent run
+  std::unique_ptr<frmMain> window_;              ///< null likewise
   std::unique_ptr<UserInterface> noWindow_;
   ChosenHandheld handheld_;
   DeviceHooks hooks_;

@@ -85,6 +85,13 @@ inline constexpr const char* kConfigHelp =
     "database replacement will occur.";
 inline constexpr const char* kCancel = "Cancel";
 
+// The settings dialog's section for the handheld, in editions where nothing else sets the way to it.
+inline constexpr const char* kHandheldFrame = "Handheld";
+inline constexpr const char* kHandheldFolder = "Folder in the Handheld's Place";
+inline constexpr const char* kHandheldBrowse = "Browse to Set Handheld Folder";
+inline constexpr const char* kHandheldNetwork = "Handheld Connects over the Network";
+inline constexpr const char* kHandheldHelp = "A change here takes effect at the next start of this program.";
+
 // The settings dialog's file dialogs. A filter is a list of name|pattern pairs.
 inline constexpr const char* kDatabaseDialogTitle = "Set Desktop Edition Database Location";
 inline constexpr const char* kDatabaseFilter = "Motorva Database Files(*.db)|*.db|All Files (*.*)|*.*";

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "config/AutoStartService.h"
 #include "config/RegistryStrings.h"
 #include "config/Settings.h"
 #include "config/SettingsStore.h"
@@ -40,6 +41,8 @@ class frmMain : public MainWindow, public UserInterface {
     std::string version;
     /// Makes an interactive run. Must not raise.
     std::function<void()> startRun;
+    /// See ConfigAdditions.
+    AutoStartService* autoStart = nullptr;
   };
 
   frmMain(Toolkit& toolkit, Services services);

@@ -79,7 +79,7 @@ class QtDesk:
         for name in ("WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "SESSION_MANAGER", "AT_SPI_BUS_ADDRESS"):
             self.environment.pop(name, None)
         self.answer_to("xdg-open", 0)
-        self.answer_to("systemctl", 0)
+        self.let_service_be_off()
         self.bus = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--print-address=1"], env=self.environment,
                                     stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = self.bus.stdout.readline().strip()
@@ -89,12 +89,18 @@ class QtDesk:
         self.probe = Probe(self.environment)
         self.x = XClient(self.screen.display)
 
-    def answer_to(self, command, status):
-        """What a command of the desktop does: it notes its words and ends with that status."""
+    def answer_to(self, command, status, statuses=None):
+        """What a command of the desktop does: it notes its words and ends with that status. `statuses`: of those whose
+        words hold another one."""
         file = self.home / "bin" / command
-        file.write_text(f"#!/bin/sh\nprintf '%s\\n' \"$*\" >>'{self.home}/{command}.words'\nexit {status}\n")
+        cases = "".join(f"case \"$*\" in *{word}*) exit {code} ;; esac\n" for word, code in (statuses or {}).items())
+        file.write_text(f"#!/bin/sh\nprintf '%s\\n' \"$*\" >>'{self.home}/{command}.words'\n{cases}exit {status}\n")
         file.chmod(0o755)
         self.words_of(command)
+
+    def let_service_be_off(self):
+        """The service that starts runs is there, and is not on."""
+        self.answer_to("systemctl", 0, {"is-enabled": 1, "is-active": 3})
 
     def words_of(self, command):
         """What the command was called with, once each, and forgets that."""

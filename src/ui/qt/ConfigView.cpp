@@ -71,7 +71,7 @@ ConfigView::ConfigView(frmConfig& form, QWidget* parent) : QDialog(parent), form
   auto* const all = new QVBoxLayout(this);
   all->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
   all->setSpacing(kMargin);
-  for (const layout::ConfigSection& section : layout::kConfigSections) MakeSection(section, *all);
+  for (const layout::ConfigSection& section : layout::kConfigSectionsWithHandheld) MakeSection(section, *all);
   for (std::size_t i = 0; i < browse_.size(); ++i) ShowBrowsePicture(i, BrowsePicture::Released);
   form_.Form_Load(*this);
 }
@@ -99,12 +99,12 @@ std::string ConfigView::Path(std::size_t index) const {
 }
 
 void ConfigView::Tick(CheckBox box, bool ticked) {
-  const QSignalBlocker quiet(boxes_.at(box));
-  boxes_.at(box)->setChecked(ticked);
+  const QSignalBlocker quiet(Box(layout::IdOf(box)));
+  Box(layout::IdOf(box))->setChecked(ticked);
 }
 
 bool ConfigView::Ticked(CheckBox box) const {
-  return boxes_.at(box)->isChecked();
+  return Box(layout::IdOf(box))->isChecked();
 }
 
 void ConfigView::Enable(LogControl control, bool enabled) {
@@ -117,7 +117,7 @@ void ConfigView::Enable(LogControl control, bool enabled) {
     case ControlKind::Browse:
       return browse_.at(id.index)->setEnabled(enabled);
     default:
-      return boxes_.at(static_cast<CheckBox>(id.index))->setEnabled(enabled);
+      return Box(id)->setEnabled(enabled);
   }
 }
 
@@ -128,6 +128,43 @@ void ConfigView::ShowBrowsePicture(std::size_t index, BrowsePicture picture) {
 
 std::optional<std::string> ConfigView::AskFile(const FileQuestion& question) {
   return qt::AskFile(this, question);
+}
+
+void ConfigView::Browse(std::size_t button) {
+  if (button == layout::kHandheldBrowse) return form_.cmdBrowseHandheld_Click(*this);
+  form_.cmdBrowse_Click(*this, button);
+}
+
+void ConfigView::Toggled(layout::ControlId box) {
+  if (box == layout::IdOf(CheckBox::WriteLog)) form_.chkWriteLog_Click(*this);
+  if (box == layout::kNetworkBox) form_.chkNetwork_Click(*this);
+}
+
+void ConfigView::SetFolder(const std::string& text) {
+  paths_.at(layout::kHandheldRow)->setText(ShownPath(text));
+}
+
+std::string ConfigView::Folder() const {
+  return FromText(paths_.at(layout::kHandheldRow)->text());
+}
+
+void ConfigView::TickNetwork(bool ticked) {
+  const QSignalBlocker quiet(Box(layout::kNetworkBox));
+  Box(layout::kNetworkBox)->setChecked(ticked);
+}
+
+bool ConfigView::NetworkTicked() const {
+  return Box(layout::kNetworkBox)->isChecked();
+}
+
+void ConfigView::EnableFolder(bool enabled) {
+  labels_.at(layout::kHandheldRow)->setEnabled(enabled);
+  paths_.at(layout::kHandheldRow)->setEnabled(enabled);
+  browse_.at(layout::kHandheldBrowse)->setEnabled(enabled);
+}
+
+std::optional<std::string> ConfigView::AskFolder(const std::string& title, const std::string& startingFolder) {
+  return qt::AskFolder(this, title, startingFolder);
 }
 
 /// Controls are made in the order of the table, which makes it the order of the Tab key.
@@ -183,18 +220,16 @@ void ConfigView::MakeBrowseButton(const layout::ConfigControl& control, Places& 
   connect(button, &QPushButton::pressed, this, [this, index] { form_.cmdBrowse_Pressed(*this, index); });
   connect(button, &QPushButton::released, this, [this, index] { form_.cmdBrowse_Released(*this, index); });
   connect(
-      button, &QPushButton::clicked, this, [this, index] { form_.cmdBrowse_Click(*this, index); },
-      Qt::QueuedConnection);
+      button, &QPushButton::clicked, this, [this, index] { Browse(index); }, Qt::QueuedConnection);
   places.grid->addWidget(button, places.row - 1, kBrowseButtons);
   browse_.push_back(button);
 }
 
 void ConfigView::MakeBox(const layout::ConfigControl& control, Places& places) {
   auto* const box = new Prompt<QCheckBox>(MarkedText(control.caption), places.parent);
-  const auto which = static_cast<CheckBox>(control.id.index);
-  boxes_[which] = box;
+  boxes_[control.id.index] = box;
   // Assistive programs toggle without a click.
-  if (which == CheckBox::WriteLog) connect(box, &QCheckBox::toggled, this, [this] { form_.chkWriteLog_Click(*this); });
+  connect(box, &QCheckBox::toggled, this, [this, id = control.id] { Toggled(id); });
   if (!places.label) return places.AddLine(box);
   if (!places.boxes) {
     places.boxes = new QHBoxLayout;

@@ -18,7 +18,7 @@ namespace mv::qt {
 class PictureLabel;
 
 /// The settings dialog.
-class ConfigView : public frmConfigView, public QDialog {
+class ConfigView : public frmConfigView, public HandheldSectionView, public QDialog {
  public:
   /// `form` must outlive the dialog.
   ConfigView(frmConfig& form, QWidget* parent);
@@ -33,7 +33,15 @@ class ConfigView : public frmConfigView, public QDialog {
   void Enable(LogControl control, bool enabled) override;
   void ShowBrowsePicture(std::size_t index, BrowsePicture picture) override;
   std::optional<std::string> AskFile(const FileQuestion& question) override;
+  HandheldSectionView* HandheldSection() override { return this; }
   void Unload() override { done(QDialog::Accepted); }
+
+  void SetFolder(const std::string& text) override;
+  std::string Folder() const override;
+  void TickNetwork(bool ticked) override;
+  bool NetworkTicked() const override;
+  void EnableFolder(bool enabled) override;
+  std::optional<std::string> AskFolder(const std::string& title, const std::string& startingFolder) override;
 
  protected:
   /// Esc and the close box.
@@ -42,6 +50,10 @@ class ConfigView : public frmConfigView, public QDialog {
  private:
   /// Where the controls of a section go.
   struct Places;
+
+  void Browse(std::size_t button);
+  void Toggled(layout::ControlId box);
+  QAbstractButton* Box(layout::ControlId id) const { return boxes_.at(id.index); }
 
   void MakeSection(const layout::ConfigSection& section, QBoxLayout& all);
   void MakeControl(const layout::ConfigControl& control, Places& places);
@@ -58,7 +70,7 @@ class ConfigView : public frmConfigView, public QDialog {
   std::vector<QLineEdit*> paths_;
   std::vector<QAbstractButton*> modes_;
   std::vector<QAbstractButton*> browse_;
-  std::map<CheckBox, QAbstractButton*> boxes_;
+  std::map<std::size_t, QAbstractButton*> boxes_;  ///< by the index of their ControlId
   PictureLabel* modePicture_ = nullptr;
 };
 

@@ -49,4 +49,10 @@ std::optional<std::string> AskFile(QWidget* owner, const FileQuestion& question)
   return KeptPath(dialog.selectedFiles().value(0));
 }
 
+std::optional<std::string> AskFolder(QWidget* owner, const std::string& title, const std::string& startingFolder) {
+  const QString chosen = QFileDialog::getExistingDirectory(owner, Text(title), ShownPath(startingFolder));
+  if (chosen.isEmpty()) return std::nullopt;
+  return FromText(chosen);
+}
+
 }  // namespace mv::qt

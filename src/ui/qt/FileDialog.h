@@ -14,6 +14,9 @@ namespace mv::qt {
 /// nothing when the user cancels it.
 std::optional<std::string> AskFile(QWidget* owner, const FileQuestion& question);
 
+/// Likewise for an existing folder.
+std::optional<std::string> AskFolder(QWidget* owner, const std::string& title, const std::string& startingFolder);
+
 /// "name|pattern;pattern|name|pattern" as Qt's dialogs take it: "name (pattern pattern)" each. The pattern for every
 /// file is "*" here: a name needs no dot.
 QStringList NameFilters(const std::string& filter);
