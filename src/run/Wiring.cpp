@@ -33,6 +33,7 @@ Wiring::Wiring(Invocation invocation)
       protectedFiles_(files_, state_.settings, programFolder_),
       log_(files_, state_.settings, protectedFiles_),
       registry_(MakeRegistryStrings(*settings_)),
+      autoStart_(MakeAutoStartService()),
       interactive_(MakeInteractiveUi()),
       window_(MakeWindow()),
       noWindow_(MakeSilentUserInterface()),
@@ -71,8 +72,9 @@ std::unique_ptr<frmMain> Wiring::MakeWindow() {
   if (!interactive_.toolkit) return nullptr;
   platform::Shell& shell = interactive_.shell ? *interactive_.shell : shell_;
   return std::make_unique<frmMain>(
-      *interactive_.toolkit, frmMain::Services{state_.settings, state_.ModeNames, *settings_, *registry_, files_, shell,
-                                               kProgramVersion, [this] { InteractiveSync(run_, *window_); }});
+      *interactive_.toolkit,
+      frmMain::Services{state_.settings, state_.ModeNames, *settings_, *registry_, files_, shell, kProgramVersion,
+                        [this] { InteractiveSync(run_, *window_); }, autoStart_.get()});
 }
 
 UserInterface& Wiring::Ui() {

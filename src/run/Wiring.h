@@ -40,8 +40,9 @@ class Wiring {
   ProtectedFiles protectedFiles_;
   SyncLog log_;
   std::unique_ptr<RegistryStrings> registry_;
-  InteractiveUi interactive_;        ///< empty for a silent run
-  std::unique_ptr<frmMain> window_;  ///< null where there is nothing to show it on, and for a silent run
+  std::unique_ptr<AutoStartService> autoStart_;  ///< null where the registry does it
+  InteractiveUi interactive_;                    ///< empty for a silent run
+  std::unique_ptr<frmMain> window_;              ///< null where there is nothing to show it on, and for a silent run
   std::unique_ptr<UserInterface> noWindow_;
   ChosenHandheld handheld_;
   DeviceHooks hooks_;

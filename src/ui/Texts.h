@@ -33,6 +33,9 @@ inline constexpr const char* kModeTip = " You are set to ";
 inline constexpr const char* kLastSync = "Last sync: ";
 inline constexpr const char* kUnknown = "Unknown";
 
+/// Not to be seen: what a screen reader calls the progress list.
+inline constexpr const char* kProgress = "Progress";
+
 // Opening the log.
 inline constexpr const char* kLogTitle = "Motorva\u00A9 Mobile Edition";
 std::string LogDoesNotExist(const std::string& path);
@@ -89,6 +92,13 @@ inline constexpr const char* kConfigHelp =
     "Use this dialog to setup your sync options. Use care when using any mode other than [Normal Mode] as a complete "
     "database replacement will occur.";
 inline constexpr const char* kCancel = "Cancel";
+
+// The settings dialog's section for the handheld, in editions where nothing else sets the way to it.
+inline constexpr const char* kHandheldFrame = "Handheld";
+inline constexpr const char* kHandheldFolder = "Folder in the Handheld's Place";
+inline constexpr const char* kHandheldBrowse = "Browse to Set Handheld Folder";
+inline constexpr const char* kHandheldNetwork = "Handheld Connects over the Network";
+inline constexpr const char* kHandheldHelp = "A change here takes effect at the next start of this program.";
 
 // The settings dialog's file dialogs. A filter is a list of name|pattern pairs.
 inline constexpr const char* kDatabaseDialogTitle = "Set Desktop Edition Database Location";

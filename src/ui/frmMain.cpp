@@ -147,8 +147,10 @@ void frmMain::mnuSyncExit_Click() {
 
 void frmMain::mnuViewSettings_Click() {
   if (!Open()) return;
-  frmConfig form(services_.settings, services_.registry, services_.files);
+  frmConfig form(services_.settings, services_.registry, services_.files, {&services_.store, services_.autoStart});
   view_->ShowModal(form);
+  if (form.Notice().empty()) return;
+  ShowMessage(form.Notice(), texts::kMainTitle, MessageButtons::Ok, MessageIcon::Information);
 }
 
 void frmMain::mnuViewLog_Click() {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "config/AutoStartService.h"
 #include "config/RegistryStrings.h"
 #include "config/Settings.h"
 #include "config/SettingsStore.h"
@@ -41,6 +42,8 @@ class frmMain : public MainWindow, public UserInterface {
     std::string version;
     /// Makes an interactive run. Must not raise.
     std::function<void()> startRun;
+    /// See ConfigAdditions.
+    AutoStartService* autoStart = nullptr;
     std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
   };
 

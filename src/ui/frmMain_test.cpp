@@ -30,15 +30,11 @@ class frmMainTest : public ::testing::Test {
   frmMainTest() { settings_.SyncLogPath = "C:\\Cars\\SyncLog.txt"; }
 
   frmMain::Services ServicesOn(SettingsStore& store) {
-    return {settings_,
-            modeNames_,
-            store,
-            registry_,
-            files_,
-            shell_,
-            "1.2.3",
-            [this] { startRun_(); },
-            [this] { return now_; }};
+    return {settings_, modeNames_,
+            store,     registry_,
+            files_,    shell_,
+            "1.2.3",   [this] { startRun_(); },
+            nullptr,   [this] { return now_; }};
   }
   void Pass(std::chrono::milliseconds time) { now_ += time; }
   /// The window open, and nothing noted yet.
