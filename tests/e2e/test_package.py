@@ -1,20 +1,24 @@
-"""The archive of the Windows programs, as packaging/windows/build-zip left it in build/package."""
+"""The packages, as the scripts of packaging/ left them in build/package."""
 
 import hashlib
 import os
 import pathlib
 import re
+import shutil
 import struct
 import subprocess
 import tempfile
+import time
 import unittest
 import zipfile
 
-from .world import ROOT
+from .windows import WINDOWS_BIN, windows_path, wine
+from .world import BIN, ROOT
 
 PACKAGING = ROOT / "packaging" / "windows"
 PACKAGE = pathlib.Path(os.environ.get("MV_PACKAGE", ROOT / "build" / "package"))
 VERSION = re.search(r"project\(MVPPCSync VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text("utf-8")).group(1)
+X86_BIN = ROOT / "build" / "windows-x86" / "bin"
 ARCHIVE = PACKAGE / f"MVPPCSync-{VERSION}-windows.zip"
 MACHINES = {"x86": 0x014C, "x64": 0x8664}
 GUI, CONSOLE = 2, 3
@@ -127,3 +131,97 @@ class CheckImports(unittest.TestCase):
         status, text = self.outcome(program, listed.replace("[shell32.dll]", "[other.dll]"))
         self.assertEqual(status, 1)
         self.assertIn("shell32.dll: not a DLL of every system", text)
+
+
+@unittest.skipUnless(shutil.which("makensis"), "makensis is not installed (Debian: nsis)")
+@unittest.skipUnless((X86_BIN / "MVPPCSync.exe").exists(), "the Windows programs have not been built")
+class Installer(unittest.TestCase):
+    """Runs the installer under Wine. That runs 64-bit programs only, so it is packed a second time with a 64-bit stub;
+    of the one that is shipped, whose script is the same, the stub is looked at."""
+
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        cls.folder = pathlib.Path(folder.name)
+        cls.prefix = cls.folder / "prefix"
+        cls.shipped = cls.pack("x86-unicode")
+        cls.setup = cls.pack("amd64-unicode")
+
+    @classmethod
+    def pack(cls, target, out="out"):
+        said = subprocess.run([PACKAGING / "pack-installer", WINDOWS_BIN, X86_BIN, cls.folder / out, target], check=True,
+                              capture_output=True, text=True).stdout
+        return pathlib.Path(said.strip())
+
+    def wine(self, *command):
+        return wine(*command, WINEPREFIX=str(self.prefix))
+
+    def install(self, *options):
+        self.assertEqual(self.wine(self.setup, "/S", *options), 0)
+
+    def uninstall(self, folder, mode, root):
+        """The uninstaller goes on in a copy of itself; what it takes away last is its entry in the list of programs."""
+        self.assertEqual(self.wine(folder / "uninstall.exe", "/S", mode), 0)
+        until = time.monotonic() + 60
+        while self.listed(root) and time.monotonic() < until:
+            pass
+        self.assertFalse(self.listed(root))
+
+    def listed(self, root):
+        return self.wine("reg", "query", root + r"\Software\Microsoft\Windows\CurrentVersion\Uninstall\MVPPCSync") == 0
+
+    def test_the_installer_runs_on_every_windows_from_xp_on(self):
+        program = self.shipped.read_bytes()
+        self.assertEqual(pe_header(program), (MACHINES["x86"], GUI))
+        start = struct.unpack_from("<I", program, 0x3C)[0]
+        self.assertLessEqual(struct.unpack_from("<HH", program, start + 24 + 48), (5, 1))
+
+    def test_packing_again_gives_the_same_bytes(self):
+        again = self.pack("x86-unicode", "again")
+        self.assertEqual(again.read_bytes(), self.shipped.read_bytes())
+
+    def test_what_a_user_made_outlives_updates_and_the_uninstaller(self):
+        folder = self.folder / "program"
+        place = f"/D={windows_path(folder)}"
+        self.install("/CurrentUser", place)
+        self.assertEqual(sorted(f.name for f in folder.iterdir()),
+                         ["MVPPCSync.exe", "README.txt", "_20", "licence-json.txt", "mvtool.exe", "uninstall.exe"])
+        self.assertEqual((folder / "MVPPCSync.exe").read_bytes(), (WINDOWS_BIN / "MVPPCSync.exe").read_bytes())
+        self.assertTrue(self.listed("HKCU"))
+        self.assertEqual(len(list(self.prefix.rglob("Start Menu/Programs/MVPPCSync/*.lnk"))), 3)
+
+        demo = folder / "data"
+        self.assertEqual(self.wine(folder / "mvtool.exe", "demo", windows_path(demo)), 0)
+        self.assertEqual(self.wine(folder / "mvtool.exe", "check", windows_path(demo / "Motorva.db")), 0)
+        database = (demo / "Motorva.db").read_bytes()
+        self.assertEqual(self.wine(folder / "mvtool.exe", "template", windows_path(demo / "Motorva.db"),
+                                   windows_path(folder / "_20"), "--force"), 0)
+        settings = r"HKCU\Software\VB and VBA Program Settings\Motorva32\General"
+        self.assertEqual(self.wine("reg", "add", settings, "/v", "DBPath", "/d", windows_path(demo), "/f"), 0)
+        template = (folder / "_20").read_bytes()
+        os.utime(folder / "_20", (10**9, 10**9))
+
+        self.install("/CurrentUser")
+        self.assertEqual((folder / "_20").read_bytes(), template)
+
+        self.uninstall(folder, "/CurrentUser", "HKCU")
+        self.assertEqual(sorted(f.name for f in folder.iterdir()), ["_20", "data"])
+        self.assertEqual((demo / "Motorva.db").read_bytes(), database)
+        self.assertEqual(self.wine("reg", "query", settings, "/v", "DBPath"), 0)
+        self.assertEqual(list(self.prefix.rglob("Start Menu/Programs/MVPPCSync/*.lnk")), [])
+
+    def test_for_all_users_it_goes_where_programs_are_and_leaves_nothing(self):
+        autostart = r"HKLM\Software\Microsoft\Windows CE Services\AutoStartOnConnect"
+        for option, name, machine in ((), "Program Files", "x64"), (("/X86",), "Program Files (x86)", "x86"):
+            self.install("/AllUsers", *option)
+            folder = self.prefix / "drive_c" / name / "MVPPCSync"
+            self.assertEqual(pe_header((folder / "MVPPCSync.exe").read_bytes()), (MACHINES[machine], GUI))
+            self.assertTrue(self.listed("HKLM"))
+            program = f"C:\\{name}\\MVPPCSync\\MVPPCSync.exe -Mode0"
+            self.wine("reg", "add", autostart, "/v", "Brindle Software", "/d", program, "/f")
+
+            self.uninstall(folder, "/AllUsers", "HKLM")
+
+            self.assertFalse(folder.exists())
+            self.assertNotEqual(self.wine("reg", "query", autostart, "/v", "Brindle Software"), 0)

@@ -1,0 +1,227 @@
+"""The packages, as the scripts of packaging/ left them in build/package."""
+
+import hashlib
+import os
+import pathlib
+import re
+import shutil
+import struct
+import subprocess
+import tempfile
+import time
+import unittest
+import zipfile
+
+from .windows import WINDOWS_BIN, windows_path, wine
+from .world import BIN, ROOT
+
+PACKAGING = ROOT / "packaging" / "windows"
+PACKAGE = pathlib.Path(os.environ.get("MV_PACKAGE", ROOT / "build" / "package"))
+VERSION = re.search(r"project\(MVPPCSync VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text("utf-8")).group(1)
+X86_BIN = pathlib.Path("/work/main/build/windows-x86/bin")
+ARCHIVE = PACKAGE / f"MVPPCSync-{VERSION}-windows.zip"
+MACHINES = {"x86": 0x014C, "x64": 0x8664}
+GUI, CONSOLE = 2, 3
+
+
+def pe_header(program):
+    """Machine and subsystem of a Windows program."""
+    start = struct.unpack_from("<I", program, 0x3C)[0]
+    assert program[start:start + 4] == b"PE\0\0"
+    machine = struct.unpack_from("<H", program, start + 4)[0]
+    subsystem = struct.unpack_from("<H", program, start + 24 + 68)[0]
+    return machine, subsystem
+
+
+def picture_count(groups):
+    """How many pictures the icons name: each is a header of three words, the third the count, and 14 bytes a picture."""
+    total, at = 0, 0
+    while at < len(groups):
+        count = struct.unpack_from("<HHH", groups, at)[2]
+        total += count
+        at += 6 + 14 * count
+    return total
+
+
+@unittest.skipUnless(ARCHIVE.exists(), "packaging/windows/build-zip has not been run")
+class Package(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        with zipfile.ZipFile(ARCHIVE) as archive:
+            cls.entries = archive.infolist()
+            cls.files = {e.filename.split("/", 1)[1]: archive.read(e) for e in cls.entries}
+
+    def test_it_holds_both_programs_with_template_and_companion(self):
+        expected = ["README.txt", "licence-json.txt"]
+        expected += [f"{m}/{f}" for m in ("x64", "x86") for f in ("MVPPCSync.exe", "_20", "mvtool.exe")]
+        self.assertEqual([e.filename for e in self.entries], [f"MVPPCSync-{VERSION}/{name}" for name in expected])
+
+    def test_the_programs_are_for_their_systems_and_only_the_companion_has_a_console(self):
+        for folder, machine in MACHINES.items():
+            self.assertEqual(pe_header(self.files[f"{folder}/MVPPCSync.exe"]), (machine, GUI))
+            self.assertEqual(pe_header(self.files[f"{folder}/mvtool.exe"]), (machine, CONSOLE))
+
+    def test_each_program_carries_the_version_and_the_manifest(self):
+        version = "FileVersion\0".encode("utf-16-le") + b"\0\0" + f"{VERSION}\0".encode("utf-16-le")
+        manifest = (PACKAGING / "resources" / "program.manifest").read_bytes()
+        for folder in MACHINES:
+            for program in ("MVPPCSync.exe", "mvtool.exe"):
+                content = self.files[f"{folder}/{program}"]
+                self.assertIn(version, content, program)
+                self.assertIn(manifest, content, program)
+
+    def test_each_program_has_every_size_of_its_icons(self):
+        pictures, icons = b"3", b"14"
+        for folder in MACHINES:
+            for name, expected in (("MVPPCSync.exe", 13), ("mvtool.exe", 1)):
+                with tempfile.NamedTemporaryFile(suffix=".exe") as program:
+                    program.write(self.files[f"{folder}/{name}"])
+                    program.flush()
+                    listed = subprocess.run(["wrestool", "--list", program.name], check=True, capture_output=True).stdout
+                    groups = subprocess.run(["wrestool", "--extract", "--raw", "--type=14", program.name], check=True,
+                                            capture_output=True).stdout
+                numbers = re.findall(rb"--type=(\d+) ", listed)
+                self.assertEqual(numbers.count(icons), expected, name)
+                self.assertEqual(numbers.count(pictures), picture_count(groups), name)
+
+    def test_the_template_is_a_database_and_the_same_for_both(self):
+        self.assertEqual(self.files["x64/_20"][4:19], b"Standard Jet DB")
+        self.assertEqual(self.files["x64/_20"], self.files["x86/_20"])
+
+    def test_the_read_me_is_for_windows(self):
+        text = self.files["README.txt"]
+        self.assertEqual(text.count(b"\n"), text.count(b"\r\n"))
+        self.assertTrue(text.startswith(f"MVPPCSync {VERSION} ".encode("ascii")))
+        self.assertLessEqual(max(map(len, text.split(b"\r\n"))), 80)
+
+    def test_the_licence_of_the_json_library_comes_along(self):
+        self.assertIn(b"Permission is hereby granted, free of charge", self.files["licence-json.txt"])
+
+    def test_packing_again_gives_the_same_bytes(self):
+        with tempfile.TemporaryDirectory() as folder:
+            for name, content in self.files.items():
+                path = pathlib.Path(folder, name)
+                path.parent.mkdir(exist_ok=True)
+                path.write_bytes(content)
+            subprocess.run([PACKAGING / "pack-zip", f"x64={folder}/x64", f"x86={folder}/x86", f"{folder}/out"], check=True,
+                           stdout=subprocess.DEVNULL)
+            again = pathlib.Path(folder, "out", ARCHIVE.name).read_bytes()
+        self.assertEqual(hashlib.sha256(again).hexdigest(), hashlib.sha256(ARCHIVE.read_bytes()).hexdigest())
+
+
+class CheckImports(unittest.TestCase):
+    """What keeps a program from starting on an old system is found before it is packed."""
+
+    def outcome(self, program, listed):
+        with tempfile.TemporaryDirectory() as folder:
+            script = pathlib.Path(folder, "check-imports")
+            script.write_bytes((PACKAGING / "check-imports").read_bytes())
+            pathlib.Path(folder, "imports.txt").write_text(listed, encoding="ascii")
+            run = subprocess.run(["python3", script, program], capture_output=True, text=True)
+            return run.returncode, run.stdout
+
+    @unittest.skipUnless(ARCHIVE.exists(), "packaging/windows/build-zip has not been run")
+    def test_a_function_or_a_dll_that_is_not_listed_is_named(self):
+        listed = (PACKAGING / "imports.txt").read_text("ascii")
+        program = pathlib.Path("/work/main/build/windows-x86/bin") / "mvtool.exe"
+        self.assertEqual(self.outcome(program, listed)[0], 0)
+        status, text = self.outcome(program, re.sub(r"\bCreateFileW\b", "", listed))
+        self.assertEqual(status, 1)
+        self.assertIn("kernel32.dll: CreateFileW: not known", text)
+        status, text = self.outcome(program, listed.replace("[shell32.dll]", "[other.dll]"))
+        self.assertEqual(status, 1)
+        self.assertIn("shell32.dll: not a DLL of every system", text)
+
+
+@unittest.skipUnless(shutil.which("makensis"), "makensis is not installed (Debian: nsis)")
+@unittest.skipUnless((X86_BIN / "MVPPCSync.exe").exists(), "the Windows programs have not been built")
+class Installer(unittest.TestCase):
+    """Runs the installer under Wine. That runs 64-bit programs only, so it is packed a second time with a 64-bit stub;
+    of the one that is shipped, whose script is the same, the stub is looked at."""
+
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        cls.folder = pathlib.Path(folder.name)
+        cls.prefix = cls.folder / "prefix"
+        cls.shipped = cls.pack("x86-unicode")
+        cls.setup = cls.pack("amd64-unicode")
+
+    @classmethod
+    def pack(cls, target, out="out"):
+        said = subprocess.run([PACKAGING / "pack-installer", WINDOWS_BIN, X86_BIN, cls.folder / out, target], check=True,
+                              capture_output=True, text=True).stdout
+        return pathlib.Path(said.strip())
+
+    def wine(self, *command):
+        return wine(*command, WINEPREFIX=str(self.prefix))
+
+    def install(self, *options):
+        self.assertEqual(self.wine(self.setup, "/S", *options), 0)
+
+    def uninstall(self, folder, mode, root):
+        """The uninstaller goes on in a copy of itself; what it takes away last is its entry in the list of programs."""
+        self.assertEqual(self.wine(folder / "uninstall.exe", "/S", mode), 0)
+        until = time.monotonic() + 60
+        while self.listed(root) and time.monotonic() < until:
+            pass
+        self.assertFalse(self.listed(root))
+
+    def listed(self, root):
+        return self.wine("reg", "query", root + r"\Software\Microsoft\Windows\CurrentVersion\Uninstall\MVPPCSync") == 0
+
+    def test_the_installer_runs_on_every_windows_from_xp_on(self):
+        program = self.shipped.read_bytes()
+        self.assertEqual(pe_header(program), (MACHINES["x86"], GUI))
+        start = struct.unpack_from("<I", program, 0x3C)[0]
+        self.assertLessEqual(struct.unpack_from("<HH", program, start + 24 + 48), (5, 1))
+
+    def test_packing_again_gives_the_same_bytes(self):
+        again = self.pack("x86-unicode", "again")
+        self.assertEqual(again.read_bytes(), self.shipped.read_bytes())
+
+    def test_what_a_user_made_outlives_updates_and_the_uninstaller(self):
+        folder = self.folder / "program"
+        place = f"/D={windows_path(folder)}"
+        self.install("/CurrentUser", place)
+        self.assertEqual(sorted(f.name for f in folder.iterdir()),
+                         ["MVPPCSync.exe", "README.txt", "_20", "licence-json.txt", "mvtool.exe", "uninstall.exe"])
+        self.assertEqual((folder / "MVPPCSync.exe").read_bytes(), (WINDOWS_BIN / "MVPPCSync.exe").read_bytes())
+        self.assertTrue(self.listed("HKCU"))
+        self.assertEqual(len(list(self.prefix.rglob("Start Menu/Programs/MVPPCSync/*.lnk"))), 3)
+
+        demo = folder / "data"
+        self.assertEqual(self.wine(folder / "mvtool.exe", "demo", windows_path(demo)), 0)
+        self.assertEqual(self.wine(folder / "mvtool.exe", "check", windows_path(demo / "Motorva.db")), 0)
+        database = (demo / "Motorva.db").read_bytes()
+        self.assertEqual(self.wine(folder / "mvtool.exe", "template", windows_path(demo / "Motorva.db"),
+                                   windows_path(folder / "_20"), "--force"), 0)
+        settings = r"HKCU\Software\VB and VBA Program Settings\Motorva32\General"
+        self.assertEqual(self.wine("reg", "add", settings, "/v", "DBPath", "/d", windows_path(demo), "/f"), 0)
+        template = (folder / "_20").read_bytes()
+        os.utime(folder / "_20", (10**9, 10**9))
+
+        self.install("/CurrentUser")
+        self.assertEqual((folder / "_20").read_bytes(), template)
+
+        self.uninstall(folder, "/CurrentUser", "HKCU")
+        self.assertEqual(sorted(f.name for f in folder.iterdir()), ["_20", "data"])
+        self.assertEqual((demo / "Motorva.db").read_bytes(), database)
+        self.assertEqual(self.wine("reg", "query", settings, "/v", "DBPath"), 0)
+        self.assertEqual(list(self.prefix.rglob("Start Menu/Programs/MVPPCSync/*.lnk")), [])
+
+    def test_for_all_users_it_goes_where_programs_are_and_leaves_nothing(self):
+        autostart = r"HKLM\Software\Microsoft\Windows CE Services\AutoStartOnConnect"
+        for option, name, machine in ((), "Program Files", "x64"), (("/X86",), "Program Files (x86)", "x86"):
+            self.install("/AllUsers", *option)
+            folder = self.prefix / "drive_c" / name / "MVPPCSync"
+            self.assertEqual(pe_header((folder / "MVPPCSync.exe").read_bytes()), (MACHINES[machine], GUI))
+            self.assertTrue(self.listed("HKLM"))
+            program = f"C:\\{name}\\MVPPCSync\\MVPPCSync.exe -Mode0"
+            self.wine("reg", "add", autostart, "/v", "Brindle Software", "/d", program, "/f")
+
+            self.uninstall(folder, "/AllUsers", "HKLM")
+
+            self.assertFalse(folder.exists())
+            self.assertNotEqual(self.wine("reg", "query", autostart, "/v", "Brindle Software"), 0)
