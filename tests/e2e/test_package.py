@@ -213,15 +213,144 @@ class Installer(unittest.TestCase):
 
     def test_for_all_users_it_goes_where_programs_are_and_leaves_nothing(self):
         autostart = r"HKLM\Software\Microsoft\Windows CE Services\AutoStartOnConnect"
-        for option, name, machine in ((), "Program Files", "x64"), (("/X86",), "Program Files (x86)", "x86"):
+        # The 64-bit stub knows this folder alone; the one that is shipped puts 32-bit programs into "Program Files (x86)".
+        folder = self.prefix / "drive_c" / "Program Files" / "MVPPCSync"
+        for option, machine in ((), "x64"), (("/X86",), "x86"):
             self.install("/AllUsers", *option)
-            folder = self.prefix / "drive_c" / name / "MVPPCSync"
             self.assertEqual(pe_header((folder / "MVPPCSync.exe").read_bytes()), (MACHINES[machine], GUI))
             self.assertTrue(self.listed("HKLM"))
-            program = f"C:\\{name}\\MVPPCSync\\MVPPCSync.exe -Mode0"
+            program = r"C:\Program Files\MVPPCSync\MVPPCSync.exe -Mode0"
             self.wine("reg", "add", autostart, "/v", "Brindle Software", "/d", program, "/f")
 
             self.uninstall(folder, "/AllUsers", "HKLM")
 
             self.assertFalse(folder.exists())
             self.assertNotEqual(self.wine("reg", "query", autostart, "/v", "Brindle Software"), 0)
+
+
+class LinuxCase(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+
+    def run_overwrite_pc(self, programs):
+        """What is installed finds its template: the run that starts from it works."""
+        demo = self.folder / "demo"
+        subprocess.run([programs / "mvtool", "demo", demo], check=True, stdout=subprocess.DEVNULL)
+        done = subprocess.run([programs / "MVPPCSync", "-Mode2"], env={"XDG_CONFIG_HOME": str(demo / "config")},
+                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.assertEqual(done.returncode, 0, (demo / "SyncLog.txt").read_text("cp1252"))
+
+
+class Installation(LinuxCase):
+    """cmake --install of the build for Linux."""
+
+    def install(self, prefix, destination=""):
+        subprocess.run(["cmake", "--install", BIN.parent, "--prefix", prefix, "--component", "program"], check=True,
+                       stdout=subprocess.DEVNULL, env=dict(os.environ, DESTDIR=str(destination)))
+
+    def test_it_runs_from_wherever_it_lies(self):
+        self.install(self.folder / "first")
+        (self.folder / "first").rename(self.folder / "second")
+        self.assertEqual(sorted(f.name for f in (self.folder / "second" / "bin").iterdir()), ["MVPPCSync", "mvtool"])
+        self.run_overwrite_pc(self.folder / "second" / "bin")
+
+    def test_everything_lies_in_its_folder_below_destdir(self):
+        self.install("/usr", self.folder)
+        tree = self.folder / "usr"
+        for name in ("bin/MVPPCSync", "bin/mvtool", "share/mvppcsync/_20", "share/man/man1/mvtool.1",
+                     "share/man/man1/MVPPCSync.1", "share/bash-completion/completions/mvtool",
+                     "share/zsh/site-functions/_mvtool", "share/fish/vendor_completions.d/mvtool.fish",
+                     "share/doc/mvppcsync/user/install.md", "share/doc/mvppcsync/examples/90-mvppcsync.conf"):
+            self.assertTrue((tree / name).is_file(), name)
+        unit = (tree / "lib" / "systemd" / "user" / "mvppcsync-listen.service").read_text("utf-8")
+        self.assertIn("\nExecStart=/usr/bin/mvtool listen\n", unit)
+        self.assertNotIn("@", unit)
+
+    @unittest.skipUnless(shutil.which("appstreamcli") and shutil.which("desktop-file-validate"),
+                         "appstreamcli and desktop-file-validate are not installed (Debian: appstream, desktop-file-utils)")
+    def test_what_desktops_read_is_valid(self):
+        linux = ROOT / "packaging" / "linux"
+        subprocess.run(["appstreamcli", "validate", "--no-net", "--strict", linux / "mvppcsync.metainfo.xml"], check=True,
+                       stdout=subprocess.DEVNULL)
+        said = subprocess.run(["desktop-file-validate", linux / "mvppcsync.desktop"], capture_output=True, text=True)
+        self.assertEqual((said.returncode, said.stdout), (0, ""))
+        self.assertIn(f'<release version="{VERSION}" ', (linux / "mvppcsync.metainfo.xml").read_text("utf-8"))
+
+
+@unittest.skipUnless(shutil.which("dpkg-shlibdeps"), "dpkg-shlibdeps is not installed (Debian: dpkg-dev)")
+class DebianPackage(LinuxCase):
+    """The package, in a root of its own: with dpkg's own data base there, without the packages that it depends on."""
+
+    WHEN = "1700000000"
+
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        cls.packages = cls.pack(folder.name)
+        cls.package = next(p for p in cls.packages if p.name.startswith(f"mvppcsync_{VERSION}_"))
+
+    @classmethod
+    def pack(cls, out):
+        said = subprocess.run([ROOT / "packaging" / "debian" / "pack-deb", BIN.parent, out], check=True,
+                              capture_output=True, text=True, env=dict(os.environ, SOURCE_DATE_EPOCH=cls.WHEN)).stdout
+        return [pathlib.Path(line) for line in said.splitlines()]
+
+    def dpkg(self, *words):
+        subprocess.run(["dpkg", f"--root={self.folder}", "--force-depends", "--force-not-root", *words], check=True,
+                       capture_output=True)
+
+    def fresh_root(self):
+        for name in ("updates", "info", "triggers"):
+            (self.folder / "var" / "lib" / "dpkg" / name).mkdir(parents=True)
+        (self.folder / "var" / "lib" / "dpkg" / "status").touch()
+
+    def files(self):
+        return sorted(str(f.relative_to(self.folder)) for f in self.folder.rglob("*")
+                      if not f.is_dir() and not f.relative_to(self.folder).parts[0] == "var")
+
+    def older_package(self):
+        """The same as a version before, with a file that the next one has no more."""
+        tree = self.folder / "older"
+        subprocess.run(["dpkg-deb", "-R", self.package, tree], check=True)
+        control = (tree / "DEBIAN" / "control").read_text("utf-8")
+        (tree / "DEBIAN" / "control").write_text(control.replace(f"Version: {VERSION}", "Version: 0.1"), encoding="utf-8")
+        (tree / "usr" / "share" / "mvppcsync" / "gone").touch()
+        path = self.folder / "older.deb"
+        subprocess.run(["dpkg-deb", "--root-owner-group", "--build", tree, path], check=True, stdout=subprocess.DEVNULL)
+        shutil.rmtree(tree)
+        return path
+
+    @unittest.skipUnless(hasattr(os, "geteuid") and os.geteuid() == 0, "dpkg installs as root only")
+    def test_it_is_installed_updated_and_purged(self):
+        older = self.older_package()
+        self.fresh_root()
+        before = self.files()
+        self.dpkg("--install", older)
+        self.assertIn("usr/share/mvppcsync/gone", self.files())
+        self.dpkg("--install", self.package)
+        self.assertNotIn("usr/share/mvppcsync/gone", self.files())
+        self.run_overwrite_pc(self.folder / "usr" / "bin")
+        shutil.rmtree(self.folder / "demo")
+        self.dpkg("--purge", "mvppcsync")
+        self.assertEqual(self.files(), before)
+        self.assertFalse((self.folder / "usr").exists())
+
+    @unittest.skipUnless(shutil.which("lintian"), "lintian is not installed")
+    def test_lintian_finds_no_error(self):
+        # A new package closes no wish for it in Debian's list.
+        said = subprocess.run(["lintian", "--allow-root", "--fail-on", "error,warning", "--suppress-tags",
+                               "initial-upload-closes-no-bugs", *self.packages], capture_output=True, text=True)
+        self.assertEqual((said.returncode, said.stdout), (0, ""))
+
+    def test_packing_again_gives_the_same_bytes(self):
+        for first, again in zip(self.packages, self.pack(self.folder / "again")):
+            self.assertEqual(first.read_bytes(), again.read_bytes(), first.name)
+
+    def test_nothing_in_it_tells_where_it_was_built(self):
+        subprocess.run(["dpkg-deb", "-x", self.package, self.folder / "tree"], check=True)
+        for file in (self.folder / "tree").rglob("*"):
+            if file.is_file():
+                self.assertNotIn(str(ROOT).encode("utf-8"), file.read_bytes(), file.name)
