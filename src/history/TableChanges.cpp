@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "base/Cp1252.h"
 #include "base/Text.h"
 #include "pdb/RecordFlags.h"
 #include "recordset/Conversions.h"
@@ -16,11 +15,6 @@ MergeObserver::Row RowOf(const Recordset& records, std::size_t count) {
   row.reserve(count);
   for (std::size_t i = 0; i < count; ++i) row.push_back(records.FieldValue(i));
   return row;
-}
-
-bool ComesBackChanged(const Value& value) {
-  const auto* const text = std::get_if<std::string>(&value);
-  return text != nullptr && Utf8FromCp1252(Cp1252FromUtf8(*text)) != *text;
 }
 
 }  // namespace
@@ -51,10 +45,12 @@ void TableChanges::Added(Side side, const Row& row) {
 }
 
 void TableChanges::AddedToHandheld(const Row& row) {
-  CheckTexts(row);
   const KeyedRow* const before =
       ComparesHandheld() ? setting_.handheldBefore->Take(KeyOf(Side::Desktop, row)) : nullptr;
-  if (before == nullptr || (before->attributes & kRecordDeleted) != 0) {
+  const bool isNew = before == nullptr || (before->attributes & kRecordDeleted) != 0;
+  if (!isNew && IsSameOnHandheld(setting_.handheldBefore->Fields(), before->values, row)) return;
+  CheckValues(row);
+  if (isNew) {
     if (before != nullptr) {
       ++flaggedDeleted_;
       ++record_.handheld.deleted;
@@ -63,14 +59,13 @@ void TableChanges::AddedToHandheld(const Row& row) {
     ++record_.handheld.added;
     return Write(What::Added, Side::Handheld, nullptr, &row);
   }
-  if (IsSameOnHandheld(setting_.handheldBefore->Fields(), before->values, row)) return;
   ++record_.handheld.changed;
   Write(What::Changed, Side::Handheld, &before->values, &row);
 }
 
 void TableChanges::Changed(Side side, const Row& before, const Row& after) {
   if (side == Side::Handheld) {
-    CheckTexts(after);
+    CheckValues(after);
     ++record_.handheld.changed;
     return Write(What::Changed, side, &before, &after);
   }
@@ -146,10 +141,10 @@ bool TableChanges::IsOverruled(const Row& row) {
   return known == nullptr || !IsSameOnHandheld(agreed.Fields(), known->values, row);
 }
 
-void TableChanges::CheckTexts(const Row& row) {
+void TableChanges::CheckValues(const Row& row) {
   for (const Value& value : row) {
     if (!ComesBackChanged(value)) continue;
-    if (rowsWithOtherText_++ == 0) firstWithOtherText_ = KeyOf(Side::Desktop, row);
+    if (rowsThatChange_++ == 0) firstThatChanges_ = KeyOf(Side::Desktop, row);
     return;
   }
 }

@@ -54,10 +54,10 @@ class TableChanges : public MergeObserver {
   /// Rows of the handheld that its user had not deleted, before the run, and how many of them are gone.
   std::int64_t HandheldRowsInUse() const { return record_.handheld.before - flaggedDeleted_; }
   std::int64_t HandheldRowsLost() const { return record_.dropped + handheldOverwritten_; }
-  /// Rows sent to the handheld for the first time, or anew, in which it cannot show a text as it is; and the key of the
-  /// first.
-  std::int64_t RowsWithOtherText() const { return rowsWithOtherText_; }
-  const std::string& FirstWithOtherText() const { return firstWithOtherText_; }
+  /// Rows sent to the handheld for the first time, or anew, with a text or a date that it gives back as another one;
+  /// and the key of the first.
+  std::int64_t RowsThatChange() const { return rowsThatChange_; }
+  const std::string& FirstThatChanges() const { return firstThatChanges_; }
 
  private:
   bool ComparesDesktop() const { return setting_.desktopBefore.has_value(); }
@@ -67,7 +67,7 @@ class TableChanges : public MergeObserver {
   void FinishDesktop(Recordset& desktop);
   /// True for a desktop row that lost and had been edited there.
   bool IsOverruled(const Row& row);
-  void CheckTexts(const Row& row);
+  void CheckValues(const Row& row);
   std::string KeyOf(Side side, const Row& row) const;
   Change ChangeOf(What what, Side side, const Row* before, const Row* after) const;
   void Write(What what, Side side, const Row* before, const Row* after);
@@ -80,8 +80,8 @@ class TableChanges : public MergeObserver {
   std::int64_t flaggedDeleted_ = 0;
   std::int64_t handheldOverwritten_ = 0;  ///< flagged rows that an Overwrite PDA took away
   std::optional<std::optional<RowSet>> agreed_;
-  std::int64_t rowsWithOtherText_ = 0;
-  std::string firstWithOtherText_;
+  std::int64_t rowsThatChange_ = 0;
+  std::string firstThatChanges_;
   std::vector<std::string> desktopNames_;
   std::vector<std::string> handheldNames_;
   std::size_t desktopKey_ = 0;

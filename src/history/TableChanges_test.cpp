@@ -171,14 +171,24 @@ TEST_F(TableChangesTest, OverwritePcIsComparedWithTheDatabaseBeforeTheTemplate) 
   EXPECT_EQ(changes.Record().handheld, (SideCounts{3, 3, 0, 0, 0}));
 }
 
-TEST_F(TableChangesTest, RowsWithTextThatTheHandheldCannotShowAreCounted) {
+TEST_F(TableChangesTest, RowsThatTheHandheldHoldsAsItGivesThemBackAreNotCountedAgain) {
+  TableChanges::Setting setting = Setting(RunMode::OverwritePda);
+  setting.handheldBefore = Rows({{RowOf("known", "?"), 0}, {RowOf("other", "x"), 0}});
+  TableChanges changes(std::move(setting));
+  changes.Added(Side::Handheld, RowOf("known", "\xCE\xA9"));
+  changes.Added(Side::Handheld, RowOf("other", "\xCE\xA9"));
+  EXPECT_EQ(changes.RowsThatChange(), 1);
+  EXPECT_EQ(changes.FirstThatChanges(), "other");
+}
+
+TEST_F(TableChangesTest, RowsWithAValueThatTheHandheldGivesBackAsAnotherAreCounted) {
   TableChanges changes(Setting(RunMode::Synchronize));
   changes.Added(Side::Handheld, RowOf("plain", "\xC3\xA9t\xC3\xA9"));
   changes.Added(Side::Handheld, RowOf("first", "\xCE\xA9"));
   changes.Changed(Side::Handheld, RowOf("second", "x"), RowOf("second", "\xE2\x98\x83"));
   changes.Changed(Side::Desktop, RowOf("third", "\xCE\xA9"), RowOf("third", "?"));
-  EXPECT_EQ(changes.RowsWithOtherText(), 2);
-  EXPECT_EQ(changes.FirstWithOtherText(), "first");
+  EXPECT_EQ(changes.RowsThatChange(), 2);
+  EXPECT_EQ(changes.FirstThatChanges(), "first");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "base/Checked.h"
 #include "base/NumberText.h"
+#include "pdb/DateWord.h"
 #include "pdb/HandheldType.h"
 #include "pdb/PDBUtils.h"
 
@@ -18,8 +19,6 @@ constexpr bool kSwap = true;
 constexpr std::uint8_t kTrueByte = 255;
 constexpr std::string_view kTrueText = "1";
 constexpr std::string_view kFalseText = "0";
-/// kHandheldEpoch as seconds since 1899-12-30.
-constexpr std::int64_t kDateEpoch = static_cast<std::int64_t>(kHandheldEpoch.days) * 86400;
 
 template <typename Integer>
 Integer ParseAs(std::string_view text) {
@@ -31,14 +30,6 @@ Date ParseDate(std::string_view text) {
   const std::optional<Date> date = DateFromIso(text);
   if (!date) throw StandardError(errors::kTypeMismatch);
   return *date;
-}
-
-/// The 32 bits for a date. Those before 1904 are written as negative seconds, although they read back as
-/// the unsigned count, a date up to 2040.
-std::int32_t WordFromSeconds(std::int64_t sinceEpoch) {
-  const std::int64_t seconds = sinceEpoch - kDateEpoch;
-  if (seconds < 0) return CheckedCast<std::int32_t>(seconds);
-  return static_cast<std::int32_t>(CheckedCast<std::uint32_t>(seconds));
 }
 
 void AppendText(std::string& text, HandheldType type, std::int64_t bits) {
@@ -170,7 +161,7 @@ void PDBAppforgeRecord::ReadField(std::int16_t i, std::int32_t& pos) {
       return Hold(i, type, byte != 0);
     case HandheldType::Date:
       stream_.ByteToLong(word, pos, kSwap);
-      return Hold(i, type, kDateEpoch + static_cast<std::uint32_t>(word));
+      return Hold(i, type, SecondsFromDateWord(word));
     default:
       return;
   }
@@ -217,7 +208,7 @@ void PDBAppforgeRecord::WriteField(std::int16_t i, std::int32_t& pos) {
     case HandheldType::Boolean:
       return stream_.SetByte(BooleanValue(i) ? kTrueByte : std::uint8_t{0}, pos);
     case HandheldType::Date:
-      return stream_.LongToByte(WordFromSeconds(BitsAs(i, type)), pos, kSwap);
+      return stream_.LongToByte(DateWordFromSeconds(BitsAs(i, type)), pos, kSwap);
     default:
       return;
   }

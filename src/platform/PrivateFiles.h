@@ -7,8 +7,8 @@
 /// Files that are the user's own business.
 namespace mv::platform {
 
-/// True when other users of this machine may read the file, or change it. Error 53 when it is missing. Windows: false;
-/// a file in the user's own folders is the user's there, and what lies elsewhere is not looked at.
+/// True when other users of this machine may read the file, or change it; its administrators may always. Error 53 when
+/// it is missing.
 bool OthersMayRead(const std::string& path);
 
 /// The folder in which the programs of this user find each other, without a separator at its end: nobody else can look

@@ -49,7 +49,7 @@ void RunConnected(const RunContext& run, RunJournal& journal) {
   run.state.TablesSynchronized = 0;
   LogLines(run.log, log_texts::InteractiveBanner(run.state.settings, run.version, NowText(run)));
   run.ui.AddProgressLine(window_texts::Began(NowText(run)));
-  journal.RequireFilledTables();
+  journal.RequireSafeStart();
   BackUpBeforeOverwritePc(run, journal, kTables);
   SynchronizeTables(run, journal, kTables);
   const bool allSucceeded = run.state.TablesSynchronized == std::ssize(kTables);

@@ -56,9 +56,10 @@ std::string OtherColumns(const std::string& table, std::size_t number, const std
          shown(onHandheld) + " on the handheld; columns are matched by their place";
 }
 
-std::string OtherText(const std::string& table, std::int64_t rows, const std::string& firstKey) {
+std::string ComesBackChanged(const std::string& table, std::int64_t rows, const std::string& firstKey) {
   return table + ": " + TextOfInteger(rows) +
-         " rows hold characters that the handheld shows as \"?\", and would come back changed; the first is \"" +
+         " rows hold a text or a date that the handheld does not give back as it is (a character that it lacks, a date "
+         "before 1904); the first is \"" +
          firstKey + "\"";
 }
 
@@ -108,6 +109,12 @@ std::string LossStop(const std::string& loss, RunMode mode) {
   }
   return loss + ": stopped before this table was changed, as [Safety] OnMassLoss asks; \"mvtool preview --mode " +
          TextOfInteger(static_cast<std::int16_t>(mode)) + "\" shows the rows, and OnMassLoss=warn lets them go";
+}
+
+std::string LeftOutStop(const std::vector<std::string>& tables) {
+  return "Overwrite PC would empty these tables on the PC, and this run does not fill them: " + Joined(tables) +
+         ". Nothing was changed, as [Safety] OnMassLoss asks. The window's Overwrite PC takes all tables; "
+         "OnMassLoss=warn lets the rows go";
 }
 
 std::string UnfilledStop(const std::vector<std::string>& tables, const std::string& mode, const std::string& restore) {

@@ -21,7 +21,7 @@ std::string WarningLine(const std::string& text);
 std::string Loss(const std::string& table, const std::string& side, std::int64_t lost, std::int64_t before);
 std::string OtherColumns(const std::string& table, std::size_t number, const std::string& onDesktop,
                          const std::string& onHandheld);
-std::string OtherText(const std::string& table, std::int64_t rows, const std::string& firstKey);
+std::string ComesBackChanged(const std::string& table, std::int64_t rows, const std::string& firstKey);
 std::string QuoteInKey(const std::string& table, const std::string& key);
 std::string BeyondHandheld(const std::string& table, const std::string& key);
 std::string LongText(const std::string& table, const std::string& key, const std::string& field);
@@ -37,6 +37,8 @@ std::string NoReport(const Error& error);
 
 /// `loss`: what Loss says.
 std::string LossStop(const std::string& loss, RunMode mode);
+/// `tables`: what an Overwrite PC would empty and not fill.
+std::string LeftOutStop(const std::vector<std::string>& tables);
 /// `restore`: the run to go back to.
 std::string UnfilledStop(const std::vector<std::string>& tables, const std::string& mode, const std::string& restore);
 

@@ -6,6 +6,7 @@
 #include "base/Text.h"
 #include "history/RunList.h"
 #include "recordset/Conversions.h"
+#include "run/DatabaseEngine.h"
 #include "run/JournalTexts.h"
 #include "run/RunTexts.h"
 #include "run/TablePaths.h"
@@ -60,6 +61,32 @@ bool Contains(const Names& names, std::string_view name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
+/// False also where the database lacks the table.
+bool HasRows(Connection& connection, const std::string& table) {
+  try {
+    return connection.OpenTable(table)->RecordCount() > 0;
+  } catch (const Error& error) {
+    if (error.Number() != errors::kJetNoSuchTable) throw;
+    return false;
+  }
+}
+
+/// The tables that hold rows on the PC and that the run does not take.
+std::vector<std::string> FilledTablesBesides(const RunContext& run, std::span<const SyncTable> tables) {
+  std::vector<std::string> filled;
+  try {
+    const auto connection = run.databases.Open(ConnectionStringFor(run.state.settings.DesktopDBPath));
+    for (const SyncTable& table : kTables) {
+      const auto isTheSame = [&](const SyncTable& other) { return std::string_view(other.name) == table.name; };
+      if (std::any_of(tables.begin(), tables.end(), isTheSame)) continue;
+      if (HasRows(*connection, table.name)) filled.emplace_back(table.name);
+    }
+  } catch (const Error&) {
+    // No database, none of ours, or one that is in use: the run's own steps say so.
+  }
+  return filled;
+}
+
 }  // namespace
 
 RunJournal::RunJournal(const RunContext& run, std::span<const SyncTable> tables)
@@ -99,8 +126,17 @@ void RunJournal::WarnOfLeftOverRestore() {
   }
 }
 
+void RunJournal::RequireSafeStart() {
+  ModeOf(run_.state) == RunMode::OverwritePc ? RequireEmptyTablesBesides() : RequireFilledTables();
+}
+
+void RunJournal::RequireEmptyTablesBesides() {
+  if (!run_.state.safety.stopsOnMassLoss) return;
+  const std::vector<std::string> filled = FilledTablesBesides(run_, tables_);
+  if (!filled.empty()) throw Failure(journal_texts::LeftOutStop(filled));
+}
+
 void RunJournal::RequireFilledTables() {
-  if (ModeOf(run_.state) == RunMode::OverwritePc) return;
   std::vector<std::string> met;
   for (const SyncTable& table : tables_) {
     if (Contains(unfilled_, table.name)) met.push_back(table.name);
@@ -240,8 +276,8 @@ void RunJournal::EndMerge(Recordset& desktop) {
   Flush();
   InHistory([&] { archive_.SyncChanges(); });
   TakeCounts(changes_->Record());
-  if (changes_->RowsWithOtherText() > 0) {
-    Warn(journal_texts::OtherText(current_, changes_->RowsWithOtherText(), changes_->FirstWithOtherText()));
+  if (changes_->RowsThatChange() > 0) {
+    Warn(journal_texts::ComesBackChanged(current_, changes_->RowsThatChange(), changes_->FirstThatChanges()));
   }
   CheckLosses();
 }

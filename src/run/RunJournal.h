@@ -29,9 +29,10 @@ class RunJournal {
 
   /// Begins the run's entry in the history, before anything is changed.
   void Begin();
-  /// Failure when a Synchronize or an Overwrite PDA would take a table that an Overwrite PC has emptied and not filled;
-  /// where the settings let it pass, a warning.
-  void RequireFilledTables();
+  /// Failure when data would go for certain, and the settings do not let it: a Synchronize or an Overwrite PDA takes a
+  /// table that an Overwrite PC has emptied and not filled (a warning where it may), or an Overwrite PC empties a table
+  /// that it does not fill.
+  void RequireSafeStart();
   /// The database was copied to `backup`, and the template is about to replace it: from now on, across any stop, every
   /// table counts as not filled. The file system's errors.
   void BeforeTemplate(const std::string& backup);
@@ -81,6 +82,8 @@ class RunJournal {
   void CheckColumns(const std::string& table, const std::vector<FieldDefinition>& handheld,
                     const std::vector<FieldDefinition>& desktop);
   void WarnOfLeftOverRestore();
+  void RequireFilledTables();
+  void RequireEmptyTablesBesides();
   void CheckLosses();
   void TakeLoss(const std::string& text);
   void ReportTablesNotTaken();

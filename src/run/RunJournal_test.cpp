@@ -235,8 +235,8 @@ TEST_F(RunJournalTest, TextThatComesBackChangedIsWarnedOfWhenItIsSent) {
   world_.database.tables[kTable].rows = {RowOf("A", "\xCE\xA9")};
   Run();
   ExpectWarning(
-      "brnd_Fuel: 1 rows hold characters that the handheld shows as \"?\", and would come back changed; the first is "
-      "\"A\"");
+      "brnd_Fuel: 1 rows hold a text or a date that the handheld does not give back as it is (a character that it lacks, "
+      "a date before 1904); the first is \"A\"");
 }
 
 TEST_F(RunJournalTest, ARestoreThatWasCutOffIsWarnedOf) {
@@ -309,6 +309,24 @@ TEST_F(RunJournalTest, TheStopNamesTheRunToGoBackTo) {
 TEST_F(RunJournalTest, TablesThatTheRunDoesNotTakeDoNotStopIt) {
   history::UnfilledTables(world_.files, kDatabase).Save({"brnd_Accessories"});
   EXPECT_EQ(Run(), ExitStatus::Success);
+}
+
+TEST_F(RunJournalTest, OverwritePcThatWouldEmptyATableItDoesNotFillStopsBeforeTheTemplateWhereTheSettingsAskForIt) {
+  world_.database.tables["brnd_Accessories"].rows = {RowOf("A", "x")};
+  world_.state.safety.stopsOnMassLoss = true;
+  EXPECT_EQ(Run(RunMode::OverwritePc), ExitStatus::Stopped);
+  EXPECT_EQ(world_.files.Content(kDatabase), (Bytes{1, 2, 3}));
+  EXPECT_FALSE(world_.files.FileExists(kUnfilled));
+  EXPECT_NE(Told().find("would empty these tables on the PC, and this run does not fill them: brnd_Accessories."),
+            std::string::npos)
+      << Told();
+  EXPECT_EQ(Run(), ExitStatus::Success) << "a Synchronize leaves the table alone";
+}
+
+TEST_F(RunJournalTest, OverwritePcPassesWhenTheTablesBesidesAreEmptyOrMissing) {
+  world_.database.tables.erase("brnd_AccItems");
+  world_.state.safety.stopsOnMassLoss = true;
+  EXPECT_EQ(Run(RunMode::OverwritePc), ExitStatus::Success) << Told();
 }
 
 TEST_F(RunJournalTest, OverwritePcFillsAndTakesTheMarkAway) {

@@ -40,7 +40,7 @@ ExitStatus ReportOtherRun(const RunContext& run) {
 
 /// The tables as far as they go; the end lines are another matter.
 ExitStatus RunTables(const RunContext& run, RunJournal& journal, Tables tables) {
-  journal.RequireFilledTables();
+  journal.RequireSafeStart();
   BackUpBeforeOverwritePc(run, journal, tables);
   SynchronizeTables(run, journal, tables);
   const bool allSucceeded = run.state.TablesSynchronized == std::ssize(tables);

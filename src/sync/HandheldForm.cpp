@@ -2,26 +2,38 @@
 
 #include <string>
 
-#include "base/Cp1252.h"
+#include "base/Ascii.h"
 #include "base/Date.h"
 #include "base/Error.h"
+#include "pdb/DateWord.h"
 #include "pdb/FieldValue.h"
 #include "pdb/HandheldType.h"
+#include "pdb/PDBByteStream.h"
 #include "recordset/Conversions.h"
 
 namespace mv {
 namespace {
 
 std::string TextOnHandheld(const std::string& text) {
-  return Utf8FromCp1252(Cp1252FromUtf8(text.substr(0, text.find('\0'))));
+  if (IsAscii(text) && text.find('\0') == text.npos) return text;
+  PDBByteStream stream;
+  std::int32_t pos = 0;
+  stream.StringToByte(text, pos);
+  pos = 0;
+  std::string read;
+  stream.ByteToString(read, pos);
+  return read;
+}
+
+Date DateOnHandheld(Date date) {
+  return DateFromSeconds(SecondsFromDateWord(DateWordFromSeconds(SecondsFromDate(date))));
 }
 
 }  // namespace
 
 bool IsSameOnHandheld(DataType type, const Value& handheld, const Value& desktop) {
   if (handheld == desktop) return true;
-  const std::optional<Value> stored = HandheldForm(type, desktop);
-  return stored && *stored == HandheldForm(type, handheld);
+  return HandheldForm(type, desktop) == std::optional(handheld);
 }
 
 std::optional<Value> HandheldForm(DataType type, const Value& value) {
@@ -30,10 +42,20 @@ std::optional<Value> HandheldForm(DataType type, const Value& value) {
   try {
     Value stored = IsNull(value) ? ZeroValueOf(*known) : ConvertedTo(type, value);
     if (const auto* text = std::get_if<std::string>(&stored)) return TextOnHandheld(*text);
-    if (const auto* date = std::get_if<Date>(&stored)) return DateFromSeconds(SecondsFromDate(*date));
+    if (const auto* date = std::get_if<Date>(&stored)) return DateOnHandheld(*date);
     return stored;
   } catch (const Error&) {
     return std::nullopt;
+  }
+}
+
+bool ComesBackChanged(const Value& desktop) {
+  try {
+    if (const auto* text = std::get_if<std::string>(&desktop)) return TextOnHandheld(*text) != *text;
+    const auto* date = std::get_if<Date>(&desktop);
+    return date != nullptr && SecondsFromDate(DateOnHandheld(*date)) != SecondsFromDate(*date);
+  } catch (const Error&) {
+    return false;  // The handheld takes no such value at all.
   }
 }
 

@@ -5,6 +5,9 @@
 #include "base/Error.h"
 #include "platform/FileSystem.h"
 #include "platform/System.h"
+#include "platform/windows/FileRights.h"
+#include "platform/windows/Handle.h"
+#include "platform/windows/SystemError.h"
 #include "platform/windows/Wide.h"
 
 /// The system's source of random bytes, under the only name that it has in all versions of the library.
@@ -20,7 +23,7 @@ constexpr const char* kFolderName = "\\MVPPCSync";
 bool OthersMayRead(const std::string& path) {
   if (::GetFileAttributesW(NativePath(path).c_str()) == INVALID_FILE_ATTRIBUTES)
     throw StandardError(errors::kFileNotFound, path);
-  return false;
+  return OthersHaveRights(NativePath(path));
 }
 
 std::string PrivateRuntimeFolder() {
@@ -34,7 +37,14 @@ std::string PrivateRuntimeFolder() {
 }
 
 void WritePrivateFile(const std::string& path, ByteView content) {
-  MakeFileSystem()->WriteWhole(path, content);
+  const std::wstring native = NativePath(path);
+  ::DeleteFileW(native.c_str());
+  OwnersRights rights;
+  const Handle file(
+      ::CreateFileW(native.c_str(), GENERIC_WRITE, 0, rights.Attributes(), CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+  DWORD written = 0;
+  if (!file.IsOpen() || !::WriteFile(file.Get(), content.data(), static_cast<DWORD>(content.size()), &written, nullptr))
+    throw LastError();
 }
 
 Bytes RandomBytes(std::size_t count) {
