@@ -9,8 +9,10 @@ Unicode true
 !if ${TARGET_CPU} == amd64-unicode
   ; RunningX64 is a constant then, so that its branches for other systems are never reached.
   !pragma warning disable 6012
+  SetCompressor zlib
+!else
+  SetCompressor /SOLID lzma
 !endif
-SetCompressor /SOLID lzma
 ; The same files give the same bytes.
 SetDateSave off
 ManifestDPIAware true
