@@ -61,6 +61,13 @@ class Package(unittest.TestCase):
             self.assertEqual(pe_header(self.files[f"{folder}/MVPPCSync.exe"]), (machine, GUI))
             self.assertEqual(pe_header(self.files[f"{folder}/mvtool.exe"]), (machine, CONSOLE))
 
+    def test_no_program_tells_when_it_was_built(self):
+        for folder in MACHINES:
+            for program in ("MVPPCSync.exe", "mvtool.exe"):
+                content = self.files[f"{folder}/{program}"]
+                start = struct.unpack_from("<I", content, 0x3C)[0]
+                self.assertEqual(struct.unpack_from("<I", content, start + 8)[0], 0, program)
+
     def test_each_program_carries_the_version_and_the_manifest(self):
         version = "FileVersion\0".encode("utf-16-le") + b"\0\0" + f"{VERSION}\0".encode("utf-16-le")
         manifest = (PACKAGING / "resources" / "program.manifest").read_bytes()
