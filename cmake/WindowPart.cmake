@@ -61,6 +61,11 @@ else()
   target_link_libraries(window PRIVATE window_sources)
   set_target_properties(window PROPERTIES OUTPUT_NAME mvppcsync-window LIBRARY_OUTPUT_DIRECTORY
                                                                        ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+  mv_test(window_tests SOURCES ${tests} DEPENDS window_sources mv_ui)
+  if(TARGET window_tests)
+    # Qt wants code for shared objects, which the headers compiled for all tests are not.
+    set_target_properties(window_tests PROPERTIES DISABLE_PRECOMPILE_HEADERS ON)
+  endif()
 endif()
 
 # What the part needs of module ui and below it takes from the program, which has all of it for that.
