@@ -72,6 +72,7 @@ class QtDesk:
     """A desktop for the Linux program. `dpi`: 96 is 100 %. `colours`: DARK or CONTRAST; else Qt's own."""
 
     name, separator = "qt", "/"
+    rows_of_a_long_run = 10000
 
     def __init__(self, dpi=96, colours=None):
         self.screen = Screen()

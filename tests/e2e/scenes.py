@@ -315,7 +315,7 @@ class Runs(Scene):
         self.leave(app, main)
 
     def test_closing_the_window_during_a_run_loses_nothing(self):
-        world = self.world(rows=2000)
+        world = self.world(self.desk.rows_of_a_long_run)
         app, main = self.open()
         app.click_tool(main, 1)
         wait_for(lambda: len(app.lines(main)) >= 3, "two tables")
@@ -344,7 +344,7 @@ class SessionEnd(Scene):
     """The user logs off, whatever the program is doing: the settings are saved and the program ends by itself."""
 
     def test_during_a_run(self):
-        world = self.world(rows=2000)
+        world = self.world(self.desk.rows_of_a_long_run)
         app, main = self.open()
         app.click_tool(main, 1)
         wait_for(lambda: len(app.lines(main)) >= 3, "two tables")
