@@ -4,7 +4,7 @@ option(MV_WINDOW "Build the window of the Linux edition" ON)
 set(window_part)
 
 if(MV_WINDOW AND NOT MV_FUZZ)
-  find_package(Qt6 QUIET COMPONENTS Widgets)
+  find_package(Qt6 QUIET COMPONENTS Widgets DBus)
   find_program(MV_RSVG rsvg-convert)
 endif()
 
@@ -55,7 +55,7 @@ else()
 
   add_library(window_sources OBJECT ${sources} ${pictures})
   target_include_directories(window_sources PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} ${CMAKE_CURRENT_BINARY_DIR})
-  target_link_libraries(window_sources PUBLIC Qt6::Widgets)
+  target_link_libraries(window_sources PUBLIC Qt6::Widgets Qt6::DBus)
   set_target_properties(window_sources PROPERTIES POSITION_INDEPENDENT_CODE ON)
   add_library(window MODULE)
   target_link_libraries(window PRIVATE window_sources)

@@ -110,6 +110,18 @@ class QtDesk:
         self.environment.update(XDG_CURRENT_DESKTOP="KDE", KDE_FULL_SESSION="true", KDE_SESSION_VERSION="5",
                                 QT_STYLE_OVERRIDE="fusion")
 
+    def prefer_dark(self):
+        """The desktop says so to whom asks. Returns how to end that."""
+        portal = subprocess.Popen(["/usr/bin/python3", str(PROBE.with_name("darkdesktop.py"))], env=self.environment,
+                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        portal.stdout.readline()
+
+        def end():
+            portal.terminate()
+            portal.wait()
+            portal.stdout.close()
+        return end
+
     def answer_to(self, command, status, statuses=None):
         """What a command of the desktop does: it notes its words and ends with that status. `statuses`: of those whose
         words hold another one."""

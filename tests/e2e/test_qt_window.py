@@ -248,16 +248,31 @@ class Appearance(QtCase, scenes.Scene):
             world.set(SyncMode=mode)
             app, main = self.open()
             wait_for(lambda: app.status(main)[1], "the mode")
+            wait_for(lambda: self.BACKGROUND in self.seen(app, main), "the desktop's colours")
             self.desk.screen.settle()
-            box = app.panels(main)[1]["rect"]
-            seen = set(self.desk.screen.colours(box["left"], box["top"], box["right"], box["bottom"]))
-            self.assertIn(self.BACKGROUND, seen)
-            self.assertEqual(self.WARNING in seen, stands_out, mode)
+            self.assertEqual(self.WARNING in self.seen(app, main), stands_out, mode)
             self.leave(app, main)
+
+    def seen(self, app, main):
+        """The colours around the mode's name."""
+        box = app.panels(main)[1]["rect"]
+        return set(self.desk.screen.colours(box["left"], box["top"], box["right"], box["bottom"]))
 
 
 class DarkAppearance(Appearance):
     COLOURS, BACKGROUND, WARNING = qtdesktop.DARK, (42, 46, 50), (0xFF, 0xC1, 0x4D)
+
+
+class DarkAppearanceAskedOfTheDesktop(Appearance):
+    """A desktop without a plug-in for Qt tells it through its settings portal."""
+
+    BACKGROUND, WARNING = (0x2B, 0x2E, 0x31), (0xFF, 0xC1, 0x4D)
+
+    @classmethod
+    def make_desk(cls):
+        desk = qtdesktop.QtDesk(cls.DPI)
+        cls.addClassCleanup(desk.prefer_dark())
+        return desk
 
 
 class HighContrast(Appearance):
