@@ -70,8 +70,7 @@ struct FineTime {
 };
 
 Date DateFromFineTime(const FineTime& time) {
-  const double fraction =
-      static_cast<double>(time.parts) / static_cast<double>(kSecondsPerDay * time.partsPerSecond);
+  const double fraction = static_cast<double>(time.parts) / static_cast<double>(kSecondsPerDay * time.partsPerSecond);
   const auto whole = static_cast<double>(time.day);
   return Date{time.day < 0 ? whole - fraction : whole + fraction};
 }

@@ -48,8 +48,8 @@ void AppendIso(std::string& text, Date date);
 std::optional<Date> DateFromIso(std::string_view text);
 
 /// Like IsoFromDate, with as few decimals of a second as give the same date back, none where it takes none:
-/// "2026-11-21T14:05:09.125". Keys and table files go to the second and use IsoFromDate. Error 6 for a date that no such
-/// text gives: outside the years 100 to 9999, and where the time of day is finer than eleven decimals or negative.
+/// "2026-11-21T14:05:09.125". Keys and table files go to the second and use IsoFromDate. Error 6 for a date that no
+/// such text gives: outside the years 100 to 9999, and where the time of day is finer than eleven decimals or negative.
 std::string PreciseIsoFromDate(Date date);
 /// The inverse; reads all that DateFromIso does, and up to eleven decimals of a second.
 std::optional<Date> DateFromPreciseIso(std::string_view text);

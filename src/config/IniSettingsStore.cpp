@@ -1,5 +1,6 @@
 #include "config/IniSettingsStore.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/Error.h"
@@ -44,6 +45,13 @@ std::vector<SettingName> IniSettingsStore::Names(const std::string& application)
     for (const IniDocument::Entry& entry : document.Entries(section)) names.push_back({section, entry.key});
   }
   return names;
+}
+
+std::string IniSettingsStore::PlaceOf(const std::string& application) const {
+  std::string path = PathOf(application);
+  // As people write it where settings are files.
+  std::replace(path.begin(), path.end(), '\\', '/');
+  return path;
 }
 
 std::string IniSettingsStore::PathOf(const std::string& application) const {

@@ -23,7 +23,7 @@ class IniSettingsStore : public SettingsStore {
   void SaveSetting(const std::string& application, const std::string& section, const std::string& key,
                    const std::string& text) override;
   std::vector<SettingName> Names(const std::string& application) override;
-  std::string PlaceOf(const std::string& application) const override { return PathOf(application); }
+  std::string PlaceOf(const std::string& application) const override;
 
  private:
   std::string PathOf(const std::string& application) const;

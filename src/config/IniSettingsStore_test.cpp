@@ -35,7 +35,7 @@ TEST_F(IniSettingsStoreTest, NamesAreThoseInTheFileAndThePlaceIsItsPath) {
   folder_.Write("config/Motorva32.ini", "[handheld]\nRooot=/card\n[Mine]\nColor=red\nColor=blue\n");
   EXPECT_EQ(store_.Names("Motorva32"),
             (std::vector<SettingName>{{"handheld", "Rooot"}, {"Mine", "Color"}, {"Mine", "Color"}}));
-  EXPECT_EQ(store_.PlaceOf("Motorva32"), folder_.File("config") + "\\Motorva32.ini");
+  EXPECT_EQ(IniSettingsStore(*files_, "/home/kim/.config").PlaceOf("Motorva32"), "/home/kim/.config/Motorva32.ini");
 }
 
 TEST_F(IniSettingsStoreTest, EachApplicationHasAFileOfItsOwn) {

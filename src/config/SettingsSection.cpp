@@ -37,8 +37,8 @@ std::int16_t SettingsSection::Integer(const char* key, std::int16_t missing) con
     return static_cast<std::int16_t>(ParseRounded(text, Limits::min(), Limits::max()));
   } catch (const Error& error) {
     throw Error(error.Number(), error.Source(),
-                error.Description() + ": " + Shown(key, text) + " is no whole number from " +
-                    TextOfInteger(Limits::min()) + " to " + TextOfInteger(Limits::max()));
+                error.Description() + ": " + Shown(key, text) + " is no number from " + TextOfInteger(Limits::min()) +
+                    " to " + TextOfInteger(Limits::max()));
   }
 }
 

@@ -26,6 +26,7 @@ int main(int argc, char** argv) {
       programFolder,
       [&] { return mv::MakeSystemRapi(programFolder); },
       mv::SystemHasRapi(),
-      [](mv::RunMode mode, std::ostream& errors) { return mv::RunProgram(mv::Invocation{mode}, errors); }};
+      [](mv::RunMode mode, std::ostream& errors) { return mv::RunProgram(mv::Invocation{mode}, errors); },
+      [&] { return mv::RegisteredAutoStart(files); }};
   return mv::tool::RunTool(words, context);
 }

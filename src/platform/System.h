@@ -11,6 +11,9 @@ namespace mv::platform {
 
 /// Folder of this program's executable, without a separator at its end.
 std::string ProgramFolder();
+/// Where an installation keeps files that are the same on every machine when its programs are in `programFolder`; no
+/// separator at its end. On Windows that is the same folder, on POSIX systems "share/mvppcsync" beside it.
+std::string InstalledDataFolder(const std::string& programFolder);
 /// What follows the program name on the command line. Windows: the text as it was typed, quotes included; POSIX
 /// systems, which hand out words: the words joined by single blanks.
 std::string CommandLine(int argc, char** argv);

@@ -10,6 +10,7 @@
 #include "platform/StagedWrite.h"
 #include "run/RunTexts.h"
 #include "run/TemplateCheck.h"
+#include "run/TemplateFile.h"
 
 namespace mv {
 namespace {
@@ -71,7 +72,7 @@ void CopyDatabase(const RunContext& run, const std::string& database, Backup& ba
 template <typename BeforeTemplate>
 void LayTemplateOver(const RunContext& run, const std::string& database, std::span<const SyncTable> tables,
                      BeforeTemplate beforeTemplate) {
-  const std::string path = JoinPath(run.programFolder, kTemplateName);
+  const std::string path = TemplatePath(run.files, run.programFolder);
   const Bytes content = platform::ReadWhole(*jet::OpenDatabaseFile(run.files, path, jet::DatabaseAccess::Read));
   CheckTemplate(run, path, content, tables);
   beforeTemplate();

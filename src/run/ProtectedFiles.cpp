@@ -5,6 +5,7 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "run/TemplateFile.h"
 
 namespace mv {
 
@@ -29,7 +30,7 @@ std::vector<std::string> ProtectedFiles::Backups() const {
 std::vector<ProtectedFiles::Use> ProtectedFiles::All() const {
   const std::string& database = settings_.DesktopDBPath;
   std::vector<Use> all = {{"the desktop database", database},
-                          {"the template database", JoinPath(programFolder_, kTemplateName)}};
+                          {"the template database", TemplatePath(files_, programFolder_)}};
   for (std::string& backup : Backups()) {
     all.push_back({"a backup of the desktop database", std::move(backup)});
   }

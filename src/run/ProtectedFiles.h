@@ -8,8 +8,6 @@
 
 namespace mv {
 
-/// The name of the template database in the program's folder.
-inline constexpr const char* kTemplateName = "_20";
 /// What a backup's name has between the database's name and the time.
 inline constexpr const char* kBackupInfix = ".presyncbackup.";
 

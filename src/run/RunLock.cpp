@@ -24,4 +24,14 @@ std::optional<RunLock> RunLock::Take(platform::FileSystem& files, const std::str
   }
 }
 
+bool RunLock::IsHeld(platform::FileSystem& files, const std::string& database) {
+  try {
+    files.Open(database.substr(0, FolderLength(database)) + kFile, platform::Access::ReadWrite,
+               platform::Disposition::OpenExisting, platform::Sharing::None);
+    return false;
+  } catch (const Error& error) {
+    return error.Number() == errors::kPermissionDenied;
+  }
+}
+
 }  // namespace mv

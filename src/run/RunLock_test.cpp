@@ -16,8 +16,17 @@ TEST(RunLockTest, OneAtATimeHasIt) {
   ASSERT_TRUE(first);
   EXPECT_FALSE(RunLock::Take(*files, database));
   EXPECT_TRUE(RunLock::Take(*files, folder.File("other\\Motorva.db"))) << "a folder that is not there";
+  EXPECT_TRUE(RunLock::IsHeld(*files, database));
   first.reset();
+  EXPECT_FALSE(RunLock::IsHeld(*files, database));
   EXPECT_TRUE(RunLock::Take(*files, database));
+}
+
+TEST(RunLockTest, AskingWhetherItIsHeldMakesNoFile) {
+  const testing::TempFolder folder;
+  const auto files = platform::MakeFileSystem();
+  EXPECT_FALSE(RunLock::IsHeld(*files, folder.File("Motorva.db")));
+  EXPECT_TRUE(files->List(folder.Path()).empty());
 }
 
 TEST(RunLockTest, PlaceThatTakesNoFileIsNoReasonNotToRun) {

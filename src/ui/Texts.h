@@ -66,6 +66,14 @@ inline constexpr const char* kAboutCaption = "About Motorva\u2122 Mobile Edition
 inline constexpr const char* kVersion = "Version: ";
 inline constexpr const char* kOk = "OK";
 
+// On a terminal.
+inline constexpr const char* kRetry = "Retry";
+/// In front of the choices of the settings dialog.
+inline constexpr const char* kLineToChange = "Number of a line to change it";
+inline constexpr const char* kStopping = "Closing. The run stops at its next safe point...";
+/// Of a run's tables: "4 of 13".
+std::string TablesDone(int done, int of);
+
 // The settings dialog.
 inline constexpr const char* kConfigCaption = "  Motorva\u2122 Mobile Edition - Settings";
 inline constexpr const char* kLocations = "Database/File Locations";

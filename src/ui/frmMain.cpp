@@ -76,14 +76,17 @@ void frmMain::SetStatus(const std::string& text) {
 void frmMain::AddProgressLine(const std::string& text) {
   if (!Open()) return;
   view_->AddProgressItem(text);
-  ProcessMessages();
+  HandleMessages();
 }
 
 void frmMain::AdvanceSpinner(bool reset) {
   if (!Open()) return;
+  const auto now = services_.now();
+  if (!reset && now < nextFrame_) return;
+  nextFrame_ = now + kFrameTime;
   spinnerFrame_ = reset ? 0 : (spinnerFrame_ + 1) % frmMainView::kSpinnerFrames;
   view_->ShowSpinnerFrame(spinnerFrame_);
-  ProcessMessages();
+  HandleMessages();
 }
 
 MessageAnswer frmMain::ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
@@ -97,7 +100,13 @@ void frmMain::SetHourglass(bool on) {
 }
 
 void frmMain::ProcessMessages() {
-  if (Open()) view_->ProcessMessages();
+  if (!running_ || services_.now() >= nextMessages_) HandleMessages();
+}
+
+void frmMain::HandleMessages() {
+  if (!Open()) return;
+  view_->ProcessMessages();
+  nextMessages_ = services_.now() + kMessageTime;
 }
 
 void frmMain::Form_Load() {
@@ -115,7 +124,7 @@ void frmMain::Form_Activate() {
   const std::string name = known ? services_.modeNames[static_cast<std::size_t>(mode)] : std::string();
   view_->SetPanel(Panel::Mode, name);
   view_->ShowMode(mode, texts::kModeTip + name);
-  ProcessMessages();
+  HandleMessages();
 }
 
 void frmMain::Form_Unload() {

@@ -1,20 +1,24 @@
-"""The archive of the Windows programs, as packaging/windows/build-zip left it in build/package."""
+"""The packages, as the scripts of packaging/ left them in build/package."""
 
 import hashlib
 import os
 import pathlib
 import re
+import shutil
 import struct
 import subprocess
 import tempfile
+import time
 import unittest
 import zipfile
 
-from .world import ROOT
+from .windows import WINDOWS_BIN, windows_path, wine
+from .world import BIN, ROOT
 
 PACKAGING = ROOT / "packaging" / "windows"
 PACKAGE = pathlib.Path(os.environ.get("MV_PACKAGE", ROOT / "build" / "package"))
 VERSION = re.search(r"project\(MVPPCSync VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text("utf-8")).group(1)
+X86_BIN = ROOT / "build" / "windows-x86" / "bin"
 ARCHIVE = PACKAGE / f"MVPPCSync-{VERSION}-windows.zip"
 MACHINES = {"x86": 0x014C, "x64": 0x8664}
 GUI, CONSOLE = 2, 3
@@ -56,6 +60,13 @@ class Package(unittest.TestCase):
         for folder, machine in MACHINES.items():
             self.assertEqual(pe_header(self.files[f"{folder}/MVPPCSync.exe"]), (machine, GUI))
             self.assertEqual(pe_header(self.files[f"{folder}/mvtool.exe"]), (machine, CONSOLE))
+
+    def test_no_program_tells_when_it_was_built(self):
+        for folder in MACHINES:
+            for program in ("MVPPCSync.exe", "mvtool.exe"):
+                content = self.files[f"{folder}/{program}"]
+                start = struct.unpack_from("<I", content, 0x3C)[0]
+                self.assertEqual(struct.unpack_from("<I", content, start + 8)[0], 0, program)
 
     def test_each_program_carries_the_version_and_the_manifest(self):
         version = "FileVersion\0".encode("utf-16-le") + b"\0\0" + f"{VERSION}\0".encode("utf-16-le")
@@ -127,3 +138,226 @@ class CheckImports(unittest.TestCase):
         status, text = self.outcome(program, listed.replace("[shell32.dll]", "[other.dll]"))
         self.assertEqual(status, 1)
         self.assertIn("shell32.dll: not a DLL of every system", text)
+
+
+@unittest.skipUnless(shutil.which("makensis"), "makensis is not installed (Debian: nsis)")
+@unittest.skipUnless((X86_BIN / "MVPPCSync.exe").exists(), "the Windows programs have not been built")
+class Installer(unittest.TestCase):
+    """Runs the installer under Wine. That runs 64-bit programs only, so it is packed a second time with a 64-bit stub;
+    of the one that is shipped, whose script is the same, the stub is looked at."""
+
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        cls.folder = pathlib.Path(folder.name)
+        cls.prefix = cls.folder / "prefix"
+        cls.shipped = cls.pack("x86-unicode")
+        cls.setup = cls.pack("amd64-unicode")
+
+    @classmethod
+    def pack(cls, target, out="out"):
+        said = subprocess.run([PACKAGING / "pack-installer", WINDOWS_BIN, X86_BIN, cls.folder / out, target], check=True,
+                              capture_output=True, text=True).stdout
+        return pathlib.Path(said.strip())
+
+    def wine(self, *command):
+        return wine(*command, WINEPREFIX=str(self.prefix))
+
+    def install(self, *options):
+        self.assertEqual(self.wine(self.setup, "/S", *options), 0)
+
+    def uninstall(self, folder, mode, root):
+        """The uninstaller goes on in a copy of itself; what it takes away last is its entry in the list of programs."""
+        self.assertEqual(self.wine(folder / "uninstall.exe", "/S", mode), 0)
+        until = time.monotonic() + 60
+        while self.listed(root) and time.monotonic() < until:
+            pass
+        self.assertFalse(self.listed(root))
+
+    def listed(self, root):
+        return self.wine("reg", "query", root + r"\Software\Microsoft\Windows\CurrentVersion\Uninstall\MVPPCSync") == 0
+
+    def test_the_installer_runs_on_every_windows_from_xp_on(self):
+        program = self.shipped.read_bytes()
+        self.assertEqual(pe_header(program), (MACHINES["x86"], GUI))
+        start = struct.unpack_from("<I", program, 0x3C)[0]
+        self.assertLessEqual(struct.unpack_from("<HH", program, start + 24 + 48), (5, 1))
+
+    def test_packing_again_gives_the_same_bytes(self):
+        again = self.pack("x86-unicode", "again")
+        self.assertEqual(again.read_bytes(), self.shipped.read_bytes())
+
+    def test_what_a_user_made_outlives_updates_and_the_uninstaller(self):
+        folder = self.folder / "program"
+        place = f"/D={windows_path(folder)}"
+        self.install("/CurrentUser", place)
+        self.assertEqual(sorted(f.name for f in folder.iterdir()),
+                         ["MVPPCSync.exe", "README.txt", "_20", "licence-json.txt", "mvtool.exe", "uninstall.exe"])
+        self.assertEqual((folder / "MVPPCSync.exe").read_bytes(), (WINDOWS_BIN / "MVPPCSync.exe").read_bytes())
+        self.assertTrue(self.listed("HKCU"))
+        self.assertEqual(len(list(self.prefix.rglob("Start Menu/Programs/MVPPCSync/*.lnk"))), 3)
+
+        demo = folder / "data"
+        self.assertEqual(self.wine(folder / "mvtool.exe", "demo", windows_path(demo)), 0)
+        self.assertEqual(self.wine(folder / "mvtool.exe", "check", windows_path(demo / "Motorva.db")), 0)
+        database = (demo / "Motorva.db").read_bytes()
+        self.assertEqual(self.wine(folder / "mvtool.exe", "template", windows_path(demo / "Motorva.db"),
+                                   windows_path(folder / "_20"), "--force"), 0)
+        settings = r"HKCU\Software\VB and VBA Program Settings\Motorva32\General"
+        self.assertEqual(self.wine("reg", "add", settings, "/v", "DBPath", "/d", windows_path(demo), "/f"), 0)
+        template = (folder / "_20").read_bytes()
+        os.utime(folder / "_20", (10**9, 10**9))
+
+        self.install("/CurrentUser")
+        self.assertEqual((folder / "_20").read_bytes(), template)
+
+        self.uninstall(folder, "/CurrentUser", "HKCU")
+        self.assertEqual(sorted(f.name for f in folder.iterdir()), ["_20", "data"])
+        self.assertEqual((demo / "Motorva.db").read_bytes(), database)
+        self.assertEqual(self.wine("reg", "query", settings, "/v", "DBPath"), 0)
+        self.assertEqual(list(self.prefix.rglob("Start Menu/Programs/MVPPCSync/*.lnk")), [])
+
+    def test_for_all_users_it_goes_where_programs_are_and_leaves_nothing(self):
+        autostart = r"HKLM\Software\Microsoft\Windows CE Services\AutoStartOnConnect"
+        # The 64-bit stub knows this folder alone; the one that is shipped puts 32-bit programs into "Program Files (x86)".
+        folder = self.prefix / "drive_c" / "Program Files" / "MVPPCSync"
+        for option, machine in ((), "x64"), (("/X86",), "x86"):
+            self.install("/AllUsers", *option)
+            self.assertEqual(pe_header((folder / "MVPPCSync.exe").read_bytes()), (MACHINES[machine], GUI))
+            self.assertTrue(self.listed("HKLM"))
+            program = r"C:\Program Files\MVPPCSync\MVPPCSync.exe -Mode0"
+            self.wine("reg", "add", autostart, "/v", "Brindle Software", "/d", program, "/f")
+
+            self.uninstall(folder, "/AllUsers", "HKLM")
+
+            self.assertFalse(folder.exists())
+            self.assertNotEqual(self.wine("reg", "query", autostart, "/v", "Brindle Software"), 0)
+
+
+class LinuxCase(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+
+    def run_overwrite_pc(self, programs):
+        """What is installed finds its template: the run that starts from it works."""
+        demo = self.folder / "demo"
+        subprocess.run([programs / "mvtool", "demo", demo], check=True, stdout=subprocess.DEVNULL)
+        done = subprocess.run([programs / "MVPPCSync", "-Mode2"], env={"XDG_CONFIG_HOME": str(demo / "config")},
+                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.assertEqual(done.returncode, 0, (demo / "SyncLog.txt").read_text("cp1252"))
+
+
+class Installation(LinuxCase):
+    """cmake --install of the build for Linux."""
+
+    def install(self, prefix, destination=""):
+        subprocess.run(["cmake", "--install", BIN.parent, "--prefix", prefix, "--component", "program"], check=True,
+                       stdout=subprocess.DEVNULL, env=dict(os.environ, DESTDIR=str(destination)))
+
+    def test_it_runs_from_wherever_it_lies(self):
+        self.install(self.folder / "first")
+        (self.folder / "first").rename(self.folder / "second")
+        self.assertEqual(sorted(f.name for f in (self.folder / "second" / "bin").iterdir()), ["MVPPCSync", "mvtool"])
+        self.run_overwrite_pc(self.folder / "second" / "bin")
+
+    def test_everything_lies_in_its_folder_below_destdir(self):
+        self.install("/usr", self.folder)
+        tree = self.folder / "usr"
+        for name in ("bin/MVPPCSync", "bin/mvtool", "share/mvppcsync/_20", "share/man/man1/mvtool.1",
+                     "share/man/man1/MVPPCSync.1", "share/bash-completion/completions/mvtool",
+                     "share/zsh/site-functions/_mvtool", "share/fish/vendor_completions.d/mvtool.fish",
+                     "share/doc/mvppcsync/user/install.md", "share/doc/mvppcsync/examples/90-mvppcsync.conf"):
+            self.assertTrue((tree / name).is_file(), name)
+        unit = (tree / "lib" / "systemd" / "user" / "mvppcsync-listen.service").read_text("utf-8")
+        self.assertIn("\nExecStart=/usr/bin/mvtool listen\n", unit)
+        self.assertNotIn("@", unit)
+
+    @unittest.skipUnless(shutil.which("appstreamcli") and shutil.which("desktop-file-validate"),
+                         "appstreamcli and desktop-file-validate are not installed (Debian: appstream, desktop-file-utils)")
+    def test_what_desktops_read_is_valid(self):
+        linux = ROOT / "packaging" / "linux"
+        subprocess.run(["appstreamcli", "validate", "--no-net", "--strict", linux / "mvppcsync.metainfo.xml"], check=True,
+                       stdout=subprocess.DEVNULL)
+        said = subprocess.run(["desktop-file-validate", linux / "mvppcsync.desktop"], capture_output=True, text=True)
+        self.assertEqual((said.returncode, said.stdout), (0, ""))
+        self.assertIn(f'<release version="{VERSION}" ', (linux / "mvppcsync.metainfo.xml").read_text("utf-8"))
+
+
+@unittest.skipUnless(shutil.which("dpkg-shlibdeps"), "dpkg-shlibdeps is not installed (Debian: dpkg-dev)")
+class DebianPackage(LinuxCase):
+    """The package, in a root of its own: with dpkg's own data base there, without the packages that it depends on."""
+
+    WHEN = "1700000000"
+
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        cls.packages = cls.pack(folder.name)
+        cls.package = next(p for p in cls.packages if p.name.startswith(f"mvppcsync_{VERSION}_"))
+
+    @classmethod
+    def pack(cls, out):
+        said = subprocess.run([ROOT / "packaging" / "debian" / "pack-deb", BIN.parent, out], check=True,
+                              capture_output=True, text=True, env=dict(os.environ, SOURCE_DATE_EPOCH=cls.WHEN)).stdout
+        return [pathlib.Path(line) for line in said.splitlines()]
+
+    def dpkg(self, *words):
+        subprocess.run(["dpkg", f"--root={self.folder}", "--force-depends", "--force-not-root", *words], check=True,
+                       capture_output=True)
+
+    def fresh_root(self):
+        for name in ("updates", "info", "triggers"):
+            (self.folder / "var" / "lib" / "dpkg" / name).mkdir(parents=True)
+        (self.folder / "var" / "lib" / "dpkg" / "status").touch()
+
+    def files(self):
+        return sorted(str(f.relative_to(self.folder)) for f in self.folder.rglob("*")
+                      if not f.is_dir() and not f.relative_to(self.folder).parts[0] == "var")
+
+    def older_package(self):
+        """The same as a version before, with a file that the next one has no more."""
+        tree = self.folder / "older"
+        subprocess.run(["dpkg-deb", "-R", self.package, tree], check=True)
+        control = (tree / "DEBIAN" / "control").read_text("utf-8")
+        (tree / "DEBIAN" / "control").write_text(control.replace(f"Version: {VERSION}", "Version: 0.1"), encoding="utf-8")
+        (tree / "usr" / "share" / "mvppcsync" / "gone").touch()
+        path = self.folder / "older.deb"
+        subprocess.run(["dpkg-deb", "--root-owner-group", "--build", tree, path], check=True, stdout=subprocess.DEVNULL)
+        shutil.rmtree(tree)
+        return path
+
+    @unittest.skipUnless(hasattr(os, "geteuid") and os.geteuid() == 0, "dpkg installs as root only")
+    def test_it_is_installed_updated_and_purged(self):
+        older = self.older_package()
+        self.fresh_root()
+        before = self.files()
+        self.dpkg("--install", older)
+        self.assertIn("usr/share/mvppcsync/gone", self.files())
+        self.dpkg("--install", self.package)
+        self.assertNotIn("usr/share/mvppcsync/gone", self.files())
+        self.run_overwrite_pc(self.folder / "usr" / "bin")
+        shutil.rmtree(self.folder / "demo")
+        self.dpkg("--purge", "mvppcsync")
+        self.assertEqual(self.files(), before)
+        self.assertFalse((self.folder / "usr").exists())
+
+    @unittest.skipUnless(shutil.which("lintian"), "lintian is not installed")
+    def test_lintian_finds_no_error(self):
+        # A new package closes no wish for it in Debian's list.
+        said = subprocess.run(["lintian", "--allow-root", "--fail-on", "error,warning", "--suppress-tags",
+                               "initial-upload-closes-no-bugs", *self.packages], capture_output=True, text=True)
+        self.assertEqual((said.returncode, said.stdout), (0, ""))
+
+    def test_packing_again_gives_the_same_bytes(self):
+        for first, again in zip(self.packages, self.pack(self.folder / "again")):
+            self.assertEqual(first.read_bytes(), again.read_bytes(), first.name)
+
+    def test_nothing_in_it_tells_where_it_was_built(self):
+        subprocess.run(["dpkg-deb", "-x", self.package, self.folder / "tree"], check=True)
+        for file in (self.folder / "tree").rglob("*"):
+            if file.is_file():
+                self.assertNotIn(str(ROOT).encode("utf-8"), file.read_bytes(), file.name)

@@ -22,7 +22,7 @@ def windows_path(path):
 def wine(*command, timeout=120, **environment):
     """Runs a Windows program; returns its exit status."""
     return subprocess.run([str(ROOT / "tools" / "wine-run"), *map(str, command)], timeout=timeout,
-                          env=dict(os.environ, WINEPREFIX=str(WINE_PREFIX), LC_ALL="C.UTF-8", **environment),
+                          env={**os.environ, "WINEPREFIX": str(WINE_PREFIX), "LC_ALL": "C.UTF-8", **environment},
                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode
 
 

@@ -38,6 +38,18 @@ class RecordingSettings : public SettingsStore {
     calls.push_back("save " + name + "=" + text);
     stored_[name] = text;
   }
+  std::vector<SettingName> Names(const std::string& application) override {
+    std::vector<SettingName> names;
+    for (const auto& [path, text] : stored_) {
+      const std::size_t slash = path.rfind('/');
+      const std::size_t begin = application.size() + 1;
+      if (path.starts_with(application + "/"))
+        names.push_back({path.substr(begin, slash - begin), path.substr(slash + 1)});
+    }
+    return names;
+  }
+  std::string PlaceOf(const std::string&) const override { return place; }
+  std::string place = "the settings";
 
  private:
   std::map<std::string, std::string> stored_;

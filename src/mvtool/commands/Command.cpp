@@ -89,10 +89,10 @@ std::string_view NameOf(CommandGroup group) {
 
 std::vector<Command> Commands() {
   return {
-      DemoCommand(),  PreviewCommand(),  RunsCommand(),   ChangesCommand(), RestoreCommand(), SendCommand(),
-      PruneCommand(), HandheldCommand(), ListenCommand(), ListCommand(),    ShowCommand(),    SchemaCommand(),
-      CheckCommand(), DiffCommand(),     ExportCommand(), ImportCommand(),  ApplyCommand(),   CreateCommand(),
-      MakeCommand(),  TemplateCommand(), EncodeCommand(), DecodeCommand(),
+      SetupCommand(),   DoctorCommand(), DemoCommand(),  PreviewCommand(),  RunsCommand(),   ChangesCommand(),
+      RestoreCommand(), SendCommand(),   PruneCommand(), HandheldCommand(), ListenCommand(), ListCommand(),
+      ShowCommand(),    SchemaCommand(), CheckCommand(), DiffCommand(),     ExportCommand(), ImportCommand(),
+      ApplyCommand(),   CreateCommand(), MakeCommand(),  TemplateCommand(), EncodeCommand(), DecodeCommand(),
   };
 }
 

@@ -3,6 +3,7 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -33,6 +34,8 @@ struct ToolContext {
   bool systemHasRapi = false;
   /// Does a silent run as MVPPCSync does; returns its exit status and says on the stream what no log tells.
   std::function<int(RunMode mode, std::ostream& errors)> runSilently = {};
+  /// What starts runs by itself (RegisteredAutoStart); a context without it knows of nothing.
+  std::function<std::optional<std::string>()> autoStart = {};
   /// What the program ends with when a command succeeds whose result is more than that.
   int exitStatus = 0;
   /// What it ends with when the command fails: another one where 1 is a result.
@@ -58,6 +61,8 @@ struct Command {
   void (*run)(const Arguments& arguments, ToolContext& context);
 };
 
+Command SetupCommand();
+Command DoctorCommand();
 Command ListCommand();
 Command ShowCommand();
 Command CreateCommand();

@@ -71,8 +71,8 @@ TEST_F(ImportTest, AFailureAnywhereChangesNothingAndSaysWhere) {
       "KY_ID,NM\nc,3\na,4\n",
       "rows.csv: line 3: The changes you requested to the table were not successful because they would create "
       "duplicate values in the index, primary key, or relationship. Change the data in the field or fields that "
-                "contain duplicate data, remove the index, or redefine the index to permit duplicate entries and try "
-                "again. Table 'Shop', index 'PrimaryKey'.");
+      "contain duplicate data, remove the index, or redefine the index to permit duplicate entries and try "
+      "again. Table 'Shop', index 'PrimaryKey'.");
   ExpectRefused("KY_ID,XX\nc,3\n", "rows.csv: line 1, column 7: the table has no column \"XX\"");
 }
 
@@ -100,11 +100,11 @@ TEST_F(ImportTest, ADryRunChangesNothing) {
   ASSERT_EQ(Import("KY_ID\nc\n", {"--dry-run"}), kSucceeded) << err_;
   EXPECT_EQ(out_, "1 inserted, 0 updated, 0 deleted; not saved\n");
   EXPECT_EQ(files_.Content("x.db"), before_);
-  ExpectRefused(
-      "KY_ID\nabcdef\n",
-      "rows.csv: line 2: The field is too small to accept the amount of data you attempted to add. Try inserting or pasting "
-      "less data. Table 'Shop', column 'KY_ID'.",
-      {"--dry-run"});
+  ExpectRefused("KY_ID\nabcdef\n",
+                "rows.csv: line 2: The field is too small to accept the amount of data you attempted to add. Try "
+                "inserting or pasting "
+                "less data. Table 'Shop', column 'KY_ID'.",
+                {"--dry-run"});
 }
 
 TEST_F(ImportTest, TheFileMustBeNamedAndThere) {

@@ -175,8 +175,8 @@ std::optional<Json> CsvRows::Next() {
   if (!cells) return std::nullopt;
   const std::size_t extra = std::min(cells->size() - 1, columns_.size());
   if (cells->size() != columns_.size()) {
-    FailAt((*cells)[extra].position, std::to_string(columns_.size()) + " fields are wanted in a line, not " +
-                                         std::to_string(cells->size()));
+    FailAt((*cells)[extra].position,
+           std::to_string(columns_.size()) + " fields are wanted in a line, not " + std::to_string(cells->size()));
   }
   Json::Object row;
   for (std::size_t i = 0; i < columns_.size(); ++i) {

@@ -61,6 +61,10 @@ std::string ProgramFolder() {
   return folder <= 1 ? "/" : program.substr(0, folder - 1);
 }
 
+std::string InstalledDataFolder(const std::string& programFolder) {
+  return programFolder.substr(0, FolderLength(programFolder)) + "share/mvppcsync";
+}
+
 std::optional<std::string> EnvironmentVariable(const std::string& name) {
   const char* value = std::getenv(name.c_str());
   if (value == nullptr) return std::nullopt;

@@ -23,6 +23,10 @@ std::string ProgramFolder() {
   return folder == 0 ? "." : program.substr(0, folder - 1);
 }
 
+std::string InstalledDataFolder(const std::string& programFolder) {
+  return programFolder;
+}
+
 std::optional<std::string> EnvironmentVariable(const std::string& name) {
   const std::wstring wide = Wide(name);
   ::SetLastError(ERROR_SUCCESS);
