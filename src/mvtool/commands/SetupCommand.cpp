@@ -13,6 +13,7 @@
 #include "mvtool/files/ToolErrors.h"
 #include "run/HandheldChoice.h"
 #include "run/ProtectedFiles.h"
+#include "run/TemplateFile.h"
 #include "sync/Tables.h"
 
 namespace mv::tool {

@@ -7,6 +7,7 @@
 #include "check/DatabaseCheck.h"
 #include "jet/Database.h"
 #include "run/ProtectedFiles.h"
+#include "run/TemplateFile.h"
 #include "sync/RunMode.h"
 #include "sync/Tables.h"
 
