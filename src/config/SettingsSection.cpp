@@ -33,11 +33,7 @@ std::string SettingsSection::Text(const char* key, const std::string& missing) c
 std::int16_t SettingsSection::Integer(const char* key, std::int16_t missing) const {
   using Limits = std::numeric_limits<std::int16_t>;
   const std::string text = Text(key, TextOfInteger(missing));
-  try {
-    return static_cast<std::int16_t>(ParseRounded(text, Limits::min(), Limits::max()));
-  } catch (const Error& error) {
-    throw error.About(Named(key, text));
-  }
+  return static_cast<std::int16_t>(ParseRounded(text, Limits::min(), Limits::max()));
 }
 
 std::int64_t SettingsSection::Count(const char* key, std::int64_t missing) const {
@@ -77,11 +73,7 @@ void SettingsSection::Save(const char* key, std::int16_t number) const {
 }
 
 std::string SettingsSection::Shown(const char* key, const std::string& text) const {
-  return Named(key, text) + ",";
-}
-
-std::string SettingsSection::Named(const char* key, const std::string& text) const {
-  return std::string("the setting ") + key + " of [" + name_ + "], \"" + text + '"';
+  return std::string("the setting ") + key + " of [" + name_ + "], \"" + text + "\",";
 }
 
 }  // namespace mv

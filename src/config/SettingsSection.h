@@ -15,7 +15,7 @@ class SettingsSection {
   SettingsSection(SettingsStore& store, const char* name) : store_(store), name_(name) {}
 
   std::string Text(const char* key, const std::string& missing) const;
-  /// Error 13 for what is no number, error 6 for one beyond 16 bits; the setting is their subject.
+  /// Error 13 for what is no number, error 6 for one beyond 16 bits.
   std::int16_t Integer(const char* key, std::int16_t missing) const;
   /// A whole number from 0 on; Failure for anything else.
   std::int64_t Count(const char* key, std::int64_t missing) const;
@@ -31,8 +31,6 @@ class SettingsSection {
   std::string Shown(const char* key, const std::string& text) const;
 
  private:
-  std::string Named(const char* key, const std::string& text) const;
-
   SettingsStore& store_;
   const char* name_;
 };
