@@ -40,6 +40,14 @@ def take(wine, wanted):
     picture("main", main)
     app.close(main)
     app.wait()
+    if "overwrite" in wanted:
+        world.set(SyncMode="2", LastSync="11/20/2026 6:12:40 PM")
+        app = App(wine)
+        main = app.window(MAIN)
+        wait_for(lambda: app.toolbar(main)[0]["enabled"], "the handheld's answer")
+        picture("overwrite", main)
+        app.close(main)
+        app.wait()
     world.remove()
 
 
@@ -47,9 +55,10 @@ def main():
     if missing():
         sys.exit("the window cannot be shown: " + missing())
     PICTURES.mkdir(parents=True, exist_ok=True)
-    appearances = ((96, None, {"settings": "settings", "about": "about", "run": "run", "main": "main"}),
+    appearances = ((96, None, {"settings": "settings", "about": "about", "run": "run", "main": "main",
+                                "overwrite": "main-overwrite"}),
                    (192, None, {"settings": "settings-200-percent"}),
-                   (96, CONTRAST, {"main": "main-contrast"}))
+                   (96, CONTRAST, {"main": "main-contrast", "overwrite": "main-contrast-overwrite"}))
     for dpi, colours, wanted in appearances:
         wine = Wine(dpi, colours)
         try:
