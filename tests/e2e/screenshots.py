@@ -86,9 +86,10 @@ def main(editions):
         if desktop.missing():
             sys.exit("the window cannot be shown: " + desktop.missing())
         take_all(Wine, windows_world,
-                 ((96, None, {"settings": "settings", "about": "about", "run": "run", "main": "main"}),
+                 ((96, None, {"settings": "settings", "about": "about", "run": "run", "main": "main",
+                              "overwrite": "main-overwrite"}),
                   (192, None, {"settings": "settings-200-percent"}),
-                  (96, CONTRAST, {"main": "main-contrast"})))
+                  (96, CONTRAST, {"main": "main-contrast", "overwrite": "main-contrast-overwrite"})))
     if "linux" in editions:
         if qtdesktop.missing():
             sys.exit("the window cannot be shown: " + qtdesktop.missing())
