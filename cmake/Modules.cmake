@@ -1,11 +1,11 @@
 # The folder in which a module keeps what only this system's build compiles, and those that only others compile, as a
-# regular expression.
+# regular expression; "qt" is built by WindowPart.cmake.
 if(WIN32)
   set(MV_SYSTEM_FOLDER windows)
-  set(MV_OTHER_FOLDERS "posix")
+  set(MV_OTHER_FOLDERS "posix|qt")
 else()
   set(MV_SYSTEM_FOLDER posix)
-  set(MV_OTHER_FOLDERS "windows|win32")
+  set(MV_OTHER_FOLDERS "windows|win32|qt")
 endif()
 
 # mv_module(NAME [DEPENDS ...] [WINDOWS_LIBRARIES ...] [TEST_DEPENDS ...] [TEST_PARTS n]): the sources of src/NAME and of the folders

@@ -86,6 +86,22 @@ HandheldPorts PortsOf(const SettingsSection& section) {
 
 }  // namespace
 
+HandheldPlace LoadHandheldPlace(SettingsStore& store) {
+  try {
+    const HandheldSettings settings = LoadHandheldSettings(store);
+    return {settings.root, settings.way == HandheldWay::Network};
+  } catch (const Error&) {
+    // The next start says what is wrong; the dialog is where it can be mended.
+    return {};
+  }
+}
+
+void SaveHandheldPlace(SettingsStore& store, const HandheldPlace& before, const HandheldPlace& place) {
+  const SettingsSection section(store, kSection);
+  if (place.root != before.root) section.Save("Root", place.root);
+  if (place.network != before.network) section.Save("Connection", std::string(place.network ? kNetwork : kFolder));
+}
+
 HandheldSettings LoadHandheldSettings(SettingsStore& store) {
   const SettingsSection section(store, kSection);
   HandheldSettings settings;

@@ -51,6 +51,19 @@ struct HandheldSettings {
   friend bool operator==(const HandheldSettings&, const HandheldSettings&) = default;
 };
 
+/// What the settings dialog shows of the section, where it does.
+struct HandheldPlace {
+  std::string root;      ///< "Root"
+  bool network = false;  ///< "Connection" is "network"; else a folder stands for the handheld
+
+  friend bool operator==(const HandheldPlace&, const HandheldPlace&) = default;
+};
+
+/// Never raises: what makes no sense counts as not set.
+HandheldPlace LoadHandheldPlace(SettingsStore& store);
+/// Stores what differs from `before`, and nothing else of the section. Takes effect at the program's next start.
+void SaveHandheldPlace(SettingsStore& store, const HandheldPlace& before, const HandheldPlace& place);
+
 /// Reads the section. Failure, with the key and what it may hold, for a value that makes no sense.
 HandheldSettings LoadHandheldSettings(SettingsStore& store);
 

@@ -30,6 +30,30 @@ TEST_F(HandheldSettingsTest, NothingIsSetByItself) {
   EXPECT_EQ(Load().wait, std::chrono::seconds(5));
 }
 
+TEST_F(HandheldSettingsTest, PlaceIsTheFolderAndWhetherTheNetworkIsUsed) {
+  EXPECT_EQ(LoadHandheldPlace(store_), HandheldPlace());
+  store_.Put("Handheld", "Root", "/home/kim/handheld");
+  EXPECT_EQ(LoadHandheldPlace(store_), (HandheldPlace{"/home/kim/handheld", false}));
+  store_.Put("Handheld", "Connection", "Network");
+  EXPECT_EQ(LoadHandheldPlace(store_), (HandheldPlace{"/home/kim/handheld", true}));
+  store_.Put("Handheld", "Connection", "netwrok");
+  EXPECT_EQ(LoadHandheldPlace(store_), HandheldPlace());
+}
+
+TEST_F(HandheldSettingsTest, OnlyWhatChangedOfThePlaceIsStored) {
+  const HandheldPlace before{"/old", false};
+  SaveHandheldPlace(store_, before, before);
+  EXPECT_EQ(Load(), HandheldSettings());
+  SaveHandheldPlace(store_, before, {"/new", false});
+  EXPECT_EQ(Load().root, "/new");
+  EXPECT_EQ(Load().way, std::nullopt);
+  SaveHandheldPlace(store_, before, {"/old", true});
+  EXPECT_EQ(Load().root, "/new");
+  EXPECT_EQ(Load().way, HandheldWay::Network);
+  SaveHandheldPlace(store_, {"/new", true}, {"/new", false});
+  EXPECT_EQ(Load().way, HandheldWay::Folder);
+}
+
 TEST_F(HandheldSettingsTest, WayIsOneOfThreeWords) {
   EXPECT_EQ(With("Connection", "folder").way, HandheldWay::Folder);
   EXPECT_EQ(With("Connection", "Library").way, HandheldWay::Library);

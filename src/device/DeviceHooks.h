@@ -14,6 +14,8 @@ struct DeviceHooks {
   std::function<void()> showHourglass;
   /// Lets pending window messages run once.
   std::function<void()> processMessages;
+  /// True once nobody waits for the handheld any more: the user has closed the window.
+  std::function<bool()> abandoned = {};
 };
 
 }  // namespace mv

@@ -15,10 +15,13 @@ class modWinCERAPIConnectionHandler {
       : rapi_(rapi), hooks_(hooks), wait_(wait) {}
 
   static constexpr std::chrono::seconds kUsualWait{5};
+  /// How long the window's messages wait at most while the handheld is waited for.
+  static constexpr std::chrono::milliseconds kSlice{50};
 
-  /// One attempt to connect, which waits as long as a handheld has. Shows the hourglass and leaves it. True when a new
-  /// connection was made; false when that failed, and also when there was a connection already, which is kept. Never
-  /// raises: an unexpected error clears the flag.
+  /// One attempt to connect, which waits as long as a handheld has and handles the window's messages meanwhile; it ends
+  /// early when the attempt is abandoned. Shows the hourglass and leaves it. True when a new connection was made; false
+  /// when that failed, and also when there was a connection already, which is kept. Never raises: an unexpected error
+  /// clears the flag.
   bool ConnectDevice();
   /// Ends the connection if there is one. Always true.
   bool DisconnectDevice();
@@ -26,6 +29,9 @@ class modWinCERAPIConnectionHandler {
 
  private:
   bool Connect();
+  bool StartConnection();
+  /// What the wait for the connection's event returns. It is one wait in slices, as there are messages to handle.
+  std::uint32_t Wait(RapiHandle event);
 
   Rapi& rapi_;
   const DeviceHooks& hooks_;

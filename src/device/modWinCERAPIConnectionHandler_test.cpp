@@ -28,7 +28,47 @@ TEST_F(ConnectionHandler, NewHandlerIsNotConnected) {
 TEST_F(ConnectionHandler, DeviceThatAnswersIsConnected) {
   EXPECT_TRUE(handler_.ConnectDevice());
   EXPECT_TRUE(handler_.IsDeviceConnected());
+  EXPECT_EQ(rapi_.calls, (std::vector<std::string>{"CeRapiInitEx", "WaitForSingleObject 77 50"}));
+}
+
+TEST_F(ConnectionHandler, TheWaitIsFiveSecondsInSlicesWithMessagesBetweenThem) {
+  rapi_.waitResult = kWaitTimedOut;
+  handler_.ConnectDevice();
+  EXPECT_EQ(rapi_.waited, 5000U);
+  EXPECT_EQ(rapi_.Count("WaitForSingleObject"), 100U);
+  std::size_t messages = 0;
+  for (std::size_t at = shown_.find("messages"); at != std::string::npos; at = shown_.find("messages", at + 1))
+    ++messages;
+  EXPECT_EQ(messages, 1U + 99U);
+}
+
+TEST_F(ConnectionHandler, WithoutMessagesToHandleTheWaitIsOne) {
+  const DeviceHooks none;
+  modWinCERAPIConnectionHandler(rapi_, none).ConnectDevice();
   EXPECT_EQ(rapi_.calls, (std::vector<std::string>{"CeRapiInitEx", "WaitForSingleObject 77 5000"}));
+}
+
+TEST_F(ConnectionHandler, DeviceThatAnswersLateIsConnected) {
+  rapi_.answersAfter = 4990;
+  EXPECT_TRUE(handler_.ConnectDevice());
+  EXPECT_EQ(rapi_.waited, 5000U);
+}
+
+TEST_F(ConnectionHandler, AWaitThatNobodyWantsAnyMoreEndsAndIsUndone) {
+  rapi_.answersAfter = 4000;
+  hooks_.abandoned = [this] { return rapi_.waited >= 200; };
+  EXPECT_FALSE(handler_.ConnectDevice());
+  EXPECT_EQ(rapi_.waited, 200U);
+  EXPECT_EQ(rapi_.calls.back(), "CeRapiUninit");
+}
+
+TEST_F(ConnectionHandler, AnErrorWithinTheWaitUndoesTheAttempt) {
+  rapi_.answersAfter = 4000;
+  hooks_.processMessages = [this] {
+    if (rapi_.waited > 0) throw std::runtime_error("window is gone");
+  };
+  EXPECT_FALSE(handler_.ConnectDevice());
+  EXPECT_EQ(rapi_.calls.back(), "CeRapiUninit");
 }
 
 TEST_F(ConnectionHandler, StartUpRecordStatesItsSize) {
@@ -121,8 +161,8 @@ TEST(ConnectionWait, IsFiveSecondsUnlessAnotherIsAskedFor) {
   modWinCERAPIConnectionHandler(rapi, hooks).ConnectDevice();
   modWinCERAPIConnectionHandler(rapi, hooks, std::chrono::seconds(90)).ConnectDevice();
   EXPECT_EQ(rapi.Count("WaitForSingleObject"), 2U);
-  EXPECT_TRUE(rapi.calls[1].ends_with(" 5000")) << rapi.calls[1];
-  EXPECT_TRUE(rapi.calls[3].ends_with(" 90000")) << rapi.calls[3];
+  EXPECT_EQ(rapi.calls[1], "WaitForSingleObject 77 5000");
+  EXPECT_EQ(rapi.calls[3], "WaitForSingleObject 77 90000");
 }
 
 }  // namespace

@@ -31,6 +31,8 @@ Invocation ParseInvocation(const std::string& commandLine) {
   Invocation invocation;
   invocation.silentMode = SilentModeOf(commandLine);
   if (invocation.silentMode) return invocation;
+  invocation.terminal = Trim(commandLine) == "--terminal";
+  if (invocation.terminal) return invocation;
   std::istringstream words(commandLine);
   for (std::string word; words >> word;) {
     if (word.starts_with("--")) {

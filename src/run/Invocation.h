@@ -19,10 +19,12 @@ struct Invocation {
   /// The first word that looks like an option of two hyphens and is none; empty when there is no such word. Whoever
   /// types one means something that is not there, so nothing is done.
   std::string unknownOption = {};
+  /// The window shall be shown on the terminal. Only the Linux edition can.
+  bool terminal = false;
 };
 
 /// `commandLine` is the arguments joined by blanks. A silent run is asked for by "-MODE0", "-MODE1" or "-MODE2" in any
-/// case, blanks at the ends aside, and by nothing else.
+/// case, blanks at the ends aside, and by nothing else; the terminal by "--terminal" likewise.
 Invocation ParseInvocation(const std::string& commandLine);
 
 }  // namespace mv

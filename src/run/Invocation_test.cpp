@@ -47,5 +47,14 @@ TEST(InvocationTest, WordsOfOneHyphenASlashOrAQuoteAreNoOptions) {
   }
 }
 
+TEST(InvocationTest, TheTerminalIsAskedForByItsWordAlone) {
+  EXPECT_TRUE(ParseInvocation(" --terminal ").terminal);
+  EXPECT_EQ(ParseInvocation("--terminal").unknownWords, Words());
+  EXPECT_EQ(ParseInvocation("--terminal").silentMode, std::nullopt);
+  for (const char* text : {"", "-Mode1", "--terminal x", "-Mode1 --terminal", "-terminal", "--terminals"}) {
+    EXPECT_FALSE(ParseInvocation(text).terminal) << text;
+  }
+}
+
 }  // namespace
 }  // namespace mv

@@ -12,9 +12,14 @@
 namespace mv {
 namespace {
 
-constexpr const char* kNoWindow =
-    "MVPPCSync: this build has no window. Start it with -Mode0 (Synchronize), -Mode1 (Overwrite PDA) or -Mode2 "
-    "(Overwrite PC).\n";
+/// What an interactive start says that nothing can be shown on.
+std::string NothingToShowOn(const EntryContext& entry) {
+  const std::string why = entry.invocation.terminal ? "--terminal needs a terminal on standard input"
+                                                    : "no window: " + entry.whyNoWindow +
+                                                          "; and no terminal on standard input, which --terminal needs";
+  return "MVPPCSync: " + why +
+         ". Start it with -Mode0 (Synchronize), -Mode1 (Overwrite PDA) or -Mode2 (Overwrite PC).\n";
+}
 
 void FillModeTexts(RunState& state) {
   state.ModeResultTexts = ModeResultTexts();
@@ -52,7 +57,7 @@ ExitStatus RunSilently(const EntryContext& entry, RunMode mode) {
 std::optional<ExitStatus> RunInteractively(const EntryContext& entry) {
   const RunContext& run = entry.run;
   if (entry.window == nullptr) {
-    entry.errors << kNoWindow;
+    entry.errors << NothingToShowOn(entry);
     return ExitStatus::Stopped;
   }
   run.state.InteractiveRun = true;

@@ -17,12 +17,14 @@ namespace mv {
 struct EntryContext {
   RunContext& run;
   Invocation invocation;
-  /// Null in a build that has no window.
+  /// Null where there is neither a window nor a terminal to show it on.
   MainWindow* window = nullptr;
   /// Registers the window classes of the common controls; whether that worked does not matter.
   std::function<bool()> initCommonControls;
   /// Where a user sees what no log and no window can tell.
   std::ostream& errors;
+  /// Why there is no window, where there is none but one was asked for: to follow "no window: ".
+  std::string whyNoWindow = {};
 };
 
 /// The program from its start until it ends or waits for its user. Loads the settings into the run state, runs silently

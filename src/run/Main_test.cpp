@@ -180,12 +180,21 @@ TEST_F(MainTest, AHandheldThatAnswersLaterEnablesStart) {
   EXPECT_EQ(ui.calls.back(), "pointer");
 }
 
-TEST_F(MainTest, ABuildWithoutAWindowSaysSoAndNamesTheSwitches) {
-  EXPECT_EQ(Start("", nullptr), ExitStatus::Stopped);
-  EXPECT_EQ(errors_.str(),
-            "MVPPCSync: this build has no window. Start it with -Mode0 (Synchronize), -Mode1 (Overwrite PDA) or -Mode2 "
-            "(Overwrite PC).\n");
+TEST_F(MainTest, WithoutWindowAndTerminalAStartSaysWhyAndNamesTheSwitches) {
+  const EntryContext entry{world_.run, ParseInvocation(""), nullptr, [] { return true; }, errors_, "no display"};
+  EXPECT_EQ(Main(entry), ExitStatus::Stopped);
+  EXPECT_EQ(
+      errors_.str(),
+      "MVPPCSync: no window: no display; and no terminal on standard input, which --terminal needs. Start it with "
+      "-Mode0 (Synchronize), -Mode1 (Overwrite PDA) or -Mode2 (Overwrite PC).\n");
   EXPECT_TRUE(world_.rapi.calls.empty());
+}
+
+TEST_F(MainTest, ATerminalThatIsNotThereIsToldAlone) {
+  EXPECT_EQ(Start("--terminal", nullptr), ExitStatus::Stopped);
+  EXPECT_EQ(errors_.str(),
+            "MVPPCSync: --terminal needs a terminal on standard input. Start it with -Mode0 (Synchronize), -Mode1 "
+            "(Overwrite PDA) or -Mode2 (Overwrite PC).\n");
 }
 
 TEST_F(MainTest, ASettingThatIsNoNumberEndsTheProgramWithAnError) {
@@ -193,7 +202,7 @@ TEST_F(MainTest, ASettingThatIsNoNumberEndsTheProgramWithAnError) {
   EXPECT_EQ(Start("-Mode0", nullptr), ExitStatus::Stopped);
   EXPECT_EQ(errors_.str(),
             "MVPPCSync: Error: 13 has occurred. Description: Type mismatch: the setting "
-            "SyncLog of [PPC_Mobile], \"yes\", is no number from -32768 to 32767\n");
+            "SyncLog of [PPC_Mobile], \"yes\", is no whole number from -32768 to 32767\n");
   EXPECT_TRUE(world_.rapi.calls.empty());
 }
 

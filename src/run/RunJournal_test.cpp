@@ -235,7 +235,8 @@ TEST_F(RunJournalTest, TextThatComesBackChangedIsWarnedOfWhenItIsSent) {
   world_.database.tables[kTable].rows = {RowOf("A", "\xCE\xA9")};
   Run();
   ExpectWarning(
-      "brnd_Fuel: 1 rows hold a text or a date that the handheld does not give back as it is (a character that it lacks, "
+      "brnd_Fuel: 1 rows hold a text or a date that the handheld does not give back as it is (a character that it "
+      "lacks, "
       "a date before 1904); the first is \"A\"");
 }
 

@@ -103,7 +103,7 @@ TEST_F(SilentSyncTest, OverwritePcBacksUpBeforeTheFirstTable) {
 TEST_F(SilentSyncTest, TheConnectionThatProvedTheHandheldIsEndedBeforeTheFirstTable) {
   Run();
   EXPECT_EQ(Calls(world_.rapi.calls.begin(), world_.rapi.calls.begin() + 4),
-            (Calls{"CeRapiInitEx", "WaitForSingleObject 77 5000", "CeRapiUninit", "CeRapiInitEx"}));
+            (Calls{"CeRapiInitEx", "WaitForSingleObject 77 50", "CeRapiUninit", "CeRapiInitEx"}));
 }
 
 TEST_F(SilentSyncTest, TheTimeIsSavedAsLastSyncAfterTheLastTableAndNothingElseIs) {

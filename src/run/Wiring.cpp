@@ -7,6 +7,7 @@
 #include "run/CurrentError.h"
 #include "run/DatabaseEngine.h"
 #include "run/InteractiveSync.h"
+#include "run/RunTexts.h"
 #include "run/TableDriver.h"
 #include "run/Version.h"
 #include "ui/SystemUi.h"
@@ -17,7 +18,7 @@ namespace {
 /// The device modules know neither the log nor the window.
 DeviceHooks MakeHooks(SyncLog& log, UserInterface& ui) {
   return {[&log](const std::string& line) { log.WriteLogLine(line, false); }, [&ui] { ui.AdvanceSpinner(false); },
-          [&ui] { ui.SetHourglass(true); }, [&ui] { ui.ProcessMessages(); }};
+          [&ui] { ui.SetHourglass(true); }, [&ui] { ui.ProcessMessages(); }, [&ui] { return ui.Closed(); }};
 }
 
 }  // namespace
@@ -32,7 +33,8 @@ Wiring::Wiring(Invocation invocation)
       protectedFiles_(files_, state_.settings, programFolder_),
       log_(files_, state_.settings, protectedFiles_),
       registry_(MakeRegistryStrings(*settings_)),
-      toolkit_(invocation_.silentMode ? nullptr : MakeToolkit()),
+      autoStart_(MakeAutoStartService()),
+      interactive_(MakeInteractiveUi()),
       window_(MakeWindow()),
       noWindow_(MakeSilentUserInterface()),
       handheld_(ChooseHandheld(LoadHandheldSettings(*settings_),
@@ -59,12 +61,20 @@ Wiring::Wiring(Invocation invocation)
              return handheld_.folder ? handheld_.folder->LocalFile(path) : std::nullopt;
            }} {}
 
-/// Null in an edition without a window, and for a silent run: without a toolkit it cannot show one, whatever happens.
+/// Nothing for a silent run: without a toolkit it cannot show a window, whatever happens.
+InteractiveUi Wiring::MakeInteractiveUi() {
+  if (invocation_.silentMode) return {};
+  const auto tables = [this] { return terminal::TableCount{state_.TablesSynchronized, log_texts::kCountedTables}; };
+  return ChooseInteractiveUi(invocation_.terminal, files_, tables);
+}
+
 std::unique_ptr<frmMain> Wiring::MakeWindow() {
-  if (!toolkit_) return nullptr;
+  if (!interactive_.toolkit) return nullptr;
+  platform::Shell& shell = interactive_.shell ? *interactive_.shell : shell_;
   return std::make_unique<frmMain>(
-      *toolkit_, frmMain::Services{state_.settings, state_.ModeNames, *settings_, *registry_, files_, shell_,
-                                   kProgramVersion, [this] { InteractiveSync(run_, *window_); }});
+      *interactive_.toolkit,
+      frmMain::Services{state_.settings, state_.ModeNames, *settings_, *registry_, files_, shell, kProgramVersion,
+                        [this] { InteractiveSync(run_, *window_); }, autoStart_.get()});
 }
 
 UserInterface& Wiring::Ui() {
@@ -76,7 +86,7 @@ int Wiring::Run(std::ostream& errors) {
   run_.room = &files_;
   run_.obstacles = [this] { return ObstaclesOf(handheld_); };
   run_.tell = [&errors](const std::string& line) { errors << line << '\n'; };
-  const EntryContext entry{run_, invocation_, window_.get(), InitCommonControls, errors};
+  const EntryContext entry{run_, invocation_, window_.get(), InitCommonControls, errors, interactive_.whyNoWindow};
   if (const auto status = Main(entry)) return static_cast<int>(*status);
   window_->RunUntilClosed();
   return static_cast<int>(ExitStatus::Success);

@@ -7,6 +7,7 @@
 #include "platform/PatientFileSystem.h"
 #include "run/HandheldChoice.h"
 #include "run/Main.h"
+#include "ui/InteractiveUi.h"
 #include "ui/frmMain.h"
 
 namespace mv {
@@ -23,6 +24,7 @@ class Wiring {
   int Run(std::ostream& errors);
 
  private:
+  InteractiveUi MakeInteractiveUi();
   std::unique_ptr<frmMain> MakeWindow();
   UserInterface& Ui();
 
@@ -38,8 +40,9 @@ class Wiring {
   ProtectedFiles protectedFiles_;
   SyncLog log_;
   std::unique_ptr<RegistryStrings> registry_;
-  std::unique_ptr<Toolkit> toolkit_;  ///< null in an edition without a window, and for a silent run
-  std::unique_ptr<frmMain> window_;   ///< null likewise
+  std::unique_ptr<AutoStartService> autoStart_;  ///< null where the registry does it
+  InteractiveUi interactive_;                    ///< empty for a silent run
+  std::unique_ptr<frmMain> window_;              ///< null where there is nothing to show it on, and for a silent run
   std::unique_ptr<UserInterface> noWindow_;
   ChosenHandheld handheld_;
   DeviceHooks hooks_;

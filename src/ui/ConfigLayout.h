@@ -67,6 +67,17 @@ inline constexpr ConfigControl kLocations[] = {
     {IdOf(CheckBox::WriteLog), {texts::kWriteLog, 'L'}},
     {IdOf(CheckBox::History), {texts::kHistory, 'H'}},
 };
+/// For editions where nothing else sets the way to the handheld: the next row of paths, and the next browse button.
+inline constexpr std::size_t kHandheldRow = kPathRows;
+inline constexpr std::size_t kHandheldBrowse = kBrowseButtons;
+inline constexpr ControlId kNetworkBox = {ControlKind::Box, static_cast<std::size_t>(CheckBox::AutoStart) + 1};
+inline constexpr ConfigControl kHandheld[] = {
+    {{ControlKind::Label, kHandheldRow}, {texts::kHandheldFolder, 'F'}},
+    {{ControlKind::Path, kHandheldRow}, {}},
+    {{ControlKind::Browse, kHandheldBrowse}, {texts::kHandheldBrowse}},
+    {kNetworkBox, {texts::kHandheldNetwork, 'N'}},
+    {{ControlKind::Help, 1}, {texts::kHandheldHelp}},
+};
 inline constexpr ConfigControl kOptions[] = {
     {{ControlKind::ModePicture}, {}},
     {{ControlKind::Mode, 0}, {texts::kModes[0], 'S'}},
@@ -83,6 +94,11 @@ inline constexpr ConfigControl kBottom[] = {
 /// The whole dialog from top to bottom, in the order of the Tab key.
 inline constexpr ConfigSection kConfigSections[] = {
     {texts::kLocations, kLocations}, {texts::kProcessOptions, kOptions}, {nullptr, kBottom}};
+
+inline constexpr ConfigSection kConfigSectionsWithHandheld[] = {{texts::kLocations, kLocations},
+                                                                {texts::kHandheldFrame, kHandheld},
+                                                                {texts::kProcessOptions, kOptions},
+                                                                {nullptr, kBottom}};
 
 /// The row of paths that a browse button stands in.
 constexpr std::size_t RowOfBrowse(std::size_t button) {

@@ -109,5 +109,28 @@ TEST(ConfigLayoutTest, NoControlIsThereTwice) {
   EXPECT_EQ(all.size(), 18u);
 }
 
+TEST(ConfigLayoutTest, TheHandheldsSectionFollowsTheLocationsWithARowABoxAndAWordOnWhenItCounts) {
+  ASSERT_EQ(std::size(kConfigSectionsWithHandheld), 4u);
+  EXPECT_STREQ(kConfigSectionsWithHandheld[1].frame, "Handheld");
+  EXPECT_EQ(
+      Ids(kConfigSectionsWithHandheld[1].controls),
+      (std::vector<ControlId>{{Kind::Label, 3}, {Kind::Path, 3}, {Kind::Browse, 2}, kNetworkBox, {Kind::Help, 1}}));
+  EXPECT_EQ(
+      Shown(kConfigSectionsWithHandheld[1].controls),
+      (Lines{"&Folder in the Handheld's Place", "", "Browse to Set Handheld Folder",
+             "Handheld Connects over the &Network", "A change here takes effect at the next start of this program."}));
+}
+
+TEST(ConfigLayoutTest, AMarkLeadsToOneControlBesideTheHandheldsSectionToo) {
+  std::vector<Caption> marked;
+  for (const ConfigSection& section : kConfigSectionsWithHandheld) {
+    for (const ConfigControl& control : section.controls) {
+      if (control.caption.mark != 0) marked.push_back(control.caption);
+    }
+  }
+  EXPECT_EQ(marked.size(), 11u);
+  EXPECT_EQ(MarksOf(marked).size(), marked.size());
+}
+
 }  // namespace
 }  // namespace mv::layout

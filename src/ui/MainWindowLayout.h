@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <span>
 
@@ -62,6 +63,12 @@ struct StatusPanel {
 
 /// From left to right. The first takes the room that the others leave.
 inline constexpr StatusPanel kStatusBar[] = {{Panel::Status, texts::kStatusPanel}, {Panel::Mode, texts::kModePanel}};
+
+/// True for the modes Overwrite PDA and Overwrite PC, in which a run replaces one side as a whole. Every toolkit marks
+/// them, so that nobody starts one unaware.
+constexpr bool OverwritesOneSide(std::int16_t mode) {
+  return mode == 1 || mode == 2;
+}
 
 /// The place of a menu in the menu bar, from 0.
 constexpr std::size_t PositionOf(Menu menu) {

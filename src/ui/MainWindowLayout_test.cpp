@@ -90,5 +90,13 @@ TEST(MainWindowLayoutTest, TheStatusBarShowsTheStatusAndThenTheMode) {
   EXPECT_STREQ(kStatusBar[1].tip, " Current Mode ");
 }
 
+TEST(MainWindowLayoutTest, TwoModesOverwriteOneSide) {
+  EXPECT_FALSE(OverwritesOneSide(-1));
+  EXPECT_FALSE(OverwritesOneSide(0));
+  EXPECT_TRUE(OverwritesOneSide(1));
+  EXPECT_TRUE(OverwritesOneSide(2));
+  EXPECT_FALSE(OverwritesOneSide(3));
+}
+
 }  // namespace
 }  // namespace mv::layout

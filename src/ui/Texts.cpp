@@ -20,4 +20,8 @@ std::string ErrorOccurred(const Error& error) {
   return "Error: " + TextOfInteger(error.Number()) + " has occurred.\rDescription: " + error.Description();
 }
 
+std::string TablesDone(int done, int of) {
+  return TextOfInteger(done) + " of " + TextOfInteger(of);
+}
+
 }  // namespace mv::texts

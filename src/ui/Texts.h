@@ -33,6 +33,9 @@ inline constexpr const char* kModeTip = " You are set to ";
 inline constexpr const char* kLastSync = "Last sync: ";
 inline constexpr const char* kUnknown = "Unknown";
 
+/// Not to be seen: what a screen reader calls the progress list.
+inline constexpr const char* kProgress = "Progress";
+
 // Opening the log.
 inline constexpr const char* kLogTitle = "Motorva\u00A9 Mobile Edition";
 std::string LogDoesNotExist(const std::string& path);
@@ -63,6 +66,14 @@ inline constexpr const char* kAboutCaption = "About Motorva\u2122 Mobile Edition
 inline constexpr const char* kVersion = "Version: ";
 inline constexpr const char* kOk = "OK";
 
+// On a terminal.
+inline constexpr const char* kRetry = "Retry";
+/// In front of the choices of the settings dialog.
+inline constexpr const char* kLineToChange = "Number of a line to change it";
+inline constexpr const char* kStopping = "Closing. The run stops at its next safe point...";
+/// Of a run's tables: "4 of 13".
+std::string TablesDone(int done, int of);
+
 // The settings dialog.
 inline constexpr const char* kConfigCaption = "  Motorva\u2122 Mobile Edition - Settings";
 inline constexpr const char* kLocations = "Database/File Locations";
@@ -81,6 +92,13 @@ inline constexpr const char* kConfigHelp =
     "Use this dialog to setup your sync options. Use care when using any mode other than [Normal Mode] as a complete "
     "database replacement will occur.";
 inline constexpr const char* kCancel = "Cancel";
+
+// The settings dialog's section for the handheld, in editions where nothing else sets the way to it.
+inline constexpr const char* kHandheldFrame = "Handheld";
+inline constexpr const char* kHandheldFolder = "Folder in the Handheld's Place";
+inline constexpr const char* kHandheldBrowse = "Browse to Set Handheld Folder";
+inline constexpr const char* kHandheldNetwork = "Handheld Connects over the Network";
+inline constexpr const char* kHandheldHelp = "A change here takes effect at the next start of this program.";
 
 // The settings dialog's file dialogs. A filter is a list of name|pattern pairs.
 inline constexpr const char* kDatabaseDialogTitle = "Set Desktop Edition Database Location";

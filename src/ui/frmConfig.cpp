@@ -18,8 +18,9 @@ std::int16_t SettingOf(bool ticked) {
 
 }  // namespace
 
-frmConfig::frmConfig(Settings& settings, RegistryStrings& registry, platform::FileSystem& files)
-    : settings_(settings), registry_(registry), files_(files) {}
+frmConfig::frmConfig(Settings& settings, RegistryStrings& registry, platform::FileSystem& files,
+                     ConfigAdditions additions)
+    : settings_(settings), registry_(registry), files_(files), additions_(additions) {}
 
 void frmConfig::Form_Load(frmConfigView& view) {
   // A stored mode outside the three leaves all of them unselected.
@@ -34,6 +35,25 @@ void frmConfig::Form_Load(frmConfigView& view) {
   view.Tick(CheckBox::History, settings_.SyncLogHistory != 0);
   view.Tick(CheckBox::AutoStart, settings_.AutoStart != 0);
   chkWriteLog_Click(view);
+  LoadHandheld(view);
+}
+
+void frmConfig::LoadHandheld(frmConfigView& view) {
+  HandheldSectionView* const section = view.HandheldSection();
+  if (section == nullptr || additions_.store == nullptr) return;
+  handheld_ = LoadHandheldPlace(*additions_.store);
+  section->SetFolder(handheld_.root);
+  section->TickNetwork(handheld_.network);
+  chkNetwork_Click(*section);
+}
+
+void frmConfig::chkNetwork_Click(HandheldSectionView& section) {
+  section.EnableFolder(!section.NetworkTicked());
+}
+
+void frmConfig::cmdBrowseHandheld_Click(HandheldSectionView& section) {
+  const auto chosen = section.AskFolder(texts::kHandheldBrowse, section.Folder());
+  if (chosen) section.SetFolder(*chosen);
 }
 
 void frmConfig::chkWriteLog_Click(frmConfigView& view) {
@@ -82,6 +102,7 @@ void frmConfig::cmdOK_Click(frmConfigView& view) {
   TakeAutoStart(view);
   TakePaths(view);
   TakeLogging(view);
+  TakeHandheld(view);
   CreateWorkFolders();
   view.Unload();
 }
@@ -100,6 +121,10 @@ void frmConfig::TakeMode(const frmConfigView& view) {
 
 void frmConfig::TakeAutoStart(const frmConfigView& view) {
   settings_.AutoStart = SettingOf(view.Ticked(CheckBox::AutoStart));
+  if (AutoStartService* const service = additions_.autoStart) {
+    notice_ = settings_.AutoStart == 1 ? service->SwitchOn() : service->SwitchOff();
+    return;
+  }
   if (settings_.AutoStart == 1) {
     RegisterAutoStart(registry_, "-Mode" + TextOfInteger(settings_.SyncMode));
   } else {
@@ -118,6 +143,17 @@ void frmConfig::TakePaths(const frmConfigView& view) {
 void frmConfig::TakeLogging(const frmConfigView& view) {
   settings_.SyncLog = SettingOf(view.Ticked(CheckBox::WriteLog));
   settings_.SyncLogHistory = SettingOf(view.Ticked(CheckBox::History));
+}
+
+void frmConfig::TakeHandheld(frmConfigView& view) {
+  HandheldSectionView* const section = view.HandheldSection();
+  if (section == nullptr || additions_.store == nullptr) return;
+  try {
+    SaveHandheldPlace(*additions_.store, handheld_, {section->Folder(), section->NetworkTicked()});
+  } catch (const Error& error) {
+    // Unlike the other settings this one is not kept in memory until the window closes.
+    notice_ += (notice_.empty() ? "" : "\r\r") + texts::ErrorOccurred(error);
+  }
 }
 
 std::string frmConfig::DatabaseFolder() const {

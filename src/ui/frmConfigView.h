@@ -24,6 +24,20 @@ struct FileQuestion {
   friend bool operator==(const FileQuestion&, const FileQuestion&) = default;
 };
 
+/// The section of the settings dialog for the way to the handheld: a folder that stands for it, or the network.
+class HandheldSectionView {
+ public:
+  virtual ~HandheldSectionView() = default;
+  virtual void SetFolder(const std::string& text) = 0;
+  virtual std::string Folder() const = 0;
+  virtual void TickNetwork(bool ticked) = 0;
+  virtual bool NetworkTicked() const = 0;
+  /// The folder's label, line and browse button.
+  virtual void EnableFolder(bool enabled) = 0;
+  /// Shows a dialog for an existing folder over the settings dialog; nothing when the user cancels it.
+  virtual std::optional<std::string> AskFolder(const std::string& title, const std::string& startingFolder) = 0;
+};
+
 /// The settings dialog as its toolkit shows it, with the controls of ConfigLayout.h. Rows of paths: 0 the desktop
 /// database, 1 the handheld's folder, 2 the sync log. Browse buttons: 0 for the database, 1 for the log.
 class frmConfigView {
@@ -48,6 +62,8 @@ class frmConfigView {
   virtual void ShowBrowsePicture(std::size_t index, BrowsePicture picture) = 0;
   /// Shows the file dialog over the settings dialog; nothing when the user cancels it.
   virtual std::optional<std::string> AskFile(const FileQuestion& question) = 0;
+  /// Null in an edition that has another place for it.
+  virtual HandheldSectionView* HandheldSection() { return nullptr; }
   virtual void Unload() = 0;
 };
 

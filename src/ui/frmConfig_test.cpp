@@ -4,6 +4,7 @@
 
 #include "support/FakeToolkit.h"
 #include "support/MemoryFileSystem.h"
+#include "support/RecordingSettings.h"
 
 namespace mv {
 namespace {
@@ -313,6 +314,119 @@ TEST_F(frmConfigTest, ADisabledLogRowIsTakenOverAllTheSame) {
   EXPECT_EQ(settings_.SyncLogPath, "C:\\other.txt");
   EXPECT_EQ(settings_.SyncLog, 0);
   EXPECT_EQ(settings_.SyncLogHistory, 1);
+}
+
+/// A dialog of an edition that shows the section for the handheld.
+class HandheldConfigView : public testing::FakeConfigView, public HandheldSectionView {
+ public:
+  HandheldSectionView* HandheldSection() override { return this; }
+  void SetFolder(const std::string& text) override { folder = text; }
+  std::string Folder() const override { return folder; }
+  void TickNetwork(bool ticked) override { network = ticked; }
+  bool NetworkTicked() const override { return network; }
+  void EnableFolder(bool on) override { folderEnabled = on; }
+  std::optional<std::string> AskFolder(const std::string& title, const std::string& startingFolder) override {
+    asked.push_back(title + " from " + startingFolder);
+    return chosen;
+  }
+
+  std::string folder;
+  bool network = false;
+  bool folderEnabled = false;
+  std::vector<std::string> asked;
+  std::optional<std::string> chosen;
+};
+
+class HandheldSectionTest : public ::testing::Test {
+ protected:
+  void Store(const char* key, const char* text) { store_.Put("Handheld", key, text); }
+  HandheldPlace Stored() { return LoadHandheldPlace(store_); }
+
+  testing::RecordingSettings store_;
+  RecordingFolders files_;
+  RecordingRegistry registry_;
+  Settings settings_;
+  HandheldConfigView view_;
+  frmConfig form_{settings_, registry_, files_, {&store_, nullptr}};
+};
+
+TEST_F(HandheldSectionTest, ShowsWhatIsStored) {
+  Store("Root", "/home/kim/handheld");
+  form_.Form_Load(view_);
+  EXPECT_EQ(view_.folder, "/home/kim/handheld");
+  EXPECT_FALSE(view_.network);
+  EXPECT_TRUE(view_.folderEnabled);
+}
+
+TEST_F(HandheldSectionTest, TheNetworkNeedsNoFolder) {
+  Store("Connection", "network");
+  form_.Form_Load(view_);
+  EXPECT_TRUE(view_.network);
+  EXPECT_FALSE(view_.folderEnabled);
+  view_.network = false;
+  form_.chkNetwork_Click(view_);
+  EXPECT_TRUE(view_.folderEnabled);
+}
+
+TEST_F(HandheldSectionTest, OkStoresTheChoiceAndCancelDoesNot) {
+  form_.Form_Load(view_);
+  view_.folder = "/home/kim/handheld";
+  view_.network = true;
+  form_.cmdCancel_Click(view_);
+  EXPECT_EQ(Stored(), HandheldPlace());
+  form_.cmdOK_Click(view_);
+  EXPECT_EQ(Stored(), (HandheldPlace{"/home/kim/handheld", true}));
+}
+
+TEST_F(HandheldSectionTest, ABrowsedFolderIsShownAndStoredWithOkOnly) {
+  Store("Root", "/old");
+  form_.Form_Load(view_);
+  form_.cmdBrowseHandheld_Click(view_);
+  EXPECT_EQ(view_.folder, "/old");
+  view_.chosen = "/new";
+  form_.cmdBrowseHandheld_Click(view_);
+  EXPECT_EQ(view_.asked.back(), "Browse to Set Handheld Folder from /old");
+  EXPECT_EQ(view_.folder, "/new");
+  EXPECT_EQ(Stored().root, "/old");
+  form_.cmdOK_Click(view_);
+  EXPECT_EQ(Stored().root, "/new");
+}
+
+TEST_F(HandheldSectionTest, AViewWithoutTheSectionChangesNothingOfIt) {
+  Store("Root", "/old");
+  testing::FakeConfigView plain;
+  form_.Form_Load(plain);
+  form_.cmdOK_Click(plain);
+  EXPECT_EQ(Stored().root, "/old");
+}
+
+class RecordingService : public AutoStartService {
+ public:
+  std::string SwitchOn() override {
+    calls.push_back("on");
+    return "runs start by themselves";
+  }
+  std::string SwitchOff() override {
+    calls.push_back("off");
+    return "";
+  }
+  std::vector<std::string> calls;
+};
+
+TEST_F(frmConfigTest, AServiceThatStartsRunsIsSwitchedInsteadOfTheRegistration) {
+  RecordingService service;
+  frmConfig form(settings_, registry_, files_, {nullptr, &service});
+  form.Form_Load(view_);
+  view_.Tick(CheckBox::AutoStart, true);
+  form.cmdCancel_Click(view_);
+  EXPECT_TRUE(service.calls.empty());
+  form.cmdOK_Click(view_);
+  EXPECT_EQ(form.Notice(), "runs start by themselves");
+  view_.Tick(CheckBox::AutoStart, false);
+  form.cmdOK_Click(view_);
+  EXPECT_EQ(form.Notice(), "");
+  EXPECT_EQ(service.calls, (std::vector<std::string>{"on", "off"}));
+  EXPECT_TRUE(registry_.written.empty());
 }
 
 }  // namespace

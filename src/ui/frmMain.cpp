@@ -5,7 +5,6 @@
 #include "base/Error.h"
 #include "ui/MainWindowLayout.h"
 #include "ui/Texts.h"
-#include "ui/frmAbout.h"
 #include "ui/frmConfig.h"
 
 namespace mv {
@@ -17,7 +16,8 @@ using layout::Panel;
 
 }  // namespace
 
-frmMain::frmMain(Toolkit& toolkit, Services services) : toolkit_(toolkit), services_(std::move(services)) {}
+frmMain::frmMain(Toolkit& toolkit, Services services)
+    : toolkit_(toolkit), services_(std::move(services)), about_(services_.version) {}
 
 frmMain::~frmMain() = default;
 
@@ -76,14 +76,17 @@ void frmMain::SetStatus(const std::string& text) {
 void frmMain::AddProgressLine(const std::string& text) {
   if (!Open()) return;
   view_->AddProgressItem(text);
-  ProcessMessages();
+  HandleMessages();
 }
 
 void frmMain::AdvanceSpinner(bool reset) {
   if (!Open()) return;
+  const auto now = services_.now();
+  if (!reset && now < nextFrame_) return;
+  nextFrame_ = now + kFrameTime;
   spinnerFrame_ = reset ? 0 : (spinnerFrame_ + 1) % frmMainView::kSpinnerFrames;
   view_->ShowSpinnerFrame(spinnerFrame_);
-  ProcessMessages();
+  HandleMessages();
 }
 
 MessageAnswer frmMain::ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
@@ -97,7 +100,13 @@ void frmMain::SetHourglass(bool on) {
 }
 
 void frmMain::ProcessMessages() {
-  if (Open()) view_->ProcessMessages();
+  if (!running_ || services_.now() >= nextMessages_) HandleMessages();
+}
+
+void frmMain::HandleMessages() {
+  if (!Open()) return;
+  view_->ProcessMessages();
+  nextMessages_ = services_.now() + kMessageTime;
 }
 
 void frmMain::Form_Load() {
@@ -115,7 +124,7 @@ void frmMain::Form_Activate() {
   const std::string name = known ? services_.modeNames[static_cast<std::size_t>(mode)] : std::string();
   view_->SetPanel(Panel::Mode, name);
   view_->ShowMode(mode, texts::kModeTip + name);
-  ProcessMessages();
+  HandleMessages();
 }
 
 void frmMain::Form_Unload() {
@@ -138,8 +147,10 @@ void frmMain::mnuSyncExit_Click() {
 
 void frmMain::mnuViewSettings_Click() {
   if (!Open()) return;
-  frmConfig form(services_.settings, services_.registry, services_.files);
+  frmConfig form(services_.settings, services_.registry, services_.files, {&services_.store, services_.autoStart});
   view_->ShowModal(form);
+  if (form.Notice().empty()) return;
+  ShowMessage(form.Notice(), texts::kMainTitle, MessageButtons::Ok, MessageIcon::Information);
 }
 
 void frmMain::mnuViewLog_Click() {
@@ -152,9 +163,7 @@ void frmMain::mnuViewLog_Click() {
 }
 
 void frmMain::mnuAbout_Click() {
-  if (!Open()) return;
-  frmAbout form(services_.version);
-  view_->ShowModal(form);
+  if (Open()) view_->ShowAbout(about_);
 }
 
 void frmMain::tb_ButtonClick(int index) {

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 
+#include "config/AutoStartService.h"
 #include "config/RegistryStrings.h"
 #include "config/Settings.h"
 #include "config/SettingsStore.h"
@@ -14,6 +16,7 @@
 #include "ui/MainWindow.h"
 #include "ui/Toolkit.h"
 #include "ui/UserInterface.h"
+#include "ui/frmAbout.h"
 #include "ui/frmMainView.h"
 
 namespace mv {
@@ -39,7 +42,13 @@ class frmMain : public MainWindow, public UserInterface {
     std::string version;
     /// Makes an interactive run. Must not raise.
     std::function<void()> startRun;
+    /// See ConfigAdditions.
+    AutoStartService* autoStart = nullptr;
+    std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
   };
+
+  static constexpr std::chrono::milliseconds kFrameTime{50};
+  static constexpr std::chrono::milliseconds kMessageTime{10};
 
   frmMain(Toolkit& toolkit, Services services);
   ~frmMain() override;
@@ -58,10 +67,14 @@ class frmMain : public MainWindow, public UserInterface {
   // UserInterface
   void SetStatus(const std::string& text) override;
   void AddProgressLine(const std::string& text) override;
+  /// A frame is shown, and messages are handled, when kFrameTime has gone by since the last one. Runs call this by
+  /// bytes and records, thousands of times in a second.
   void AdvanceSpinner(bool reset) override;
   MessageAnswer ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
                             MessageIcon icon) override;
   void SetHourglass(bool on) override;
+  /// During a run messages are handled when kMessageTime has gone by since the last time: a run calls this after every
+  /// few records, and a look costs more than they do.
   void ProcessMessages() override;
   bool Closed() const override { return closed_; }
 
@@ -83,6 +96,7 @@ class frmMain : public MainWindow, public UserInterface {
  private:
   /// True while there is a window that can show something.
   bool Open() const { return view_ && !closed_; }
+  void HandleMessages();
   void EnableStart(bool enabled);
   void EnableCommands(bool enabled);
   bool LogIsReadable() const;
@@ -91,8 +105,11 @@ class frmMain : public MainWindow, public UserInterface {
 
   Toolkit& toolkit_;
   Services services_;
+  frmAbout about_;
   std::unique_ptr<frmMainView> view_;  ///< null until the window is shown
   int spinnerFrame_ = 0;
+  std::chrono::steady_clock::time_point nextFrame_ = {};
+  std::chrono::steady_clock::time_point nextMessages_ = {};
   bool hourglass_ = false;  ///< the window opens under the pointer that was set before
   bool running_ = false;
   bool closed_ = false;

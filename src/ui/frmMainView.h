@@ -52,9 +52,12 @@ class frmMainView {
 
   virtual MessageAnswer ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
                                     MessageIcon icon) = 0;
-  /// Shows the settings dialog, or the about box, modally over the window; returns when it is closed.
+  /// Shows the settings dialog modally over the window; returns when it is closed.
   virtual void ShowModal(frmConfig& form) = 0;
-  virtual void ShowModal(frmAbout& form) = 0;
+  /// Shows the about box over the window and returns at once, so that a run goes on beneath it. Until it is closed, by
+  /// its button or with the window, the window takes no input, and message boxes come up over the box. There is one at
+  /// a time: asked for again it comes to the front. `form` must outlive the view.
+  virtual void ShowAbout(frmAbout& form) = 0;
 };
 
 }  // namespace mv

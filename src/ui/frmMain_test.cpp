@@ -30,8 +30,13 @@ class frmMainTest : public ::testing::Test {
   frmMainTest() { settings_.SyncLogPath = "C:\\Cars\\SyncLog.txt"; }
 
   frmMain::Services ServicesOn(SettingsStore& store) {
-    return {settings_, modeNames_, store, registry_, files_, shell_, "1.2.3", [this] { startRun_(); }};
+    return {settings_, modeNames_,
+            store,     registry_,
+            files_,    shell_,
+            "1.2.3",   [this] { startRun_(); },
+            nullptr,   [this] { return now_; }};
   }
+  void Pass(std::chrono::milliseconds time) { now_ += time; }
   /// The window open, and nothing noted yet.
   void Open() {
     form_.Show();
@@ -47,6 +52,7 @@ class frmMainTest : public ::testing::Test {
   testing::RecordingShell shell_;
   testing::FakeToolkit toolkit_;
   std::function<void()> startRun_ = [] {};
+  std::chrono::steady_clock::time_point now_{std::chrono::hours(1)};
   frmMain form_{toolkit_, ServicesOn(store_)};
 };
 
@@ -183,10 +189,59 @@ TEST_F(frmMainTest, AProgressLineIsAddedAndMessagesRun) {
 
 TEST_F(frmMainTest, TheSpinnerHasFourFramesAndMessagesRunAfterEach) {
   Open();
-  for (int i = 0; i < 5; ++i) form_.AdvanceSpinner(false);
+  for (int i = 0; i < 5; ++i) {
+    form_.AdvanceSpinner(false);
+    Pass(std::chrono::milliseconds(50));
+  }
   form_.AdvanceSpinner(true);
   EXPECT_EQ(toolkit_.calls, (Calls{"spinner 1", "messages", "spinner 2", "messages", "spinner 3", "messages",
                                    "spinner 0", "messages", "spinner 1", "messages", "spinner 0", "messages"}));
+}
+
+TEST_F(frmMainTest, TheSpinnerAdvancesByTimeHoweverOftenItIsAsked) {
+  Open();
+  for (int i = 0; i < 1000; ++i) {
+    form_.AdvanceSpinner(false);
+    Pass(std::chrono::milliseconds(1));
+  }
+  EXPECT_EQ(toolkit_.CallsThatStart("spinner").size(), 20u);
+  EXPECT_EQ(toolkit_.CallsThatStart("messages").size(), 20u);
+}
+
+TEST_F(frmMainTest, MessagesAreHandledByTimeWhileARunAsksForThem) {
+  startRun_ = [this] {
+    for (int i = 0; i < 1000; ++i) {
+      form_.ProcessMessages();
+      Pass(std::chrono::milliseconds(1));
+    }
+  };
+  Open();
+  form_.mnuSyncStart_Click();
+  EXPECT_EQ(toolkit_.CallsThatStart("messages").size(), 100u);
+}
+
+TEST_F(frmMainTest, ALineOfARunIsShownAtOnce) {
+  startRun_ = [this] {
+    form_.ProcessMessages();
+    form_.AddProgressLine("one");
+  };
+  Open();
+  form_.mnuSyncStart_Click();
+  EXPECT_EQ(toolkit_.calls, (Calls{"messages", "progress: one", "messages"}));
+}
+
+TEST_F(frmMainTest, WithoutARunMessagesAreHandledWheneverThatIsAsked) {
+  Open();
+  form_.ProcessMessages();
+  form_.ProcessMessages();
+  EXPECT_EQ(toolkit_.calls, (Calls{"messages", "messages"}));
+}
+
+TEST_F(frmMainTest, AResetSpinnerIsShownAtOnce) {
+  Open();
+  form_.AdvanceSpinner(false);
+  form_.AdvanceSpinner(true);
+  EXPECT_EQ(toolkit_.CallsThatStart("spinner"), (Calls{"spinner 1", "spinner 0"}));
 }
 
 TEST_F(frmMainTest, TheToolbarRunsTheMenusCommandsByIndex) {
@@ -305,6 +360,16 @@ TEST_F(frmMainTest, TheAboutBoxShowsTheVersionAndItsButtonClosesIt) {
   };
   form_.mnuAbout_Click();
   EXPECT_EQ(version, "Version: 1.2.3");
+}
+
+TEST_F(frmMainTest, TheAboutBoxOfTwoCallsIsOne) {
+  std::vector<frmAbout*> shown;
+  toolkit_.inAbout = [&](frmAbout& form, testing::FakeAboutView&) { shown.push_back(&form); };
+  Open();
+  form_.mnuAbout_Click();
+  form_.mnuAbout_Click();
+  ASSERT_EQ(shown.size(), 2u);
+  EXPECT_EQ(shown[0], shown[1]) << "the view keeps it while the box is open";
 }
 
 }  // namespace

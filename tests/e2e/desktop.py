@@ -14,7 +14,7 @@ import zlib
 from .windows import SETTINGS_KEY, WINDOWS_BIN, windows_path
 from .world import BIN, ROOT
 
-PATIENCE = 60.0
+PATIENCE = float(os.environ.get("MV_PATIENCE", 60))
 
 WM_CLOSE = 0x0010
 WM_QUERYENDSESSION = 0x0011
@@ -133,6 +133,8 @@ def write_png(path, width, height, rows):
 class Wine:
     """Wine with a prefix of its own on a screen of its own. `dpi`: 96 is 100 %."""
 
+    name, separator = "windows", "\\"
+
     def __init__(self, dpi=96, colours=None):
         self.screen = Screen()
         prefix = ROOT / "build" / f"wine-window-{dpi}{'-contrast' if colours else ''}"
@@ -170,6 +172,20 @@ class Wine:
     def run(self, *words):
         subprocess.run(["wine", *words], env=self.environment, check=True, stdout=subprocess.DEVNULL,
                        stderr=subprocess.DEVNULL, timeout=300)
+
+    @staticmethod
+    def path(path):
+        """A path of this machine as the program takes it."""
+        return windows_path(path)
+
+    def settings(self, folder):
+        return Settings(self, folder)
+
+    def world(self, rows=None, folder=None):
+        return World(self, rows, folder)
+
+    def app(self, *arguments):
+        return App(self, *arguments)
 
     @property
     def drive_c(self):
@@ -244,7 +260,8 @@ class World:
     """A folder with a handheld and a database, and the program's settings for them. `rows`: of each table; None for the
     small demonstration. `folder`: where to make it, else anywhere."""
 
-    def __init__(self, wine, rows=None, folder=None):
+    def __init__(self, desk, rows=None, folder=None):
+        self.path = desk.path
         self.folder = pathlib.Path(folder or tempfile.mkdtemp())
         size = ["--rows", str(rows)] if rows else []
         subprocess.run([str(BIN / "mvtool"), "demo", *size, str(self.folder)], check=True, stdout=subprocess.DEVNULL)
@@ -253,12 +270,12 @@ class World:
         self.tables = self.handheld / "Program Files" / "Motorva"
         self.database = self.folder / "Motorva.db"
         self.log = self.folder / "SyncLog.txt"
-        self.settings = Settings(wine, self.folder)
+        self.settings = desk.settings(self.folder)
         self.set()
 
     def set(self, **mobile):
-        self.settings.write({"General": {"DBPath": windows_path(self.folder)},
-                             "Handheld": {"Root": windows_path(self.handheld)}, "PPC_Mobile": mobile})
+        self.settings.write({"General": {"DBPath": self.path(self.folder)},
+                             "Handheld": {"Root": self.path(self.handheld)}, "PPC_Mobile": mobile})
 
     def stored(self):
         return self.settings.read("PPC_Mobile")

@@ -25,6 +25,9 @@ class FakeRapi : public Rapi {
   std::int32_t initResultInRecord = 0;
   std::int32_t resultInRecordAfterWait = 0;
   std::uint32_t waitResult = 0;
+  /// The waits of the attempt so far: it times out until this time has gone by, in milliseconds.
+  std::uint32_t answersAfter = 0;
+  std::uint32_t waited = 0;
   /// The start-up record's size as it came in.
   std::uint32_t recordSize = 0;
   /// What CeGetFileSize answers instead of a file's true size.
@@ -57,6 +60,7 @@ class FakeRapi : public Rapi {
     init.heRapiInit = kEvent;
     init.hrRapiInit = initResultInRecord;
     record_ = &init;
+    waited = 0;
     connected_ = initResult == 0;
     return initResult;
   }
@@ -72,6 +76,8 @@ class FakeRapi : public Rapi {
   }
   std::uint32_t WaitForSingleObject(RapiHandle event, std::uint32_t milliseconds) override {
     Note("WaitForSingleObject " + std::to_string(event) + " " + std::to_string(milliseconds));
+    waited += milliseconds;
+    if (waited < answersAfter) return rapi::kWaitTimeout;
     record_->hrRapiInit = resultInRecordAfterWait;
     return waitResult;
   }

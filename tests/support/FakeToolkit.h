@@ -134,7 +134,7 @@ class FakeToolkit : public Toolkit {
       form.Form_Load(view);
       toolkit_.inSettings(form, view);
     }
-    void ShowModal(frmAbout& form) override {
+    void ShowAbout(frmAbout& form) override {
       Note("about");
       FakeAboutView view;
       form.Form_Load(view);

@@ -1,8 +1,6 @@
 #include "platform/Shell.h"
 
 #include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,34 +10,15 @@
 #include <optional>
 #include <string>
 #include <system_error>
-#include <utility>
-#include <vector>
 
 #include "platform/System.h"
+#include "platform/posix/Command.h"
 #include "platform/posix/Paths.h"
-
-extern char** environ;
 
 namespace mv::platform {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Runs a command of the desktop, its output unseen; false when it is not there or refuses.
-bool RunCommand(std::vector<std::string> words) {
-  std::vector<char*> arguments;
-  for (std::string& word : words) arguments.push_back(word.data());
-  arguments.push_back(nullptr);
-  posix_spawn_file_actions_t quiet;
-  ::posix_spawn_file_actions_init(&quiet);
-  ::posix_spawn_file_actions_addopen(&quiet, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  ::posix_spawn_file_actions_addopen(&quiet, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-  pid_t child = 0;
-  const bool started = ::posix_spawnp(&child, arguments.front(), &quiet, nullptr, arguments.data(), environ) == 0;
-  ::posix_spawn_file_actions_destroy(&quiet);
-  int status = 0;
-  return started && ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
 
 /// The user's trash folder; nothing when the user has no home.
 std::optional<fs::path> HomeTrash() {
@@ -117,11 +96,11 @@ bool SystemShell::Recycle(const std::string& path) {
   const std::string native = NativePath(path);
   std::error_code code;
   if (!fs::is_regular_file(native, code)) return false;
-  return RunCommand({"gio", "trash", "--", native}) || TrashByHand(native);
+  return RunCommand({"gio", "trash", "--", native}) == 0 || TrashByHand(native);
 }
 
 bool SystemShell::OpenDocument(const std::string& path) {
-  return RunCommand({"xdg-open", NativePath(path)});
+  return RunCommand({"xdg-open", NativePath(path)}) == 0;
 }
 
 }  // namespace mv::platform

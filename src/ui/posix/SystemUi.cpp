@@ -1,6 +1,16 @@
 #include "ui/SystemUi.h"
 
+#include "platform/System.h"
+#include "ui/posix/WindowLoader.h"
+
 namespace mv {
+namespace {
+
+FoundToolkit Find() {
+  return FindToolkit(WindowPartPlaces(platform::ProgramFolder()));
+}
+
+}  // namespace
 
 bool InitCommonControls() {
   return true;
@@ -11,7 +21,11 @@ std::unique_ptr<UserInterface> MakeSilentUserInterface() {
 }
 
 std::unique_ptr<Toolkit> MakeToolkit() {
-  return nullptr;
+  return Find().toolkit;
+}
+
+std::string WhyNoWindow() {
+  return Find().reason;
 }
 
 }  // namespace mv

@@ -13,8 +13,9 @@ class AboutView : public frmAboutView, private ModalDialog {
  public:
   explicit AboutView(frmAbout& form);
 
-  /// Returns when the box is closed.
-  void ShowModal(HWND owner) { Run(owner); }
+  using ModalDialog::IsOpen;
+  using ModalDialog::Open;
+  using ModalDialog::Window;
 
   void SetVersion(const std::string& text) override;
   void Unload() override { Close(); }

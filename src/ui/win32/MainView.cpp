@@ -9,7 +9,6 @@
 #include "platform/windows/Wide.h"
 #include "ui/MainWindowLayout.h"
 #include "ui/Texts.h"
-#include "ui/win32/AboutView.h"
 #include "ui/win32/ConfigView.h"
 #include "ui/win32/PictureIds.h"
 
@@ -194,7 +193,7 @@ void MainView::ProcessMessages() {
 
 void MainView::Dispatch(MSG& message) {
   if (message.message == WM_QUIT) return form_.Unload();
-  if (::IsDialogMessageW(window_, &message)) return;
+  if (::IsDialogMessageW(Uppermost(), &message)) return;
   ::TranslateMessage(&message);
   ::DispatchMessageW(&message);
 }
@@ -254,7 +253,7 @@ void MainView::SetHourglass(bool on) {
 MessageAnswer MainView::ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
                                     MessageIcon icon) {
   const UINT kind = buttons == MessageButtons::RetryCancel ? MB_RETRYCANCEL : MB_OK;
-  switch (::MessageBoxW(window_, Wide(text).c_str(), Wide(title).c_str(), kind | StyleOf(icon))) {
+  switch (::MessageBoxW(Uppermost(), Wide(text).c_str(), Wide(title).c_str(), kind | StyleOf(icon))) {
     case IDRETRY:
       return MessageAnswer::Retry;
     case IDOK:
@@ -269,8 +268,13 @@ void MainView::ShowModal(frmConfig& form) {
   ConfigView(form).ShowModal(window_);
 }
 
-void MainView::ShowModal(frmAbout& form) {
-  AboutView(form).ShowModal(window_);
+void MainView::ShowAbout(frmAbout& form) {
+  if (!about_) about_ = std::make_unique<AboutView>(form);
+  about_->Open(window_);
+}
+
+HWND MainView::Uppermost() const {
+  return about_ && about_->IsOpen() ? about_->Window() : window_;
 }
 
 LRESULT CALLBACK MainView::Procedure(HWND window, UINT message, WPARAM wide, LPARAM large) {
@@ -321,8 +325,8 @@ LRESULT MainView::Handle(UINT message, WPARAM wide, LPARAM large) {
       AdoptSystemChange(message, wide, large);
       return 0;
     case WM_CLOSE:
-      // A modal window over this one is closed first.
-      if (::IsWindowEnabled(window_)) form_.Unload();
+      // A modal window over this one is closed first, but for the about box, which goes with it.
+      if (::IsWindowEnabled(Uppermost())) form_.Unload();
       return 0;
     case WM_ENDSESSION:
       if (wide) EndWithSession();

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "ui/frmMain.h"
+#include "ui/win32/AboutView.h"
 #include "ui/win32/Controls.h"
 #include "ui/win32/Dpi.h"
 #include "ui/win32/PictureControl.h"
@@ -39,7 +40,7 @@ class MainView : public frmMainView {
   MessageAnswer ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
                             MessageIcon icon) override;
   void ShowModal(frmConfig& form) override;
-  void ShowModal(frmAbout& form) override;
+  void ShowAbout(frmAbout& form) override;
 
  private:
   static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wide, LPARAM large);
@@ -59,6 +60,8 @@ class MainView : public frmMainView {
   void PlaceStatusPanels(int width);
   void KeepFocus();
   void Dispatch(MSG& message);
+  /// The about box while it is open, else the window: what a message box comes up over.
+  HWND Uppermost() const;
   void AdoptSystemChange(UINT message, WPARAM wide, LPARAM large);
 
   frmMain& form_;
@@ -71,6 +74,7 @@ class MainView : public frmMainView {
   std::unique_ptr<PictureControl> modePicture_;
   std::unique_ptr<PictureControl> spinner_;
   std::unique_ptr<ToolTips> tips_;
+  std::unique_ptr<AboutView> about_;  ///< null until it is asked for
   Font font_;
   Font titleFont_;
   int longestLine_ = 0;  ///< of the progress list, in pixels

@@ -24,12 +24,33 @@ LONG Within(LONG wanted, LONG size, LONG low, LONG high) {
 
 void ModalDialog::Run(HWND owner) {
   const EmptyTemplate empty;
+  ownLoop_ = true;
   ::DialogBoxIndirectParamW(::GetModuleHandleW(nullptr), &empty.header, owner, Procedure,
                             reinterpret_cast<LPARAM>(this));
 }
 
+void ModalDialog::Open(HWND owner) {
+  if (window_) {
+    ::SetForegroundWindow(window_);
+    return;
+  }
+  const EmptyTemplate empty;
+  ownLoop_ = false;
+  ::CreateDialogIndirectParamW(::GetModuleHandleW(nullptr), &empty.header, owner, Procedure,
+                               reinterpret_cast<LPARAM>(this));
+  if (!window_) return;
+  ::EnableWindow(owner, FALSE);
+  ::ShowWindow(window_, SW_SHOW);
+}
+
 void ModalDialog::Close() {
-  ::EndDialog(window_, 0);
+  if (ownLoop_) {
+    ::EndDialog(window_, 0);
+    return;
+  }
+  // Before its own window goes: else the system would bring some other program's to the front.
+  ::EnableWindow(::GetWindow(window_, GW_OWNER), TRUE);
+  ::DestroyWindow(window_);
 }
 
 INT_PTR CALLBACK ModalDialog::Procedure(HWND window, UINT message, WPARAM wide, LPARAM large) {
@@ -59,6 +80,9 @@ bool ModalDialog::Handle(UINT message, WPARAM wide, LPARAM large) {
     case WM_SETTINGCHANGE:
       Arrange();
       return true;
+    case WM_DESTROY:
+      window_ = nullptr;
+      return false;
     default:
       return false;
   }

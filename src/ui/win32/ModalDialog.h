@@ -18,12 +18,16 @@ class ModalDialog {
 
   /// Shows the window over the middle of `owner`, which is disabled until the window is closed.
   void Run(HWND owner);
+  /// The same, but returns at once; an open one comes to the front. Whoever dispatches the thread's messages gives the
+  /// window its keyboard. It goes with its owner.
+  void Open(HWND owner);
+  bool IsOpen() const { return window_ != nullptr; }
+  /// Null while it is not open.
+  HWND Window() const { return window_; }
 
  protected:
-  HWND Window() const { return window_; }
   HFONT MessageFont() const { return font_.get(); }
   HWND Control(int id) const { return ::GetDlgItem(window_, id); }
-  /// Ends the modal loop.
   void Close();
 
   virtual void MakeControls() = 0;
@@ -43,6 +47,7 @@ class ModalDialog {
 
   std::wstring caption_;
   HWND window_ = nullptr;
+  bool ownLoop_ = false;  ///< of Run
   Font font_;
 };
 

@@ -50,4 +50,8 @@ std::unique_ptr<Toolkit> MakeToolkit() {
   return std::make_unique<Win32Toolkit>();
 }
 
+std::string WhyNoWindow() {
+  return "";
+}
+
 }  // namespace mv

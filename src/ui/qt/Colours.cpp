@@ -1,0 +1,33 @@
+#include "ui/qt/Colours.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace mv::qt {
+namespace {
+
+constexpr QRgb kOnLight = 0xFFA61B1B;
+constexpr QRgb kOnDark = 0xFFFFC14D;
+
+double Linear(double part) {
+  return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+}
+
+double Luminance(const QColor& colour) {
+  return 0.2126 * Linear(colour.redF()) + 0.7152 * Linear(colour.greenF()) + 0.0722 * Linear(colour.blueF());
+}
+
+}  // namespace
+
+double Contrast(const QColor& text, const QColor& background) {
+  const auto [darker, lighter] = std::minmax({Luminance(text), Luminance(background)});
+  return (lighter + 0.05) / (darker + 0.05);
+}
+
+QColor WarningOn(const QColor& background) {
+  const QColor onLight(kOnLight);
+  const QColor onDark(kOnDark);
+  return Contrast(onLight, background) > Contrast(onDark, background) ? onLight : onDark;
+}
+
+}  // namespace mv::qt
