@@ -12,7 +12,7 @@
 #include "mvtool/files/CardSearch.h"
 #include "mvtool/files/ToolErrors.h"
 #include "run/HandheldChoice.h"
-#include "run/ProtectedFiles.h"
+#include "run/TemplateFile.h"
 #include "sync/Tables.h"
 
 namespace mv::tool {
@@ -177,7 +177,7 @@ void Write(const Plan& plan, SettingsStore& store) {
 }
 
 void MakeDatabase(const std::string& database, ToolContext& context) {
-  const std::string templatePath = JoinPath(context.programFolder, kTemplateName);
+  const std::string templatePath = TemplatePath(context.files, context.programFolder);
   if (!context.files.FileExists(templatePath)) {
     throw Failure("there is no \"" + database + "\", and no template \"" + templatePath + "\" to make it of");
   }

@@ -6,7 +6,7 @@
 #include "base/Text.h"
 #include "check/DatabaseCheck.h"
 #include "jet/Database.h"
-#include "run/ProtectedFiles.h"
+#include "run/TemplateFile.h"
 #include "sync/RunMode.h"
 #include "sync/Tables.h"
 
@@ -106,7 +106,7 @@ std::string FaultOfTemplate(platform::FileSystem& files, const std::string& path
 
 Diagnosis DiagnoseTemplate(platform::FileSystem& files, const Settings& settings, const std::string& programFolder) {
   const std::string subject = "template _20";
-  const std::string path = JoinPath(programFolder, kTemplateName);
+  const std::string path = TemplatePath(files, programFolder);
   const std::string fault = files.FileExists(path) ? FaultOfTemplate(files, path) : "is missing";
   if (fault.empty()) return Well(subject, Shown(path));
   const std::string text = Shown(path) + " " + fault;
