@@ -6,6 +6,7 @@
 #include "base/Text.h"
 #include "base/Utf.h"
 #include "config/HandheldSettings.h"
+#include "config/Settings.h"
 #include "config/SettingsSection.h"
 #include "jet/Database.h"
 #include "mvtool/commands/Doctor.h"
