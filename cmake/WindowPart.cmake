@@ -4,7 +4,7 @@ option(MV_WINDOW "Build the window of the Linux edition" ON)
 set(window_part)
 
 if(MV_WINDOW AND NOT MV_FUZZ)
-  find_package(Qt6 QUIET COMPONENTS Widgets)
+  find_package(Qt6 QUIET COMPONENTS Widgets DBus)
   find_program(MV_RSVG rsvg-convert)
 endif()
 
@@ -55,12 +55,17 @@ else()
 
   add_library(window_sources OBJECT ${sources} ${pictures})
   target_include_directories(window_sources PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} ${CMAKE_CURRENT_BINARY_DIR})
-  target_link_libraries(window_sources PUBLIC Qt6::Widgets)
+  target_link_libraries(window_sources PUBLIC Qt6::Widgets Qt6::DBus)
   set_target_properties(window_sources PROPERTIES POSITION_INDEPENDENT_CODE ON)
   add_library(window MODULE)
   target_link_libraries(window PRIVATE window_sources)
   set_target_properties(window PROPERTIES OUTPUT_NAME mvppcsync-window LIBRARY_OUTPUT_DIRECTORY
                                                                        ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+  mv_test(window_tests SOURCES ${tests} DEPENDS window_sources mv_ui)
+  if(TARGET window_tests)
+    # Qt wants code for shared objects, which the headers compiled for all tests are not.
+    set_target_properties(window_tests PROPERTIES DISABLE_PRECOMPILE_HEADERS ON)
+  endif()
 endif()
 
 # What the part needs of module ui and below it takes from the program, which has all of it for that.

@@ -99,7 +99,10 @@ HandheldPlace LoadHandheldPlace(SettingsStore& store) {
 void SaveHandheldPlace(SettingsStore& store, const HandheldPlace& before, const HandheldPlace& place) {
   const SettingsSection section(store, kSection);
   if (place.root != before.root) section.Save("Root", place.root);
-  if (place.network != before.network) section.Save("Connection", std::string(place.network ? kNetwork : kFolder));
+  if (place.network == before.network) return;
+  // "folder" without a folder would end the next start, and with it the way back into the dialog.
+  const std::string folder = place.root.empty() ? "" : kFolder;
+  section.Save("Connection", place.network ? kNetwork : folder);
 }
 
 HandheldSettings LoadHandheldSettings(SettingsStore& store) {

@@ -54,6 +54,12 @@ TEST_F(HandheldSettingsTest, OnlyWhatChangedOfThePlaceIsStored) {
   EXPECT_EQ(Load().way, HandheldWay::Folder);
 }
 
+TEST_F(HandheldSettingsTest, NoFolderInsteadOfTheNetworkLeavesTheWayOpen) {
+  SaveHandheldPlace(store_, {}, {"", true});
+  SaveHandheldPlace(store_, {"", true}, {"", false});
+  EXPECT_EQ(Load().way, std::nullopt);
+}
+
 TEST_F(HandheldSettingsTest, WayIsOneOfThreeWords) {
   EXPECT_EQ(With("Connection", "folder").way, HandheldWay::Folder);
   EXPECT_EQ(With("Connection", "Library").way, HandheldWay::Library);

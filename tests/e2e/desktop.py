@@ -27,7 +27,9 @@ BM_GETIMAGE = 0x00F6
 IMAGE_ICON = 1
 SS_TYPE_MASK, SS_ICON = 0x1F, 0x03
 
-TAB, ENTER, ALT, ESCAPE, SPACE, END, HOME, LEFT, RIGHT, DOWN, F10 = 9, 13, 18, 27, 32, 35, 36, 37, 39, 40, 121
+KEYS = {"Back": 8, "Tab": 9, "Enter": 13, "Alt": 18, "Escape": 27, "Space": 32, "End": 35, "Home": 36, "Left": 37,
+        "Right": 39, "Down": 40, "F10": 121}
+PICTURE = "MotorvaPicture"
 
 
 def missing():
@@ -134,6 +136,7 @@ class Wine:
     """Wine with a prefix of its own on a screen of its own. `dpi`: 96 is 100 %."""
 
     name, separator = "windows", "\\"
+    rows_of_a_long_run = 2000
 
     def __init__(self, dpi=96, colours=None):
         self.screen = Screen()
@@ -307,9 +310,12 @@ class App:
                                         env=wine.environment,
                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
+    def tops(self):
+        return self.probe.ask("top")
+
     def top(self, **wanted):
         """The program's topmost window with these members, or None."""
-        for window in self.probe.ask("top"):
+        for window in self.tops():
             if all(window[k] == v for k, v in wanted.items()):
                 return window
         return None
@@ -339,7 +345,81 @@ class App:
         to may take some time for that, and what is typed before goes to nobody."""
         self.probe.ask("foreground", window["hwnd"])
         wait_for(lambda: self.probe.ask("takeskeys", window["hwnd"]), f"the keyboard of {window['text']!r}")
-        self.probe.ask("keys", *chords)
+        self.probe.ask("keys", *("+".join(str(KEYS.get(key) or ord(key)) for key in chord.split("+")) for chord in chords))
+
+    def menus(self, main):
+        def shown(items):
+            return [dict(item, text=plain(item["text"]), items=shown(item.get("items", []))) for item in items]
+        return shown(self.probe.ask("menu", main["hwnd"]))
+
+    def can_start(self, main):
+        return self.toolbar(main)[0]["enabled"]
+
+    def can_be_used(self, window):
+        """False below a modal window."""
+        return self.probe.ask("window", window["hwnd"])["enabled"]
+
+    def last_line_in_sight(self, main):
+        shown = self.list(main)
+        return shown["first"] + shown["page"] >= len(shown["items"])
+
+    def status_tips(self, main):
+        bar = self.child(main, **{"class": "msctls_statusbar32"})["hwnd"]
+        return [self.probe.ask("tip", bar, part) for part in (0, 1)]
+
+    def tip(self, window, text):
+        return self.probe.ask("tip", self.child(window, text)["hwnd"])
+
+    def pictures(self, window):
+        return [c["hwnd"] for c in self.children(window) if c["class"] == PICTURE]
+
+    def mode_picture(self, window):
+        """What tells one picture from another."""
+        return self.probe.ask("icon", self.pictures(window)[0])
+
+    def spinner(self, main):
+        return self.probe.ask("icon", self.pictures(main)[-1])
+
+    def texts(self, window):
+        """The texts in the order of the controls; of a line to type in what it holds."""
+        return [plain(c["text"]) for c in self.children(window) if c["text"]]
+
+    def edits(self, window):
+        return [c for c in self.children(window) if c["class"] == "Edit"]
+
+    def set_edit(self, window, index, text):
+        self.probe.ask("settext", self.edits(window)[index]["hwnd"], text)
+
+    def enabled(self, window, text):
+        return self.child(window, text)["enabled"]
+
+    def checked(self, window, text):
+        return self.child(window, text)["checked"]
+
+    def focused(self, window):
+        """The text of the control that has the focus; nothing when none has."""
+        focus = self.probe.ask("focus")
+        return plain(self.probe.ask("window", focus)["text"]) if focus else None
+
+    def any_box(self):
+        """A message box, whatever its title; None when there is none."""
+        return self.top(**{"class": "#32770"})
+
+    def box_text(self, box):
+        """A message box's text, its lines separated by carriage returns."""
+        return next(c["text"] for c in self.children(box) if c["class"] == "Static" and c["text"])
+
+    def box_icon(self, box):
+        return next(c["rect"] for c in self.children(box) if c["class"] == "Static" and c["style"] & SS_TYPE_MASK == SS_ICON)
+
+    def box_buttons(self, box):
+        return [plain(c["text"]) for c in self.children(box) if c["class"] == "Button"]
+
+    def end_session(self, main):
+        """The user logs off."""
+        if self.probe.ask("send", main["hwnd"], WM_QUERYENDSESSION, 0, 0) != 1:
+            raise AssertionError("the window refuses")
+        self.probe.ask("send", main["hwnd"], WM_ENDSESSION, 1, 0)
 
     def command(self, window, *path):
         """Chooses a menu command by its texts; the window's thread runs it."""

@@ -61,12 +61,20 @@ class Settings:
         return values
 
 
+# Of a desktop whose colours Qt reads by itself: what is behind texts, and texts.
+DARK = {"Window": ("42,46,50", "252,252,252"), "View": ("27,30,32", "252,252,252"), "Button": ("49,54,59", "252,252,252"),
+        "Selection": ("61,174,233", "252,252,252"), "Tooltip": ("49,54,59", "252,252,252")}
+CONTRAST = {"Window": ("0,0,0", "255,255,255"), "View": ("0,0,0", "255,255,255"), "Button": ("0,0,0", "255,255,255"),
+            "Selection": ("26,235,255", "0,0,0"), "Tooltip": ("0,0,0", "255,255,255")}
+
+
 class QtDesk:
-    """A desktop for the Linux program. `dpi`: 96 is 100 %."""
+    """A desktop for the Linux program. `dpi`: 96 is 100 %. `colours`: DARK or CONTRAST; else Qt's own."""
 
     name, separator = "qt", "/"
+    rows_of_a_long_run = 10000
 
-    def __init__(self, dpi=96, dark=False):
+    def __init__(self, dpi=96, colours=None):
         self.screen = Screen()
         self.folder = tempfile.TemporaryDirectory()
         self.home = pathlib.Path(self.folder.name)
@@ -78,6 +86,8 @@ class QtDesk:
             QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", XDG_CONFIG_DIRS=str(self.home / "settings"), GIO_USE_VFS="local")
         for name in ("WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "SESSION_MANAGER", "AT_SPI_BUS_ADDRESS"):
             self.environment.pop(name, None)
+        if colours:
+            self.set_colours(colours)
         self.answer_to("xdg-open", 0)
         self.let_service_be_off()
         self.bus = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--print-address=1"], env=self.environment,
@@ -86,8 +96,31 @@ class QtDesk:
         self.manager = subprocess.Popen(["openbox"], env=self.environment, stdout=subprocess.DEVNULL,
                                         stderr=subprocess.DEVNULL)
         wait_for(lambda: "window id" in self.tool("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), "the window manager")
+        # The pointer lies over no window.
+        self.tool("xdotool", "mousemove", *Screen.SIZE.split("x")[:2])
         self.probe = Probe(self.environment)
         self.x = XClient(self.screen.display)
+
+    def set_colours(self, colours):
+        lines = []
+        for name, (background, text) in colours.items():
+            lines += [f"[Colors:{name}]", f"BackgroundNormal={background}", f"BackgroundAlternate={background}",
+                      f"ForegroundNormal={text}", f"ForegroundLink={text}", f"ForegroundVisited={text}", ""]
+        (self.home / "settings" / "kdeglobals").write_text("\n".join(lines))
+        self.environment.update(XDG_CURRENT_DESKTOP="KDE", KDE_FULL_SESSION="true", KDE_SESSION_VERSION="5",
+                                QT_STYLE_OVERRIDE="fusion")
+
+    def prefer_dark(self):
+        """The desktop says so to whom asks. Returns how to end that."""
+        portal = subprocess.Popen(["/usr/bin/python3", str(PROBE.with_name("darkdesktop.py"))], env=self.environment,
+                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        portal.stdout.readline()
+
+        def end():
+            portal.terminate()
+            portal.wait()
+            portal.stdout.close()
+        return end
 
     def answer_to(self, command, status, statuses=None):
         """What a command of the desktop does: it notes its words and ends with that status. `statuses`: of those whose
@@ -333,6 +366,10 @@ class QtApp:
         # What holds the control that has it says the same of itself.
         focused = [node.get("content", node["text"]) for node in self.nodes(window) if node["focused"]]
         return focused[-1] if focused else None
+
+    def any_box(self):
+        """A message box, whatever its title; None when there is none."""
+        return next((w for w in self.tops() if w["role"] != "frame"), None)
 
     def box_text(self, box):
         """A message box's text, its lines separated by carriage returns."""

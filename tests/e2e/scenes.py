@@ -304,7 +304,7 @@ class Runs(Scene):
         world.database.rename(world.folder / "elsewhere.db")
         app, main = self.open()
         app.click_tool(main, 1)
-        box = wait_for(lambda: next((w for w in app.tops() if w["text"] != MAIN), None), "the error")
+        box = wait_for(app.any_box, "the error")
         self.assertRegex(app.box_text(box), r"^Error: -2147467259 has occurred\.\rDescription: Could not find file ")
         self.assertEqual(self.looks(app, box), ("exclamation", ["OK"]))
         self.answer(app, box, "OK")
@@ -315,7 +315,7 @@ class Runs(Scene):
         self.leave(app, main)
 
     def test_closing_the_window_during_a_run_loses_nothing(self):
-        world = self.world(rows=2000)
+        world = self.world(self.desk.rows_of_a_long_run)
         app, main = self.open()
         app.click_tool(main, 1)
         wait_for(lambda: len(app.lines(main)) >= 3, "two tables")
@@ -344,7 +344,7 @@ class SessionEnd(Scene):
     """The user logs off, whatever the program is doing: the settings are saved and the program ends by itself."""
 
     def test_during_a_run(self):
-        world = self.world(rows=2000)
+        world = self.world(self.desk.rows_of_a_long_run)
         app, main = self.open()
         app.click_tool(main, 1)
         wait_for(lambda: len(app.lines(main)) >= 3, "two tables")
@@ -407,14 +407,24 @@ class ManyWindows(Scene):
 
     def test_a_dialog_comes_before_the_window_below_can_be_closed(self):
         self.world()
+        app, main, dialog = self.dialog()
+        app.close(main)
+        self.assertFalse(app.can_be_used(main))
+        app.close(dialog)
+        app.gone(SETTINGS)
+        self.leave(app, main)
+
+    def test_the_about_box_does_not_hold_a_run(self):
+        self.world(rows=2000)
         app, main = self.open()
-        for path, title in ((("View", "Settings..."), SETTINGS), (("About...",), ABOUT)):
-            app.command(main, *path)
-            dialog = app.window(title)
-            app.close(main)
-            self.assertFalse(app.can_be_used(main))
-            app.close(dialog)
-            app.gone(title)
+        app.click_tool(main, 1)
+        wait_for(lambda: app.lines(main), "the run")
+        app.command(main, "About...")
+        about = app.window(ABOUT)
+        self.assertIn("13 of 13", self.run_to_end(app, main)[-1])
+        self.assertFalse(app.can_be_used(main))
+        app.press(about, "OK")
+        app.gone(ABOUT)
         self.leave(app, main)
 
     def test_a_second_copy_of_the_program_opens_its_own_window(self):

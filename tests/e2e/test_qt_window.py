@@ -1,10 +1,14 @@
 """The window of the Linux edition: the scenes of both editions, and what is its own."""
 
+import pathlib
+import subprocess
+import time
 import unittest
 
 from . import qtdesktop, scenes
-from .desktop import wait_for
-from .scenes import AUTO_START, BROWSE_TIPS, DATABASE_DIALOG, LOG_DIALOG, MAIN, SETTINGS
+from .desktop import PATIENCE, wait_for
+from .scenes import ABOUT, AUTO_START, BROWSE_TIPS, DATABASE_DIALOG, LOG_DIALOG, SETTINGS
+from .world import BIN
 
 PRODUCT = "Motorva\u2122 Mobile Edition"
 
@@ -181,6 +185,125 @@ class Keyboard(QtCase, scenes.Keyboard):
     def reach_toolbar(self, app, main):
         app.keys(main, "Tab")
         wait_for(lambda: app.toolbar(main)[0]["hot"], "the first button")
+
+
+class Layout(QtCase, scenes.Scene):
+    """Every control inside its window and clear of the others."""
+
+    SCALE = 1
+
+    def test_windows(self):
+        self.world()
+        app, main = self.open()
+        box = app.box_of(main)
+        self.assertEqual((box["right"] - box["left"], box["bottom"] - box["top"]), (600 * self.SCALE, 440 * self.SCALE))
+        self.check(app, main)
+        app.command(main, "View", "Settings...")
+        dialog = app.window(SETTINGS)
+        self.check(app, dialog)
+        app.press(dialog, "Cancel")
+        app.gone(SETTINGS)
+        app.command(main, "About...")
+        about = app.window(ABOUT)
+        self.check(app, about)
+        app.press(about, "OK")
+        app.gone(ABOUT)
+        self.leave(app, main)
+
+    def check(self, app, window):
+        outer = app.box_of(window)
+        # What holds others encloses them.
+        controls = [n for n in app.nodes(window) if n["showing"] and not n["children"] and n["role"] != "filler"]
+        self.assertTrue(controls)
+        for control in controls:
+            box = control["rect"]
+            self.assertLess(box["left"], box["right"], control)
+            self.assertLess(box["top"], box["bottom"], control)
+            self.assertTrue(outer["left"] <= box["left"] and box["right"] <= outer["right"], control)
+            self.assertTrue(outer["top"] <= box["top"] and box["bottom"] <= outer["bottom"], control)
+            for other in controls:
+                self.assertTrue(other is control or apart(box, other["rect"]), (control, other))
+
+
+def apart(a, b):
+    return a["right"] <= b["left"] or b["right"] <= a["left"] or a["bottom"] <= b["top"] or b["bottom"] <= a["top"]
+
+
+class LayoutAt200Percent(Layout):
+    DPI, SCALE = 192, 2
+
+
+class Appearance(QtCase, scenes.Scene):
+    """The desktop's colours, and a mode that replaces one side in one that can be read on them."""
+
+    COLOURS, BACKGROUND, WARNING = None, (0xEF, 0xEF, 0xEF), (0xA6, 0x1B, 0x1B)
+
+    @classmethod
+    def make_desk(cls):
+        return qtdesktop.QtDesk(cls.DPI, cls.COLOURS)
+
+    def test_modes_that_replace_one_side_stand_out(self):
+        world = self.world()
+        for mode, stands_out in (("0", False), ("1", True), ("2", True)):
+            world.set(SyncMode=mode)
+            app, main = self.open()
+            wait_for(lambda: app.status(main)[1], "the mode")
+            wait_for(lambda: self.BACKGROUND in self.seen(app, main), "the desktop's colours")
+            self.desk.screen.settle()
+            self.assertEqual(self.WARNING in self.seen(app, main), stands_out, mode)
+            self.leave(app, main)
+
+    def seen(self, app, main):
+        """The colours around the mode's name."""
+        box = app.panels(main)[1]["rect"]
+        return set(self.desk.screen.colours(box["left"], box["top"], box["right"], box["bottom"]))
+
+
+class DarkAppearance(Appearance):
+    COLOURS, BACKGROUND, WARNING = qtdesktop.DARK, (42, 46, 50), (0xFF, 0xC1, 0x4D)
+
+
+class DarkAppearanceAskedOfTheDesktop(Appearance):
+    """A desktop without a plug-in for Qt tells it through its settings portal."""
+
+    BACKGROUND, WARNING = (0x2B, 0x2E, 0x31), (0xFF, 0xC1, 0x4D)
+
+    @classmethod
+    def make_desk(cls):
+        desk = qtdesktop.QtDesk(cls.DPI)
+        cls.addClassCleanup(desk.prefer_dark())
+        return desk
+
+
+class HighContrast(Appearance):
+    COLOURS, BACKGROUND, WARNING = qtdesktop.CONTRAST, (0, 0, 0), (0xFF, 0xC1, 0x4D)
+
+
+class Start(QtCase, scenes.Scene):
+    """Where there is no window to show, the program says so and nothing is left of it."""
+
+    def test_without_a_display(self):
+        self.world()
+        for display in ("", ":987"):
+            done = subprocess.run([str(BIN / "MVPPCSync")], env=dict(self.desk.environment, DISPLAY=display),
+                                  stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=PATIENCE)
+            self.assertEqual(done.returncode, 2)
+            self.assertIn("no window", done.stderr)
+
+    def test_a_window_that_waits_takes_no_processor_time(self):
+        self.world()
+        app, main = self.open()
+        before = self.processor_time(app)
+        # What idles has nothing to wait for.
+        time.sleep(1)
+        self.assertLessEqual(self.processor_time(app) - before, 1)
+        self.leave(app, main)
+
+    @staticmethod
+    def processor_time(app):
+        """In ticks of a hundredth of a second."""
+        fields = pathlib.Path("/proc", str(app.process.pid), "stat").read_text().rsplit(")", 1)[1].split()
+        return int(fields[11]) + int(fields[12])
 
 
 if __name__ == "__main__":

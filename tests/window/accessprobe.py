@@ -5,6 +5,7 @@ on standard input, words as JSON; one answer a line on standard output.
 Debian's own Python has the module gi; the one that runs the tests may be another."""
 
 import json
+import os
 import sys
 
 import gi
@@ -15,6 +16,8 @@ from gi.repository import Gio, GLib  # noqa: E402
 PATIENCE = 5000  # milliseconds; a program that is busy answers later
 ACCESSIBLE = "org.a11y.atspi.Accessible"
 ROOT = "/org/a11y/atspi/accessible/root"
+# What the program tells in units of its own.
+SCALE = float(os.environ.get("QT_SCALE_FACTOR") or 1)
 STATES = {"active": 1, "checked": 4, "enabled": 8, "focused": 12, "modal": 16, "showing": 25, "selected": 23,
           "visible": 30}
 
@@ -57,8 +60,8 @@ class Probe:
         """What an object shows."""
         low, high = self.call(place, ACCESSIBLE, "GetState")[0]
         bits = low | high << 32
-        left, top, width, height = self.call(place, "org.a11y.atspi.Component", "GetExtents",
-                                             GLib.Variant("(u)", (0,)))[0]
+        extents = self.call(place, "org.a11y.atspi.Component", "GetExtents", GLib.Variant("(u)", (0,)))[0]
+        left, top, width, height = (round(value * SCALE) for value in extents)
         number = " ".join(place)
         self.objects[number] = place
         shown = {"id": number, "text": self.property(place, "Name"), "role": self.call(place, ACCESSIBLE, "GetRoleName")[0],

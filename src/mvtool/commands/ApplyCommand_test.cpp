@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "jet/Database.h"
@@ -55,6 +56,24 @@ TEST_F(ApplyTest, InsertUpdateAndDeleteAreDoneInOrderAndCounted) {
   EXPECT_EQ(Shown("x.db", "Shop"),
             "{\"KY_ID\":\"a\",\"NM\":7,\"TX\":null}\n{\"KY_ID\":\"c\",\"NM\":null,\"TX\":\"\"}\n"
             "{\"KY_ID\":\"d\",\"NM\":4,\"TX\":\"four\"}\n");
+}
+
+TEST_F(ApplyTest, ADateWithDecimalsIsKeptAndFoundByThem) {
+  ASSERT_EQ(Apply("{\"op\":\"insert\",\"row\":{\"I\":1,\"DT\":\"2024-05-17T08:30:00\"}}\n"
+                  "{\"op\":\"insert\",\"row\":{\"I\":2,\"DT\":\"2024-05-17T08:30:00.125\"}}\n"
+                  "{\"op\":\"insert\",\"row\":{\"I\":3,\"DT\":\"2024-05-17T08:30:00.25\"}}\n"
+                  "{\"op\":\"delete\",\"where\":{\"DT\":\"2024-05-17T08:30:00.125\"}}\n"
+                  "{\"op\":\"delete\",\"where\":{\"DT\":\"2024-05-17T08:30:00\"}}\n",
+                  "All"),
+            kSucceeded)
+      << err_;
+  const std::string shown = Shown("x.db", "All");
+  EXPECT_NE(shown.find("\"I\":3,"), std::string::npos) << shown;
+  EXPECT_NE(shown.find("\"DT\":\"2024-05-17T08:30:00.25\""), std::string::npos) << shown;
+  EXPECT_EQ(std::count(shown.begin(), shown.end(), '\n'), 1) << shown;
+  EXPECT_EQ(Apply("{\"op\":\"update\",\"where\":{\"DT\":\"2024-05-17T08:30:00\"},\"set\":{\"I\":4}}\n", "All"),
+            kSucceeded)
+      << err_;
 }
 
 TEST_F(ApplyTest, NoLinesChangeNothing) {

@@ -8,6 +8,7 @@
 #include "base/Text.h"
 #include "jet/index/TextKeys.h"
 #include "jet/rows/ColumnValue.h"
+#include "json/ValueJson.h"
 #include "recordset/Conversions.h"
 
 namespace mv::tool {
@@ -33,6 +34,12 @@ std::optional<std::string> ComparedText(const Value& value) {
 
 bool IsText(ColumnType type) {
   return type == ColumnType::Text || type == ColumnType::Memo;
+}
+
+/// Texts go to the second: rows of one text fit a date of whole seconds, any other date those that hold the same.
+bool FitsDate(const Value& stored, const Value& wanted) {
+  if (!std::holds_alternative<Date>(wanted) || TextOf(wanted) == ShownForm(wanted).text) return true;
+  return stored == wanted;
 }
 
 /// True for types whose stored form may differ from the value given.
@@ -96,7 +103,8 @@ IndexedTable::Criteria IndexedTable::CriteriaOf(std::span<const Condition> where
 
 bool IndexedTable::Meets(RowId row, const Criteria& criteria) const {
   return std::all_of(criteria.begin(), criteria.end(), [&](const Criterion& criterion) {
-    return ComparedText(table_.ReadValue(row, criterion.column)) == criterion.text;
+    const Value stored = table_.ReadValue(row, criterion.column);
+    return ComparedText(stored) == criterion.text && FitsDate(stored, criterion.value);
   });
 }
 

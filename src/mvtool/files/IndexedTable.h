@@ -37,9 +37,9 @@ class IndexedTable {
     Value value;             ///< of the column's type
   };
   /// The first row, in physical order, that meets all of `where` (each column once). A null is met by nulls only, any
-  /// other value by one of the same text (TextOf) without regard to case, so a date to the second. The value is taken
-  /// as the column would store it: errors of jet::BytesFromValue for a GUID, decimal or value of fixed length that it
-  /// could not.
+  /// other value by one of the same text (TextOf) without regard to case, so a date of whole seconds by all of that
+  /// second; a date with decimals by the same one. The value is taken as the column would store it: errors of
+  /// jet::BytesFromValue for a GUID, decimal or value of fixed length that it could not.
   std::optional<jet::RowId> Find(std::span<const Condition> where);
 
   /// As those of jet::Table.

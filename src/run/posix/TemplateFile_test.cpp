@@ -17,16 +17,16 @@ class TemplateFileTest : public ::testing::Test {
 TEST_F(TemplateFileTest, BesideTheProgramItIsTaken) {
   files_.Put("/opt/sync/bin/_20", {1});
   files_.Put("/opt/sync/share/mvppcsync/_20", {2});
-  EXPECT_EQ(Path(), "/opt/sync/bin/_20");
+  EXPECT_EQ(Path(), "/opt/sync/bin\\_20");
 }
 
 TEST_F(TemplateFileTest, AnInstallationHasItAmongItsData) {
   files_.Put("/opt/sync/share/mvppcsync/_20", {2});
-  EXPECT_EQ(Path(), "/opt/sync/share/mvppcsync/_20");
+  EXPECT_EQ(Path(), "/opt/sync/share/mvppcsync\\_20");
 }
 
 TEST_F(TemplateFileTest, OneThatIsNowhereIsMissedBesideTheProgram) {
-  EXPECT_EQ(Path(), "/opt/sync/bin/_20");
+  EXPECT_EQ(Path(), "/opt/sync/bin\\_20");
 }
 
 }  // namespace

@@ -8,6 +8,8 @@ namespace {
 
 constexpr QRgb kOnLight = 0xFFA61B1B;
 constexpr QRgb kOnDark = 0xFFFFC14D;
+/// What the guidelines ask of texts.
+constexpr double kReadable = 4.5;
 
 double Linear(double part) {
   return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
@@ -15,6 +17,10 @@ double Linear(double part) {
 
 double Luminance(const QColor& colour) {
   return 0.2126 * Linear(colour.redF()) + 0.7152 * Linear(colour.greenF()) + 0.0722 * Linear(colour.blueF());
+}
+
+QColor BetterOn(const QColor& background, const QColor& one, const QColor& other) {
+  return Contrast(one, background) > Contrast(other, background) ? one : other;
 }
 
 }  // namespace
@@ -25,9 +31,8 @@ double Contrast(const QColor& text, const QColor& background) {
 }
 
 QColor WarningOn(const QColor& background) {
-  const QColor onLight(kOnLight);
-  const QColor onDark(kOnDark);
-  return Contrast(onLight, background) > Contrast(onDark, background) ? onLight : onDark;
+  const QColor warning = BetterOn(background, QColor(kOnLight), QColor(kOnDark));
+  return Contrast(warning, background) >= kReadable ? warning : BetterOn(background, Qt::black, Qt::white);
 }
 
 }  // namespace mv::qt

@@ -10,6 +10,7 @@
 #include <QRadioButton>
 #include <QShortcutEvent>
 #include <QSignalBlocker>
+#include <algorithm>
 
 #include "ui/qt/FileDialog.h"
 #include "ui/qt/Pictures.h"
@@ -72,8 +73,16 @@ ConfigView::ConfigView(frmConfig& form, QWidget* parent) : QDialog(parent), form
   all->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
   all->setSpacing(kMargin);
   for (const layout::ConfigSection& section : layout::kConfigSectionsWithHandheld) MakeSection(section, *all);
+  AlignPaths();
   for (std::size_t i = 0; i < browse_.size(); ++i) ShowBrowsePicture(i, BrowsePicture::Released);
   form_.Form_Load(*this);
+}
+
+/// The paths of all sections begin in one line.
+void ConfigView::AlignPaths() {
+  int widest = 0;
+  for (const QLabel* const label : labels_) widest = std::max(widest, label->sizeHint().width());
+  for (QLabel* const label : labels_) label->setMinimumWidth(widest);
 }
 
 void ConfigView::SelectMode(std::size_t index) {

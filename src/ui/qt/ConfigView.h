@@ -55,6 +55,7 @@ class ConfigView : public frmConfigView, public HandheldSectionView, public QDia
   void Toggled(layout::ControlId box);
   QAbstractButton* Box(layout::ControlId id) const { return boxes_.at(id.index); }
 
+  void AlignPaths();
   void MakeSection(const layout::ConfigSection& section, QBoxLayout& all);
   void MakeControl(const layout::ConfigControl& control, Places& places);
   void MakePath(Places& places);

@@ -5,6 +5,7 @@
 
 #include "ui/WindowPart.h"
 #include "ui/WindowPartBuild.h"
+#include "ui/qt/ColourScheme.h"
 #include "ui/qt/MainView.h"
 #include "ui/qt/Pictures.h"
 
@@ -26,6 +27,7 @@ class QtToolkit : public Toolkit {
     QGuiApplication::setDesktopFileName(QStringLiteral("mvppcsync"));
     // The program's own loop ends with its main window, not with the last one that is to be seen.
     QGuiApplication::setQuitOnLastWindowClosed(false);
+    FollowColourScheme(application_);
   }
 
   std::unique_ptr<frmMainView> MakeMainView(frmMain& form) override {
