@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 
+#include "base/Date.h"
 #include "base/Error.h"
 #include "base/Text.h"
 #include "recordset/Conversions.h"
@@ -25,12 +26,18 @@ std::string Text(const char* text) {
   return text;
 }
 
+bool HasDecimals(const Value& value) {
+  const auto* const date = std::get_if<Date>(&value);
+  return date != nullptr && PreciseIsoFromDate(*date) != IsoFromDate(*date);
+}
+
 /// What Find must give, by its contract: a walk from the first row on.
 std::optional<RowId> FirstRow(const jet::Table& table, const Conditions& where) {
   for (auto row = table.First(); row; row = table.Next(*row)) {
     const bool meets = std::all_of(where.begin(), where.end(), [&](const IndexedTable::Condition& condition) {
       const Value value = table.ReadValue(*row, condition.column);
       if (IsNull(value) || IsNull(condition.value)) return IsNull(value) && IsNull(condition.value);
+      if (HasDecimals(condition.value)) return value == condition.value;
       return FoldCase(TextOf(value)) == FoldCase(TextOf(condition.value));
     });
     if (meets) return row;
