@@ -4,6 +4,7 @@
 
 #include "device/NoRapi.h"
 #include "device/wire/WireRapi.h"
+#include "platform/PrivateFiles.h"
 #include "support/ExpectError.h"
 #include "support/MemoryFileSystem.h"
 #include "support/TempFolder.h"
@@ -109,9 +110,8 @@ TEST_F(HandheldChoiceTest, PasswordIsTheFirstLineOfItsFile) {
   settings_.passwordFile = folder.File("password");
   settings_.way = HandheldWay::Network;
   EXPECT_EQ(Complaint(), "the setting PasswordFile of [Handheld]: there is no file \"" + settings_.passwordFile + "\"");
-  folder.Write("password", "1234\r\nmore\n");
-  std::filesystem::permissions(std::filesystem::path(folder.Path()) / "password",
-                               std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+  const std::string text = "1234\r\nmore\n";
+  platform::WritePrivateFile(settings_.passwordFile, Bytes(text.begin(), text.end()));
   EXPECT_EQ(WireOptionsOf(settings_, *files).password(), "1234");
 }
 

@@ -67,7 +67,8 @@ Diagnoses DiagnoseNextRun(UserSetup& setup, ToolContext& context, const Diagnose
     if (!isSaid) diagnoses.push_back(Doubtful("next run", warning, "\"mvtool preview\" shows all"));
   }
   if (result.status == ExitStatus::Success) {
-    diagnoses.push_back(Well("next run", result.record.modeName + " would go well"));
+    const char* const how = diagnoses.empty() ? " would go well" : " would take every table, with these warnings";
+    diagnoses.push_back(Well("next run", result.record.modeName + how));
   } else {
     const std::string why = result.record.error.empty() ? "a table would fail" : result.record.error;
     diagnoses.push_back(
