@@ -45,6 +45,12 @@ constexpr std::array kStandardTexts = {
 Error::Error(std::int32_t number, std::string source, std::string description)
     : number_(number), source_(std::move(source)), description_(std::move(description)) {}
 
+Error Error::About(const std::string& subject) const {
+  Error error = *this;
+  if (error.subject_.empty()) error.subject_ = subject;
+  return error;
+}
+
 Error StandardError(std::int32_t number, std::string source) {
   for (const StandardText& entry : kStandardTexts) {
     if (entry.number == number) return Error(number, std::move(source), entry.text);
@@ -57,7 +63,7 @@ Error Failure(std::string description) {
 }
 
 Error At(const std::string& place, const Error& error) {
-  return Error(error.Number(), error.Source(), place + ": " + error.Description());
+  return Error(error.Number(), error.Source(), place + ": " + error.Description()).About(error.Subject());
 }
 
 }  // namespace mv

@@ -48,6 +48,11 @@ class Error : public std::exception {
   std::int32_t Number() const { return number_; }
   const std::string& Source() const { return source_; }
   const std::string& Description() const { return description_; }
+  /// What the error is about: a path, or a setting; empty when nobody told. No part of the description, because that is
+  /// what the sync log prints.
+  const std::string& Subject() const { return subject_; }
+  /// The same error with its subject; one that it has already stays, as it was told nearer to the failure.
+  Error About(const std::string& subject) const;
   /// The description.
   const char* what() const noexcept override { return description_.c_str(); }
 
@@ -55,6 +60,7 @@ class Error : public std::exception {
   std::int32_t number_;
   std::string source_;
   std::string description_;
+  std::string subject_;
 };
 
 /// An Error with one of the platform's numbers and its standard text, e.g. 6 "Overflow". Numbers without a standard
@@ -64,7 +70,7 @@ Error StandardError(std::int32_t number, std::string source = {});
 /// An Error of this program's own, kOperationFailed.
 Error Failure(std::string description);
 
-/// `error` with the place where it happened in front of its description: "place: description". Number and source stay.
+/// `error` with the place where it happened in front of its description: "place: description". All else stays.
 Error At(const std::string& place, const Error& error);
 
 }  // namespace mv

@@ -7,7 +7,8 @@ namespace mv::platform {
 
 /// A file system that waits for its turn: whatever meets somebody else's hold on a file (error 70) is tried again for
 /// two seconds before the error is raised. Virus scanners, indexers and backup programs take hold of each new file for
-/// some milliseconds; a run shall not end because of them. All else is the file system behind it.
+/// some milliseconds; a run shall not end because of them. Errors get the path as their subject. All else is the file
+/// system behind it.
 class PatientFileSystem : public ForwardingFileSystem {
  public:
   /// Between two attempts, and in all.
@@ -28,9 +29,9 @@ class PatientFileSystem : public ForwardingFileSystem {
                                     const std::string& path, Existing existing) override;
 
  private:
-  /// What `action` returns as soon as nobody's hold keeps it from it.
+  /// What `action`, which works on `path`, returns as soon as nobody's hold keeps it from it.
   template <typename Action>
-  auto Patiently(Action action);
+  auto Patiently(const std::string& path, Action action);
 
   const Clock& clock_;
 };

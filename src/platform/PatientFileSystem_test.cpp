@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "base/Error.h"
 #include "support/ExpectError.h"
 #include "support/FakeClock.h"
@@ -72,6 +74,24 @@ TEST_F(PatientFileSystemTest, MovingRemovingCopyingAndWritingWaitAsWell) {
   whileHeld("writing it", [&] { files_.WriteWhole("C:\\a", Bytes{7}); });
   whileHeld("moving over it", [&] { files_.RenameFile("C:\\b", "C:\\a"); });
   whileHeld("removing it", [&] { files_.RemoveFile("C:\\a"); });
+}
+
+std::string SubjectOf(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const Error& error) {
+    return error.Subject();
+  }
+  return "no error";
+}
+
+TEST_F(PatientFileSystemTest, AnErrorSaysWhichFileItIsAbout) {
+  EXPECT_EQ(SubjectOf([&] { files_.RemoveFile("C:\\none"); }), "C:\\none");
+  EXPECT_EQ(SubjectOf([&] { files_.RenameFile("C:\\none", "C:\\b"); }), "C:\\none");
+  EXPECT_EQ(SubjectOf([&] { files_.CopyWhole("C:\\none", "C:\\b"); }), "C:\\none");
+  EXPECT_EQ(SubjectOf([&] { files_.CopyWhole("C:\\a", "C:\\none\\b"); }), "C:\\none\\b");
+  const std::unique_ptr<File> held = Hold();
+  EXPECT_EQ(SubjectOf([&] { Open(); }), "C:\\a");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "base/NumberText.h"
 #include "support/FakeToolkit.h"
 #include "support/RunWorld.h"
+#include "ui/Texts.h"
 #include "ui/frmMain.h"
 
 namespace mv {
@@ -22,8 +23,9 @@ const std::string kRule = std::string(60, '-') + kLine;
 struct Session {
   explicit Session(RunWorld& world)
       : registry(world.settings),
-        window(toolkit, {world.state.settings, world.state.ModeNames, world.settings, registry, world.files,
-                         world.shell, "1.2.3", [this] { InteractiveSync(run, window); }}),
+        window(toolkit,
+               {world.state.settings, world.state.ModeNames, world.settings, registry, world.files, world.shell,
+                "1.2.3", [this] { InteractiveSync(run, window); }, [this] { return time += std::chrono::seconds(1); }}),
         run{world.state,
             world.log,
             window,
@@ -47,6 +49,8 @@ struct Session {
     world.settings.calls.clear();
   }
 
+  /// Goes on with every look, so that no request for messages comes too soon after another.
+  std::chrono::steady_clock::time_point time{};
   testing::FakeToolkit toolkit;
   SettingsRegistryStrings registry;
   frmMain window;
@@ -327,8 +331,8 @@ TEST_F(InteractiveSyncTest, ATableThatTheHandheldDoesNotTakeBackIsShown) {
   Run();
   ASSERT_EQ(toolkit_.messages.size(), 2u);
   EXPECT_EQ(toolkit_.messages[0],
-            (Message{"Unable to Return Updated Table brnd_Accessories to Device. Function returned code: 5", "",
-                     MessageButtons::Ok, MessageIcon::Exclamation}));
+            (Message{"Unable to Return Updated Table brnd_Accessories to Device. Function returned code: 5",
+                     texts::kProgramName, MessageButtons::Ok, MessageIcon::Exclamation}));
   EXPECT_EQ(world_.state.TablesSynchronized, 12);
 }
 
@@ -336,8 +340,8 @@ TEST_F(InteractiveSyncTest, AnErrorStopsTheRunAtItsTableAndIsShown) {
   world_.database.tables.erase("brnd_Fuel");
   Run();
   EXPECT_EQ(toolkit_.messages,
-            (std::vector<Message>{{"Error: -2147217865 has occurred.\rDescription: No table 'brnd_Fuel'.", "",
-                                   MessageButtons::Ok, MessageIcon::Exclamation}}));
+            (std::vector<Message>{{"Error: -2147217865 has occurred.\rDescription: No table 'brnd_Fuel'.",
+                                   texts::kProgramName, MessageButtons::Ok, MessageIcon::Exclamation}}));
   ExpectLogEnds("   ISyncable object for [brnd_Fuel] source data successfully created\r\n " + Stopped() + kLine +
                 kLine);
   EXPECT_EQ(ProgressLines().back(), "progress: " + Stopped());
@@ -375,7 +379,7 @@ TEST_F(InteractiveSyncTest, AnUnwritableLogIsShownAndTheWindowStaysUsable) {
   world_.state.settings.SyncLogPath = "C:\\none\\SyncLog.txt";
   Run();
   EXPECT_EQ(toolkit_.messages.size(), 1u);
-  EXPECT_EQ(toolkit_.messages[0].text, "Error: 76 has occurred.\rDescription: Path not found");
+  EXPECT_EQ(toolkit_.messages[0].text, "Error: 76 has occurred.\rDescription: Path not found\rC:\\none\\SyncLog.txt");
   EXPECT_EQ(Switches(), Joined(kDisabledForTheRun, kEnabledAfterTheRun));
   EXPECT_TRUE(world_.database.calls.empty());
 }

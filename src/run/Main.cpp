@@ -87,7 +87,9 @@ std::optional<ExitStatus> Enter(const EntryContext& entry) {
 
 void ReportUnloggedError(const Error& error, std::ostream& errors) {
   errors << "MVPPCSync: " << error.Source() << (error.Source().empty() ? "" : ": ")
-         << "Error: " << TextOfInteger(error.Number()) << " has occurred. Description: " << error.Description() << "\n";
+         << "Error: " << TextOfInteger(error.Number()) << " has occurred. Description: " << error.Description();
+  if (!error.Subject().empty() && !error.Source().ends_with(error.Subject())) errors << " (" << error.Subject() << ")";
+  errors << "\n";
 }
 
 std::optional<ExitStatus> Main(const EntryContext& entry) {

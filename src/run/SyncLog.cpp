@@ -10,7 +10,7 @@ void SyncLog::WriteLogLine(const std::string& text, bool closeAfter) {
   try {
     Append(Cp1252FromUtf8(text) + "\r\n");
   } catch (const Error& error) {
-    throw Error(error.Number(), "sync log " + settings_.SyncLogPath, error.Description());
+    throw Error(error.Number(), "sync log " + settings_.SyncLogPath, error.Description()).About(settings_.SyncLogPath);
   }
   if (closeAfter) file_.reset();
 }

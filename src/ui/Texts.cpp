@@ -17,7 +17,9 @@ std::string DatabaseInUse(const std::string& desktopDBPath) {
 }
 
 std::string ErrorOccurred(const Error& error) {
-  return "Error: " + TextOfInteger(error.Number()) + " has occurred.\rDescription: " + error.Description();
+  const std::string text =
+      "Error: " + TextOfInteger(error.Number()) + " has occurred.\rDescription: " + error.Description();
+  return error.Subject().empty() ? text : text + "\r" + error.Subject();
 }
 
 std::string TablesDone(int done, int of) {

@@ -9,6 +9,9 @@
 /// returns.
 namespace mv::texts {
 
+/// The title of a message box that has none of its own.
+inline constexpr const char* kProgramName = "Database Synchronization Utility";
+
 // The main window.
 inline constexpr const char* kMainCaption = "Motorva\u2122 Mobile Edition - Pocket PC Sync Utility";
 inline constexpr const char* kMainTitle = "Motorva\u2122 Mobile Edition";
@@ -58,6 +61,7 @@ inline constexpr const char* kNotCompleted =
     "Your PDA should be connected and powered on.";
 inline constexpr const char* kDatabaseInUseTitle = "Database In Use";
 std::string DatabaseInUse(const std::string& desktopDBPath);
+/// With a further line for what the error is about.
 std::string ErrorOccurred(const Error& error);
 
 // The about box.

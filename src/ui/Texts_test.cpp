@@ -15,5 +15,10 @@ TEST(TextsTest, AnErrorIsTwoLinesSeparatedByACarriageReturn) {
   EXPECT_EQ(ErrorOccurred(Error(-5, "source", "why")), "Error: -5 has occurred.\rDescription: why");
 }
 
+TEST(TextsTest, AnErrorThatSaysWhatItIsAboutHasAThirdLine) {
+  EXPECT_EQ(ErrorOccurred(Error(-5, "source", "why").About("C:\\a.db")),
+            "Error: -5 has occurred.\rDescription: why\rC:\\a.db");
+}
+
 }  // namespace
 }  // namespace mv::texts

@@ -91,7 +91,8 @@ void frmMain::AdvanceSpinner(bool reset) {
 
 MessageAnswer frmMain::ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
                                    MessageIcon icon) {
-  return Open() ? view_->ShowMessage(text, title, buttons, icon) : RefusingAnswer(buttons);
+  if (!Open()) return RefusingAnswer(buttons);
+  return view_->ShowMessage(text, title.empty() ? texts::kProgramName : title, buttons, icon);
 }
 
 void frmMain::SetHourglass(bool on) {

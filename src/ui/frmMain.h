@@ -70,6 +70,7 @@ class frmMain : public MainWindow, public UserInterface {
   /// A frame is shown, and messages are handled, when kFrameTime has gone by since the last one. Runs call this by
   /// bytes and records, thousands of times in a second.
   void AdvanceSpinner(bool reset) override;
+  /// A box without a title gets the program's name.
   MessageAnswer ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
                             MessageIcon icon) override;
   void SetHourglass(bool on) override;

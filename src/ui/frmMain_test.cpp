@@ -78,8 +78,9 @@ TEST_F(frmMainTest, SettingsThatCannotBeReadAreToldAndTheWindowOpens) {
   BrokenSettings broken;
   frmMain form(toolkit_, ServicesOn(broken));
   form.Show();
-  EXPECT_EQ(toolkit_.messages, (std::vector<Message>{{"Error: 75 has occurred.\rDescription: Path/File access error",
-                                                      "", MessageButtons::Ok, MessageIcon::Exclamation}}));
+  EXPECT_EQ(toolkit_.messages,
+            (std::vector<Message>{{"Error: 75 has occurred.\rDescription: Path/File access error",
+                                   "Database Synchronization Utility", MessageButtons::Ok, MessageIcon::Exclamation}}));
   EXPECT_EQ(toolkit_.calls.back(), "show");
 }
 
@@ -134,8 +135,9 @@ TEST_F(frmMainTest, SettingsThatCannotBeSavedAreToldAndTheWindowClosesAllTheSame
   form.Show();
   toolkit_.messages.clear();
   form.Unload();
-  EXPECT_EQ(toolkit_.messages, (std::vector<Message>{{"Error: 75 has occurred.\rDescription: Path/File access error",
-                                                      "", MessageButtons::Ok, MessageIcon::Exclamation}}));
+  EXPECT_EQ(toolkit_.messages,
+            (std::vector<Message>{{"Error: 75 has occurred.\rDescription: Path/File access error",
+                                   "Database Synchronization Utility", MessageButtons::Ok, MessageIcon::Exclamation}}));
   EXPECT_EQ(toolkit_.calls.back(), "unload");
 }
 

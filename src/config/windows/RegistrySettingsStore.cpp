@@ -38,7 +38,7 @@ bool IsMissing(LONG code) {
 void Check(LONG code, const std::string& source) {
   if (code == ERROR_SUCCESS) return;
   const Error error = platform::ErrorFromCode(static_cast<DWORD>(code));
-  throw Error(error.Number(), source, error.Description());
+  throw Error(error.Number(), source, error.Description()).About(source);
 }
 
 /// The value of a key; its code is the registry's. Another program may let the value grow between two calls.
@@ -69,7 +69,7 @@ std::string TextOfNumber(const Bytes& data) {
 std::string TextOf(const Value& value, const std::string& source) {
   if (value.type == REG_SZ || value.type == REG_EXPAND_SZ) return TextOfUnits(value.data);
   if (value.type == REG_DWORD && value.data.size() == sizeof(DWORD)) return TextOfNumber(value.data);
-  throw StandardError(errors::kTypeMismatch, source);
+  throw StandardError(errors::kTypeMismatch, source).About(source);
 }
 
 /// The names that `enumerate` gives for 0, 1, ..., each into a buffer of that many units, until it has no more.

@@ -206,6 +206,7 @@ void MainView::SetPanel(Panel panel, const std::string& text) {
 void MainView::ShowMode(std::int16_t mode, const std::string& tip) {
   const bool known = mode >= 0 && PICTURE_MODE0 + mode <= PICTURE_MODE2;
   modePicture_->Show(known ? PICTURE_MODE0 + mode : 0);
+  modePanel_->Warn(layout::OverwritesOneSide(mode));
   SetText(modePicture_->Window(), Wide(tip));
   tips_->SetTip(modePicture_->Window(), tip);
 }
@@ -377,6 +378,7 @@ void MainView::MakeControls() {
                     WS_EX_CLIENTEDGE);
   ListView_SetExtendedListViewStyle(list_, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
   status_ = MakeChild(window_, STATUSCLASSNAMEW, L"", SBARS_SIZEGRIP, kStatusBar1);
+  modePanel_ = std::make_unique<WarningPart>(status_, layout::PositionOf(Panel::Mode));
   tips_ = std::make_unique<ToolTips>(window_);
   tips_->Add(modePicture_->Window(), "");
   focused_ = list_;
@@ -391,6 +393,7 @@ void MainView::Rescale() {
   toolBar_->Rescale(dpi, font.get());
   modePicture_->Rescale();
   spinner_->Rescale();
+  modePanel_->Rescale();
   font_ = std::move(font);
   titleFont_ = std::move(titleFont);
   MeasureLines();

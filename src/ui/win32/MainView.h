@@ -9,6 +9,7 @@
 #include "ui/win32/Dpi.h"
 #include "ui/win32/PictureControl.h"
 #include "ui/win32/ToolBar.h"
+#include "ui/win32/WarningPart.h"
 
 namespace mv::win32 {
 
@@ -73,6 +74,7 @@ class MainView : public frmMainView {
   std::unique_ptr<ToolBar> toolBar_;
   std::unique_ptr<PictureControl> modePicture_;
   std::unique_ptr<PictureControl> spinner_;
+  std::unique_ptr<WarningPart> modePanel_;
   std::unique_ptr<ToolTips> tips_;
   std::unique_ptr<AboutView> about_;  ///< null until it is asked for
   Font font_;
