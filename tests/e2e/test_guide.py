@@ -66,8 +66,8 @@ class Linux(Folder):
         script = "".join(f"{text}\nprintf '\\n== %s ==\\n' $?\n" for text in texts)
         environment = dict(os.environ, PATH=f"{BIN}:{os.environ['PATH']}", LC_ALL="C.UTF-8", HOME=str(self.folder))
         environment.pop("XDG_CONFIG_HOME", None)
-        done = subprocess.run(["sh", "-c", script], cwd=self.folder, env=environment, encoding="utf-8", errors="replace", timeout=120,
-                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        done = subprocess.run(["sh", "-c", script], cwd=self.folder, env=environment, timeout=120,
+                              encoding="utf-8", errors="replace", stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         parts = re.split(r"\n== (\d+) ==\n", done.stdout)
         outputs, statuses = parts[:-1:2], [int(s) for s in parts[1::2]]
         self.assertEqual(len(outputs), len(texts), done.stdout)
