@@ -73,7 +73,7 @@ inline constexpr const char* kOk = "OK";
 // On a terminal.
 inline constexpr const char* kRetry = "Retry";
 /// In front of the choices of the settings dialog.
-inline constexpr const char* kLineToChange = "Number of a line to change it";
+inline constexpr const char* kLineToChange = "Sign of a line to change it";
 inline constexpr const char* kStopping = "Closing. The run stops at its next safe point...";
 /// Of a run's tables: "4 of 13".
 std::string TablesDone(int done, int of);

@@ -280,7 +280,7 @@ class Dialogs(TerminalCase):
         self.assertIn("  1  Desktop Edition Database Location: ", terminal.text)
         place = terminal.wait_for("\\Program Files\\Motorva", terminal.type("2"))
         place = terminal.wait_for("[C]ancel: ", terminal.type("\x15\\Storage é" + BACKSPACE + "Card" + ENTER))
-        place = terminal.wait_for("[C]ancel: ", terminal.type("8"))
+        place = terminal.wait_for("[C]ancel: ", terminal.type("a"))
         terminal.wait_for("! Overwrite PC", terminal.type("o"))
         terminal.wait_for(COMMANDS, place)
         terminal.type("x")

@@ -55,7 +55,7 @@ void ConfigView::ShowAll() {
   screen_.ClearFoot();
   screen_.Line(texts::kConfigCaption, Style::Strong);
   std::string label;
-  for (const layout::ConfigSection& section : layout::kConfigSections) {
+  for (const layout::ConfigSection& section : layout::kConfigSectionsWithHandheld) {
     if (section.frame) screen_.Line(section.frame, Style::Strong);
     for (const layout::ConfigControl& control : section.controls) {
       if (control.id.kind == ControlKind::Label) label = control.caption.text;
@@ -83,8 +83,12 @@ bool ConfigView::IsEnabled(const Row& row) const {
 }
 
 void ConfigView::Enable(LogControl control, bool enabled) {
-  std::erase(disabled_, layout::IdOf(control));
-  if (!enabled) disabled_.push_back(layout::IdOf(control));
+  Enable(layout::IdOf(control), enabled);
+}
+
+void ConfigView::Enable(const layout::ControlId& control, bool enabled) {
+  std::erase(disabled_, control);
+  if (!enabled) disabled_.push_back(control);
 }
 
 /// Shows the lines that are others by then.
@@ -100,6 +104,7 @@ bool ConfigView::Change(std::size_t number) {
   } else if (id.kind == ControlKind::Box) {
     ticks_.at(id.index) = !ticks_.at(id.index);
     if (id == layout::IdOf(CheckBox::WriteLog)) form_.chkWriteLog_Click(*this);
+    if (id == layout::kNetworkBox) form_.chkNetwork_Click(*this);
   } else {
     SelectMode(id.index);
     form_.optSync_Click(*this, id.index);

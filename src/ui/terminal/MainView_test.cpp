@@ -229,7 +229,7 @@ TEST_F(TerminalMainViewTest, AfterAChangeOfSizeTheFootIsDrawnAgain) {
 
 TEST_F(TerminalMainViewTest, AModeChangedInTheSettingsIsShownAfterThem) {
   Open();
-  terminal_.Type("e7c");
+  terminal_.Type("e9c");
   form_.RunUntilClosed();
   EXPECT_TRUE(
       terminal_.output.ends_with("! Overwrite PDA: [S]tart  E[x]it Program  S[e]ttings...  Sync [L]og...  \n"
