@@ -23,9 +23,9 @@ const std::string kRule = std::string(60, '-') + kLine;
 struct Session {
   explicit Session(RunWorld& world)
       : registry(world.settings),
-        window(toolkit,
-               {world.state.settings, world.state.ModeNames, world.settings, registry, world.files, world.shell,
-                "1.2.3", [this] { InteractiveSync(run, window); }, [this] { return time += std::chrono::seconds(1); }}),
+        window(toolkit, {world.state.settings, world.state.ModeNames, world.settings, registry, world.files,
+                         world.shell, "1.2.3", [this] { InteractiveSync(run, window); }, nullptr,
+                         [this] { return time += std::chrono::seconds(1); }}),
         run{world.state,
             world.log,
             window,

@@ -76,6 +76,8 @@ class Terminal:
             os.setsid()
             fcntl.ioctl(terminal, termios.TIOCSCTTY, 0)
             os.tcsetpgrp(terminal, os.getpgrp())
+            # A test run in the background of a script is told to ignore it.
+            signal.signal(signal.SIGINT, signal.SIG_DFL)
         self.process = subprocess.Popen([str(program), *(arguments or ["--terminal"])], stdin=terminal,
                                         stdout=output or terminal, stderr=terminal,
                                         env=world.environment(**variables), preexec_fn=adopt)
@@ -267,7 +269,7 @@ class Runs(TerminalCase):
         terminal.wait_for("1 of 13  ", place)
         terminal.type("a")
         shown = terminal.wait_for("Version: ", place)
-        terminal.wait_for("13 of 13 tables ended: ", shown)
+        terminal.wait_for(COMMANDS, terminal.wait_for("13 of 13 tables ended: ", shown))
         terminal.type("x")
         self.assert_left(terminal)
 
@@ -414,10 +416,12 @@ class Terminals(TerminalCase):
         place = terminal.type("s")
         terminal.wait_for("1 of 13  ", place)
         terminal.resize(30)
-        terminal.wait_for("13 of 13 tables ended: ", place)
+        ended = terminal.wait_for("13 of 13 tables ended: ", place)
         for drawn in re.findall(r"\x1b\[K([|/\\-] [^\r\x1b]*)", terminal.text[place:]):
             self.assertLess(len(drawn), 40)
             self.assertTrue(drawn.endswith("Synchronize"), drawn)
+        # What is typed before the commands are there is dropped.
+        terminal.wait_for("[A]bout...", ended)
         terminal.type("x")
         self.assert_left(terminal)
 
