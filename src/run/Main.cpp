@@ -61,6 +61,9 @@ std::optional<ExitStatus> RunInteractively(const EntryContext& entry) {
     return ExitStatus::Stopped;
   }
   run.state.InteractiveRun = true;
+  if (!entry.whyNoWindow.empty()) {
+    entry.errors << "MVPPCSync: no window: " << entry.whyNoWindow << "; here is the terminal instead" << std::endl;
+  }
   entry.window->Show();
   run.ui.ProcessMessages();
   if (!CheckDevice(entry)) return ExitStatus::NoHandheld;

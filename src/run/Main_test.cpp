@@ -190,6 +190,12 @@ TEST_F(MainTest, WithoutWindowAndTerminalAStartSaysWhyAndNamesTheSwitches) {
   EXPECT_TRUE(world_.rapi.calls.empty());
 }
 
+TEST_F(MainTest, ATerminalInThePlaceOfTheWindowSaysWhy) {
+  const EntryContext entry{world_.run, ParseInvocation(""), &window_, [] { return true; }, errors_, "no display"};
+  EXPECT_EQ(Main(entry), std::nullopt);
+  EXPECT_EQ(errors_.str(), "MVPPCSync: no window: no display; here is the terminal instead\n");
+}
+
 TEST_F(MainTest, ATerminalThatIsNotThereIsToldAlone) {
   EXPECT_EQ(Start("--terminal", nullptr), ExitStatus::Stopped);
   EXPECT_EQ(errors_.str(),

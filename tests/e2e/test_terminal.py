@@ -443,6 +443,18 @@ class Terminals(TerminalCase):
         terminal.exit_status()
 
 
+class InsteadOfTheWindow(TerminalCase):
+    """A plain start where there is no display."""
+
+    def test_the_terminal_says_why_and_offers_the_same(self):
+        world = self.world()
+        # A word that is no switch: it would open the window.
+        terminal = self.open(world, "-Mode3")
+        self.assertIn("MVPPCSync: no window: there is no display; here is the terminal instead\r\n", terminal.text)
+        terminal.type("x")
+        self.assert_left(terminal)
+
+
 class Nowhere(TerminalCase):
     """Starts without a terminal."""
 
