@@ -10,7 +10,6 @@
 #include "mvtool/doctor/PathsDiagnosis.h"
 #include "mvtool/doctor/RunsDiagnosis.h"
 #include "mvtool/doctor/SettingsDiagnosis.h"
-#include "platform/System.h"
 #include "run/Preview.h"
 
 namespace mv::tool {
@@ -50,16 +49,8 @@ HandheldReport AskHandheld(UserSetup& setup, ToolContext& context) {
 }
 
 /// What the next run would do, as far as nothing else has said it.
-Diagnoses DiagnoseNextRun(UserSetup& setup, ToolContext& context, const Diagnoses& known) {
-  const PreviewContext world{context.files,
-                             context.clock,
-                             setup.Store(),
-                             context.programFolder,
-                             setup.Device(),
-                             setup.DeviceWait(),
-                             [&](const std::string& path) { return setup.LocalFile(path); },
-                             platform::TemporaryFolder()};
-  const PreviewResult result = RunPreview(world, {{}, {kSilentTables.begin(), kSilentTables.end()}});
+Diagnoses DiagnoseNextRun(UserSetup& setup, const Diagnoses& known) {
+  const PreviewResult result = RunPreview(setup.ForPreview(), {{}, {kSilentTables.begin(), kSilentTables.end()}});
   Diagnoses diagnoses;
   for (const std::string& warning : result.record.warnings) {
     const bool isSaid = std::any_of(known.begin(), known.end(),
@@ -90,7 +81,7 @@ Diagnoses DiagnoseSetup(UserSetup& setup, ToolContext& context) {
   Append(diagnoses, DiagnoseRuns(context.files, settings.DesktopDBPath, setup.Limits()));
   const auto registered = context.autoStart ? context.autoStart() : std::nullopt;
   diagnoses.push_back(DiagnoseAutoStart(context.files, settings, registered));
-  if (isSound && handheld.answered) Append(diagnoses, DiagnoseNextRun(setup, context, diagnoses));
+  if (isSound && handheld.answered) Append(diagnoses, DiagnoseNextRun(setup, diagnoses));
   return diagnoses;
 }
 

@@ -5,7 +5,6 @@
 #include "mvtool/commands/ReportPrinter.h"
 #include "mvtool/commands/UserSetup.h"
 #include "mvtool/files/ToolErrors.h"
-#include "platform/System.h"
 #include "run/Preview.h"
 #include "sync/Tables.h"
 
@@ -75,15 +74,7 @@ void PrintEnd(const PreviewResult& result, std::ostream& err) {
 void Preview(const Arguments& arguments, ToolContext& context) {
   const PreviewRequest request = RequestOf(arguments);
   UserSetup setup(context);
-  const PreviewContext world{context.files,
-                             context.clock,
-                             setup.Store(),
-                             context.programFolder,
-                             setup.Device(),
-                             setup.DeviceWait(),
-                             [&](const std::string& path) { return setup.LocalFile(path); },
-                             platform::TemporaryFolder()};
-  const PreviewResult result = RunPreview(world, request);
+  const PreviewResult result = RunPreview(setup.ForPreview(), request);
   const bool json = arguments.Has("--json");
   PrintReport(result.changes, result.record.tables, json, context.out);
   PrintWarnings(result, json, context.out);

@@ -1,6 +1,7 @@
 #include "mvtool/commands/UserSetup.h"
 
 #include "base/Error.h"
+#include "platform/System.h"
 
 namespace mv::tool {
 namespace {
@@ -46,6 +47,17 @@ std::optional<std::string> UserSetup::LocalFile(const std::string& devicePath) {
 std::unique_ptr<Rapi> UserSetup::MakeSystemRapi() {
   if (!context_.makeRapi) throw Failure("there is no handheld");
   return context_.makeRapi();
+}
+
+PreviewContext UserSetup::ForPreview() {
+  return {context_.files,
+          context_.clock,
+          *store_,
+          context_.programFolder,
+          Device(),
+          DeviceWait(),
+          [this](const std::string& path) { return LocalFile(path); },
+          platform::TemporaryFolder()};
 }
 
 UserSetup::NoRuns UserSetup::KeepRunsAway() {

@@ -12,6 +12,7 @@
 #include "mvtool/commands/Command.h"
 #include "platform/FileSystem.h"
 #include "run/HandheldChoice.h"
+#include "run/Preview.h"
 #include "run/RunLock.h"
 
 namespace mv::tool {
@@ -41,6 +42,8 @@ class UserSetup {
   std::chrono::milliseconds DeviceWait();
   /// The local path of a file of the handheld; nothing when the handheld is no folder, or the path leads nowhere.
   std::optional<std::string> LocalFile(const std::string& devicePath);
+  /// What a preview works with; this object must outlive it.
+  PreviewContext ForPreview();
   /// What keeps runs from starting until it is released. The log does so for programs that know no lock.
   struct NoRuns {
     std::optional<RunLock> lock;
