@@ -92,9 +92,7 @@ void ReportUnloggedError(const Error& error, std::ostream& errors) {
   errors << "MVPPCSync: " << error.Source() << (error.Source().empty() ? "" : ": ")
          << "Error: " << TextOfInteger(error.Number()) << " has occurred. Description: " << error.Description();
   if (!error.Subject().empty() && !error.Source().ends_with(error.Subject())) errors << " (" << error.Subject() << ")";
-  errors << "\n";
-  if (error.Number() == errors::kOutOfMemory) return;
-  errors << "MVPPCSync: \"mvtool doctor\" looks at settings and paths and says what to do\n";
+  errors << (error.Number() == errors::kOutOfMemory ? "\n" : "; \"mvtool doctor\" says what to do\n");
 }
 
 std::optional<ExitStatus> Main(const EntryContext& entry) {

@@ -204,14 +204,14 @@ TEST_F(MainTest, ATerminalThatIsNotThereIsToldAlone) {
 }
 
 /// The next step after an error that no log could tell.
-const std::string kDoctor = "MVPPCSync: \"mvtool doctor\" looks at settings and paths and says what to do\n";
+const std::string kDoctor = "; \"mvtool doctor\" says what to do\n";
 
 TEST_F(MainTest, ASettingThatIsNoNumberEndsTheProgramWithAnError) {
   world_.settings.Put("PPC_Mobile", "SyncLog", "yes");
   EXPECT_EQ(Start("-Mode0", nullptr), ExitStatus::Stopped);
   EXPECT_EQ(errors_.str(),
             "MVPPCSync: Error: 13 has occurred. Description: Type mismatch: the setting "
-            "SyncLog of [PPC_Mobile], \"yes\", is no number from -32768 to 32767\n" +
+            "SyncLog of [PPC_Mobile], \"yes\", is no number from -32768 to 32767" +
                 kDoctor);
   EXPECT_TRUE(world_.rapi.calls.empty());
 }
@@ -219,9 +219,8 @@ TEST_F(MainTest, ASettingThatIsNoNumberEndsTheProgramWithAnError) {
 TEST_F(MainTest, AnUnwritableLogIsNamedToTheUser) {
   world_.settings.Put("PPC_Mobile", "SyncLogPath", "C:\\none\\SyncLog.txt");
   EXPECT_EQ(Start("-Mode0", nullptr), ExitStatus::Stopped);
-  EXPECT_EQ(
-      errors_.str(),
-      "MVPPCSync: sync log C:\\none\\SyncLog.txt: Error: 76 has occurred. Description: Path not found\n" + kDoctor);
+  EXPECT_EQ(errors_.str(),
+            "MVPPCSync: sync log C:\\none\\SyncLog.txt: Error: 76 has occurred. Description: Path not found" + kDoctor);
   EXPECT_TRUE(world_.database.calls.empty());
 }
 

@@ -69,7 +69,9 @@ class Screen:
         self.folder = tempfile.TemporaryDirectory()
         read, write = os.pipe()
         self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write), "-screen", "0", self.SIZE, "-fbdir", self.folder.name, "-nolisten", "tcp"],
+            ["Xvfb", "-displayfd", str(write), "-screen", "0", self.SIZE, "-fbdir", self.folder.name, "-nolisten", "tcp",
+             # Else it begins anew whenever its last client leaves, and takes along who has just come.
+             "-noreset"],
             pass_fds=[write], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         os.close(write)
         with os.fdopen(read) as number:
