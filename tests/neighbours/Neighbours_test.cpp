@@ -89,19 +89,24 @@ bool MayHold(const TempFolder& folder, const std::string& how) {
   return Neighbour(folder, how, "x.mdb").Holds();
 }
 
-/// For what must be free: a process that has just ended may hold its files for some milliseconds more, and with them,
-/// on systems that tell files apart by a number that is used again, a new file.
-bool SoonMayHold(const TempFolder& folder, const std::string& how) {
-  for (int attempt = 0; attempt < 10; ++attempt) {
-    if (MayHold(folder, how)) return true;
+/// A neighbour that holds what must be free. A process that has just ended may hold its files for some milliseconds
+/// more, and with them, on systems that tell files apart by a number that is used again, a new file.
+std::unique_ptr<Neighbour> Holder(const TempFolder& folder, const std::string& how, const std::string& file = "x.mdb") {
+  auto holder = std::make_unique<Neighbour>(folder, how, file);
+  for (int attempt = 0; attempt < 9 && !holder->Holds(); ++attempt) {
+    holder = std::make_unique<Neighbour>(folder, how, file);
   }
-  return false;
+  return holder;
+}
+
+bool SoonMayHold(const TempFolder& folder, const std::string& how) {
+  return Holder(folder, how)->Holds();
 }
 
 TEST_F(Neighbours, DatabaseHeldExclusivelyIsInUse) {
   {
-    const Neighbour holder(folder_, "exclusive", "x.mdb");
-    ASSERT_TRUE(holder.Holds());
+    const auto holder = Holder(folder_, "exclusive", "x.mdb");
+    ASSERT_TRUE(holder->Holds());
     ExpectInUse(Mode::ReadWrite);
     ExpectInUse(Mode::ReadOnly);
   }
@@ -112,8 +117,8 @@ TEST_F(Neighbours, DatabaseWithLockedBytesIsInUse) {
   for (const std::string range : {"0,1", "4096,4096", "268435457,1"}) {
     SCOPED_TRACE(range);
     {
-      const Neighbour holder(folder_, range, "x.mdb");
-      ASSERT_TRUE(holder.Holds());
+      const auto holder = Holder(folder_, range, "x.mdb");
+      ASSERT_TRUE(holder->Holds());
       ExpectInUse(Mode::ReadWrite);
       ExpectInUse(Mode::ReadOnly);
     }
@@ -122,8 +127,8 @@ TEST_F(Neighbours, DatabaseWithLockedBytesIsInUse) {
 }
 
 TEST_F(Neighbours, DatabaseThatIsReadIsReadByOthersAndNotWritten) {
-  const Neighbour reader(folder_, "reading", "x.mdb");
-  ASSERT_TRUE(reader.Holds());
+  const auto reader = Holder(folder_, "reading", "x.mdb");
+  ASSERT_TRUE(reader->Holds());
   EXPECT_NO_THROW(Open(Mode::ReadOnly));
   ExpectInUse(Mode::ReadWrite);
 }
@@ -134,8 +139,8 @@ TEST_F(Neighbours, UserLocksOfTheEngineOnTheLockFileMeanInUse) {
   for (const std::string range : {"268435457,1", "268435711,1"}) {
     SCOPED_TRACE(range);
     {
-      const Neighbour user(folder_, range, "x.ldb");
-      ASSERT_TRUE(user.Holds());
+      const auto user = Holder(folder_, range, "x.ldb");
+      ASSERT_TRUE(user->Holds());
       ExpectInUse(Mode::ReadWrite);
       ExpectInUse(Mode::ReadOnly);
     }
@@ -147,8 +152,8 @@ TEST_F(Neighbours, OtherLocksOnTheLockFileMeanNothing) {
   folder_.Write("x.ldb", std::string(64, '\0'));
   for (const std::string range : {"268435456,1", "268435712,1"}) {
     SCOPED_TRACE(range);
-    const Neighbour user(folder_, range, "x.ldb");
-    ASSERT_TRUE(user.Holds());
+    const auto user = Holder(folder_, range, "x.ldb");
+    ASSERT_TRUE(user->Holds());
     ExpectFree();
   }
 }
