@@ -120,8 +120,10 @@ class Windows(Folder):
     def prompt(self, line):
         environment = dict(os.environ, WINEPREFIX=str(PREFIX), LC_ALL="C.UTF-8",
                            WINEPATH=windows.windows_path(windows.WINDOWS_BIN))
-        done = subprocess.run([str(ROOT / "tools" / "wine-run"), "cmd", "/c", line], cwd=self.folder, env=environment,
-                              timeout=120, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        # Quotes of a line given as a word would not reach the prompt as they are.
+        (self.folder / "line.bat").write_text(f"@{line}\r\n", newline="")
+        done = subprocess.run([str(ROOT / "tools" / "wine-run"), "cmd", "/c", "line.bat"], cwd=self.folder,
+                              env=environment, timeout=120, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         allowed = WARNED if line == "mvtool doctor" else (0,)
         output = done.stdout.decode("utf-8", "replace")
         self.assertIn(done.returncode, allowed, f"{line}\n{output}")
