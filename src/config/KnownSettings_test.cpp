@@ -25,6 +25,18 @@ TEST(KnownSettingsTest, EverySettingThatTheProgramReadsIsKnown) {
   EXPECT_EQ(store.calls.size(), KnownSettings().size()) << "a setting is known that nobody reads";
 }
 
+TEST(KnownSettingsTest, WhatCountsForAMissingSettingIsWhatTheProgramTakes) {
+  testing::RecordingSettings nothing;
+  testing::RecordingSettings defaults;
+  for (const KnownSetting& known : KnownSettings()) {
+    if (known.missing != nullptr) defaults.Put(known.section, known.key, known.missing);
+  }
+  EXPECT_EQ(LoadSettings(defaults, "C:\\Motorva"), LoadSettings(nothing, "C:\\Motorva"));
+  EXPECT_EQ(LoadHistoryLimits(defaults), LoadHistoryLimits(nothing));
+  EXPECT_EQ(LoadSafetySettings(defaults), LoadSafetySettings(nothing));
+  EXPECT_EQ(LoadHandheldSettings(defaults), LoadHandheldSettings(nothing));
+}
+
 TEST(KnownSettingsTest, NamesAreKnownInAnyCase) {
   EXPECT_TRUE(IsKnown({"handheld", "ROOT"}));
   EXPECT_FALSE(IsKnown({"General", "Root"}));

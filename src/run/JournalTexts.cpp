@@ -1,5 +1,6 @@
 #include "run/JournalTexts.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -50,11 +51,17 @@ std::string Loss(const std::string& table, const std::string& side, std::int64_t
   return table + ": the " + side + " loses " + TextOfInteger(lost) + " of " + TextOfInteger(before) + " rows";
 }
 
-std::string OtherColumns(const std::string& table, std::size_t number, const std::string& onDesktop,
-                         const std::string& onHandheld) {
+std::optional<std::string> OtherColumns(const std::string& table, const std::vector<std::string>& onDesktop,
+                                        const std::vector<std::string>& onHandheld) {
   const auto shown = [](const std::string& name) { return name.empty() ? std::string("missing") : '"' + name + '"'; };
-  return table + ": column " + std::to_string(number) + " is " + shown(onDesktop) + " on the PC and " +
-         shown(onHandheld) + " on the handheld; columns are matched by their place";
+  for (std::size_t i = 0; i < std::max(onDesktop.size(), onHandheld.size()); ++i) {
+    const std::string desktop = i < onDesktop.size() ? onDesktop[i] : std::string();
+    const std::string handheld = i < onHandheld.size() ? onHandheld[i] : std::string();
+    if (EqualsIgnoreAsciiCase(desktop, handheld)) continue;
+    return table + ": column " + std::to_string(i + 1) + " is " + shown(desktop) + " on the PC and " + shown(handheld) +
+           " on the handheld; columns are matched by their place";
+  }
+  return std::nullopt;
 }
 
 std::string ComesBackChanged(const std::string& table, std::int64_t rows, const std::string& firstKey) {

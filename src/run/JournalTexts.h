@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,8 +20,9 @@ std::string WarningLine(const std::string& text);
 
 /// `side` is "PC" or "handheld".
 std::string Loss(const std::string& table, const std::string& side, std::int64_t lost, std::int64_t before);
-std::string OtherColumns(const std::string& table, std::size_t number, const std::string& onDesktop,
-                         const std::string& onHandheld);
+/// Of the columns by their places; nothing when all have the same name on both sides.
+std::optional<std::string> OtherColumns(const std::string& table, const std::vector<std::string>& onDesktop,
+                                        const std::vector<std::string>& onHandheld);
 std::string ComesBackChanged(const std::string& table, std::int64_t rows, const std::string& firstKey);
 std::string QuoteInKey(const std::string& table, const std::string& key);
 std::string BeyondHandheld(const std::string& table, const std::string& key);

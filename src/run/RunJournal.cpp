@@ -27,6 +27,12 @@ std::vector<FieldDefinition> WithoutFlags(std::vector<FieldDefinition> fields) {
   return fields;
 }
 
+std::vector<std::string> NamesOf(const std::vector<FieldDefinition>& fields) {
+  std::vector<std::string> names;
+  for (const FieldDefinition& field : fields) names.push_back(field.name);
+  return names;
+}
+
 std::string KeyOfCurrentRow(const Recordset& records, const std::string& table) {
   const SyncTable* const known = FindTable(table);
   return known == nullptr || records.Eof() ? std::string() : TextOf(records.FieldValue(known->keyField));
@@ -272,12 +278,8 @@ std::optional<history::RowSet> RunJournal::Agreed(const SyncTable& table) {
 
 void RunJournal::CheckColumns(const std::string& table, const std::vector<FieldDefinition>& handheld,
                               const std::vector<FieldDefinition>& desktop) {
-  for (std::size_t i = 0; i < std::max(handheld.size(), desktop.size()); ++i) {
-    const std::string onHandheld = i < handheld.size() ? handheld[i].name : std::string();
-    const std::string onDesktop = i < desktop.size() ? desktop[i].name : std::string();
-    if (EqualsIgnoreAsciiCase(onHandheld, onDesktop)) continue;
-    return Warn(journal_texts::OtherColumns(table, i + 1, onDesktop, onHandheld));
-  }
+  const auto other = journal_texts::OtherColumns(table, NamesOf(desktop), NamesOf(handheld));
+  if (other) Warn(*other);
 }
 
 void RunJournal::EndMerge(Recordset& desktop) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
 #include "ui/Toolkit.h"
 #include "ui/UserInterface.h"
@@ -16,10 +15,7 @@ bool InitCommonControls();
 /// hourglass pointer and lets pending window messages run, so that the system does not take the program for a hung one.
 std::unique_ptr<UserInterface> MakeSilentUserInterface();
 
-/// The toolkit of this system's windows; null where it has none. To be called once, before the process has a second
-/// thread.
-std::unique_ptr<Toolkit> MakeToolkit();
-/// Why MakeToolkit gives none, to follow "no window: "; empty where it gives one.
-std::string WhyNoWindow();
+/// The toolkit of this system's windows. To be called once, before the process has a second thread.
+FoundToolkit FindToolkit();
 
 }  // namespace mv

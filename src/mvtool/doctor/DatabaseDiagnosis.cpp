@@ -143,19 +143,6 @@ void DiagnoseRows(const RowSet& rows, const std::string& table, Diagnoses& diagn
   }
 }
 
-/// Columns are matched by their place, so the first that differs tells.
-std::optional<Diagnosis> OtherColumns(const std::string& table, const std::vector<FieldDefinition>& fields,
-                                      const std::vector<std::string>& onHandheld) {
-  for (std::size_t i = 0; i < std::max(fields.size(), onHandheld.size()); ++i) {
-    const std::string desktop = i < fields.size() ? fields[i].name : std::string();
-    const std::string handheld = i < onHandheld.size() ? onHandheld[i] : std::string();
-    if (EqualsIgnoreAsciiCase(desktop, handheld)) continue;
-    return Doubtful("columns", journal_texts::OtherColumns(table, i + 1, desktop, handheld),
-                    "bring the columns on the PC into the handheld's order");
-  }
-  return std::nullopt;
-}
-
 void DiagnoseColumns(const SyncTable& table, const std::vector<FieldDefinition>& fields, Diagnoses& diagnoses) {
   const std::string name = table.name;
   const bool hasKey = std::any_of(fields.begin(), fields.end(), [&](const FieldDefinition& field) {
@@ -185,7 +172,9 @@ Diagnoses DiagnoseTable(jet::Database& database, const SyncTable& table, const s
     const RowSet rows = RowSet::OfTable(database, table.name, table.keyField);
     DiagnoseColumns(table, rows.Fields(), diagnoses);
     if (onHandheld != nullptr) {
-      if (auto other = OtherColumns(table.name, rows.Fields(), *onHandheld)) diagnoses.push_back(std::move(*other));
+      const auto other = journal_texts::OtherColumns(table.name, rows.FieldNames(), *onHandheld);
+      if (other)
+        diagnoses.push_back(Doubtful("columns", *other, "bring the columns on the PC into the handheld's order"));
     }
     DiagnoseRows(rows, table.name, diagnoses);
   } catch (const Error& error) {

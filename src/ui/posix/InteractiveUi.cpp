@@ -12,9 +12,10 @@ InteractiveUi ChooseInteractiveUi(bool terminalWanted, platform::FileSystem& fil
                                   std::function<terminal::TableCount()> tables) {
   InteractiveUi ui;
   if (!terminalWanted) {
-    ui.toolkit = MakeToolkit();
+    FoundToolkit found = FindToolkit();
+    ui.toolkit = std::move(found.toolkit);
     if (ui.toolkit) return ui;
-    ui.whyNoWindow = WhyNoWindow();
+    ui.whyNoWindow = std::move(found.reason);
   }
   ui.terminal = platform::MakeTerminal();
   if (!ui.terminal) return ui;

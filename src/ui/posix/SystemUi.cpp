@@ -4,13 +4,6 @@
 #include "ui/posix/WindowLoader.h"
 
 namespace mv {
-namespace {
-
-FoundToolkit Find() {
-  return FindToolkit(WindowPartPlaces(platform::ProgramFolder()));
-}
-
-}  // namespace
 
 bool InitCommonControls() {
   return true;
@@ -20,12 +13,8 @@ std::unique_ptr<UserInterface> MakeSilentUserInterface() {
   return std::make_unique<SilentUserInterface>();
 }
 
-std::unique_ptr<Toolkit> MakeToolkit() {
-  return Find().toolkit;
-}
-
-std::string WhyNoWindow() {
-  return Find().reason;
+FoundToolkit FindToolkit() {
+  return FindToolkit(WindowPartPlaces(platform::ProgramFolder()));
 }
 
 }  // namespace mv

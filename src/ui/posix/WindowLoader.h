@@ -9,12 +9,6 @@
 
 namespace mv {
 
-/// A toolkit, or why there is none: to follow "no window: ".
-struct FoundToolkit {
-  std::unique_ptr<Toolkit> toolkit;
-  std::string reason;
-};
-
 /// Where the window part may lie for a program in `programFolder`, in the order of the search.
 std::vector<std::string> WindowPartPlaces(const std::string& programFolder);
 

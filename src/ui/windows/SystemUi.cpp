@@ -46,12 +46,8 @@ std::unique_ptr<UserInterface> MakeSilentUserInterface() {
   return std::make_unique<WindowsSilentUserInterface>();
 }
 
-std::unique_ptr<Toolkit> MakeToolkit() {
-  return std::make_unique<Win32Toolkit>();
-}
-
-std::string WhyNoWindow() {
-  return "";
+FoundToolkit FindToolkit() {
+  return {std::make_unique<Win32Toolkit>(), ""};
 }
 
 }  // namespace mv
