@@ -245,6 +245,24 @@ void TableDriver::WriteAndReadBack(clsSyncableRS_PDB& source, clsSyncableRS_PDB&
   run_.state.CurrentPdbFolder = run_.state.settings.PCSyncDestPath;
   source.createADORS();
   source.RequireOpened();
+  if (mode_ == RunMode::OverwritePda) RequireReadableRecords(table);
+}
+
+/// An Overwrite PDA loads no record of a table file. Those that it sends are read all the same: one that cannot be read
+/// would stop every later run.
+void TableDriver::RequireReadableRecords(const std::string& table) const {
+  const RunMode loading = RunMode::Synchronize;
+  const SyncContext context{loading,
+                            context_.currentPdbFolder,
+                            context_.reportProgress,
+                            context_.showMessage,
+                            context_.files,
+                            context_.shell,
+                            context_.clock};
+  clsSyncableRS_PDB written(context);
+  written.name(TableFileName(table));
+  written.createADORS();
+  written.RequireOpened();
 }
 
 void TableDriver::ReturnTable(IFileTransfer& transfer, const std::string& table, const TablePaths& paths) {

@@ -50,6 +50,7 @@ class TableDriver {
   void WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_PDB& result, Recordset& desktop, const std::string& table,
                    const TablePaths& paths);
   void WriteAndReadBack(clsSyncableRS_PDB& source, clsSyncableRS_PDB& result, const std::string& table);
+  void RequireReadableRecords(const std::string& table) const;
   void ReturnTable(IFileTransfer& transfer, const std::string& table, const TablePaths& paths);
   void PrepareFolders();
 

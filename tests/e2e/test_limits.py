@@ -93,17 +93,19 @@ class Limits(unittest.TestCase):
     def test_a_date_far_before_1904_stops_the_run(self):
         self.check_stopped(DT_FILL="1835-01-01T00:00:00")
 
-    def test_a_text_that_is_too_long_stops_a_synchronize(self):
+    def test_a_text_that_is_too_long_stops_the_run(self):
         key = self.rows(self.database, "brnd_Vehicle")[0]["TX_VIN"]
         change = {"op": "update", "where": {"TX_VIN": key}, "set": {"TX_NOTES": "x" * 32768}}
         self.tool("apply", self.database, "brnd_Vehicle", text=json.dumps(change) + "\n")
         file = self.file.with_name("brnd_Vehicle.pdb")
         before = file.read_bytes()
-        done = subprocess.run([str(BIN / "MVPPCSync"), "-Mode0"], env=self.environment, capture_output=True, text=True)
-        self.assertEqual(done.returncode, 2)
-        self.assertIn(f'brnd_Vehicle, row "{key}": TX_NOTES is longer than the 32767 bytes', done.stderr)
-        self.assertIn("stopped at table brnd_Vehicle: Error 6: Overflow", done.stderr)
-        self.assertEqual(file.read_bytes(), before)
+        for mode in ("-Mode0", "-Mode1"):
+            with self.subTest(mode=mode):
+                done = subprocess.run([str(BIN / "MVPPCSync"), mode], env=self.environment, capture_output=True, text=True)
+                self.assertEqual(done.returncode, 2)
+                self.assertIn(f'brnd_Vehicle, row "{key}": TX_NOTES is longer than the 32767 bytes', done.stderr)
+                self.assertIn("stopped at table brnd_Vehicle: Error 6: Overflow", done.stderr)
+                self.assertEqual(file.read_bytes(), before)
 
     def test_a_column_that_the_handheld_lacks_comes_to_it_with_a_warning(self):
         schema = json.loads(self.tool("schema", self.database))
