@@ -8,6 +8,7 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "platform/windows/Handle.h"
 #include "platform/windows/PrivateProfile.h"
 #include "platform/windows/RenameByHandle.h"
 #include "platform/windows/ScriptingFiles.h"
@@ -20,22 +21,6 @@ namespace {
 constexpr std::size_t kLongestPiece = 1 << 20;
 /// What the system's temporary names may need behind their folder.
 constexpr std::size_t kTempNameRoom = 256;
-
-/// A file handle that closes itself.
-class Handle {
- public:
-  explicit Handle(HANDLE handle) : handle_(handle) {}
-  ~Handle() {
-    if (handle_ != INVALID_HANDLE_VALUE) ::CloseHandle(handle_);
-  }
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
-  HANDLE Get() const { return handle_; }
-  bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
-
- private:
-  HANDLE handle_;
-};
 
 OVERLAPPED AtOffset(std::uint64_t offset) {
   OVERLAPPED position = {};
@@ -283,11 +268,9 @@ class WindowsFileSystem : public FileSystem {
 
   bool MayMakeFilesIn(const std::string& folder) const override {
     constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    const HANDLE handle = ::CreateFileW(NativePath(folder).c_str(), FILE_ADD_FILE, kShareAll, nullptr, OPEN_EXISTING,
-                                        FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-    if (handle == INVALID_HANDLE_VALUE) return false;
-    ::CloseHandle(handle);
-    return true;
+    return Handle(::CreateFileW(NativePath(folder).c_str(), FILE_ADD_FILE, kShareAll, nullptr, OPEN_EXISTING,
+                                FILE_FLAG_BACKUP_SEMANTICS, nullptr))
+        .IsOpen();
   }
 
   std::uint64_t LastWriteTime(const std::string& path) const override {
