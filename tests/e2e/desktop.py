@@ -302,18 +302,8 @@ def middle(box):
     return (box["left"] + box["right"]) // 2, (box["top"] + box["bottom"]) // 2
 
 
-class App:
-    """The program, running with the settings of the world made last."""
-
-    def __init__(self, wine, *arguments):
-        self.wine = wine
-        self.probe = wine.probe
-        self.process = subprocess.Popen(["wine", str(WINDOWS_BIN / "MVPPCSync.exe"), *arguments],
-                                        env=wine.environment,
-                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-
-    def tops(self):
-        return self.probe.ask("top")
+class Program:
+    """A program with windows. `process`: its process; `tops()`: its windows, the topmost first, each with its members."""
 
     def top(self, **wanted):
         """The program's topmost window with these members, or None."""
@@ -327,6 +317,24 @@ class App:
 
     def gone(self, text):
         wait_for(lambda: not self.top(text=text), f"the end of the window {text!r}")
+
+    def wait(self):
+        """The exit status."""
+        return self.process.wait(timeout=PATIENCE)
+
+
+class App(Program):
+    """The program, running with the settings of the world made last."""
+
+    def __init__(self, wine, *arguments):
+        self.wine = wine
+        self.probe = wine.probe
+        self.process = subprocess.Popen(["wine", str(WINDOWS_BIN / "MVPPCSync.exe"), *arguments],
+                                        env=wine.environment,
+                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+    def tops(self):
+        return self.probe.ask("top")
 
     def children(self, window):
         return self.probe.ask("children", window["hwnd"])
@@ -457,10 +465,6 @@ class App:
 
     def close(self, window):
         self.probe.ask("post", window["hwnd"], WM_CLOSE, 0, 0)
-
-    def wait(self):
-        """The exit status."""
-        return self.process.wait(timeout=PATIENCE)
 
     def end(self):
         """For a test that failed in between."""

@@ -11,7 +11,7 @@ import signal
 import subprocess
 import tempfile
 
-from .desktop import PATIENCE, Screen, World, middle, wait_for
+from .desktop import PATIENCE, Program, Screen, World, middle, wait_for
 from .world import BIN, ROOT
 
 PROBE = ROOT / "tests" / "window" / "accessprobe.py"
@@ -227,7 +227,7 @@ def walk(node):
         yield from walk(child)
 
 
-class QtApp:
+class QtApp(Program):
     """The program, running with the settings of the world made last."""
 
     def __init__(self, desk, *arguments):
@@ -242,18 +242,6 @@ class QtApp:
     def tops(self):
         answer = self.probe.ask("top", self.process.pid)
         return answer if isinstance(answer, list) else []
-
-    def top(self, **wanted):
-        for window in self.tops():
-            if all(window[k] == v for k, v in wanted.items()):
-                return window
-        return None
-
-    def window(self, text):
-        return wait_for(lambda: self.top(text=text), f"a window called {text!r}")
-
-    def gone(self, text):
-        wait_for(lambda: not self.top(text=text), f"the end of the window {text!r}")
 
     def nodes(self, window):
         """Everything in the window; nothing when it has just gone."""
@@ -430,10 +418,6 @@ class QtApp:
         box = window and self.box_of(window)
         self.desk.screen.settle()
         self.desk.screen.capture(path, box and (box["left"] - 1, box["top"] - 20, box["right"] + 1, box["bottom"] + 5))
-
-    def wait(self):
-        """The exit status."""
-        return self.process.wait(timeout=PATIENCE)
 
     def end(self):
         """For a test that failed in between."""

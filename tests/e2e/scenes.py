@@ -26,6 +26,10 @@ TABLES = ["brnd_Accessories", "brnd_AccItems", "brnd_Customer", "brnd_FieldValue
 PICTURES = ROOT / "build" / "screenshots"
 
 
+def apart(a, b):
+    return a["right"] <= b["left"] or b["right"] <= a["left"] or a["bottom"] <= b["top"] or b["bottom"] <= a["top"]
+
+
 class Scene(unittest.TestCase):
     """A case of one edition gives make_desk."""
 
@@ -62,6 +66,18 @@ class Scene(unittest.TestCase):
         """A message box, and its text."""
         box = app.window(title)
         return box, app.box_text(box)
+
+    def check_apart(self, outer, controls):
+        """Each control, of which none lies upon another, has its place within the window."""
+        self.assertTrue(controls)
+        for control in controls:
+            box = control["rect"]
+            self.assertLess(box["left"], box["right"], control)
+            self.assertLess(box["top"], box["bottom"], control)
+            self.assertTrue(outer["left"] <= box["left"] and box["right"] <= outer["right"], control)
+            self.assertTrue(outer["top"] <= box["top"] and box["bottom"] <= outer["bottom"], control)
+            for other in controls:
+                self.assertTrue(other is control or apart(box, other["rect"]), (control, other))
 
     def looks(self, app, box):
         """A message box's icon and its buttons."""

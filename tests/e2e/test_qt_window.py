@@ -214,19 +214,7 @@ class Layout(QtCase, scenes.Scene):
         outer = app.box_of(window)
         # What holds others encloses them.
         controls = [n for n in app.nodes(window) if n["showing"] and not n["children"] and n["role"] != "filler"]
-        self.assertTrue(controls)
-        for control in controls:
-            box = control["rect"]
-            self.assertLess(box["left"], box["right"], control)
-            self.assertLess(box["top"], box["bottom"], control)
-            self.assertTrue(outer["left"] <= box["left"] and box["right"] <= outer["right"], control)
-            self.assertTrue(outer["top"] <= box["top"] and box["bottom"] <= outer["bottom"], control)
-            for other in controls:
-                self.assertTrue(other is control or apart(box, other["rect"]), (control, other))
-
-
-def apart(a, b):
-    return a["right"] <= b["left"] or b["right"] <= a["left"] or a["bottom"] <= b["top"] or b["bottom"] <= a["top"]
+        self.check_apart(outer, controls)
 
 
 class LayoutAt200Percent(Layout):

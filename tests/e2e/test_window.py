@@ -295,18 +295,7 @@ class Layout(WineCase, scenes.Scene):
         outer = app.probe.ask("window", window["hwnd"])["rect"]
         frames = ("Database/File Locations", "Process Options")
         children = [c for c in app.children(window) if c["visible"] and c["text"] not in frames]
-        for child in children:
-            box = child["rect"]
-            self.assertLess(box["left"], box["right"], child)
-            self.assertLess(box["top"], box["bottom"], child)
-            self.assertTrue(outer["left"] <= box["left"] and box["right"] <= outer["right"], child)
-            self.assertTrue(outer["top"] <= box["top"] and box["bottom"] <= outer["bottom"], child)
-            for other in children:
-                self.assertTrue(other is child or apart(box, other["rect"]), (child, other))
-
-
-def apart(a, b):
-    return a["right"] <= b["left"] or b["right"] <= a["left"] or a["bottom"] <= b["top"] or b["bottom"] <= a["top"]
+        self.check_apart(outer, children)
 
 
 class LayoutAt200Percent(Layout):
