@@ -22,6 +22,11 @@ std::string Row(const std::string& table, const std::string& key) {
   return table + ", row \"" + key + "\"";
 }
 
+std::string FailedTable(const history::TableRecord& table) {
+  const bool fetched = table.state != history::TableState::NotRetrieved;
+  return table.table + (fetched ? " not sent back" : " not fetched") + " (code " + TextOfInteger(table.code) + ")";
+}
+
 /// What to do about an error that stops a run; the numbers are those of the log.
 std::string AdviceFor(std::int32_t number) {
   constexpr std::array<std::pair<std::int32_t, const char*>, 9> kAdvice = {{
@@ -124,6 +129,11 @@ std::string LossStop(const std::string& loss, RunMode mode) {
          TextOfInteger(static_cast<std::int16_t>(mode)) + "\" shows the rows, and OnMassLoss=warn lets them go";
 }
 
+std::string RehearsalStop(const std::string& reason, RunMode mode) {
+  return reason + ": nothing was changed, as [Safety] OnMassLoss asks; \"mvtool preview --mode " +
+         TextOfInteger(static_cast<std::int16_t>(mode)) + "\" shows what would go, and OnMassLoss=warn lets it go";
+}
+
 std::string LeftOutStop(const std::vector<std::string>& tables) {
   return "Overwrite PC would empty these tables on the PC, and this run does not fill them: " + Joined(tables) +
          ". Nothing was changed, as [Safety] OnMassLoss asks. The window's Overwrite PC takes all tables; "
@@ -153,9 +163,13 @@ std::string StoppedLine(const std::string& table, const Error& error, const std:
          (inUse || file.empty() ? "" : " (" + file + ")") + (own ? "" : "; " + AdviceFor(error.Number()));
 }
 
-std::string FailedTable(const history::TableRecord& table) {
-  const bool fetched = table.state != history::TableState::NotRetrieved;
-  return table.table + (fetched ? " not sent back" : " not fetched") + " (code " + TextOfInteger(table.code) + ")";
+std::string FailedTables(const history::RunRecord& run) {
+  std::string text;
+  for (const history::TableRecord& table : run.tables) {
+    if (table.state != history::TableState::NotRetrieved && table.state != history::TableState::NotReturned) continue;
+    text += (text.empty() ? "" : "; ") + FailedTable(table);
+  }
+  return text;
 }
 
 std::string TablesFailedLine(const std::string& tables) {
@@ -169,6 +183,10 @@ std::string NoSettings(const std::string& place) {
 
 std::string MistypedSetting(const std::string& unknown, const std::string& meant) {
   return "the setting " + unknown + " is none and has no effect; did you mean " + meant + "?";
+}
+
+std::string RehearsalLine() {
+  return "Trying the run on a copy, as [Safety] OnMassLoss asks";
 }
 
 std::string OtherRunLine(const std::string& database) {

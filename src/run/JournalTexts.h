@@ -40,6 +40,8 @@ std::string NoReport(const Error& error);
 
 /// `loss`: what Loss says.
 std::string LossStop(const std::string& loss, RunMode mode);
+/// `reason`: what the run met on a copy, before it changed anything.
+std::string RehearsalStop(const std::string& reason, RunMode mode);
 /// `tables`: what an Overwrite PC would empty and not fill.
 std::string LeftOutStop(const std::vector<std::string>& tables);
 /// `restore`: the run to go back to.
@@ -50,10 +52,13 @@ std::string UnfilledStop(const std::vector<std::string>& tables, const std::stri
 std::string ErrorText(const Error& error);
 /// `table` is empty when none was in hand.
 std::string StoppedLine(const std::string& table, const Error& error, const std::string& database);
-std::string FailedTable(const history::TableRecord& table);
-/// `tables`: FailedTable of each, joined.
+/// The tables that were not fetched or not sent back, each with its code.
+std::string FailedTables(const history::RunRecord& run);
+/// `tables`: what FailedTables says.
 std::string TablesFailedLine(const std::string& tables);
 std::string NoHandheldLine();
+/// A line of the window, before the run is done on a copy.
+std::string RehearsalLine();
 /// `place`: where settings were looked for.
 std::string NoSettings(const std::string& place);
 /// `unknown` and `meant`: "[Handheld] Rooot".

@@ -14,8 +14,10 @@
 #include "platform/StagedWrite.h"
 #include "run/CurrentError.h"
 #include "run/DatabaseEngine.h"
+#include "run/JournalTexts.h"
 #include "run/Main.h"
 #include "run/PreviewParts.h"
+#include "run/Rehearsal.h"
 #include "run/RunSteps.h"
 #include "run/SilentSync.h"
 #include "run/TableDriver.h"
@@ -135,7 +137,9 @@ class PreviewRun {
         real_(real),
         files_(context.files, scratch),
         handheld_(context.handheld),
-        settings_(context.settings) {
+        settings_(context.settings),
+        ui_(context.waiting == nullptr ? MakeSilentUserInterface()
+                                       : std::make_unique<WaitingUserInterface>(*context.waiting)) {
     state_.settings = real;
     state_.ModeNames = ModeNames();
     state_.ModeResultTexts = ModeResultTexts();
@@ -154,10 +158,21 @@ class PreviewRun {
     LayOut(context_.files, real_, state_.settings);
     result.status = SilentSync(run_, tables);
     Collect(result);
+    if (NeedsRehearsal(run_)) Judge(result);
     return result;
   }
 
  private:
+  /// The run itself would meet this on its copy, and not begin.
+  void Judge(PreviewResult& result) {
+    const auto& objection = result.objection = ObjectionTo(ModeOf(state_), result);
+    if (!objection) return;
+    result.status = ExitStatus::Stopped;
+    result.record.status = static_cast<int>(result.status);
+    result.record.error = journal_texts::ErrorText(*objection);
+    result.told.push_back(journal_texts::StoppedLine("", *objection, real_.DesktopDBPath));
+  }
+
   void Collect(PreviewResult& result) {
     const history::HistoryFolder folder(context_.files, state_.settings.DesktopDBPath);
     const RealPaths paths(real_, state_.settings);
@@ -165,6 +180,9 @@ class PreviewRun {
     for (const std::string& entry : folder.Entries()) {
       if (auto record = folder.Read(entry)) result.record = std::move(*record);
       result.changes = folder.ReadChanges(entry);
+    }
+    if (state_.stop) {
+      result.stop = Error(state_.stop->Number(), paths.In(state_.stop->Source()), paths.In(state_.stop->Description()));
     }
     result.record.error = paths.In(result.record.error);
     result.record.databasePath = paths.In(result.record.databasePath);
@@ -181,8 +199,9 @@ class PreviewRun {
   RunState state_;
   ProtectedFiles protectedFiles_{files_, state_.settings, context_.programFolder};
   SyncLog log_{files_, state_.settings, protectedFiles_};
-  std::unique_ptr<UserInterface> ui_ = MakeSilentUserInterface();
-  DeviceHooks hooks_{[this](const std::string& line) { log_.WriteLogLine(line, false); }, [] {}, [] {}, [] {}};
+  std::unique_ptr<UserInterface> ui_;
+  DeviceHooks hooks_{[this](const std::string& line) { log_.WriteLogLine(line, false); }, [] {}, [] {},
+                     [this] { ui_->ProcessMessages(); }, [this] { return ui_->Closed(); }};
   modWinCERAPIConnectionHandler connection_{handheld_, hooks_, context_.handheldWait};
   modWinCEFileManagement deviceFiles_{handheld_, connection_, files_, hooks_};
   std::unique_ptr<DatabaseProvider> databases_ = MakeDatabaseEngine(files_);
@@ -210,6 +229,7 @@ PreviewResult Stopped(const Error& error) {
   result.status = ExitStatus::Stopped;
   result.record.status = static_cast<int>(result.status);
   result.record.error = error.Description();
+  result.stop = error;
   return result;
 }
 

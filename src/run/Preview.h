@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Error.h"
 #include "config/SettingsStore.h"
 #include "device/Rapi.h"
 #include "history/Change.h"
@@ -15,6 +16,7 @@
 #include "run/RunState.h"
 #include "sync/RunMode.h"
 #include "sync/Tables.h"
+#include "ui/UserInterface.h"
 
 namespace mv {
 
@@ -30,6 +32,8 @@ struct PreviewContext {
   std::function<std::optional<std::string>(const std::string& devicePath)> localDeviceFile = {};
   /// A folder in which the preview makes, and takes away, one of its own.
   std::string temporaryFolder;
+  /// Whose messages are handled meanwhile, and whose closing stops the preview; null where there is none.
+  UserInterface* waiting = nullptr;
 };
 
 struct PreviewRequest {
@@ -37,10 +41,12 @@ struct PreviewRequest {
   std::vector<SyncTable> tables;
 };
 
-/// What the run would do. `record` and `changes` are as its entry in the history would have them; an error that stops
-/// the run stands in the record. Paths in texts are those of the run, not those of the copy.
+/// What the run would do. `record` and `changes` are as its entry in the history would have them. Paths in texts are
+/// those of the run, not those of the copy.
 struct PreviewResult {
   ExitStatus status = ExitStatus::Success;
+  std::optional<Error> stop;       ///< what stopped it
+  std::optional<Error> objection;  ///< what keeps a run from beginning that is done on a copy first (run/Rehearsal.h)
   history::RunRecord record;
   std::vector<history::Change> changes;
   std::vector<std::string> told;  ///< what a silent run would have said on standard error

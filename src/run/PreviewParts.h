@@ -7,6 +7,7 @@
 #include "config/SettingsStore.h"
 #include "device/Rapi.h"
 #include "platform/ForwardingFileSystem.h"
+#include "ui/UserInterface.h"
 
 /// What stands between a preview and everything that it must leave alone.
 namespace mv {
@@ -89,6 +90,19 @@ class ReadOnlySettings : public SettingsStore {
 
  private:
   SettingsStore& settings_;
+};
+
+/// A window that waits: nothing is shown on it and nothing asked, but it stays alive and can be closed.
+class WaitingUserInterface : public SilentUserInterface {
+ public:
+  /// `window` must outlive this object.
+  explicit WaitingUserInterface(UserInterface& window) : window_(window) {}
+
+  void ProcessMessages() override { window_.ProcessMessages(); }
+  bool Closed() const override { return window_.Closed(); }
+
+ private:
+  UserInterface& window_;
 };
 
 }  // namespace mv

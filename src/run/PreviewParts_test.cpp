@@ -7,6 +7,7 @@
 #include "support/FakeRapi.h"
 #include "support/MemoryFileSystem.h"
 #include "support/RecordingSettings.h"
+#include "support/RecordingUi.h"
 
 namespace mv {
 namespace {
@@ -87,6 +88,19 @@ TEST(ReadOnlySettingsTest, SettingsAreReadAndNothingIsSaved) {
   EXPECT_EQ(settings.GetSetting("Motorva32", "PPC_Mobile", "SyncMode"), "2");
   settings.SaveSetting("Motorva32", "PPC_Mobile", "LastSync", "now");
   EXPECT_EQ(inner.Stored("PPC_Mobile", "LastSync"), std::nullopt);
+}
+
+TEST(WaitingUserInterfaceTest, TheWindowStaysAliveAndShowsNothing) {
+  testing::RecordingUi window;
+  WaitingUserInterface ui(window);
+  ui.SetStatus("x");
+  ui.AddProgressLine("x");
+  EXPECT_EQ(ui.ShowMessage("x", "", MessageButtons::RetryCancel, MessageIcon::None), MessageAnswer::Cancel);
+  ui.ProcessMessages();
+  EXPECT_EQ(window.calls, (std::vector<std::string>{"messages"}));
+  EXPECT_FALSE(ui.Closed());
+  window.closed = true;
+  EXPECT_TRUE(ui.Closed());
 }
 
 }  // namespace

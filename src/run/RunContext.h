@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "config/SettingsStore.h"
@@ -14,6 +15,7 @@
 #include "platform/Shell.h"
 #include "platform/System.h"
 #include "recordset/Connection.h"
+#include "run/Preview.h"
 #include "run/RunState.h"
 #include "run/SyncLog.h"
 #include "ui/UserInterface.h"
@@ -50,6 +52,8 @@ struct RunContext {
   /// The database whose history knows the earlier runs, where it is not the run's own: a preview has a copy. Else
   /// empty.
   std::string earlierRunsOf = {};
+  /// Does the run on a copy and changes nothing; null where that is itself such a copy.
+  std::function<PreviewResult(std::span<const SyncTable>)> rehearse = {};
 };
 
 /// The current time as the log and the window show it.

@@ -8,6 +8,7 @@
 #include "recordset/Conversions.h"
 #include "run/DatabaseEngine.h"
 #include "run/JournalTexts.h"
+#include "run/Rehearsal.h"
 #include "run/RunTexts.h"
 #include "run/TablePaths.h"
 
@@ -135,6 +136,7 @@ void RunJournal::WarnOfLeftOverRestore() {
 
 void RunJournal::RequireSafeStart() {
   ModeOf(run_.state) == RunMode::OverwritePc ? RequireEmptyTablesBesides() : RequireFilledTables();
+  RequireGoodRehearsal(run_, tables_);
 }
 
 void RunJournal::RequireEmptyTablesBesides() {
@@ -317,7 +319,9 @@ void RunJournal::TakeLoss(const std::string& text) {
   Warn(text);
   if (!run_.state.safety.stopsOnMassLoss) return;
   RecordOf(current_).state = TableState::Held;
-  throw Failure(journal_texts::LossStop(text, ModeOf(run_.state)));
+  const bool isRehearsal = !run_.rehearse && NeedsRehearsal(run_);
+  throw Failure(isRehearsal ? journal_texts::RehearsalStop(text, ModeOf(run_.state))
+                            : journal_texts::LossStop(text, ModeOf(run_.state)));
 }
 
 void RunJournal::MergeFailed(const Error& error, Recordset& desktop) {
@@ -422,12 +426,7 @@ void RunJournal::Warn(const std::string& text) {
 }
 
 std::string RunJournal::FailedTables() const {
-  std::string text;
-  for (const history::TableRecord& table : record_.tables) {
-    if (table.state != TableState::NotRetrieved && table.state != TableState::NotReturned) continue;
-    text += (text.empty() ? "" : "; ") + journal_texts::FailedTable(table);
-  }
-  return text;
+  return journal_texts::FailedTables(record_);
 }
 
 template <typename Action>

@@ -2,8 +2,10 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 
+#include "base/Error.h"
 #include "config/Settings.h"
 #include "sync/RunMode.h"
 
@@ -27,6 +29,8 @@ struct RunState {
   std::string CurrentTableName;
   /// The local folder that table files are read from or written to at this moment.
   std::string CurrentPdbFolder;
+  /// What stopped the silent run; nothing when nothing did.
+  std::optional<Error> stop;
 };
 
 /// What RunState is filled with at start.

@@ -87,6 +87,7 @@ ExitStatus RunConnected(const RunContext& run, RunJournal& journal, Tables table
 
 ExitStatus ReportStop(const RunContext& run, RunJournal& journal, const Error& error) {
   const std::string& database = run.state.settings.DesktopDBPath;
+  run.state.stop = error;
   journal.End(ExitStatus::Stopped, &error);
   run.log.WriteLogLine(log_texts::StoppedBy(error, database), false);
   run.log.WriteLogLine(log_texts::StoppedAt(NowText(run)), false);

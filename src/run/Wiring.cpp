@@ -7,6 +7,7 @@
 #include "run/CurrentError.h"
 #include "run/DatabaseEngine.h"
 #include "run/InteractiveSync.h"
+#include "run/Preview.h"
 #include "run/RunTexts.h"
 #include "run/TableDriver.h"
 #include "run/Version.h"
@@ -82,8 +83,23 @@ UserInterface& Wiring::Ui() {
   return *noWindow_;
 }
 
+PreviewContext Wiring::ForRehearsal() {
+  return {patientFiles_,
+          clock_,
+          *settings_,
+          programFolder_,
+          *handheld_.rapi,
+          handheld_.wait,
+          run_.localDeviceFile,
+          platform::TemporaryFolder(),
+          &Ui()};
+}
+
 int Wiring::Run(std::ostream& errors) {
   run_.room = &files_;
+  run_.rehearse = [this](std::span<const SyncTable> tables) {
+    return RunPreview(ForRehearsal(), {ModeOf(state_), {tables.begin(), tables.end()}});
+  };
   run_.obstacles = [this] { return ObstaclesOf(handheld_); };
   run_.tell = [&errors](const std::string& line) { errors << line << '\n'; };
   const EntryContext entry{run_, invocation_, window_.get(), InitCommonControls, errors, interactive_.whyNoWindow};

@@ -27,6 +27,7 @@ class Wiring {
   InteractiveUi MakeInteractiveUi();
   std::unique_ptr<frmMain> MakeWindow();
   UserInterface& Ui();
+  PreviewContext ForRehearsal();
 
   Invocation invocation_;
   platform::SystemClock clock_;

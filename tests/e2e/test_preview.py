@@ -9,7 +9,8 @@ import unittest
 
 from . import merge, pdbfile
 from .history import MODES, HistoryWorld, holding, new_world
-from .world import KEYS, SILENT_TABLES
+from .test_sync import with_empty_template
+from .world import BIN, KEYS, SILENT_TABLES
 
 SEED = int(os.environ.get("MV_SEED", "20240517"))
 
@@ -142,6 +143,8 @@ class Warnings(unittest.TestCase):
             tables[table] = (columns, rows)
             self.world.write_table(table, merge.fields_of(columns), [pdbfile.Record(row) for row in rows])
         self.world.create_database(tables)
+        with_empty_template(self.world, {table: (columns, [], []) for table, (columns, _) in tables.items()})
+        shutil.copy(BIN / "mvtool", self.world.program_folder / "mvtool")
 
     def delete_on_handheld(self, table, count):
         fields = merge.fields_of([(KEYS[table], "Text", 20), ("NM_ODO", "Long", 0)])
@@ -162,6 +165,35 @@ class Warnings(unittest.TestCase):
         self.assertEqual(self.world.desktop_rows("brnd_Fuel"), rows)
         self.assertEqual(self.world.read_table("brnd_Fuel"), file)
         self.assertEqual(self.world.database.read_bytes(), database)
+
+    def check_nothing_changed_by_overwrite_pc(self, why):
+        """Neither by the run nor by its preview, which says the same."""
+        database, tables = self.world.database.read_bytes(), self.world.handheld_files()
+        told = self.world.mvtool("preview", "--mode", "2")
+        done = self.world.run(merge.OVERWRITE_PC)
+        self.assertEqual((told.returncode, done.returncode), (2, 2), done.stderr)
+        self.assertEqual(done.stderr.splitlines()[-1], told.stderr.splitlines()[-1])
+        self.assertTrue(done.stderr.startswith(f"MVPPCSync: stopped: {why}: nothing was changed, "), done.stderr)
+        self.assertTrue(self.world.database.read_bytes() == database)
+        self.assertTrue(self.world.handheld_files() == tables)
+        self.assertEqual([f.name for f in self.world.files() if "BACKUP" in f.name or "unfilled" in f.name], [])
+        self.assertEqual(list((self.world.folder / "tmp").iterdir()), [])
+        self.assertEqual(self.world.record()["status"], 2)
+
+    def test_an_overwrite_pc_with_a_mass_loss_does_not_begin_when_the_settings_ask(self):
+        self.delete_on_handheld("brnd_Fuel", 19)
+        self.world.add_settings(Safety={"OnMassLoss": "stop"})
+        self.check_nothing_changed_by_overwrite_pc("brnd_Fuel: the PC loses 19 of 20 rows")
+
+    def test_an_overwrite_pc_that_cannot_take_a_table_does_not_begin_when_the_settings_ask(self):
+        self.world.add_settings(Safety={"OnMassLoss": "stop"})
+        (self.world.tables / "brnd_Fuel.pdb").rename(self.world.folder / "away")
+        self.check_nothing_changed_by_overwrite_pc("brnd_Fuel not fetched (code 1)")
+        (self.world.tables / "brnd_Fuel.pdb").write_bytes((self.world.folder / "away").read_bytes()[:200])
+        self.check_nothing_changed_by_overwrite_pc("Error 9: Subscript out of range")
+        (self.world.folder / "away").rename(self.world.tables / "brnd_Fuel.pdb")
+        done = self.world.run(merge.OVERWRITE_PC)
+        self.assertEqual((done.returncode, len(self.world.desktop_rows("brnd_Fuel"))), (0, 20), done.stderr)
 
     def test_a_mass_loss_is_a_warning_else(self):
         self.delete_on_handheld("brnd_Fuel", 19)

@@ -30,6 +30,8 @@ class FakeDatabase : public DatabaseProvider {
   std::vector<std::string> calls;
   /// How often Rest was called.
   int rests = 0;
+  /// What WritesInPlace answers.
+  bool writesInPlace = false;
   /// Runs at the start of each Commit.
   std::function<void()> onCommit;
   /// Errors that the next calls raise.
@@ -43,6 +45,7 @@ class FakeDatabase : public DatabaseProvider {
     return std::make_unique<FakeConnection>(*this);
   }
   void Rest() override { ++rests; }
+  bool WritesInPlace() const override { return writesInPlace; }
 
  private:
   class FakeConnection;
