@@ -4,6 +4,8 @@
 // After windows.h, which it needs.
 #include <commctrl.h>
 
+#include <chrono>
+
 #include "ui/win32/MainView.h"
 
 namespace mv {
@@ -14,6 +16,9 @@ class WindowsSilentUserInterface : public SilentUserInterface {
   void SetHourglass(bool on) override { ::SetCursor(::LoadCursorW(nullptr, on ? IDC_WAIT : IDC_ARROW)); }
 
   void ProcessMessages() override {
+    const auto now = std::chrono::steady_clock::now();
+    if (now < nextMessages_) return;
+    nextMessages_ = now + kMessageTime;
     MSG message = {};
     while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
       if (message.message == WM_QUIT) {
@@ -25,6 +30,12 @@ class WindowsSilentUserInterface : public SilentUserInterface {
       ::DispatchMessageW(&message);
     }
   }
+
+ private:
+  /// A merge asks after each row, and looking takes longer than a row.
+  static constexpr std::chrono::milliseconds kMessageTime{10};
+
+  std::chrono::steady_clock::time_point nextMessages_;
 };
 
 class Win32Toolkit : public Toolkit {

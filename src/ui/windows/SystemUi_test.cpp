@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <chrono>
+
 namespace mv {
 namespace {
 
@@ -13,11 +15,20 @@ bool MessageIsWaiting() {
 
 TEST(SilentUserInterfaceTest, PendingMessagesRun) {
   const auto ui = MakeSilentUserInterface();
-  ui->ProcessMessages();
+  EXPECT_FALSE(MessageIsWaiting()) << "asking gives the thread its queue";
   for (int i = 0; i < 3; ++i) ASSERT_TRUE(::PostThreadMessageW(::GetCurrentThreadId(), WM_APP, 0, 0));
   EXPECT_TRUE(MessageIsWaiting());
   ui->ProcessMessages();
   EXPECT_FALSE(MessageIsWaiting());
+}
+
+TEST(SilentUserInterfaceTest, MessagesAreLookedForAgainAfterAWhileOnly) {
+  const auto ui = MakeSilentUserInterface();
+  const auto began = std::chrono::steady_clock::now();
+  ui->ProcessMessages();
+  ASSERT_TRUE(::PostThreadMessageW(::GetCurrentThreadId(), WM_APP, 0, 0));
+  while (MessageIsWaiting()) ui->ProcessMessages();
+  EXPECT_GE(std::chrono::steady_clock::now() - began, std::chrono::milliseconds(10));
 }
 
 TEST(SilentUserInterfaceTest, ARequestToEndIsLeftForTheOuterLoop) {
