@@ -11,16 +11,17 @@ namespace mv::check {
 /// Builds index keys from the bytes in rows. A column's part is a start byte, 7F ascending or 80 descending, and the
 /// value big-endian so that keys compare as byte strings; null is 00 or FF alone.
 ///
-/// | type                     | value, ascending                                       | descending                |
-/// |--------------------------|--------------------------------------------------------|---------------------------|
-/// | Boolean                  | 00 true, FF false                                      | inverted                  |
-/// | Byte                     | as it is                                               | inverted                  |
-/// | Integer, Long, Currency  | top bit flipped                                        | inverted                  |
-/// | Single, Double, DateTime | negative: inverted, else top bit flipped               | inverted                  |
-/// | Binary, GUID             | groups of 8, each closed by 09, the last, filled with 0, by its number of bytes |
-/// inverted but 09 | | Decimal                  | FF, or 00 when negative; 16 bytes, inverted when negative | 16 bytes
-/// inverted      | | Text, Memo               | TextKeys.h                                             | inverted with
-/// its end 00, then 00 |
+/// | type                     | value, ascending                                     | descending              |
+/// |--------------------------|------------------------------------------------------|-------------------------|
+/// | Boolean                  | 00 true, FF false                                    | inverted                |
+/// | Byte                     | as it is                                             | inverted                |
+/// | Integer, Long, Currency  | top bit flipped                                      | inverted                |
+/// | Single, Double, DateTime | negative: inverted, else top bit flipped             | inverted                |
+/// | Binary, GUID             | groups of 8, the last filled up with 0; behind each  | inverted but 09         |
+/// |                          | 09, behind the last its number of bytes              |                         |
+/// | Decimal                  | FF, negative 00; 16 bytes, inverted when negative    | 16 bytes inverted       |
+/// | Text, Memo               | TextKeys.h                                           | inverted, with its end  |
+/// |                          |                                                      | 00; then 00             |
 class KeyBuilder {
  public:
   /// Engines differ in two points, for which there is no telling who is right: whether letters such as the sharp s

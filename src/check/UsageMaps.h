@@ -11,9 +11,10 @@ namespace mv::check {
 
 /// Usage maps: sets of pages. A map is a row of a data page that belongs to maps only.
 ///
-///   kind 0: u8 0, u32 first page S (a multiple of 8, except from some other writers), bits: bit k, lowest of the first
-///   byte first, is page S + k kind 1: u8 1, u32 numbers of bit pages, 0 = none; the i-th has the bits of pages 32736 i
-///   and up. 69 bytes bit page: 05 01 00 00, then 4092 bytes of bits
+///   kind 0    u8 0, u32 first page S (a multiple of 8, except from some other writers), bits: bit k, lowest of the
+///             first byte first, is page S + k
+///   kind 1    69 bytes: u8 1, u32 numbers of bit pages, 0 = none; the i-th has the bits of pages 32736 i and up
+///   bit page  05 01 00 00, then 4092 bytes of bits
 class UsageMaps {
  public:
   explicit UsageMaps(Context& context);

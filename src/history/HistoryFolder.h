@@ -21,7 +21,7 @@ namespace mv::history {
 ///   handheld\brnd_Fuel.pdb  the handheld's table files as they were fetched
 ///   result\brnd_Fuel.pdb    the table files that were to go back
 ///   run.json                RunRecord
-///   changes.jsonl           what happened to each row (see ChangeReport.h)
+///   changes.jsonl           what happened to each row (see Change.h)
 ///
 /// An entry may be read by nobody who may not read the database.
 class HistoryFolder {
