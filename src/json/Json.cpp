@@ -22,7 +22,20 @@ constexpr std::size_t kMostShown = 60;
                 message);
 }
 
+/// Few enough to compare each name with each other one.
+constexpr std::size_t kFewMembers = 16;
+
+bool HasRepeatedName(const Json::Object& members) {
+  for (std::size_t i = 1; i < members.size(); ++i) {
+    for (std::size_t j = 0; j < i; ++j) {
+      if (members[i].name == members[j].name) return true;
+    }
+  }
+  return false;
+}
+
 void RefuseRepeatedNames(const Json::Object& members) {
+  if (members.size() <= kFewMembers && !HasRepeatedName(members)) return;
   std::vector<const Json::Member*> sorted;
   sorted.reserve(members.size());
   for (const Json::Member& member : members) sorted.push_back(&member);
@@ -85,12 +98,18 @@ class Reader : public Library::json_sax_t {
   bool string(std::string& value) override { return AddScalar(std::move(value)); }
   /// Other formats than JSON have such values.
   bool binary(Library::binary_t&) override { return false; }
-  bool start_object(std::size_t) override { return Open(Json::Object()); }
+  bool start_object(std::size_t) override {
+    Json::Object members;
+    members.reserve(usualMembers_);
+    return Open(std::move(members));
+  }
   bool start_array(std::size_t) override { return Open(Json::Array()); }
   bool end_array() override { return Close(); }
 
   bool end_object() override {
-    RefuseRepeatedNames(std::get<Json::Object>(open_.back().content));
+    const auto& members = std::get<Json::Object>(open_.back().content);
+    RefuseRepeatedNames(members);
+    usualMembers_ = members.size();
     return Close();
   }
 
@@ -195,6 +214,7 @@ class Reader : public Library::json_sax_t {
   std::size_t counted_ = 0;   ///< characters that position_ has counted
   JsonPosition position_;
   std::vector<Container> open_;
+  std::size_t usualMembers_ = 0;  ///< of the object that ended last; the next one mostly has as many
   Json root_;
 };
 
