@@ -270,8 +270,12 @@ void MakeDatabase(const std::string& database, ToolContext& context) {
   if (!context.files.FileExists(templatePath)) {
     throw Failure("there is no \"" + database + "\", and no template \"" + templatePath + "\" to make it of");
   }
-  context.files.CreateFolders(database.substr(0, FolderLength(database)));
-  context.files.CopyWhole(templatePath, database);
+  try {
+    context.files.CreateFolders(database.substr(0, FolderLength(database)));
+    context.files.CopyWhole(templatePath, database);
+  } catch (const Error& error) {
+    throw At("\"" + database + "\" cannot be made", error);
+  }
 }
 
 /// True when none of the thirteen tables has a row.

@@ -136,6 +136,14 @@ TEST_F(SetupCommandTest, ADatabaseWithoutAnEndingIsAFolderToBeMade) {
   EXPECT_EQ(Stored("PPC_Mobile", "DesktopDBPath"), "C:/Plain");
 }
 
+TEST_F(SetupCommandTest, ADatabaseThatCannotBeMadeIsNamed) {
+  files_.Put("C:\\file", {1});
+  EXPECT_EQ(Run({"setup", "--database", "C:\\file\\Motorva.db", "--root", "D:\\demo\\handheld", "--yes"}),
+            kOperationFailed);
+  EXPECT_TRUE(err_.starts_with("mvtool: \"C:/file/Motorva.db\" cannot be made: ")) << err_;
+  EXPECT_FALSE(files_.FileExists("C:\\config\\Motorva32.ini"));
+}
+
 // --- setup for the network: no handheld calls in tests, which is doctor's failure, status 2
 // ---------------------------
 
