@@ -92,10 +92,12 @@ bool HasEnding(const std::string& path) {
 /// Absolute, and the database in it where it names a folder. A name without an ending is that of a folder to be made.
 std::string DatabasePath(const platform::FileSystem& files, const std::string& text) {
   const bool endsAsFolder = text.ends_with('/') || text.ends_with('\\');
-  const std::string path = AbsolutePath(files, endsAsFolder ? text.substr(0, text.size() - 1) : text);
+  std::string path = AbsolutePath(files, text);
   const bool isFolder = files.FolderExists(path) || (!files.FileExists(path) && (endsAsFolder || !HasEnding(path)));
   if (!isFolder) return path;
-  return path + (path.find('\\') == std::string::npos ? "/" : "\\") + "Motorva.db";
+  const char separator = path.find('\\') == std::string::npos ? '/' : '\\';
+  if (!path.ends_with(separator)) path += separator;
+  return path + "Motorva.db";
 }
 
 /// The database of the settings, or one that lies where it would by default; empty where nothing speaks for a place.
