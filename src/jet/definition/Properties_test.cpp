@@ -100,7 +100,7 @@ TEST(Properties, ExpressionsBelongToTheirColumnOrToTheTable) {
 
 /// Description "D" of the table; Caption "N", Format ">" and Required of "name".
 const std::string kTexts =
-    "4D 52 32 00 | 45 00 00 00 80 00 | 16 00 \"Description\" | 10 00 \"Required\" | 0E 00 \"Caption\" | 0C 00 "
+    "4D 52 32 00 | 4E 00 00 00 80 00 | 16 00 \"Description\" | 10 00 \"Required\" | 0E 00 \"Caption\" | 0C 00 "
     "\"Format\""
     "16 00 00 00 00 00 | 06 00 00 00 00 00 | 0A 00 01 0A 00 00 02 00 \"D\""
     "31 00 00 00 01 00 | 0E 00 00 00 08 00 \"name\" | 09 00 01 01 01 00 01 00 01"
