@@ -27,12 +27,16 @@ HandheldTables::HandheldTables(Rapi& rapi, std::string folder, std::chrono::mill
     : rapi_(rapi), folder_(std::move(folder)), connection_(rapi, hooks_, wait) {}
 
 HandheldTables::~HandheldTables() {
-  connection_.DisconnectDevice();
+  Disconnect();
 }
 
 void HandheldTables::Connect() {
   connection_.ConnectDevice();
   if (!connection_.IsDeviceConnected()) throw Failure(kNoConnection);
+}
+
+void HandheldTables::Disconnect() {
+  connection_.DisconnectDevice();
 }
 
 std::optional<Bytes> HandheldTables::Fetch(const std::string& table) {

@@ -27,6 +27,8 @@ class HandheldTables {
 
   /// Failure when the handheld does not answer. A connection that is up stays.
   void Connect();
+  /// Ends a connection, so that somebody else may have one of the same handheld.
+  void Disconnect();
   /// The table's file; nothing when the handheld has none or an empty one. Failure, with the table, when there is one
   /// that cannot be fetched.
   std::optional<Bytes> Fetch(const std::string& table);

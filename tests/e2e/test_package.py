@@ -20,6 +20,8 @@ PACKAGE = pathlib.Path(os.environ.get("MV_PACKAGE", ROOT / "build" / "package"))
 VERSION = re.search(r"project\(MVPPCSync VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text("utf-8")).group(1)
 X86_BIN = ROOT / "build" / "windows-x86" / "bin"
 ARCHIVE = PACKAGE / f"MVPPCSync-{VERSION}-windows.zip"
+# What another builder's machine may be like.
+ELSEWHERE = {"TZ": "Pacific/Auckland", "LC_ALL": "C", "USER": "other", "LOGNAME": "other"}
 MACHINES = {"x86": 0x014C, "x64": 0x8664}
 GUI, CONSOLE = 2, 3
 
@@ -111,7 +113,7 @@ class Package(unittest.TestCase):
                 path.parent.mkdir(exist_ok=True)
                 path.write_bytes(content)
             subprocess.run([PACKAGING / "pack-zip", f"x64={folder}/x64", f"x86={folder}/x86", f"{folder}/out"], check=True,
-                           stdout=subprocess.DEVNULL)
+                           stdout=subprocess.DEVNULL, env=dict(os.environ, **ELSEWHERE), umask=0o077)
             again = pathlib.Path(folder, "out", ARCHIVE.name).read_bytes()
         self.assertEqual(hashlib.sha256(again).hexdigest(), hashlib.sha256(ARCHIVE.read_bytes()).hexdigest())
 
@@ -156,9 +158,9 @@ class Installer(unittest.TestCase):
         cls.setup = cls.pack("amd64-unicode")
 
     @classmethod
-    def pack(cls, target, out="out"):
+    def pack(cls, target, out="out", **options):
         said = subprocess.run([PACKAGING / "pack-installer", WINDOWS_BIN, X86_BIN, cls.folder / out, target], check=True,
-                              capture_output=True, text=True).stdout
+                              capture_output=True, text=True, **options).stdout
         return pathlib.Path(said.strip())
 
     def wine(self, *command):
@@ -185,7 +187,7 @@ class Installer(unittest.TestCase):
         self.assertLessEqual(struct.unpack_from("<HH", program, start + 24 + 48), (5, 1))
 
     def test_packing_again_gives_the_same_bytes(self):
-        again = self.pack("x86-unicode", "again")
+        again = self.pack("x86-unicode", "a longer name", env=dict(os.environ, **ELSEWHERE), umask=0o077)
         self.assertEqual(again.read_bytes(), self.shipped.read_bytes())
 
     def test_what_a_user_made_outlives_updates_and_the_uninstaller(self):
@@ -233,6 +235,87 @@ class Installer(unittest.TestCase):
 
             self.assertFalse(folder.exists())
             self.assertNotEqual(self.wine("reg", "query", autostart, "/v", "Brindle Software"), 0)
+
+
+class Release(unittest.TestCase):
+    """tools/release in small clones, whose packages are stand-ins: what it refuses, and what comes out of it."""
+
+    STAND_IN = """#!/bin/sh
+        set -eu
+        [ ! -e "$(dirname "$0")/broken" ] || exit 1
+        echo "$SOURCE_DATE_EPOCH $TZ $LC_ALL $(umask)" >"$1/$(basename "$0")"
+        """
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.clone = self.folder / "first"
+        for name in ("debian/build-deb", "windows/build-zip", "windows/build-installer"):
+            script = self.clone / "packaging" / name
+            script.parent.mkdir(parents=True, exist_ok=True)
+            script.write_text(self.STAND_IN, encoding="utf-8")
+            script.chmod(0o755)
+        (self.clone / "tools").mkdir()
+        shutil.copy(ROOT / "tools" / "release", self.clone / "tools")
+        shutil.copy(ROOT / ".gitignore", self.clone)
+        (self.clone / "CMakeLists.txt").write_text("project(MVPPCSync VERSION 2.3.4 LANGUAGES CXX)\n", encoding="utf-8")
+        self.git("init", "--quiet")
+        self.git("add", ".")
+        self.commit()
+        self.git("tag", "v2.3.4")
+        self.out = self.clone / "build" / "release" / "2.3.4"
+
+    def git(self, *words):
+        who = ["-c", "user.name=Kim", "-c", "user.email=kim@mvppcsync.example"]
+        subprocess.run(["git", *who, *words], cwd=self.clone, check=True, capture_output=True)
+
+    def commit(self):
+        self.git("commit", "--quiet", "--all", "--message=A change")
+
+    def release(self, *words, clone=None, **options):
+        return subprocess.run([(clone or self.clone) / "tools" / "release", *words], capture_output=True, text=True, **options)
+
+    def refused(self, *words):
+        done = self.release(*words)
+        self.assertNotEqual(done.returncode, 0)
+        return done.stderr
+
+    def test_two_clones_of_a_tag_give_the_same_files_whatever_their_surroundings(self):
+        other = self.folder / "the second, with a longer name"
+        subprocess.run(["git", "clone", "--quiet", self.clone, other], check=True)
+        for clone, options in (self.clone, {}), (other, {"env": dict(os.environ, **ELSEWHERE), "umask": 0o077}):
+            done = self.release("v2.3.4", clone=clone, **options)
+            self.assertEqual(done.returncode, 0, done.stderr)
+        again = other / "build" / "release" / "2.3.4"
+        self.assertEqual(sorted(f.name for f in self.out.iterdir()),
+                         ["MVPPCSync-2.3.4.tar.gz", "SHA256SUMS", "build-deb", "build-installer", "build-zip"])
+        self.assertEqual((self.out / "SHA256SUMS").read_text("ascii"), (again / "SHA256SUMS").read_text("ascii"))
+        subprocess.run(["sha256sum", "--check", "--quiet", "SHA256SUMS"], cwd=again, check=True)
+
+    def test_a_tag_that_is_none_is_named(self):
+        self.assertEqual(self.refused("v9"), 'release: there is no commit or tag "v9"\n')
+
+    def test_a_tag_that_is_not_the_version_is_refused(self):
+        self.git("tag", "v2.3.5")
+        self.assertIn('the tag "v2.3.5" is not the version, 2.3.4', self.refused("v2.3.5"))
+
+    def test_changes_that_are_not_committed_are_refused(self):
+        (self.clone / "new.txt").touch()
+        self.assertIn("changes that are not committed", self.refused())
+
+    def test_a_release_that_is_there_stays(self):
+        self.out.mkdir(parents=True)
+        (self.out / "mine").touch()
+        self.assertIn("is there already", self.refused("v2.3.4"))
+        self.assertEqual([f.name for f in self.out.iterdir()], ["mine"])
+
+    def test_one_that_cannot_be_made_whole_leaves_no_folder_of_its_name(self):
+        (self.clone / "packaging" / "windows" / "broken").touch()
+        self.git("add", ".")
+        self.commit()
+        self.refused()
+        self.assertFalse(self.out.exists())
 
 
 class LinuxCase(unittest.TestCase):
@@ -300,9 +383,10 @@ class DebianPackage(LinuxCase):
         cls.package = next(p for p in cls.packages if p.name.startswith(f"mvppcsync_{VERSION}_"))
 
     @classmethod
-    def pack(cls, out):
+    def pack(cls, out, environment=None, **options):
         said = subprocess.run([ROOT / "packaging" / "debian" / "pack-deb", BIN.parent, out], check=True,
-                              capture_output=True, text=True, env=dict(os.environ, SOURCE_DATE_EPOCH=cls.WHEN)).stdout
+                              capture_output=True, text=True,
+                              env=dict(os.environ, SOURCE_DATE_EPOCH=cls.WHEN, **(environment or {})), **options).stdout
         return [pathlib.Path(line) for line in said.splitlines()]
 
     def dpkg(self, *words):
@@ -353,7 +437,7 @@ class DebianPackage(LinuxCase):
         self.assertEqual((said.returncode, said.stdout), (0, ""))
 
     def test_packing_again_gives_the_same_bytes(self):
-        for first, again in zip(self.packages, self.pack(self.folder / "again")):
+        for first, again in zip(self.packages, self.pack(self.folder / "a longer name", ELSEWHERE, umask=0o077)):
             self.assertEqual(first.read_bytes(), again.read_bytes(), first.name)
 
     def test_nothing_in_it_tells_where_it_was_built(self):

@@ -29,6 +29,15 @@ constexpr std::size_t kEntryNameAt = 4;
 constexpr std::size_t kEntryValueSizeAt = 6;
 constexpr std::size_t kEntryHeader = 8;
 
+constexpr const char* kRequired = "Required";
+constexpr const char* kAllowZeroLength = "AllowZeroLength";
+constexpr const char* kDefaultValue = "DefaultValue";
+constexpr const char* kValidationRule = "ValidationRule";
+constexpr const char* kValidationText = "ValidationText";
+constexpr const char* kDescription = "Description";
+constexpr const char* kCaption = "Caption";
+constexpr const char* kFormat = "Format";
+
 /// Bytes of the list, every access checked.
 class PropertyReader {
  public:
@@ -106,22 +115,22 @@ Property ReadProperty(const PropertyReader& entry, const std::vector<std::string
 
 void Apply(const Property& property, ColumnRules& rules) {
   // True is 01 or FF, sometimes in four bytes.
-  if (property.IsBoolean("Required")) rules.required = property.value.AnyByteSet();
-  if (property.IsBoolean("AllowZeroLength")) rules.allowZeroLength = property.value.AnyByteSet();
-  if (property.IsText("DefaultValue")) rules.defaultValue = property.value.Text();
-  if (property.IsText("ValidationRule")) rules.validationRule = property.value.Text();
-  if (property.IsText("ValidationText")) rules.validationText = property.value.Text();
+  if (property.IsBoolean(kRequired)) rules.required = property.value.AnyByteSet();
+  if (property.IsBoolean(kAllowZeroLength)) rules.allowZeroLength = property.value.AnyByteSet();
+  if (property.IsText(kDefaultValue)) rules.defaultValue = property.value.Text();
+  if (property.IsText(kValidationRule)) rules.validationRule = property.value.Text();
+  if (property.IsText(kValidationText)) rules.validationText = property.value.Text();
 }
 
 void Apply(const Property& property, TableRules& rules) {
-  if (property.IsText("ValidationRule")) rules.validationRule = property.value.Text();
-  if (property.IsText("ValidationText")) rules.validationText = property.value.Text();
+  if (property.IsText(kValidationRule)) rules.validationRule = property.value.Text();
+  if (property.IsText(kValidationText)) rules.validationText = property.value.Text();
 }
 
-/// Null for a column that the table no longer has.
-ColumnRules* RulesOf(const std::string& column, const TableDefinition& table, TableRules& rules) {
-  const std::optional<std::size_t> position = table.PositionOf(column);
-  return position ? &rules.columns[*position] : nullptr;
+void Apply(const Property& property, DisplayTexts& texts) {
+  if (property.IsText(kDescription)) texts.description = property.value.Text();
+  if (property.IsText(kCaption)) texts.caption = property.value.Text();
+  if (property.IsText(kFormat)) texts.format = property.value.Text();
 }
 
 /// Hands the owner's name and each property of a block on to `apply`.
@@ -139,30 +148,153 @@ void VisitProperties(const PropertyReader& body, const std::vector<std::string>&
   }
 }
 
-}  // namespace
-
-TableRules RulesFromProperties(ByteView list, const TableDefinition& table) {
-  TableRules rules;
-  rules.columns.resize(table.columns.size());
-  if (list.empty()) return rules;
+/// Hands each property of a column that the table has, by its position, on to `applyToColumn`, and each of the table
+/// itself to `applyToTable`.
+template <typename ColumnVisitor, typename TableVisitor>
+void VisitList(ByteView list, const TableDefinition& table, ColumnVisitor applyToColumn, TableVisitor applyToTable) {
+  if (list.empty()) return;
   const PropertyReader reader(list, table.name);
   if (!reader.StartsWith(kMagic)) reader.Fail();
   std::vector<std::string> names;
-  const auto applyToColumn = [&](const std::string& column, const Property& property) {
-    if (ColumnRules* const columnRules = RulesOf(column, table, rules)) Apply(property, *columnRules);
+  const auto visitColumn = [&](const std::string& column, const Property& property) {
+    if (const auto position = table.PositionOf(column)) applyToColumn(*position, property);
   };
-  const auto applyToTable = [&](const std::string&, const Property& property) { Apply(property, rules); };
+  const auto visitTable = [&](const std::string&, const Property& property) { applyToTable(property); };
   for (std::size_t at = kMagic.size(); at < reader.Size();) {
     const std::size_t size = reader.Number<std::uint32_t>(at + kBlockSizeAt);
     const auto kind = reader.Number<std::uint16_t>(at + kBlockKindAt);
     if (size < kBlockHeader) reader.Fail();
     const PropertyReader body = reader.Part(at, size).Part(kBlockHeader, size - kBlockHeader);
     if (kind == kNamesBlock) names = ReadNames(body);
-    if (kind == kTableBlock) VisitProperties(body, names, applyToTable);
-    if (kind == kColumnBlock) VisitProperties(body, names, applyToColumn);
+    if (kind == kTableBlock) VisitProperties(body, names, visitTable);
+    if (kind == kColumnBlock) VisitProperties(body, names, visitColumn);
     at += size;
   }
+}
+
+/// Puts a list together block by block.
+class PropertyWriter {
+ public:
+  void Add(const char* name, ColumnType type, const Bytes& value) {
+    if (value.size() > kLongestValue) {
+      throw ConstraintError(std::string("The property ") + name + " is longer than a property list can hold.");
+    }
+    AppendLittle(block_, static_cast<std::uint16_t>(kEntryHeader + value.size()));
+    block_.push_back(kOfDefinition);
+    block_.push_back(static_cast<std::uint8_t>(type));
+    AppendLittle(block_, NumberOf(name));
+    AppendLittle(block_, static_cast<std::uint16_t>(value.size()));
+    block_.insert(block_.end(), value.begin(), value.end());
+  }
+  void AddText(const char* name, ColumnType type, const std::string& text) {
+    if (!text.empty()) Add(name, type, Utf16BytesOf(text));
+  }
+
+  /// Closes the block of what was added since the last one, if anything was.
+  void EndBlock(std::uint16_t kind, const std::string& owner) {
+    if (block_.empty()) return;
+    const Bytes name = Utf16BytesOf(owner);
+    Bytes body;
+    AppendLittle(body, static_cast<std::uint32_t>(kOwnerNameAt + 2 + name.size()));
+    AppendCounted(body, name);
+    body.insert(body.end(), block_.begin(), block_.end());
+    AppendBlock(blocks_, kind, body);
+    block_.clear();
+  }
+
+  Bytes Result() const {
+    if (blocks_.empty()) return {};
+    Bytes names;
+    for (const std::string& name : names_) AppendCounted(names, Utf16BytesOf(name));
+    Bytes list(kMagic.begin(), kMagic.end());
+    AppendBlock(list, kNamesBlock, names);
+    list.insert(list.end(), blocks_.begin(), blocks_.end());
+    return list;
+  }
+
+ private:
+  static constexpr std::uint8_t kOfDefinition = 1;
+  /// The entry that holds it has its size in 16 bits.
+  static constexpr std::size_t kLongestValue = 0xFFFF - kEntryHeader;
+
+  template <std::unsigned_integral T>
+  static void AppendLittle(Bytes& bytes, T number) {
+    bytes.resize(bytes.size() + sizeof(T));
+    StoreLittle(bytes.data() + bytes.size() - sizeof(T), number);
+  }
+  static Bytes Utf16BytesOf(const std::string& text) {
+    Bytes bytes;
+    for (const char16_t unit : Utf16FromUtf8(text)) AppendLittle(bytes, static_cast<std::uint16_t>(unit));
+    return bytes;
+  }
+  static void AppendCounted(Bytes& bytes, const Bytes& name) {
+    AppendLittle(bytes, static_cast<std::uint16_t>(name.size()));
+    bytes.insert(bytes.end(), name.begin(), name.end());
+  }
+  static void AppendBlock(Bytes& bytes, std::uint16_t kind, const Bytes& body) {
+    AppendLittle(bytes, static_cast<std::uint32_t>(kBlockHeader + body.size()));
+    AppendLittle(bytes, kind);
+    bytes.insert(bytes.end(), body.begin(), body.end());
+  }
+  /// Names are numbered as they appear first.
+  std::uint16_t NumberOf(const char* name) {
+    const auto found = std::find(names_.begin(), names_.end(), name);
+    const auto number = static_cast<std::uint16_t>(found - names_.begin());
+    if (found == names_.end()) names_.emplace_back(name);
+    return number;
+  }
+
+  std::vector<std::string> names_;
+  Bytes blocks_;
+  Bytes block_;  ///< entries of the one that is open
+};
+
+void AddTexts(PropertyWriter& writer, const DisplayTexts& texts) {
+  writer.AddText(kDescription, ColumnType::Text, texts.description);
+  writer.AddText(kCaption, ColumnType::Text, texts.caption);
+  writer.AddText(kFormat, ColumnType::Text, texts.format);
+}
+
+void AddRules(PropertyWriter& writer, const ColumnRules& rules) {
+  if (rules.required) writer.Add(kRequired, ColumnType::Boolean, {1});
+  if (!rules.allowZeroLength) writer.Add(kAllowZeroLength, ColumnType::Boolean, {0});
+  writer.AddText(kDefaultValue, ColumnType::Memo, rules.defaultValue);
+  writer.AddText(kValidationRule, ColumnType::Memo, rules.validationRule);
+  writer.AddText(kValidationText, ColumnType::Text, rules.validationText);
+}
+
+}  // namespace
+
+TableRules RulesFromProperties(ByteView list, const TableDefinition& table) {
+  TableRules rules;
+  rules.columns.resize(table.columns.size());
+  VisitList(
+      list, table, [&](std::size_t column, const Property& property) { Apply(property, rules.columns[column]); },
+      [&](const Property& property) { Apply(property, rules); });
   return rules;
+}
+
+TableProperties PropertiesFromList(ByteView list, const TableDefinition& table) {
+  TableProperties properties{.rules = RulesFromProperties(list, table), .texts = {}, .columns = {}};
+  properties.columns.resize(table.columns.size());
+  VisitList(
+      list, table, [&](std::size_t column, const Property& property) { Apply(property, properties.columns[column]); },
+      [&](const Property& property) { Apply(property, properties.texts); });
+  return properties;
+}
+
+Bytes ListFromProperties(const TableProperties& properties, std::span<const std::string> columns) {
+  PropertyWriter writer;
+  writer.AddText(kValidationRule, ColumnType::Memo, properties.rules.validationRule);
+  writer.AddText(kValidationText, ColumnType::Text, properties.rules.validationText);
+  AddTexts(writer, properties.texts);
+  writer.EndBlock(kTableBlock, {});
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    AddRules(writer, properties.RulesOf(i));
+    AddTexts(writer, properties.TextsOf(i));
+    writer.EndBlock(kColumnBlock, columns[i]);
+  }
+  return writer.Result();
 }
 
 }  // namespace mv::jet

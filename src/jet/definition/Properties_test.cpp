@@ -98,6 +98,78 @@ TEST(Properties, ExpressionsBelongToTheirColumnOrToTheTable) {
   EXPECT_EQ(rules.validationText, "");
 }
 
+/// Description "D" of the table; Caption "N", Format ">" and Required of "name".
+const std::string kTexts =
+    "4D 52 32 00 | 4E 00 00 00 80 00 | 16 00 \"Description\" | 10 00 \"Required\" | 0E 00 \"Caption\" | 0C 00 "
+    "\"Format\""
+    "16 00 00 00 00 00 | 06 00 00 00 00 00 | 0A 00 01 0A 00 00 02 00 \"D\""
+    "31 00 00 00 01 00 | 0E 00 00 00 08 00 \"name\" | 09 00 01 01 01 00 01 00 01"
+    "0A 00 01 0A 02 00 02 00 \"N\" | 0A 00 01 0A 03 00 02 00 \">\"";
+
+TEST(Properties, TextsForDisplayBelongToTheirColumnOrToTheTable) {
+  const TableProperties properties = PropertiesFromList(FromHex(kTexts), Users());
+  EXPECT_EQ(properties.texts, (DisplayTexts{.description = "D"}));
+  EXPECT_EQ(properties.columns[0], DisplayTexts());
+  EXPECT_EQ(properties.columns[1], (DisplayTexts{.caption = "N", .format = ">"}));
+  EXPECT_TRUE(properties.rules.columns[1].required);
+}
+
+TEST(Properties, AListIsWrittenAsItWasRead) {
+  const std::vector<std::string> names = {"id", "name", "email"};
+  for (const std::string& text : {kTexts, kRequired}) {
+    const Bytes list = FromHex(text);
+    EXPECT_EQ(ListFromProperties(PropertiesFromList(list, Users()), names), list);
+  }
+}
+
+TEST(Properties, AListIsWrittenOnlyForWhatDiffersFromTheDefaults) {
+  const std::vector<std::string> names = {"id", "name", "email"};
+  EXPECT_EQ(ListFromProperties({}, names), Bytes());
+  EXPECT_EQ(ListFromProperties(PropertiesFromList({}, Users()), names), Bytes());
+}
+
+TEST(Properties, EveryPropertyThatIsWrittenIsReadAgain) {
+  const std::vector<std::string> names = {"id", "name", "email"};
+  TableProperties properties;
+  properties.rules.validationRule = "[id]>1";
+  properties.rules.validationText = "Zo\u00e9";
+  properties.texts.description = "\U0001F697";
+  properties.rules.columns.resize(3);
+  properties.rules.columns[2] = {.required = true,
+                                 .allowZeroLength = false,
+                                 .defaultValue = "\"x\"",
+                                 .validationRule = "Is Not Null",
+                                 .validationText = "no"};
+  properties.columns.resize(3);
+  properties.columns[0] = {.description = "d", .caption = "c", .format = "f"};
+  const TableProperties again = PropertiesFromList(ListFromProperties(properties, names), Users());
+  EXPECT_TRUE(again.rules.columns[2].required);
+  EXPECT_FALSE(again.rules.columns[2].allowZeroLength);
+  EXPECT_EQ(again.rules.columns[2].defaultValue, "\"x\"");
+  EXPECT_EQ(again.rules.columns[2].validationRule, "Is Not Null");
+  EXPECT_EQ(again.rules.columns[2].validationText, "no");
+  EXPECT_FALSE(again.rules.columns[1].required);
+  EXPECT_EQ(again.rules.validationRule, properties.rules.validationRule);
+  EXPECT_EQ(again.rules.validationText, properties.rules.validationText);
+  EXPECT_EQ(again.texts, properties.texts);
+  EXPECT_EQ(again.columns, properties.columns);
+}
+
+TEST(Properties, ATextThatIsTooLongForAListIsRefused) {
+  TableProperties properties;
+  properties.texts.description = std::string(32763, 'x');
+  EXPECT_NO_THROW(ListFromProperties(properties, {}));
+  properties.texts.description += 'x';
+  EXPECT_EQ(ErrorOf([&] { ListFromProperties(properties, {}); }).Number(), errors::kJetConstraint);
+}
+
+TEST(Properties, WhoNeedsTheRulesAloneIsNotStoppedByATextOfOddLength) {
+  Bytes list = FromHex(kTexts);
+  list[list.size() - 4] = 1;  // the last value's length
+  EXPECT_TRUE(RulesFromProperties(list, Users()).columns[1].required);
+  EXPECT_EQ(ErrorOf([&] { PropertiesFromList(list, Users()); }).Number(), errors::kJetGeneral);
+}
+
 TEST(Properties, PropertiesOfADeletedColumnAreIgnored) {
   TableDefinition table = Users();
   table.columns.pop_back();

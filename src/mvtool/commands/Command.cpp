@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <exception>
 #include <ostream>
 
@@ -17,7 +18,20 @@ constexpr std::string_view kClosing =
     "\"mvtool COMMAND --help\" explains one. Exit status: 0 done, 1 failed, 2 misuse.\n";
 
 constexpr std::size_t kNameColumn = 10;     ///< where the names of commands begin
-constexpr std::size_t kSummaryColumn = 20;  ///< where their summaries begin
+constexpr std::size_t kSummaryColumn = 26;  ///< where their summaries begin
+
+/// Two commands, one after the other, that share a line of the help: a terminal of 24 lines has no room for one each.
+struct SharedLine {
+  std::string_view first;
+  std::string_view second;
+  std::string_view summary;
+};
+
+constexpr std::array kSharedLines = {
+    SharedLine{"export", "import", "writes all tables as CSV; adds or updates rows from it"},
+    SharedLine{"create", "make", "makes a database from JSON, a table file from lines"},
+    SharedLine{"encode", "decode", "encodes (\"encrypts\") a database, makes it plain again"},
+};
 
 bool AsksForHelp(std::string_view word) {
   return word == "--help" || word == "-h";
@@ -27,16 +41,20 @@ void PrintHelp(const Command& command, std::ostream& out) {
   out << command.rules.synopsis << '\n' << command.help;
 }
 
-/// A line a command; the first one of a group has the group's name before it.
+/// A line for a command, or for the two that share it; the first one of a group has the group's name before it.
 void PrintSummaries(std::ostream& out) {
   std::string_view lastGroup;
   for (const Command& command : Commands()) {
+    if (std::ranges::find(kSharedLines, command.name, &SharedLine::second) != kSharedLines.end()) continue;
+    const auto shared = std::ranges::find(kSharedLines, command.name, &SharedLine::first);
+    const bool isShared = shared != kSharedLines.end();
     const std::string_view group = NameOf(command.group);
     std::string line(group == lastGroup ? std::string_view() : group);
     line.resize(kNameColumn, ' ');
     line += command.name;
+    if (isShared) line.append(", ").append(shared->second);
     line.resize(kSummaryColumn, ' ');
-    out << line << command.summary << '\n';
+    out << line << (isShared ? shared->summary : command.summary) << '\n';
     lastGroup = group;
   }
 }

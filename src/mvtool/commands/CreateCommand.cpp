@@ -26,6 +26,9 @@ constexpr std::string_view kHelp =
     "  \"scale\" go with Decimal. An index may be \"primary\", \"unique\", \"required\",\n"
     "  \"ignoreNulls\"; a column of it may be {\"name\":\"X\",\"descending\":true}. Indexes\n"
     "  and rows may be left out; values are written as \"show\" prints them.\n"
+    "  A column may have \"required\", \"allowZeroLength\", \"defaultValue\",\n"
+    "  \"validationRule\", \"validationText\", \"description\", \"caption\" and \"format\",\n"
+    "  a table \"validationRule\", \"validationText\" and \"description\".\n"
     "  Relations may be left out, and so may their \"onUpdate\" and \"onDelete\" (which\n"
     "  may be \"setNull\", too).\n"
     "    --force  replaces an existing file\n";

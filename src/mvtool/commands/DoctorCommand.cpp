@@ -48,8 +48,16 @@ HandheldReport AskHandheld(UserSetup& setup, ToolContext& context) {
   }
 }
 
+/// Why a run would end with another status than success.
+std::string ReasonOf(const PreviewResult& result) {
+  if (!result.record.error.empty()) return result.record.error;
+  return result.status == ExitStatus::NoHandheld ? "the handheld does not answer a second time" : "a table would fail";
+}
+
 /// What the next run would do, as far as nothing else has said it.
 Diagnoses DiagnoseNextRun(UserSetup& setup, const Diagnoses& known) {
+  // It makes a connection of its own.
+  setup.Handheld().Disconnect();
   const PreviewResult result = RunPreview(setup.ForPreview(), {{}, {kSilentTables.begin(), kSilentTables.end()}});
   Diagnoses diagnoses;
   for (const std::string& warning : result.record.warnings) {
@@ -61,10 +69,9 @@ Diagnoses DiagnoseNextRun(UserSetup& setup, const Diagnoses& known) {
     const char* const how = diagnoses.empty() ? " would go well" : " would take every table, with these warnings";
     diagnoses.push_back(Well("next run", result.record.modeName + how));
   } else {
-    const std::string why = result.record.error.empty() ? "a table would fail" : result.record.error;
-    diagnoses.push_back(
-        Broken("next run", "it would end with status " + std::to_string(static_cast<int>(result.status)) + ": " + why,
-               "\"mvtool preview\" shows all"));
+    const std::string status = std::to_string(static_cast<int>(result.status));
+    diagnoses.push_back(Broken("next run", "it would end with status " + status + ": " + ReasonOf(result),
+                               "\"mvtool preview\" shows all"));
   }
   return diagnoses;
 }

@@ -7,6 +7,7 @@
 #include "mvtool/commands/Command.h"
 #include "mvtool/files/FileKind.h"
 #include "mvtool/files/OtherObjects.h"
+#include "mvtool/files/PropertiesOf.h"
 #include "mvtool/files/RelationList.h"
 #include "mvtool/files/ToolErrors.h"
 #include "mvtool/text/RecordJson.h"
@@ -22,23 +23,30 @@ constexpr std::string_view kSql = "--sql";
 constexpr std::string_view kJson = "--json";
 
 constexpr std::string_view kHelp =
-    "  Prints what a database is made of, without its rows: tables, columns, indexes\n"
-    "  and relations as the JSON that \"create\" takes. Of a table file it prints the\n"
-    "  first line that \"make\" takes. Queries, linked tables and relations that are\n"
-    "  not enforced are named on standard error and left out.\n"
+    "  Prints what a database is made of, without its rows: tables, columns and their\n"
+    "  properties, indexes and relations as the JSON that \"create\" takes. Of a table\n"
+    "  file it prints the first line that \"make\" takes. Queries, linked tables and\n"
+    "  relations that are not enforced are named on standard error and left out.\n"
     "    --json  as JSON; so it is without options\n"
-    "    --sql   as the statements that make it, in the SQL of the Jet provider\n";
+    "    --sql   as the statements that make it, in the SQL of the Jet provider; what\n"
+    "            has no place in them stands in lines that start with \"-- \"\n";
+
+struct TableDesign {
+  jet::TableSpec spec;
+  jet::TableProperties properties;
+};
 
 /// What a database is made of.
 struct Design {
-  std::vector<jet::TableSpec> tables;
+  std::vector<TableDesign> tables;
   std::vector<jet::RelationSpec> relations;
 };
 
 Design DesignOf(jet::Database& database, std::ostream& err) {
   Design design;
   for (const jet::CatalogObject& table : UserTables(database)) {
-    design.tables.push_back(SpecOf(database.OpenTable(table.name).Definition()));
+    const jet::TableDefinition& definition = database.OpenTable(table.name).Definition();
+    design.tables.push_back({SpecOf(definition), PropertiesOf(database, definition, err)});
   }
   ReportOtherObjects(database, OtherObjects::RowSources, "not in the schema:", err);
   for (ListedRelation& relation : RelationsOf(database)) {
@@ -55,9 +63,9 @@ void PrintJson(const Design& design, std::ostream& out) {
   const char* separator = "\n";
   JsonWriter writer;
   out << "{\"tables\":[";
-  for (const jet::TableSpec& table : design.tables) {
+  for (const TableDesign& table : design.tables) {
     writer.Clear();
-    WriteTableSpec(writer, table);
+    WriteTableSpec(writer, table.spec, table.properties);
     out << separator << writer.Result();
     separator = ",\n";
   }
@@ -73,7 +81,7 @@ void PrintJson(const Design& design, std::ostream& out) {
 }
 
 void PrintSql(const Design& design, std::ostream& out) {
-  for (const jet::TableSpec& table : design.tables) out << SqlOf(table);
+  for (const TableDesign& table : design.tables) out << SqlOf(table.spec, table.properties);
   for (const jet::RelationSpec& relation : design.relations) out << SqlOf(relation);
 }
 

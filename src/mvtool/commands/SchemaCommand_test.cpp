@@ -65,6 +65,70 @@ TEST_F(SchemaTest, SqlHasTheStatementsThatMakeTheDatabase) {
             " ON DELETE CASCADE;\n");
 }
 
+constexpr std::string_view kWithProperties =
+    R"json({"tables":[
+{"name":"Shop","validationRule":"[N]<100 Or [K]=\"x\"","validationText":"too\r\nmany","description":"All shops","columns":[)json"
+    R"json({"name":"K","type":"Text","size":20,"compressed":true,"required":true,"allowZeroLength":false},)json"
+    R"json({"name":"N","type":"Long","defaultValue":"=1+1","validationRule":">0","validationText":"More!",)json"
+    R"json("description":"How many","caption":"Number","format":"0.0"},)json"
+    R"json({"name":"D","type":"DateTime","required":true,"defaultValue":"Now()"}],"indexes":[]}],
+"relations":[]}
+)json";
+
+TEST_F(SchemaTest, PropertiesAreInTheJsonAndMakeADatabaseThatKeepsThem) {
+  Create("a.db", kWithProperties);
+  ASSERT_EQ(Run({"schema", "a.db"}), kSucceeded) << err_;
+  EXPECT_EQ(out_, kWithProperties);
+  EXPECT_EQ(err_, "");
+  ASSERT_EQ(Run({"show", "a.db", "shop", "--schema"}), kSucceeded) << err_;
+  EXPECT_NE(out_.find(R"("caption":"Number")"), std::string::npos) << out_;
+  EXPECT_EQ(Run({"apply", "a.db", "Shop"}, R"({"op":"insert","row":{"K":"a","N":0}})"), kOperationFailed);
+  EXPECT_NE(err_.find("More!"), std::string::npos) << err_;
+  ASSERT_EQ(Run({"apply", "a.db", "Shop"}, R"({"op":"insert","row":{"K":"a"}})"), kSucceeded) << err_;
+  EXPECT_NE(Shown("a.db", "Shop").find(R"("N":2)"), std::string::npos) << out_;
+}
+
+TEST_F(SchemaTest, PropertiesAreInTheSqlWhereItHasAPlaceAndBeforeItWhereItHasNone) {
+  Create("a.db", kWithProperties);
+  ASSERT_EQ(Run({"schema", "a.db", "--sql"}), kSucceeded) << err_;
+  EXPECT_EQ(out_,
+            "-- [Shop] validation rule: [N]<100 Or [K]=\"x\"\n"
+            "-- [Shop] validation text: too  many\n"
+            "-- [Shop] description: All shops\n"
+            "-- [Shop].[K] allow zero length: no\n"
+            "-- [Shop].[N] validation rule: >0\n"
+            "-- [Shop].[N] validation text: More!\n"
+            "-- [Shop].[N] description: How many\n"
+            "-- [Shop].[N] caption: Number\n"
+            "-- [Shop].[N] format: 0.0\n"
+            "CREATE TABLE [Shop] (\n  [K] TEXT(20) WITH COMPRESSION NOT NULL,\n  [N] LONG DEFAULT 1+1,\n"
+            "  [D] DATETIME DEFAULT Now() NOT NULL\n);\n");
+}
+
+TEST_F(SchemaTest, APropertyThatTheColumnsTypeLacksIsAMistake) {
+  Put("s.json", R"({"tables":[{"name":"T","columns":[{"name":"N","type":"Long","allowZeroLength":false}]}]})");
+  EXPECT_EQ(Run({"create", "b.db", "s.json"}), kOperationFailed);
+  EXPECT_NE(err_.find("has no \"allowZeroLength\""), std::string::npos) << err_;
+}
+
+TEST_F(SchemaTest, ADamagedPropertyListIsNamedAndTheRestIsShown) {
+  Create("a.db", kWithProperties);
+  {
+    const auto database = jet::Database::Open(files_, "a.db", jet::PageFile::Mode::ReadWrite);
+    jet::Table& objects = database->OpenTable("MSysObjects");
+    const std::size_t lists[] = {*objects.Definition().PositionOf(std::string_view("LvProp"))};
+    const std::size_t name = *objects.Definition().PositionOf(std::string_view("Name"));
+    for (auto row = objects.First(); row; row = objects.Next(*row)) {
+      if (objects.ReadRow(*row)[name] != Value(std::string("Shop"))) continue;
+      objects.Update(*row, lists, std::vector<Value>{Bytes{'M', 'R', '2', 0, 1}});
+    }
+    database->Commit();
+  }
+  ASSERT_EQ(Run({"schema", "a.db"}), kSucceeded) << err_;
+  EXPECT_TRUE(out_.starts_with("{\"tables\":[\n{\"name\":\"Shop\",\"columns\":")) << out_;
+  EXPECT_TRUE(err_.starts_with("mvtool: not in the schema: properties of table \"Shop\": ")) << err_;
+}
+
 TEST_F(SchemaTest, RelationsThatAreNotEnforcedAreNamedAndLeftOut) {
   Create("a.db", kEverything);
   {

@@ -1,17 +1,21 @@
 #include <algorithm>
-#include <istream>
+#include <optional>
 #include <ostream>
+#include <utility>
+#include <vector>
 
 #include "base/Error.h"
 #include "base/Text.h"
-#include "base/Utf.h"
 #include "config/HandheldSettings.h"
 #include "config/Settings.h"
 #include "config/SettingsSection.h"
+#include "device/wire/WireOptions.h"
 #include "jet/Database.h"
+#include "mvtool/commands/Answers.h"
 #include "mvtool/commands/Doctor.h"
 #include "mvtool/files/CardSearch.h"
-#include "mvtool/files/ToolErrors.h"
+#include "platform/Socket.h"
+#include "platform/System.h"
 #include "run/HandheldChoice.h"
 #include "run/TemplateFile.h"
 #include "sync/Tables.h"
@@ -22,12 +26,18 @@ namespace {
 constexpr const char* kDatabase = "--database";
 constexpr const char* kHandheld = "--handheld";
 constexpr const char* kRoot = "--root";
+constexpr const char* kListen = "--listen";
+constexpr const char* kPasswordFile = "--password-file";
+constexpr const char* kWait = "--wait";
 constexpr const char* kLog = "--log";
 constexpr const char* kYes = "--yes";
+
+constexpr const char* kHandheldSection = "Handheld";
 
 constexpr const char* kFolder = "folder";
 constexpr const char* kLibrary = "library";
 constexpr const char* kNetwork = "network";
+constexpr const char* kNone = "none";  ///< as an answer: no password file
 
 constexpr std::string_view kHelp =
     "  Asks for the database and the handheld, looks for the tables on a card, and\n"
@@ -38,9 +48,18 @@ constexpr std::string_view kHelp =
     "    --handheld WAY   folder (a mounted card or share), library (the handheld\n"
     "                     software of a Windows PC) or network\n"
     "    --root FOLDER    for folder: what stands for the handheld's root\n"
+    "    --listen ADDRESSES\n"
+    "                     for network: addresses of this PC at which it may call\n"
+    "    --password-file FILE\n"
+    "                     for network: its first line is the handheld's password;\n"
+    "                     none: no password\n"
+    "    --wait SECONDS   for network: how long the handheld has to answer\n"
     "    --log FILE       the sync log; else SyncLog.txt beside the database\n"
     "    --yes            asks nothing: what is not given stays, or takes its default\n"
     "  Exit status: that of \"doctor\"; 1 too when it could not be done.\n";
+
+/// Settings of one section: keys and texts.
+using Keys = std::vector<std::pair<std::string, std::string>>;
 
 /// What is to be written.
 struct Plan {
@@ -48,38 +67,8 @@ struct Plan {
   std::string log;
   std::string way;
   std::string root;          ///< for a folder
+  Keys network;              ///< for the network: what changes in [Handheld]
   std::string tablesFolder;  ///< on the handheld
-};
-
-/// Where answers come from: options, else the user, else what is there already.
-class Answers {
- public:
-  Answers(const Arguments& arguments, ToolContext& context) : arguments_(arguments), context_(context) {}
-
-  std::string To(const char* option, const std::string& question, const std::string& usual) {
-    if (const auto given = arguments_.ValueOf(option)) return *given;
-    if (arguments_.Has(kYes)) return usual;
-    const std::string answer = Ask(question + (usual.empty() ? "" : " [" + usual + "]") + ": ");
-    return answer.empty() ? usual : answer;
-  }
-
-  bool Confirms(const std::string& question) {
-    if (arguments_.Has(kYes)) return true;
-    const std::string answer = Ask(question + " [y/n]: ");
-    return EqualsIgnoreAsciiCase(answer, "y") || EqualsIgnoreAsciiCase(answer, "yes");
-  }
-
- private:
-  std::string Ask(const std::string& question) {
-    context_.out << question << std::flush;
-    std::string line;
-    if (!std::getline(context_.in, line)) throw Failure("an answer is missing; nothing was written");
-    if (line.ends_with('\r')) line.pop_back();
-    return ValidUtf8(Trim(line));
-  }
-
-  const Arguments& arguments_;
-  ToolContext& context_;
 };
 
 /// A file beside another one, with the separators of that one's path.
@@ -90,13 +79,25 @@ std::string Beside(const std::string& path, const std::string& name) {
   return beside;
 }
 
-/// Absolute, and the database in it where it names a folder.
-std::string DatabasePath(const platform::FileSystem& files, std::string text) {
-  if (text.ends_with('/') || text.ends_with('\\')) text.pop_back();
-  if (text.empty()) throw UsageError("the database is missing: --database FILE names it");
-  if (!files.FolderExists(text)) return files.RealPath(text);
-  const std::string folder = files.RealPath(text);
-  return folder + (folder.find('\\') == std::string::npos ? "/" : "\\") + "Motorva.db";
+/// A path as people write it: relative, or with "~/" where no shell has replaced it.
+std::string AbsolutePath(const platform::FileSystem& files, const std::string& text) {
+  const auto home = text.starts_with("~/") ? platform::EnvironmentVariable("HOME") : std::nullopt;
+  return files.RealPath(home ? *home + text.substr(1) : text);
+}
+
+bool HasEnding(const std::string& path) {
+  return path.find('.', FolderLength(path)) != std::string::npos;
+}
+
+/// Absolute, and the database in it where it names a folder. A name without an ending is that of a folder to be made.
+std::string DatabasePath(const platform::FileSystem& files, const std::string& text) {
+  const bool endsAsFolder = text.ends_with('/') || text.ends_with('\\');
+  std::string path = AbsolutePath(files, text);
+  const bool isFolder = files.FolderExists(path) || (!files.FileExists(path) && (endsAsFolder || !HasEnding(path)));
+  if (!isFolder) return path;
+  const char separator = path.find('\\') == std::string::npos ? '/' : '\\';
+  if (!path.ends_with(separator)) path += separator;
+  return path + "Motorva.db";
 }
 
 /// The database of the settings, or one that lies where it would by default; empty where nothing speaks for a place.
@@ -118,11 +119,94 @@ std::string UsualWay(SettingsStore& store, const ToolContext& context) {
   return kFolder;
 }
 
-void RequireWay(const std::string& way, const ToolContext& context) {
-  if (way != kFolder && way != kLibrary && way != kNetwork) {
-    throw UsageError("the handheld is reached by folder, library or network, not by \"" + way + "\"");
+std::string ComplaintAboutWay(const std::string& way, const ToolContext& context) {
+  const std::string word = AsciiLower(way);
+  if (word != kFolder && word != kLibrary && word != kNetwork) {
+    return "the handheld is reached by folder, library or network, not by \"" + way + '"';
   }
-  if (way == kLibrary && !context.systemHasRapi) throw UsageError("this system has no handheld library");
+  return word == kLibrary && !context.systemHasRapi ? "this system has no handheld library" : "";
+}
+
+/// The user's settings with others in [Handheld], to see whether a run would take those.
+class ProposedSettings : public SettingsStore {
+ public:
+  ProposedSettings(SettingsStore& stored, const Keys& proposed) : stored_(stored), proposed_(proposed) {}
+
+  std::optional<std::string> GetSetting(const std::string& application, const std::string& section,
+                                        const std::string& key) override {
+    const auto found = std::ranges::find(proposed_, key, &Keys::value_type::first);
+    if (section == kHandheldSection && found != proposed_.end()) return found->second;
+    return stored_.GetSetting(application, section, key);
+  }
+  void SaveSetting(const std::string&, const std::string&, const std::string&, const std::string&) override {
+    throw Failure("proposed settings are not stored");
+  }
+
+ private:
+  SettingsStore& stored_;
+  const Keys& proposed_;
+};
+
+/// Asks for what a handheld on the network needs. Only what differs from what holds already is to be written: a
+/// default that is not stored stays one.
+class NetworkQuestions {
+ public:
+  NetworkQuestions(Answers& answers, SettingsStore& store, ToolContext& context)
+      : answers_(answers), store_(store), context_(context) {}
+
+  Keys Ask() {
+    Keys changes;
+    AskFor("Listen", kListen, "Addresses of this PC at which it may call", CustomaryAddresses(), changes);
+    AskFor("PasswordFile", kPasswordFile, "File with the handheld's password", kNone, changes);
+    AskFor("Wait", kWait, "Seconds that the handheld has to answer", std::to_string(HandheldSettings().wait.count()),
+           changes);
+    return changes;
+  }
+
+ private:
+  static std::string CustomaryAddresses() {
+    std::string addresses;
+    for (const wire::WireLink& link : wire::CustomaryLinks()) {
+      addresses += (addresses.empty() ? "" : " ") + platform::SocketAddress{link.desktop, 0}.HostText();
+    }
+    return addresses;
+  }
+
+  void AskFor(const char* key, const char* option, const char* text, const std::string& otherwise, Keys& changes) {
+    const std::string stored = SettingsSection(store_, kHandheldSection).Text(key, "");
+    const std::string usual = stored.empty() ? otherwise : stored;
+    const auto complaint = [&](const std::string& answer) { return ComplaintAbout(key, TextOf(key, answer)); };
+    const std::string answer = answers_.To({option, text, usual, complaint});
+    if (answer != usual) changes.emplace_back(key, TextOf(key, answer));
+  }
+
+  /// What is stored for an answer.
+  std::string TextOf(std::string_view key, const std::string& answer) const {
+    if (key != "PasswordFile") return answer;
+    return EqualsIgnoreAsciiCase(answer, kNone) ? "" : AbsolutePath(context_.files, answer);
+  }
+
+  std::string ComplaintAbout(std::string_view key, const std::string& text) {
+    const Keys proposed = {{std::string(key), text}};
+    ProposedSettings settings(store_, proposed);
+    try {
+      const HandheldSettings handheld = LoadHandheldSettings(settings);
+      // Looks at the file as well.
+      if (key == "PasswordFile") WireOptionsOf(handheld, context_.files);
+      return {};
+    } catch (const Error& error) {
+      return error.Description();
+    }
+  }
+
+  Answers& answers_;
+  SettingsStore& store_;
+  ToolContext& context_;
+};
+
+/// The ways that this system has, for people.
+std::string WaysOf(const ToolContext& context) {
+  return context.systemHasRapi ? "folder, library or network" : "folder or network";
 }
 
 /// The folder of the tables below a card: the one of the settings where it has some, else the one with most of them.
@@ -141,20 +225,24 @@ std::string TablesFolder(const ToolContext& context, const std::string& root, co
 
 Plan MakePlan(Answers& answers, SettingsStore& store, ToolContext& context) {
   const Settings stored = LoadSettings(store, context.programFolder);
+  const auto missing = [](const char* complaint) {
+    return [complaint](const std::string& answer) { return std::string(answer.empty() ? complaint : ""); };
+  };
   Plan plan;
-  const std::string usual = UsualDatabase(store, context, stored);
-  plan.database = DatabasePath(context.files, answers.To(kDatabase, "Desktop database, a file or its folder", usual));
-  plan.way = AsciiLower(answers.To(kHandheld, "Handheld: folder, library or network", UsualWay(store, context)));
-  RequireWay(plan.way, context);
+  plan.database = DatabasePath(context.files,
+                               answers.To({kDatabase, "Desktop database, a file or its folder",
+                                           UsualDatabase(store, context, stored), missing("the database is missing")}));
+  plan.way = AsciiLower(answers.To({kHandheld, "Handheld: " + WaysOf(context), UsualWay(store, context),
+                                    [&](const std::string& way) { return ComplaintAboutWay(way, context); }}));
   plan.tablesFolder = stored.PDADBPath;
   if (plan.way == kFolder) {
-    const std::string known = LoadHandheldSettings(store).root;
-    plan.root = answers.To(kRoot, "Folder of the handheld (a mounted card or share)", known);
-    if (plan.root.empty()) throw UsageError("the handheld's folder is missing: --root FOLDER names it");
-    if (context.files.FolderExists(plan.root)) plan.root = context.files.RealPath(plan.root);
+    plan.root = AbsolutePath(
+        context.files, answers.To({kRoot, "Folder of the handheld (a mounted card or share)",
+                                   LoadHandheldSettings(store).root, missing("the handheld's folder is missing")}));
     plan.tablesFolder = TablesFolder(context, plan.root, stored.PDADBPath);
   }
-  plan.log = answers.To(kLog, "Sync log", Beside(plan.database, "SyncLog.txt"));
+  if (plan.way == kNetwork) plan.network = NetworkQuestions(answers, store, context).Ask();
+  plan.log = AbsolutePath(context.files, answers.To({kLog, "Sync log", Beside(plan.database, "SyncLog.txt")}));
   return plan;
 }
 
@@ -162,6 +250,7 @@ void Print(const Plan& plan, std::ostream& out) {
   out << "\nDesktop database   " << plan.database << "\nSync log           " << plan.log << "\nHandheld           "
       << plan.way;
   if (!plan.root.empty()) out << ", " << plan.root;
+  for (const auto& [key, text] : plan.network) out << ", " << key << " " << (text.empty() ? kNone : text);
   out << "\nTables there       " << plan.tablesFolder << '\n';
 }
 
@@ -172,9 +261,10 @@ void Write(const Plan& plan, SettingsStore& store) {
   mobile.Save("PCSyncSourcePath", Beside(plan.database, "sync\\source"));
   mobile.Save("PCSyncDestPath", Beside(plan.database, "sync\\dest"));
   mobile.Save("SyncLogPath", plan.log);
-  const SettingsSection handheld(store, "Handheld");
+  const SettingsSection handheld(store, kHandheldSection);
   handheld.Save("Connection", plan.way);
   if (plan.way == kFolder) handheld.Save("Root", plan.root);
+  for (const auto& [key, text] : plan.network) handheld.Save(key.c_str(), text);
 }
 
 void MakeDatabase(const std::string& database, ToolContext& context) {
@@ -182,8 +272,12 @@ void MakeDatabase(const std::string& database, ToolContext& context) {
   if (!context.files.FileExists(templatePath)) {
     throw Failure("there is no \"" + database + "\", and no template \"" + templatePath + "\" to make it of");
   }
-  context.files.CreateFolders(database.substr(0, FolderLength(database)));
-  context.files.CopyWhole(templatePath, database);
+  try {
+    context.files.CreateFolders(database.substr(0, FolderLength(database)));
+    context.files.CopyWhole(templatePath, database);
+  } catch (const Error& error) {
+    throw At("\"" + database + "\" cannot be made", error);
+  }
 }
 
 /// True when none of the thirteen tables has a row.
@@ -212,7 +306,7 @@ void PrintFirstRun(bool isEmpty, std::ostream& out) {
 void Setup(const Arguments& arguments, ToolContext& context) {
   if (!context.openSettings) throw Failure("there are no settings");
   const auto store = context.openSettings();
-  Answers answers(arguments, context);
+  Answers answers(arguments, context, kYes);
   const Plan plan = MakePlan(answers, *store, context);
   const bool isMissing = !context.files.FileExists(plan.database);
   Print(plan, context.out);
@@ -238,11 +332,12 @@ Command SetupCommand() {
       .summary = "asks for database and handheld and writes the settings",
       .help = kHelp,
       .rules = {.synopsis = "mvtool setup [--database FILE] [--handheld WAY] [--root FOLDER]\n"
+                            "             [--listen ADDRESSES] [--password-file FILE] [--wait SECONDS]\n"
                             "             [--log FILE] [--yes]",
                 .leastOperands = 0,
                 .mostOperands = 0,
                 .switches = {kYes},
-                .settings = {kDatabase, kHandheld, kRoot, kLog}},
+                .settings = {kDatabase, kHandheld, kRoot, kListen, kPasswordFile, kWait, kLog}},
       .run = &Setup,
   };
 }

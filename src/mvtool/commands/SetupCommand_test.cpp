@@ -40,6 +40,9 @@ class SetupCommandTest : public ::testing::Test {
   std::optional<std::string> Stored(const std::string& section, const std::string& key) {
     return IniSettingsStore(files_, config_).GetSetting("Motorva32", section, key);
   }
+  void PutSettings(const std::string& text) {
+    files_.Put("C:\\config\\Motorva32.ini", Bytes(text.begin(), text.end()));
+  }
   bool Says(const std::string& text) const { return out_.find(text) != std::string::npos; }
 
   testing::MemoryFileSystem files_;
@@ -105,6 +108,90 @@ TEST_F(SetupCommandTest, WhatIsNeededAndNotGivenIsNotUnderstood) {
   EXPECT_NE(err_.find("--root"), std::string::npos);
   EXPECT_EQ(Run({"setup", "--yes", "--database", "C:\\Cars", "--handheld", "cable"}), kNotUnderstood);
   EXPECT_EQ(Run({"setup", "--yes", "--database", "C:\\Cars", "--handheld", "library"}), kNotUnderstood);
+}
+
+TEST_F(SetupCommandTest, AWrongAnswerIsAskedForAgain) {
+  EXPECT_EQ(Run({"setup"}, "\nC:\\Cars\ncable\nlibrary\nFolder\n\nD:\\demo\\handheld\n\nwhat\ny\n"), 1) << err_ << out_;
+  EXPECT_TRUE(Says("Desktop database, a file or its folder:   the database is missing.\nDesktop database")) << out_;
+  EXPECT_TRUE(Says("the handheld is reached by folder, library or network, not by \"cable\".\n")) << out_;
+  EXPECT_TRUE(Says("this system has no handheld library.\n")) << out_;
+  EXPECT_TRUE(Says("the handheld's folder is missing.\n")) << out_;
+  EXPECT_EQ(Stored("Handheld", "Connection"), "folder");
+  EXPECT_EQ(Stored("Handheld", "Root"), "D:/demo/handheld");
+}
+
+TEST_F(SetupCommandTest, APathMayStandInQuotes) {
+  EXPECT_EQ(Run({"setup"}, "\"C:\\Cars\\My Cars.db\"\n\n\"D:\\demo\\handheld\"\n\ny\n"), 1) << err_ << out_;
+  EXPECT_EQ(Stored("PPC_Mobile", "DesktopDBPath"), "C:/Cars/My Cars.db");
+  EXPECT_EQ(Stored("Handheld", "Root"), "D:/demo/handheld");
+}
+
+TEST_F(SetupCommandTest, ADatabaseWithoutAnEndingIsAFolderToBeMade) {
+  for (const char* folder : {"C:\\New", "C:\\New\\", "C:/My.Cars/"}) {
+    Run({"setup", "--database", folder, "--root", "D:\\demo\\handheld", "--yes"});
+    EXPECT_TRUE(Stored("PPC_Mobile", "DesktopDBPath")->ends_with("/Motorva.db")) << folder;
+  }
+  files_.Put("C:\\Plain", files_.Content("D:\\demo\\Motorva.db"));
+  Run({"setup", "--database", "C:\\Plain", "--root", "D:\\demo\\handheld", "--yes"});
+  EXPECT_EQ(Stored("PPC_Mobile", "DesktopDBPath"), "C:/Plain");
+}
+
+TEST_F(SetupCommandTest, ADatabaseThatCannotBeMadeIsNamed) {
+  files_.Put("C:\\file", {1});
+  EXPECT_EQ(Run({"setup", "--database", "C:\\file\\Motorva.db", "--root", "D:\\demo\\handheld", "--yes"}),
+            kOperationFailed);
+  EXPECT_TRUE(err_.starts_with("mvtool: \"C:/file/Motorva.db\" cannot be made: ")) << err_;
+  EXPECT_FALSE(files_.FileExists("C:\\config\\Motorva32.ini"));
+}
+
+// --- setup for the network: no handheld calls in tests, which is doctor's failure, status 2
+// ---------------------------
+
+constexpr const char* kNoHandheldCalls = "[Handheld]\nControlPortA=0\nControlPortB=0\nWakeUpPortB=0\nWait=1\n";
+
+TEST_F(SetupCommandTest, DefaultsOfTheNetworkAreShownAndNotStored) {
+  PutSettings(kNoHandheldCalls);
+  EXPECT_EQ(Run({"setup"}, "D:\\demo\nnetwork\n\n\n\n\ny\n"), 2) << err_ << out_;
+  EXPECT_TRUE(Says("Addresses of this PC at which it may call [127.0.0.1 192.168.131.102 169.254.2.2]: ")) << out_;
+  EXPECT_TRUE(Says("File with the handheld's password [none]: ")) << out_;
+  EXPECT_TRUE(Says("Seconds that the handheld has to answer [1]: ")) << out_;
+  EXPECT_EQ(Stored("Handheld", "Connection"), "network");
+  EXPECT_EQ(Stored("Handheld", "Listen"), std::nullopt);
+  EXPECT_EQ(Stored("Handheld", "PasswordFile"), std::nullopt);
+  EXPECT_EQ(Stored("Handheld", "Wait"), "1");
+}
+
+TEST_F(SetupCommandTest, AnswersForTheNetworkAreStoredOnceTheyMakeSense) {
+  PutSettings(kNoHandheldCalls);
+  EXPECT_EQ(Run({"setup"}, "D:\\demo\nnetwork\nlocalhost\n127.0.0.1/8, 10.1.2.3\n/no/such/file\n\n0\n2\n\ny\n"), 2)
+      << err_ << out_;
+  EXPECT_TRUE(Says("holds \"localhost\", which is not an address such as")) << out_;
+  EXPECT_TRUE(Says("there is no file \"")) << out_;
+  EXPECT_TRUE(Says("\"0\", is no whole number from 1 to 3600")) << out_;
+  EXPECT_TRUE(Says("network, Listen 127.0.0.1/8, 10.1.2.3, Wait 2\n")) << out_;
+  EXPECT_EQ(Stored("Handheld", "Listen"), "127.0.0.1/8, 10.1.2.3");
+  EXPECT_EQ(Stored("Handheld", "PasswordFile"), std::nullopt);
+  EXPECT_EQ(Stored("Handheld", "Wait"), "2");
+  EXPECT_TRUE(Says("failure  handheld: ")) << out_;
+}
+
+TEST_F(SetupCommandTest, OptionsForTheNetworkAreCheckedBeforeAnythingIsWritten) {
+  for (const auto& [option, value] : std::vector<std::pair<std::string, std::string>>{
+           {"--listen", "1.2.3"}, {"--password-file", "/no/such/file"}, {"--wait", "soon"}}) {
+    EXPECT_EQ(Run({"setup", "--database", "C:\\Cars", "--handheld", "network", option, value, "--yes"}),
+              kNotUnderstood);
+    EXPECT_TRUE(err_.starts_with("mvtool: " + option + ": the setting ")) << err_;
+  }
+  EXPECT_FALSE(files_.FileExists("C:\\config\\Motorva32.ini"));
+  EXPECT_FALSE(files_.FileExists("C:\\Cars\\Motorva.db"));
+}
+
+TEST_F(SetupCommandTest, NoneTakesAPasswordFileAway) {
+  PutSettings(std::string(kNoHandheldCalls) + "PasswordFile=/gone\n");
+  EXPECT_EQ(Run({"setup", "--database", "D:\\demo", "--handheld", "network", "--password-file", "none", "--yes"}), 2)
+      << err_ << out_;
+  EXPECT_EQ(Stored("Handheld", "PasswordFile"), "");
+  EXPECT_TRUE(Says("network, PasswordFile none\n")) << out_;
 }
 
 TEST_F(SetupCommandTest, AFileThatIsNoDatabaseIsLeftAloneAndNoSettingIsWritten) {

@@ -6,6 +6,7 @@
 #include "json/Json.h"
 #include "mvtool/commands/Command.h"
 #include "mvtool/files/FileKind.h"
+#include "mvtool/files/PropertiesOf.h"
 #include "mvtool/files/ToolErrors.h"
 #include "mvtool/text/RecordJson.h"
 #include "mvtool/text/RowWriter.h"
@@ -48,7 +49,8 @@ void ShowDatabase(const Arguments& arguments, RowFormat format, ToolContext& con
   const jet::Table& table = database->OpenTable(arguments.Operand(1));
   if (!arguments.Has("--schema")) return WriteRows(table, format, context.out);
   JsonWriter writer;
-  WriteTableSpec(writer, SpecOf(table.Definition()));
+  const jet::TableDefinition& definition = table.Definition();
+  WriteTableSpec(writer, SpecOf(definition), PropertiesOf(*database, definition, context.err));
   context.out << writer.Result() << '\n';
 }
 

@@ -40,7 +40,9 @@ const Json* TypeMember(const Json& column, std::string_view name, bool belongs) 
 }
 
 ColumnSpec ColumnFromJson(const Json& json) {
-  json.AllowOnly({"name", "type", "size", "compressed", "autonumber", "precision", "scale"});
+  json.AllowOnly({"name", "type", "size", "compressed", "autonumber", "precision", "scale", "required",
+                  "allowZeroLength", "defaultValue", "validationRule", "validationText", "description", "caption",
+                  "format"});
   ColumnSpec column;
   column.name = json.At("name").Text();
   column.type = TypeFromJson(json.At("type"));
@@ -64,6 +66,43 @@ ColumnSpec ColumnFromJson(const Json& json) {
     column.scale = static_cast<std::uint8_t>(scale->Integer(0, kMostPrecision));
   }
   return column;
+}
+
+std::string TextMember(const Json& object, std::string_view name) {
+  const Json* const value = object.Find(name);
+  return value == nullptr ? std::string() : value->Text();
+}
+
+jet::ColumnRules RulesFromJson(const Json& column, ColumnType type) {
+  const bool isText = type == ColumnType::Text || type == ColumnType::Memo;
+  const Json* const zeroLength = TypeMember(column, "allowZeroLength", isText);
+  return {.required = BooleanMember(column, "required", false),
+          .allowZeroLength = zeroLength == nullptr || zeroLength->Boolean(),
+          .defaultValue = TextMember(column, "defaultValue"),
+          .validationRule = TextMember(column, "validationRule"),
+          .validationText = TextMember(column, "validationText")};
+}
+
+jet::DisplayTexts TextsOf(const Json& object) {
+  return {.description = TextMember(object, "description"),
+          .caption = TextMember(object, "caption"),
+          .format = TextMember(object, "format")};
+}
+
+/// The property list of a table whose columns are read already.
+Bytes PropertyListFromJson(const Json& table, const std::vector<ColumnSpec>& columns) {
+  jet::TableProperties properties;
+  properties.rules.validationRule = TextMember(table, "validationRule");
+  properties.rules.validationText = TextMember(table, "validationText");
+  properties.texts = TextsOf(table);
+  std::vector<std::string> names;
+  for (const Json& column : table.At("columns").Elements()) {
+    const ColumnSpec& design = columns[names.size()];
+    names.push_back(design.name);
+    properties.rules.columns.push_back(RulesFromJson(column, design.type));
+    properties.columns.push_back(TextsOf(column));
+  }
+  return jet::ListFromProperties(properties, names);
 }
 
 std::optional<std::size_t> ColumnNamed(const TableSpec& table, std::string_view name) {
@@ -111,10 +150,11 @@ SchemaRow RowFromJson(const TableSpec& table, const Json& json) {
 }
 
 SchemaTable TableFromJson(const Json& json) {
-  json.AllowOnly({"name", "columns", "indexes", "rows"});
+  json.AllowOnly({"name", "columns", "indexes", "rows", "validationRule", "validationText", "description"});
   SchemaTable table;
   table.design.name = json.At("name").Text();
   for (const Json& column : json.At("columns").Elements()) table.design.columns.push_back(ColumnFromJson(column));
+  table.design.properties = PropertyListFromJson(json, table.design.columns);
   if (const Json* const indexes = json.Find("indexes")) {
     for (const Json& index : indexes->Elements()) table.design.indexes.push_back(IndexFromJson(table.design, index));
   }
@@ -159,7 +199,26 @@ void WriteTexts(JsonWriter& writer, const std::vector<std::string>& texts) {
   writer.EndArray();
 }
 
-void WriteColumn(JsonWriter& writer, const ColumnSpec& column) {
+void WriteText(JsonWriter& writer, std::string_view name, const std::string& text) {
+  if (!text.empty()) writer.Name(name).Text(text);
+}
+
+void WriteRules(JsonWriter& writer, const jet::ColumnRules& rules) {
+  if (rules.required) writer.Name("required").Boolean(true);
+  if (!rules.allowZeroLength) writer.Name("allowZeroLength").Boolean(false);
+  WriteText(writer, "defaultValue", rules.defaultValue);
+  WriteText(writer, "validationRule", rules.validationRule);
+  WriteText(writer, "validationText", rules.validationText);
+}
+
+void WriteTexts(JsonWriter& writer, const jet::DisplayTexts& texts) {
+  WriteText(writer, "description", texts.description);
+  WriteText(writer, "caption", texts.caption);
+  WriteText(writer, "format", texts.format);
+}
+
+void WriteColumn(JsonWriter& writer, const ColumnSpec& column, const jet::ColumnRules& rules,
+                 const jet::DisplayTexts& texts) {
   writer.BeginObject().Name("name").Text(column.name).Name("type").Text(NameOf(column.type));
   if (column.type == ColumnType::Text || column.type == ColumnType::Binary) {
     writer.Name("size").Integer(column.characters);
@@ -171,6 +230,8 @@ void WriteColumn(JsonWriter& writer, const ColumnSpec& column) {
   if (column.type == ColumnType::Decimal) {
     writer.Name("precision").Integer(column.precision).Name("scale").Integer(column.scale);
   }
+  WriteRules(writer, rules);
+  WriteTexts(writer, texts);
   writer.EndObject();
 }
 
@@ -235,9 +296,15 @@ Schema SchemaFromJson(const Json& json) {
   return schema;
 }
 
-void WriteTableSpec(JsonWriter& writer, const TableSpec& table) {
-  writer.BeginObject().Name("name").Text(table.name).Name("columns").BeginArray();
-  for (const ColumnSpec& column : table.columns) WriteColumn(writer, column);
+void WriteTableSpec(JsonWriter& writer, const TableSpec& table, const jet::TableProperties& properties) {
+  writer.BeginObject().Name("name").Text(table.name);
+  WriteText(writer, "validationRule", properties.rules.validationRule);
+  WriteText(writer, "validationText", properties.rules.validationText);
+  WriteText(writer, "description", properties.texts.description);
+  writer.Name("columns").BeginArray();
+  for (std::size_t i = 0; i < table.columns.size(); ++i) {
+    WriteColumn(writer, table.columns[i], properties.RulesOf(i), properties.TextsOf(i));
+  }
   writer.EndArray().Name("indexes").BeginArray();
   for (const IndexSpec& index : table.indexes) WriteIndex(writer, index);
   writer.EndArray().EndObject();

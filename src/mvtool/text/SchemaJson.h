@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "jet/Database.h"
+#include "jet/definition/Properties.h"
 #include "json/Json.h"
 #include "recordset/Value.h"
 
@@ -12,7 +13,7 @@ namespace mv::tool {
 /// Database schemas as JSON:
 ///
 ///   {"tables":[{"name":"Shop",
-///               "columns":[{"name":"KY_ID","type":"Text","size":20,"compressed":true}, ...],
+///               "columns":[{"name":"KY_ID","type":"Text","size":20,"compressed":true,"required":true}, ...],
 ///               "indexes":[{"name":"PrimaryKey","columns":["KY_ID",{"name":"X","descending":true}],
 ///                           "primary":true,"unique":true,"required":true,"ignoreNulls":true}, ...],
 ///               "rows":[{"KY_ID":"a1", ...}, ...]}, ...],
@@ -24,6 +25,11 @@ namespace mv::tool {
 /// Decimal. "size" (characters of Text, bytes of Binary) is required for these two; "compressed" (Text, Memo) is true
 /// when absent; "autonumber" (Long), "precision" and "scale" (Decimal) are optional. A primary index is unique and
 /// required whether it says so or not. "indexes" and "rows" are optional; members that a row leaves out are null.
+///
+/// Properties, all optional. Of a column: "required" (true: no null), "allowZeroLength" (Text, Memo; false: no empty
+/// text), "defaultValue" and "validationRule" (expressions, see jet/rules/Expression.h), "validationText" (what is said
+/// when the rule is broken), "description", "caption", "format". Of a table: "validationRule", "validationText",
+/// "description". They are written where they differ from what holds without them.
 ///
 /// "relations" is optional, and so are its "onUpdate" ("cascade") and "onDelete" ("cascade", "setNull"): without them a
 /// row that others refer to cannot be changed that way.
@@ -52,8 +58,8 @@ struct Schema {
 /// Throws Failure with line and column for anything that is not of the form above.
 Schema SchemaFromJson(const Json& schema);
 
-/// One table's object of the form above, without rows.
-void WriteTableSpec(JsonWriter& writer, const jet::TableSpec& table);
+/// One table's object of the form above, without rows. The properties are those given here, not the list in `table`.
+void WriteTableSpec(JsonWriter& writer, const jet::TableSpec& table, const jet::TableProperties& properties = {});
 
 /// One relation's object of the form above.
 void WriteRelationSpec(JsonWriter& writer, const jet::RelationSpec& relation);

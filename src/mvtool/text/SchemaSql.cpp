@@ -1,5 +1,6 @@
 #include "mvtool/text/SchemaSql.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "mvtool/files/ColumnTypes.h"
@@ -55,9 +56,45 @@ std::string TypeOf(const ColumnSpec& column) {
   }
 }
 
-std::string SqlOf(const ColumnSpec& column) {
+/// In a statement no "=" stands before an expression.
+std::string DefaultOf(const std::string& expression) {
+  return " DEFAULT " + expression.substr(expression.starts_with('=') ? 1 : 0);
+}
+
+std::string SqlOf(const ColumnSpec& column, const jet::ColumnRules& rules) {
   const bool isText = column.type == ColumnType::Text || column.type == ColumnType::Memo;
-  return Quoted(column.name) + ' ' + TypeOf(column) + (isText && column.compressed ? " WITH COMPRESSION" : "");
+  return Quoted(column.name) + ' ' + TypeOf(column) + (isText && column.compressed ? " WITH COMPRESSION" : "") +
+         (rules.defaultValue.empty() ? "" : DefaultOf(rules.defaultValue)) + (rules.required ? " NOT NULL" : "");
+}
+
+/// A line of its own, whatever the text holds; nothing for an empty one.
+std::string NoteOf(const std::string& owner, const char* property, std::string text) {
+  if (text.empty()) return {};
+  std::replace_if(
+      text.begin(), text.end(), [](char character) { return character == '\r' || character == '\n'; }, ' ');
+  return "-- " + owner + ' ' + property + ": " + text + '\n';
+}
+
+std::string NotesOf(const std::string& owner, const jet::DisplayTexts& texts) {
+  return NoteOf(owner, "description", texts.description) + NoteOf(owner, "caption", texts.caption) +
+         NoteOf(owner, "format", texts.format);
+}
+
+std::string NotesOf(const std::string& owner, const std::string& rule, const std::string& text) {
+  return NoteOf(owner, "validation rule", rule) + NoteOf(owner, "validation text", text);
+}
+
+std::string NotesOf(const jet::TableSpec& table, const jet::TableProperties& properties) {
+  const std::string name = Quoted(table.name);
+  std::string notes =
+      NotesOf(name, properties.rules.validationRule, properties.rules.validationText) + NotesOf(name, properties.texts);
+  for (std::size_t i = 0; i < table.columns.size(); ++i) {
+    const std::string column = name + '.' + Quoted(table.columns[i].name);
+    const jet::ColumnRules rules = properties.RulesOf(i);
+    notes += NoteOf(column, "allow zero length", rules.allowZeroLength ? "" : "no") +
+             NotesOf(column, rules.validationRule, rules.validationText) + NotesOf(column, properties.TextsOf(i));
+  }
+  return notes;
 }
 
 /// One option alone is allowed; entries of nulls matter only where nulls are.
@@ -84,9 +121,11 @@ std::string ListOf(const std::vector<std::string>& names) {
 
 }  // namespace
 
-std::string SqlOf(const jet::TableSpec& table) {
-  std::string sql = "CREATE TABLE " + Quoted(table.name) + " (";
-  for (std::size_t i = 0; i < table.columns.size(); ++i) sql += (i == 0 ? "\n  " : ",\n  ") + SqlOf(table.columns[i]);
+std::string SqlOf(const jet::TableSpec& table, const jet::TableProperties& properties) {
+  std::string sql = NotesOf(table, properties) + "CREATE TABLE " + Quoted(table.name) + " (";
+  for (std::size_t i = 0; i < table.columns.size(); ++i) {
+    sql += (i == 0 ? "\n  " : ",\n  ") + SqlOf(table.columns[i], properties.RulesOf(i));
+  }
   sql += "\n);\n";
   for (const IndexSpec& index : table.indexes) sql += SqlOf(table.name, index);
   return sql;

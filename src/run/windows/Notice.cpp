@@ -27,15 +27,22 @@ bool WriteToOwnHandle(DWORD which, const std::string& text) {
   return ::WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &count, nullptr) != FALSE;
 }
 
+/// A prompt that does not wait for programs with windows has written itself there already.
+bool IsWithinALine(HANDLE console) {
+  CONSOLE_SCREEN_BUFFER_INFO info = {};
+  return ::GetConsoleScreenBufferInfo(console, &info) != FALSE && info.dwCursorPosition.X != 0;
+}
+
 void WriteToParentsConsole(const std::string& text) {
-  if (!::AttachConsole(ATTACH_PARENT_PROCESS)) return;
+  // It fails, too, where the program has come into its parent's console by being started.
+  const bool isAttached = ::AttachConsole(ATTACH_PARENT_PROCESS) != FALSE;
   const HANDLE console = ::CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                        nullptr, OPEN_EXISTING, 0, nullptr);
   if (IsUsable(console)) {
-    WriteToConsole(console, platform::Wide(text));
+    WriteToConsole(console, platform::Wide((IsWithinALine(console) ? "\r\n" : "") + text));
     ::CloseHandle(console);
   }
-  ::FreeConsole();
+  if (isAttached) ::FreeConsole();
 }
 
 }  // namespace
