@@ -102,6 +102,8 @@ struct WaitLimit {
   const WakeUp* wake = nullptr;  ///< ends the wait when signalled
 
   static WaitLimit After(std::chrono::milliseconds duration, const WakeUp* wake = nullptr);
+  /// True for the limit that a default one is: there is nothing to wait for.
+  bool IsOnlyNow() const { return until == SteadyTime() && wake == nullptr; }
 };
 
 /// One socket of those that a wait is about.
@@ -131,7 +133,11 @@ class TcpStream {
   /// Sends all bytes, with one call to the system where it takes them. After any failure some may have been sent.
   SocketResult Send(ByteView data, const WaitLimit& limit);
   /// Receives at least one byte and at most `out.size()`, which is not 0. `count`: how many; 0 unless Done.
-  SocketResult ReceiveSome(ByteSpan out, std::size_t& count, const WaitLimit& limit);
+  SocketResult ReceiveSome(ByteSpan out, std::size_t& count, const WaitLimit& limit) {
+    return ReceiveSome(out, {}, count, limit);
+  }
+  /// The same; what `out` has no room for goes to `behind`.
+  SocketResult ReceiveSome(ByteSpan out, ByteSpan behind, std::size_t& count, const WaitLimit& limit);
   /// Fills `out`. `count`: how many bytes were received, on failure too.
   SocketResult ReceiveExactly(ByteSpan out, std::size_t& count, const WaitLimit& limit);
   /// Tells the peer that no more data comes.

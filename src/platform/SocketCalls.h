@@ -29,8 +29,8 @@ Outcome Connect(const Socket& socket, const SocketAddress& peer);
 /// Result of an attempt to connect that has ended.
 Outcome ConnectResult(const Socket& socket);
 Outcome Send(const Socket& socket, ByteView data);
-/// A connection that the peer has closed gives Closed.
-Outcome Receive(const Socket& socket, ByteSpan out);
+/// What `out` has no room for goes to `behind`. A connection that the peer has closed gives Closed.
+Outcome Receive(const Socket& socket, ByteSpan out, ByteSpan behind);
 Outcome SendTo(const Socket& socket, ByteView data, const SocketAddress& to);
 Outcome ReceiveFrom(const Socket& socket, ByteSpan out, SocketAddress& from);
 void ShutDown(const Socket& socket);

@@ -3,6 +3,7 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -150,8 +151,13 @@ Outcome Send(const Socket& socket, ByteView data) {
   return OutcomeOf(::send(Descriptor(socket), data.data(), data.size(), MSG_NOSIGNAL));
 }
 
-Outcome Receive(const Socket& socket, ByteSpan out) {
-  const ssize_t count = ::recv(Descriptor(socket), out.data(), out.size(), 0);
+Outcome Receive(const Socket& socket, ByteSpan out, ByteSpan behind) {
+  iovec places[] = {{out.data(), out.size()}, {behind.data(), behind.size()}};
+  msghdr message = {};
+  message.msg_iov = places;
+  message.msg_iovlen = 2;
+  const ssize_t count = behind.empty() ? ::recv(Descriptor(socket), out.data(), out.size(), 0)
+                                       : ::recvmsg(Descriptor(socket), &message, 0);
   return count == 0 ? Outcome{{SocketStatus::Closed}} : OutcomeOf(count);
 }
 

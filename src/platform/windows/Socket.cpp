@@ -75,6 +75,10 @@ int PieceLength(std::size_t size) {
   return static_cast<int>(std::min(size, kLongestPiece));
 }
 
+WSABUF Place(ByteSpan bytes) {
+  return {static_cast<ULONG>(PieceLength(bytes.size())), reinterpret_cast<CHAR*>(bytes.data())};
+}
+
 sockaddr_in NativeAddress(const SocketAddress& address) {
   sockaddr_in native = {};
   native.sin_family = AF_INET;
@@ -204,9 +208,14 @@ Outcome Send(const Socket& socket, ByteView data) {
   return OutcomeOf(::send(Native(socket), reinterpret_cast<const char*>(data.data()), PieceLength(data.size()), 0));
 }
 
-Outcome Receive(const Socket& socket, ByteSpan out) {
-  const int count = ::recv(Native(socket), reinterpret_cast<char*>(out.data()), PieceLength(out.size()), 0);
-  return count == 0 ? Outcome{{SocketStatus::Closed}} : OutcomeOf(count);
+Outcome Receive(const Socket& socket, ByteSpan out, ByteSpan behind) {
+  WSABUF places[] = {Place(out), Place(behind)};
+  const bool usesBoth = !behind.empty() && out.size() <= kLongestPiece;
+  DWORD count = 0;
+  DWORD flags = 0;
+  const int failed = ::WSARecv(Native(socket), places, usesBoth ? 2 : 1, &count, &flags, nullptr, nullptr);
+  if (failed != 0) return FailedWith(::WSAGetLastError());
+  return count == 0 ? Outcome{{SocketStatus::Closed}} : Outcome{{}, count};
 }
 
 Outcome SendTo(const Socket& socket, ByteView data, const SocketAddress& to) {
@@ -280,7 +289,7 @@ void SendWakeUp(const Socket& sender) {
 
 void DrainWakeUp(const Socket& receiver) {
   std::uint8_t signal = 0;
-  while (Receive(receiver, {&signal, 1}).result.IsDone()) continue;
+  while (Receive(receiver, {&signal, 1}, {}).result.IsDone()) continue;
 }
 
 }  // namespace mv::platform::calls
