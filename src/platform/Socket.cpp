@@ -175,6 +175,10 @@ void TcpStream::ShutDown() {
   calls::ShutDown(socket_);
 }
 
+void TcpStream::WatchPeer(bool on) {
+  calls::WatchPeer(socket_, on);
+}
+
 SocketAddress TcpStream::PeerAddress() const {
   return calls::PeerAddress(socket_);
 }

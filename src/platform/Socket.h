@@ -116,6 +116,9 @@ struct WaitItem {
 /// Waits until one socket is ready: has data, a peer that connects, or an end. Takes sixty sockets at most.
 SocketResult WaitForSockets(std::span<WaitItem> items, const WaitLimit& limit);
 
+/// How long a machine that is watched may be silent; see TcpStream::WatchPeer.
+inline constexpr std::chrono::seconds kOutOfReachAfter(25);
+
 /// A connection. What is sent goes out at once, small pieces too.
 class TcpStream {
  public:
@@ -142,6 +145,9 @@ class TcpStream {
   SocketResult ReceiveExactly(ByteSpan out, std::size_t& count, const WaitLimit& limit);
   /// Tells the peer that no more data comes.
   void ShutDown();
+  /// From now on, or no longer: a peer whose machine does not answer for kOutOfReachAfter ends the connection, also
+  /// while nothing is sent. The systems ask each other; no program on the other side has to answer.
+  void WatchPeer(bool on);
   void Close() { socket_.Close(); }
 
   bool IsOpen() const { return socket_.IsOpen(); }

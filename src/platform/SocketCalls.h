@@ -34,6 +34,13 @@ Outcome Receive(const Socket& socket, ByteSpan out, ByteSpan behind);
 Outcome SendTo(const Socket& socket, ByteView data, const SocketAddress& to);
 Outcome ReceiveFrom(const Socket& socket, ByteSpan out, SocketAddress& from);
 void ShutDown(const Socket& socket);
+/// After the first time of silence the peer's system is asked so many times, at these intervals; Windows has no other
+/// number of questions.
+inline constexpr std::chrono::seconds kBeforeQuestions(5);
+inline constexpr std::chrono::seconds kBetweenQuestions(2);
+inline constexpr int kQuestions = 10;
+static_assert(kBeforeQuestions + kQuestions * kBetweenQuestions == kOutOfReachAfter);
+void WatchPeer(const Socket& socket, bool on);
 SocketAddress LocalAddress(const Socket& socket);
 SocketAddress PeerAddress(const Socket& socket);
 /// Sets isReady of each item. TimedOut when none became ready.

@@ -1,6 +1,7 @@
 // Before windows.h, which has an older socket interface otherwise.
 #include <winsock2.h>
 
+#include <mstcpip.h>
 #include <windows.h>
 
 #include <algorithm>
@@ -239,6 +240,17 @@ Outcome ReceiveFrom(const Socket& socket, ByteSpan out, SocketAddress& from) {
 
 void ShutDown(const Socket& socket) {
   ::shutdown(Native(socket), SD_SEND);
+}
+
+/// What was sent and never acknowledged the system gives up by itself in about that time.
+void WatchPeer(const Socket& socket, bool on) {
+  using std::chrono::milliseconds;
+  tcp_keepalive watch = {};
+  watch.onoff = on ? 1 : 0;
+  watch.keepalivetime = static_cast<ULONG>(milliseconds(kBeforeQuestions).count());
+  watch.keepaliveinterval = static_cast<ULONG>(milliseconds(kBetweenQuestions).count());
+  DWORD ignored = 0;
+  ::WSAIoctl(Native(socket), SIO_KEEPALIVE_VALS, &watch, sizeof watch, nullptr, 0, &ignored, nullptr, nullptr);
 }
 
 SocketAddress LocalAddress(const Socket& socket) {
