@@ -2,17 +2,20 @@
 
 import contextlib
 import datetime
+import os
 import random
+import shutil
 import signal
 import socket
+import subprocess
 import tempfile
 import time
 import unittest
 
 from . import cases, merge, pdbfile
-from .network import NetworkWorld, OwnNetwork, PlayedHandheld
+from .network import NetworkWorld, OwnNetwork, PlayedHandheld, Program
 from .test_sync import comparable, lay_out, with_empty_template, without_dates
-from .world import SILENT_TABLES
+from .world import BIN, SILENT_TABLES
 
 SEED = 20240517
 
@@ -230,6 +233,49 @@ class Listening(unittest.TestCase):
     def lock(file):
         import fcntl
         fcntl.flock(file, fcntl.LOCK_EX)
+
+
+NOBODY = 65534
+CAPABILITY_TOOLS = ("setcap", "setpriv")
+
+
+@unittest.skipUnless(os.geteuid() == 0 and all(map(shutil.which, CAPABILITY_TOOLS)),
+                     "giving a program a right takes root, setcap and setpriv")
+class PortBelow1024(unittest.TestCase):
+    """What docs/user/handheld.md says about port 990, as a user without rights."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.world = NetworkWorld(folder.name, "B", ControlPortB=990)
+        self.program = self.world.folder / "mvtool"
+        shutil.copy(BIN / "mvtool", self.program)
+        for path in (self.world.folder, *self.world.folder.rglob("*")):
+            os.chown(path, NOBODY, NOBODY)
+
+    def listener(self):
+        words = ["setpriv", f"--reuid={NOBODY}", f"--regid={NOBODY}", "--clear-groups", self.program, "listen", "--run",
+                 "none"]
+        return Program(words, self.world.folder / "listener.log", self.world.environment())
+
+    def test_program_with_the_capability_listens_there_and_one_without_says_what_to_do(self):
+        try:
+            # In a network of its own nobody else has the port, and every port below 1024 is kept.
+            with OwnNetwork():
+                self.check_both()
+        except OwnNetwork.CannotMake as reason:
+            self.skipTest(f"no network of its own for this test: {reason}")
+
+    def check_both(self):
+        with self.listener() as listener:
+            listener.wait_for("Windows Mobile 5 or 6 cannot call at TCP 127.0.0.1:990")
+            listener.wait_for("cap_net_bind_service")
+        if subprocess.run(["setcap", "cap_net_bind_service=+ep", self.program]).returncode != 0:
+            self.skipTest("the file system keeps no capabilities")
+        with self.listener() as listener:
+            listener.wait_for("listening at 127.0.0.1:990")
+            self.assertEqual(listener.interrupt(), 0)
+            self.assertNotIn("cannot call", listener.text())
 
 
 class Files(unittest.TestCase):

@@ -36,7 +36,6 @@ SocketStatus StatusOf(int code) {
     case WSAENOTCONN:
     case WSAESHUTDOWN:
     case WSAEDISCON:
-    case WSAENETRESET:
       return SocketStatus::Closed;
     case WSAECONNREFUSED:
       return SocketStatus::Refused;
