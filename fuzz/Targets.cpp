@@ -157,7 +157,16 @@ class HostileReplies : public wire::CallChannel {
  public:
   explicit HostileReplies(ByteView input) : messages_(input) {}
 
-  std::optional<ByteView> Exchange(ByteView, std::chrono::milliseconds) override { return messages_.Next(); }
+  std::optional<wire::Reply> Exchange(ByteView, std::chrono::milliseconds, const wire::ReplyRoom& room) override {
+    const std::optional<ByteView> body = messages_.Next();
+    if (!body) return std::nullopt;
+    if (body->size() <= room.beginning) return wire::Reply{*body};
+    const ByteView beginning = body->first(room.beginning);
+    const ByteView following = body->subspan(room.beginning);
+    if (following.size() > room.place.size() || !room.belongs(beginning, following.size())) return wire::Reply{*body};
+    std::copy(following.begin(), following.end(), room.place.begin());
+    return wire::Reply{beginning, following.size()};
+  }
 
  private:
   Messages messages_;

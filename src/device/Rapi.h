@@ -94,7 +94,7 @@ class Rapi {
   /// Low 32 bits of the size; 0xFFFFFFFF on failure.
   virtual std::uint32_t CeGetFileSize(RapiHandle file) = 0;
   /// Reads from the file's position; non-zero on success, `bytesRead` tells how many bytes of `out` were filled. Our
-  /// own implementations fail when they are fewer than asked for.
+  /// own implementations fail when they are fewer than asked for; with a library's the rest of `out` is 0.
   virtual std::int32_t CeReadFile(RapiHandle file, ByteSpan out, std::uint32_t& bytesRead) = 0;
   virtual std::int32_t CeWriteFile(RapiHandle file, ByteView data, std::uint32_t& bytesWritten) = 0;
   virtual std::int32_t CeCloseHandle(RapiHandle handle) = 0;

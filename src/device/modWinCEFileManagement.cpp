@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "base/Error.h"
 
@@ -91,32 +92,32 @@ DeviceCopyResult modWinCEFileManagement::Download(const std::string& devicePath,
   const RapiHandle file = rapi_.CeCreateFile(devicePath, rapi::kGenericRead, rapi::kFileShareRead, kSecurityAttributes,
                                              rapi::kOpenExisting, rapi::kFileAttributeNormal);
   if (file == kInvalidRapiHandle) return FailureCode(DeviceCopyResult::SourceUnreadable);
-  Bytes buffer;
-  if (!ReadDeviceFile(file, buffer)) return FailureCode(DeviceCopyResult::SourceUnreadable);
-  if (!WriteFileBytes(desktopPath, buffer)) return DeviceCopyResult::WriteFailed;
-  LogTransfer(buffer.size(), " bytes read from device at: ", devicePath);
+  const std::optional<DeviceFile> content = ReadDeviceFile(file);
+  if (!content) return FailureCode(DeviceCopyResult::SourceUnreadable);
+  if (!WriteFileBytes(desktopPath, content->View())) return DeviceCopyResult::WriteFailed;
+  LogTransfer(content->size, " bytes read from device at: ", devicePath);
   rapi_.CeCloseHandle(file);
   return DeviceCopyResult::Copied;
 }
 
-bool modWinCEFileManagement::ReadDeviceFile(RapiHandle file, Bytes& buffer) {
+std::optional<modWinCEFileManagement::DeviceFile> modWinCEFileManagement::ReadDeviceFile(RapiHandle file) {
   AdvanceSpinner();
   const std::uint32_t size = rapi_.CeGetFileSize(file);
-  if (size == rapi::kNoFileSize) return false;
+  if (size == rapi::kNoFileSize) return std::nullopt;
   if (size == 0 || size > kLongestFile) {
     rapi_.CeCloseHandle(file);
     throw StandardError(errors::kSubscriptOutOfRange);
   }
-  buffer.resize(size);
+  DeviceFile content{std::make_unique_for_overwrite<std::uint8_t[]>(size), size};
   AdvanceSpinner();
   bool read = true;
   for (std::size_t done = 0; done < size && read; done += kDownloadChunk) {
     std::uint32_t ignored = 0;  // the libraries of handhelds report no reliable count
-    const ByteSpan piece = ByteSpan(buffer).subspan(done, std::min(kDownloadChunk, size - done));
+    const ByteSpan piece(content.bytes.get() + done, std::min(kDownloadChunk, size - done));
     read = rapi_.CeReadFile(file, piece, ignored) != 0;
     AdvanceSpinner();
   }
-  return read;
+  return read ? std::optional(std::move(content)) : std::nullopt;
 }
 
 std::int32_t modWinCEFileManagement::ReadFileBytes(const std::string& desktopPath, Bytes& buffer) {
@@ -134,7 +135,7 @@ std::int32_t modWinCEFileManagement::ReadFileBytes(const std::string& desktopPat
   return static_cast<std::int32_t>(buffer.size());
 }
 
-bool modWinCEFileManagement::WriteFileBytes(const std::string& desktopPath, const Bytes& buffer) {
+bool modWinCEFileManagement::WriteFileBytes(const std::string& desktopPath, ByteView buffer) {
   if (buffer.empty()) return false;
   try {
     const auto file =

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 
 #include "base/Bytes.h"
@@ -52,16 +55,24 @@ class modWinCEFileManagement {
 
   /// Writes `buffer` over the start of a desktop file, created if missing but not cut: the rest of a longer file stays
   /// behind the new bytes. False on every error, an empty buffer included. The spinner advances for every 1024 bytes.
-  bool WriteFileBytes(const std::string& desktopPath, const Bytes& buffer);
+  bool WriteFileBytes(const std::string& desktopPath, ByteView buffer);
 
  private:
+  /// What a device file holds. Its memory is not cleared before it is read into, which would cost a tenth of receiving.
+  struct DeviceFile {
+    std::unique_ptr<std::uint8_t[]> bytes;
+    std::size_t size = 0;
+
+    ByteView View() const { return {bytes.get(), size}; }
+  };
+
   DeviceCopyResult Upload(const std::string& desktopPath, const std::string& devicePath, Overwrite overwrite);
   DeviceCopyResult Download(const std::string& devicePath, const std::string& desktopPath, Overwrite overwrite);
   /// Copied when there is no file at `devicePath`.
   DeviceCopyResult RequireNoDeviceFile(const std::string& devicePath);
   bool WriteInChunks(RapiHandle file, ByteView data);
-  /// False when the device file cannot be sized or read.
-  bool ReadDeviceFile(RapiHandle file, Bytes& buffer);
+  /// Nothing when the device file cannot be sized or read.
+  std::optional<DeviceFile> ReadDeviceFile(RapiHandle file);
   /// The code for a failed device call: `refused`, or NoConnection when the transport failed. To be asked right after
   /// that call.
   DeviceCopyResult FailureCode(DeviceCopyResult refused);

@@ -424,16 +424,16 @@ TEST_F(FileManagement, WriteFileBytesCreatesTheFile) {
 
 TEST_F(FileManagement, WriteFileBytesOverALongerFileLeavesItsOldTail) {
   files_.Put(kDesktopFile, {9, 9, 9, 9, 9});
-  EXPECT_TRUE(copies_.WriteFileBytes(kDesktopFile, {1, 2}));
+  EXPECT_TRUE(copies_.WriteFileBytes(kDesktopFile, Bytes{1, 2}));
   EXPECT_EQ(files_.Content(kDesktopFile), (Bytes{1, 2, 9, 9, 9}));
 }
 
 TEST_F(FileManagement, WriteFileBytesThatFailsIsFalse) {
-  EXPECT_FALSE(copies_.WriteFileBytes("Z:\\nowhere\\x", {1}));
+  EXPECT_FALSE(copies_.WriteFileBytes("Z:\\nowhere\\x", Bytes{1}));
   EXPECT_FALSE(copies_.WriteFileBytes(kDesktopFile, {}));
   EXPECT_FALSE(files_.FileExists(kDesktopFile));
   files_.FailWrite(1);
-  EXPECT_FALSE(copies_.WriteFileBytes(kDesktopFile, {1}));
+  EXPECT_FALSE(copies_.WriteFileBytes(kDesktopFile, Bytes{1}));
 }
 
 TEST_F(FileManagement, WithoutHooksCopiesAllTheSame) {

@@ -42,6 +42,7 @@ calls::Outcome Repeat(const Socket& socket, bool forWriting, const WaitLimit& li
   for (;;) {
     calls::Outcome outcome = call();
     if (outcome.result.status != SocketStatus::TimedOut) return outcome;
+    if (limit.IsOnlyNow()) return outcome;
     WaitItem item{&socket, forWriting};
     const SocketResult waited = WaitForSockets({&item, 1}, limit);
     if (!waited.IsDone()) return {waited};
@@ -153,8 +154,8 @@ SocketResult TcpStream::Send(ByteView data, const WaitLimit& limit) {
   return {};
 }
 
-SocketResult TcpStream::ReceiveSome(ByteSpan out, std::size_t& count, const WaitLimit& limit) {
-  const calls::Outcome received = Repeat(socket_, false, limit, [&] { return calls::Receive(socket_, out); });
+SocketResult TcpStream::ReceiveSome(ByteSpan out, ByteSpan behind, std::size_t& count, const WaitLimit& limit) {
+  const calls::Outcome received = Repeat(socket_, false, limit, [&] { return calls::Receive(socket_, out, behind); });
   count = received.count;
   return received.result;
 }
@@ -172,6 +173,10 @@ SocketResult TcpStream::ReceiveExactly(ByteSpan out, std::size_t& count, const W
 
 void TcpStream::ShutDown() {
   calls::ShutDown(socket_);
+}
+
+void TcpStream::WatchPeer(bool on) {
+  calls::WatchPeer(socket_, on);
 }
 
 SocketAddress TcpStream::PeerAddress() const {

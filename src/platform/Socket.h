@@ -102,6 +102,8 @@ struct WaitLimit {
   const WakeUp* wake = nullptr;  ///< ends the wait when signalled
 
   static WaitLimit After(std::chrono::milliseconds duration, const WakeUp* wake = nullptr);
+  /// True for the limit that a default one is: there is nothing to wait for.
+  bool IsOnlyNow() const { return until == SteadyTime() && wake == nullptr; }
 };
 
 /// One socket of those that a wait is about.
@@ -113,6 +115,9 @@ struct WaitItem {
 
 /// Waits until one socket is ready: has data, a peer that connects, or an end. Takes sixty sockets at most.
 SocketResult WaitForSockets(std::span<WaitItem> items, const WaitLimit& limit);
+
+/// How long a machine that is watched may be silent; see TcpStream::WatchPeer.
+inline constexpr std::chrono::seconds kOutOfReachAfter(25);
 
 /// A connection. What is sent goes out at once, small pieces too.
 class TcpStream {
@@ -131,11 +136,18 @@ class TcpStream {
   /// Sends all bytes, with one call to the system where it takes them. After any failure some may have been sent.
   SocketResult Send(ByteView data, const WaitLimit& limit);
   /// Receives at least one byte and at most `out.size()`, which is not 0. `count`: how many; 0 unless Done.
-  SocketResult ReceiveSome(ByteSpan out, std::size_t& count, const WaitLimit& limit);
+  SocketResult ReceiveSome(ByteSpan out, std::size_t& count, const WaitLimit& limit) {
+    return ReceiveSome(out, {}, count, limit);
+  }
+  /// The same; what `out` has no room for goes to `behind`.
+  SocketResult ReceiveSome(ByteSpan out, ByteSpan behind, std::size_t& count, const WaitLimit& limit);
   /// Fills `out`. `count`: how many bytes were received, on failure too.
   SocketResult ReceiveExactly(ByteSpan out, std::size_t& count, const WaitLimit& limit);
   /// Tells the peer that no more data comes.
   void ShutDown();
+  /// From now on, or no longer: a peer whose machine does not answer for kOutOfReachAfter ends the connection, also
+  /// while nothing is sent. The systems ask each other; no program on the other side has to answer.
+  void WatchPeer(bool on);
   void Close() { socket_.Close(); }
 
   bool IsOpen() const { return socket_.IsOpen(); }

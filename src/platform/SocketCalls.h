@@ -29,11 +29,18 @@ Outcome Connect(const Socket& socket, const SocketAddress& peer);
 /// Result of an attempt to connect that has ended.
 Outcome ConnectResult(const Socket& socket);
 Outcome Send(const Socket& socket, ByteView data);
-/// A connection that the peer has closed gives Closed.
-Outcome Receive(const Socket& socket, ByteSpan out);
+/// What `out` has no room for goes to `behind`. A connection that the peer has closed gives Closed.
+Outcome Receive(const Socket& socket, ByteSpan out, ByteSpan behind);
 Outcome SendTo(const Socket& socket, ByteView data, const SocketAddress& to);
 Outcome ReceiveFrom(const Socket& socket, ByteSpan out, SocketAddress& from);
 void ShutDown(const Socket& socket);
+/// After the first time of silence the peer's system is asked so many times, at these intervals; Windows has no other
+/// number of questions.
+inline constexpr std::chrono::seconds kBeforeQuestions(5);
+inline constexpr std::chrono::seconds kBetweenQuestions(2);
+inline constexpr int kQuestions = 10;
+static_assert(kBeforeQuestions + kQuestions * kBetweenQuestions == kOutOfReachAfter);
+void WatchPeer(const Socket& socket, bool on);
 SocketAddress LocalAddress(const Socket& socket);
 SocketAddress PeerAddress(const Socket& socket);
 /// Sets isReady of each item. TimedOut when none became ready.

@@ -77,6 +77,20 @@ TEST_F(Connected, SomeIsWhatThereIs) {
   EXPECT_EQ(count, 3U);
 }
 
+TEST_F(Connected, WhatTheFirstPlaceHasNoRoomForGoesBehindIt) {
+  near_.Send(BytesOf("abcdef"), Soon());
+  WaitItem item{&far_.Handle()};
+  ASSERT_TRUE(WaitForSockets({&item, 1}, Soon()).IsDone());
+  Bytes first(2);
+  Bytes behind(9);
+  std::size_t count = 0;
+  EXPECT_TRUE(far_.ReceiveSome(first, behind, count, Soon()).IsDone());
+  EXPECT_EQ(count, 6U);
+  EXPECT_EQ(first, BytesOf("ab"));
+  behind.resize(4);
+  EXPECT_EQ(behind, BytesOf("cdef"));
+}
+
 TEST_F(Connected, ReceivingFromASilentPeerTimesOut) {
   Bytes bytes(4);
   std::size_t count = 9;

@@ -1,7 +1,10 @@
 """A handheld on the network: worlds whose settings name it, and the simulator that plays it."""
 
 import contextlib
+import ctypes
+import os
 import pathlib
+import signal
 import socket
 import subprocess
 import time
@@ -15,6 +18,58 @@ def free_port(host="127.0.0.1"):
     with contextlib.closing(socket.socket()) as probe:
         probe.bind((host, 0))
         return probe.getsockname()[1]
+
+
+class OwnNetwork:
+    """A network of this test alone: only its loopback interface, which can be cut. As a context manager; CannotMake
+    when this user may not have one."""
+    NEW_NETWORK = 0x40000000  # CLONE_NEWNET
+
+    class CannotMake(Exception):
+        pass
+
+    def __enter__(self):
+        self.libc = ctypes.CDLL(None, use_errno=True)
+        self.before = os.open("/proc/self/ns/net", os.O_RDONLY | os.O_CLOEXEC)
+        if self.libc.unshare(self.NEW_NETWORK) != 0:
+            os.close(self.before)
+            raise self.CannotMake(os.strerror(ctypes.get_errno()))
+        self.connect()
+        return self
+
+    def __exit__(self, *_):
+        if self.libc.setns(self.before, 0) != 0:
+            raise OSError(ctypes.get_errno(), "the test's own network could not be left")
+        os.close(self.before)
+
+    @staticmethod
+    def connect():
+        subprocess.run(["ip", "link", "set", "lo", "up"], check=True)
+
+    @staticmethod
+    def cut():
+        """From now on nothing arrives any more, ends of connections included."""
+        subprocess.run(["ip", "link", "set", "lo", "down"], check=True)
+
+
+class PlayedHandheld:
+    """The control connection of a handheld of family A at `host` that a test plays; with a password, whose challenge it
+    sends."""
+    RECORD = bytes.fromhex(
+        "64000000 24000000 04143904 110a0000 00000000 44332211 00000000 24000000 36000000 48000000"
+        "50006f00 63006b00 65007400 50004300 00005000 6f006300 6b006500 74005000 43000000 53006900"
+        "6d004400 65007600 69006300 65002000 31003000 30000000")
+    CHALLENGE = bytes.fromhex("5a7e0000")
+
+    def __init__(self, port, host="127.0.0.2"):
+        self.socket = socket.create_connection(("127.0.0.1", port), SOON, (host, 0))
+        self.socket.sendall(self.CHALLENGE + self.RECORD)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.socket.close()
 
 
 class Program:
@@ -37,17 +92,17 @@ class Program:
     def text(self):
         return self.output.read_text(encoding="utf-8", errors="replace")
 
-    def wait_for(self, text, times=1):
+    def wait_for(self, text, times=1, patience=SOON):
         """Waits until the program has written `text` so many times."""
-        end = time.monotonic() + SOON
+        end = time.monotonic() + patience
         while self.text().count(text) < times:
             if time.monotonic() > end:
                 raise AssertionError(f"{text!r} did not come {times} times:\n{self.text()}")
             time.sleep(0.01)
 
-    def interrupt(self):
-        """Ctrl-C; returns the exit status."""
-        self.process.send_signal(2)
+    def interrupt(self, request=signal.SIGINT):
+        """Ctrl-C, or another request to end; returns the exit status."""
+        self.process.send_signal(request)
         return self.process.wait(SOON)
 
 

@@ -2,15 +2,20 @@
 
 import contextlib
 import datetime
+import os
 import random
+import shutil
+import signal
 import socket
+import subprocess
 import tempfile
+import time
 import unittest
 
 from . import cases, merge, pdbfile
-from .network import NetworkWorld
+from .network import NetworkWorld, OwnNetwork, PlayedHandheld, Program
 from .test_sync import comparable, lay_out, with_empty_template, without_dates
-from .world import SILENT_TABLES
+from .world import BIN, SILENT_TABLES
 
 SEED = 20240517
 
@@ -168,6 +173,40 @@ class Listening(unittest.TestCase):
             # Without the listener the handheld calls the next program itself.
             self.assertEqual(self.world.sync(0), 0, self.world.log_text())
 
+    def test_every_request_to_end_lets_a_run_come_to_its_end(self):
+        for request in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            with self.subTest(request=request), self.world.listener() as listener:
+                with self.world.simulator():
+                    listener.wait_for("synchronising")  # a run takes longer than the request needs to come
+                    self.assertEqual(listener.interrupt(request), 0)
+                self.assertTrue(listener.text().endswith("the run is done\nended\n"), listener.text())
+                self.assertEqual(self.left_behind(), ["listener.lock"])
+                for t, (cols, rows, records) in self.case.items():
+                    desktop, _ = merge.merged(0, cases.KEYS[t], cols, rows, records)
+                    self.assertEqual(comparable(cols, self.world.rows(t, cols)), comparable(cols, desktop), t)
+
+    def left_behind(self):
+        """What lies in the folder in which programs find a listener; its lock is free when nobody has it."""
+        return sorted(path.name for path in (self.world.folder / "runtime" / "mvppcsync").iterdir())
+
+    def test_locked_handheld_that_vanishes_without_a_word_loses_its_place(self):
+        try:
+            with OwnNetwork() as network:
+                self.check_that_another_gets_the_place_of_a_vanished_one(network)
+        except OwnNetwork.CannotMake as reason:
+            self.skipTest(f"no network of its own for this test: {reason}")
+
+    def check_that_another_gets_the_place_of_a_vanished_one(self, network):
+        with self.world.listener("--run", "none") as listener, PlayedHandheld(self.world.control):
+            listener.wait_for("at 127.0.0.2: locked with a password")
+            network.cut()
+            began = time.monotonic()
+            listener.wait_for("the handheld at 127.0.0.2 has gone: it is out of reach", patience=60)
+            self.assertGreater(time.monotonic() - began, 15, "a moment without a link is no end")
+            network.connect()
+            with PlayedHandheld(self.world.control, "127.0.0.3"):
+                listener.wait_for("at 127.0.0.3: locked with a password")
+
     def test_listener_that_was_killed_is_in_nobodys_way(self):
         with self.world.listener("--run", "none") as listener:
             listener.wait_for("listening at")
@@ -194,6 +233,49 @@ class Listening(unittest.TestCase):
     def lock(file):
         import fcntl
         fcntl.flock(file, fcntl.LOCK_EX)
+
+
+NOBODY = 65534
+CAPABILITY_TOOLS = ("setcap", "setpriv")
+
+
+@unittest.skipUnless(os.geteuid() == 0 and all(map(shutil.which, CAPABILITY_TOOLS)),
+                     "giving a program a right takes root, setcap and setpriv")
+class PortBelow1024(unittest.TestCase):
+    """What docs/user/handheld.md says about port 990, as a user without rights."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.world = NetworkWorld(folder.name, "B", ControlPortB=990)
+        self.program = self.world.folder / "mvtool"
+        shutil.copy(BIN / "mvtool", self.program)
+        for path in (self.world.folder, *self.world.folder.rglob("*")):
+            os.chown(path, NOBODY, NOBODY)
+
+    def listener(self):
+        words = ["setpriv", f"--reuid={NOBODY}", f"--regid={NOBODY}", "--clear-groups", self.program, "listen", "--run",
+                 "none"]
+        return Program(words, self.world.folder / "listener.log", self.world.environment())
+
+    def test_program_with_the_capability_listens_there_and_one_without_says_what_to_do(self):
+        try:
+            # In a network of its own nobody else has the port, and every port below 1024 is kept.
+            with OwnNetwork():
+                self.check_both()
+        except OwnNetwork.CannotMake as reason:
+            self.skipTest(f"no network of its own for this test: {reason}")
+
+    def check_both(self):
+        with self.listener() as listener:
+            listener.wait_for("Windows Mobile 5 or 6 cannot call at TCP 127.0.0.1:990")
+            listener.wait_for("cap_net_bind_service")
+        if subprocess.run(["setcap", "cap_net_bind_service=+ep", self.program]).returncode != 0:
+            self.skipTest("the file system keeps no capabilities")
+        with self.listener() as listener:
+            listener.wait_for("listening at 127.0.0.1:990")
+            self.assertEqual(listener.interrupt(), 0)
+            self.assertNotIn("cannot call", listener.text())
 
 
 class Files(unittest.TestCase):

@@ -11,9 +11,9 @@ import unittest
 from . import cases, merge
 from .test_faults import lock_held_elsewhere
 from .jetreaders import structure_findings
-from .network import NetworkWorld
+from .network import NetworkWorld, OwnNetwork, PlayedHandheld
 from .test_sync import lay_out, with_empty_template, without_dates
-from .windows import LIBRARY, PROGRAM, WindowsWorld, windows_path
+from .windows import LIBRARY, PROGRAM, WindowsListener, WindowsWorld, windows_path, wine_is_idle
 from .world import SILENT_TABLES, World
 
 SEED = int(os.environ.get("MV_SEED", "20240517"))
@@ -45,6 +45,47 @@ class WindowsEdition(unittest.TestCase):
         with_empty_template(self.linux, self.case)
         # Everything lies below a name that no code page holds: program, library, database, log and work folders.
         self.windows = WindowsWorld(os.path.join(folder.name, "windows \u00e9 \u0416 \U0001f697"), self.linux)
+
+    def test_listener_that_is_interrupted_brings_its_run_to_an_end(self):
+        for event in ("c", "break", "close", "logoff", "shutdown"):
+            with self.subTest(event=event), tempfile.TemporaryDirectory() as folder:
+                network = NetworkWorld(folder, "A")
+                network.handheld = self.windows.handheld
+                self.windows.write_settings(handheld={k: str(v) for k, v in network.handheld_settings.items()})
+                with WindowsListener(network.folder, event) as listener:
+                    listener.wait_for("no handheld has called", patience=60)
+                    with network.simulator():
+                        listener.wait_for("synchronising", patience=60)
+                        self.assertEqual(listener.interrupt(), 0, listener.text())
+                    self.assertTrue(listener.text().endswith("the run is done\nended\n"), listener.text())
+                self.assertEqual(listener.left_behind(), ["listener.lock"])
+                self.linux.sync(0)
+                for t in SILENT_TABLES:
+                    self.assertEqual(without_dates(self.windows.read_table(t)), without_dates(self.linux.read_table(t)), t)
+
+    def test_locked_handheld_that_vanishes_without_a_word_loses_its_place(self):
+        # What is left of Wine in the background would make its sockets in the network of all.
+        wine_is_idle()
+        try:
+            with OwnNetwork() as own, tempfile.TemporaryDirectory() as folder:
+                self.check_that_another_gets_the_place_of_a_vanished_one(own, NetworkWorld(folder, "A"))
+                wine_is_idle()
+        except OwnNetwork.CannotMake as reason:
+            self.skipTest(f"no network of its own for this test: {reason}")
+
+    def check_that_another_gets_the_place_of_a_vanished_one(self, own, network):
+        self.windows.write_settings(handheld={k: str(v) for k, v in network.handheld_settings.items()})
+        with WindowsListener(network.folder, "c", "--run", "none") as listener:
+            listener.wait_for("no handheld has called", patience=60)
+            with PlayedHandheld(network.control):
+                listener.wait_for("at 127.0.0.2: locked with a password")
+                own.cut()
+                # Wine has one error for a machine out of reach and for a peer that breaks the connection.
+                listener.wait_for("the handheld at 127.0.0.2 has gone", patience=60)
+                own.connect()
+                with PlayedHandheld(network.control, "127.0.0.3"):
+                    listener.wait_for("at 127.0.0.3: locked with a password")
+            self.assertEqual(listener.interrupt(), 0, listener.text())
 
     def test_synchronize_with_a_handheld_on_the_network_leaves_what_the_linux_edition_leaves(self):
         for family, version in (("A", 1), ("B", 2)):

@@ -5,6 +5,7 @@ import pathlib
 import shutil
 import subprocess
 
+from .network import Program
 from .world import ROOT, World
 
 WINDOWS_BIN = pathlib.Path(os.environ.get("MV_WINDOWS_BIN", ROOT / "build" / "windows-x64" / "bin"))
@@ -24,6 +25,41 @@ def wine(*command, timeout=120, **environment):
     return subprocess.run([str(ROOT / "tools" / "wine-run"), *map(str, command)], timeout=timeout,
                           env={**os.environ, "WINEPREFIX": str(WINE_PREFIX), "LC_ALL": "C.UTF-8", **environment},
                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode
+
+
+def wine_is_idle():
+    """Waits until no program runs in the tests' prefix, and nothing is left in the background."""
+    subprocess.run(["wineserver", "-w"], env={**os.environ, "WINEPREFIX": str(WINE_PREFIX)}, timeout=60, check=True)
+
+
+class WindowsListener(Program):
+    """"mvtool listen" of the Windows edition on a console of its own."""
+
+    def __init__(self, folder, event, *options):
+        self.signal = folder / "press"
+        self.signal.unlink(missing_ok=True)
+        output = folder / "listener.log"
+        output.touch()
+        words = [ROOT / "tools" / "wine-run", WINDOWS_BIN / "console_user.exe", event, windows_path(self.signal),
+                 windows_path(output), windows_path(WINDOWS_BIN / "mvtool.exe"), "listen", *options]
+        super().__init__(words, folder / "console.log", {**os.environ, "WINEPREFIX": str(WINE_PREFIX)})
+        self.output = output
+
+    def __exit__(self, *_):
+        # What was started through Wine's shell would not end with it.
+        if self.process.poll() is None:
+            self.interrupt()
+
+    @staticmethod
+    def left_behind():
+        """What lies in the folder in which programs find a listener; its lock is free when nobody has it."""
+        places = (WINE_PREFIX / "drive_c" / "users").glob("*/AppData/Local/MVPPCSync/*")
+        return sorted(path.name for path in places)
+
+    def interrupt(self):
+        """Lets the event happen; returns the exit status."""
+        self.signal.touch()
+        return self.process.wait(60)
 
 
 class WindowsWorld(World):

@@ -114,6 +114,7 @@ class FakeRapi : public Rapi {
     Handle& handle = handles_[file];
     const Bytes& content = files_[handle.path];
     const std::size_t count = std::min(out.size(), content.size() - handle.position);
+    std::fill(out.begin(), out.end(), std::uint8_t{0});
     std::copy_n(content.begin() + static_cast<std::ptrdiff_t>(handle.position), count, out.begin());
     handle.position += count;
     bytesRead = static_cast<std::uint32_t>(count);

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <atomic>
 #include <bit>
 #include <cstddef>
@@ -229,6 +230,7 @@ std::uint32_t DllRapi::CeGetFileSize(RapiHandle file) {
 }
 
 std::int32_t DllRapi::CeReadFile(RapiHandle file, ByteSpan out, std::uint32_t& bytesRead) {
+  std::fill(out.begin(), out.end(), std::uint8_t{0});  // the library may fill less than it says
   DWORD count = 0;
   const BOOL result = library_ == nullptr ? FALSE
                                           : library_->CeReadFile(SystemHandle(file), out.data(),

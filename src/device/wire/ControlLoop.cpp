@@ -148,7 +148,7 @@ void ControlLoop::ServeArrivals() {
   arrivals_.clear();
   for (Arrival& arrival : arrivals) {
     const bool isLate = now_ >= arrival.until;
-    if (Serve(arrival) == Alive::No) continue;
+    if (Serve(arrival) != Alive::Yes) continue;
     if (isLate) {
       log_.Line("gave up " + arrival.address.Text() + ": nothing came in time");
     } else {
@@ -202,6 +202,7 @@ ControlLoop::Alive ControlLoop::Promote(Arrival& arrival) {
   }
   ++callers_;
   log_.Line("handheld at " + control_->address.Text() + ": " + SystemText(control_->protocol->Handheld()));
+  WatchWhileLocked();
   TellStatus();
   if (control_->protocol->State() == ControlState::Ready) KeepAlive();
   return Alive::No;  // it is no arrival any more
@@ -218,13 +219,22 @@ void ControlLoop::ServeControl() {
   if (state == ControlState::Refused) return RefusedPassword();
   if (state == ControlState::Broken) return Lose("it sent " + protocol.Problem());
   if (alive == Alive::No) return Lose("it closed the connection");
+  if (alive == Alive::OutOfReach) return Lose("it is out of reach");
   if (state == ControlState::AwaitsAnswer && now_ >= control_->answerBy) return Lose("it did not answer the password");
   if (before == ControlState::AwaitsAnswer && state == ControlState::Ready) {
     control_->readyAt = now_ + options_.times.settle;
     control_->nextPing = now_;
   }
-  if (before != state) TellStatus();
+  if (before != state) {
+    WatchWhileLocked();
+    TellStatus();
+  }
   if (state == ControlState::Ready) KeepAlive();
+}
+
+/// A locked handheld takes no pings, so one that has vanished without a word would keep its place.
+void ControlLoop::WatchWhileLocked() {
+  control_->stream.WatchPeer(control_->protocol->State() != ControlState::Ready);
 }
 
 void ControlLoop::KeepAlive() {
@@ -357,7 +367,8 @@ ControlLoop::Alive ControlLoop::Exchange(TcpStream& stream, ControlProtocol& pro
   std::size_t count = 0;
   const SocketResult received = stream.ReceiveSome(buffer, count, kNow);
   if (received.status == SocketStatus::TimedOut) return Alive::Yes;
-  if (!received.IsDone()) return Alive::No;
+  if (received.status == SocketStatus::Closed) return Alive::No;
+  if (!received.IsDone()) return Alive::OutOfReach;
   protocol.Receive(ByteView(buffer).first(count));
   log_.Line("< control, " + std::to_string(count) + " bytes");
   return SendOutput(stream, protocol);

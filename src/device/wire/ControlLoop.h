@@ -61,7 +61,7 @@ class ControlLoop {
     platform::TcpStream stream;  ///< family A
     bool isConnected = false;    ///< and waits for the answer to the password
   };
-  enum class Alive { Yes, No };
+  enum class Alive { Yes, No, OutOfReach };
 
   // Listening
   void OpenListeners();
@@ -79,6 +79,7 @@ class ControlLoop {
 
   // The handheld
   void ServeControl();
+  void WatchWhileLocked();
   void KeepAlive();
   void Lose(const std::string& why);
   void RefusedPassword();

@@ -77,15 +77,19 @@ bool RemoteCalls::Check(bool isGood, const char* problem) {
   return false;
 }
 
-std::optional<MessageReader> RemoteCalls::Run(const char* name, const MessageWriter& request) {
+void RemoteCalls::Note(const char* direction, const char* name, std::size_t size) {
+  if (log_.IsOn()) log_.Line(direction + std::string(name) + ", " + std::to_string(size) + " bytes");
+}
+
+std::optional<MessageReader> RemoteCalls::Run(const char* name, const MessageWriter& request, const ReplyRoom& room) {
   lastError_ = 0;
   error_ = isUsable_ ? 0 : results::kFailed;
   if (!isUsable_) return std::nullopt;
-  log_.Line("> " + std::string(name) + ", " + std::to_string(request.Size()) + " bytes");
-  const std::optional<ByteView> reply = channel_->Exchange(request.Framed(), replyTime_);
+  Note("> ", name, request.Size());
+  const std::optional<Reply> reply = channel_->Exchange(request.Framed(), replyTime_, room);
   if (!Check(reply.has_value(), "the connection is lost")) return std::nullopt;
-  log_.Line("< " + std::string(name) + ", " + std::to_string(reply->size()) + " bytes");
-  MessageReader reader(*reply);
+  Note("< ", name, reply->kept.size() + reply->placed);
+  MessageReader reader(reply->kept);
   if (!IsV1()) return reader;
   const std::uint32_t status = reader.Word();
   const std::uint32_t refusal = status == 1 ? reader.Word() : 0;
@@ -128,6 +132,18 @@ std::optional<std::uint32_t> RemoteCalls::CreateFile(const std::string& path, st
   return handle == kNoHandle ? std::nullopt : handle;
 }
 
+std::size_t RemoteCalls::BytesBeforeData() const {
+  return (IsV1() ? 4 : 3) * sizeof(std::uint32_t);
+}
+
+bool RemoteCalls::IsDataNext(ByteView beginning, std::size_t following) const {
+  MessageReader reader(beginning);
+  const bool isRun = !IsV1() || reader.Word() == 0;
+  reader.Word();  // last error
+  const bool isDone = reader.Word() != 0;
+  return isRun && isDone && reader.Word() == following;
+}
+
 std::optional<std::size_t> RemoteCalls::ReadFile(std::uint32_t handle, ByteSpan out) {
   const auto wanted = static_cast<std::uint32_t>(out.size());
   MessageWriter request = Request(commands::kReadFile);
@@ -138,10 +154,16 @@ std::optional<std::size_t> RemoteCalls::ReadFile(std::uint32_t handle, ByteSpan 
   } else {
     request.Word(wanted);
   }
-  std::optional<MessageReader> reply = Run("CeReadFile", request);
+  bool isPlaced = false;
+  const auto belongs = [&](ByteView beginning, std::size_t following) {
+    return isPlaced = IsDataNext(beginning, following);
+  };
+  std::optional<MessageReader> reply = Run("CeReadFile", request, {BytesBeforeData(), out, belongs});
   if (!reply) return std::nullopt;
   if (TakeValue(*reply).value_or(0) == 0) return std::nullopt;
-  const ByteView data = reply->Counted();
+  const std::uint32_t count = reply->Word();
+  if (isPlaced) return count;
+  const ByteView data = reply->Raw(count);
   if (!Check(reply->IsGood(), "the reply is too short")) return std::nullopt;
   if (!Check(data.size() <= out.size(), "the handheld read more than it was asked for")) return std::nullopt;
   std::copy(data.begin(), data.end(), out.begin());

@@ -66,8 +66,15 @@ class RemoteCalls {
   /// A path that cannot be sent is refused as the handheld would refuse it.
   std::nullopt_t RefuseName();
   void PutPath(MessageWriter& request, const std::string& path) const;
-  /// Sends a request and takes the status of the reply; gives what follows it.
-  std::optional<MessageReader> Run(const char* name, const MessageWriter& request);
+  /// What a reply to CeReadFile mostly has before the file's bytes: status (V1), last error, value, count.
+  std::size_t BytesBeforeData() const;
+  /// True when all that follows such a beginning are the file's bytes. Else the reply is an unusual one: a refusal, a
+  /// status with more words, bytes behind the data, a lie.
+  bool IsDataNext(ByteView beginning, std::size_t following) const;
+  /// Sends a request and takes the status of the reply; gives what follows it and was kept together.
+  std::optional<MessageReader> Run(const char* name, const MessageWriter& request, const ReplyRoom& room = {});
+  /// A line of the log for a message.
+  void Note(const char* direction, const char* name, std::size_t size);
   /// The first two words of a result: the error code, which is kept, and the value returned.
   std::optional<std::uint32_t> TakeValue(MessageReader& reader);
   /// True when all of a reply could be read; else the connection must not be used again.

@@ -86,6 +86,37 @@ TEST(CallBytes, ReadFile) {
             Hex("0c000000 17000000 e0a20100 10000000"));
 }
 
+TEST(CallBytes, ReadFileTakesUnusualRepliesToo) {
+  const std::pair<MessageVersion, const char*> replies[] = {
+      {kV1, "19000000 01000000 00000000 00000000 01000000 05000000 48454c4c4f"},  // an HRESULT that is none
+      {kV1, "19000000 00000000 00000000 01000000 05000000 48454c4c4f 01020304"},  // bytes at the end
+      {kV2, "15000000 00000000 01000000 05000000 48454c4c4f 01020304"},           //
+      {kV1,
+       "29000000 00000000 00000000 01000000 05000000 48454c4c4f"
+       "0102030405060708"  // more than was asked for
+       "0102030405060708 01020304"},
+      {kV1, "15000000 00000000 00000000 ffffffff 05000000 48454c4c4f"},  // another kind of true
+  };
+  for (const auto& [version, reply] : replies) {
+    ScriptedCalls script(version, {reply, "0c000000 00000000 01000000 01000000"});
+    Bytes out(6);
+    EXPECT_EQ(script.Calls().ReadFile(0x1A2E0, out), 5U) << reply;
+    EXPECT_EQ(ToHex(ByteView(out).first(5)), Hex("48454c4c4f")) << reply;
+    EXPECT_TRUE(script.Calls().CloseHandle(0x1A2E0)) << reply << ": the next reply is in step";
+  }
+}
+
+TEST(CallBytes, ReadFileThatFailsKeepsTheConnection) {
+  for (const char* reply : {"10000000 00000000 05000000 00000000 00000000", "0c000000 00000000 05000000 00000000",
+                            "15000000 00000000 05000000 00000000 05000000 48454c4c4f"}) {
+    ScriptedCalls script(kV1, {reply});
+    Bytes out(16);
+    EXPECT_FALSE(script.Calls().ReadFile(0x1A2E0, out)) << reply;
+    EXPECT_EQ(script.Calls().LastError(), 5U) << reply;
+    EXPECT_EQ(script.Calls().Error(), 0) << reply;
+  }
+}
+
 TEST(CallBytes, ReadFileAtTheEndReadsNothing) {
   ScriptedCalls script(kV1, {"10000000 00000000 00000000 01000000 00000000"});
   Bytes out(16);

@@ -15,6 +15,8 @@ class WireLog {
   WireLog(const WireLog&) = delete;
   WireLog& operator=(const WireLog&) = delete;
 
+  /// True when somebody gets the lines: whoever has many to make asks before.
+  bool IsOn() const { return sink_ != nullptr; }
   void Line(const std::string& line) {
     if (!sink_) return;
     const std::lock_guard lock(mutex_);

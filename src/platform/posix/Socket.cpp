@@ -3,6 +3,7 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -84,9 +85,8 @@ SocketAddress AskAddress(Call call, const Socket& socket) {
   return failed != 0 ? SocketAddress() : FromNative(native);
 }
 
-void SetOption(const Socket& socket, int level, int option) {
-  const int on = 1;
-  ::setsockopt(Descriptor(socket), level, option, &on, sizeof on);
+void SetOption(const Socket& socket, int level, int option, int value = 1) {
+  ::setsockopt(Descriptor(socket), level, option, &value, sizeof value);
 }
 
 Outcome Open(Socket& socket, int type) {
@@ -150,8 +150,13 @@ Outcome Send(const Socket& socket, ByteView data) {
   return OutcomeOf(::send(Descriptor(socket), data.data(), data.size(), MSG_NOSIGNAL));
 }
 
-Outcome Receive(const Socket& socket, ByteSpan out) {
-  const ssize_t count = ::recv(Descriptor(socket), out.data(), out.size(), 0);
+Outcome Receive(const Socket& socket, ByteSpan out, ByteSpan behind) {
+  iovec places[] = {{out.data(), out.size()}, {behind.data(), behind.size()}};
+  msghdr message = {};
+  message.msg_iov = places;
+  message.msg_iovlen = 2;
+  const ssize_t count = behind.empty() ? ::recv(Descriptor(socket), out.data(), out.size(), 0)
+                                       : ::recvmsg(Descriptor(socket), &message, 0);
   return count == 0 ? Outcome{{SocketStatus::Closed}} : OutcomeOf(count);
 }
 
@@ -172,6 +177,16 @@ Outcome ReceiveFrom(const Socket& socket, ByteSpan out, SocketAddress& from) {
 
 void ShutDown(const Socket& socket) {
   ::shutdown(Descriptor(socket), SHUT_WR);
+}
+
+void WatchPeer(const Socket& socket, bool on) {
+  SetOption(socket, IPPROTO_TCP, TCP_KEEPIDLE, static_cast<int>(kBeforeQuestions.count()));
+  SetOption(socket, IPPROTO_TCP, TCP_KEEPINTVL, static_cast<int>(kBetweenQuestions.count()));
+  SetOption(socket, IPPROTO_TCP, TCP_KEEPCNT, kQuestions);
+  SetOption(socket, SOL_SOCKET, SO_KEEPALIVE, on ? 1 : 0);
+  // What was sent and never acknowledged is repeated for a quarter of an hour, and nothing is asked meanwhile.
+  const std::chrono::milliseconds unacknowledged = on ? kOutOfReachAfter : std::chrono::seconds(0);
+  SetOption(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, static_cast<int>(unacknowledged.count()));
 }
 
 SocketAddress LocalAddress(const Socket& socket) {

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <atomic>
+
 namespace mv::platform {
 namespace {
 
@@ -11,8 +13,19 @@ HANDLE Wish() {
   return event;
 }
 
-BOOL WINAPI TakeWish(DWORD) {
+/// True once the console closes, the user logs off or the machine goes down.
+std::atomic<bool>& IsSessionEnding() {
+  static std::atomic<bool> isEnding = false;
+  return isEnding;
+}
+
+BOOL WINAPI TakeWish(DWORD kind) {
+  const bool leavesTheProgram = kind == CTRL_C_EVENT || kind == CTRL_BREAK_EVENT;
+  if (!leavesTheProgram) IsSessionEnding() = true;
   ::SetEvent(Wish());
+  // As soon as this returns the system ends the process, and some seconds later in any case. So the program has these
+  // seconds; its end ends this thread too.
+  if (!leavesTheProgram) ::Sleep(INFINITE);
   return TRUE;
 }
 
@@ -24,7 +37,8 @@ Interruption::Interruption() {
 }
 
 Interruption::~Interruption() {
-  ::SetConsoleCtrlHandler(TakeWish, FALSE);
+  // While a handler runs the system lets nobody touch the list of handlers, and that one does not return.
+  if (!IsSessionEnding()) ::SetConsoleCtrlHandler(TakeWish, FALSE);
 }
 
 void Interruption::Wait() {

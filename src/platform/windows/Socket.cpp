@@ -1,6 +1,7 @@
 // Before windows.h, which has an older socket interface otherwise.
 #include <winsock2.h>
 
+#include <mstcpip.h>
 #include <windows.h>
 
 #include <algorithm>
@@ -35,7 +36,6 @@ SocketStatus StatusOf(int code) {
     case WSAENOTCONN:
     case WSAESHUTDOWN:
     case WSAEDISCON:
-    case WSAENETRESET:
       return SocketStatus::Closed;
     case WSAECONNREFUSED:
       return SocketStatus::Refused;
@@ -73,6 +73,10 @@ Outcome OutcomeOf(int count) {
 
 int PieceLength(std::size_t size) {
   return static_cast<int>(std::min(size, kLongestPiece));
+}
+
+WSABUF Place(ByteSpan bytes) {
+  return {static_cast<ULONG>(PieceLength(bytes.size())), reinterpret_cast<CHAR*>(bytes.data())};
 }
 
 sockaddr_in NativeAddress(const SocketAddress& address) {
@@ -204,9 +208,14 @@ Outcome Send(const Socket& socket, ByteView data) {
   return OutcomeOf(::send(Native(socket), reinterpret_cast<const char*>(data.data()), PieceLength(data.size()), 0));
 }
 
-Outcome Receive(const Socket& socket, ByteSpan out) {
-  const int count = ::recv(Native(socket), reinterpret_cast<char*>(out.data()), PieceLength(out.size()), 0);
-  return count == 0 ? Outcome{{SocketStatus::Closed}} : OutcomeOf(count);
+Outcome Receive(const Socket& socket, ByteSpan out, ByteSpan behind) {
+  WSABUF places[] = {Place(out), Place(behind)};
+  const bool usesBoth = !behind.empty() && out.size() <= kLongestPiece;
+  DWORD count = 0;
+  DWORD flags = 0;
+  const int failed = ::WSARecv(Native(socket), places, usesBoth ? 2 : 1, &count, &flags, nullptr, nullptr);
+  if (failed != 0) return FailedWith(::WSAGetLastError());
+  return count == 0 ? Outcome{{SocketStatus::Closed}} : Outcome{{}, count};
 }
 
 Outcome SendTo(const Socket& socket, ByteView data, const SocketAddress& to) {
@@ -230,6 +239,17 @@ Outcome ReceiveFrom(const Socket& socket, ByteSpan out, SocketAddress& from) {
 
 void ShutDown(const Socket& socket) {
   ::shutdown(Native(socket), SD_SEND);
+}
+
+/// What was sent and never acknowledged the system gives up by itself in about that time.
+void WatchPeer(const Socket& socket, bool on) {
+  using std::chrono::milliseconds;
+  tcp_keepalive watch = {};
+  watch.onoff = on ? 1 : 0;
+  watch.keepalivetime = static_cast<ULONG>(milliseconds(kBeforeQuestions).count());
+  watch.keepaliveinterval = static_cast<ULONG>(milliseconds(kBetweenQuestions).count());
+  DWORD ignored = 0;
+  ::WSAIoctl(Native(socket), SIO_KEEPALIVE_VALS, &watch, sizeof watch, nullptr, 0, &ignored, nullptr, nullptr);
 }
 
 SocketAddress LocalAddress(const Socket& socket) {
@@ -280,7 +300,7 @@ void SendWakeUp(const Socket& sender) {
 
 void DrainWakeUp(const Socket& receiver) {
   std::uint8_t signal = 0;
-  while (Receive(receiver, {&signal, 1}).result.IsDone()) continue;
+  while (Receive(receiver, {&signal, 1}, {}).result.IsDone()) continue;
 }
 
 }  // namespace mv::platform::calls
