@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "pdb/HandheldType.h"
 #include "pdb/PDBAppforgeDefinition.h"
 #include "pdb/PDBAppforgeRecord.h"
 #include "pdb/PDBByteStream.h"
@@ -81,16 +82,22 @@ class clsSyncableRS_PDB : public ISyncableRS {
   bool OpenTable();
   std::vector<FieldDefinition> FieldsOfTable();
   void LoadRecords();
-  /// Makes record `index` (from 1) the one that RecordValue reads; returns its attributes.
+  void LoadRecordsAsTheyAre(std::vector<HandheldType> types);
+  void LoadConvertedRecords();
+  /// Makes record `index` (from 1) the one that record_ holds; returns its attributes.
   std::int32_t ReadRecord(std::int32_t index);
   /// Puts the record's values into a row of the recordset.
   void FillRow(std::vector<Value>& row) const;
   bool Flag(const char* field, const char* member) const;
+  bool AppendPlainRecord(const Recordset& row);
+  void AppendConvertedRecord(const Recordset& row);
 
   const SyncContext& context_;
   PDBDatabase database_;
   PDBAppforgeRecord record_;
-  std::vector<std::int32_t> fieldTypes_;  ///< of the table read by createADORS
+  std::vector<std::int32_t> fieldTypes_;   ///< of the table read by createADORS
+  std::vector<HandheldType> outputTypes_;  ///< of the table opened by openDB
+  Bytes outputRecord_;                     ///< the last one, for its memory
   std::unique_ptr<MemoryRecordset> records_;
   std::string name_;
   std::unique_ptr<IKeyInfo> keyInfo_;
