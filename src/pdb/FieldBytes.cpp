@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "base/ByteOrder.h"
-#include "base/Checked.h"
 #include "base/Error.h"
 #include "pdb/DateWord.h"
 #include "pdb/FieldValue.h"
@@ -74,8 +73,7 @@ bool Append(Bytes& record, Date date) {
 }
 
 bool Append(Bytes& record, const std::string& text) {
-  const std::int32_t length = CheckedAdd(EncodedLength(text, kTwoByteForm), 1);
-  WriteTerminatedText(Grow(record, static_cast<std::size_t>(length)), text, kTwoByteForm);
+  AppendTerminatedText(record, text, kTwoByteForm);
   return true;
 }
 

@@ -1,5 +1,6 @@
 #include "pdb/PDBByteStream.h"
 
+#include <algorithm>
 #include <bit>
 #include <limits>
 #include <utility>
@@ -86,8 +87,10 @@ void PDBByteStream::ByteToString(std::string& text, std::int32_t& pos) const {
 }
 
 void PDBByteStream::StringToByte(std::string_view text, std::int32_t& pos) {
-  const std::int32_t needed = CheckedAdd(EncodedLength(text, utf8Strings_), 1);
-  WriteTerminatedText(Room(pos, needed), text, utf8Strings_);
+  Bytes encoded;
+  AppendTerminatedText(encoded, text, utf8Strings_);
+  const auto needed = CheckedCast<std::int32_t>(encoded.size());
+  std::copy(encoded.begin(), encoded.end(), Room(pos, needed));
   pos += needed;
 }
 

@@ -104,6 +104,15 @@ void WalkText(ByteView elements, std::int32_t& pos, bool twoByteForm, Sink sink)
   pos = last + 1;
 }
 
+void AppendValue(Bytes& bytes, std::uint8_t value, bool twoByteForm) {
+  if (value <= kLastOneByteValue || !twoByteForm) {
+    bytes.push_back(value);
+    return;
+  }
+  bytes.push_back(static_cast<std::uint8_t>(0xC0 | value >> 6));
+  bytes.push_back(static_cast<std::uint8_t>(0x80 | (value & 0x3F)));
+}
+
 struct Appending {
   std::string& text;
 
@@ -127,27 +136,16 @@ void SkipTerminatedText(ByteView elements, std::int32_t& pos, bool twoByteForm) 
   WalkText(elements, pos, twoByteForm, Skipping());
 }
 
-std::int32_t EncodedLength(std::string_view text, bool twoByteForm) {
-  if (PlainPrefix(text, twoByteForm) == text.size()) return CheckedCast<std::int32_t>(text.size());
-  return twoByteForm ? PDBUtils::UTF8Length(text) : CheckedCast<std::int32_t>(CharacterCount(text));
-}
-
-std::uint8_t* WriteTerminatedText(std::uint8_t* out, std::string_view text, bool twoByteForm) {
-  for (std::size_t position = 0; position < text.size();) {
-    const std::size_t run = PlainPrefix(text.substr(position), twoByteForm);
-    out = std::copy_n(text.begin() + static_cast<std::ptrdiff_t>(position), run, out);
-    position += run;
-    if (position == text.size()) break;
-    const std::uint8_t value = NextAnsiValue(text, position);
-    if (value <= kLastOneByteValue || !twoByteForm) {
-      *out++ = value;
-    } else {
-      *out++ = static_cast<std::uint8_t>(0xC0 | value >> 6);
-      *out++ = static_cast<std::uint8_t>(0x80 | (value & 0x3F));
-    }
+void AppendTerminatedText(Bytes& bytes, std::string_view text, bool twoByteForm) {
+  while (true) {
+    const std::size_t plain = PlainPrefix(text, twoByteForm);
+    bytes.insert(bytes.end(), text.begin(), text.begin() + static_cast<std::ptrdiff_t>(plain));
+    if (plain == text.size()) break;
+    std::size_t position = plain;
+    AppendValue(bytes, NextAnsiValue(text, position), twoByteForm);
+    text.remove_prefix(position);
   }
-  *out++ = 0;
-  return out;
+  bytes.push_back(0);
 }
 
 }  // namespace mv

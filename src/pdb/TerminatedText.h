@@ -15,9 +15,7 @@ void ReadTerminatedText(ByteView elements, std::int32_t& pos, bool twoByteForm, 
 /// Moves `pos` behind the text, with the errors of reading it.
 void SkipTerminatedText(ByteView elements, std::int32_t& pos, bool twoByteForm);
 
-/// Bytes of the text without its zero. Error 6 when that is no 32-bit number.
-std::int32_t EncodedLength(std::string_view text, bool twoByteForm);
-/// Writes EncodedLength bytes and a zero; returns the place behind them.
-std::uint8_t* WriteTerminatedText(std::uint8_t* out, std::string_view text, bool twoByteForm);
+/// Writes the text and its zero behind what `bytes` hold.
+void AppendTerminatedText(Bytes& bytes, std::string_view text, bool twoByteForm);
 
 }  // namespace mv
