@@ -197,6 +197,7 @@ void MemoryRecordset::Find(std::string_view criterion) {
 TextIndex& MemoryRecordset::IndexOf(std::size_t index) {
   const auto [entry, isNew] = indexes_.try_emplace(index);
   if (!isNew) return entry->second;
+  entry->second.Reserve(static_cast<std::size_t>(liveRows_));
   Value room;
   for (RowNumber row = first_; row != kNoRow; row = rows_[row].next) {
     if (rows_[row].isStored) stored_->ReadField(row, index, room);

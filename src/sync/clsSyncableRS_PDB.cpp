@@ -223,10 +223,10 @@ std::string clsSyncableRS_PDB::keyCriteria(const Recordset& rs) const {
   return keyInfo_->Criteria(rs);
 }
 
-bool clsSyncableRS_PDB::Flag(const char* field, const char* member) const {
+bool clsSyncableRS_PDB::Flag(std::size_t fromEnd, const char* member) const {
   if (!records_) throw Error(kNoRecordsetError, member, "Unexpected null recordset");
-  const Value value = records_->FieldValue(field);
-  const bool* const flag = std::get_if<bool>(&value);
+  Value room;
+  const bool* const flag = std::get_if<bool>(&records_->PeekField(records_->Fields().size() - fromEnd, room));
   return flag != nullptr && *flag;
 }
 

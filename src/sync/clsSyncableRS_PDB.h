@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -53,6 +54,9 @@ class clsSyncableRS_PDB : public ISyncableRS {
   /// With a record count that is a multiple of 8 progress is reported for every record, else never.
   void createADORS() override;
 
+  /// Gives up what createADORS has made, and its memory.
+  void ForgetADORS() { records_.reset(); }
+
   /// Raises why the last createADORS or openDB could not open its file; nothing when it could. A file that another
   /// program holds is error 75 with its path: a run explains error 70 as the desktop database being in use.
   void RequireOpened() const;
@@ -71,12 +75,15 @@ class clsSyncableRS_PDB : public ISyncableRS {
   void keyInfo(std::unique_ptr<IKeyInfo> keyInfo) override { keyInfo_ = std::move(keyInfo); }
   Recordset& adors() const override;
   /// The current row's `_D` and `_M`. Error -2 "Unexpected null recordset" before createADORS.
-  bool RecordIsDeleted() const override { return Flag("_D", "RecordIsDeleted"); }
-  bool RecordIsModified() const override { return Flag("_M", "RecordIsModified"); }
+  bool RecordIsDeleted() const override { return Flag(kDeletedFromEnd, "RecordIsDeleted"); }
+  bool RecordIsModified() const override { return Flag(kModifiedFromEnd, "RecordIsModified"); }
   /// Fields in the file read by createADORS, those of unknown types included, or fields of createDB's template.
   std::int16_t nSyncableFields() const override { return syncableFields_; }
 
  private:
+  static constexpr std::size_t kDeletedFromEnd = 2;
+  static constexpr std::size_t kModifiedFromEnd = 1;
+
   void SetDatabaseName(const std::string& fileName);
   /// Opens the file called name(); false when it cannot be opened or is no table.
   bool OpenTable();
@@ -88,7 +95,8 @@ class clsSyncableRS_PDB : public ISyncableRS {
   std::int32_t ReadRecord(std::int32_t index);
   /// Puts the record's values into a row of the recordset.
   void FillRow(std::vector<Value>& row) const;
-  bool Flag(const char* field, const char* member) const;
+  /// The flag that stands `fromEnd` places before the end of the fields.
+  bool Flag(std::size_t fromEnd, const char* member) const;
   bool AppendPlainRecord(const Recordset& row);
   void AppendConvertedRecord(const Recordset& row);
 
