@@ -223,6 +223,12 @@ std::size_t PlainPrefix(std::string_view text) {
     std::memcpy(&word, text.data() + length, sizeof(word));
     if (HasEscaped(word)) break;
   }
+  const std::size_t rest = text.size() - length;
+  if (rest < sizeof(word) && length > 0) {
+    // The rest with some of what was just looked at.
+    std::memcpy(&word, text.data() + text.size() - sizeof(word), sizeof(word));
+    if (!HasEscaped(word)) return text.size();
+  }
   while (length < text.size() && !IsEscaped(text[length])) ++length;
   return length;
 }

@@ -1,5 +1,6 @@
 #include "pdb/FieldBytes.h"
 
+#include <array>
 #include <bit>
 #include <concepts>
 #include <limits>
@@ -40,14 +41,11 @@ std::string& TextIn(Value& value) {
   return value.emplace<std::string>();
 }
 
-std::uint8_t* Grow(Bytes& record, std::size_t count) {
-  record.resize(record.size() + count);
-  return record.data() + record.size() - count;
-}
-
 template <std::integral T>
 bool Append(Bytes& record, T bits) {
-  StoreBig(Grow(record, sizeof(T)), bits);
+  std::array<std::uint8_t, sizeof(T)> bytes;
+  StoreBig(bytes.data(), bits);
+  record.insert(record.end(), bytes.begin(), bytes.end());
   return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 
 #include "base/Ascii.h"
 #include "base/Checked.h"
@@ -70,6 +71,17 @@ std::string_view UpToZero(ByteView elements, std::int16_t index) {
   return rest.substr(0, rest.find('\0'));
 }
 
+/// The text at `pos` where all of it is plain and its zero within reach of a 16-bit index, as nearly every text is.
+std::optional<std::string_view> PlainText(ByteView elements, std::int32_t pos, bool twoByteForm) {
+  if (pos < 0 || pos > kLastIndex || static_cast<std::size_t>(pos) >= elements.size()) return std::nullopt;
+  const std::string_view reach = AsText(elements).substr(0, kLastIndex);
+  const std::size_t zero = reach.find('\0', static_cast<std::size_t>(pos));
+  if (zero == reach.npos) return std::nullopt;
+  const std::string_view text = reach.substr(static_cast<std::size_t>(pos), zero - static_cast<std::size_t>(pos));
+  if (PlainPrefix(text, twoByteForm) != text.size()) return std::nullopt;
+  return text;
+}
+
 /// Gives the characters that begin in `run`, which lies at `index`, to `sink`, and returns the index behind them.
 template <typename Sink>
 std::int16_t WalkCharacters(ByteView elements, std::int16_t index, std::string_view run, bool twoByteForm, Sink& sink) {
@@ -89,8 +101,14 @@ std::int16_t WalkCharacters(ByteView elements, std::int16_t index, std::string_v
   return index;
 }
 
+/// Gives the characters of the text at `pos` to `sink` and moves `pos` behind it.
 template <typename Sink>
 void WalkText(ByteView elements, std::int32_t& pos, bool twoByteForm, Sink sink) {
+  if (const std::optional<std::string_view> text = PlainText(elements, pos, twoByteForm)) {
+    sink.Plain(*text);
+    pos += static_cast<std::int32_t>(text->size() + 1);
+    return;
+  }
   const std::int32_t last = elements.empty() ? 0 : static_cast<std::int32_t>(elements.size() - 1);
   std::int16_t index = CheckedCast<std::int16_t>(pos);
   while (index <= last) {
