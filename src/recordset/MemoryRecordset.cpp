@@ -1,5 +1,6 @@
 #include "recordset/MemoryRecordset.h"
 
+#include <optional>
 #include <unordered_set>
 #include <utility>
 
@@ -147,7 +148,6 @@ void MemoryRecordset::Delete() {
   if (pending_ == Pending::NewRow) throw StandardError(errors::kNoCurrentRecord);
   RequireLiveRow();
   CancelUpdate();
-  for (auto& [field, index] : indexes_) index.Remove(ValuesOf(current_)[field], current_);
   Row& row = rows_[current_];
   Unlink(row);
   row.live = false;
@@ -191,7 +191,11 @@ void MemoryRecordset::Find(std::string_view criterion) {
   const std::size_t field = FieldIndex(wanted.fieldName);
   Update();
   if (Eof()) throw StandardError(errors::kNoCurrentRecord);
-  current_ = IndexOf(field).FirstFrom(wanted.text, current_).value_or(kNoRow);
+  TextIndex& index = IndexOf(field);
+  std::optional<RowNumber> row = index.FirstFrom(wanted.text, current_);
+  // Deleted rows leave an index when they are met, each once: most never are.
+  for (; row && !rows_[*row].live; row = index.FirstFrom(wanted.text, current_)) index.Remove(wanted.text, *row);
+  current_ = row.value_or(kNoRow);
 }
 
 TextIndex& MemoryRecordset::IndexOf(std::size_t index) {
