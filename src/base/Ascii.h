@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -9,14 +10,27 @@ namespace mv {
 
 /// Nearly all text is plain ASCII, and text is what most of a record is: these look at eight bytes at a time.
 
+/// How many of the eight bytes that `word` was loaded from come before the first above 0x7F; 8 when none is.
+inline std::size_t AsciiBytesIn(std::uint64_t word) {
+  const std::uint64_t high = word & 0x8080808080808080;
+  const int zeros = std::endian::native == std::endian::little ? std::countr_zero(high) : std::countl_zero(high);
+  return static_cast<std::size_t>(zeros) / 8;
+}
+
 /// How many bytes below 0x80 `text` begins with.
 inline std::size_t AsciiPrefix(std::string_view text) {
-  constexpr std::uint64_t kHighBits = 0x8080808080808080;
   std::size_t length = 0;
   std::uint64_t word = 0;
   for (; text.size() - length >= sizeof(word); length += sizeof(word)) {
     std::memcpy(&word, text.data() + length, sizeof(word));
-    if ((word & kHighBits) != 0) break;
+    const std::size_t ascii = AsciiBytesIn(word);
+    if (ascii != sizeof(word)) return length + ascii;
+  }
+  if (text.size() > sizeof(word)) {
+    // The rest with some of what was just looked at.
+    const std::size_t last = text.size() - sizeof(word);
+    std::memcpy(&word, text.data() + last, sizeof(word));
+    return last + AsciiBytesIn(word);
   }
   while (length < text.size() && static_cast<unsigned char>(text[length]) < 0x80) ++length;
   return length;

@@ -1,6 +1,7 @@
 #include "base/Utf.h"
 
 #include <array>
+#include <bit>
 #include <cstdint>
 
 #include "base/Ascii.h"
@@ -58,27 +59,38 @@ char32_t CodePointAt(Unit unit, std::size_t count, std::size_t& i) {
   return 0x10000 + ((codePoint - 0xD800) << 10) + (unit(++i) - 0xDC00u);
 }
 
-/// Appends the ASCII characters that UTF-16LE begins with, four at a time, all but three at most. How many.
-std::size_t AppendAsciiRun(std::string& text, ByteView littleEndian) {
-  constexpr std::uint64_t kNotAscii = 0xFF80FF80FF80FF80;
-  constexpr std::size_t kFour = 4 * sizeof(char16_t);
-  std::array<std::uint8_t, 64> narrow;
-  std::size_t done = 0;
-  bool isAscii = true;
-  while (isAscii && littleEndian.size() >= kFour) {
-    std::size_t length = 0;
-    for (; length < narrow.size() && littleEndian.size() >= kFour; length += 4) {
-      auto four = LoadLittle<std::uint64_t>(littleEndian.data());
-      isAscii = (four & kNotAscii) == 0;
-      if (!isAscii) break;
-      four = (four | four >> 8) & 0x0000FFFF0000FFFF;
-      StoreLittle(narrow.data() + length, static_cast<std::uint32_t>(four | four >> 16));
-      littleEndian = littleEndian.subspan(kFour);
-    }
-    text.append(reinterpret_cast<const char*>(narrow.data()), length);
-    done += length;
+constexpr std::size_t kLongestSequence = 4;
+
+/// Writes the UTF-8 form of one code point; returns the place behind it.
+char* WriteUtf8(char* out, char32_t codePoint) {
+  if (codePoint > kLastCodePoint || IsSurrogate(codePoint)) codePoint = kReplacement;
+  const auto continuation = [&](unsigned shift) { return static_cast<char>(0x80 | (codePoint >> shift & 0x3F)); };
+  if (codePoint < 0x80) {
+    *out++ = static_cast<char>(codePoint);
+    return out;
   }
-  return done;
+  if (codePoint < 0x800) {
+    *out++ = static_cast<char>(0xC0 | codePoint >> 6);
+  } else if (codePoint < 0x10000) {
+    *out++ = static_cast<char>(0xE0 | codePoint >> 12);
+    *out++ = continuation(6);
+  } else {
+    *out++ = static_cast<char>(0xF0 | codePoint >> 18);
+    *out++ = continuation(12);
+    *out++ = continuation(6);
+  }
+  *out++ = continuation(0);
+  return out;
+}
+
+/// The low bytes of four units in UTF-16LE, at `out`; how many of them are ASCII characters before the first other one.
+std::size_t NarrowFour(const std::uint8_t* units, char* out) {
+  constexpr std::uint64_t kNotAscii = 0xFF80FF80FF80FF80;
+  const auto four = LoadLittle<std::uint64_t>(units);
+  const std::uint64_t pairs = (four | four >> 8) & 0x0000FFFF0000FFFF;
+  const auto low = static_cast<std::uint32_t>(pairs | pairs >> 16);
+  StoreLittle(reinterpret_cast<std::uint8_t*>(out), low);
+  return static_cast<std::size_t>(std::countr_zero(four & kNotAscii)) / 16;
 }
 
 }  // namespace
@@ -89,21 +101,8 @@ char32_t NextCodePoint(std::string_view text, std::size_t& position) {
 }
 
 void AppendUtf8(std::string& text, char32_t codePoint) {
-  if (codePoint > kLastCodePoint || IsSurrogate(codePoint)) codePoint = kReplacement;
-  const auto continuation = [&](unsigned shift) { return static_cast<char>(0x80 | (codePoint >> shift & 0x3F)); };
-  if (codePoint < 0x80) {
-    text += static_cast<char>(codePoint);
-  } else if (codePoint < 0x800) {
-    const char bytes[] = {static_cast<char>(0xC0 | codePoint >> 6), continuation(0)};
-    text.append(bytes, sizeof bytes);
-  } else if (codePoint < 0x10000) {
-    const char bytes[] = {static_cast<char>(0xE0 | codePoint >> 12), continuation(6), continuation(0)};
-    text.append(bytes, sizeof bytes);
-  } else {
-    const char bytes[] = {static_cast<char>(0xF0 | codePoint >> 18), continuation(12), continuation(6),
-                          continuation(0)};
-    text.append(bytes, sizeof bytes);
-  }
+  std::array<char, kLongestSequence> bytes;
+  text.append(bytes.data(), WriteUtf8(bytes.data(), codePoint));
 }
 
 std::u32string CodePointsFromUtf8(std::string_view text) {
@@ -144,17 +143,27 @@ std::string Utf8FromUtf16(std::u16string_view units) {
 }
 
 std::string Utf8FromUtf16(ByteView littleEndian) {
+  constexpr std::size_t kAtOnce = 4;
   const std::size_t count = littleEndian.size() / sizeof(char16_t);
   const auto unit = [&](std::size_t i) {
     return static_cast<char16_t>(LoadLittle<std::uint16_t>(littleEndian.data() + i * sizeof(char16_t)));
   };
   std::string result;
   result.reserve(count + count / 16);
-  std::size_t i = AppendAsciiRun(result, littleEndian);
-  for (; i < count; ++i) {
-    const char16_t next = unit(i);
-    AppendUtf8(result, CodePointAt(unit, count, i));
-    if (next >= 0x80) i += AppendAsciiRun(result, littleEndian.subspan((i + 1) * sizeof(char16_t)));
+  std::array<char, 256> part;
+  for (std::size_t i = 0; i < count;) {
+    char* out = part.data();
+    while (i < count && out + kAtOnce + kLongestSequence <= part.data() + part.size()) {
+      if (count - i >= kAtOnce) {
+        const std::size_t plain = NarrowFour(littleEndian.data() + i * sizeof(char16_t), out);
+        out += plain;
+        i += plain;
+        if (plain == kAtOnce) continue;
+      }
+      out = WriteUtf8(out, CodePointAt(unit, count, i));
+      ++i;
+    }
+    result.append(part.data(), out);
   }
   return result;
 }

@@ -1,6 +1,7 @@
 #include "json/Json.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -222,13 +223,65 @@ bool IsEscaped(char character) {
   return static_cast<unsigned char>(character) < 0x20 || character == '"' || character == '\\';
 }
 
+/// Whether one of the eight bytes of `word` is zero.
+constexpr bool HasZeroByte(std::uint64_t word) {
+  return ((word - 0x0101010101010101) & ~word & 0x8080808080808080) != 0;
+}
+
+/// Whether one of the eight bytes of `word` is escaped in a text; may be wrong about bytes beside such a one.
+bool HasEscaped(std::uint64_t word) {
+  constexpr std::uint64_t kEach = 0x0101010101010101;
+  const bool hasControl = ((word - kEach * 0x20) & ~word & kEach * 0x80) != 0;
+  return hasControl || HasZeroByte(word ^ kEach * '"') || HasZeroByte(word ^ kEach * '\\');
+}
+
+/// How many bytes `text` begins with that stand for themselves.
+std::size_t PlainPrefix(std::string_view text) {
+  std::size_t length = 0;
+  std::uint64_t word = 0;
+  for (; text.size() - length >= sizeof(word); length += sizeof(word)) {
+    std::memcpy(&word, text.data() + length, sizeof(word));
+    if (HasEscaped(word)) break;
+  }
+  const std::size_t rest = text.size() - length;
+  if (rest < sizeof(word) && length > 0) {
+    // The rest with some of what was just looked at.
+    std::memcpy(&word, text.data() + text.size() - sizeof(word), sizeof(word));
+    if (!HasEscaped(word)) return text.size();
+  }
+  while (length < text.size() && !IsEscaped(text[length])) ++length;
+  return length;
+}
+
+void AppendEscaped(std::string& to, char character) {
+  constexpr std::string_view kNamed = "\"\\\b\f\n\r\t";
+  constexpr std::string_view kNames = "\"\\bfnrt";
+  constexpr std::string_view kHexDigits = "0123456789abcdef";
+  to += '\\';
+  const std::size_t named = kNamed.find(character);
+  if (named != kNamed.npos) {
+    to += kNames[named];
+    return;
+  }
+  to += "u00";
+  to += kHexDigits[static_cast<unsigned char>(character) >> 4];
+  to += kHexDigits[character & 0xF];
+}
+
+/// Texts of the program are valid UTF-8. Rows are written by the thousand, and the library takes its time for each
+/// text; it is left those that may not be valid.
 void AppendQuoted(std::string& to, std::string_view text) {
-  // Rows are written by the thousand, and the library takes its time for each text.
-  if (std::any_of(text.begin(), text.end(), IsEscaped)) {
+  std::size_t plain = PlainPrefix(text);
+  if (plain != text.size() && !IsValidUtf8(text)) {
     to += Library(text).dump(-1, ' ', false, Library::error_handler_t::replace);
     return;
   }
   to += '"';
+  for (; plain != text.size(); plain = PlainPrefix(text)) {
+    to += text.substr(0, plain);
+    AppendEscaped(to, text[plain]);
+    text.remove_prefix(plain + 1);
+  }
   to += text;
   to += '"';
 }

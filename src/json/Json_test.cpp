@@ -283,6 +283,26 @@ TEST(JsonWrite, SpecialCharactersAreEscapedAndReadBack) {
   EXPECT_EQ(ParseJson(writer.Result()).Text(), text);
 }
 
+TEST(JsonWrite, CharactersAreEscapedWhereverTheyStand) {
+  for (int character = 0; character < 0x80; ++character) {
+    for (std::size_t place = 0; place < 20; ++place) {
+      std::string text(20, 'x');
+      text[place] = static_cast<char>(character);
+      JsonWriter writer;
+      writer.Text(text);
+      const bool isEscaped = character < 0x20 || character == '"' || character == '\\';
+      EXPECT_EQ(writer.Result().size() == 22, !isEscaped) << character << " at " << place;
+      EXPECT_EQ(ParseJson(writer.Result()).Text(), text) << character << " at " << place;
+    }
+  }
+}
+
+TEST(JsonWrite, WhatIsNoUtf8IsReplacedBesideAnEscape) {
+  JsonWriter writer;
+  writer.Text("a\n\xC3");
+  EXPECT_EQ(writer.Result(), "\"a\\n\xEF\xBF\xBD\"");
+}
+
 TEST(JsonWrite, ClearStartsANewText) {
   JsonWriter writer;
   writer.Integer(1);

@@ -21,6 +21,9 @@ enum class HandheldType : std::int32_t {
   Currency = 9,  ///< 64-bit, ten-thousandths
 };
 
+/// How a true Boolean is written; any byte but 0 reads as true.
+inline constexpr std::uint8_t kTrueByte = 255;
+
 /// What a date field whose seconds are 0 holds: 1904-01-01 00:00 local time.
 inline constexpr Date kHandheldEpoch{1462};
 

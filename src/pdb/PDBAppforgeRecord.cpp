@@ -16,7 +16,6 @@ namespace {
 
 /// Record values are big-endian.
 constexpr bool kSwap = true;
-constexpr std::uint8_t kTrueByte = 255;
 constexpr std::string_view kTrueText = "1";
 constexpr std::string_view kFalseText = "0";
 

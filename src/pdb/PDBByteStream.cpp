@@ -5,13 +5,12 @@
 #include <limits>
 #include <utility>
 
-#include "base/Ascii.h"
 #include "base/ByteOrder.h"
 #include "base/Checked.h"
 #include "base/Cp1252.h"
 #include "base/Utf.h"
 #include "pdb/AnsiText.h"
-#include "pdb/PDBUtils.h"
+#include "pdb/TerminatedText.h"
 
 namespace mv {
 namespace {
@@ -19,10 +18,6 @@ namespace {
 constexpr std::int32_t kSwappedPlatform = 1;
 constexpr std::int32_t kInt24Width = 3;
 constexpr std::int32_t kInt24Mask = 0xFFFFFF;
-/// The lead bytes that ByteToString decodes.
-constexpr std::uint8_t kFirstTwoByteLead = 195;
-constexpr std::uint8_t kLastTwoByteLead = 198;
-constexpr std::uint8_t kThreeByteLead = 225;
 /// Marks a 16-bit length in length-prefixed text.
 constexpr std::uint8_t kLongTextMark = 255;
 
@@ -86,83 +81,16 @@ void PDBByteStream::Store(T value, std::int32_t& pos, bool swap) {
   IsBigEndian(swap) ? StoreBig(elements, value) : StoreLittle(elements, value);
 }
 
-std::int32_t PDBByteStream::CharacterWidth(std::uint8_t lead) const {
-  if (!utf8Strings_) return 1;
-  if (lead == kThreeByteLead) return 3;
-  return lead >= kFirstTwoByteLead && lead <= kLastTwoByteLead ? 2 : 1;
-}
-
-void PDBByteStream::AppendCharacter(std::string& text, std::int32_t index, std::int32_t width) const {
-  const ByteView elements(Elements(index, width), static_cast<std::size_t>(width));
-  const char32_t character =
-      width == 1 ? CodePointFromCp1252(elements[0]) : static_cast<char32_t>(PDBUtils::ToUTF16(elements));
-  AppendUtf8(text, character);
-}
-
-/// The elements from `index` up to a zero, or as far as a 16-bit index can count.
-std::string_view PDBByteStream::UpToZero(std::int16_t index) const {
-  const std::int32_t end = std::min(Length(), std::int32_t{std::numeric_limits<std::int16_t>::max()}) + 1;
-  const auto count = static_cast<std::size_t>(end - index);
-  const std::string_view elements(reinterpret_cast<const char*>(Elements(index, 1)), count);
-  return elements.substr(0, elements.find('\0'));
-}
-
 void PDBByteStream::ByteToString(std::string& text, std::int32_t& pos) const {
   text.clear();
-  if (!allocated_) return;
-  const std::int32_t last = Length();
-  std::int16_t index = CheckedCast<std::int16_t>(pos);
-  while (index <= last) {
-    if (*Elements(index, 1) == 0) {
-      pos = index + 1;
-      return;
-    }
-    // A character of several bytes may take the zero with it; then there is more behind it.
-    index = AppendCharacters(text, index, UpToZero(index));
-  }
-  pos = last + 1;
-}
-
-std::int16_t PDBByteStream::AppendCharacters(std::string& text, std::int16_t index, std::string_view elements) const {
-  const auto advance = [&](std::size_t count) {
-    index = CheckedCast<std::int16_t>(index + static_cast<std::int32_t>(count));
-    elements.remove_prefix(std::min(count, elements.size()));
-  };
-  while (!elements.empty()) {
-    const std::size_t run = AsciiPrefix(elements);
-    text += elements.substr(0, run);
-    advance(run);
-    if (elements.empty()) break;
-    const std::int32_t width = CharacterWidth(static_cast<std::uint8_t>(elements.front()));
-    AppendCharacter(text, index, width);
-    advance(static_cast<std::size_t>(width));
-  }
-  return index;
-}
-
-std::int32_t PDBByteStream::EncodedLength(std::string_view text) const {
-  if (IsAscii(text)) return CheckedCast<std::int32_t>(text.size());
-  return utf8Strings_ ? PDBUtils::UTF8Length(text) : CheckedCast<std::int32_t>(CharacterCount(text));
+  if (allocated_) ReadTerminatedText(bytes_, pos, utf8Strings_, text);
 }
 
 void PDBByteStream::StringToByte(std::string_view text, std::int32_t& pos) {
-  const std::int32_t encoded = EncodedLength(text);
-  const std::int32_t needed = CheckedAdd(encoded, 1);
-  std::uint8_t* out = Room(pos, needed);
-  for (std::size_t position = 0; position < text.size();) {
-    const std::size_t run = AsciiPrefix(text.substr(position));
-    out = std::copy_n(text.begin() + static_cast<std::ptrdiff_t>(position), run, out);
-    position += run;
-    if (position == text.size()) break;
-    const std::uint8_t value = NextAnsiValue(text, position);
-    if (value <= kLastOneByteValue || !utf8Strings_) {
-      *out++ = value;
-    } else {
-      *out++ = static_cast<std::uint8_t>(0xC0 | value >> 6);
-      *out++ = static_cast<std::uint8_t>(0x80 | (value & 0x3F));
-    }
-  }
-  *out = 0;
+  Bytes encoded;
+  AppendTerminatedText(encoded, text, utf8Strings_);
+  const auto needed = CheckedCast<std::int32_t>(encoded.size());
+  std::copy(encoded.begin(), encoded.end(), Room(pos, needed));
   pos += needed;
 }
 

@@ -101,13 +101,6 @@ class PDBByteStream {
   void Store(T value, std::int32_t& pos, bool swap);
 
   bool IsBigEndian(bool swap) const { return swap != globalByteSwap_; }
-  /// Bytes of the character at `index` in zero-terminated text.
-  std::int32_t CharacterWidth(std::uint8_t lead) const;
-  std::string_view UpToZero(std::int16_t index) const;
-  /// Appends the characters that begin in `elements`, which lie at `index`, and returns the index behind them.
-  std::int16_t AppendCharacters(std::string& text, std::int16_t index, std::string_view elements) const;
-  std::int32_t EncodedLength(std::string_view text) const;
-  void AppendCharacter(std::string& text, std::int32_t index, std::int32_t width) const;
 
   Bytes bytes_;
   bool allocated_ = false;

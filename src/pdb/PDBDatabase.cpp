@@ -42,10 +42,14 @@ std::int32_t SizeBetween(std::int32_t start, std::int32_t end, std::int32_t file
 }
 
 /// Writes a piece at its offset; what it reaches over is replaced, a gap before it is zero.
-void Put(Bytes& file, std::int32_t offset, const Bytes& piece) {
+void Put(Bytes& file, std::int32_t offset, ByteView piece) {
   const auto start = static_cast<std::size_t>(offset);
-  if (file.size() < start + piece.size()) file.resize(start + piece.size());
-  std::copy(piece.begin(), piece.end(), file.begin() + static_cast<std::ptrdiff_t>(start));
+  if (file.size() > start + piece.size()) {
+    std::copy(piece.begin(), piece.end(), file.begin() + static_cast<std::ptrdiff_t>(start));
+    return;
+  }
+  file.resize(start);
+  file.insert(file.end(), piece.begin(), piece.end());
 }
 
 }  // namespace
@@ -114,6 +118,7 @@ void PDBDatabase::ReadFile() {
 
   header_ = header;
   entries_ = std::move(entries);
+  pool_ = BytePool();
   appInfo_.clear();
   sortInfo_.clear();
   content_.clear();
@@ -243,6 +248,12 @@ Bytes PDBDatabase::ReadNextByIndex(std::int32_t i, std::int32_t& uniqueID, std::
   return ReadNext(index, uniqueID, category, attributes);
 }
 
+ByteView PDBDatabase::DataAt(std::int32_t i, std::int32_t& attributes) {
+  const Entry& entry = EntryAt(i);
+  attributes = entry.attributes;
+  return Content(entry);
+}
+
 Bytes PDBDatabase::ReadNextById(std::int32_t id, std::int32_t& index, std::int32_t& uniqueID, std::int16_t& category,
                                 std::int32_t& attributes) {
   const auto found =
@@ -279,7 +290,7 @@ bool PDBDatabase::CreateDatabase() {
   sortInfo_.clear();
   appInfoSize_ = 0;
   sortInfoSize_ = 0;
-  entries_.clear();
+  RemoveAll();
   content_.clear();
   created_ = true;
   dirty_ = true;
@@ -309,6 +320,7 @@ void PDBDatabase::Remove(std::int32_t id) {
 
 void PDBDatabase::RemoveAll() {
   entries_.clear();
+  pool_ = BytePool();
   dirty_ = true;
 }
 
@@ -318,13 +330,13 @@ std::int32_t PDBDatabase::RecordCount() const {
 }
 
 void PDBDatabase::Update(std::int32_t index, std::int32_t uniqueID, std::int16_t /*category*/, std::int32_t attributes,
-                         Bytes data) {
+                         ByteView data) {
   if (data.empty()) RaiseOutOfRange();
   const std::int32_t length = CheckedCast<std::int32_t>(data.size() - 1);
   const bool appends = index == kAppend || index > EntryCount();
   if (appends) entries_.emplace_back();
   Entry& entry = EntryAt(appends ? EntryCount() : index);
-  entry.data = std::move(data);
+  entry.data = pool_.Add(data);
   entry.length = length;
   entry.offset = 0;
   entry.uniqueId = uniqueID;
@@ -339,6 +351,7 @@ void PDBDatabase::CloseDatabase() {
     if (!created_) LoadEverything();
     file_.CloseFile();
     WriteFile(Assemble());
+    ForgetData();
     created_ = false;
     dirty_ = false;
   }
@@ -350,12 +363,14 @@ void PDBDatabase::CloseDatabase() {
 void PDBDatabase::LoadEverything() {
   ReadAppInfoBlock();
   ReadSortInfoBlock();
-  for (std::int32_t i = 1; i <= EntryCount(); ++i) {
-    std::int32_t uniqueID = 0;
-    std::int16_t category = 0;
-    std::int32_t attributes = 0;
-    EntryAt(i).data = ReadNextByIndex(i, uniqueID, category, attributes);
-  }
+  for (Entry& entry : entries_) entry.data = Content(entry);
+  iterationIndex_ = EntryCount() + 1;
+}
+
+/// What is written lies in the file.
+void PDBDatabase::ForgetData() {
+  for (Entry& entry : entries_) entry.data = {};
+  pool_ = BytePool();
 }
 
 Bytes PDBDatabase::Assemble() {
@@ -447,6 +462,7 @@ Bytes PDBDatabase::HeaderBytes() const {
 /// The list of the entries that are present, with its spare byte; nothing when there is none.
 Bytes PDBDatabase::EntryBytes() const {
   PDBByteStream stream = NewStream();
+  if (const std::int32_t count = RecordCount(); count > 0) stream.Resize(count * kEntrySize + 1);
   std::int32_t pos = 0;
   for (const Entry& entry : entries_) {
     if (!entry.IsPresent()) continue;

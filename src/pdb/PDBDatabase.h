@@ -4,11 +4,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/Bytes.h"
 #include "base/Error.h"
 #include "fileio/cFileIO.h"
+#include "pdb/BytePool.h"
 #include "pdb/PDBByteStream.h"
 #include "platform/System.h"
 
@@ -112,6 +114,12 @@ class PDBDatabase {
   /// last entry out: that is this call's contract, odd as it is.
   Bytes ReadNextModified(std::int32_t& index, std::int32_t& uniqueID, std::int16_t& category, std::int32_t& attributes);
 
+  /// The data of entry `i` (from 1) where it lies in memory, without a copy; IterationIndex stays. Good until the next
+  /// call that edits or closes; of a file that was not edited, as long as what TakeContent gave.
+  ByteView DataAt(std::int32_t i, std::int32_t& attributes);
+  /// Gives the open file's content away, with the data of all its entries.
+  Bytes TakeContent() { return std::move(content_); }
+
   /// Removes the first entry with that ID; without one nothing changes but IterationIndex.
   void Remove(std::int32_t id);
   void RemoveAll();
@@ -121,7 +129,7 @@ class PDBDatabase {
   /// Replaces entry `index`, or appends one when that is -1 or lies behind the list. `data` ends in a spare byte,
   /// which does not count: the length is its upper bound. `uniqueID` 0 asks for a new ID when the file is written.
   /// `category` has no place in the file. Error 9 for empty data.
-  void Update(std::int32_t index, std::int32_t uniqueID, std::int16_t category, std::int32_t attributes, Bytes data);
+  void Update(std::int32_t index, std::int32_t uniqueID, std::int16_t category, std::int32_t attributes, ByteView data);
 
  private:
   struct Header {
@@ -145,7 +153,7 @@ class PDBDatabase {
     std::int32_t attributes = 0;
     std::int32_t uniqueId = 0;  ///< 0 when not assigned yet
     std::int32_t length = 0;    ///< 0 for a removed entry
-    Bytes data;
+    ByteView data;              ///< in memory: in pool_, or in content_ while the file is written anew
 
     bool IsPresent() const { return length != 0; }
   };
@@ -165,6 +173,7 @@ class PDBDatabase {
 
   std::size_t FileSize() const;
   void LoadEverything();
+  void ForgetData();
   Bytes Assemble();
   std::int32_t LayOut();
   void AssignUniqueIds();
@@ -182,6 +191,7 @@ class PDBDatabase {
   std::int32_t appInfoSize_ = 0;
   std::int16_t sortInfoSize_ = 0;
   std::vector<Entry> entries_;
+  BytePool pool_;
   /// The open file as a whole, from the first record read on.
   Bytes content_;
   std::int32_t iterationIndex_ = 0;

@@ -657,6 +657,28 @@ TEST_F(PDBDatabaseTest, TheLastRecordKeepsTheSpareByteThatItWasReadWith) {
   EXPECT_EQ(ByIndex(4).hex, "D1 00");
 }
 
+TEST_F(PDBDatabaseTest, DataLiesWhereTheContentIsThatWasTaken) {
+  files_.Put(kFile, ThreeRecords());
+  ASSERT_TRUE(database_->OpenDatabase());
+  std::int32_t attributes = 0;
+  const ByteView second = database_->DataAt(2, attributes);
+  EXPECT_EQ(attributes, 0x80);
+  EXPECT_EQ(database_->IterationIndex(), 0);
+  const Bytes content = database_->TakeContent();
+  database_->CloseDatabase();
+  EXPECT_EQ(content, ThreeRecords());
+  EXPECT_EQ(second.data(), content.data() + 0x6A);
+  EXPECT_EQ(ToHex(second), "B1 B2 B3");
+}
+
+TEST_F(PDBDatabaseTest, DataOfAnEntryOutsideTheListIsOutOfRange) {
+  files_.Put(kFile, ThreeRecords());
+  ASSERT_TRUE(database_->OpenDatabase());
+  std::int32_t attributes = 0;
+  EXPECT_EQ(ErrorNumberOf([&] { database_->DataAt(0, attributes); }), errors::kSubscriptOutOfRange);
+  EXPECT_EQ(ErrorNumberOf([&] { database_->DataAt(4, attributes); }), errors::kSubscriptOutOfRange);
+}
+
 TEST_F(PDBDatabaseTest, MoreThan32767RecordsOverflowBeforeTheFileIsTouched) {
   database_->CreateDatabase();
   for (int i = 0; i < 32768; ++i) Append("01 00");
@@ -668,7 +690,7 @@ TEST_F(PDBDatabaseTest, MoreThan32767RecordsOverflowBeforeTheFileIsTouched) {
 TEST_F(PDBDatabaseTest, ThirtyTwoThousandRecordsComeBack) {
   database_->CreateDatabase();
   for (std::size_t i = 0; i < table_format::kMostRecords; ++i) {
-    database_->Update(-1, 0, 0, 0, {static_cast<std::uint8_t>(i >> 8), static_cast<std::uint8_t>(i & 0xFF), 0});
+    database_->Update(-1, 0, 0, 0, Bytes{static_cast<std::uint8_t>(i >> 8), static_cast<std::uint8_t>(i & 0xFF), 0});
   }
   database_->CloseDatabase();
   ASSERT_TRUE(database_->OpenDatabase());
@@ -809,12 +831,12 @@ TEST(PDBDatabaseOnDisk, ATableIsWrittenReadBackAndEdited) {
   database.PDBDatabaseName("brnd_Trip");
   database.PDBFilePath(folder.Path() + "\\");
   database.PDBDatabaseName("brnd_Trip");
-  database.Update(-1, 0, 0, 0, {1, 2, 0});
+  database.Update(-1, 0, 0, 0, Bytes{1, 2, 0});
   database.CloseDatabase();
   EXPECT_EQ(folder.Read("brnd_Trip.pdb").size(), 78u + 8u + 2u + 3u);
 
   ASSERT_TRUE(database.OpenDatabase());
-  database.Update(-1, 0, 0, 0, {3, 0});
+  database.Update(-1, 0, 0, 0, Bytes{3, 0});
   database.CloseDatabase();
   ASSERT_TRUE(database.OpenDatabase());
   std::int32_t uniqueId = 0;

@@ -1,5 +1,7 @@
 #include "recordset/FindCriterion.h"
 
+#include <algorithm>
+
 #include "base/Error.h"
 #include "base/Text.h"
 
@@ -10,19 +12,18 @@ constexpr char kQuote = '\'';
 
 /// The text of a whole quoted literal; its first character must be the opening quote and its last the closing one.
 std::string Unquoted(std::string_view literal) {
-  if (literal.empty() || literal.front() != kQuote) throw StandardError(errors::kRecordsetArgument);
+  if (literal.size() < 2 || literal.front() != kQuote) throw StandardError(errors::kRecordsetArgument);
   std::string text;
-  for (std::size_t i = 1; i < literal.size(); ++i) {
-    if (literal[i] != kQuote) {
-      text += literal[i];
-      continue;
-    }
-    const bool closes = i + 1 == literal.size();
-    if (closes) return text;
-    if (literal[++i] != kQuote) break;
+  for (literal.remove_prefix(1);;) {
+    const std::size_t quote = std::min(literal.find(kQuote), literal.size());
+    text += literal.substr(0, quote);
+    literal.remove_prefix(quote);
+    if (literal.size() == 1) return text;
+    const bool isDoubled = literal.size() > 1 && literal[1] == kQuote;
+    if (!isDoubled) throw StandardError(errors::kRecordsetArgument);
     text += kQuote;
+    literal.remove_prefix(2);
   }
-  throw StandardError(errors::kRecordsetArgument);
 }
 
 }  // namespace

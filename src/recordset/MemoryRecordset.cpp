@@ -1,5 +1,6 @@
 #include "recordset/MemoryRecordset.h"
 
+#include <optional>
 #include <unordered_set>
 #include <utility>
 
@@ -34,6 +35,18 @@ MemoryRecordset::MemoryRecordset(std::vector<FieldDefinition> fields) : fields_(
   }
 }
 
+MemoryRecordset::MemoryRecordset(std::vector<FieldDefinition> fields, std::unique_ptr<const StoredRows> rows)
+    : MemoryRecordset(std::move(fields)) {
+  stored_ = std::move(rows);
+  const std::size_t count = stored_->Count();
+  rows_.reserve(count);
+  for (std::size_t row = 0; row < count; ++row) {
+    Row stored;
+    stored.isStored = true;
+    Append(std::move(stored));
+  }
+}
+
 void MemoryRecordset::RequireField(std::size_t index) const {
   if (index >= fields_.size()) throw StandardError(errors::kItemNotFound);
 }
@@ -46,7 +59,16 @@ const Value& MemoryRecordset::HeldValue(std::size_t index) const {
   RequireField(index);
   if (pending_ != Pending::Nothing) return pendingValues_[index];
   RequireLiveRow();
-  return rows_[current_].values[index];
+  return ValuesOf(current_)[index];
+}
+
+const std::vector<Value>& MemoryRecordset::ValuesOf(RowNumber row) const {
+  if (!rows_[row].isStored) return rows_[row].values;
+  if (readRow_ != row) {
+    stored_->ReadRow(row, readValues_);
+    readRow_ = row;
+  }
+  return readValues_;
 }
 
 Value MemoryRecordset::FieldValue(std::size_t index) const {
@@ -62,7 +84,7 @@ void MemoryRecordset::SetFieldValue(std::size_t index, Value value) {
   if (pending_ == Pending::Nothing) RequireLiveRow();
   Value stored = StoredValue(fields_[index], std::move(value));
   if (pending_ == Pending::Nothing) {
-    pendingValues_ = rows_[current_].values;
+    pendingValues_ = ValuesOf(current_);
     pending_ = Pending::Edit;
   }
   pendingValues_[index] = std::move(stored);
@@ -89,19 +111,28 @@ void MemoryRecordset::Update() {
 }
 
 void MemoryRecordset::SaveEdit() {
-  std::vector<Value>& values = rows_[current_].values;
+  const std::vector<Value>& values = ValuesOf(current_);
   for (auto& [field, index] : indexes_) {
     if (values[field] == pendingValues_[field]) continue;
     index.Remove(values[field], current_);
     index.Add(pendingValues_[field], current_);
   }
-  values = std::move(pendingValues_);
+  rows_[current_].values = std::move(pendingValues_);
+  rows_[current_].isStored = false;
 }
 
 void MemoryRecordset::SaveNewRow() {
   const auto number = CheckedCast<RowNumber>(rows_.size());
   for (auto& [field, index] : indexes_) index.Add(pendingValues_[field], number);
-  rows_.push_back({std::move(pendingValues_), last_, kNoRow, true});
+  Row row;
+  row.values = std::move(pendingValues_);
+  Append(std::move(row));
+}
+
+void MemoryRecordset::Append(Row row) {
+  const auto number = CheckedCast<RowNumber>(rows_.size());
+  row.previous = last_;
+  rows_.push_back(std::move(row));
   (last_ == kNoRow ? first_ : rows_[last_].next) = number;
   last_ = number;
   current_ = number;
@@ -118,7 +149,6 @@ void MemoryRecordset::Delete() {
   RequireLiveRow();
   CancelUpdate();
   Row& row = rows_[current_];
-  for (auto& [field, index] : indexes_) index.Remove(row.values[field], current_);
   Unlink(row);
   row.live = false;
   row.values = std::vector<Value>();  // its memory too, which "= {}" would keep
@@ -161,15 +191,21 @@ void MemoryRecordset::Find(std::string_view criterion) {
   const std::size_t field = FieldIndex(wanted.fieldName);
   Update();
   if (Eof()) throw StandardError(errors::kNoCurrentRecord);
-  current_ = IndexOf(field).FirstFrom(wanted.text, current_).value_or(kNoRow);
+  TextIndex& index = IndexOf(field);
+  std::optional<RowNumber> row = index.FirstFrom(wanted.text, current_);
+  // Deleted rows leave an index when they are met, each once: most never are.
+  for (; row && !rows_[*row].live; row = index.FirstFrom(wanted.text, current_)) index.Remove(wanted.text, *row);
+  current_ = row.value_or(kNoRow);
 }
 
 TextIndex& MemoryRecordset::IndexOf(std::size_t index) {
   const auto [entry, isNew] = indexes_.try_emplace(index);
-  if (isNew) {
-    for (RowNumber row = first_; row != kNoRow; row = rows_[row].next) {
-      entry->second.Add(rows_[row].values[index], row);
-    }
+  if (!isNew) return entry->second;
+  entry->second.Reserve(static_cast<std::size_t>(liveRows_));
+  Value room;
+  for (RowNumber row = first_; row != kNoRow; row = rows_[row].next) {
+    if (rows_[row].isStored) stored_->ReadField(row, index, room);
+    entry->second.Add(rows_[row].isStored ? room : rows_[row].values[index], row);
   }
   return entry->second;
 }

@@ -2,10 +2,12 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string_view>
 #include <vector>
 
 #include "recordset/Recordset.h"
+#include "recordset/StoredRows.h"
 #include "recordset/TextIndex.h"
 
 namespace mv {
@@ -13,12 +15,17 @@ namespace mv {
 /// A recordset without a database behind it: its rows live as long as the object does, in the order in which they were
 /// added. Open, and empty, from its construction on.
 ///
+/// Rows may come in a form of their own (StoredRows); such a row becomes values while it is the current one, and for
+/// good when it is edited.
+///
 /// Costs. Every move, Delete and RecordCount take constant time whatever was deleted before. The first Find on a field
 /// reads all rows once; further ones cost one look-up, wherever the match is.
 class MemoryRecordset : public Recordset {
  public:
   /// Error 3367 when two fields have the same name (case of A to Z apart).
   explicit MemoryRecordset(std::vector<FieldDefinition> fields);
+  /// The same with rows, the last of them the current one, as if each had been added.
+  MemoryRecordset(std::vector<FieldDefinition> fields, std::unique_ptr<const StoredRows> rows);
 
   using Recordset::FieldValue;
   using Recordset::SetFieldValue;
@@ -57,24 +64,29 @@ class MemoryRecordset : public Recordset {
 
   /// Live rows are chained in row order. A deleted row keeps its `next`, because it may still be the current one.
   struct Row {
-    std::vector<Value> values;
+    std::vector<Value> values;  ///< unless it is a row of stored_
     RowNumber previous = kNoRow;
     RowNumber next = kNoRow;
     bool live = true;
+    bool isStored = false;
   };
 
   /// Error 3265 when there is no field `index`.
   void RequireField(std::size_t index) const;
   /// Error 3021 unless the current row is there and not deleted.
   void RequireLiveRow() const;
+  const std::vector<Value>& ValuesOf(RowNumber row) const;
   void SaveEdit();
   void SaveNewRow();
+  /// Puts a row behind the others and makes it the current one.
+  void Append(Row row);
   void Unlink(const Row& row);
   /// The index of field `index`, built from the rows when this is its first use.
   TextIndex& IndexOf(std::size_t index);
 
   std::vector<FieldDefinition> fields_;
-  std::vector<Row> rows_;  ///< deleted ones included, so that a row keeps its number
+  std::unique_ptr<const StoredRows> stored_;  ///< under the first numbers; null when there are none
+  std::vector<Row> rows_;                     ///< deleted ones included, so that a row keeps its number
   RowNumber first_ = kNoRow;
   RowNumber last_ = kNoRow;
   RowNumber current_ = kNoRow;  ///< kNoRow at EOF
@@ -84,6 +96,10 @@ class MemoryRecordset : public Recordset {
   std::vector<Value> pendingValues_;  ///< the row being edited, when pending_ says so
 
   std::map<std::size_t, TextIndex> indexes_;  ///< by field
+
+  /// The stored row that was read last.
+  mutable RowNumber readRow_ = kNoRow;
+  mutable std::vector<Value> readValues_;
 };
 
 }  // namespace mv

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <set>
@@ -17,6 +18,8 @@ class TextIndex {
  public:
   using RowNumber = std::uint32_t;
 
+  /// Makes room for rows to come.
+  void Reserve(std::size_t rows) { rows_.reserve(rows); }
   void Add(const Value& value, RowNumber row);
   /// `value` must be the one that `row` was added with.
   void Remove(const Value& value, RowNumber row);
@@ -24,7 +27,13 @@ class TextIndex {
   std::optional<RowNumber> FirstFrom(std::string_view text, RowNumber start) const;
 
  private:
-  std::unordered_map<std::string, std::set<RowNumber>> rows_;
+  /// The rows with one text. Nearly every text is that of one row.
+  struct Rows {
+    RowNumber lowest = 0;
+    std::set<RowNumber> others;
+  };
+
+  std::unordered_map<std::string, Rows> rows_;
 };
 
 }  // namespace mv

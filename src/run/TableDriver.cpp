@@ -239,6 +239,7 @@ void TableDriver::WriteResult(clsSyncableRS_PDB& source, clsSyncableRS_PDB& resu
 }
 
 void TableDriver::WriteAndReadBack(clsSyncableRS_PDB& source, clsSyncableRS_PDB& result, const std::string& table) {
+  source.ForgetADORS();  // merged; the result takes as much memory while it is written
   result.closeDB();
   // Reads the result back: a file that cannot be read shall not reach the handheld.
   source.name(TableFileName(table));

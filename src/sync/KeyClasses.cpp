@@ -17,9 +17,12 @@ std::unique_ptr<IKeyInfo> MakeOneOf(std::string_view tableName) {
 }  // namespace
 
 std::string SingleFieldKeyInfo::Criteria(const Recordset& rs) const {
+  Value room;
+  const Value& key = rs.PeekField(rs.FieldIndex(keyField_), room);
+  const auto* const text = std::get_if<std::string>(&key);
   std::string criterion(keyField_);
   criterion += "='";
-  criterion += TextOf(rs.FieldValue(keyField_));
+  criterion += text != nullptr ? *text : TextOf(key);
   criterion += '\'';
   return criterion;
 }

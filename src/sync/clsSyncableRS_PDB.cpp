@@ -8,11 +8,13 @@
 #include "base/Error.h"
 #include "base/Text.h"
 #include "fileio/cFileIO.h"
+#include "pdb/FieldBytes.h"
 #include "pdb/FieldValue.h"
 #include "pdb/HandheldType.h"
 #include "pdb/RecordFlags.h"
 #include "pdb/TableFormat.h"
 #include "recordset/Conversions.h"
+#include "sync/HandheldRows.h"
 
 namespace mv {
 namespace {
@@ -54,6 +56,28 @@ HandheldType RequiredType(DataType type) {
   if (const std::optional<HandheldType> known = HandheldTypeOf(type)) return *known;
   throw Error(kUnknownTypeError, "adoTypeToPDBType",
               "Unknown field type: " + std::to_string(static_cast<std::int32_t>(type)));
+}
+
+/// The total count decides, not the record's: a table moves the spinner at each record or never.
+bool ReportsProgress(std::int32_t records) {
+  return records % 8 == 0;
+}
+
+/// The types of these codes; nothing when one of them has no meaning.
+std::optional<std::vector<HandheldType>> KnownTypes(const std::vector<std::int32_t>& codes) {
+  std::vector<HandheldType> types;
+  for (const std::int32_t code : codes) {
+    const std::optional<HandheldType> type = HandheldTypeNumbered(code);
+    if (!type) return std::nullopt;
+    types.push_back(*type);
+  }
+  return types;
+}
+
+std::vector<std::int32_t> TypeCodesOf(const PDBAppforgeDefinition& definition) {
+  std::vector<std::int32_t> codes;
+  for (std::int16_t i = 1; i <= definition.FieldCount(); ++i) codes.push_back(definition.FieldType(i));
+  return codes;
 }
 
 }  // namespace
@@ -101,9 +125,7 @@ bool clsSyncableRS_PDB::OpenTable() {
   const auto definition = std::make_shared<PDBAppforgeDefinition>();
   if (!definition->IsAppforgeData(database_.ReadAppInfoBlock())) return false;
   syncableFields_ = definition->FieldCount();
-  for (std::int32_t i = 1; i <= syncableFields_; ++i) {
-    fieldTypes_.push_back(definition->FieldType(static_cast<std::int16_t>(i)));
-  }
+  fieldTypes_ = TypeCodesOf(*definition);
   record_.AppforgeDefinition(definition);
   return true;
 }
@@ -127,15 +149,38 @@ std::vector<FieldDefinition> clsSyncableRS_PDB::FieldsOfTable() {
 }
 
 void clsSyncableRS_PDB::LoadRecords() {
+  if (database_.RecordCount() == 0) return;
+  records_->FieldIndex(kDeletedField);  // Without it the file is no table.
+  if (std::optional<std::vector<HandheldType>> types = KnownTypes(fieldTypes_)) {
+    LoadRecordsAsTheyAre(std::move(*types));
+  } else {
+    LoadConvertedRecords();
+  }
+}
+
+/// Every record is looked through, so that a damaged one stops the run here. Its values are made when somebody asks for
+/// them: of most records nobody does after a comparison.
+void clsSyncableRS_PDB::LoadRecordsAsTheyAre(std::vector<HandheldType> types) {
   const std::int32_t count = database_.RecordCount();
-  if (count == 0) return;
+  auto rows = std::make_unique<HandheldRows>(std::move(types), static_cast<std::size_t>(count));
+  for (std::int32_t i = 1; i <= count; ++i) {
+    std::int32_t attributes = 0;
+    const ByteView record = database_.DataAt(i, attributes);
+    rows->Add(record, attributes);
+    if (ReportsProgress(count)) context_.reportProgress();
+  }
+  rows->Keep(database_.TakeContent());
+  records_ = std::make_unique<MemoryRecordset>(records_->Fields(), std::move(rows));
+}
+
+/// Of a table with fields of unknown types: values stand in columns of other types then.
+void clsSyncableRS_PDB::LoadConvertedRecords() {
+  const std::int32_t count = database_.RecordCount();
   const std::size_t deletedField = records_->FieldIndex(kDeletedField);
   const std::size_t modifiedField = records_->FieldIndex(kModifiedField);
-  // The total count decides, not the record's: a table moves the spinner at each record or never.
-  const bool reportsProgress = count % 8 == 0;
   for (std::int32_t i = 1; i <= count; ++i) {
     const std::int32_t attributes = ReadRecord(i);
-    if (reportsProgress) context_.reportProgress();
+    if (ReportsProgress(count)) context_.reportProgress();
     std::vector<Value> row(records_->Fields().size());
     row[deletedField] = (attributes & kRecordDeleted) != 0;
     row[modifiedField] = (attributes & kRecordModified) != 0;
@@ -178,10 +223,10 @@ std::string clsSyncableRS_PDB::keyCriteria(const Recordset& rs) const {
   return keyInfo_->Criteria(rs);
 }
 
-bool clsSyncableRS_PDB::Flag(const char* field, const char* member) const {
+bool clsSyncableRS_PDB::Flag(std::size_t fromEnd, const char* member) const {
   if (!records_) throw Error(kNoRecordsetError, member, "Unexpected null recordset");
-  const Value value = records_->FieldValue(field);
-  const bool* const flag = std::get_if<bool>(&value);
+  Value room;
+  const bool* const flag = std::get_if<bool>(&records_->PeekField(records_->Fields().size() - fromEnd, room));
   return flag != nullptr && *flag;
 }
 
@@ -208,6 +253,7 @@ void clsSyncableRS_PDB::openDB(const std::string& fileName) {
   if (!database_.OpenDatabase()) return;
   const auto definition = std::make_shared<PDBAppforgeDefinition>();
   definition->IsAppforgeData(database_.ReadAppInfoBlock());
+  outputTypes_ = KnownTypes(TypeCodesOf(*definition)).value_or(std::vector<HandheldType>());
   record_.AppforgeDefinition(definition);
 }
 
@@ -217,6 +263,28 @@ void clsSyncableRS_PDB::closeDB() {
 
 bool clsSyncableRS_PDB::copyRecordToNative(ISyncableRS& source) {
   const Recordset& row = source.adors();
+  if (!AppendPlainRecord(row)) AppendConvertedRecord(row);
+  return false;
+}
+
+/// Of a row whose fields have the types of the output's. False, with nothing appended, for any other.
+bool clsSyncableRS_PDB::AppendPlainRecord(const Recordset& row) {
+  const std::vector<FieldDefinition>& fields = row.Fields();
+  const std::size_t count = outputTypes_.size();
+  if (count != static_cast<std::size_t>(syncableFields_) || fields.size() < count) return false;
+  outputRecord_.clear();
+  Value room;
+  for (std::size_t place = 0; place < count; ++place) {
+    const HandheldType type = outputTypes_[place];
+    if (HandheldTypeOf(fields[place].type) != type) return false;
+    if (!AppendField(outputRecord_, type, row.PeekField(place, room))) return false;
+  }
+  outputRecord_.push_back(0);  // the spare byte behind a record
+  database_.Update(kAppend, kNewId, kNoCategory, kNoFlags, outputRecord_);
+  return true;
+}
+
+void clsSyncableRS_PDB::AppendConvertedRecord(const Recordset& row) {
   const std::vector<FieldDefinition>& fields = row.Fields();
   const auto count = static_cast<std::size_t>(syncableFields_);
   Value room;
@@ -225,7 +293,6 @@ bool clsSyncableRS_PDB::copyRecordToNative(ISyncableRS& source) {
     SetFieldValue(record_, static_cast<std::int16_t>(place + 1), RequiredType(fields[place].type), value);
   }
   database_.Update(kAppend, kNewId, kNoCategory, kNoFlags, record_.ByteStream().ByteArray());
-  return false;
 }
 
 }  // namespace mv

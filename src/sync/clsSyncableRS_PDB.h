@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "pdb/HandheldType.h"
 #include "pdb/PDBAppforgeDefinition.h"
 #include "pdb/PDBAppforgeRecord.h"
 #include "pdb/PDBByteStream.h"
@@ -52,6 +54,9 @@ class clsSyncableRS_PDB : public ISyncableRS {
   /// With a record count that is a multiple of 8 progress is reported for every record, else never.
   void createADORS() override;
 
+  /// Gives up what createADORS has made, and its memory.
+  void ForgetADORS() { records_.reset(); }
+
   /// Raises why the last createADORS or openDB could not open its file; nothing when it could. A file that another
   /// program holds is error 75 with its path: a run explains error 70 as the desktop database being in use.
   void RequireOpened() const;
@@ -70,27 +75,37 @@ class clsSyncableRS_PDB : public ISyncableRS {
   void keyInfo(std::unique_ptr<IKeyInfo> keyInfo) override { keyInfo_ = std::move(keyInfo); }
   Recordset& adors() const override;
   /// The current row's `_D` and `_M`. Error -2 "Unexpected null recordset" before createADORS.
-  bool RecordIsDeleted() const override { return Flag("_D", "RecordIsDeleted"); }
-  bool RecordIsModified() const override { return Flag("_M", "RecordIsModified"); }
+  bool RecordIsDeleted() const override { return Flag(kDeletedFromEnd, "RecordIsDeleted"); }
+  bool RecordIsModified() const override { return Flag(kModifiedFromEnd, "RecordIsModified"); }
   /// Fields in the file read by createADORS, those of unknown types included, or fields of createDB's template.
   std::int16_t nSyncableFields() const override { return syncableFields_; }
 
  private:
+  static constexpr std::size_t kDeletedFromEnd = 2;
+  static constexpr std::size_t kModifiedFromEnd = 1;
+
   void SetDatabaseName(const std::string& fileName);
   /// Opens the file called name(); false when it cannot be opened or is no table.
   bool OpenTable();
   std::vector<FieldDefinition> FieldsOfTable();
   void LoadRecords();
-  /// Makes record `index` (from 1) the one that RecordValue reads; returns its attributes.
+  void LoadRecordsAsTheyAre(std::vector<HandheldType> types);
+  void LoadConvertedRecords();
+  /// Makes record `index` (from 1) the one that record_ holds; returns its attributes.
   std::int32_t ReadRecord(std::int32_t index);
   /// Puts the record's values into a row of the recordset.
   void FillRow(std::vector<Value>& row) const;
-  bool Flag(const char* field, const char* member) const;
+  /// The flag that stands `fromEnd` places before the end of the fields.
+  bool Flag(std::size_t fromEnd, const char* member) const;
+  bool AppendPlainRecord(const Recordset& row);
+  void AppendConvertedRecord(const Recordset& row);
 
   const SyncContext& context_;
   PDBDatabase database_;
   PDBAppforgeRecord record_;
-  std::vector<std::int32_t> fieldTypes_;  ///< of the table read by createADORS
+  std::vector<std::int32_t> fieldTypes_;   ///< of the table read by createADORS
+  std::vector<HandheldType> outputTypes_;  ///< of the table opened by openDB
+  Bytes outputRecord_;                     ///< the last one, for its memory
   std::unique_ptr<MemoryRecordset> records_;
   std::string name_;
   std::unique_ptr<IKeyInfo> keyInfo_;

@@ -302,6 +302,15 @@ TEST_F(PdbSide, CreateADORSAgainBuildsANewRecordset) {
   EXPECT_EQ(side.adors().RecordCount(), 2);
 }
 
+TEST_F(PdbSide, ForgottenRecordsetIsGoneUntilTheNextIsBuilt) {
+  WriteRecords(2);
+  clsSyncableRS_PDB& side = Loaded();
+  side.ForgetADORS();
+  EXPECT_EQ(ErrorNumberOf([&] { side.adors(); }), errors::kObjectNotSet);
+  side.createADORS();
+  EXPECT_EQ(side.adors().RecordCount(), 2);
+}
+
 // ---- Names
 
 TEST_F(PdbSide, FileNameLosesItsFolderItsBlanksAndItsLastFourCharacters) {

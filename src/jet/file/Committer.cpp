@@ -1,7 +1,9 @@
 #include "jet/file/Committer.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
+#include <memory>
 #include <utility>
 
 #include "base/Error.h"
@@ -34,11 +36,12 @@ std::vector<PageNumber> Together(const std::vector<PageNumber>& a, const std::ve
 
 /// Writes these pages, a run of neighbours at a time.
 void WritePages(platform::File& file, const std::vector<PageNumber>& numbers, const PageReader& read) {
-  Bytes piece(std::min(kPiecePages, numbers.size()) * kPageSize);
+  const std::size_t size = std::min(kPiecePages, numbers.size()) * kPageSize;
+  const auto piece = std::make_unique_for_overwrite<std::uint8_t[]>(size);
   for (std::size_t at = 0; at < numbers.size();) {
     std::size_t count = 1;
     while (count < kPiecePages && at + count < numbers.size() && numbers[at + count] == numbers[at] + count) ++count;
-    const ByteSpan bytes = ByteSpan(piece).first(count * kPageSize);
+    const ByteSpan bytes(piece.get(), count * kPageSize);
     read(numbers[at], bytes);
     file.WriteAt(FileOffset(numbers[at]), bytes);
     at += count;

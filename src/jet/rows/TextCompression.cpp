@@ -64,20 +64,25 @@ Bytes CompressedForm(std::u16string_view units) {
   return bytes;
 }
 
-/// The units behind the mark.
-std::u16string Expand(ByteView runs) {
-  std::u16string units;
-  units.reserve(runs.size());
+/// The runs behind the mark in the plain form.
+Bytes Expand(ByteView runs) {
+  Bytes units;
+  units.reserve(runs.size() * kUnitSize);
   bool narrow = true;
-  for (std::size_t at = 0; at < runs.size();) {
-    if (runs[at] == kSwitch) {
+  while (!runs.empty()) {
+    if (runs.front() == kSwitch) {
       narrow = !narrow;
-      ++at;
+      runs = runs.subspan(1);
     } else if (narrow) {
-      units += static_cast<char16_t>(runs[at++]);
-    } else if (runs.size() - at >= kUnitSize) {
-      units += static_cast<char16_t>(LoadLittle<std::uint16_t>(runs.data() + at));
-      at += kUnitSize;
+      const auto end = std::find(runs.begin(), runs.end(), kSwitch);
+      const auto length = static_cast<std::size_t>(end - runs.begin());
+      std::size_t at = units.size();
+      units.resize(at + length * kUnitSize);
+      for (std::size_t i = 0; i < length; ++i, at += kUnitSize) units[at] = runs[i];
+      runs = runs.subspan(length);
+    } else if (runs.size() >= kUnitSize) {
+      units.insert(units.end(), runs.begin(), runs.begin() + kUnitSize);
+      runs = runs.subspan(kUnitSize);
     } else {
       throw DamagedFileError("a compressed text ends within a character");
     }
@@ -85,16 +90,29 @@ std::u16string Expand(ByteView runs) {
   return units;
 }
 
+void RequireWholeUnits(ByteView plain) {
+  if (plain.size() % kUnitSize != 0) throw DamagedFileError("a text has an odd number of bytes");
+}
+
+std::u16string UnitsOf(ByteView plain) {
+  RequireWholeUnits(plain);
+  std::u16string units(plain.size() / kUnitSize, u'\0');
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    units[i] = static_cast<char16_t>(LoadLittle<std::uint16_t>(plain.data() + i * kUnitSize));
+  }
+  return units;
+}
+
 /// Of one narrow run without an end: each byte is a character.
 std::string NarrowText(std::string_view run) {
-  std::string text;
-  text.reserve(run.size() + run.size() / 8);
-  while (!run.empty()) {
-    const std::size_t plain = AsciiPrefix(run);
-    text += run.substr(0, plain);
-    if (plain == run.size()) break;
-    AppendUtf8(text, static_cast<unsigned char>(run[plain]));
-    run.remove_prefix(plain + 1);
+  const std::size_t plain = AsciiPrefix(run);
+  std::string text(run.substr(0, plain));
+  for (run.remove_prefix(plain); !run.empty();) {
+    AppendUtf8(text, static_cast<unsigned char>(run.front()));
+    run.remove_prefix(1);
+    const std::size_t more = AsciiPrefix(run);
+    text += run.substr(0, more);
+    run.remove_prefix(more);
   }
   return text;
 }
@@ -124,23 +142,18 @@ Bytes EncodeText(std::string_view text, TextForm form) {
 }
 
 std::u16string DecodeUnits(ByteView stored) {
-  if (HasMark(stored)) return Expand(stored.subspan(sizeof kMark));
-  if (stored.size() % kUnitSize != 0) throw DamagedFileError("a text has an odd number of bytes");
-  std::u16string units(stored.size() / kUnitSize, u'\0');
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    units[i] = static_cast<char16_t>(LoadLittle<std::uint16_t>(stored.data() + i * kUnitSize));
-  }
-  return units;
+  return HasMark(stored) ? UnitsOf(Expand(stored.subspan(sizeof kMark))) : UnitsOf(stored);
 }
 
 std::string DecodeText(ByteView stored) {
-  if (HasMark(stored)) {
-    const ByteView runs = stored.subspan(sizeof kMark);
-    const std::string_view narrow(reinterpret_cast<const char*>(runs.data()), runs.size());
-    if (narrow.find(static_cast<char>(kSwitch)) == narrow.npos) return NarrowText(narrow);
+  if (!HasMark(stored)) {
+    RequireWholeUnits(stored);
+    return Utf8FromUtf16(stored);
   }
-  if (!HasMark(stored) && stored.size() % kUnitSize == 0) return Utf8FromUtf16(stored);
-  return Utf8FromUtf16(DecodeUnits(stored));
+  const ByteView runs = stored.subspan(sizeof kMark);
+  const std::string_view narrow(reinterpret_cast<const char*>(runs.data()), runs.size());
+  if (narrow.find(static_cast<char>(kSwitch)) == narrow.npos) return NarrowText(narrow);
+  return Utf8FromUtf16(ByteView(Expand(runs)));
 }
 
 }  // namespace mv::jet
