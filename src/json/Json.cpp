@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <utility>
 
 #include "base/Error.h"
 #include "base/NumberText.h"
 #include "base/Utf.h"
+#include "json/PlainJson.h"
 
 namespace mv {
 namespace {
@@ -306,6 +308,7 @@ void Json::Fail(const std::string& message) const {
 }
 
 Json ParseJson(std::string_view text, std::size_t firstLine) {
+  if (std::optional<Json> plain = ReadPlainJson(text, firstLine)) return *std::move(plain);
   return Reader(text, firstLine).Read();
 }
 

@@ -28,6 +28,11 @@ std::uint64_t Bit(std::size_t position) {
 }
 
 void StoreMarks(Page& page, const Marks& marks) {
+  if constexpr (std::endian::native == std::endian::little) {
+    // Each entry that comes or goes stores the marks, and no compiler makes one copy of the loop below.
+    std::memcpy(page.data() + kEndMarksOffset, marks.data(), kEndMarksSize);
+    return;
+  }
   std::array<std::uint8_t, kMarkWords * sizeof(std::uint64_t)> bytes;
   for (std::size_t i = 0; i < kMarkWords; ++i) StoreLittle(bytes.data() + i * sizeof(std::uint64_t), marks[i]);
   std::memcpy(page.data() + kEndMarksOffset, bytes.data(), kEndMarksSize);
