@@ -1,6 +1,7 @@
 #include "json/Json.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -204,9 +205,27 @@ bool IsEscaped(char character) {
   return static_cast<unsigned char>(character) < 0x20 || character == '"' || character == '\\';
 }
 
+/// Whether one of eight characters is to be escaped.
+bool HasEscaped(std::uint64_t word) {
+  constexpr std::uint64_t kEach = 0x0101010101010101;
+  // The high bit of a byte comes up where the byte itself is below `limit`, and perhaps above such a one.
+  const auto hasBelow = [](std::uint64_t bytes, std::uint64_t limit) { return (bytes - kEach * limit) & ~bytes; };
+  const std::uint64_t found = hasBelow(word, 0x20) | hasBelow(word ^ kEach * '"', 1) | hasBelow(word ^ kEach * '\\', 1);
+  return (found & kEach * 0x80) != 0;
+}
+
+bool HasEscaped(std::string_view text) {
+  std::uint64_t word = 0;
+  for (; text.size() >= sizeof word; text.remove_prefix(sizeof word)) {
+    std::memcpy(&word, text.data(), sizeof word);
+    if (HasEscaped(word)) return true;
+  }
+  return std::any_of(text.begin(), text.end(), IsEscaped);
+}
+
 void AppendQuoted(std::string& to, std::string_view text) {
   // Rows are written by the thousand, and the library takes its time for each text.
-  if (std::any_of(text.begin(), text.end(), IsEscaped)) {
+  if (HasEscaped(text)) {
     to += Library(text).dump(-1, ' ', false, Library::error_handler_t::replace);
     return;
   }

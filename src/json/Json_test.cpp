@@ -283,6 +283,20 @@ TEST(JsonWrite, SpecialCharactersAreEscapedAndReadBack) {
   EXPECT_EQ(ParseJson(writer.Result()).Text(), text);
 }
 
+TEST(JsonWrite, EachCharacterIsEscapedAtEachPlaceOrNowhere) {
+  for (int character = 0; character < 0x80; ++character) {
+    const bool isEscaped = character < 0x20 || character == '"' || character == '\\';
+    for (std::size_t place = 0; place < 19; ++place) {
+      std::string text = "abcdefgh\xC3\xA9jklmnopq";
+      text.insert(place == 9 ? 8 : place, 1, static_cast<char>(character));
+      JsonWriter writer;
+      writer.Text(text);
+      EXPECT_EQ(writer.Result() == '"' + text + '"', !isEscaped) << character << " at " << place;
+      EXPECT_EQ(ParseJson(writer.Result()).Text(), text) << character << " at " << place;
+    }
+  }
+}
+
 TEST(JsonWrite, ClearStartsANewText) {
   JsonWriter writer;
   writer.Integer(1);
