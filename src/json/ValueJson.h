@@ -26,6 +26,8 @@ struct ShownValue {
 };
 
 ShownValue ShownForm(const Value& value);
+/// Appends that text; returns whether JSON writes it in quotes.
+bool AppendShownForm(std::string& text, const Value& value);
 void WriteJsonValue(JsonWriter& writer, const Value& value);
 
 /// What stands for the floating-point values without digits.

@@ -4,6 +4,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <set>
+#include <span>
+#include <string>
+#include <vector>
 
 #include "base/Utf.h"
 #include "jet/index/TextWeights.h"
@@ -217,6 +221,23 @@ char32_t CharacterAt(std::u16string_view units, std::size_t at) {
   return 0x10000u + (static_cast<char32_t>(units[at] & 0x3FF) << 10 | (units[at + 1] & 0x3FFu));
 }
 
+/// The primary weights of each character that stands for several letters, as keys hold them.
+const std::vector<std::string>& WeightsOfLetters() {
+  static const std::vector<std::string> kWeights = [] {
+    std::set<std::string> weights;
+    for (const LetterWeights& letters : AllLetters()) {
+      std::string bytes;
+      for (const std::uint16_t weight : std::span(letters.primary).first(letters.count)) {
+        if (weight > 0xFF) bytes += static_cast<char>(weight >> 8);
+        bytes += static_cast<char>(weight & 0xFF);
+      }
+      weights.insert(bytes);
+    }
+    return std::vector<std::string>(weights.begin(), weights.end());
+  }();
+  return kWeights;
+}
+
 }  // namespace
 
 std::optional<char32_t> AppendTextKey(Bytes& key, std::string_view text) {
@@ -243,18 +264,13 @@ std::optional<char32_t> AppendTextKey(Bytes& key, std::u16string_view units) {
 
 std::optional<std::size_t> CertainPartOfTextKey(ByteView key) {
   if (key.size() < 2 || key[key.size() - 2] == kSeparator) return std::nullopt;
+  const std::string_view bytes(reinterpret_cast<const char*>(key.data()), key.size());
   // A weight's second byte may be 01 in no run, so the first one ends the weights.
-  const auto end = std::find(key.begin(), key.end(), kSeparator);
-  const bool mayBeOne = std::any_of(AllLetters().begin(), AllLetters().end(), [&](const LetterWeights& letters) {
-    Bytes weights;
-    for (std::size_t i = 0; i < letters.count; ++i) {
-      if (letters.primary[i] > 0xFF) weights.push_back(static_cast<std::uint8_t>(letters.primary[i] >> 8));
-      weights.push_back(static_cast<std::uint8_t>(letters.primary[i] & 0xFF));
-    }
-    return std::search(key.begin(), end, weights.begin(), weights.end()) != end;
-  });
+  const std::string_view weights = bytes.substr(0, bytes.find(static_cast<char>(kSeparator)));
+  const bool mayBeOne = std::any_of(WeightsOfLetters().begin(), WeightsOfLetters().end(),
+                                    [&](const std::string& letters) { return weights.find(letters) != weights.npos; });
   if (!mayBeOne) return std::nullopt;
-  return static_cast<std::size_t>(end - key.begin()) + 1;
+  return weights.size() + 1;
 }
 
 bool MayHaveOtherKeys(std::string_view text) {

@@ -50,6 +50,7 @@ std::vector<Value> RowChanges::NewRow(Change change) const {
   std::vector<std::optional<Value>> given(Definition().columns.size());
   for (std::size_t i = 0; i < change.columns.size(); ++i) given[change.columns[i]] = std::move(change.values[i]);
   std::vector<Value> values;
+  values.reserve(given.size());
   for (std::size_t column = 0; column < given.size(); ++column) {
     values.push_back(given[column] ? std::move(*given[column]) : table_.DefaultOf(column));
   }

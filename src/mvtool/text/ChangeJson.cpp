@@ -1,6 +1,5 @@
 #include "mvtool/text/ChangeJson.h"
 
-#include <set>
 #include <utility>
 
 #include "base/Text.h"
@@ -14,7 +13,9 @@ ChangeReader::ChangeReader(const jet::TableDefinition& table) : table_(table) {
   for (std::size_t i = 0; i < table.columns.size(); ++i) columns_.emplace(FoldCase(table.columns[i].name), i);
 }
 
-std::size_t ChangeReader::ColumnOf(const Json::Member& member) const {
+/// `expected` is where the name is looked for first: rows name their columns in the order of the table.
+std::size_t ChangeReader::ColumnOf(const Json::Member& member, std::size_t expected) const {
+  if (expected < table_.columns.size() && table_.columns[expected].name == member.name) return expected;
   auto found = columns_.find(member.name);
   if (found == columns_.end()) found = columns_.find(FoldCase(member.name));
   if (found == columns_.end()) member.value.Fail("the table has no column \"" + member.name + "\"");
@@ -22,11 +23,16 @@ std::size_t ChangeReader::ColumnOf(const Json::Member& member) const {
 }
 
 std::vector<IndexedTable::Condition> ChangeReader::ValuesFromJson(const Json& json) const {
+  const Json::Object& members = json.Members();
   std::vector<IndexedTable::Condition> conditions;
-  std::set<std::size_t> seen;
-  for (const Json::Member& member : json.Members()) {
-    const std::size_t column = ColumnOf(member);
-    if (!seen.insert(column).second) member.value.Fail("a second value for column \"" + member.name + "\"");
+  conditions.reserve(members.size());
+  std::vector<bool> seen(table_.columns.size());
+  std::size_t next = 0;
+  for (const Json::Member& member : members) {
+    const std::size_t column = ColumnOf(member, next);
+    if (seen[column]) member.value.Fail("a second value for column \"" + member.name + "\"");
+    seen[column] = true;
+    next = column + 1;
     const jet::Column& target = table_.columns[column];
     conditions.push_back(
         {column, ValueFromJson({DataTypeOf(target.type), table_.name, target.name, target.precision, target.scale},
@@ -59,7 +65,10 @@ Change ChangeReader::FromJson(const Json& json) const {
     if (change.where.empty()) where.Fail("a column that tells the row is missing");
   }
   if (values == nullptr) return change;
-  for (IndexedTable::Condition& assigned : ValuesFromJson(*values)) {
+  std::vector<IndexedTable::Condition> assignments = ValuesFromJson(*values);
+  change.columns.reserve(assignments.size());
+  change.values.reserve(assignments.size());
+  for (IndexedTable::Condition& assigned : assignments) {
     change.columns.push_back(assigned.column);
     change.values.push_back(std::move(assigned.value));
   }

@@ -39,7 +39,7 @@ class ChangeReader {
   std::vector<IndexedTable::Condition> ValuesFromJson(const Json& json) const;
 
  private:
-  std::size_t ColumnOf(const Json::Member& member) const;
+  std::size_t ColumnOf(const Json::Member& member, std::size_t expected) const;
 
   const jet::TableDefinition& table_;
   std::map<std::string, std::size_t> columns_;  ///< positions by name, as written and in one case

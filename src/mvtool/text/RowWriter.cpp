@@ -34,19 +34,25 @@ class JsonLinesWriter : public RowWriter {
 class CsvWriter : public RowWriter {
  public:
   CsvWriter(std::ostream& out, const std::vector<std::string>& fieldNames) : out_(out) {
-    WriteLine(std::span<const std::string>(fieldNames));
+    WriteLine(std::span(fieldNames), AppendCsvText);
   }
 
-  void Write(std::span<const Value> values) override { WriteLine(values); }
+  void Write(std::span<const Value> values) override { WriteLine(values, AppendCsvField); }
 
  private:
-  template <typename Field>
-  void WriteLine(std::span<const Field> fields) {
-    for (std::size_t i = 0; i < fields.size(); ++i) out_ << (i == 0 ? "" : ",") << CsvField(fields[i]);
-    out_ << "\r\n";
+  template <typename Field, typename Append>
+  void WriteLine(std::span<const Field> fields, Append append) {
+    line_.clear();
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+      if (i != 0) line_ += ',';
+      append(line_, fields[i]);
+    }
+    line_ += "\r\n";
+    out_ << line_;
   }
 
   std::ostream& out_;
+  std::string line_;  ///< reused: rows are written by the thousand
 };
 
 }  // namespace

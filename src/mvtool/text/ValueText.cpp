@@ -1,5 +1,6 @@
 #include "mvtool/text/ValueText.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -16,6 +17,12 @@ namespace {
 
 constexpr unsigned kCurrencyPlaces = 4;
 constexpr std::string_view kHexDigits = "0123456789abcdef";
+
+bool NeedsQuotes(char character) {
+  // The comma is the last of them, and nearly all characters are above it.
+  if (static_cast<unsigned char>(character) > ',') return false;
+  return character == '"' || character == ',' || character == '\r' || character == '\n';
+}
 
 int HexDigit(char character) {
   const char lower = character >= 'A' && character <= 'F' ? static_cast<char>(character + 32) : character;
@@ -148,19 +155,25 @@ Value ReadValue(const ValueTarget& target, const Json& json) {
 
 }  // namespace
 
-std::string CsvField(const std::string& text) {
-  if (!text.empty() && text.find_first_of("\",\r\n") == std::string::npos) return text;
-  std::string field = "\"";
-  for (const char character : text) {
-    if (character == '"') field += '"';
-    field += character;
+void AppendCsvText(std::string& line, std::string_view text) {
+  if (!text.empty() && std::none_of(text.begin(), text.end(), NeedsQuotes)) {
+    line += text;
+    return;
   }
-  return field += '"';
+  line += '"';
+  for (const char character : text) {
+    if (character == '"') line += '"';
+    line += character;
+  }
+  line += '"';
 }
 
-std::string CsvField(const Value& value) {
-  if (IsNull(value)) return {};
-  return CsvField(ShownForm(value).text);
+void AppendCsvField(std::string& line, const Value& value) {
+  if (const auto* const text = std::get_if<std::string>(&value)) return AppendCsvText(line, *text);
+  // No other form has a character that asks for quotes; of no bytes at all it is empty, which would be null.
+  const std::size_t start = line.size();
+  if (!IsNull(value)) AppendShownForm(line, value);
+  if (line.size() == start && !IsNull(value)) line += "\"\"";
 }
 
 Value ValueFromJson(const ValueTarget& target, const Json& json) {

@@ -9,11 +9,11 @@
 
 namespace mv::tool {
 
-/// The value as a CSV field in the form of ValueJson.h, quoted where RFC 4180 asks for it: nothing for null, "" for an
-/// empty text.
-std::string CsvField(const Value& value);
-/// `text` as a CSV field.
-std::string CsvField(const std::string& text);
+/// Appends the value as a CSV field in the form of ValueJson.h, quoted where RFC 4180 asks for it: nothing for null, ""
+/// for an empty text.
+void AppendCsvField(std::string& line, const Value& value);
+/// Appends a text as a CSV field.
+void AppendCsvText(std::string& line, std::string_view text);
 
 /// The column, or the field of a table file, that a value is read for.
 struct ValueTarget {

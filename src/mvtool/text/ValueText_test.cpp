@@ -17,6 +17,12 @@ std::string JsonOf(const Value& value) {
   return writer.Result();
 }
 
+std::string CsvFieldOf(const Value& value) {
+  std::string line;
+  AppendCsvField(line, value);
+  return line;
+}
+
 /// A value for column C of table T; a decimal has ten digits, three of them decimals.
 Value Read(DataType type, std::string_view text) {
   return ValueFromJson({type, "T", "C", 10, 3}, ParseJson(text));
@@ -27,16 +33,17 @@ std::string MessageFor(DataType type, std::string_view text) {
 }
 
 TEST(ValueTextCsv, FieldsAreQuotedWhereTheyMustBe) {
-  EXPECT_EQ(CsvField(Value(std::string("plain text"))), "plain text");
-  EXPECT_EQ(CsvField(Value(std::string("a,b"))), "\"a,b\"");
-  EXPECT_EQ(CsvField(Value(std::string("say \"hi\""))), "\"say \"\"hi\"\"\"");
-  EXPECT_EQ(CsvField(Value(std::string("two\r\nlines"))), "\"two\r\nlines\"");
-  EXPECT_EQ(CsvField(Value(Currency{125000})), "12.5000");
+  EXPECT_EQ(CsvFieldOf(Value(std::string("plain text"))), "plain text");
+  EXPECT_EQ(CsvFieldOf(Value(std::string("a,b"))), "\"a,b\"");
+  EXPECT_EQ(CsvFieldOf(Value(std::string("say \"hi\""))), "\"say \"\"hi\"\"\"");
+  EXPECT_EQ(CsvFieldOf(Value(std::string("two\r\nlines"))), "\"two\r\nlines\"");
+  EXPECT_EQ(CsvFieldOf(Value(Currency{125000})), "12.5000");
 }
 
 TEST(ValueTextCsv, NullAndEmptyTextDiffer) {
-  EXPECT_EQ(CsvField(Value(Null{})), "");
-  EXPECT_EQ(CsvField(Value(std::string())), "\"\"");
+  EXPECT_EQ(CsvFieldOf(Value(Null{})), "");
+  EXPECT_EQ(CsvFieldOf(Value(std::string())), "\"\"");
+  EXPECT_EQ(CsvFieldOf(Value(Bytes())), "\"\"");
 }
 
 TEST(ValueTextRead, EachTypeReadsBackWhatIsShown) {
