@@ -21,7 +21,7 @@ namespace {
 constexpr std::string_view kSql = "--sql";
 constexpr std::string_view kJson = "--json";
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kSchemaHelp =
     "  Prints what a database is made of, without its rows: tables, columns, indexes\n"
     "  and relations as the JSON that \"create\" takes. Of a table file it prints the\n"
     "  first line that \"make\" takes. Queries, linked tables and relations that are\n"
@@ -148,7 +148,7 @@ Command SchemaCommand() {
       .name = "schema",
       .group = CommandGroup::Files,
       .summary = "prints tables, indexes, relations as JSON or SQL",
-      .help = kHelp,
+      .help = kSchemaHelp,
       .rules = {.synopsis = "mvtool schema FILE [--json | --sql]",
                 .leastOperands = 1,
                 .mostOperands = 1,

@@ -29,7 +29,7 @@ constexpr const char* kFolder = "folder";
 constexpr const char* kLibrary = "library";
 constexpr const char* kNetwork = "network";
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kSetupHelp =
     "  Asks for the database and the handheld, looks for the tables on a card, and\n"
     "  writes the settings; whatever else they hold stays. Makes an empty database\n"
     "  out of the template where there is none. Ends with what \"doctor\" says and with\n"
@@ -236,7 +236,7 @@ Command SetupCommand() {
       .name = "setup",
       .group = CommandGroup::Start,
       .summary = "asks for database and handheld and writes the settings",
-      .help = kHelp,
+      .help = kSetupHelp,
       .rules = {.synopsis = "mvtool setup [--database FILE] [--handheld WAY] [--root FOLDER]\n"
                             "             [--log FILE] [--yes]",
                 .leastOperands = 0,
