@@ -1,3 +1,10 @@
+# Tests are mostly expectations: optimising them, and checking them for undefined behaviour, costs more time than it saves.
+# What they test is optimised, and checked.
+set(MV_TEST_OPTIONS -O0)
+if(MV_SANITIZE)
+  list(APPEND MV_TEST_OPTIONS -fno-sanitize=undefined)
+endif()
+
 # Google Test: the installed library for a native build; for a cross build, and with sanitizers, its Debian source package
 # is built along. Without it the programs are built all the same, and no tests.
 set(MV_GTEST_SOURCE /usr/src/googletest CACHE PATH "Google Test sources, used when no built library fits")
@@ -8,7 +15,7 @@ elseif(EXISTS ${MV_GTEST_SOURCE}/CMakeLists.txt)
   set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
   add_subdirectory(${MV_GTEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
   foreach(target gtest gtest_main gmock gmock_main)
-    target_compile_options(${target} PRIVATE -w -O0)
+    target_compile_options(${target} PRIVATE -w ${MV_TEST_OPTIONS})
     get_target_property(folders ${target} INTERFACE_INCLUDE_DIRECTORIES)
     set_target_properties(${target} PROPERTIES INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${folders}")
   endforeach()
@@ -21,13 +28,6 @@ endif()
 
 if(NOT TARGET GTest::gmock_main)
   message(STATUS "Google Test is not installed: tests are not built")
-endif()
-
-# Tests are mostly expectations: optimising them, and checking them for undefined behaviour, costs more time than it saves.
-# What they test is optimised, and checked.
-set(MV_TEST_OPTIONS -O0)
-if(MV_SANITIZE)
-  list(APPEND MV_TEST_OPTIONS -fno-sanitize=undefined)
 endif()
 
 # The headers that all tests use, compiled once for all test programs.

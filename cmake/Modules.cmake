@@ -8,6 +8,16 @@ else()
   set(MV_OTHER_FOLDERS "windows|win32|qt")
 endif()
 
+# The headers that most sources use, compiled once for all modules; united sources read them seldom enough.
+if(NOT MV_UNITE)
+  set(source ${CMAKE_BINARY_DIR}/CommonHeaders.cpp)
+  file(CONFIGURE OUTPUT ${source} CONTENT "")
+  add_library(mv_common_headers OBJECT EXCLUDE_FROM_ALL ${source})
+  target_precompile_headers(
+    mv_common_headers PRIVATE <algorithm> <array> <chrono> <functional> <map> <memory> <optional> <set> <span> <string>
+                              <string_view> <utility> <vector>)
+endif()
+
 # mv_module(NAME [DEPENDS ...] [WINDOWS_LIBRARIES ...] [TEST_DEPENDS ...] [TEST_PARTS n]): the sources of src/NAME and of the folders
 # in it as the library mv_NAME, and their *_test.cpp files as the test program NAME_tests. Not taken: folders of other
 # systems, folders in folders, main.cpp files. WINDOWS_LIBRARIES: import libraries that its Windows folder needs.
@@ -32,9 +42,13 @@ function(mv_module name)
     list(APPEND dependencies ${ARG_WINDOWS_LIBRARIES})
   endif()
   if(sources)
+    mv_unite(sources ${name} ${sources})
     add_library(mv_${name} STATIC ${sources})
     target_include_directories(mv_${name} PUBLIC ${CMAKE_SOURCE_DIR}/src)
     target_link_libraries(mv_${name} PUBLIC ${dependencies})
+    if(TARGET mv_common_headers)
+      target_precompile_headers(mv_${name} REUSE_FROM mv_common_headers)
+    endif()
   else()
     add_library(mv_${name} INTERFACE)
     target_include_directories(mv_${name} INTERFACE ${CMAKE_SOURCE_DIR}/src)
@@ -46,25 +60,47 @@ function(mv_module name)
   endif()
 endfunction()
 
-# mv_unite_tests(UNITED NAME SOURCE...): the list UNITED gets the sources to compile for SOURCE...: these, or with
-# MV_UNITE_TESTS one for every twelve of them.
-function(mv_unite_tests united name)
-  set(rest ${ARGN})
-  list(LENGTH rest count)
-  set(sources)
-  while(rest AND MV_UNITE_TESTS AND count GREATER 1)
-    list(SUBLIST rest 0 12 some)
-    list(REMOVE_ITEM rest ${some})
-    list(LENGTH sources number)
-    set(source ${CMAKE_CURRENT_BINARY_DIR}/${name}_${number}.cpp)
+# mv_unite(UNITED NAME [TESTS] SOURCE...): the list UNITED gets the sources to compile for SOURCE...: these, or with MV_UNITE
+# one for every sixteen of them. Headers of Windows make macros of common words: what lies in folders of its own is united
+# apart.
+function(mv_unite united name)
+  cmake_parse_arguments(ARG "TESTS" "" "" ${ARGN})
+  set(portable ${ARG_UNPARSED_ARGUMENTS})
+  list(LENGTH portable count)
+  if(NOT MV_UNITE OR count LESS 2)
+    set(${united} ${portable} PARENT_SCOPE)
+    return()
+  endif()
+  set(system ${portable})
+  list(FILTER system INCLUDE REGEX "/(windows|win32)/")
+  list(FILTER portable EXCLUDE REGEX "/(windows|win32)/")
+  set(all)
+  foreach(kind portable system)
+    list(LENGTH ${kind} count)
+    if(count EQUAL 0)
+      continue()
+    endif()
+    if(ARG_TESTS)
+      set(form --tests)
+      math(EXPR last "(${count} + 15) / 16 - 1")
+    else()
+      set(form)
+      math(EXPR last "(${count} + 15) / 16 - 1 + 3")  # three to spare for unite-sources
+    endif()
+    set(outputs)
+    foreach(number RANGE ${last})
+      list(APPEND outputs ${CMAKE_CURRENT_BINARY_DIR}/${name}_${kind}_${number}.cpp)
+    endforeach()
     add_custom_command(
-      OUTPUT ${source}
-      COMMAND ${CMAKE_SOURCE_DIR}/tools/unite-tests ${source} ${some}
-      DEPENDS ${some} ${CMAKE_SOURCE_DIR}/tools/unite-tests
+      OUTPUT ${outputs}
+      COMMAND ${CMAKE_SOURCE_DIR}/tools/unite-sources ${form} ${outputs} -- ${${kind}}
+      DEPENDS ${${kind}} ${CMAKE_SOURCE_DIR}/tools/unite-sources
       VERBATIM)
-    list(APPEND sources ${source})
-  endwhile()
-  set(${united} ${sources} ${rest} PARENT_SCOPE)
+    # The compiler knows what is said once from what a header says to many by the name of the file, which "#line" changes.
+    set_source_files_properties(${outputs} PROPERTIES COMPILE_OPTIONS -Wno-subobject-linkage)
+    list(APPEND all ${outputs})
+  endforeach()
+  set(${united} ${all} PARENT_SCOPE)
 endfunction()
 
 # mv_test(NAME [PARTS n] SOURCES ... DEPENDS ...): a Google Test program; a cross build runs it through MV_TEST_RUNNER
@@ -78,7 +114,7 @@ function(mv_test name)
   if(NOT TARGET GTest::gmock_main OR MV_FUZZ)
     return()
   endif()
-  mv_unite_tests(sources ${name} ${ARG_SOURCES})
+  mv_unite(sources ${name} TESTS ${ARG_SOURCES})
   add_executable(${name} ${sources})
   target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} mv_testing GTest::gmock_main)
   target_compile_options(${name} PRIVATE ${MV_TEST_OPTIONS})

@@ -53,6 +53,7 @@ else()
   list(FILTER tests INCLUDE REGEX "_test\\.cpp$")
   list(FILTER sources EXCLUDE REGEX "_test\\.cpp$")
 
+  mv_unite(sources window ${sources})
   add_library(window_sources OBJECT ${sources} ${pictures})
   target_include_directories(window_sources PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} ${CMAKE_CURRENT_BINARY_DIR})
   target_link_libraries(window_sources PUBLIC Qt6::Widgets Qt6::DBus)

@@ -10,7 +10,7 @@
 namespace mv::check {
 namespace {
 
-constexpr std::size_t kAddressSize = 4;
+constexpr std::size_t kRowAddressSize = 4;
 
 /// Pages of long values with fewer bytes free are never listed as having room.
 constexpr std::size_t kLongValueRoom = 257;
@@ -118,7 +118,7 @@ void TableCheck::CheckSlot(RowId home) {
 std::optional<RowId> TableCheck::FollowMove(RowId home, const Place& place) {
   Findings& findings = context_.findings;
   const ByteView pointer = context_.rows.Bytes(home);
-  if (pointer.size() < kAddressSize) {
+  if (pointer.size() < kRowAddressSize) {
     findings.Damage(Kind::MovedRow, place, "the row was moved, but has no room for the address");
     return std::nullopt;
   }

@@ -45,8 +45,8 @@ constexpr std::string_view kMsisamName("MSISAM Database\0", kNameSize);
 constexpr std::uint8_t kVersionJet3 = 0;
 constexpr std::uint8_t kVersionJet4 = 1;
 
-constexpr std::uint32_t kFreePagesMap = RowId{1, 0}.Word();
-constexpr std::uint32_t kReleasedPagesMap = RowId{1, 1}.Word();
+constexpr std::uint32_t kFreePagesMapWord = RowId{1, 0}.Word();
+constexpr std::uint32_t kReleasedPagesMapWord = RowId{1, 1}.Word();
 constexpr std::uint32_t kFirstSystemTable = 2;
 constexpr std::uint32_t kSystemTables = 4;
 constexpr std::uint32_t kNewBuild = 9756;
@@ -124,8 +124,8 @@ Header Header::ForNewDatabase(Date created) {
   std::copy(kMagic.begin(), kMagic.end(), bytes);
   std::copy(kJetName.begin(), kJetName.end(), bytes + kNameAt);
   StoreLittle<std::uint32_t>(bytes + kVersionAt, kVersionJet4);
-  StoreLittle(bytes + kFreePagesAt, kFreePagesMap);
-  StoreLittle(bytes + kReleasedPagesAt, kReleasedPagesMap);
+  StoreLittle(bytes + kFreePagesAt, kFreePagesMapWord);
+  StoreLittle(bytes + kReleasedPagesAt, kReleasedPagesMapWord);
   for (std::uint32_t i = 0; i < kSystemTables; ++i) StoreLittle(bytes + kSystemTablesAt + 4 * i, kFirstSystemTable + i);
   StoreLittle(bytes + kCodePageAt, kNewCodePage);
   XorWithDay(ByteSpan(bytes + kPasswordAt, kPasswordSize), created);
@@ -184,8 +184,8 @@ std::optional<std::size_t> Header::SuspectCommitWord() const {
 }
 
 bool Header::HasMapsInPlace() const {
-  return LoadLittle<std::uint32_t>(plain_.data() + kFreePagesAt) == kFreePagesMap &&
-         LoadLittle<std::uint32_t>(plain_.data() + kReleasedPagesAt) == kReleasedPagesMap;
+  return LoadLittle<std::uint32_t>(plain_.data() + kFreePagesAt) == kFreePagesMapWord &&
+         LoadLittle<std::uint32_t>(plain_.data() + kReleasedPagesAt) == kReleasedPagesMapWord;
 }
 
 Bytes Header::Password() const {

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::string_view kKeep = "--keep";
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kApplyHelp =
     "  Changes rows of a table as JSON lines from standard input say:\n"
     "    {\"op\":\"insert\",\"row\":{\"KY_ID\":\"a1\",\"CU_COST\":\"12.5000\"}}\n"
     "    {\"op\":\"update\",\"where\":{\"KY_ID\":\"a1\"},\"set\":{\"CU_COST\":null}}\n"
@@ -65,7 +65,7 @@ Command ApplyCommand() {
       .name = "apply",
       .group = CommandGroup::Files,
       .summary = "changes rows of a table as JSON lines say",
-      .help = kHelp,
+      .help = kApplyHelp,
       .rules = {.synopsis = "mvtool apply FILE.db TABLE [--keep] < LINES.jsonl",
                 .leastOperands = 2,
                 .mostOperands = 2,

@@ -11,7 +11,7 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kChangesHelp =
     "  What a run did to each row; without RUN the newest run. First the rows that\n"
     "  were lost: \"dropped\" ones, which the handheld alone had and nothing flagged,\n"
     "  and \"overruled\" ones, which were edited on the PC and lost against the\n"
@@ -60,7 +60,7 @@ Command ChangesCommand() {
       .name = "changes",
       .group = CommandGroup::Runs,
       .summary = "shows what a run did to each row",
-      .help = kHelp,
+      .help = kChangesHelp,
       .rules = {.synopsis = "mvtool changes [RUN] [--table T] [--json]",
                 .leastOperands = 0,
                 .mostOperands = 1,

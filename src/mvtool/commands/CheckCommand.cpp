@@ -10,7 +10,7 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kCheckHelp =
     "  Verifies the structure of a database: pages, maps, definitions, rows, long\n"
     "  values, indexes, catalog. Prints one finding a line with the place, then a\n"
     "  line that sums up. Changes nothing.\n"
@@ -111,7 +111,7 @@ Command CheckCommand() {
       .name = "check",
       .group = CommandGroup::Files,
       .summary = "verifies the structure of a database",
-      .help = kHelp,
+      .help = kCheckHelp,
       .rules = {.synopsis = "mvtool check FILE.db [--strict] [--json]",
                 .leastOperands = 1,
                 .mostOperands = 1,

@@ -10,7 +10,7 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kCreateHelp =
     "  Makes a database of the tables that a JSON schema describes:\n"
     "    {\"tables\":[{\"name\":\"Shop\",\n"
     "      \"columns\":[{\"name\":\"KY_ID\",\"type\":\"Text\",\"size\":20},\n"
@@ -92,7 +92,7 @@ Command CreateCommand() {
       .name = "create",
       .group = CommandGroup::Files,
       .summary = "makes a database from a JSON schema",
-      .help = kHelp,
+      .help = kCreateHelp,
       .rules = {.synopsis = "mvtool create FILE.db SCHEMA.json [--force]",
                 .leastOperands = 2,
                 .mostOperands = 2,

@@ -6,7 +6,7 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kDecodeHelp =
     "  Makes the pages of an encoded (\"encrypted\") database plain: the opposite of\n"
     "  \"encode\". All else stays as it is.\n";
 
@@ -24,7 +24,7 @@ Command DecodeCommand() {
       .name = "decode",
       .group = CommandGroup::Files,
       .summary = "makes an encoded database plain",
-      .help = kHelp,
+      .help = kDecodeHelp,
       .rules = {.synopsis = "mvtool decode FILE.db",
                 .leastOperands = 1,
                 .mostOperands = 1,

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view kRows = "--rows";
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kDemoHelp =
     "  Lays out made-up data to try a run on: a folder that stands for the handheld\n"
     "  with its thirteen tables, a Motorva.db that differs from it in all the ways a\n"
     "  run has to settle, and a settings file that names both (on Windows one for the\n"
@@ -73,7 +73,7 @@ Command DemoCommand() {
       .name = "demo",
       .group = CommandGroup::Start,
       .summary = "lays out made-up data to try a run on",
-      .help = kHelp,
+      .help = kDemoHelp,
       .rules = {.synopsis = "mvtool demo FOLDER [--rows N] [--force]",
                 .leastOperands = 1,
                 .mostOperands = 1,

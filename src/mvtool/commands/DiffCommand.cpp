@@ -25,7 +25,7 @@ constexpr int kFailed = 3;
 constexpr std::string_view kTable = "--table";
 constexpr std::string_view kJson = "--json";
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kDiffHelp =
     "  Compares two databases table by table, a table of a database with a table\n"
     "  file, or two table files, and prints each row of B that is added, changed or\n"
     "  deleted against A, then the counts of the table. Nothing is printed for what\n"
@@ -192,7 +192,7 @@ Command DiffCommand() {
       .name = "diff",
       .group = CommandGroup::Files,
       .summary = "compares databases and table files row by row",
-      .help = kHelp,
+      .help = kDiffHelp,
       .rules = {.synopsis = "mvtool diff A B [--table T] [--json]",
                 .leastOperands = 2,
                 .mostOperands = 2,

@@ -15,7 +15,7 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kDoctorHelp =
     "  Looks at all that a run works with and says what is wrong and what to do:\n"
     "  every setting with its value and where that comes from, the paths, the\n"
     "  template, the database and its rows, the handheld and its tables, auto-start,\n"
@@ -146,7 +146,7 @@ Command DoctorCommand() {
       .name = "doctor",
       .group = CommandGroup::Start,
       .summary = "says whether all that a run needs is in place",
-      .help = kHelp,
+      .help = kDoctorHelp,
       .rules = {.synopsis = "mvtool doctor [--json]",
                 .leastOperands = 0,
                 .mostOperands = 0,

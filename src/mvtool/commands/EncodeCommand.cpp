@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view kKey = "--key";
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kEncodeHelp =
     "  Encodes (\"encrypts\") a database: a look into the file shows none of its texts\n"
     "  any more. The key lies in the file, so programs that know the format read it\n"
     "  without a password: it is a disguise, no protection. All commands and runs\n"
@@ -51,7 +51,7 @@ Command EncodeCommand() {
       .name = "encode",
       .group = CommandGroup::Files,
       .summary = "encodes (\"encrypts\") a database",
-      .help = kHelp,
+      .help = kEncodeHelp,
       .rules = {.synopsis = "mvtool encode FILE.db [--key HEX8]",
                 .leastOperands = 1,
                 .mostOperands = 1,

@@ -13,7 +13,7 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kExportHelp =
     "  Writes every table of the database as DIR/TABLE.csv, in the form of\n"
     "  \"show --csv\", and prints the names of the files. Makes the folder when it is\n"
     "  missing. Characters that file names cannot have, and those that keep two names\n"
@@ -69,7 +69,7 @@ Command ExportCommand() {
       .name = "export",
       .group = CommandGroup::Files,
       .summary = "writes every table of a database as CSV",
-      .help = kHelp,
+      .help = kExportHelp,
       .rules = {.synopsis = "mvtool export FILE.db DIR [--force]",
                 .leastOperands = 2,
                 .mostOperands = 2,

@@ -15,7 +15,7 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kHandheldHelp =
     "  Works with the handheld that the settings name, whichever way it is reached.\n"
     "    info              what it is and where\n"
     "    ls [PATH]         lists a folder, else the root\n"
@@ -187,7 +187,7 @@ Command HandheldCommand() {
       .name = "handheld",
       .group = CommandGroup::Handheld,
       .summary = "looks into the handheld, copies its files, plays one",
-      .help = kHelp,
+      .help = kHandheldHelp,
       .rules = {.synopsis = "mvtool handheld info | ls [PATH] | get PATH FILE | put FILE PATH |\n"
                             "                backup FOLDER [PATH] | simulate ROOT",
                 .leastOperands = 1,

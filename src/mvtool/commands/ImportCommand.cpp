@@ -23,7 +23,7 @@ constexpr std::string_view kCsv = "--csv";
 constexpr std::string_view kUpdate = "--update";
 constexpr std::string_view kDryRun = "--dry-run";
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kImportHelp =
     "  Adds the rows of a CSV file to a table of a database: the inverse of \"show\n"
     "  --csv\" and \"export\". The first line names the columns; those that it leaves\n"
     "  out get their default values. A null is an empty field, an empty text is \"\".\n"
@@ -103,7 +103,7 @@ Command ImportCommand() {
       .name = "import",
       .group = CommandGroup::Files,
       .summary = "adds or updates rows of a database from CSV",
-      .help = kHelp,
+      .help = kImportHelp,
       .rules = {.synopsis = "mvtool import FILE.db TABLE --csv FILE.csv [--update] [--dry-run]",
                 .leastOperands = 2,
                 .mostOperands = 2,

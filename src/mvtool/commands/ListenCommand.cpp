@@ -20,7 +20,7 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kListenHelp =
     "  Waits for handhelds on the network, until it is interrupted (Ctrl-C). Says\n"
     "  when one comes and goes, and does a silent run each time one comes. Meanwhile\n"
     "  MVPPCSync and mvtool reach the same handheld through it.\n"
@@ -145,7 +145,7 @@ Command ListenCommand() {
       .name = "listen",
       .group = CommandGroup::Handheld,
       .summary = "waits for handhelds on the network and synchronises",
-      .help = kHelp,
+      .help = kListenHelp,
       .rules = {.synopsis = "mvtool listen [--run MODE]",
                 .leastOperands = 0,
                 .mostOperands = 0,

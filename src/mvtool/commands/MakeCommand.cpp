@@ -16,7 +16,7 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kMakeHelp =
     "  Makes a table file of JSON lines from standard input. The first line:\n"
     "    {\"creator\":\"BRND\",\"fields\":[{\"name\":\"KY_RECID\",\"type\":5},...]}\n"
     "  Types: 1 byte, 2 16-bit and 3 32-bit integer, 4 single, 5 text, 6 Boolean,\n"
@@ -145,7 +145,7 @@ Command MakeCommand() {
       .name = "make",
       .group = CommandGroup::Files,
       .summary = "makes a table file from JSON lines or CSV",
-      .help = kHelp,
+      .help = kMakeHelp,
       .rules = {.synopsis = "mvtool make FILE.pdb [--force] < LINES.jsonl\n"
                             "mvtool make FILE.pdb --csv FILE.csv {--like FILE.pdb | --schema FILE} [--force]",
                 .leastOperands = 1,

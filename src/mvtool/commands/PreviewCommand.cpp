@@ -11,7 +11,7 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kPreviewHelp =
     "  What a run would do, without doing it: the run itself, on a copy of the\n"
     "  database in the system's folder for temporary files, with the handheld only\n"
     "  read. Prints what \"changes\" would print after the run, then its warnings.\n"
@@ -90,7 +90,7 @@ Command PreviewCommand() {
       .name = "preview",
       .group = CommandGroup::Runs,
       .summary = "shows what a run would do, without doing it",
-      .help = kHelp,
+      .help = kPreviewHelp,
       .rules = {.synopsis = "mvtool preview [--mode N] [--tables T,...] [--json]",
                 .leastOperands = 0,
                 .mostOperands = 0,

@@ -9,7 +9,7 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kPruneHelp =
     "  Removes the oldest runs from the history until no more are left than the\n"
     "  settings allow, and prints their names. What a removed run had kept cannot be\n"
     "  restored any more.\n"
@@ -42,7 +42,7 @@ Command PruneCommand() {
       .name = "prune",
       .group = CommandGroup::Runs,
       .summary = "removes old runs from what is kept",
-      .help = kHelp,
+      .help = kPruneHelp,
       .rules = {.synopsis = "mvtool prune [--keep N]",
                 .leastOperands = 0,
                 .mostOperands = 0,

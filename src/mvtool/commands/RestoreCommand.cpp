@@ -18,7 +18,7 @@ using history::RestoreResult;
 using history::Sides;
 using history::TablePreview;
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kRestoreHelp =
     "  Brings the desktop database and the handheld's tables back to what they were\n"
     "  before RUN, a name that \"runs\" lists, or \"last\" for the newest. All that the\n"
     "  run kept is checked before anything is changed. What is replaced is kept in an\n"
@@ -151,7 +151,7 @@ Command RestoreCommand() {
       .name = "restore",
       .group = CommandGroup::Runs,
       .summary = "brings both sides back to what they were before a run",
-      .help = kHelp,
+      .help = kRestoreHelp,
       .rules = {.synopsis = "mvtool restore RUN [--dry-run] [--desktop-only | --handheld-only]",
                 .leastOperands = 1,
                 .mostOperands = 1,

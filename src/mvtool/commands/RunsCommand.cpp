@@ -14,7 +14,7 @@ using history::RunRecord;
 using history::SideCounts;
 using history::TableRecord;
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kRunsHelp =
     "  Lists the runs that the history keeps, newest first: name, time, mode, how it\n"
     "  ended, rows that were added (+), changed (~) and deleted (-) on either side,\n"
     "  and what \"restore\" can bring back. Restores are listed too.\n"
@@ -152,7 +152,7 @@ Command RunsCommand() {
       .name = "runs",
       .group = CommandGroup::Runs,
       .summary = "lists the runs that are kept, newest first",
-      .help = kHelp,
+      .help = kRunsHelp,
       .rules = {.synopsis = "mvtool runs [--json]",
                 .leastOperands = 0,
                 .mostOperands = 0,

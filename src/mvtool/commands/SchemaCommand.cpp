@@ -22,7 +22,7 @@ namespace {
 constexpr std::string_view kSql = "--sql";
 constexpr std::string_view kJson = "--json";
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kSchemaHelp =
     "  Prints what a database is made of, without its rows: tables, columns and their\n"
     "  properties, indexes and relations as the JSON that \"create\" takes. Of a table\n"
     "  file it prints the first line that \"make\" takes. Queries, linked tables and\n"
@@ -156,7 +156,7 @@ Command SchemaCommand() {
       .name = "schema",
       .group = CommandGroup::Files,
       .summary = "prints tables, indexes, relations as JSON or SQL",
-      .help = kHelp,
+      .help = kSchemaHelp,
       .rules = {.synopsis = "mvtool schema FILE [--json | --sql]",
                 .leastOperands = 1,
                 .mostOperands = 1,

@@ -11,7 +11,7 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kSendHelp =
     "  Puts the merged table files of the last run that has them on the handheld\n"
     "  again, for one that did not take them. All are checked before the first is\n"
     "  sent. Refused are a damaged file, one without records where the run had\n"
@@ -64,7 +64,7 @@ Command SendCommand() {
       .name = "send",
       .group = CommandGroup::Runs,
       .summary = "puts merged tables on the handheld again",
-      .help = kHelp,
+      .help = kSendHelp,
       .rules = {.synopsis = "mvtool send TABLE... [--from RUN] [--force]",
                 .leastOperands = 1,
                 .mostOperands = kTables.size(),

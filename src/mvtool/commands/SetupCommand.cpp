@@ -39,7 +39,7 @@ constexpr const char* kLibrary = "library";
 constexpr const char* kNetwork = "network";
 constexpr const char* kNone = "none";  ///< as an answer: no password file
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kSetupHelp =
     "  Asks for the database and the handheld, looks for the tables on a card, and\n"
     "  writes the settings; whatever else they hold stays. Makes an empty database\n"
     "  out of the template where there is none. Ends with what \"doctor\" says and with\n"
@@ -330,7 +330,7 @@ Command SetupCommand() {
       .name = "setup",
       .group = CommandGroup::Start,
       .summary = "asks for database and handheld and writes the settings",
-      .help = kHelp,
+      .help = kSetupHelp,
       .rules = {.synopsis = "mvtool setup [--database FILE] [--handheld WAY] [--root FOLDER]\n"
                             "             [--listen ADDRESSES] [--password-file FILE] [--wait SECONDS]\n"
                             "             [--log FILE] [--yes]",

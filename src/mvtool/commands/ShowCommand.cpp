@@ -17,7 +17,7 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kShowHelp =
     "  Prints a table, one row a line, as JSON objects in UTF-8. For a database name\n"
     "  the table; rows come in the order in which they are stored. A file is\n"
     "  recognised by its content, not by its name.\n"
@@ -80,7 +80,7 @@ Command ShowCommand() {
       .name = "show",
       .group = CommandGroup::Files,
       .summary = "prints a table as JSON lines or CSV, or its schema",
-      .help = kHelp,
+      .help = kShowHelp,
       .rules = {.synopsis = "mvtool show FILE.db TABLE [--csv | --schema]\nmvtool show FILE.pdb [--csv | --schema]",
                 .leastOperands = 1,
                 .mostOperands = 2,

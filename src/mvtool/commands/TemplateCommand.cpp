@@ -11,7 +11,7 @@
 namespace mv::tool {
 namespace {
 
-constexpr std::string_view kHelp =
+constexpr std::string_view kTemplateHelp =
     "  Makes an empty copy of a database, to be the template \"_20\" that an Overwrite\n"
     "  PC run starts from: its own tables in their order, with columns, indexes and\n"
     "  properties (required, default value ...), without rows; numbers that tables\n"
@@ -58,7 +58,7 @@ Command TemplateCommand() {
       .name = "template",
       .group = CommandGroup::Files,
       .summary = "makes an empty copy of a database, for \"_20\"",
-      .help = kHelp,
+      .help = kTemplateHelp,
       .rules = {.synopsis = "mvtool template FILE.db OUT [--force]",
                 .leastOperands = 2,
                 .mostOperands = 2,

@@ -13,7 +13,6 @@
 namespace mv::tool {
 namespace {
 
-using history::Change;
 using history::What;
 
 /// A column of both states.
@@ -42,7 +41,7 @@ bool IsSameValue(const Value& left, const Value& right) {
 
 class Comparison {
  public:
-  Comparison(RowSource& before, RowSource& after, const std::function<void(const Change&)>& visit)
+  Comparison(RowSource& before, RowSource& after, const std::function<void(const history::Change&)>& visit)
       : before_(before), after_(after), visit_(visit) {
     PairColumns();
     FindKey();
@@ -162,7 +161,7 @@ class Comparison {
 
   RowSource& before_;
   RowSource& after_;
-  const std::function<void(const Change&)>& visit_;
+  const std::function<void(const history::Change&)>& visit_;
   TableDiff diff_;
   std::vector<SharedColumn> columns_;
   std::vector<std::string> names_;  ///< of the shared columns
@@ -173,7 +172,7 @@ class Comparison {
 
 }  // namespace
 
-TableDiff Compare(RowSource& before, RowSource& after, const std::function<void(const Change&)>& visit) {
+TableDiff Compare(RowSource& before, RowSource& after, const std::function<void(const history::Change&)>& visit) {
   return Comparison(before, after, visit).Run();
 }
 

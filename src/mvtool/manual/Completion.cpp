@@ -35,7 +35,7 @@ Operand ValueOf(std::string_view option) {
   return option.starts_with("--table") ? Operand::Table : Operand::File;
 }
 
-std::string_view NameOf(Operand operand) {
+std::string_view WordFor(Operand operand) {
   switch (operand) {
     case Operand::File:
       return "file";
@@ -60,7 +60,7 @@ std::vector<Operand> OperandsOf(const ArgumentRules& rules) {
 
 std::string BashCaseOf(const Command& command) {
   std::string operands;
-  for (const Operand operand : OperandsOf(command.rules)) operands += std::string(NameOf(operand)) + " ";
+  for (const Operand operand : OperandsOf(command.rules)) operands += std::string(WordFor(operand)) + " ";
   return "    " + std::string(command.name) + ") switches=" + Quoted(Joined(command.rules.switches)) +
          " settings=" + Quoted(Joined(command.rules.settings)) + " operands=(" + operands +
          ") known=" + Quoted(Joined(command.rules.words)) + " ;;\n";

@@ -13,7 +13,7 @@ extern char** environ;
 namespace mv::platform {
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using SteadyClock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kBetweenLooks(5);
 
@@ -37,10 +37,10 @@ pid_t Spawn(std::vector<char*>& arguments) {
 }
 
 /// waitpid with a limit; what has not ended by then is killed.
-int Await(pid_t child, Clock::time_point end) {
+int Await(pid_t child, SteadyClock::time_point end) {
   int status = 0;
   while (::waitpid(child, &status, WNOHANG) == 0) {
-    if (Clock::now() >= end) ::kill(child, SIGKILL);
+    if (SteadyClock::now() >= end) ::kill(child, SIGKILL);
     std::this_thread::sleep_for(kBetweenLooks);
   }
   return status;
@@ -55,7 +55,7 @@ std::optional<int> RunCommand(std::vector<std::string> words, std::optional<std:
   const pid_t child = Spawn(arguments);
   if (child < 0) return std::nullopt;
   int status = 0;
-  if (limit) status = Await(child, Clock::now() + *limit);
+  if (limit) status = Await(child, SteadyClock::now() + *limit);
   if (!limit && ::waitpid(child, &status, 0) != child) return std::nullopt;
   if (!WIFEXITED(status)) return std::nullopt;
   return WEXITSTATUS(status);
