@@ -8,16 +8,6 @@ else()
   set(MV_OTHER_FOLDERS "windows|win32|qt")
 endif()
 
-# The headers that most sources use, compiled once for all modules; united sources read them seldom enough.
-if(NOT MV_UNITE)
-  set(source ${CMAKE_BINARY_DIR}/CommonHeaders.cpp)
-  file(CONFIGURE OUTPUT ${source} CONTENT "")
-  add_library(mv_common_headers OBJECT EXCLUDE_FROM_ALL ${source})
-  target_precompile_headers(
-    mv_common_headers PRIVATE <algorithm> <array> <chrono> <functional> <map> <memory> <optional> <set> <span> <string>
-                              <string_view> <utility> <vector>)
-endif()
-
 # mv_module(NAME [DEPENDS ...] [WINDOWS_LIBRARIES ...] [TEST_DEPENDS ...] [TEST_PARTS n]): the sources of src/NAME and of the folders
 # in it as the library mv_NAME, and their *_test.cpp files as the test program NAME_tests. Not taken: folders of other
 # systems, folders in folders, main.cpp files. WINDOWS_LIBRARIES: import libraries that its Windows folder needs.
@@ -46,9 +36,6 @@ function(mv_module name)
     add_library(mv_${name} STATIC ${sources})
     target_include_directories(mv_${name} PUBLIC ${CMAKE_SOURCE_DIR}/src)
     target_link_libraries(mv_${name} PUBLIC ${dependencies})
-    if(TARGET mv_common_headers)
-      target_precompile_headers(mv_${name} REUSE_FROM mv_common_headers)
-    endif()
   else()
     add_library(mv_${name} INTERFACE)
     target_include_directories(mv_${name} INTERFACE ${CMAKE_SOURCE_DIR}/src)
