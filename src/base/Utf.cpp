@@ -176,6 +176,7 @@ bool IsValidUtf8(std::string_view bytes) {
   char32_t ignored = 0;
   for (std::size_t position = AsciiPrefix(bytes); position < bytes.size();) {
     if (!Decode(bytes, position, ignored)) return false;
+    position += AsciiPrefix(bytes.substr(position));
   }
   return true;
 }

@@ -10,6 +10,9 @@
 namespace mv::history {
 namespace {
 
+constexpr std::string_view kWhat = "what";
+constexpr std::string_view kBefore = "before";
+constexpr std::string_view kAfter = "after";
 constexpr std::array<std::string_view, 5> kWhats = {"added", "changed", "deleted", "dropped", "overruled"};
 constexpr std::array<std::string_view, 2> kSides = {"desktop", "handheld"};
 constexpr std::array<std::string_view, 2> kShownSides = {"PC", "handheld"};
@@ -52,6 +55,22 @@ std::string Shown(const std::string& value) {
   return start.size() == value.size() ? start : start + "...";
 }
 
+/// Each name in `fields` once; a name is a text or a JsonName.
+template <typename Name>
+void WriteObject(JsonWriter& writer, const std::vector<Name>& fields, const std::vector<Value>& row) {
+  writer.BeginObject();
+  for (std::size_t i = 0; i < std::min(fields.size(), row.size()); ++i) {
+    writer.Name(fields[i]);
+    WriteJsonValue(writer, row[i]);
+  }
+  writer.EndObject();
+}
+
+/// What a line begins with, up to the word for what happened.
+void WriteHead(JsonWriter& writer, std::string_view table, std::string_view key, Side side) {
+  writer.BeginObject().Name("table").Text(table).Name("key").Text(key).Name("side").Text(NameOf(side));
+}
+
 std::string TextOf(const Json& value) {
   JsonWriter writer;
   Append(writer, value);
@@ -74,21 +93,46 @@ bool IsLoss(What what) {
 
 std::string ObjectOf(const std::vector<std::string>& fields, const std::vector<Value>& row) {
   JsonWriter writer;
-  writer.BeginObject();
-  for (std::size_t i = 0; i < std::min(fields.size(), row.size()); ++i) {
-    writer.Name(fields[i]);
-    WriteJsonValue(writer, row[i]);
-  }
-  return writer.EndObject().Result();
+  WriteObject(writer, fields, row);
+  return writer.Result();
 }
 
 std::string JsonLineOf(const Change& change) {
   JsonWriter writer;
-  writer.BeginObject().Name("table").Text(change.table).Name("key").Text(change.key);
-  writer.Name("side").Text(NameOf(change.side)).Name("what").Text(NameOf(change.what));
-  writer.Name("before").Number(change.before.empty() ? "null" : change.before);
-  writer.Name("after").Number(change.after.empty() ? "null" : change.after);
+  WriteHead(writer, change.table, change.key, change.side);
+  writer.Name(kWhat).Text(NameOf(change.what));
+  writer.Name(kBefore).Number(change.before.empty() ? "null" : change.before);
+  writer.Name(kAfter).Number(change.after.empty() ? "null" : change.after);
   return writer.EndObject().Result();
+}
+
+const std::string& ChangeLines::LineOf(std::string_view table, std::string_view key, Side side, What what,
+                                       const std::vector<JsonName>& fields, const Row* before, const Row* after) {
+  writer_.Clear();
+  WriteHead(writer_, table, key, side);
+  const std::string_view word = NameOf(what);
+  writer_.Name(kWhat).Text(word);
+  whatEnd_ = writer_.Result().size() - 1;
+  whatAt_ = whatEnd_ - word.size();
+  writer_.Name(kBefore);
+  WriteRow(fields, before);
+  writer_.Name(kAfter);
+  WriteRow(fields, after);
+  return writer_.EndObject().EndLine().Result();
+}
+
+const std::string& ChangeLines::SameLineWith(What what) {
+  const std::string& line = writer_.Result();
+  other_.assign(line, 0, whatAt_).append(NameOf(what)).append(line, whatEnd_);
+  return other_;
+}
+
+void ChangeLines::WriteRow(const std::vector<JsonName>& fields, const Row* row) {
+  if (row == nullptr) {
+    writer_.Null();
+  } else {
+    WriteObject(writer_, fields, *row);
+  }
 }
 
 Change ChangeFromJson(const Json& json) {
@@ -96,9 +140,9 @@ Change ChangeFromJson(const Json& json) {
   change.table = json.At("table").Text();
   change.key = json.At("key").Text();
   change.side = Named<Side>(json.At("side"), kSides);
-  change.what = Named<What>(json.At("what"), kWhats);
-  change.before = RowFromJson(json.At("before"));
-  change.after = RowFromJson(json.At("after"));
+  change.what = Named<What>(json.At(kWhat), kWhats);
+  change.before = RowFromJson(json.At(kBefore));
+  change.after = RowFromJson(json.At(kAfter));
   return change;
 }
 

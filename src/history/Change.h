@@ -49,6 +49,27 @@ std::string JsonLineOf(const Change& change);
 /// The inverse. Failure for a line that is not of the form.
 Change ChangeFromJson(const Json& json);
 
+/// Writes the lines of changes.jsonl of rows that are still values, each with its line feed. Uses its memory again: a
+/// run writes them by the thousand.
+class ChangeLines {
+ public:
+  using Row = std::vector<Value>;
+
+  /// The line of a change. Good until the next call; `before` and `after` are null where there is no row.
+  const std::string& LineOf(std::string_view table, std::string_view key, Side side, What what,
+                            const std::vector<JsonName>& fields, const Row* before, const Row* after);
+  /// The last line with another word for what happened. Good until the next call.
+  const std::string& SameLineWith(What what);
+
+ private:
+  void WriteRow(const std::vector<JsonName>& fields, const Row* row);
+
+  JsonWriter writer_;
+  std::size_t whatAt_ = 0;  ///< where the word begins in the last line
+  std::size_t whatEnd_ = 0;
+  std::string other_;
+};
+
 /// The fields in which the two rows of a change differ, or all of the one that there is, long values cut:
 /// "NM_ODO 1200 -> 1250".
 std::string DifferenceOf(const Change& change);

@@ -79,5 +79,22 @@ TEST(Change, LineOfAnotherFormIsAnError) {
   }
 }
 
+TEST(ChangeLines, LineIsThatOfTheSameChangeAsTexts) {
+  const std::vector<JsonName> names(kFields.begin(), kFields.end());
+  const ChangeLines::Row before = {std::string("F-17"), std::int32_t{1200}, Null()};
+  const ChangeLines::Row after = {std::string("F-17"), std::int32_t{1250}, Null()};
+  Change change = ChangedRow();
+  ChangeLines lines;
+  EXPECT_EQ(lines.LineOf("brnd_Fuel", "F-17", Side::Desktop, What::Changed, names, &before, &after),
+            JsonLineOf(change) + '\n');
+  change.what = What::Overruled;
+  EXPECT_EQ(lines.SameLineWith(What::Overruled), JsonLineOf(change) + '\n');
+  change.what = What::Added;
+  change.side = Side::Handheld;
+  change.before.clear();
+  EXPECT_EQ(lines.LineOf("brnd_Fuel", "F-17", Side::Handheld, What::Added, names, nullptr, &after),
+            JsonLineOf(change) + '\n');
+}
+
 }  // namespace
 }  // namespace mv::history

@@ -17,6 +17,11 @@ MergeObserver::Row RowOf(const Recordset& records, std::size_t count) {
   return row;
 }
 
+std::vector<JsonName> JsonNamesOf(const std::vector<FieldDefinition>& fields) {
+  const std::vector<std::string> names = UniqueNames(fields);
+  return {names.begin(), names.end()};
+}
+
 }  // namespace
 
 TableChanges::TableChanges(Setting setting) : setting_(std::move(setting)) {
@@ -24,8 +29,8 @@ TableChanges::TableChanges(Setting setting) : setting_(std::move(setting)) {
   if (ComparesDesktop()) record_.desktop.before = static_cast<std::int64_t>(setting_.desktopBefore->Count());
   record_.handheld.before =
       ComparesHandheld() ? static_cast<std::int64_t>(setting_.handheldBefore->Count()) : setting_.handheldRows;
-  desktopNames_ = UniqueNames(setting_.desktopFields);
-  handheldNames_ = UniqueNames(setting_.handheldFields);
+  desktopNames_ = JsonNamesOf(setting_.desktopFields);
+  handheldNames_ = JsonNamesOf(setting_.handheldFields);
   desktopKey_ = PlaceOfKey(setting_.desktopFields, setting_.table.keyField);
   handheldKey_ = PlaceOfKey(setting_.handheldFields, setting_.table.keyField);
 }
@@ -154,29 +159,22 @@ std::string TableChanges::KeyOf(Side side, const Row& row) const {
   return place < row.size() ? TextOf(row[place]) : std::string();
 }
 
-Change TableChanges::ChangeOf(What what, Side side, const Row* before, const Row* after) const {
+const std::string& TableChanges::LineOf(What what, Side side, const Row* before, const Row* after) {
   // What comes from the other side has its fields in this side's order: columns are matched by place.
-  const std::vector<std::string>& names =
-      side == Side::Desktop || handheldNames_.empty() ? desktopNames_ : handheldNames_;
-  return {record_.table,
-          KeyOf(side, before != nullptr ? *before : *after),
-          side,
-          what,
-          before != nullptr ? ObjectOf(names, *before) : std::string(),
-          after != nullptr ? ObjectOf(names, *after) : std::string()};
+  const std::vector<JsonName>& names = side == Side::Desktop || handheldNames_.empty() ? desktopNames_ : handheldNames_;
+  const std::string key = KeyOf(side, before != nullptr ? *before : *after);
+  return changeLines_.LineOf(record_.table, key, side, what, names, before, after);
 }
 
 void TableChanges::Write(What what, Side side, const Row* before, const Row* after) {
-  if (setting_.lines) setting_.lines(JsonLineOf(ChangeOf(what, side, before, after)) + '\n');
+  if (setting_.lines) setting_.lines(LineOf(what, side, before, after));
 }
 
 void TableChanges::WriteLost(bool overruled, What what, const Row& before, const Row* after) {
-  if (!setting_.lines) return;
-  Change change = ChangeOf(what, Side::Desktop, &before, after);
-  if (!ComparesDesktop()) setting_.lines(JsonLineOf(change) + '\n');
-  if (!overruled) return;
-  change.what = What::Overruled;
-  setting_.lines(JsonLineOf(change) + '\n');
+  if (!setting_.lines || (ComparesDesktop() && !overruled)) return;
+  const std::string& line = LineOf(what, Side::Desktop, &before, after);
+  if (!ComparesDesktop()) setting_.lines(line);
+  if (overruled) setting_.lines(changeLines_.SameLineWith(What::Overruled));
 }
 
 }  // namespace mv::history

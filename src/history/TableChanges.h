@@ -69,7 +69,7 @@ class TableChanges : public MergeObserver {
   bool IsOverruled(const Row& row);
   void CheckValues(const Row& row);
   std::string KeyOf(Side side, const Row& row) const;
-  Change ChangeOf(What what, Side side, const Row* before, const Row* after) const;
+  const std::string& LineOf(What what, Side side, const Row* before, const Row* after);
   void Write(What what, Side side, const Row* before, const Row* after);
   /// Of a desktop row that lost against the handheld's flag: what became of it, and, if so, that it had been edited.
   void WriteLost(bool overruled, What what, const Row& before, const Row* after);
@@ -82,8 +82,9 @@ class TableChanges : public MergeObserver {
   std::optional<std::optional<RowSet>> agreed_;
   std::int64_t rowsThatChange_ = 0;
   std::string firstThatChanges_;
-  std::vector<std::string> desktopNames_;
-  std::vector<std::string> handheldNames_;
+  std::vector<JsonName> desktopNames_;
+  std::vector<JsonName> handheldNames_;
+  ChangeLines changeLines_;
   std::size_t desktopKey_ = 0;
   std::size_t handheldKey_ = 0;
 };

@@ -1,5 +1,6 @@
 #include "jet/JetRecordset.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -50,7 +51,8 @@ std::string ReasonOf(const Error& error, const Value& value) {
 }
 
 /// What stands in a field after `value` was assigned to it; throws as SetFieldValue does.
-Value AssignedValue(const TableDefinition& table, const Column& column, const Value& value) {
+Value AssignedValue(const TableDefinition& table, const Column& column, Value value) {
+  if (CertainlyFits(column, value)) return value;
   if (IsNull(value)) return column.type == ColumnType::Boolean ? Value(false) : value;
   try {
     Value assigned = ConvertedTo(DataTypeOf(column.type), value);
@@ -65,7 +67,7 @@ Value AssignedValue(const TableDefinition& table, const Column& column, const Va
 
 }  // namespace
 
-JetRecordset::JetRecordset(Table& table) : table_(table), fields_(FieldsOf(table.Definition())) {
+JetRecordset::JetRecordset(Table& table) : table_(table), fields_(FieldsOf(table.Definition())), read_(fields_.size()) {
   MoveTo(table_.First());
 }
 
@@ -84,7 +86,7 @@ void JetRecordset::MoveTo(std::optional<RowId> row) {
 }
 
 void JetRecordset::ForgetRead() const {
-  read_.assign(fields_.size(), std::nullopt);
+  readLongFields_.clear();
   readAtChange_ = table_.Changes();
   hasReadShort_ = false;
 }
@@ -93,13 +95,16 @@ void JetRecordset::ForgetRead() const {
 const Value& JetRecordset::StoredValue(std::size_t index) const {
   if (!current_ || currentDeleted_) throw StandardError(errors::kNoCurrentRecord);
   if (readAtChange_ != table_.Changes()) ForgetRead();
-  std::optional<Value>& value = read_[index];
-  if (!value && !hasReadShort_) {
+  Value& value = read_[index];
+  if (table_.Definition().columns[index].IsLongValue()) {
+    if (std::find(readLongFields_.begin(), readLongFields_.end(), index) != readLongFields_.end()) return value;
+    value = table_.ReadValue(*current_, index);
+    readLongFields_.push_back(index);
+  } else if (!hasReadShort_) {
     table_.ReadShortValues(*current_, read_);
     hasReadShort_ = true;
   }
-  if (!value) value = table_.ReadValue(*current_, index);
-  return *value;
+  return value;
 }
 
 const Value& JetRecordset::PeekField(std::size_t index, Value& room) const {
@@ -122,7 +127,7 @@ void JetRecordset::SetFieldValue(std::size_t index, Value value) {
   RequireField(index);
   if (pending_ == Pending::Nothing) RequireLiveRow();
   const TableDefinition& table = table_.Definition();
-  Value assigned = AssignedValue(table, table.columns[index], value);
+  Value assigned = AssignedValue(table, table.columns[index], std::move(value));
   if (pending_ == Pending::Nothing) {
     assigned_.assign(fields_.size(), std::nullopt);
     pending_ = Pending::Edit;

@@ -66,10 +66,12 @@ class JetRecordset : public Recordset {
   std::optional<RowId> current_;  ///< nothing at EOF
   bool currentDeleted_ = false;   ///< by this recordset
 
-  /// Fields of the current row that were read so far.
-  mutable std::vector<std::optional<Value>> read_;
+  /// Fields of the current row that were read so far, by field; the others hold what was read of rows before, whose
+  /// memory is used again.
+  mutable std::vector<Value> read_;
   mutable std::uint64_t readAtChange_ = 0;
-  mutable bool hasReadShort_ = false;  ///< all but long values
+  mutable bool hasReadShort_ = false;                ///< all but long values
+  mutable std::vector<std::size_t> readLongFields_;  ///< fields of long values
 
   Pending pending_ = Pending::Nothing;
   std::vector<std::optional<Value>> assigned_;  ///< by field; what is not assigned stays as it is

@@ -535,6 +535,26 @@ TEST_F(JetRecordsetTest, EmptyTextStaysAnEmptyText) {
   EXPECT_EQ(rows.FieldValue(kNotes), Value(std::string()));
 }
 
+TEST_F(JetRecordsetTest, FieldsOfARowAreNotThoseOfTheRowBefore) {
+  Parts().Insert({std::string("a"), std::int32_t{1}, true, std::string("a memo")});
+  Parts().Insert({std::string("b"), Null{}, false, Null{}});
+  Parts().Insert({std::string("c"), std::int32_t{3}, true, std::string("another")});
+  JetRecordset rows(Parts());
+  EXPECT_EQ(rows.FieldValue(kNotes), Value(std::string("a memo")));
+  EXPECT_EQ(rows.FieldValue(kCount), Value(std::int32_t{1}));
+  rows.MoveNext();
+  EXPECT_EQ(rows.FieldValue(kNotes), Value(Null{}));
+  EXPECT_EQ(rows.FieldValue(kCount), Value(Null{}));
+  EXPECT_EQ(rows.FieldValue(kKey), Value(std::string("b")));
+  EXPECT_EQ(rows.FieldValue(kActive), Value(false));
+  rows.MoveNext();
+  EXPECT_EQ(rows.FieldValue(kCount), Value(std::int32_t{3}));
+  EXPECT_EQ(rows.FieldValue(kNotes), Value(std::string("another")));
+  rows.SetFieldValue(kNotes, std::string("changed"));
+  rows.Update();
+  EXPECT_EQ(rows.FieldValue(kNotes), Value(std::string("changed")));
+}
+
 TEST_F(JetRecordsetTest, DamagedMemoDoesNotHinderReadingTheOtherFields) {
   Parts().Insert({std::string("a"), 1, true, std::string(5000, 'm')});
   const PageNumber pages = database_->Pages().PageCount();

@@ -94,10 +94,10 @@ std::vector<Value> Table::ReadRow(RowId row) const {
   return values;
 }
 
-void Table::ReadShortValues(RowId row, std::vector<std::optional<Value>>& values) const {
+void Table::ReadShortValues(RowId row, std::vector<Value>& values) const {
   const RowLayout::Row parsed = layout_.Parse(rows_.Read(row));
   for (std::size_t column = 0; column < values.size(); ++column) {
-    if (!longValues_[column]) values[column] = CellValue(parsed, column);
+    if (!longValues_[column]) ReadCell(parsed, column, values[column]);
   }
 }
 
@@ -144,13 +144,25 @@ bool Table::HasKey(std::size_t index, const IndexKey& key, std::optional<RowId> 
 }
 
 Value Table::CellValue(const RowLayout::Row& row, std::size_t column) const {
+  Value value;
+  ReadCell(row, column, value);
+  return value;
+}
+
+void Table::ReadCell(const RowLayout::Row& row, std::size_t column, Value& value) const {
   const std::optional<ByteView> cell = layout_.Cell(row, column);
-  if (definition_.columns[column].type == ColumnType::Boolean) return cell.has_value();
-  if (!cell) return Null();
-  if (!longValues_[column]) return ValueFromBytes(definition_.columns[column], *cell);
-  // A descriptor of no bytes at all is what some writers leave for a null.
-  if (cell->empty()) return Null();
-  return longValues_[column]->Load(*cell);
+  if (definition_.columns[column].type == ColumnType::Boolean) {
+    value = cell.has_value();
+  } else if (!cell) {
+    value = Null();
+  } else if (!longValues_[column]) {
+    ReadColumnValue(definition_.columns[column], *cell, value);
+  } else if (cell->empty()) {
+    // A descriptor of no bytes at all is what some writers leave for a null.
+    value = Null();
+  } else {
+    value = longValues_[column]->Load(*cell);
+  }
 }
 
 }  // namespace mv::jet

@@ -66,9 +66,9 @@ class Table {
 
   /// Error 3021 for a row that is not live.
   std::vector<Value> ReadRow(RowId row) const;
-  /// Fills `values`, one for each column, with those of the columns that hold no long values. Error 3021 for a row that
-  /// is not live.
-  void ReadShortValues(RowId row, std::vector<std::optional<Value>>& values) const;
+  /// Fills `values`, one for each column, with those of the columns that hold no long values; the memory of what they
+  /// held is used again. Error 3021 for a row that is not live.
+  void ReadShortValues(RowId row, std::vector<Value>& values) const;
   /// Decodes only the column asked for. Error 3021 for a row that is not live.
   Value ReadValue(RowId row, std::size_t column) const;
 
@@ -105,6 +105,11 @@ class Table {
     std::vector<std::optional<LongValues::Plan>> plans;  ///< long values made anew
     std::size_t fixedArea = 0;
   };
+  /// Memory for comparisons.
+  struct Scratch {
+    Value value;
+    Bytes bytes;
+  };
   struct KeyChange {
     std::size_t index = 0;
     IndexKey oldKey;
@@ -113,9 +118,11 @@ class Table {
 
   void BindIndexes();
   Value CellValue(const RowLayout::Row& row, std::size_t column) const;
+  void ReadCell(const RowLayout::Row& row, std::size_t column, Value& value) const;
   IndexKey KeyOfRow(std::size_t index, RowId row) const;
   bool IsOfKey(std::size_t index, const IndexTree::Entry& entry, const IndexKey& key) const;
   std::vector<RowId> RowsOfUncertainKey(std::size_t index, const IndexKey& key) const;
+  bool HoldsAlready(const RowLayout::Row& row, std::size_t column, const Value& value, Scratch& scratch) const;
   bool HoldsValue(const RowLayout::Row& row, std::size_t column, const Draft& draft, const Value& value) const;
 
   void RequireOwnMaps() const;

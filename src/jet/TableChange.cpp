@@ -97,14 +97,17 @@ void Table::Update(RowId row, std::span<const std::size_t> columns, std::span<co
   const RowLayout::Row oldRow = layout_.Parse(oldBytes);
   Draft draft = DraftOf(oldRow);
   std::vector<std::optional<Value>> changed(definition_.columns.size());
+  Scratch scratch;
   for (std::size_t i = 0; i < columns.size(); ++i) {
     const std::size_t column = columns[i];
     if (column >= changed.size()) throw StandardError(errors::kItemNotFound);
-    Value value = CheckedValue(column, values[i]);
-    SetCell(draft, column, value);
-    if (!HoldsValue(oldRow, column, draft, value)) {
-      changed[column] = std::move(value);
-      continue;
+    if (!HoldsAlready(oldRow, column, values[i], scratch)) {
+      Value value = CheckedValue(column, values[i]);
+      SetCell(draft, column, value);
+      if (!HoldsValue(oldRow, column, draft, value)) {
+        changed[column] = std::move(value);
+        continue;
+      }
     }
     changed[column].reset();
     draft.cells[column] = layout_.Cell(oldRow, column);
@@ -271,6 +274,23 @@ void Table::CheckRules(const RowLayout::Row& oldRow, const std::vector<std::opti
                    [&](std::size_t column) { return changed[column].has_value(); });
 }
 
+/// True when a row certainly holds this value already, and the value is one that could be stored: told without making a
+/// cell, for who saves a row assigns most of its values as they were.
+bool Table::HoldsAlready(const RowLayout::Row& row, std::size_t position, const Value& value, Scratch& scratch) const {
+  const Column& column = definition_.columns[position];
+  if (!CertainlyFits(column, value)) return false;
+  const std::optional<ByteView> cell = layout_.Cell(row, position);
+  if (const bool* flag = std::get_if<bool>(&value)) return cell.has_value() == *flag;
+  if (!cell) return false;
+  if (const auto* text = std::get_if<std::string>(&value)) {
+    if (text->empty()) return false;  // whether that may be stored the rules tell
+    ReadColumnValue(column, *cell, scratch.value);
+    return scratch.value == value;
+  }
+  BytesFromValue(column, value, scratch.bytes);
+  return std::equal(cell->begin(), cell->end(), scratch.bytes.begin(), scratch.bytes.end());
+}
+
 /// True when a row holds this value already, the draft's cell having been made from it.
 bool Table::HoldsValue(const RowLayout::Row& row, std::size_t position, const Draft& draft, const Value& value) const {
   const ColumnType type = definition_.columns[position].type;
@@ -355,14 +375,14 @@ IndexKey Table::StoredKey(std::size_t index, const std::vector<Value>& values) c
 std::vector<Table::KeyChange> Table::KeyChanges(const RowLayout::Row& oldRow, RowId address,
                                                 const std::vector<std::optional<Value>>& changed) const {
   std::vector<KeyChange> changes;
-  std::vector<Value> oldValues(changed.size());
-  std::vector<Value> newValues(changed.size());
   for (std::size_t index = 0; index < trees_.size(); ++index) {
     const std::vector<std::size_t>& positions = keyPositions_[index];
     if (std::none_of(positions.begin(), positions.end(), [&](std::size_t at) { return changed[at].has_value(); })) {
       continue;
     }
     RequireWritable(index);
+    std::vector<Value> oldValues(changed.size());
+    std::vector<Value> newValues(changed.size());
     for (const std::size_t column : positions) {
       oldValues[column] = CellValue(oldRow, column);
       newValues[column] = changed[column] ? *changed[column] : oldValues[column];

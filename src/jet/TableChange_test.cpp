@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
 
 #include "base/ByteOrder.h"
@@ -413,6 +414,34 @@ TEST_F(TableChangeTest, UpdateWithEqualValuesWritesNothing) {
   const std::vector<std::size_t> columns = {0, 1, 2, 3, 4};
   table.Update(row, columns, values);
   EXPECT_FALSE(database_->Changed());
+}
+
+TEST_F(TableChangeTest, NumberThatIsEqualButOfOtherBytesIsWritten) {
+  Table& table = database_.Add(JetTable("T").Column("D", ColumnType::Double).Column("S", ColumnType::Single));
+  const RowId row = table.Insert({0.0, 0.0F});
+  Set(table, row, 0, -0.0);
+  Set(table, row, 1, -0.0F);
+  EXPECT_TRUE(std::signbit(std::get<double>(table.ReadValue(row, 0))));
+  EXPECT_TRUE(std::signbit(std::get<float>(table.ReadValue(row, 1))));
+}
+
+TEST_F(TableChangeTest, ColumnNamedTwiceGetsItsLastValueAlsoWhenTheRowHoldsThat) {
+  Table& table = database_.Add(JetTable("T").Text("A", 10).Column("N", ColumnType::Long));
+  const RowId row = table.Insert({Text("old"), std::int32_t{1}});
+  const auto before = database_.Pages();
+  const std::size_t columns[] = {0, 1, 0, 1};
+  table.Update(row, columns, std::vector<Value>{Text("new"), std::int32_t{2}, Text("old"), std::int32_t{1}});
+  EXPECT_TRUE(database_.Pages() == before);
+}
+
+TEST_F(TableChangeTest, EmptyTextThatARowHoldsIsRefusedWhereTheRulesForbidIt) {
+  Table& table = database_.Add(JetTable("T").Text("A", 10));
+  ColumnRules rules;
+  rules.allowZeroLength = true;
+  const RowId row = Reopened(table.Definition(), {rules})->Insert({Text("")});
+  rules.allowZeroLength = false;
+  const auto strict = Reopened(table.Definition(), {rules});
+  EXPECT_EQ(RefusedText([&] { Set(*strict, row, 0, Text("")); }), "Field 'T.A' cannot be a zero-length string.");
 }
 
 TEST_F(TableChangeTest, UpdateOfOneColumnKeepsTheBytesOfTheOthers) {

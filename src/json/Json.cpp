@@ -382,6 +382,8 @@ Json ParseJson(std::string_view text, std::size_t firstLine) {
   return Reader(text, firstLine).Read();
 }
 
+JsonName::JsonName(std::string_view name) : text_(Quoted(name) + ':') {}
+
 JsonWriter& JsonWriter::BeginObject() {
   Separate();
   result_ += '{';
@@ -416,6 +418,13 @@ JsonWriter& JsonWriter::Name(std::string_view name) {
   return *this;
 }
 
+JsonWriter& JsonWriter::Name(const JsonName& name) {
+  Separate();
+  result_ += name.text_;
+  needsComma_ = false;
+  return *this;
+}
+
 JsonWriter& JsonWriter::Text(std::string_view text) {
   Separate();
   AppendQuoted(result_, text);
@@ -438,6 +447,12 @@ JsonWriter& JsonWriter::Boolean(bool value) {
 
 JsonWriter& JsonWriter::Null() {
   return Number("null");
+}
+
+JsonWriter& JsonWriter::EndLine() {
+  result_ += '\n';
+  needsComma_ = false;
+  return *this;
 }
 
 void JsonWriter::Clear() {

@@ -81,6 +81,16 @@ struct Json::Member {
 /// UTF-8, unpaired surrogates, repeated member names, numbers too large for a double and nesting below kMaxJsonDepth.
 Json ParseJson(std::string_view text, std::size_t firstLine = 1);
 
+/// A name of members as a text has it, for names that are written by the thousand.
+class JsonName {
+ public:
+  explicit JsonName(std::string_view name);
+
+ private:
+  friend class JsonWriter;
+  std::string text_;  ///< in quotes, its colon behind it
+};
+
 /// Builds one JSON text without blanks, members in the order of the calls. The caller keeps calls in a valid order.
 class JsonWriter {
  public:
@@ -90,12 +100,27 @@ class JsonWriter {
   JsonWriter& EndArray();
   /// Name of the next member.
   JsonWriter& Name(std::string_view name);
+  JsonWriter& Name(const JsonName& name);
   JsonWriter& Text(std::string_view text);
   /// Digits of a number as they shall stand.
   JsonWriter& Number(std::string_view digits);
   JsonWriter& Integer(std::int64_t value);
   JsonWriter& Boolean(bool value);
   JsonWriter& Null();
+  /// A value that `append` writes behind the text it is given; it returns whether the value shall stand in quotes.
+  /// Nothing in it may be of the kind that JSON escapes.
+  template <typename Append>
+  JsonWriter& Form(Append append) {
+    Separate();
+    const std::size_t start = result_.size();
+    if (append(result_)) {
+      result_.insert(start, 1, '"');
+      result_ += '"';
+    }
+    return *this;
+  }
+  /// A line feed behind a whole text, where files have one on each line.
+  JsonWriter& EndLine();
 
   const std::string& Result() const { return result_; }
   /// Starts over, keeping the memory: rows are written by the thousand.

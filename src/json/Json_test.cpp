@@ -311,5 +311,30 @@ TEST(JsonWrite, ClearStartsANewText) {
   EXPECT_EQ(writer.Result(), "2");
 }
 
+TEST(JsonWrite, NameMadeBeforeIsTheSameName) {
+  const JsonName name("a\"b");
+  JsonWriter writer;
+  writer.BeginObject().Name(name).Integer(1).Name(name).Null().EndObject();
+  EXPECT_EQ(writer.Result(), R"({"a\"b":1,"a\"b":null})");
+}
+
+TEST(JsonWrite, FormStandsInQuotesWhenItSaysSo) {
+  const auto form = [](const char* text, bool quoted) {
+    return [=](std::string& json) {
+      json += text;
+      return quoted;
+    };
+  };
+  JsonWriter writer;
+  writer.BeginArray().Form(form("1.5", false)).Form(form("12.5000", true)).Form(form("", true)).EndArray();
+  EXPECT_EQ(writer.Result(), R"([1.5,"12.5000",""])");
+}
+
+TEST(JsonWrite, TextBehindALineFeedStartsAnew) {
+  JsonWriter writer;
+  writer.Integer(1).EndLine().Integer(2);
+  EXPECT_EQ(writer.Result(), "1\n2");
+}
+
 }  // namespace
 }  // namespace mv

@@ -100,12 +100,7 @@ void WriteJsonValue(JsonWriter& writer, const Value& value) {
     writer.Text(*text);
     return;
   }
-  const ShownValue shown = ShownForm(value);
-  if (shown.quoted) {
-    writer.Text(shown.text);
-  } else {
-    writer.Number(shown.text);
-  }
+  writer.Form([&](std::string& json) { return AppendShownForm(json, value); });
 }
 
 }  // namespace mv

@@ -157,7 +157,9 @@ void SkipTerminatedText(ByteView elements, std::int32_t& pos, bool twoByteForm) 
 void AppendTerminatedText(Bytes& bytes, std::string_view text, bool twoByteForm) {
   while (true) {
     const std::size_t plain = PlainPrefix(text, twoByteForm);
-    bytes.insert(bytes.end(), text.begin(), text.begin() + static_cast<std::ptrdiff_t>(plain));
+    // As bytes: characters would be converted one by one.
+    const auto* const run = reinterpret_cast<const std::uint8_t*>(text.data());
+    bytes.insert(bytes.end(), run, run + plain);
     if (plain == text.size()) break;
     std::size_t position = plain;
     AppendValue(bytes, NextAnsiValue(text, position), twoByteForm);

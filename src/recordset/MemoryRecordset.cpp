@@ -71,6 +71,13 @@ const std::vector<Value>& MemoryRecordset::ValuesOf(RowNumber row) const {
   return readValues_;
 }
 
+std::optional<std::size_t> MemoryRecordset::CurrentStoredRow() const {
+  if (pending_ != Pending::Nothing || current_ == kNoRow) return std::nullopt;
+  const Row& row = rows_[current_];
+  if (!row.live || !row.isStored) return std::nullopt;
+  return current_;
+}
+
 Value MemoryRecordset::FieldValue(std::size_t index) const {
   return HeldValue(index);
 }

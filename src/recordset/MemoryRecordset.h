@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -35,6 +36,9 @@ class MemoryRecordset : public Recordset {
   const Value& PeekField(std::size_t index, Value& room) const override;
   /// Besides the errors of ConvertedTo, -2147217887 when text or bytes are longer than the field's defined size.
   void SetFieldValue(std::size_t index, Value value) override;
+
+  /// The number of the current row among the StoredRows; nothing where its values are not, or no longer, theirs.
+  std::optional<std::size_t> CurrentStoredRow() const;
 
   /// The new row's fields are null until assigned.
   void AddNew() override;

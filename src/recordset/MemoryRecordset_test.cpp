@@ -474,6 +474,29 @@ TEST(MemoryRecordset, EditedStoredRowIsFoundByItsNewKeyAlone) {
   EXPECT_TRUE(rows.Eof());
 }
 
+TEST(MemoryRecordset, StoredRowIsCurrentUntilItIsEditedOrDeleted) {
+  MemoryRecordset rows = StoredLetters("abc");
+  EXPECT_EQ(rows.CurrentStoredRow(), 2U);
+  rows.MoveFirst();
+  rows.MoveNext();
+  EXPECT_EQ(rows.CurrentStoredRow(), 1U);
+  rows.SetFieldValue(0, std::string("x"));
+  EXPECT_FALSE(rows.CurrentStoredRow()) << "being edited";
+  rows.CancelUpdate();
+  EXPECT_EQ(rows.CurrentStoredRow(), 1U);
+  rows.SetFieldValue(0, std::string("x"));
+  rows.Update();
+  EXPECT_FALSE(rows.CurrentStoredRow()) << "edited";
+  rows.MoveNext();
+  rows.Delete();
+  EXPECT_FALSE(rows.CurrentStoredRow()) << "deleted";
+  rows.MoveNext();
+  EXPECT_FALSE(rows.CurrentStoredRow()) << "at the end";
+  rows.AddNew();
+  rows.Update();
+  EXPECT_FALSE(rows.CurrentStoredRow()) << "added";
+}
+
 class IndexAgainstScan {
  public:
   /// Every other seed begins with stored rows.

@@ -8,7 +8,7 @@ namespace mv {
 void HandheldRows::Add(ByteView record, std::int32_t attributes) {
   std::int32_t pos = 0;
   for (const HandheldType type : types_) SkipField(record, pos, type);
-  records_.push_back({record, static_cast<std::uint8_t>(attributes)});
+  records_.push_back({record.first(static_cast<std::size_t>(pos)), static_cast<std::uint8_t>(attributes)});
 }
 
 void HandheldRows::ReadRow(std::size_t row, std::vector<Value>& values) const {

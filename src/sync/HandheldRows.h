@@ -26,13 +26,17 @@ class HandheldRows : public StoredRows {
   /// Takes over the bytes in which the records lie.
   void Keep(Bytes content) { content_ = std::move(content); }
 
+  const std::vector<HandheldType>& Types() const { return types_; }
+  /// The bytes of a row's fields: a record without what stands behind them.
+  ByteView FieldBytes(std::size_t row) const { return records_[row].bytes; }
+
   std::size_t Count() const override { return records_.size(); }
   void ReadRow(std::size_t row, std::vector<Value>& values) const override;
   void ReadField(std::size_t row, std::size_t field, Value& value) const override;
 
  private:
   struct Record {
-    ByteView bytes;
+    ByteView bytes;  ///< of its fields
     std::uint8_t attributes = 0;
   };
 

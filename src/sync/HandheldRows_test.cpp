@@ -12,6 +12,7 @@ namespace {
 
 using testing::ErrorNumberOf;
 using testing::FromHex;
+using testing::ToHex;
 
 HandheldRows LongAndText() {
   return HandheldRows({HandheldType::Long, HandheldType::Text, HandheldType::Byte}, 2);
@@ -22,6 +23,7 @@ TEST(HandheldRows, FieldsAreFollowedByTheFlags) {
   Bytes content = FromHex("00 00 00 07 61 00 05 | FF FF FF FE 00 06");
   rows.Add(ByteView(content).first(7), kRecordDeleted);
   rows.Add(ByteView(content).subspan(7), kRecordModified | 1);
+  EXPECT_EQ(ToHex(rows.FieldBytes(0)), "00 00 00 07 61 00 05");
   rows.Keep(std::move(content));
   ASSERT_EQ(rows.Count(), 2U);
   const std::vector<std::vector<Value>> expected = {{std::int32_t{7}, std::string("a"), std::uint8_t{5}, true, false},
@@ -36,6 +38,15 @@ TEST(HandheldRows, FieldsAreFollowedByTheFlags) {
       EXPECT_EQ(value, expected[row][field]) << field;
     }
   }
+}
+
+TEST(HandheldRows, WhatStandsBehindTheFieldsIsNotOfThem) {
+  HandheldRows rows({HandheldType::Byte, HandheldType::Text}, 2);
+  const Bytes content = FromHex("05 61 00 00 FF | 06 61");
+  rows.Add(ByteView(content).first(5), 0);
+  rows.Add(ByteView(content).subspan(5), 0);
+  EXPECT_EQ(ToHex(rows.FieldBytes(0)), "05 61 00");
+  EXPECT_EQ(ToHex(rows.FieldBytes(1)), "06 61") << "a text may end with its record";
 }
 
 TEST(HandheldRows, RecordThatEndsTooEarlyIsRefused) {

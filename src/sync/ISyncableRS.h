@@ -2,12 +2,22 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 
+#include "base/Bytes.h"
+#include "pdb/HandheldType.h"
 #include "recordset/Recordset.h"
 #include "sync/IKeyInfo.h"
 
 namespace mv {
+
+/// The fields of a record as a handheld's table file holds them.
+struct HandheldFields {
+  std::span<const HandheldType> types;
+  ByteView bytes;
+};
 
 /// One table as the merge sees it, whatever stores it: a recordset that can be created, opened, read, matched by key
 /// and written. The fields that take part in copying are the first nSyncableFields fields of `adors`, by position.
@@ -38,6 +48,11 @@ class ISyncableRS {
   /// Whether the current row of adors() is flagged deleted (or modified) by the handheld.
   virtual bool RecordIsDeleted() const = 0;
   virtual bool RecordIsModified() const = 0;
+  /// The fields of the current row of adors() where they are still as the table file holds them.
+  virtual std::optional<HandheldFields> currentFields() const { return std::nullopt; }
+  /// The fields that copyRecordToNative stored last, where reading these bytes gives each of its values back as
+  /// HandheldForm has it, and no value differs from itself.
+  virtual std::optional<HandheldFields> copiedFields() const { return std::nullopt; }
   /// How many leading fields of adors() are table data.
   virtual std::int16_t nSyncableFields() const = 0;
 };

@@ -1,5 +1,8 @@
 #include "sync/clsSyncPolicy.h"
 
+#include <algorithm>
+#include <optional>
+
 #include "sync/HandheldForm.h"
 
 namespace mv {
@@ -39,7 +42,8 @@ class TableMerge {
   bool FindDeviceRow();
   void TakeDeviceRow();
   void KeepDesktopRow();
-  /// Whether the handheld's row holds what it would get from the desktop's.
+  bool IsCopyOnHandheld() const;
+  /// Whether the handheld's row holds what it has just got from the desktop's.
   bool IsDesktopRowOnHandheld() const;
   void AddDeviceRow();
 
@@ -101,10 +105,20 @@ void TableMerge::KeepDesktopRow() {
   }
 }
 
+/// Whether the handheld's record is byte for byte the one that was just copied; nearly every row is, and none of its
+/// values need then be made for the comparison.
+bool TableMerge::IsCopyOnHandheld() const {
+  const std::optional<HandheldFields> copied = outputRS_.copiedFields();
+  const std::optional<HandheldFields> held = deviceRS_.currentFields();
+  return copied && held && std::ranges::equal(copied->types, held->types) &&
+         std::ranges::equal(copied->bytes, held->bytes);
+}
+
 bool TableMerge::IsDesktopRowOnHandheld() const {
   const std::vector<FieldDefinition>& fields = deviceRecords_.Fields();
   const auto count = static_cast<std::size_t>(desktopRS_.nSyncableFields());
   if (deviceRS_.nSyncableFields() != desktopRS_.nSyncableFields() || fields.size() < count) return false;
+  if (IsCopyOnHandheld()) return true;
   Value deviceRoom;
   Value desktopRoom;
   for (std::size_t i = 0; i < count; ++i) {

@@ -1,6 +1,7 @@
 #include "sync/clsSyncableRS_PDB.h"
 
 #include <algorithm>
+#include <cmath>
 #include <optional>
 #include <utility>
 
@@ -32,6 +33,8 @@ constexpr std::int32_t kAppend = -1;
 constexpr std::int32_t kNewId = 0;
 constexpr std::int16_t kNoCategory = 0;
 constexpr std::int32_t kNoFlags = 0;
+/// Behind the fields of each record.
+constexpr std::size_t kSpareBytes = 1;
 
 bool IsFlagField(const std::string& name) {
   return name == kModifiedField || name == kDeletedField;
@@ -74,6 +77,15 @@ std::optional<std::vector<HandheldType>> KnownTypes(const std::vector<std::int32
   return types;
 }
 
+/// Whether equal bytes of such a value mean equal values: a NaN differs from itself, and what stands behind a zero in a
+/// text is read as other fields.
+bool IsExact(const Value& value) {
+  if (const auto* text = std::get_if<std::string>(&value)) return text->find('\0') == text->npos;
+  if (const auto* number = std::get_if<double>(&value)) return !std::isnan(*number);
+  const auto* number = std::get_if<float>(&value);
+  return number == nullptr || !std::isnan(*number);
+}
+
 std::vector<std::int32_t> TypeCodesOf(const PDBAppforgeDefinition& definition) {
   std::vector<std::int32_t> codes;
   for (std::int16_t i = 1; i <= definition.FieldCount(); ++i) codes.push_back(definition.FieldType(i));
@@ -100,6 +112,7 @@ void clsSyncableRS_PDB::createADORS() {
   SetDatabaseName(name_);
   std::vector<FieldDefinition> fields;
   if (OpenTable()) fields = FieldsOfTable();
+  handheldRows_ = nullptr;
   records_ = std::make_unique<MemoryRecordset>(std::move(fields));
   const bool wantsRows = context_.syncMode == RunMode::Synchronize || context_.syncMode == RunMode::OverwritePc;
   if (wantsRows && !database_.OpenFailure()) LoadRecords();
@@ -170,7 +183,9 @@ void clsSyncableRS_PDB::LoadRecordsAsTheyAre(std::vector<HandheldType> types) {
     if (ReportsProgress(count)) context_.reportProgress();
   }
   rows->Keep(database_.TakeContent());
+  const HandheldRows* const handheldRows = rows.get();
   records_ = std::make_unique<MemoryRecordset>(records_->Fields(), std::move(rows));
+  handheldRows_ = handheldRows;
 }
 
 /// Of a table with fields of unknown types: values stand in columns of other types then.
@@ -225,9 +240,19 @@ std::string clsSyncableRS_PDB::keyCriteria(const Recordset& rs) const {
 
 bool clsSyncableRS_PDB::Flag(std::size_t fromEnd, const char* member) const {
   if (!records_) throw Error(kNoRecordsetError, member, "Unexpected null recordset");
+  const std::size_t field = records_->Fields().size() - fromEnd;
   Value room;
-  const bool* const flag = std::get_if<bool>(&records_->PeekField(records_->Fields().size() - fromEnd, room));
+  const std::optional<std::size_t> stored = records_->CurrentStoredRow();
+  // Without making values of the row: most rows are only asked for their flags.
+  if (stored) handheldRows_->ReadField(*stored, field, room);
+  const bool* const flag = std::get_if<bool>(stored ? &room : &records_->PeekField(field, room));
   return flag != nullptr && *flag;
+}
+
+std::optional<HandheldFields> clsSyncableRS_PDB::currentFields() const {
+  const std::optional<std::size_t> stored = records_ ? records_->CurrentStoredRow() : std::nullopt;
+  if (!stored) return std::nullopt;
+  return HandheldFields{handheldRows_->Types(), handheldRows_->FieldBytes(*stored)};
 }
 
 // --- The output -----------------------------------------------------------------------------------------------------
@@ -263,6 +288,7 @@ void clsSyncableRS_PDB::closeDB() {
 
 bool clsSyncableRS_PDB::copyRecordToNative(ISyncableRS& source) {
   const Recordset& row = source.adors();
+  outputIsExact_ = false;
   if (!AppendPlainRecord(row)) AppendConvertedRecord(row);
   return false;
 }
@@ -273,15 +299,24 @@ bool clsSyncableRS_PDB::AppendPlainRecord(const Recordset& row) {
   const std::size_t count = outputTypes_.size();
   if (count != static_cast<std::size_t>(syncableFields_) || fields.size() < count) return false;
   outputRecord_.clear();
+  bool isExact = true;
   Value room;
   for (std::size_t place = 0; place < count; ++place) {
     const HandheldType type = outputTypes_[place];
     if (HandheldTypeOf(fields[place].type) != type) return false;
-    if (!AppendField(outputRecord_, type, row.PeekField(place, room))) return false;
+    const Value& value = row.PeekField(place, room);
+    if (!AppendField(outputRecord_, type, value)) return false;
+    isExact = isExact && IsExact(value);
   }
-  outputRecord_.push_back(0);  // the spare byte behind a record
+  outputRecord_.resize(outputRecord_.size() + kSpareBytes);
   database_.Update(kAppend, kNewId, kNoCategory, kNoFlags, outputRecord_);
+  outputIsExact_ = isExact;
   return true;
+}
+
+std::optional<HandheldFields> clsSyncableRS_PDB::copiedFields() const {
+  if (!outputIsExact_) return std::nullopt;
+  return HandheldFields{outputTypes_, ByteView(outputRecord_).first(outputRecord_.size() - kSpareBytes)};
 }
 
 void clsSyncableRS_PDB::AppendConvertedRecord(const Recordset& row) {

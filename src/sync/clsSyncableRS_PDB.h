@@ -12,6 +12,7 @@
 #include "pdb/PDBByteStream.h"
 #include "pdb/PDBDatabase.h"
 #include "recordset/MemoryRecordset.h"
+#include "sync/HandheldRows.h"
 #include "sync/ISyncableRS.h"
 #include "sync/SyncContext.h"
 
@@ -77,6 +78,9 @@ class clsSyncableRS_PDB : public ISyncableRS {
   /// The current row's `_D` and `_M`. Error -2 "Unexpected null recordset" before createADORS.
   bool RecordIsDeleted() const override { return Flag(kDeletedFromEnd, "RecordIsDeleted"); }
   bool RecordIsModified() const override { return Flag(kModifiedFromEnd, "RecordIsModified"); }
+  std::optional<HandheldFields> currentFields() const override;
+  /// Nothing for a row that had to be converted, for a NaN, and for a zero inside a text.
+  std::optional<HandheldFields> copiedFields() const override;
   /// Fields in the file read by createADORS, those of unknown types included, or fields of createDB's template.
   std::int16_t nSyncableFields() const override { return syncableFields_; }
 
@@ -105,8 +109,10 @@ class clsSyncableRS_PDB : public ISyncableRS {
   PDBAppforgeRecord record_;
   std::vector<std::int32_t> fieldTypes_;   ///< of the table read by createADORS
   std::vector<HandheldType> outputTypes_;  ///< of the table opened by openDB
-  Bytes outputRecord_;                     ///< the last one, for its memory
+  Bytes outputRecord_;                     ///< the last one
+  bool outputIsExact_ = false;             ///< copiedFields are those of outputRecord_
   std::unique_ptr<MemoryRecordset> records_;
+  const HandheldRows* handheldRows_ = nullptr;  ///< the stored rows of records_; null when it has none
   std::string name_;
   std::unique_ptr<IKeyInfo> keyInfo_;
   std::int16_t syncableFields_ = 0;

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "base/Error.h"
 #include "fileio/cFileIO.h"
 #include "pdb/RecordFlags.h"
@@ -82,6 +84,16 @@ class PdbSide : public ::testing::Test {
     const Bytes file = OutputOf(rows);
     const std::size_t start = static_cast<std::size_t>(file[80]) << 8 | file[81];
     return ToHex(ByteView(file).subspan(start, file.size() - start - 1));
+  }
+  /// Merges a table with the desktop's; the output is the file out.pdb.
+  void Merge(clsSyncableRS_PDB& device, MemoryRecordset& desktop, clsSyncableRS_PDB& output) {
+    clsSyncableRS_ADO desktopSide;
+    desktopSide.SetADORS(desktop);
+    output.createDB("out.pdb", desktop);
+    output.closeDB();
+    output.openDB("out.pdb");
+    clsSyncPolicy(context_).Sync(device, desktopSide, output);
+    output.closeDB();
   }
   static MemoryRecordset OneRow(std::vector<FieldDefinition> fields, const std::vector<Value>& values) {
     MemoryRecordset rows(std::move(fields));
@@ -609,15 +621,8 @@ TEST_F(PdbSide, MergeOfATableKeepsBothSidesInStep) {
     desktop.Update();
   }
   desktop.MoveFirst();
-  clsSyncableRS_ADO desktopSide;
-  desktopSide.SetADORS(desktop);
-
   clsSyncableRS_PDB output(context_);
-  output.createDB("out.pdb", desktop);
-  output.closeDB();
-  output.openDB("out.pdb");
-  clsSyncPolicy(context_).Sync(device, desktopSide, output);
-  output.closeDB();
+  Merge(device, desktop, output);
 
   std::string onDesktop;
   for (desktop.MoveFirst(); !desktop.Eof(); desktop.MoveNext()) {
@@ -634,6 +639,88 @@ TEST_F(PdbSide, MergeOfATableKeepsBothSidesInStep) {
     EXPECT_FALSE(device.RecordIsModified() || device.RecordIsDeleted());
   }
   EXPECT_EQ(onDevice, "a=100 b=2 f=100 d=4 ");
+}
+
+/// Counts the rows that a merge tells of.
+class ChangedRows : public MergeObserver {
+ public:
+  void Walked(std::int64_t) override {}
+  void Added(Side, const Row&) override { ++others; }
+  void Changed(Side side, const Row&, const Row&) override { ++(side == Side::Handheld ? onHandheld : others); }
+  void Deleted(Side, const Row&) override { ++others; }
+  void Dropped(const Row&) override { ++others; }
+
+  int onHandheld = 0;
+  int others = 0;
+};
+
+class PdbComparison : public PdbSide {
+ protected:
+  /// How many rows a merge says to have changed on the handheld, whose table has one record of these bytes; `row` is
+  /// the desktop's.
+  int ChangedBy(const std::vector<Field>& fields, const std::string& record, std::vector<FieldDefinition> desktopFields,
+                const std::vector<Value>& row) {
+    const auto table = NewTable(fields);
+    Append(*table, FromHex(record));
+    table->CloseDatabase();
+    clsSyncableRS_PDB& device = Loaded();
+    device.keyInfo(MakeKeyInfo("brnd_Fuel"));
+    MemoryRecordset desktop = OneRow(std::move(desktopFields), row);
+    clsSyncableRS_PDB output(context_);
+    ChangedRows observer;
+    context_.observer = &observer;
+    Merge(device, desktop, output);
+    EXPECT_EQ(observer.others, 0);
+    copied_ = output.copiedFields() ? ToHex(output.copiedFields()->bytes) : "nothing";
+    return observer.onHandheld;
+  }
+
+  std::string copied_;  ///< the bytes of the copy, where they say all
+};
+
+const FieldDefinition kKeyField = {"KY_RECID", DataType::VarWChar, 20};
+
+TEST_F(PdbComparison, CopyOfTheSameBytesChangesNothing) {
+  const std::vector<Field> fields = {{"KY_RECID", 5}, {"NB_MILES", 3}};
+  const std::vector<FieldDefinition> desktop = {kKeyField, {"NB_MILES", DataType::Integer, 0}};
+  EXPECT_EQ(ChangedBy(fields, "61 00 00 00 00 01", desktop, {std::string("a"), std::int32_t{1}}), 0);
+  EXPECT_EQ(copied_, "61 00 00 00 00 01");
+  EXPECT_EQ(ChangedBy(fields, "61 00 00 00 00 02", desktop, {std::string("a"), std::int32_t{1}}), 1);
+  EXPECT_EQ(ChangedBy(fields, "61 00 00 00 00 00", desktop, {std::string("a"), Null()}), 0);
+}
+
+TEST_F(PdbComparison, RecordInAnotherFormThatReadsTheSameChangesNothing) {
+  const std::vector<Field> fields = {{"KY_RECID", 5}, {"BL_FULL", 6}};
+  const std::vector<FieldDefinition> desktop = {kKeyField, {"BL_FULL", DataType::Boolean, 0}};
+  EXPECT_EQ(ChangedBy(fields, "61 00 07", desktop, {std::string("a"), true}), 0);
+  EXPECT_NE(copied_, "61 00 07");
+}
+
+TEST_F(PdbComparison, NotANumberDiffersFromItself) {
+  const float single = std::numeric_limits<float>::quiet_NaN();
+  const double number = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(ChangedBy({{"KY_RECID", 5}, {"N", 4}}, "61 00 7F C0 00 00", {kKeyField, {"N", DataType::Single, 0}},
+                      {std::string("a"), single}),
+            1);
+  EXPECT_EQ(ChangedBy({{"KY_RECID", 5}, {"N", 8}}, "61 00 7F F8 00 00 00 00 00 00",
+                      {kKeyField, {"N", DataType::Double, 0}}, {std::string("a"), number}),
+            1);
+  EXPECT_EQ(copied_, "nothing");
+}
+
+TEST_F(PdbComparison, ZeroInATextMakesOtherFieldsOfTheSameBytes) {
+  const std::vector<Field> fields = {{"KY_RECID", 5}, {"A", 5}, {"N", 3}, {"B", 5}};
+  const std::vector<FieldDefinition> desktop = {
+      kKeyField, {"A", DataType::VarWChar, 20}, {"N", DataType::Integer, 0}, {"B", DataType::VarWChar, 20}};
+  EXPECT_EQ(ChangedBy(fields, "61 00 78 00 00 01 02 03 62 63 00", desktop,
+                      {std::string("a"), std::string("x\0", 2), std::int32_t{0x01020362}, std::string("c")}),
+            1);
+}
+
+TEST_F(PdbComparison, SameBytesOfOtherTypesAreAChange) {
+  EXPECT_EQ(ChangedBy({{"KY_RECID", 5}, {"N", 4}}, "61 00 00 00 00 01", {kKeyField, {"N", DataType::Integer, 0}},
+                      {std::string("a"), std::int32_t{1}}),
+            1);
 }
 
 }  // namespace

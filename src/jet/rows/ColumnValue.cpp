@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <string>
+#include <string_view>
 
 #include "base/ByteOrder.h"
 #include "base/Error.h"
@@ -14,6 +15,8 @@
 namespace mv::jet {
 namespace {
 
+/// U+FEFF, which no stored text can begin with.
+constexpr std::string_view kMarkCharacter = "\xEF\xBB\xBF";
 constexpr std::uint8_t kDecimalNegative = 0x80;
 /// Around the years 100 to 9999. The fraction counts forward from a negative day too: the first day ends before the
 /// number of the day before it.
@@ -54,9 +57,12 @@ std::string LoadGuid(ByteView bytes) {
   return TextOfGuid(SwappedGroups(stored));
 }
 
+bool IsInCalendar(Date date) {
+  return date.days > kDayBeforeFirst && date.days < kDayBehindLast;
+}
+
 void StoreDate(Bytes& out, Date date) {
-  const bool inCalendar = date.days > kDayBeforeFirst && date.days < kDayBehindLast;
-  if (!inCalendar) throw StandardError(errors::kOverflow);
+  if (!IsInCalendar(date)) throw StandardError(errors::kOverflow);
   StoreWhole(out, std::bit_cast<std::uint64_t>(date.days));
 }
 
@@ -65,9 +71,19 @@ void StoreDate(Bytes& out, Date date) {
       "The field is too small to accept the amount of data you attempted to add. Try inserting or pasting less data.");
 }
 
+/// In UTF-16 units.
+std::size_t LongestText(const Column& column) {
+  return column.length / sizeof(char16_t);
+}
+
+std::string& TextIn(Value& value) {
+  if (auto* const text = std::get_if<std::string>(&value)) return *text;
+  return value.emplace<std::string>();
+}
+
 void StoreText(Bytes& out, const Column& column, const std::string& text) {
   std::u16string units = Utf16FromUtf8(text);
-  const std::size_t longest = column.length / sizeof(char16_t);
+  const std::size_t longest = LongestText(column);
   if (units.size() > longest) ThrowTooLong();
   if (column.IsFixed()) units.resize(longest, u' ');
   const bool compressed = column.IsCompressed() && !column.IsFixed();
@@ -139,33 +155,77 @@ Bytes StoredText(std::u16string_view units, TextForm form) {
 }
 
 Value ValueFromBytes(const Column& column, ByteView bytes) {
+  Value value;
+  ReadColumnValue(column, bytes, value);
+  return value;
+}
+
+void ReadColumnValue(const Column& column, ByteView bytes, Value& value) {
   const std::size_t size = SizeOfType(column);
   if (size != 0 && bytes.size() != size) {
     throw DamagedFileError("column '" + column.name + "' of a row has " + std::to_string(bytes.size()) + " bytes");
   }
   switch (column.type) {
     case ColumnType::Byte:
-      return bytes[0];
+      value = bytes[0];
+      return;
     case ColumnType::Integer:
-      return LoadLittle<std::int16_t>(bytes.data());
+      value = LoadLittle<std::int16_t>(bytes.data());
+      return;
     case ColumnType::Long:
-      return LoadLittle<std::int32_t>(bytes.data());
+      value = LoadLittle<std::int32_t>(bytes.data());
+      return;
     case ColumnType::Currency:
-      return Currency{LoadLittle<std::int64_t>(bytes.data())};
+      value = Currency{LoadLittle<std::int64_t>(bytes.data())};
+      return;
     case ColumnType::Single:
-      return std::bit_cast<float>(LoadLittle<std::uint32_t>(bytes.data()));
+      value = std::bit_cast<float>(LoadLittle<std::uint32_t>(bytes.data()));
+      return;
     case ColumnType::Double:
-      return std::bit_cast<double>(LoadLittle<std::uint64_t>(bytes.data()));
+      value = std::bit_cast<double>(LoadLittle<std::uint64_t>(bytes.data()));
+      return;
     case ColumnType::DateTime:
-      return Date{std::bit_cast<double>(LoadLittle<std::uint64_t>(bytes.data()))};
+      value = Date{std::bit_cast<double>(LoadLittle<std::uint64_t>(bytes.data()))};
+      return;
     case ColumnType::Text:
-      return DecodeText(bytes);
+      return DecodeText(bytes, TextIn(value));
     case ColumnType::Guid:
-      return LoadGuid(bytes);
+      value = LoadGuid(bytes);
+      return;
     case ColumnType::Decimal:
-      return TextOfDecimal(LoadDecimal(bytes), column.scale);
+      value = TextOfDecimal(LoadDecimal(bytes), column.scale);
+      return;
     default:
-      return Bytes(bytes.begin(), bytes.end());
+      value = Bytes(bytes.begin(), bytes.end());
+      return;
+  }
+}
+
+bool CertainlyFits(const Column& column, const Value& value) {
+  switch (column.type) {
+    case ColumnType::Boolean:
+      return std::holds_alternative<bool>(value);
+    case ColumnType::Byte:
+      return std::holds_alternative<std::uint8_t>(value);
+    case ColumnType::Integer:
+      return std::holds_alternative<std::int16_t>(value);
+    case ColumnType::Long:
+      return std::holds_alternative<std::int32_t>(value);
+    case ColumnType::Currency:
+      return std::holds_alternative<Currency>(value);
+    case ColumnType::Single:
+      return std::holds_alternative<float>(value);
+    case ColumnType::Double:
+      return std::holds_alternative<double>(value);
+    case ColumnType::DateTime:
+      return std::holds_alternative<Date>(value) && IsInCalendar(std::get<Date>(value));
+    case ColumnType::Text: {
+      const auto* const text = std::get_if<std::string>(&value);
+      // A text has no more UTF-16 units than bytes in UTF-8.
+      return text != nullptr && text->size() <= LongestText(column) && !text->starts_with(kMarkCharacter);
+    }
+    default:
+      return false;
   }
 }
 

@@ -36,6 +36,13 @@ DataType DataTypeOf(ColumnType type);
 /// not that of the type.
 Value ValueFromBytes(const Column& column, ByteView bytes);
 
+/// The same into `value`; a text that it holds already gives its memory.
+void ReadColumnValue(const Column& column, ByteView bytes, Value& value);
+
+/// Whether a value can be stored in a column as it is, as far as that is told without making its bytes. False says
+/// nothing; so it is for null and for long values.
+bool CertainlyFits(const Column& column, const Value& value);
+
 /// Replaces `out` with the bytes of a value that has the column's type (see DataTypeOf), not null. Not for Boolean and
 /// long values. Error 13 for a text that is no GUID or no decimal number, error 6 for a number or date outside the
 /// column's range; ConstraintError for a text or binary value that is too long.

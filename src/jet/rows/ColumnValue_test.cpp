@@ -158,5 +158,51 @@ TEST(ColumnValue, EveryTypeHasARecordsetType) {
   EXPECT_EQ(DataTypeOf(ColumnType::RawBlock), DataType::VarBinary);
 }
 
+TEST(ColumnValue, ValueIsReadInPlaceOfAnother) {
+  const Column text = JetColumns().Text("C", 9).Last();
+  Value value = std::string("a much longer text than the one that comes");
+  ReadColumnValue(text, FromHex("61 00 62 00"), value);
+  EXPECT_EQ(value, Value(std::string("ab")));
+  ReadColumnValue(text, FromHex("FF FE 61 E9 62 63"), value);
+  EXPECT_EQ(value, Value(std::string("a\xC3\xA9"
+                                     "bc")));
+  ReadColumnValue(FixedColumn(ColumnType::Long), FromHex("01 00 00 00"), value);
+  EXPECT_EQ(value, Value(std::int32_t{1}));
+  ReadColumnValue(text, FromHex("FF FE 00 29 26 00 61"), value);
+  EXPECT_EQ(value, Value(std::string("\u2629a")));
+}
+
+TEST(ColumnValue, WhatCertainlyFitsIsStored) {
+  const Column text = JetColumns().Text("C", 3).Last();
+  const std::vector<std::pair<Column, Value>> fitting = {{FixedColumn(ColumnType::Byte), std::uint8_t{255}},
+                                                         {FixedColumn(ColumnType::Integer), std::int16_t{-1}},
+                                                         {FixedColumn(ColumnType::Long), std::int32_t{-1}},
+                                                         {FixedColumn(ColumnType::Currency), Currency{-1}},
+                                                         {FixedColumn(ColumnType::Single), -1.5F},
+                                                         {FixedColumn(ColumnType::Double), -1.5},
+                                                         {FixedColumn(ColumnType::DateTime), Date{45000.5}},
+                                                         {text, std::string("abc")},
+                                                         {text, std::string("\xC3\xA9x")}};
+  for (const auto& [column, value] : fitting) {
+    EXPECT_TRUE(CertainlyFits(column, value));
+    EXPECT_FALSE(CertainlyFits(column, Null()));
+    Bytes bytes;
+    EXPECT_NO_THROW(BytesFromValue(column, value, bytes));
+  }
+  EXPECT_TRUE(CertainlyFits(FixedColumn(ColumnType::Boolean), true));
+}
+
+TEST(ColumnValue, WhatMayNotFitIsLeftToWhoStoresIt) {
+  const Column text = JetColumns().Text("C", 3).Last();
+  EXPECT_FALSE(CertainlyFits(text, std::string("abcd")));
+  EXPECT_FALSE(CertainlyFits(text, std::string("\uFEFF")));
+  EXPECT_FALSE(CertainlyFits(text, std::int32_t{1}));
+  EXPECT_FALSE(CertainlyFits(FixedColumn(ColumnType::Long), std::int16_t{1}));
+  EXPECT_FALSE(CertainlyFits(FixedColumn(ColumnType::Boolean), std::int16_t{1}));
+  EXPECT_FALSE(CertainlyFits(FixedColumn(ColumnType::DateTime), Date{-657435.0}));
+  EXPECT_FALSE(CertainlyFits(FixedColumn(ColumnType::DateTime), Date{std::numeric_limits<double>::quiet_NaN()}));
+  EXPECT_FALSE(CertainlyFits(FixedColumn(ColumnType::Guid), std::string("no GUID")));
+}
+
 }  // namespace
 }  // namespace mv::jet

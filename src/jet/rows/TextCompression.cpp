@@ -104,9 +104,9 @@ std::u16string UnitsOf(ByteView plain) {
 }
 
 /// Of one narrow run without an end: each byte is a character.
-std::string NarrowText(std::string_view run) {
+void ReadNarrowText(std::string_view run, std::string& text) {
   const std::size_t plain = AsciiPrefix(run);
-  std::string text(run.substr(0, plain));
+  text.assign(run.substr(0, plain));
   for (run.remove_prefix(plain); !run.empty();) {
     AppendUtf8(text, static_cast<unsigned char>(run.front()));
     run.remove_prefix(1);
@@ -114,7 +114,6 @@ std::string NarrowText(std::string_view run) {
     text += run.substr(0, more);
     run.remove_prefix(more);
   }
-  return text;
 }
 
 bool IsNarrowAscii(std::string_view runs) {
@@ -146,14 +145,21 @@ std::u16string DecodeUnits(ByteView stored) {
 }
 
 std::string DecodeText(ByteView stored) {
+  std::string text;
+  DecodeText(stored, text);
+  return text;
+}
+
+void DecodeText(ByteView stored, std::string& text) {
   if (!HasMark(stored)) {
     RequireWholeUnits(stored);
-    return Utf8FromUtf16(stored);
+    text = Utf8FromUtf16(stored);
+    return;
   }
   const ByteView runs = stored.subspan(sizeof kMark);
   const std::string_view narrow(reinterpret_cast<const char*>(runs.data()), runs.size());
-  if (narrow.find(static_cast<char>(kSwitch)) == narrow.npos) return NarrowText(narrow);
-  return Utf8FromUtf16(ByteView(Expand(runs)));
+  if (narrow.find(static_cast<char>(kSwitch)) == narrow.npos) return ReadNarrowText(narrow, text);
+  text = Utf8FromUtf16(ByteView(Expand(runs)));
 }
 
 }  // namespace mv::jet

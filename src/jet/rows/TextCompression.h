@@ -30,6 +30,8 @@ Bytes EncodeText(std::string_view text, TextForm form);
 /// The text of stored bytes as valid UTF-8; lone surrogates become U+FFFD.
 /// Throws DamagedFileError when a compressed text ends within a character or a plain one has an odd number of bytes.
 std::string DecodeText(ByteView stored);
+/// The same in place of what `text` holds, in its memory where that is enough.
+void DecodeText(ByteView stored, std::string& text);
 /// The text's UTF-16 units as they are, lone surrogates kept. Throws as DecodeText.
 std::u16string DecodeUnits(ByteView stored);
 
