@@ -358,6 +358,14 @@ class Installation(LinuxCase):
         self.assertIn("\nExecStart=/usr/bin/mvtool listen\n", unit)
         self.assertNotIn("@", unit)
 
+    def test_what_the_documents_link_to_is_installed_too(self):
+        self.install("/usr", self.folder)
+        pages = list((self.folder / "usr/share/doc/mvppcsync").rglob("*.md"))
+        self.assertGreater(len(pages), 10)
+        for page in pages:
+            for target in re.findall(r"\]\(([^)#:]+)(?:#[^)]*)?\)", page.read_text("utf-8")):
+                self.assertTrue((page.parent / target).is_file(), f"{page.name}: {target}")
+
     @unittest.skipUnless(shutil.which("appstreamcli") and shutil.which("desktop-file-validate"),
                          "appstreamcli and desktop-file-validate are not installed (Debian: appstream, desktop-file-utils)")
     def test_what_desktops_read_is_valid(self):
