@@ -17,7 +17,11 @@ install(FILES ${manual}/mvtool.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-co
 install(FILES ${manual}/_mvtool DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT program)
 install(FILES ${manual}/mvtool.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT program)
 
-install(DIRECTORY ${CMAKE_SOURCE_DIR}/docs/user DESTINATION ${document_folder} COMPONENT program)
+# The user's pages, and what they link to.
+install(
+  DIRECTORY ${CMAKE_SOURCE_DIR}/docs/user ${CMAKE_SOURCE_DIR}/docs/formats ${CMAKE_SOURCE_DIR}/docs/screenshots
+  DESTINATION ${document_folder}
+  COMPONENT program)
 install(FILES ${CMAKE_SOURCE_DIR}/packaging/linux/90-mvppcsync.conf DESTINATION ${document_folder}/examples
         COMPONENT program)
 # Of the JSON library, which mvtool contains.

@@ -70,6 +70,14 @@ class Package(unittest.TestCase):
                 start = struct.unpack_from("<I", content, 0x3C)[0]
                 self.assertEqual(struct.unpack_from("<I", content, start + 8)[0], 0, program)
 
+    def test_no_program_tells_where_it_was_built(self):
+        # Also as a tool makes a symbol of a path.
+        paths = [str(X86_BIN.parents[1]), re.sub(r"\W", "_", str(X86_BIN.parents[1]))]
+        for folder in MACHINES:
+            for program in ("MVPPCSync.exe", "mvtool.exe"):
+                for path in paths:
+                    self.assertNotIn(path.encode("utf-8"), self.files[f"{folder}/{program}"], program)
+
     def test_each_program_carries_the_version_and_the_manifest(self):
         version = "FileVersion\0".encode("utf-16-le") + b"\0\0" + f"{VERSION}\0".encode("utf-16-le")
         manifest = (PACKAGING / "resources" / "program.manifest").read_bytes()
@@ -357,6 +365,14 @@ class Installation(LinuxCase):
         unit = (tree / "lib" / "systemd" / "user" / "mvppcsync-listen.service").read_text("utf-8")
         self.assertIn("\nExecStart=/usr/bin/mvtool listen\n", unit)
         self.assertNotIn("@", unit)
+
+    def test_what_the_documents_link_to_is_installed_too(self):
+        self.install("/usr", self.folder)
+        pages = list((self.folder / "usr/share/doc/mvppcsync").rglob("*.md"))
+        self.assertGreater(len(pages), 10)
+        for page in pages:
+            for target in re.findall(r"\]\(([^)#:]+)(?:#[^)]*)?\)", page.read_text("utf-8")):
+                self.assertTrue((page.parent / target).is_file(), f"{page.name}: {target}")
 
     @unittest.skipUnless(shutil.which("appstreamcli") and shutil.which("desktop-file-validate"),
                          "appstreamcli and desktop-file-validate are not installed (Debian: appstream, desktop-file-utils)")
