@@ -154,7 +154,7 @@ class CheckImports(unittest.TestCase):
 @unittest.skipUnless((X86_BIN / "MVPPCSync.exe").exists(), "the Windows programs have not been built")
 class Installer(unittest.TestCase):
     """Runs the installer under Wine. That runs 64-bit programs only, so it is packed a second time with a 64-bit stub;
-    of the one that is shipped, whose script is the same, the stub is looked at."""
+    of the one for users, whose script is the same, the stub is looked at."""
 
     @classmethod
     def setUpClass(cls):
@@ -230,7 +230,7 @@ class Installer(unittest.TestCase):
 
     def test_for_all_users_it_goes_where_programs_are_and_leaves_nothing(self):
         autostart = r"HKLM\Software\Microsoft\Windows CE Services\AutoStartOnConnect"
-        # The 64-bit stub knows this folder alone; the one that is shipped puts 32-bit programs into "Program Files (x86)".
+        # The 64-bit stub knows this folder alone; the one for users puts 32-bit programs into "Program Files (x86)".
         folder = self.prefix / "drive_c" / "Program Files" / "MVPPCSync"
         for option, machine in ((), "x64"), (("/X86",), "x86"):
             self.install("/AllUsers", *option)

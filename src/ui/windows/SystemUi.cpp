@@ -6,6 +6,7 @@
 
 #include <chrono>
 
+#include "ui/frmMain.h"
 #include "ui/win32/MainView.h"
 
 namespace mv {
@@ -18,7 +19,7 @@ class WindowsSilentUserInterface : public SilentUserInterface {
   void ProcessMessages() override {
     const auto now = std::chrono::steady_clock::now();
     if (now < nextMessages_) return;
-    nextMessages_ = now + kMessageTime;
+    nextMessages_ = now + frmMain::kMessageTime;
     MSG message = {};
     while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
       if (message.message == WM_QUIT) {
@@ -33,8 +34,6 @@ class WindowsSilentUserInterface : public SilentUserInterface {
 
  private:
   /// A merge asks after each row, and looking takes longer than a row.
-  static constexpr std::chrono::milliseconds kMessageTime{10};
-
   std::chrono::steady_clock::time_point nextMessages_;
 };
 
