@@ -138,7 +138,7 @@ class Wine:
     """Wine with a prefix of its own on a screen of its own. `dpi`: 96 is 100 %."""
 
     name, separator = "windows", "\\"
-    rows_of_a_long_run = 2000
+    rows_of_a_long_run = 10000
 
     def __init__(self, dpi=96, colours=None):
         self.screen = Screen()
