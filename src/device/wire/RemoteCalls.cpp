@@ -28,6 +28,14 @@ constexpr std::uint32_t kTellName = 0x80;
 /// Bytes of such an entry without its name.
 constexpr std::size_t kShortestEntry = 4 + 4 + 8 + 4 + 4;
 
+/// The HRESULT of an error code of the handheld, or of what is one already.
+std::int32_t ResultOf(std::uint32_t error) {
+  constexpr std::uint32_t kFailure = 0x80000000;
+  constexpr std::uint32_t kOfAnErrorCode = 0x80070000;
+  const bool isResult = (error & kFailure) != 0;
+  return static_cast<std::int32_t>(isResult ? error : kOfAnErrorCode | (error & 0xFFFF));
+}
+
 /// Bytes of a version record up to its build number and platform.
 constexpr std::size_t kShortestVersion = 20;
 
@@ -101,10 +109,24 @@ std::optional<MessageReader> RemoteCalls::Run(const char* name, const MessageWri
 
 std::optional<std::uint32_t> RemoteCalls::TakeValue(MessageReader& reader) {
   const std::uint32_t lastError = reader.Word();
+  if (!IsV1() && lastError != 0 && reader.Remaining() == 0) {
+    lastError_ = lastError;
+    error_ = ResultOf(lastError);
+    return std::nullopt;
+  }
   const std::uint32_t value = reader.Word();
   if (!Check(reader.IsGood(), "the reply has no result")) return std::nullopt;
   lastError_ = lastError;
   return value;
+}
+
+std::optional<std::uint32_t> RemoteCalls::TakeHandle(MessageReader& reader) {
+  const std::optional<std::uint32_t> handle = TakeValue(reader);
+  return handle == kNoHandle || (handle == 0 && MayBeRefusal()) ? std::nullopt : handle;
+}
+
+bool RemoteCalls::MayBeRefusal() const {
+  return !IsV1() && lastError_ != 0;
 }
 
 bool RemoteCalls::RunOnHandle(const char* name, Command command, std::uint32_t handle) {
@@ -128,8 +150,7 @@ std::optional<std::uint32_t> RemoteCalls::CreateFile(const std::string& path, st
   if (IsV1()) PutPath(request, path);
   std::optional<MessageReader> reply = Run("CeCreateFile", request);
   if (!reply) return std::nullopt;
-  const std::optional<std::uint32_t> handle = TakeValue(*reply);
-  return handle == kNoHandle ? std::nullopt : handle;
+  return TakeHandle(*reply);
 }
 
 std::size_t RemoteCalls::BytesBeforeData() const {
@@ -193,7 +214,7 @@ std::optional<std::uint32_t> RemoteCalls::GetFileSize(std::uint32_t handle) {
   std::optional<MessageReader> reply = Run("CeGetFileSize", request);
   if (!reply) return std::nullopt;
   const std::optional<std::uint32_t> size = TakeValue(*reply);
-  return size == rapi::kNoFileSize ? std::nullopt : size;
+  return size == rapi::kNoFileSize || (size == 0 && MayBeRefusal()) ? std::nullopt : size;
 }
 
 bool RemoteCalls::CloseHandle(std::uint32_t handle) {
@@ -208,8 +229,8 @@ std::optional<RemoteCalls::Found> RemoteCalls::FindFirstFile(const std::string& 
   PutPath(request, path);
   std::optional<MessageReader> reply = Run("CeFindFirstFile", request);
   if (!reply) return std::nullopt;
-  const std::optional<std::uint32_t> handle = TakeValue(*reply);
-  if (!handle || handle == kNoHandle) return std::nullopt;
+  const std::optional<std::uint32_t> handle = TakeHandle(*reply);
+  if (!handle) return std::nullopt;
   Found found{*handle, std::nullopt};
   if (reply->Remaining() == 0) return found;
   MessageReader record(reply->Counted());
