@@ -9,6 +9,7 @@
 namespace mv::wire {
 namespace {
 
+constexpr std::size_t kLengthWord = 4;
 constexpr std::uint32_t kNoHandle = 0xFFFFFFFF;
 /// UTF-16 units of a path, with its NUL.
 constexpr std::size_t kLongestPath = 260;
@@ -90,11 +91,20 @@ void RemoteCalls::Note(const char* direction, const char* name, std::size_t size
 }
 
 std::optional<MessageReader> RemoteCalls::Run(const char* name, const MessageWriter& request, const ReplyRoom& room) {
+  const Bytes message = request.Framed();
+  const ByteView whole(message);
+  return RunPieces(name, {&whole, 1}, room);
+}
+
+std::optional<MessageReader> RemoteCalls::RunPieces(const char* name, std::span<const ByteView> request,
+                                                    const ReplyRoom& room) {
   lastError_ = 0;
   error_ = isUsable_ ? 0 : results::kFailed;
   if (!isUsable_) return std::nullopt;
-  Note("> ", name, request.Size());
-  const std::optional<Reply> reply = channel_->Exchange(request.Framed(), replyTime_, room);
+  std::size_t size = 0;
+  for (const ByteView piece : request) size += piece.size();
+  Note("> ", name, size - kLengthWord);
+  const std::optional<Reply> reply = channel_->Exchange(request, replyTime_, room);
   if (!Check(reply.has_value(), "the connection is lost")) return std::nullopt;
   Note("< ", name, reply->kept.size() + reply->placed);
   MessageReader reader(reply->kept);
@@ -194,13 +204,16 @@ std::optional<std::size_t> RemoteCalls::ReadFile(std::uint32_t handle, ByteSpan 
 bool RemoteCalls::WriteFile(std::uint32_t handle, ByteView data) {
   MessageWriter request = Request(commands::kWriteFile);
   request.Word(handle);
+  MessageWriter ending;
   if (IsV1()) {
-    request.InBuffer(data);
-    request.InBuffer(std::nullopt);
+    request.InBufferOf(data.size());
+    ending.InBuffer(std::nullopt);
   } else {
-    request.Counted(data);
+    request.Word(static_cast<std::uint32_t>(data.size()));
   }
-  std::optional<MessageReader> reply = Run("CeWriteFile", request);
+  const Bytes beginning = request.Framed(data.size() + ending.Size());
+  const ByteView pieces[] = {beginning, data, ending.Content()};
+  std::optional<MessageReader> reply = RunPieces("CeWriteFile", pieces, {});
   if (!reply) return false;
   if (TakeValue(*reply).value_or(0) == 0) return false;
   const std::uint32_t written = reply->Word();

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -73,6 +74,8 @@ class RemoteCalls {
   bool IsDataNext(ByteView beginning, std::size_t following) const;
   /// Sends a request and takes the status of the reply; gives what follows it and was kept together.
   std::optional<MessageReader> Run(const char* name, const MessageWriter& request, const ReplyRoom& room = {});
+  /// The same for a request in pieces, its length word included.
+  std::optional<MessageReader> RunPieces(const char* name, std::span<const ByteView> request, const ReplyRoom& room);
   /// A line of the log for a message.
   void Note(const char* direction, const char* name, std::size_t size);
   /// The first two words of a result: the error code, which is kept, and the value returned. An error code alone is

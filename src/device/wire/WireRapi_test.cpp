@@ -398,33 +398,27 @@ TEST_F(WireTest, HandheldLockedOnItsScreenIsWaitedForWithoutALimit) {
   EXPECT_EQ(Result(), 0);
 }
 
-TEST_F(WireTest, PasswordOfFamilyBGoesToTheControlConnectionOnly) {
+TEST_F(WireTest, PasswordOfFamilyBGoesToTheControlConnectionOnlyWithoutItsNulOrWithIt) {
   options_.password = [] { return std::string("1234"); };
-  Start();
-  control_ = Call(Family::B);
-  control_.Send(PlayedHandheld::RecordB("5a7e0000"));
-  auto result = InBackground([&] { return Result(); });
-  control_.Expect("0800 6b5a685a695a6e5a");
-  control_.Send("0100");
-  control_.Expect("01000000 05000000 04000000 01000000");
-  calls_ = Call(Family::B);
-  calls_.Send("01000000");
-  EXPECT_EQ(result.get(), 0);
-}
-
-TEST_F(WireTest, PasswordOfFamilyBMayGoWithItsNul) {
-  options_.password = [] { return std::string("1234"); };
-  options_.passwordEnd = PasswordEnd::Nul;
-  Start();
-  control_ = Call(Family::B);
-  control_.Send(PlayedHandheld::RecordB("5a7e0000"));
-  auto result = InBackground([&] { return Result(); });
-  control_.Expect("0a00 6b5a685a695a6e5a5a5a");
-  control_.Send("0100");
-  control_.Expect("01000000 05000000 04000000 01000000");
-  calls_ = Call(Family::B);
-  calls_.Send("01000000");
-  EXPECT_EQ(result.get(), 0);
+  const std::pair<std::optional<PasswordEnd>, const char*> cases[] = {
+      {std::nullopt, "0800 6b5a685a695a6e5a"},
+      {PasswordEnd::None, "0800 6b5a685a695a6e5a"},
+      {PasswordEnd::Nul, "0a00 6b5a685a695a6e5a5a5a"},
+  };
+  for (const auto& [end, sent] : cases) {
+    options_.passwordEnd = end;
+    rapi_ = std::make_unique<WireRapi>(options_);
+    Start();
+    control_ = Call(Family::B);
+    control_.Send(PlayedHandheld::RecordB("5a7e0000"));
+    auto result = InBackground([&] { return Result(); });
+    control_.Expect(sent);
+    control_.Send("0100");
+    control_.Expect("01000000 05000000 04000000 01000000");
+    calls_ = Call(Family::B);
+    calls_.Send("01000000");
+    EXPECT_EQ(result.get(), 0) << sent;
+  }
 }
 
 TEST_F(WireTest, HandheldOfFamilyBThatRefusesThePasswordMayLeaveOrStay) {
