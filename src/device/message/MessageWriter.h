@@ -21,7 +21,7 @@ class MessageWriter {
   /// UTF-16 with its NUL.
   void Text(std::string_view text);
 
-  // The kinds of arguments of the messages of version 1; nothing is a null pointer.
+  // The kinds of arguments of the messages of version 1; std::nullopt is a null pointer.
 
   void String(std::optional<std::string_view> text);
   void OptionalString(std::optional<std::string_view> text);
