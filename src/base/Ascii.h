@@ -27,7 +27,7 @@ inline std::size_t AsciiPrefix(std::string_view text) {
     if (ascii != sizeof(word)) return length + ascii;
   }
   if (text.size() > sizeof(word)) {
-    // The rest with some of what was just looked at.
+    // The last eight bytes, some of which were looked at already.
     const std::size_t last = text.size() - sizeof(word);
     std::memcpy(&word, text.data() + last, sizeof(word));
     return last + AsciiBytesIn(word);

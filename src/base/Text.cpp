@@ -1,5 +1,6 @@
 #include "base/Text.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -117,6 +118,11 @@ std::string JoinPath(std::string_view folder, std::string_view name) {
   result += '\\';
   result += name;
   return result;
+}
+
+std::string ShownPath(std::string path) {
+  if (path.starts_with('/')) std::replace(path.begin(), path.end(), '\\', '/');
+  return path;
 }
 
 }  // namespace mv

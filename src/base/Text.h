@@ -24,5 +24,8 @@ std::string FoldCase(std::string_view text);
 std::size_t FolderLength(std::string_view path);
 /// `folder` + "\" + `name`, the way every path of the program is joined.
 std::string JoinPath(std::string_view folder, std::string_view name);
+/// A local path as people read it: one that begins with "/" has no other separator. What the log is given, and what is
+/// stored, stays as it is joined.
+std::string ShownPath(std::string path);
 
 }  // namespace mv

@@ -64,6 +64,13 @@ TEST(ByteOrderTest, LoadsAndStoresInTheStatedOrder) {
   EXPECT_EQ(out[0], 2);
 }
 
+TEST(PathTest, LocalPathsAreShownWithOneSeparator) {
+  EXPECT_EQ(ShownPath(JoinPath("/home/kim/cars", "sync\\source")), "/home/kim/cars/sync/source");
+  EXPECT_EQ(ShownPath(JoinPath("C:\\Cars", "_20")), "C:\\Cars\\_20");
+  EXPECT_EQ(ShownPath("\\Program Files\\Motorva"), "\\Program Files\\Motorva") << "of the handheld";
+  EXPECT_EQ(ShownPath(""), "");
+}
+
 TEST(CheckedTest, LeavingTheTypeIsOverflow) {
   EXPECT_EQ(CheckedCast<std::int16_t>(32767), 32767);
   EXPECT_EQ(ErrorNumberOf([] { CheckedCast<std::int16_t>(32768); }), 6);

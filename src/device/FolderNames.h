@@ -19,7 +19,7 @@ class FolderNames {
 
   /// The root folder without separators at its end.
   const std::string& Prefix() const { return prefix_; }
-  /// The same as a folder's path, which an empty prefix needs.
+  /// The same with a separator at its end: an empty prefix is no path.
   std::string RootFolder() const { return prefix_ + '\\'; }
 
   /// The local path that `devicePath` names, whether or not its last segment exists; nothing when a folder on the way

@@ -51,11 +51,11 @@ DeviceCopyResult modWinCEFileManagement::Upload(const std::string& desktopPath, 
   const RapiHandle file = rapi_.CeCreateFile(devicePath, rapi::kGenericWrite, rapi::kFileShareRead, kSecurityAttributes,
                                              rapi::kCreateAlways, rapi::kFileAttributeNormal);
   if (file == kInvalidRapiHandle) return FailureCode(DeviceCopyResult::CannotCreate);
-  Bytes buffer;
+  FileContent buffer;
   if (ReadFileBytes(desktopPath, buffer) == 0) return DeviceCopyResult::SourceEmpty;
-  const bool written = WriteInChunks(file, buffer) && rapi_.CeCloseHandle(file) != 0;
+  const bool written = WriteInChunks(file, buffer.View()) && rapi_.CeCloseHandle(file) != 0;
   if (!written) return FailureCode(DeviceCopyResult::WriteFailed);
-  LogTransfer(buffer.size(), " bytes written to device at: ", devicePath);
+  LogTransfer(buffer.Size(), " bytes written to device at: ", devicePath);
   return DeviceCopyResult::Copied;
 }
 
@@ -92,15 +92,15 @@ DeviceCopyResult modWinCEFileManagement::Download(const std::string& devicePath,
   const RapiHandle file = rapi_.CeCreateFile(devicePath, rapi::kGenericRead, rapi::kFileShareRead, kSecurityAttributes,
                                              rapi::kOpenExisting, rapi::kFileAttributeNormal);
   if (file == kInvalidRapiHandle) return FailureCode(DeviceCopyResult::SourceUnreadable);
-  const std::optional<DeviceFile> content = ReadDeviceFile(file);
+  const std::optional<FileContent> content = ReadDeviceFile(file);
   if (!content) return FailureCode(DeviceCopyResult::SourceUnreadable);
   if (!WriteFileBytes(desktopPath, content->View())) return DeviceCopyResult::WriteFailed;
-  LogTransfer(content->size, " bytes read from device at: ", devicePath);
+  LogTransfer(content->Size(), " bytes read from device at: ", devicePath);
   rapi_.CeCloseHandle(file);
   return DeviceCopyResult::Copied;
 }
 
-std::optional<modWinCEFileManagement::DeviceFile> modWinCEFileManagement::ReadDeviceFile(RapiHandle file) {
+std::optional<FileContent> modWinCEFileManagement::ReadDeviceFile(RapiHandle file) {
   AdvanceSpinner();
   const std::uint32_t size = rapi_.CeGetFileSize(file);
   if (size == rapi::kNoFileSize) return std::nullopt;
@@ -108,31 +108,31 @@ std::optional<modWinCEFileManagement::DeviceFile> modWinCEFileManagement::ReadDe
     rapi_.CeCloseHandle(file);
     throw StandardError(errors::kSubscriptOutOfRange);
   }
-  DeviceFile content{std::make_unique_for_overwrite<std::uint8_t[]>(size), size};
+  FileContent content(size);
   AdvanceSpinner();
   bool read = true;
   for (std::size_t done = 0; done < size && read; done += kDownloadChunk) {
     std::uint32_t ignored = 0;  // the libraries of handhelds report no reliable count
-    const ByteSpan piece(content.bytes.get() + done, std::min(kDownloadChunk, size - done));
+    const ByteSpan piece = content.Span().subspan(done, std::min(kDownloadChunk, size - done));
     read = rapi_.CeReadFile(file, piece, ignored) != 0;
     AdvanceSpinner();
   }
   return read ? std::optional(std::move(content)) : std::nullopt;
 }
 
-std::int32_t modWinCEFileManagement::ReadFileBytes(const std::string& desktopPath, Bytes& buffer) {
+std::int32_t modWinCEFileManagement::ReadFileBytes(const std::string& desktopPath, FileContent& buffer) {
   try {
     const auto file =
         files_.Open(desktopPath, platform::Access::Read, platform::Disposition::OpenExisting, platform::Sharing::All);
     const std::uint64_t length = file->Size();
     if (length > kLongestFile) return 0;
-    buffer.resize(static_cast<std::size_t>(length));
-    if (file->ReadAt(0, buffer) != buffer.size()) return 0;
+    buffer = FileContent(static_cast<std::size_t>(length));
+    if (file->ReadAt(0, buffer.Span()) != buffer.Size()) return 0;
   } catch (const Error&) {
     return 0;  // every failure to read is an empty source to the caller
   }
-  AdvanceSpinnerPer(kBytesReadPerTurn, buffer.size());
-  return static_cast<std::int32_t>(buffer.size());
+  AdvanceSpinnerPer(kBytesReadPerTurn, buffer.Size());
+  return static_cast<std::int32_t>(buffer.Size());
 }
 
 bool modWinCEFileManagement::WriteFileBytes(const std::string& desktopPath, ByteView buffer) {

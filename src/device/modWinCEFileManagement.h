@@ -27,6 +27,21 @@ enum class DeviceCopyResult : std::int32_t {
 
 enum class Overwrite { No, Yes };
 
+/// A whole file in memory. The memory is not cleared before the file is read into it, which would cost a copy a tenth.
+class FileContent {
+ public:
+  FileContent() = default;
+  explicit FileContent(std::size_t size) : bytes_(std::make_unique_for_overwrite<std::uint8_t[]>(size)), size_(size) {}
+
+  std::size_t Size() const { return size_; }
+  ByteView View() const { return {bytes_.get(), size_}; }
+  ByteSpan Span() { return {bytes_.get(), size_}; }
+
+ private:
+  std::unique_ptr<std::uint8_t[]> bytes_;
+  std::size_t size_ = 0;
+};
+
 /// Copies whole files between the desktop and the handheld, one at a time, each held in memory.
 ///
 /// Codes 1, 5 and 7 mean that the device itself refused; when CeRapiGetError right after the failing call says that
@@ -51,28 +66,20 @@ class modWinCEFileManagement {
 
   /// Reads a whole desktop file into `buffer`; returns its length, 0 for an empty file and on every error. The spinner
   /// advances for every 256 bytes.
-  std::int32_t ReadFileBytes(const std::string& desktopPath, Bytes& buffer);
+  std::int32_t ReadFileBytes(const std::string& desktopPath, FileContent& buffer);
 
   /// Writes `buffer` over the start of a desktop file, created if missing but not cut: the rest of a longer file stays
   /// behind the new bytes. False on every error, an empty buffer included. The spinner advances for every 1024 bytes.
   bool WriteFileBytes(const std::string& desktopPath, ByteView buffer);
 
  private:
-  /// What a device file holds. Its memory is not cleared before it is read into, which would cost a tenth of receiving.
-  struct DeviceFile {
-    std::unique_ptr<std::uint8_t[]> bytes;
-    std::size_t size = 0;
-
-    ByteView View() const { return {bytes.get(), size}; }
-  };
-
   DeviceCopyResult Upload(const std::string& desktopPath, const std::string& devicePath, Overwrite overwrite);
   DeviceCopyResult Download(const std::string& devicePath, const std::string& desktopPath, Overwrite overwrite);
   /// Copied when there is no file at `devicePath`.
   DeviceCopyResult RequireNoDeviceFile(const std::string& devicePath);
   bool WriteInChunks(RapiHandle file, ByteView data);
   /// Nothing when the device file cannot be sized or read.
-  std::optional<DeviceFile> ReadDeviceFile(RapiHandle file);
+  std::optional<FileContent> ReadDeviceFile(RapiHandle file);
   /// The code for a failed device call: `refused`, or NoConnection when the transport failed. To be asked right after
   /// that call.
   DeviceCopyResult FailureCode(DeviceCopyResult refused);

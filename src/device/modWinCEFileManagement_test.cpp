@@ -402,14 +402,14 @@ TEST_F(FileManagement, DownloadAdvancesTheSpinnerThreeTimesAndPer1024BytesWritte
 
 TEST_F(FileManagement, ReadFileBytesReturnsTheLengthAndTheBytes) {
   files_.Put(kDesktopFile, Pattern(600));
-  Bytes buffer;
+  FileContent buffer;
   EXPECT_EQ(copies_.ReadFileBytes(kDesktopFile, buffer), 600);
-  EXPECT_EQ(buffer, Pattern(600));
+  EXPECT_EQ(Bytes(buffer.View().begin(), buffer.View().end()), Pattern(600));
   EXPECT_EQ(spins_, 2U);
 }
 
 TEST_F(FileManagement, ReadFileBytesOfAMissingOrEmptyFileIsZero) {
-  Bytes buffer;
+  FileContent buffer;
   EXPECT_EQ(copies_.ReadFileBytes(kDesktopFile, buffer), 0);
   EXPECT_EQ(copies_.ReadFileBytes("Z:\\nowhere\\x", buffer), 0);
   files_.Put(kDesktopFile, {});

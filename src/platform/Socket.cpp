@@ -49,6 +49,14 @@ calls::Outcome Repeat(const Socket& socket, bool forWriting, const WaitLimit& li
   }
 }
 
+/// Takes the first `count` bytes away, and the empty pieces that come to stand in front.
+void DropFront(std::vector<ByteView>& pieces, std::size_t count) {
+  auto piece = pieces.begin();
+  for (; piece != pieces.end() && piece->size() <= count; ++piece) count -= piece->size();
+  pieces.erase(pieces.begin(), piece);
+  if (!pieces.empty()) pieces.front() = pieces.front().subspan(count);
+}
+
 }  // namespace
 
 std::optional<SocketAddress> SocketAddress::Parse(std::string_view text) {
@@ -145,11 +153,13 @@ SocketResult TcpStream::Connect(const SocketAddress& peer, const WaitLimit& limi
   return waited.IsDone() ? FinishConnect() : waited;
 }
 
-SocketResult TcpStream::Send(ByteView data, const WaitLimit& limit) {
-  while (!data.empty()) {
-    const calls::Outcome sent = Repeat(socket_, true, limit, [&] { return calls::Send(socket_, data); });
+SocketResult TcpStream::Send(std::span<const ByteView> pieces, const WaitLimit& limit) {
+  std::vector<ByteView> rest(pieces.begin(), pieces.end());
+  DropFront(rest, 0);
+  while (!rest.empty()) {
+    const calls::Outcome sent = Repeat(socket_, true, limit, [&] { return calls::Send(socket_, rest); });
     if (!sent.result.IsDone()) return sent.result;
-    data = data.subspan(sent.count);
+    DropFront(rest, sent.count);
   }
   return {};
 }

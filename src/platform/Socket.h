@@ -134,7 +134,9 @@ class TcpStream {
   SocketResult FinishConnect();
 
   /// Sends all bytes, with one call to the system where it takes them. After any failure some may have been sent.
-  SocketResult Send(ByteView data, const WaitLimit& limit);
+  SocketResult Send(ByteView data, const WaitLimit& limit) { return Send({&data, 1}, limit); }
+  /// The same for bytes that lie in several places; they go out one behind the other.
+  SocketResult Send(std::span<const ByteView> pieces, const WaitLimit& limit);
   /// Receives at least one byte and at most `out.size()`, which is not 0. `count`: how many; 0 unless Done.
   SocketResult ReceiveSome(ByteSpan out, std::size_t& count, const WaitLimit& limit) {
     return ReceiveSome(out, {}, count, limit);

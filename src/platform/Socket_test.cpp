@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <vector>
 
 namespace mv::platform {
 namespace {
@@ -139,15 +140,46 @@ TEST_F(Connected, MovedConnectionGoesOnAndTheOldOneIsNone) {
   EXPECT_EQ(moved.PeerAddress(), listener_.LocalAddress());
 }
 
-TEST_F(Connected, LargeTransferArrivesWhole) {
-  Bytes sent(3 << 20);
+/// The system takes a part at a time, so that sends end within a piece.
+TEST_F(Connected, LargeTransferArrivesWholeInOnePieceOrMore) {
+  Bytes sent(6 << 20);
   for (std::size_t i = 0; i < sent.size(); ++i) sent[i] = static_cast<std::uint8_t>(i * 31 >> 3);
-  std::thread sender([&] { EXPECT_TRUE(near_.Send(sent, Soon()).IsDone()); });
-  Bytes received(sent.size());
-  std::size_t count = 0;
-  EXPECT_TRUE(far_.ReceiveExactly(received, count, Soon()).IsDone());
-  sender.join();
-  EXPECT_EQ(received, sent);
+  const ByteView all(sent);
+  const std::size_t half = sent.size() / 2;
+  for (const std::vector<ByteView>& pieces :
+       {std::vector{all}, std::vector{all.first(5), all.first(half).subspan(5), all.subspan(half)}}) {
+    std::thread sender([&] { EXPECT_TRUE(near_.Send(pieces, Soon()).IsDone()); });
+    Bytes received(sent.size());
+    std::size_t count = 0;
+    EXPECT_TRUE(far_.ReceiveExactly(received, count, Soon()).IsDone());
+    sender.join();
+    EXPECT_EQ(received, sent) << pieces.size();
+  }
+}
+
+TEST_F(Connected, PiecesArriveOneBehindTheOtherHoweverMany) {
+  const Bytes digits = BytesOf("0123456789");
+  std::vector<ByteView> pieces;
+  for (std::size_t i = 0; i < digits.size(); ++i) {
+    pieces.push_back(ByteView(digits).subspan(i, 1));
+    pieces.emplace_back();
+  }
+  ASSERT_TRUE(near_.Send(pieces, Soon()).IsDone());
+  EXPECT_EQ(Arriving(10), "0123456789");
+}
+
+TEST_F(Connected, NothingToSendIsDone) {
+  const ByteView none[2] = {};
+  EXPECT_TRUE(near_.Send(none, Soon()).IsDone());
+  EXPECT_TRUE(near_.Send(std::span<const ByteView>(), Soon()).IsDone());
+}
+
+TEST_F(Connected, PiecesForAPeerThatNeverReadsTimeOut) {
+  SocketResult sent;
+  const Bytes block(1 << 20);
+  const ByteView pieces[] = {block, block, block};
+  for (int i = 0; i < 1000 && sent.IsDone(); ++i) sent = near_.Send(pieces, WaitLimit::After(milliseconds(20)));
+  EXPECT_EQ(sent.status, SocketStatus::TimedOut);
 }
 
 TEST(TcpConnect, NobodyListeningIsRefused) {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/Error.h"
+#include "base/Text.h"
 #include "base/Utf.h"
 #include "device/wire/BrokerLines.h"
 #include "platform/PrivateFiles.h"
@@ -36,9 +37,9 @@ void RequirePrivate(const std::string& path) {
   try {
     if (!platform::OthersMayRead(path)) return;
   } catch (const Error&) {
-    throw Failure("the setting PasswordFile of [Handheld]: there is no file \"" + path + "\"");
+    throw Failure("the setting PasswordFile of [Handheld]: there is no file \"" + ShownPath(path) + "\"");
   }
-  throw Failure("the setting PasswordFile of [Handheld]: other users may read \"" + path +
+  throw Failure("the setting PasswordFile of [Handheld]: other users may read \"" + ShownPath(path) +
                 "\"; only its owner shall have rights to it");
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/Text.h"
 #include "device/NoRapi.h"
 #include "device/wire/WireRapi.h"
 #include "platform/PrivateFiles.h"
@@ -109,7 +110,8 @@ TEST_F(HandheldChoiceTest, PasswordIsTheFirstLineOfItsFile) {
   const auto files = platform::MakeFileSystem();
   settings_.passwordFile = folder.File("password");
   settings_.way = HandheldWay::Network;
-  EXPECT_EQ(Complaint(), "the setting PasswordFile of [Handheld]: there is no file \"" + settings_.passwordFile + "\"");
+  EXPECT_EQ(Complaint(),
+            "the setting PasswordFile of [Handheld]: there is no file \"" + ShownPath(settings_.passwordFile) + "\"");
   const std::string text = "1234\r\nmore\n";
   platform::WritePrivateFile(settings_.passwordFile, Bytes(text.begin(), text.end()));
   EXPECT_EQ(WireOptionsOf(settings_, *files).password(), "1234");

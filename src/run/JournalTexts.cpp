@@ -107,7 +107,7 @@ std::string CannotCompare(const std::string& table, const std::string& side, con
 }
 
 std::string LogBesideProgram(const std::string& log) {
-  return "the sync log is \"" + log +
+  return "the sync log is \"" + ShownPath(log) +
          "\", beside the program, where an update may remove it; \"mvtool setup --log FILE\" moves it";
 }
 
@@ -157,10 +157,10 @@ std::string StoppedLine(const std::string& table, const Error& error, const std:
   const bool inUse = error.Number() == errors::kPermissionDenied;
   // Some errors name the file that they are about as their source.
   const std::string file = FolderLength(error.Source()) > 0 ? error.Source() : std::string();
-  const std::string held = "\"" + (file.empty() ? database : file) + "\" is in use";
+  const std::string held = "\"" + ShownPath(file.empty() ? database : file) + "\" is in use";
   const std::string what = inUse ? held : (own ? error.Description() : ErrorText(error));
   return std::string(kProgram) + "stopped" + (table.empty() ? "" : " at table " + table) + ": " + what +
-         (inUse || file.empty() ? "" : " (" + file + ")") + (own ? "" : "; " + AdviceFor(error.Number()));
+         (inUse || file.empty() ? "" : " (" + ShownPath(file) + ")") + (own ? "" : "; " + AdviceFor(error.Number()));
 }
 
 std::string FailedTables(const history::RunRecord& run) {
@@ -178,7 +178,8 @@ std::string TablesFailedLine(const std::string& tables) {
 }
 
 std::string NoSettings(const std::string& place) {
-  return "there are no settings in \"" + place + "\": \"mvtool setup\" asks for database and handheld and writes them";
+  return "there are no settings in \"" + ShownPath(place) +
+         "\": \"mvtool setup\" asks for database and handheld and writes them";
 }
 
 std::string MistypedSetting(const std::string& unknown, const std::string& meant) {
@@ -190,7 +191,7 @@ std::string RehearsalLine() {
 }
 
 std::string OtherRunLine(const std::string& database) {
-  return std::string(kProgram) + "another run with \"" + database +
+  return std::string(kProgram) + "another run with \"" + ShownPath(database) +
          "\" is going on, or something that no run may disturb; run again when it has ended";
 }
 

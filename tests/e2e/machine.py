@@ -37,8 +37,8 @@ class Machine:
 
     def __enter__(self):
         self.folder = tempfile.TemporaryDirectory()
-        self.holder = subprocess.Popen(["unshare", "--mount", "--propagation", "private", "sh", "-ec", HERE_ON, "sh", self.folder.name],
-                                       stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        command = ["unshare", "--mount", "--propagation", "private", "sh", "-ec", HERE_ON, "sh", self.folder.name]
+        self.holder = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
         if self.holder.stdout.readline() != "ready\n":
             text = self.holder.stderr.read()
             self.__exit__()
@@ -67,15 +67,17 @@ class Machine:
                             *[f"{name}={value}" for name, value in settings.items()], *as_user, "sh", "-c", command)
 
     def run(self, *words, user="root", answers="", **environment):
-        return subprocess.run(self.words(*words, user=user, **environment), input=answers, text=True, capture_output=True, timeout=300)
+        return subprocess.run(self.words(*words, user=user, **environment), input=answers, text=True, capture_output=True,
+                              timeout=300)
 
     def put(self, path, content):
         subprocess.run(self.outside("sh", "-c", 'cat >"$0"', f"{self.folder.name}/root{path}"), input=content, check=True)
 
     def files(self):
         """{path: what it is} of all that was changed, but for what the system keeps for itself."""
-        listing = subprocess.run(self.outside("find", f"{self.folder.name}/changes", "-mindepth", "1", "(", "-not", "-type", "d", "-o", "-empty", ")",
-                                              "-printf", "%P\t%y %s %l\n"), check=True, capture_output=True, text=True).stdout
+        command = self.outside("find", f"{self.folder.name}/changes", "-mindepth", "1",
+                               "(", "-not", "-type", "d", "-o", "-empty", ")", "-printf", "%P\t%y %s %l\n")
+        listing = subprocess.run(command, check=True, capture_output=True, text=True).stdout
         changed = dict(line.split("\t") for line in listing.splitlines())
         # A folder in which a file came and went is among the changes, whether it was there before or not.
         return {path: what for path, what in changed.items() if not (path + "/").startswith(OF_THE_SYSTEM)
@@ -83,6 +85,7 @@ class Machine:
 
     def content(self, folder):
         """{path: bytes as a checksum} of all files of a folder."""
-        listing = subprocess.run(self.outside("sh", "-c", 'cd "$0" && find . -type f -exec sha256sum {} +; find . -type l -printf "%l  %p\n"',
-                                              f"{self.folder.name}/root{folder}"), check=True, capture_output=True, text=True).stdout
+        script = 'cd "$0" && find . -type f -exec sha256sum {} +; find . -type l -printf "%l  %p\n"'
+        command = self.outside("sh", "-c", script, f"{self.folder.name}/root{folder}")
+        listing = subprocess.run(command, check=True, capture_output=True, text=True).stdout
         return {path: checksum for checksum, path in (line.split("  ", 1) for line in listing.splitlines())}

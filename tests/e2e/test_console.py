@@ -28,9 +28,10 @@ class Console(unittest.TestCase):
         """The exit status, and the lines in the console afterwards."""
         with tempfile.TemporaryDirectory() as folder:
             out = pathlib.Path(folder, "out.txt")
+            environment = dict(os.environ, WINEPREFIX=str(WINDOWS_BIN.parent / "wine-console"), DISPLAY=self.screen.display,
+                               LC_ALL="C.UTF-8")
             done = subprocess.run([ROOT / "tools" / "wine-run", PROBE, windows_path(out), PROMPT, windows_path(PROGRAM), *words],
-                                  env=dict(os.environ, WINEPREFIX=str(WINDOWS_BIN.parent / "wine-console"), DISPLAY=self.screen.display,
-                                           LC_ALL="C.UTF-8"), timeout=180, capture_output=True)
+                                  env=environment, timeout=180, capture_output=True)
             return done.returncode, out.read_text(encoding="utf-8").splitlines()
 
     def test_help_and_version_stand_below_the_prompt_that_started_it(self):

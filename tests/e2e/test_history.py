@@ -174,7 +174,8 @@ class Bounds(unittest.TestCase):
                                      without_dates(other.read_table(table)))
         self.assertFalse(self.world.history().exists())
         runs = self.world.mvtool("runs")
-        self.assertEqual((runs.returncode, runs.stdout, runs.stderr), (0, "", ""))
+        said = f'No run of "{self.world.database}" is kept: Keep of [History] is 0.\n'
+        self.assertEqual((runs.returncode, runs.stdout, runs.stderr), (0, said, ""))
         self.assertEqual(self.world.mvtool("restore", "last").returncode, 1)
 
     def test_an_entry_is_as_private_as_the_database(self):

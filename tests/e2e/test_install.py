@@ -31,8 +31,9 @@ def pack(out, version=None):
         if version:
             text = re.sub(r"project\(MVPPCSync VERSION \S+", f"project(MVPPCSync VERSION {version}", text)
         (project / "CMakeLists.txt").write_text(text, encoding="utf-8")
-        said = subprocess.run([project / "packaging" / "debian" / "pack-deb", BIN.parent, out], check=True, capture_output=True, text=True,
-                              env=dict(os.environ, SOURCE_DATE_EPOCH="1700000000", DPKG_DEB_COMPRESSOR_LEVEL="1")).stdout
+        environment = dict(os.environ, SOURCE_DATE_EPOCH="1700000000", DPKG_DEB_COMPRESSOR_LEVEL="1")
+        said = subprocess.run([project / "packaging" / "debian" / "pack-deb", BIN.parent, out], check=True, capture_output=True,
+                              text=True, env=environment).stdout
     return {pathlib.Path(line).name.split("_")[0]: pathlib.Path(line) for line in said.splitlines()}
 
 
@@ -76,7 +77,8 @@ class Installed(unittest.TestCase):
     def use(self):
         """What a user has made of the programs: data, settings, a run, the service switched on."""
         self.must("mvtool", "demo", "first data", user=USER)
-        self.must("mvtool", "setup", "--database", "first data", "--handheld", "folder", "--root", "first data/handheld", "--yes", user=USER)
+        self.must("mvtool", "setup", "--database", "first data", "--handheld", "folder", "--root", "first data/handheld", "--yes",
+                  user=USER)
         self.must("MVPPCSync", "-Mode0", user=USER)
         self.must("mkdir", "-p", WANTS, user=USER)
         self.must("ln", "-s", UNIT, f"{WANTS}/mvppcsync-listen.service", user=USER)
@@ -129,7 +131,8 @@ class Installed(unittest.TestCase):
         self.must("man", "MVPPCSync", user=USER)
         def words_of(*words):
             return self.machine.words(*words, user=USER, TERM="vt100")
-        loaded = self.must("bash", "-ic", ". /usr/share/bash-completion/bash_completion; _completion_loader mvtool; complete -p mvtool", user=USER)
+        script = ". /usr/share/bash-completion/bash_completion; _completion_loader mvtool; complete -p mvtool"
+        loaded = self.must("bash", "-ic", script, user=USER)
         self.assertIn("-F _mvtool mvtool", loaded)
         for shell in shells.bash, shells.zsh:
             with self.subTest(shell=shell.__name__):

@@ -74,7 +74,8 @@ class Completions(unittest.TestCase):
 
     def bash(self, *words):
         """What bash offers for the last of the words."""
-        script = f'. "{MANUAL}/mvtool.bash"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _mvtool; ((${{#COMPREPLY[@]}})) && printf "%s\\n" "${{COMPREPLY[@]}}"'
+        script = (f'. "{MANUAL}/mvtool.bash"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _mvtool; '
+                  '((${#COMPREPLY[@]})) && printf "%s\\n" "${COMPREPLY[@]}"')
         done = run("bash", "-c", script, "bash", "mvtool", *words, cwd=self.folder.name)
         self.assertEqual(done.stderr, "")
         return done.stdout.split("\n")[:-1]

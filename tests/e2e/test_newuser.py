@@ -54,7 +54,8 @@ class WindowsHome:
     def run_program(self, *command, answers=""):
         program, *words = [str(word) for word in command]
         # Answers come in the line ends of a console.
-        done = subprocess.run([str(world.ROOT / "tools" / "wine-run"), program, *words], input=answers.replace("\n", "\r\n").encode("utf-8"),
+        done = subprocess.run([str(world.ROOT / "tools" / "wine-run"), program, *words],
+                              input=answers.replace("\n", "\r\n").encode("utf-8"),
                               capture_output=True, timeout=180, cwd=self.home,
                               env=dict(os.environ, WINEPREFIX=str(self.PREFIX), LC_ALL="C.UTF-8"))
         return subprocess.CompletedProcess(command, done.returncode, done.stdout.decode("utf-8", "replace"),
@@ -198,8 +199,8 @@ class Setup(NewUser):
         self.assertTrue((folder / "SyncLog.txt").exists())
 
     def test_a_relative_path_is_counted_from_where_setup_was_started(self):
-        done = self.run_program(self.mvtool, "setup", "--database", "demo", "--handheld", "folder", "--root", "demo/handheld", "--log", "my log.txt",
-                                "--yes")
+        done = self.run_program(self.mvtool, "setup", "--database", "demo", "--handheld", "folder", "--root", "demo/handheld",
+                                "--log", "my log.txt", "--yes")
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
         stored = self.stored()
         for path in (self.database, self.card, self.home / "my log.txt"):
@@ -216,8 +217,8 @@ class Setup(NewUser):
     def test_a_handheld_on_the_network_that_does_not_call_is_a_failure_with_what_to_do(self):
         control = free_port()
         self.write_settings(Handheld={"ControlPortA": control, "ControlPortB": 0, "WakeUpPortB": 0})
-        done = self.run_program(self.mvtool, "setup", "--database", self.path(self.database), "--handheld", "network", "--listen", "127.0.0.1",
-                                "--wait", "1", "--yes")
+        done = self.run_program(self.mvtool, "setup", "--database", self.path(self.database), "--handheld", "network",
+                                "--listen", "127.0.0.1", "--wait", "1", "--yes")
         self.assertEqual(done.returncode, 2, done.stdout + done.stderr)
         self.assertIn("no handheld has called; connect it and turn it on", done.stdout)
         stored = self.stored()
@@ -267,8 +268,8 @@ class ErrorsOnWindows(WindowsHome, Errors, unittest.TestCase):
 
 class SetupOnLinux(LinuxHome, Setup, unittest.TestCase):
     def test_what_else_the_file_holds_stays_with_its_line_ends_and_its_mark(self):
-        for before in ("; my own\n[Handheld]\nWait=7\n", "; my own\r\n[Handheld]\r\nWait=7\r\n", "\ufeff; my own\n[Handheld]\nWait=7\n",
-                       "\ufeff[Handheld]\r\nWait=7\r\n"):
+        for before in ("; my own\n[Handheld]\nWait=7\n", "; my own\r\n[Handheld]\r\nWait=7\r\n",
+                       "\ufeff; my own\n[Handheld]\nWait=7\n", "\ufeff[Handheld]\r\nWait=7\r\n"):
             with self.subTest(before=before):
                 self.config.mkdir(exist_ok=True)
                 self.settings.write_bytes(before.encode("utf-8"))
@@ -283,7 +284,8 @@ class SetupOnLinux(LinuxHome, Setup, unittest.TestCase):
                 self.check(self.program, "-Mode0")
 
     def test_the_home_folder_may_be_written_as_a_shell_takes_it(self):
-        done = self.run_program(self.mvtool, "setup", "--database=~/cars/", "--handheld", "folder", "--root=~/demo/handheld", "--yes")
+        done = self.run_program(self.mvtool, "setup", "--database=~/cars/", "--handheld", "folder", "--root=~/demo/handheld",
+                                "--yes")
         self.assertIn(f"DesktopDBPath={self.home}/cars/Motorva.db\n", self.stored(), done.stderr)
         self.assertIn(f"Root={self.card}\n", self.stored())
 
@@ -292,8 +294,8 @@ class SetupOnLinux(LinuxHome, Setup, unittest.TestCase):
         shutil.copytree(self.card, network.handheld, dirs_exist_ok=True)
         self.write_settings(Handheld={"ControlPortA": network.control, "ControlPortB": 0, "CallPortA": network.calls})
         with network.simulator():
-            done = self.run_program(self.mvtool, "setup", "--database", self.database, "--handheld", "network", "--listen", "127.0.0.1",
-                                    "--wait", "20", "--yes")
+            done = self.run_program(self.mvtool, "setup", "--database", self.database, "--handheld", "network",
+                                    "--listen", "127.0.0.1", "--wait", "20", "--yes")
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
         self.assertIn("it answers (network), 13 tables", done.stdout)
 

@@ -76,8 +76,13 @@ void MessageWriter::OptionalString(std::optional<std::string_view> text) {
 
 void MessageWriter::InBuffer(std::optional<ByteView> bytes) {
   if (!bytes) return Word(0);
+  InBufferOf(bytes->size());
+  Raw(*bytes);
+}
+
+void MessageWriter::InBufferOf(std::size_t bytes) {
   Word(1);
-  Counted(*bytes);
+  Word(static_cast<std::uint32_t>(bytes));
 }
 
 void MessageWriter::OutBuffer(std::optional<std::uint32_t> wanted) {
@@ -102,10 +107,10 @@ void MessageWriter::ShortString(std::optional<std::string_view> text) {
   AppendUnits(bytes_, units);
 }
 
-Bytes MessageWriter::Framed() const {
+Bytes MessageWriter::Framed(std::size_t follow) const {
   Bytes message;
   message.reserve(sizeof(std::uint32_t) + bytes_.size());
-  Append(message, static_cast<std::uint32_t>(bytes_.size()));
+  Append(message, static_cast<std::uint32_t>(bytes_.size() + follow));
   message.insert(message.end(), bytes_.begin(), bytes_.end());
   return message;
 }

@@ -21,11 +21,13 @@ class MessageWriter {
   /// UTF-16 with its NUL.
   void Text(std::string_view text);
 
-  // The kinds of arguments of the messages of version 1; nothing is a null pointer.
+  // The kinds of arguments of the messages of version 1; std::nullopt is a null pointer.
 
   void String(std::optional<std::string_view> text);
   void OptionalString(std::optional<std::string_view> text);
   void InBuffer(std::optional<ByteView> bytes);
+  /// An InBuffer up to its bytes, so many, which are sent from where they are.
+  void InBufferOf(std::size_t bytes);
   void OutBuffer(std::optional<std::uint32_t> wanted);
   void Returned(std::optional<ByteView> bytes);
 
@@ -36,8 +38,9 @@ class MessageWriter {
   std::size_t Size() const { return bytes_.size(); }
   /// What was written.
   const Bytes& Content() const { return bytes_; }
-  /// A message: the length of what was written, as a word, and what was written.
-  Bytes Framed() const;
+  /// A message: its length as a word, and what was written; or, when so many bytes `follow` by other means, a message
+  /// up to these.
+  Bytes Framed(std::size_t follow = 0) const;
 
  private:
   Bytes bytes_;

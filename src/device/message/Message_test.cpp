@@ -41,6 +41,14 @@ TEST(MessageWriting, WriteFileOfVersion1HasDataAndANullPointer) {
   EXPECT_EQ(message.Framed(), FromHex("19000000 07000000 c0a20100 01000000 05000000 48454c4c4f 00000000"));
 }
 
+TEST(MessageWriting, MessageUpToDataThatIsSentFromElsewhereCountsWhatFollows) {
+  MessageWriter message;
+  message.Word(commands::kWriteFile.v1);
+  message.Word(0x1A2C0);
+  message.InBufferOf(5);
+  EXPECT_EQ(message.Framed(5 + 4), FromHex("19000000 07000000 c0a20100 01000000 05000000"));
+}
+
 TEST(MessageWriting, ReadFileOfVersion1AsksForACount) {
   MessageWriter message;
   message.Word(commands::kReadFile.v1);

@@ -16,9 +16,9 @@ bool PassesInPart(const MessageFault* fault) {
   return fault != nullptr && (fault->kind == MessageFault::Kind::Cut || fault->kind == MessageFault::Kind::Stall);
 }
 
-Bytes Refused(std::uint32_t result) {
+Bytes Refused(wire::MessageVersion version, std::uint32_t result) {
   wire::MessageWriter reply;
-  reply.Word(1);
+  if (version == wire::MessageVersion::V1) reply.Word(1);
   reply.Word(result);
   return reply.Content();
 }
@@ -68,7 +68,7 @@ std::optional<Bytes> CallConnection::ReceiveRequest(std::size_t& number) {
 bool CallConnection::Answer(ByteView request, std::size_t number) {
   const auto& refusal = options_.faults.refusal;
   const bool refuses = refusal && (refusal->message == number || (refusal->andAllAfter && number > refusal->message));
-  const Bytes reply = refuses ? Refused(refusal->result) : calls_.Answer(request);
+  const Bytes reply = refuses ? Refused(VersionOf(options_), refusal->result) : calls_.Answer(request);
   log_(std::string(DeviceCalls::NameOf(request, VersionOf(options_))) + ": " + std::to_string(request.size()) +
        " bytes in, " + std::to_string(reply.size()) + " out");
   const auto delay = options_.faults.delayPerReply;

@@ -81,7 +81,7 @@ class DeviceCalls {
 
   bool IsV1() const { return version_ == wire::MessageVersion::V1; }
   Bytes Refused(std::uint32_t result, std::uint32_t lastError) const;
-  /// The two ways of a path in version 1, which are one in version 2. A null pointer is no path.
+  /// The two forms that a path has in version 1; version 2 has one. A null pointer is no path.
   std::string Path(wire::MessageReader& arguments) const;
   std::string OptionalPath(wire::MessageReader& arguments) const;
   /// A block of bytes that version 1 wraps.

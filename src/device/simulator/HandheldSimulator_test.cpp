@@ -470,6 +470,15 @@ TEST_F(SimulatorMessageFaults, CallIsRefusedWithAnHresult) {
   calls.Expect("0c000000 00000000 06000000 00000000");
 }
 
+TEST_F(SimulatorMessageFaults, Version2RefusesACallWithAnErrorCodeAlone) {
+  options_.faults.refusal = Refusal{2, false, 5};
+  Peer calls = Begin();
+  calls.Send(kCreateFolder);
+  calls.Expect("04000000 05000000");
+  calls.Send(kClose);
+  calls.Expect(kClosed);
+}
+
 TEST_F(HandheldSimulatorTest, PasswordIsRefusedWhateverItIs) {
   options_.lock = Lock::Password;
   options_.password = "1234";

@@ -75,7 +75,8 @@ struct MessageFault {
   std::size_t bytes = 0;    ///< the message's length word included
 };
 
-/// A refusal of the connection itself: status 1 and an HRESULT in place of a reply. Version 1 only.
+/// A call that is not run: in place of its result comes status 1 and an HRESULT in version 1, an error code alone in
+/// version 2.
 struct Refusal {
   std::size_t message = 1;  ///< which call: counted from 1 over all connections
   bool andAllAfter = false;

@@ -28,7 +28,8 @@ const char* ReasonOf(SocketStatus status) {
 
 }  // namespace
 
-std::optional<Reply> TcpCallChannel::Exchange(ByteView message, std::chrono::milliseconds time, const ReplyRoom& room) {
+std::optional<Reply> TcpCallChannel::Exchange(std::span<const ByteView> message, std::chrono::milliseconds time,
+                                              const ReplyRoom& room) {
   if (!IsQuiet()) return std::nullopt;
   const WaitLimit limit = WaitLimit::After(time, lost_.get());
   if (!Check(stream_.Send(message, limit), "while a request was sent")) return std::nullopt;

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <utility>
 
 #include "base/Bytes.h"
@@ -33,10 +34,11 @@ class CallChannel {
  public:
   virtual ~CallChannel() = default;
 
-  /// Sends a whole message, length word included, and receives the reply. Nothing when the connection was lost, the
-  /// time was up, or what came is no reply: then the two sides may be out of step, and the channel must not be used
-  /// again.
-  virtual std::optional<Reply> Exchange(ByteView message, std::chrono::milliseconds time, const ReplyRoom& room) = 0;
+  /// Sends a whole message, length word included, and receives the reply. `message`: its pieces. Nothing when the
+  /// connection was lost, the time was up, or what came is no reply: then the two sides may be out of step, and the
+  /// channel must not be used again.
+  virtual std::optional<Reply> Exchange(std::span<const ByteView> message, std::chrono::milliseconds time,
+                                        const ReplyRoom& room) = 0;
 };
 
 /// The channel over a connection: messages and replies are a length word and that many bytes.
@@ -49,7 +51,8 @@ class TcpCallChannel : public CallChannel {
   TcpCallChannel(platform::TcpStream stream, std::shared_ptr<platform::WakeUp> lost, WireLog& log)
       : stream_(std::move(stream)), lost_(std::move(lost)), log_(log) {}
 
-  std::optional<Reply> Exchange(ByteView message, std::chrono::milliseconds time, const ReplyRoom& room) override;
+  std::optional<Reply> Exchange(std::span<const ByteView> message, std::chrono::milliseconds time,
+                                const ReplyRoom& room) override;
 
  private:
   /// Of all replies but lists and blocks of files.

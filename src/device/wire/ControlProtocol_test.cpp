@@ -237,6 +237,20 @@ TEST_F(FamilyBTest, LockKeyAsksForThePassword) {
   EXPECT_EQ(protocol_->State(), ControlState::Ready);
 }
 
+TEST_F(FamilyBTest, PasswordCanGoWithItsNul) {
+  const auto protocol = MakeControlProtocol(Family::B, PasswordEnd::Nul);
+  Give(*protocol, RecordB("5a7e0000"));
+  protocol->SendPassword("1234");
+  EXPECT_EQ(protocol->TakeOutput(), FromHex("0a00 6b5a685a695a6e5a5a5a"));
+}
+
+TEST_F(FamilyBTest, ZeroRefusesThePassword) {
+  Give(*protocol_, RecordB("5a7e0000"));
+  protocol_->SendPassword("1234");
+  Give(*protocol_, "0000");
+  EXPECT_EQ(protocol_->State(), ControlState::Refused);
+}
+
 TEST_F(FamilyBTest, HandheldThatIsLockedOnItsScreenIsShownTheScreenAndConfirmed) {
   Give(*protocol_, RecordB("ffffffff"));
   EXPECT_EQ(protocol_->State(), ControlState::LockedOnScreen);

@@ -9,6 +9,7 @@
 namespace mv::wire {
 namespace {
 
+constexpr std::size_t kLengthWord = 4;
 constexpr std::uint32_t kNoHandle = 0xFFFFFFFF;
 /// UTF-16 units of a path, with its NUL.
 constexpr std::size_t kLongestPath = 260;
@@ -27,6 +28,14 @@ constexpr std::uint32_t kTellSizeLow = 0x20;
 constexpr std::uint32_t kTellName = 0x80;
 /// Bytes of such an entry without its name.
 constexpr std::size_t kShortestEntry = 4 + 4 + 8 + 4 + 4;
+
+/// The HRESULT of an error code of the handheld, or of what is one already.
+std::int32_t ResultOf(std::uint32_t error) {
+  constexpr std::uint32_t kFailure = 0x80000000;
+  constexpr std::uint32_t kOfAnErrorCode = 0x80070000;
+  const bool isResult = (error & kFailure) != 0;
+  return static_cast<std::int32_t>(isResult ? error : kOfAnErrorCode | (error & 0xFFFF));
+}
 
 /// Bytes of a version record up to its build number and platform.
 constexpr std::size_t kShortestVersion = 20;
@@ -82,11 +91,20 @@ void RemoteCalls::Note(const char* direction, const char* name, std::size_t size
 }
 
 std::optional<MessageReader> RemoteCalls::Run(const char* name, const MessageWriter& request, const ReplyRoom& room) {
+  const Bytes message = request.Framed();
+  const ByteView whole(message);
+  return RunPieces(name, {&whole, 1}, room);
+}
+
+std::optional<MessageReader> RemoteCalls::RunPieces(const char* name, std::span<const ByteView> request,
+                                                    const ReplyRoom& room) {
   lastError_ = 0;
   error_ = isUsable_ ? 0 : results::kFailed;
   if (!isUsable_) return std::nullopt;
-  Note("> ", name, request.Size());
-  const std::optional<Reply> reply = channel_->Exchange(request.Framed(), replyTime_, room);
+  std::size_t size = 0;
+  for (const ByteView piece : request) size += piece.size();
+  Note("> ", name, size - kLengthWord);
+  const std::optional<Reply> reply = channel_->Exchange(request, replyTime_, room);
   if (!Check(reply.has_value(), "the connection is lost")) return std::nullopt;
   Note("< ", name, reply->kept.size() + reply->placed);
   MessageReader reader(reply->kept);
@@ -101,10 +119,24 @@ std::optional<MessageReader> RemoteCalls::Run(const char* name, const MessageWri
 
 std::optional<std::uint32_t> RemoteCalls::TakeValue(MessageReader& reader) {
   const std::uint32_t lastError = reader.Word();
+  if (!IsV1() && lastError != 0 && reader.Remaining() == 0) {
+    lastError_ = lastError;
+    error_ = ResultOf(lastError);
+    return std::nullopt;
+  }
   const std::uint32_t value = reader.Word();
   if (!Check(reader.IsGood(), "the reply has no result")) return std::nullopt;
   lastError_ = lastError;
   return value;
+}
+
+std::optional<std::uint32_t> RemoteCalls::TakeHandle(MessageReader& reader) {
+  const std::optional<std::uint32_t> handle = TakeValue(reader);
+  return handle == kNoHandle || (handle == 0 && MayBeRefusal()) ? std::nullopt : handle;
+}
+
+bool RemoteCalls::MayBeRefusal() const {
+  return !IsV1() && lastError_ != 0;
 }
 
 bool RemoteCalls::RunOnHandle(const char* name, Command command, std::uint32_t handle) {
@@ -128,8 +160,7 @@ std::optional<std::uint32_t> RemoteCalls::CreateFile(const std::string& path, st
   if (IsV1()) PutPath(request, path);
   std::optional<MessageReader> reply = Run("CeCreateFile", request);
   if (!reply) return std::nullopt;
-  const std::optional<std::uint32_t> handle = TakeValue(*reply);
-  return handle == kNoHandle ? std::nullopt : handle;
+  return TakeHandle(*reply);
 }
 
 std::size_t RemoteCalls::BytesBeforeData() const {
@@ -173,13 +204,16 @@ std::optional<std::size_t> RemoteCalls::ReadFile(std::uint32_t handle, ByteSpan 
 bool RemoteCalls::WriteFile(std::uint32_t handle, ByteView data) {
   MessageWriter request = Request(commands::kWriteFile);
   request.Word(handle);
+  MessageWriter ending;
   if (IsV1()) {
-    request.InBuffer(data);
-    request.InBuffer(std::nullopt);
+    request.InBufferOf(data.size());
+    ending.InBuffer(std::nullopt);
   } else {
-    request.Counted(data);
+    request.Word(static_cast<std::uint32_t>(data.size()));
   }
-  std::optional<MessageReader> reply = Run("CeWriteFile", request);
+  const Bytes beginning = request.Framed(data.size() + ending.Size());
+  const ByteView pieces[] = {beginning, data, ending.Content()};
+  std::optional<MessageReader> reply = RunPieces("CeWriteFile", pieces, {});
   if (!reply) return false;
   if (TakeValue(*reply).value_or(0) == 0) return false;
   const std::uint32_t written = reply->Word();
@@ -193,7 +227,7 @@ std::optional<std::uint32_t> RemoteCalls::GetFileSize(std::uint32_t handle) {
   std::optional<MessageReader> reply = Run("CeGetFileSize", request);
   if (!reply) return std::nullopt;
   const std::optional<std::uint32_t> size = TakeValue(*reply);
-  return size == rapi::kNoFileSize ? std::nullopt : size;
+  return size == rapi::kNoFileSize || (size == 0 && MayBeRefusal()) ? std::nullopt : size;
 }
 
 bool RemoteCalls::CloseHandle(std::uint32_t handle) {
@@ -208,8 +242,8 @@ std::optional<RemoteCalls::Found> RemoteCalls::FindFirstFile(const std::string& 
   PutPath(request, path);
   std::optional<MessageReader> reply = Run("CeFindFirstFile", request);
   if (!reply) return std::nullopt;
-  const std::optional<std::uint32_t> handle = TakeValue(*reply);
-  if (!handle || handle == kNoHandle) return std::nullopt;
+  const std::optional<std::uint32_t> handle = TakeHandle(*reply);
+  if (!handle) return std::nullopt;
   Found found{*handle, std::nullopt};
   if (reply->Remaining() == 0) return found;
   MessageReader record(reply->Counted());

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -73,10 +74,17 @@ class RemoteCalls {
   bool IsDataNext(ByteView beginning, std::size_t following) const;
   /// Sends a request and takes the status of the reply; gives what follows it and was kept together.
   std::optional<MessageReader> Run(const char* name, const MessageWriter& request, const ReplyRoom& room = {});
+  /// The same for a request in pieces, its length word included.
+  std::optional<MessageReader> RunPieces(const char* name, std::span<const ByteView> request, const ReplyRoom& room);
   /// A line of the log for a message.
   void Note(const char* direction, const char* name, std::size_t size);
-  /// The first two words of a result: the error code, which is kept, and the value returned.
+  /// The first two words of a result: the error code, which is kept, and the value returned. An error code alone is
+  /// how version 2, which has no status, may tell that the call was not run; it counts like such a status.
   std::optional<std::uint32_t> TakeValue(MessageReader& reader);
+  /// The same where the value is a handle; nothing when it is none.
+  std::optional<std::uint32_t> TakeHandle(MessageReader& reader);
+  /// True when a value of 0 may be no value but version 2's way to tell that the call was not run.
+  bool MayBeRefusal() const;
   /// True when all of a reply could be read; else the connection must not be used again.
   bool Check(bool isGood, const char* problem);
   std::optional<std::vector<DeviceEntry>> TakeEntries(MessageReader& reader);

@@ -149,6 +149,13 @@ TEST(CallBytes, GetFileSizeTakesAHighPartOrNoneAtTheEnd) {
   RequestOf(kV1, "0c000000 00000000 00000000 05000000", ask);
   RequestOf(kV2, "0c000000 00000000 05000000 00000000", ask);
   RequestOf(kV2, "08000000 00000000 05000000", ask);
+  RequestOf(kV2, "18000000 00000000 05000000 01000000 04000000 01000000 00000000", ask);
+}
+
+TEST(CallBytes, EmptyFileHasASizeInBothVersions) {
+  const auto ask = [](RemoteCalls& calls) { EXPECT_EQ(calls.GetFileSize(0x1A2E0), 0U); };
+  RequestOf(kV1, "10000000 00000000 00000000 00000000 00000000", ask);
+  RequestOf(kV2, "0c000000 00000000 00000000 00000000", ask);
 }
 
 constexpr const char* kFindRecord =
@@ -227,14 +234,19 @@ TEST(CallBytes, FindAllFiles) {
 TEST(CallBytes, NamesInAListMayBeCountedWithTheirNulOrWithoutAndMayLackIt) {
   const std::string fields(kEntryFields);
   const std::string name = "61002e00 70006400 6200";
-  for (const std::string& entry :
-       {"06000000" + fields + name + "0000", "05000000" + fields + name + "0000", "05000000" + fields + name}) {
+  const std::string nul = "0000";
+  const std::pair<MessageVersion, std::string> cases[] = {
+      {kV1, "06000000" + fields + name + nul}, {kV1, "05000000" + fields + name + nul},
+      {kV1, "05000000" + fields + name},       {kV2, "0c000000" + fields + name + nul},
+      {kV2, "0a000000" + fields + name + nul}, {kV2, "0a000000" + fields + name}};
+  for (const auto& [version, entry] : cases) {
     MessageWriter body;
     body.Word(0);
+    if (version == kV2) body.Word(1);
     body.Word(2);
     body.Raw(FromHex(entry));
     body.Raw(FromHex(entry));
-    ScriptedCalls script(kV1, {ToHex(body.Framed())});
+    ScriptedCalls script(version, {ToHex(body.Framed())});
     EXPECT_EQ(script.Calls().FindAllFiles("\\T\\*"), (std::vector<DeviceEntry>{kEntry, kEntry})) << entry;
   }
 }
@@ -268,6 +280,53 @@ TEST(CallErrors, HresultOfZeroIsFollowedByTheResult) {
   EXPECT_EQ(script.Calls().Error(), 0);
 }
 
+struct AnyCall {
+  const char* name;
+  bool (*succeeds)(RemoteCalls& calls);
+};
+
+const AnyCall kCalls[] = {
+    {"CeCreateFile", [](RemoteCalls& calls) { return calls.CreateFile(kPath, 0x80000000, 1, 3, 0x80).has_value(); }},
+    {"CeReadFile",
+     [](RemoteCalls& calls) {
+       Bytes out(16);
+       return calls.ReadFile(7, out).has_value();
+     }},
+    {"CeWriteFile", [](RemoteCalls& calls) { return calls.WriteFile(7, FromHex("48454c4c4f")); }},
+    {"CeGetFileSize", [](RemoteCalls& calls) { return calls.GetFileSize(7).has_value(); }},
+    {"CeCloseHandle", [](RemoteCalls& calls) { return calls.CloseHandle(7); }},
+    {"CeFindFirstFile", [](RemoteCalls& calls) { return calls.FindFirstFile(kPath).has_value(); }},
+    {"CeFindClose", [](RemoteCalls& calls) { return calls.FindClose(7); }},
+    {"CeFindAllFiles", [](RemoteCalls& calls) { return calls.FindAllFiles("\\T\\*").has_value(); }},
+    {"CeGetVersionEx", [](RemoteCalls& calls) { return calls.GetVersionEx().has_value(); }},
+};
+
+/// Version 2 has no status word; how a handheld tells that it did not run a call is not known.
+TEST(CallErrors, ErrorCodeAloneInVersion2IsTheErrorAndTheConnectionStays) {
+  const std::pair<const char*, std::uint32_t> refusals[] = {{"04000000 05000000", 5U},
+                                                            {"04000000 05000780", 0x80070005U}};
+  for (const AnyCall& call : kCalls) {
+    for (const auto& [reply, lastError] : refusals) {
+      ScriptedCalls script(kV2, {reply, "08000000 00000000 01000000"});
+      EXPECT_FALSE(call.succeeds(script.Calls())) << call.name;
+      EXPECT_EQ(script.Calls().Error(), static_cast<std::int32_t>(0x80070005)) << call.name;
+      EXPECT_EQ(script.Calls().LastError(), lastError) << call.name;
+      EXPECT_TRUE(script.Calls().CloseHandle(8)) << call.name << ": the next reply is in step";
+      EXPECT_EQ(script.Calls().Error(), 0) << call.name;
+    }
+  }
+}
+
+TEST(CallErrors, ErrorCodeAndZeroInVersion2IsAFailedCall) {
+  for (const AnyCall& call : kCalls) {
+    ScriptedCalls script(kV2, {"08000000 78000000 00000000", "08000000 00000000 01000000"});
+    EXPECT_FALSE(call.succeeds(script.Calls())) << call.name;
+    EXPECT_EQ(script.Calls().Error(), 0) << call.name;
+    EXPECT_EQ(script.Calls().LastError(), 120U) << call.name;
+    EXPECT_TRUE(script.Calls().CloseHandle(8)) << call.name;
+  }
+}
+
 TEST(CallErrors, UnknownBytesAtTheEndAreIgnored) {
   ScriptedCalls script(kV2, {"0b000000 00000000 01000000 aabbcc", "08000000 00000000 01000000"});
   EXPECT_TRUE(script.Calls().CloseHandle(7));
@@ -293,6 +352,7 @@ TEST(CallErrors, RepliesThatMakeNoSenseEndTheConnection) {
            "04000000 02000000",                                        // no such status
            "04000000 01000000",                                        // no HRESULT
            "08000000 00000000 00000000",                               // no value
+           "08000000 00000000 05000000",                               //
            "0c000000 00000000 00000000 01000000",                      // no count
            "14000000 00000000 00000000 01000000 05000000 48454c4c",    // fewer bytes than the count
            "15000000 00000000 00000000 01000000 05000000 48454c4c4f",  // more bytes than asked for

@@ -185,8 +185,8 @@ std::uint32_t WireRapi::CeGetFileSize(RapiHandle file) {
     const std::optional<OpenHandle> open = Find(file, HandleKind::File);
     if (!open) return rapi::kNoFileSize;
     const std::optional<std::uint32_t> size = calls.GetFileSize(open->number);
-    // How this request looks in version 2 is known from one place only.
-    const bool mayBeMisread = !size && calls.Error() == 0 && calls.Version() == MessageVersion::V2;
+    // How this request looks in version 2 is known from one place only, so the handheld may have misread it.
+    const bool mayBeMisread = !size && calls.IsUsable() && calls.Version() == MessageVersion::V2;
     return mayBeMisread ? SizeByName(calls, open->path) : size.value_or(rapi::kNoFileSize);
   });
 }

@@ -305,6 +305,18 @@ TEST_F(WireTest, WhatIsOpenIsClosedBeforeTheEnd) {
   EXPECT_EQ(end.get(), 0);
 }
 
+TEST_F(WireTest, SearchThatIsOpenIsClosedBeforeTheEnd) {
+  ConnectA();
+  auto find = InBackground([&] { return rapi_->CeFindFirstFile("\\a"); });
+  calls_.Expect("12000000 00000000 01000000 03000000 5c006100 0000");
+  calls_.Send("0c000000 00000000 00000000 d0a20100");
+  EXPECT_NE(find.get(), kInvalidRapiHandle);
+  auto end = InBackground([&] { return rapi_->CeRapiUninit(); });
+  calls_.Expect("08000000 02000000 d0a20100");
+  calls_.Send("0c000000 00000000 00000000 01000000");
+  EXPECT_EQ(end.get(), 0);
+}
+
 // ---- Family B
 
 TEST_F(WireTest, HandheldOfFamilyBIsCalledByDatagramAndBringsItsConnection) {
@@ -386,18 +398,43 @@ TEST_F(WireTest, HandheldLockedOnItsScreenIsWaitedForWithoutALimit) {
   EXPECT_EQ(Result(), 0);
 }
 
-TEST_F(WireTest, PasswordOfFamilyBGoesToTheControlConnectionOnly) {
+TEST_F(WireTest, PasswordOfFamilyBGoesToTheControlConnectionOnlyWithoutItsNulOrWithIt) {
   options_.password = [] { return std::string("1234"); };
-  Start();
-  control_ = Call(Family::B);
-  control_.Send(PlayedHandheld::RecordB("5a7e0000"));
-  auto result = InBackground([&] { return Result(); });
-  control_.Expect("0800 6b5a685a695a6e5a");
-  control_.Send("0100");
-  control_.Expect("01000000 05000000 04000000 01000000");
-  calls_ = Call(Family::B);
-  calls_.Send("01000000");
-  EXPECT_EQ(result.get(), 0);
+  const std::pair<std::optional<PasswordEnd>, const char*> cases[] = {
+      {std::nullopt, "0800 6b5a685a695a6e5a"},
+      {PasswordEnd::None, "0800 6b5a685a695a6e5a"},
+      {PasswordEnd::Nul, "0a00 6b5a685a695a6e5a5a5a"},
+  };
+  for (const auto& [end, sent] : cases) {
+    options_.passwordEnd = end;
+    rapi_ = std::make_unique<WireRapi>(options_);
+    Start();
+    control_ = Call(Family::B);
+    control_.Send(PlayedHandheld::RecordB("5a7e0000"));
+    auto result = InBackground([&] { return Result(); });
+    control_.Expect(sent);
+    control_.Send("0100");
+    control_.Expect("01000000 05000000 04000000 01000000");
+    calls_ = Call(Family::B);
+    calls_.Send("01000000");
+    EXPECT_EQ(result.get(), 0) << sent;
+  }
+}
+
+TEST_F(WireTest, HandheldOfFamilyBThatRefusesThePasswordMayLeaveOrStay) {
+  options_.password = [] { return std::string("1234"); };
+  for (const bool leaves : {true, false}) {
+    rapi_ = std::make_unique<WireRapi>(options_);
+    Start();
+    control_ = Call(Family::B);
+    control_.Send(PlayedHandheld::RecordB("5a7e0000"));
+    auto result = InBackground([&] { return Result(); });
+    control_.Expect("0800 6b5a685a695a6e5a");
+    control_.Send("0000");
+    if (leaves) control_.ShutDown();
+    EXPECT_EQ(result.get(), kWrongPassword) << leaves;
+    control_.ExpectEnd();
+  }
 }
 
 // ---- Versions of the messages
@@ -428,6 +465,21 @@ TEST_F(WireTest, UntriedSystemThatDoesNotUnderstandIsAFailedStart) {
   EXPECT_EQ(result.get(), kFailed);
 }
 
+TEST_F(WireTest, UntriedSystemWhoseVersionOfTheMessagesIsSetIsNotAsked) {
+  options_.messages = MessageVersion::V2;
+  Start();
+  control_ = Call(Family::A);
+  std::string record = PlayedHandheld::kRecordA;
+  record.replace(record.find("0414"), 4, "0600");
+  control_.Send(record);
+  calls_ = handheld_.AcceptCalls();
+  EXPECT_EQ(Result(), 0);
+  auto find = InBackground([&] { return rapi_->CeFindFirstFile("\\a"); });
+  calls_.Expect("0e000000 11000000 06000000 5c006100 0000");
+  calls_.Send("08000000 00000000 d0a20100");
+  EXPECT_NE(find.get(), kInvalidRapiHandle);
+}
+
 TEST_F(WireTest, VersionOfTheMessagesCanBeSet) {
   options_.messages = MessageVersion::V2;
   ConnectA();
@@ -437,23 +489,99 @@ TEST_F(WireTest, VersionOfTheMessagesCanBeSet) {
   EXPECT_NE(find.get(), kInvalidRapiHandle);
 }
 
-TEST_F(WireTest, SizeThatVersion2DoesNotTellIsTakenFromTheFindRecord) {
-  options_.messages = MessageVersion::V2;
-  ConnectA();
-  auto open = InBackground([&] { return rapi_->CeCreateFile("\\a", 0x80000000, 1, 1, 3, 0x80); });
-  calls_.Expect("22000000 16000000 06000000 5c006100 0000 00000080 01000000 03000000 80000000 00000000");
-  calls_.Send("08000000 00000000 c0a20100");
-  const RapiHandle file = open.get();
-  auto size = InBackground([&] { return rapi_->CeGetFileSize(file); });
-  calls_.Expect("0c000000 2e000000 c0a20100 00000000");
-  calls_.Send("08000000 57000000 ffffffff");
-  calls_.Expect("0e000000 11000000 06000000 5c006100 0000");
-  calls_.Send("38000000 00000000 d0a20100 2c000000" + std::string(64, '0') + "05000000 42000001 61000000");
-  calls_.Expect("08000000 13000000 d0a20100");
-  calls_.Send("08000000 00000000 01000000");
-  EXPECT_EQ(size.get(), 5U);
+class WireVersion2 : public WireTest {
+ protected:
+  void SetUp() override {
+    options_.messages = MessageVersion::V2;
+    ConnectA();
+    auto open = InBackground([&] { return rapi_->CeCreateFile("\\a", 0x80000000, 1, 1, 3, 0x80); });
+    calls_.Expect(kOpen);
+    calls_.Send("08000000 00000000 c0a20100");
+    file_ = open.get();
+  }
+  void TearDown() override { calls_.Close(); }
+  /// Runs a call whose request is this and whose reply is that.
+  template <typename ACall>
+  auto Played(ACall call, const std::string& request, const std::string& reply) {
+    auto result = InBackground(call);
+    calls_.Expect(request);
+    calls_.Send(reply);
+    return result.get();
+  }
+
+  static constexpr const char* kOpen =
+      "22000000 16000000 06000000 5c006100 0000 00000080 01000000 03000000 80000000 00000000";
+  static constexpr const char* kFind = "0e000000 11000000 06000000 5c006100 0000";
+  static constexpr const char* kAskSize = "0c000000 2e000000 c0a20100 00000000";
+  RapiHandle file_ = 0;
+};
+
+TEST_F(WireVersion2, SizeThatIsNotToldIsTakenFromTheFindRecord) {
+  for (const char* reply : {"08000000 57000000 ffffffff", "08000000 57000000 00000000", "04000000 57000000"}) {
+    auto size = InBackground([&] { return rapi_->CeGetFileSize(file_); });
+    calls_.Expect(kAskSize);
+    calls_.Send(reply);
+    calls_.Expect(kFind);
+    calls_.Send("38000000 00000000 d0a20100 2c000000" + std::string(64, '0') + "05000000 42000001 61000000");
+    calls_.Expect("08000000 13000000 d0a20100");
+    calls_.Send("08000000 00000000 01000000");
+    EXPECT_EQ(size.get(), 5U) << reply;
+    EXPECT_EQ(rapi_->CeRapiGetError(), 0) << reply;
+  }
+}
+
+TEST_F(WireVersion2, SizeThatTheFindRecordDoesNotTellEitherIsNone) {
+  auto size = InBackground([&] { return rapi_->CeGetFileSize(file_); });
+  calls_.Expect(kAskSize);
+  calls_.Send("04000000 57000000");
+  calls_.Expect(kFind);
+  calls_.Send("04000000 05000000");
+  EXPECT_EQ(size.get(), rapi::kNoFileSize);
+  EXPECT_EQ(rapi_->CeRapiGetError(), kLocked);
+}
+
+TEST_F(WireVersion2, CallsRefusedWithAnErrorCodeAloneFailWithItsResult) {
+  const char* alone = "04000000 05000000";
+  const auto expectRefused = [&](const char* name) {
+    EXPECT_EQ(rapi_->CeRapiGetError(), kLocked) << name;
+    EXPECT_EQ(rapi_->CeGetLastError(), 5U) << name;
+  };
+  const RapiHandle found = Played([&] { return rapi_->CeFindFirstFile("\\a"); }, kFind, "08000000 00000000 d0a20100");
+  std::uint32_t count = 9;
+
+  EXPECT_EQ(Played([&] { return rapi_->CeFindFirstFile("\\a"); }, kFind, alone), kInvalidRapiHandle);
+  expectRefused("CeFindFirstFile");
+  EXPECT_EQ(Played([&] { return rapi_->CeCreateFile("\\a", 0x80000000, 1, 1, 3, 0x80); }, kOpen, alone),
+            kInvalidRapiHandle);
+  expectRefused("CeCreateFile");
+  Bytes out(5);
+  EXPECT_EQ(Played([&] { return rapi_->CeReadFile(file_, out, count); }, "0c000000 17000000 c0a20100 05000000", alone),
+            0);
+  EXPECT_EQ(count, 0U);
+  expectRefused("CeReadFile");
+  EXPECT_EQ(Played(
+                [&] {
+                  return rapi_->CeWriteFile(file_, Bytes{'H', 'i'}, count);
+                },
+                "0e000000 18000000 c0a20100 02000000 4869", alone),
+            0);
+  EXPECT_EQ(count, 0U);
+  expectRefused("CeWriteFile");
+  EXPECT_EQ(Played([&] { return rapi_->CeCloseHandle(file_); }, "08000000 19000000 c0a20100", alone), 0);
+  expectRefused("CeCloseHandle");
+  EXPECT_EQ(Played([&] { return rapi_->CeFindClose(found); }, "08000000 13000000 d0a20100", alone), 0);
+  expectRefused("CeFindClose");
+}
+
+TEST_F(WireVersion2, CallsAreInStepAfterARefusal) {
+  Played([&] { return rapi_->CeFindFirstFile("\\a"); }, kFind, "04000000 05000000");
+  std::uint32_t count = 0;
+  Bytes out(2);
+  EXPECT_EQ(Played([&] { return rapi_->CeReadFile(file_, out, count); }, "0c000000 17000000 c0a20100 02000000",
+                   "0e000000 00000000 01000000 02000000 4869"),
+            1);
+  EXPECT_EQ(out, (Bytes{'H', 'i'}));
   EXPECT_EQ(rapi_->CeRapiGetError(), 0);
-  calls_.Close();
 }
 
 // ---- Who may call

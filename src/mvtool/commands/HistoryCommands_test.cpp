@@ -111,6 +111,17 @@ TEST_F(HistoryCommandTest, RunsAreListedNewestFirst) {
             "overruled 8  can be undone: PC, 1 table of the handheld\n");
 }
 
+TEST_F(HistoryCommandTest, WithoutRunsThatIsSaidAndJsonIsEmpty) {
+  settings_.Put("General", "DBPath", "/home/kim/cars");
+  EXPECT_EQ(Run({"runs"}), kSucceeded) << err_;
+  EXPECT_EQ(out_, "No run of \"/home/kim/cars/Motorva.db\" is kept yet.\n");
+  EXPECT_EQ(Run({"runs", "--json"}), kSucceeded) << err_;
+  EXPECT_EQ(out_, "");
+  settings_.Put("History", "Keep", "0");
+  EXPECT_EQ(Run({"runs"}), kSucceeded) << err_;
+  EXPECT_EQ(out_, "No run of \"/home/kim/cars/Motorva.db\" is kept: Keep of [History] is 0.\n");
+}
+
 TEST_F(HistoryCommandTest, RunThatFailedSaysWhy) {
   RunRecord record = *world_.folder.Read(run_);
   record.status = 2;
@@ -155,12 +166,6 @@ TEST_F(HistoryCommandTest, HostileCountsDoNotOverflowTheSums) {
   world_.folder.Write(run_, record);
   EXPECT_EQ(Run({"runs", "--json"}), kSucceeded);
   EXPECT_NE(out_.find("\"desktop\":{\"added\":1099511627776,\"changed\":0,\"deleted\":0}"), out_.npos) << out_;
-}
-
-TEST_F(HistoryCommandTest, WithoutHistoryNothingIsListed) {
-  settings_.Put("General", "DBPath", "C:\\Other");
-  EXPECT_EQ(Run({"runs"}), kSucceeded);
-  EXPECT_EQ(out_, "");
 }
 
 // --- restore --------------------------------------------------------------------------------------------------------

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <ostream>
 
+#include "base/Text.h"
 #include "history/RunList.h"
 #include "json/Json.h"
 #include "mvtool/commands/Command.h"
@@ -137,11 +138,17 @@ void PrintJson(const RunEntry& run, std::ostream& out) {
 }
 
 void Runs(const Arguments& arguments, ToolContext& context) {
-  const UserSetup setup(context);
+  UserSetup setup(context);
   const std::string& database = setup.Names().DesktopDBPath;
   const history::HistoryFolder folder(context.files, database);
-  for (const RunEntry& run : ListRuns(context.files, folder, database)) {
-    arguments.Has("--json") ? PrintJson(run, context.out) : PrintLine(run, context.out);
+  const bool asJson = arguments.Has("--json");
+  const std::vector<RunEntry> runs = ListRuns(context.files, folder, database);
+  if (runs.empty() && !asJson) {
+    const char* why = setup.Limits().keep == 0 ? ": Keep of [History] is 0" : " yet";
+    context.out << "No run of \"" << ShownPath(database) << "\" is kept" << why << ".\n";
+  }
+  for (const RunEntry& run : runs) {
+    asJson ? PrintJson(run, context.out) : PrintLine(run, context.out);
   }
 }
 

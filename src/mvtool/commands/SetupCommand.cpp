@@ -104,7 +104,7 @@ std::string DatabasePath(const platform::FileSystem& files, const std::string& t
 std::string UsualDatabase(SettingsStore& store, const ToolContext& context, const Settings& stored) {
   const bool isSet = store.GetSetting(kSettingsApplication, "PPC_Mobile", "DesktopDBPath").has_value() ||
                      store.GetSetting(kSettingsApplication, "General", "DBPath").has_value();
-  return isSet || context.files.FileExists(stored.DesktopDBPath) ? stored.DesktopDBPath : std::string();
+  return isSet || context.files.FileExists(stored.DesktopDBPath) ? ShownPath(stored.DesktopDBPath) : std::string();
 }
 
 std::string UsualWay(SettingsStore& store, const ToolContext& context) {

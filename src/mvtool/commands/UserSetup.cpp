@@ -1,6 +1,7 @@
 #include "mvtool/commands/UserSetup.h"
 
 #include "base/Error.h"
+#include "base/Text.h"
 #include "platform/System.h"
 
 namespace mv::tool {
@@ -69,8 +70,8 @@ UserSetup::NoRuns UserSetup::KeepRunsAway() {
     none.log =
         context_.files.Open(log, platform::Access::Write, platform::Disposition::OpenExisting, platform::Sharing::Read);
   } catch (const Error& error) {
-    if (error.Number() != errors::kPermissionDenied) throw At("\"" + log + "\"", error);
-    throw Failure("a run is going on, or another program has \"" + log + "\" open");
+    if (error.Number() != errors::kPermissionDenied) throw At("\"" + ShownPath(log) + "\"", error);
+    throw Failure("a run is going on, or another program has \"" + ShownPath(log) + "\" open");
   }
   return none;
 }

@@ -22,10 +22,6 @@ using history::RowSet;
 
 constexpr const char* kSubject = "database";
 
-std::string Shown(const std::string& path) {
-  return '"' + path + '"';
-}
-
 std::optional<Diagnosis> MissingDatabase(const platform::FileSystem& files, const std::string& database) {
   if (!files.FileExists(database)) {
     return Broken(kSubject, "there is no " + Shown(database),

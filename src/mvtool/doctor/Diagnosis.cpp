@@ -4,6 +4,8 @@
 #include <iterator>
 #include <utility>
 
+#include "base/Text.h"
+
 namespace mv::tool {
 
 std::string_view NameOf(Level level) {
@@ -16,6 +18,10 @@ std::string_view NameOf(Level level) {
       return "failure";
   }
   return {};
+}
+
+std::string Shown(const std::string& path) {
+  return '"' + ShownPath(path) + '"';
 }
 
 std::string LineOf(const Diagnosis& diagnosis) {

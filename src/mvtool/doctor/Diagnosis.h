@@ -22,6 +22,9 @@ struct Diagnosis {
   friend bool operator==(const Diagnosis&, const Diagnosis&) = default;
 };
 
+/// A path in quotes, as people read it.
+std::string Shown(const std::string& path);
+
 /// "warning  database: it has 3 notes; "mvtool check" shows them".
 std::string LineOf(const Diagnosis& diagnosis);
 

@@ -11,6 +11,10 @@ TEST(DiagnosisTest, ALineSaysHowBadItIsWhatAndWhatToDo) {
   EXPECT_EQ(LineOf(Broken("log", "it is gone", "make one")), "failure  log: it is gone; make one");
 }
 
+TEST(DiagnosisTest, PathsAreShownWithOneSeparatorInQuotes) {
+  EXPECT_EQ(Shown("/home/kim/cars\\_20"), "\"/home/kim/cars/_20\"");
+}
+
 TEST(DiagnosisTest, LevelsAreCounted) {
   const Diagnoses diagnoses = {Well("a", "b"), Broken("c", "d", "e"), Broken("f", "g", "h")};
   EXPECT_EQ(CountOf(diagnoses, Level::Ok), 1u);

@@ -12,10 +12,6 @@ namespace {
 
 constexpr const char* kSubject = "handheld";
 
-std::string Shown(const std::string& path) {
-  return '"' + path + '"';
-}
-
 /// Reads the whole file; returns the names of its fields and adds its records to `records`.
 std::vector<std::string> FieldsOf(const Bytes& content, std::size_t& records) {
   OneFileSystem files(content);

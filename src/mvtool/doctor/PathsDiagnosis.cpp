@@ -16,10 +16,6 @@ namespace {
 constexpr std::uint64_t kMegabyte = std::uint64_t{1} << 20;
 constexpr const char* kRights = "check your rights to it, or choose another place in the settings";
 
-std::string Shown(const std::string& path) {
-  return '"' + path + '"';
-}
-
 /// Without the separator at its end.
 std::string FolderOf(const std::string& path) {
   const std::size_t length = FolderLength(path);

@@ -75,7 +75,7 @@ Diagnosis DiagnoseAutoStart(const platform::FileSystem& files, const Settings& s
   const std::string program = ProgramIn(*registered);
   if (program.empty()) return Well(subject, *registered);
   if (!files.FileExists(program)) {
-    return Doubtful(subject, "it starts \"" + program + "\", which is not there",
+    return Doubtful(subject, "it starts " + Shown(program) + ", which is not there",
                     "install the program into that folder, or turn auto-start off");
   }
   const std::string wanted = std::string(kModeSwitch) + std::to_string(settings.SyncMode);

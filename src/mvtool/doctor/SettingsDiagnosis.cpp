@@ -18,7 +18,7 @@ std::string ShownName(const std::string& section, const std::string& key) {
   return "[" + section + "] " + key;
 }
 
-std::string Shown(const std::string& text) {
+std::string Quoted(const std::string& text) {
   return '"' + text + '"';
 }
 
@@ -35,9 +35,9 @@ std::optional<std::string> DerivedPath(const Settings& settings, std::string_vie
 std::string ValueText(SettingsStore& store, const KnownSetting& known, const std::optional<Settings>& settings,
                       const std::string& programFolder) {
   if (const auto stored = store.GetSetting(kSettingsApplication, known.section, known.key)) {
-    return Shown(*stored) + " (stored)";
+    return Quoted(*stored) + " (stored)";
   }
-  if (known.missing != nullptr) return Shown(known.missing) + " (default)";
+  if (known.missing != nullptr) return Quoted(known.missing) + " (default)";
   if (std::string_view(known.key) == "DBPath") return Shown(programFolder) + " (default: beside the program)";
   const auto path = settings ? DerivedPath(*settings, known.key) : std::nullopt;
   if (!path) return "not set";

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <system_error>
@@ -146,8 +147,15 @@ Outcome ConnectResult(const Socket& socket) {
   return code == 0 ? Outcome() : FailedWith(code);
 }
 
-Outcome Send(const Socket& socket, ByteView data) {
-  return OutcomeOf(::send(Descriptor(socket), data.data(), data.size(), MSG_NOSIGNAL));
+Outcome Send(const Socket& socket, std::span<const ByteView> pieces) {
+  std::array<iovec, kMostPieces> places = {};
+  msghdr message = {};
+  message.msg_iov = places.data();
+  message.msg_iovlen = std::min(pieces.size(), places.size());
+  for (std::size_t i = 0; i < message.msg_iovlen; ++i) {
+    places[i] = {const_cast<std::uint8_t*>(pieces[i].data()), pieces[i].size()};  // sending only reads
+  }
+  return OutcomeOf(::sendmsg(Descriptor(socket), &message, MSG_NOSIGNAL));
 }
 
 Outcome Receive(const Socket& socket, ByteSpan out, ByteSpan behind) {

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <string>
 
@@ -16,7 +17,7 @@ namespace mv::platform::calls {
 namespace {
 
 constexpr int kBacklog = 16;
-/// How many bytes a single call is given: its count is an int.
+/// How many bytes a single call is given: some take their count as an int.
 constexpr std::size_t kLongestPiece = 1U << 20;
 
 SOCKET Native(const Socket& socket) {
@@ -204,8 +205,18 @@ Outcome ConnectResult(const Socket& socket) {
   return code == 0 ? Outcome() : FailedWith(code);
 }
 
-Outcome Send(const Socket& socket, ByteView data) {
-  return OutcomeOf(::send(Native(socket), reinterpret_cast<const char*>(data.data()), PieceLength(data.size()), 0));
+Outcome Send(const Socket& socket, std::span<const ByteView> pieces) {
+  std::array<WSABUF, kMostPieces> places = {};
+  DWORD used = 0;
+  for (std::size_t room = kLongestPiece; used < std::min(pieces.size(), places.size()) && room > 0; ++used) {
+    const ByteView piece = pieces[used].first(std::min(pieces[used].size(), room));
+    places[used] = {static_cast<ULONG>(piece.size()),
+                    reinterpret_cast<CHAR*>(const_cast<std::uint8_t*>(piece.data()))};  // sending only reads
+    room -= piece.size();
+  }
+  DWORD count = 0;
+  const int failed = ::WSASend(Native(socket), places.data(), used, &count, 0, nullptr, nullptr);
+  return failed != 0 ? FailedWith(::WSAGetLastError()) : Outcome{{}, count};
 }
 
 Outcome Receive(const Socket& socket, ByteSpan out, ByteSpan behind) {
@@ -295,7 +306,8 @@ Outcome OpenWakeUp(Socket& receiver, Socket& sender) {
 
 void SendWakeUp(const Socket& sender) {
   const std::uint8_t signal = 1;
-  Send(sender, {&signal, 1});
+  const ByteView bytes(&signal, 1);
+  Send(sender, {&bytes, 1});
 }
 
 void DrainWakeUp(const Socket& receiver) {

@@ -1,5 +1,7 @@
 #include "ui/qt/Text.h"
 
+#include "base/Text.h"
+
 namespace mv::qt {
 
 QString Lines(const std::string& text) {
@@ -7,7 +9,7 @@ QString Lines(const std::string& text) {
 }
 
 QString ShownPath(const std::string& path) {
-  return Text(path).replace(QLatin1Char('\\'), QLatin1Char('/'));
+  return Text(mv::ShownPath(path));
 }
 
 std::string KeptPath(const QString& shown) {
