@@ -66,6 +66,8 @@ class Table {
 
   /// Error 3021 for a row that is not live.
   std::vector<Value> ReadRow(RowId row) const;
+  /// The same into `values`; the memory of what they held is used again.
+  void ReadRow(RowId row, std::vector<Value>& values) const;
   /// Fills `values`, one for each column, with those of the columns that hold no long values; the memory of what they
   /// held is used again. Error 3021 for a row that is not live.
   void ReadShortValues(RowId row, std::vector<Value>& values) const;
