@@ -85,13 +85,15 @@ std::int64_t Table::Count() const {
 }
 
 std::vector<Value> Table::ReadRow(RowId row) const {
-  const RowLayout::Row parsed = layout_.Parse(rows_.Read(row));
   std::vector<Value> values;
-  values.reserve(definition_.columns.size());
-  for (std::size_t column = 0; column < definition_.columns.size(); ++column) {
-    values.push_back(CellValue(parsed, column));
-  }
+  ReadRow(row, values);
   return values;
+}
+
+void Table::ReadRow(RowId row, std::vector<Value>& values) const {
+  const RowLayout::Row parsed = layout_.Parse(rows_.Read(row));
+  values.resize(definition_.columns.size());
+  for (std::size_t column = 0; column < values.size(); ++column) ReadCell(parsed, column, values[column]);
 }
 
 void Table::ReadShortValues(RowId row, std::vector<Value>& values) const {

@@ -66,6 +66,8 @@ class Table {
 
   /// Error 3021 for a row that is not live.
   std::vector<Value> ReadRow(RowId row) const;
+  /// The same into `values`; the memory of what they held is used again.
+  void ReadRow(RowId row, std::vector<Value>& values) const;
   /// Fills `values`, one for each column, with those of the columns that hold no long values; the memory of what they
   /// held is used again. Error 3021 for a row that is not live.
   void ReadShortValues(RowId row, std::vector<Value>& values) const;
@@ -98,12 +100,13 @@ class Table {
   /// Pages kept while walking through a table: 16 MiB.
   static constexpr std::size_t kMostPages = 4096;
 
-  /// A row on its way to a page.
+  /// A row on its way to a page. One is used for all statements, for its memory.
   struct Draft {
     std::vector<Bytes> bytes;                            ///< cells made anew, by position
     std::vector<std::optional<ByteView>> cells;          ///< all cells, viewing `bytes` or the old row
     std::vector<std::optional<LongValues::Plan>> plans;  ///< long values made anew
     std::size_t fixedArea = 0;
+    Bytes row;  ///< the finished row
   };
   /// Memory for comparisons.
   struct Scratch {
@@ -129,14 +132,14 @@ class Table {
   void RequireRelationsKept() const;
   void RequireWritable(std::size_t index) const;
   void RequireAllWritable() const;
-  Value CheckedValue(std::size_t column, const Value& value) const;
+  Value CheckedValue(std::size_t column, Value value) const;
   void SetCell(Draft& draft, std::size_t column, Value& value) const;
-  Draft EmptyDraft();
-  Draft DraftOf(const RowLayout::Row& row);
+  Draft& EmptyDraft();
+  Draft& DraftOf(const RowLayout::Row& row);
   void MoveOutLongValues(Draft& draft) const;
   void CheckSize(const Draft& draft) const;
   void CheckRules(const RowLayout::Row& oldRow, const std::vector<std::optional<Value>>& changed) const;
-  Bytes FinishRow(Draft& draft);
+  ByteView FinishRow(Draft& draft);
   void RemoveLongValue(const RowLayout::Row& row, std::size_t column);
   std::size_t FixedAreaOfNewRows();
 
@@ -172,6 +175,7 @@ class Table {
   std::vector<std::vector<std::size_t>> keyPositions_;  ///< columns of each index, by position
   std::vector<std::size_t> relatedColumns_;             ///< positions of the columns that relations connect, ascending
   std::optional<std::size_t> fixedAreaOfNewRows_;
+  Draft draft_;              ///< of the statement under way, until its row is on a page
   bool sharesMaps_ = false;  ///< the definition names one map twice, or one of the file's own maps
 
   std::uint64_t changes_ = 0;

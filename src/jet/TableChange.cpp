@@ -64,14 +64,15 @@ RowId Table::Insert(std::vector<Value> values) {
   if (values.size() != definition_.columns.size()) throw StandardError(errors::kRecordsetArgument);
   RequireAllWritable();
   DrawAutonumbers(values);
-  Draft draft = EmptyDraft();
+  Draft& draft = EmptyDraft();
   for (std::size_t column = 0; column < values.size(); ++column) {
-    values[column] = CheckedValue(column, values[column]);
+    values[column] = CheckedValue(column, std::move(values[column]));
     SetCell(draft, column, values[column]);
   }
   CheckSize(draft);
   ruleCheck_.Check([&](std::size_t column) { return values[column]; }, [](std::size_t) { return true; });
   std::vector<IndexKey> keys;
+  keys.reserve(trees_.size());
   for (std::size_t index = 0; index < trees_.size(); ++index) {
     keys.push_back(KeyOf(definition_, definition_.indexData[index], values));
     CheckKey(index, keys[index], std::nullopt);
@@ -95,7 +96,7 @@ void Table::Update(RowId row, std::span<const std::size_t> columns, std::span<co
   const ByteView stored = rows_.Read(row);
   const Bytes oldBytes(stored.begin(), stored.end());
   const RowLayout::Row oldRow = layout_.Parse(oldBytes);
-  Draft draft = DraftOf(oldRow);
+  Draft& draft = DraftOf(oldRow);
   std::vector<std::optional<Value>> changed(definition_.columns.size());
   Scratch scratch;
   for (std::size_t i = 0; i < columns.size(); ++i) {
@@ -188,14 +189,14 @@ void Table::RequireAllWritable() const {
 }
 
 /// The value as its column holds it, or the error that says why it cannot.
-Value Table::CheckedValue(std::size_t position, const Value& value) const {
+Value Table::CheckedValue(std::size_t position, Value value) const {
   const Column& column = definition_.columns[position];
   if (IsNull(value)) {
     if (column.type == ColumnType::Boolean) return false;
     if (rules_.columns[position].required) throw RequiredError(definition_, column);
     return value;
   }
-  Value converted = Naming(definition_, column, [&] { return ConvertedTo(DataTypeOf(column.type), value); });
+  Value converted = Naming(definition_, column, [&] { return ConvertedTo(DataTypeOf(column.type), std::move(value)); });
   const auto* text = std::get_if<std::string>(&converted);
   const bool isText = column.type == ColumnType::Text || column.type == ColumnType::Memo;
   if (isText && text->empty() && !rules_.columns[position].allowZeroLength) throw ZeroLengthError(definition_, column);
@@ -225,18 +226,17 @@ void Table::SetCell(Draft& draft, std::size_t position, Value& value) const {
   draft.cells[position] = bytes;
 }
 
-Table::Draft Table::EmptyDraft() {
+Table::Draft& Table::EmptyDraft() {
   const std::size_t columns = definition_.columns.size();
-  Draft draft;
-  draft.bytes.resize(columns);
-  draft.cells.resize(columns);
-  draft.plans.resize(columns);
-  draft.fixedArea = FixedAreaOfNewRows();
-  return draft;
+  draft_.bytes.resize(columns);
+  draft_.cells.assign(columns, std::nullopt);
+  draft_.plans.assign(columns, std::nullopt);
+  draft_.fixedArea = FixedAreaOfNewRows();
+  return draft_;
 }
 
-Table::Draft Table::DraftOf(const RowLayout::Row& row) {
-  Draft draft = EmptyDraft();
+Table::Draft& Table::DraftOf(const RowLayout::Row& row) {
+  Draft& draft = EmptyDraft();
   draft.fixedArea = std::max(draft.fixedArea, layout_.FixedAreaLike(row));
   for (std::size_t column = 0; column < draft.cells.size(); ++column) draft.cells[column] = layout_.Cell(row, column);
   return draft;
@@ -399,8 +399,8 @@ std::vector<Table::KeyChange> Table::KeyChanges(const RowLayout::Row& oldRow, Ro
 void Table::AddEntry(std::size_t index, const IndexKey& key, RowId row) {
   if (!HasEntry(index, key)) return;
   const bool isUnique = definition_.indexData[index].IsUnique() && !key.allNull;
-  const bool isNewKey = isUnique || !trees_[index].Find(key.bytes);
-  trees_[index].Insert(key.bytes, row);
+  if (isUnique) trees_[index].Insert(key.bytes, row);
+  const bool isNewKey = isUnique || trees_[index].InsertAndTell(key.bytes, row);
   if (isNewKey) AddToDistinctKeys(file_, definition_, index, 1);
 }
 
@@ -448,16 +448,15 @@ void Table::FollowRelations(RowChange change) {
 
 // Storing.
 
-/// Puts the long values on their pages and builds the row's bytes.
-Bytes Table::FinishRow(Draft& draft) {
+/// Puts the long values on their pages and builds the row's bytes, which lie in the draft.
+ByteView Table::FinishRow(Draft& draft) {
   for (std::size_t column = 0; column < draft.plans.size(); ++column) {
     if (!draft.plans[column]) continue;
     draft.bytes[column] = longValues_[column]->Store(*draft.plans[column]);
     draft.cells[column] = draft.bytes[column];
   }
-  Bytes row;
-  layout_.Write(draft.cells, draft.fixedArea, row);
-  return row;
+  layout_.Write(draft.cells, draft.fixedArea, draft.row);
+  return draft.row;
 }
 
 void Table::RemoveLongValue(const RowLayout::Row& row, std::size_t column) {

@@ -90,6 +90,34 @@ TEST(Table, EveryTypeReadsBackAsStored) {
   }
 }
 
+TEST(Table, RowIsReadIntoTheValuesOfAnotherRow) {
+  JetDatabase database;
+  Table& table = database.Add(AllTypes());
+  const RowId full = table.Insert(OneOfEach());
+  const RowId empty = table.Insert(std::vector<Value>(OneOfEach().size()));
+  std::vector<Value> values = {Text("of another table")};
+  table.ReadRow(full, values);
+  EXPECT_EQ(values, OneOfEach());
+  table.ReadRow(empty, values);
+  EXPECT_EQ(values, AllNull());
+  table.ReadRow(full, values);
+  EXPECT_EQ(values, OneOfEach());
+}
+
+TEST(Table, StatementThatFailedLeavesNothingInTheNextRow) {
+  JetDatabase database;
+  Table& table = database.Add(AllTypes().Text("required", 20).PrimaryKey("required"));
+  std::vector<Value> values = OneOfEach();
+  values.push_back(Null());
+  EXPECT_EQ(ErrorNumberOf([&] { table.Insert(values); }), errors::kJetConstraint);
+  values = std::vector<Value>(OneOfEach().size());
+  values.push_back(Text("a"));
+  const RowId row = table.Insert(values);
+  std::vector<Value> wanted = AllNull();
+  wanted.push_back(Text("a"));
+  EXPECT_EQ(table.ReadRow(row), wanted);
+}
+
 TEST(Table, ValuesOfOtherTypesAreConvertedToTheColumns) {
   JetDatabase database;
   Table& table = database.Add(JetTable("T")

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "base/Ascii.h"
 #include "base/Error.h"
 #include "base/NumberText.h"
 #include "base/Utf.h"
@@ -21,6 +22,11 @@ constexpr std::size_t kMostShown = 60;
 [[noreturn]] void FailAt(JsonPosition position, const std::string& message) {
   throw Failure("line " + std::to_string(position.line) + ", column " + std::to_string(position.column) + ": " +
                 message);
+}
+
+/// Whether one of the eight bytes of `word` is zero.
+constexpr bool HasZeroByte(std::uint64_t word) {
+  return ((word - 0x0101010101010101) & ~word & 0x8080808080808080) != 0;
 }
 
 /// Few enough to compare each name with each other one.
@@ -73,57 +79,68 @@ class CountingIterator {
   std::size_t* taken_;
 };
 
-/// Builds the value of what the library reports. The library tells neither where a value stands nor how a number was
+}  // namespace
+
+/// Fills a value with what the library reports. The library tells neither where a value stands nor how a number was
 /// written: both come from the text, with the help of how much of it the library has taken.
-class Reader : public Library::json_sax_t {
+///
+/// What the value held before is written over, not thrown away first: names, texts and lists keep their memory, and
+/// lines of one form, which come by the thousand, are read without allocating.
+class JsonReader final {
  public:
-  Reader(std::string_view text, std::size_t firstLine) : text_(text) {
+  JsonReader(std::string_view text, std::size_t firstLine, Json& root) : text_(text), root_(root) {
     position_.line = firstLine;
     if (text.starts_with(kByteOrderMark)) tokenEnd_ = counted_ = kByteOrderMark.size();
   }
 
-  Json Read() {
+  void Read() {
     const char* const begin = text_.data();
     Library::sax_parse(CountingIterator(begin, taken_), CountingIterator(begin + text_.size(), taken_), this);
     // For the library a zero character is the end of the text.
     const std::size_t zero = text_.find('\0');
     if (zero != std::string_view::npos) FailAt(PositionOf(zero), "nothing may follow the value");
-    return std::move(root_);
   }
 
-  bool null() override { return AddScalar(nullptr); }
-  bool boolean(bool value) override { return AddScalar(value); }
-  bool number_integer(std::int64_t) override { return Attach(TakeNumber()); }
-  bool number_unsigned(std::uint64_t) override { return Attach(TakeNumber()); }
-  bool number_float(double, const std::string&) override { return Attach(TakeNumber()); }
-  bool string(std::string& value) override { return AddScalar(std::move(value)); }
+  // What the library calls.
+
+  bool null() {
+    NextScalar().content_ = nullptr;
+    return true;
+  }
+  bool boolean(bool value) {
+    NextScalar().content_ = value;
+    return true;
+  }
+  bool number_integer(std::int64_t) { return TakeNumber(Next()); }
+  bool number_unsigned(std::uint64_t) { return TakeNumber(Next()); }
+  bool number_float(double, const std::string&) { return TakeNumber(Next()); }
+  bool string(const std::string& value) {
+    ContentAs<std::string>(NextScalar()) = value;
+    return true;
+  }
   /// Other formats than JSON have such values.
-  bool binary(Library::binary_t&) override { return false; }
-  bool start_object(std::size_t) override {
-    Json::Object members;
-    members.reserve(usualMembers_);
-    return Open(std::move(members));
-  }
-  bool start_array(std::size_t) override { return Open(Json::Array()); }
-  bool end_array() override { return Close(); }
+  bool binary(const Library::binary_t&) { return false; }
+  bool start_object(std::size_t) { return Open<Json::Object>(); }
+  bool start_array(std::size_t) { return Open<Json::Array>(); }
+  bool end_array() { return Close<Json::Array>(); }
 
-  bool end_object() override {
-    const auto& members = std::get<Json::Object>(open_.back().content);
-    RefuseRepeatedNames(members);
-    usualMembers_ = members.size();
-    return Close();
+  bool end_object() {
+    Close<Json::Object>();
+    RefuseRepeatedNames(*closed_->As<Json::Object>());
+    return true;
   }
 
-  bool key(std::string& name) override {
-    open_.back().name = std::move(name);
+  bool key(const std::string& name) {
+    NextElement(std::get<Json::Object>(open_.back().json->content_)).name = name;
     tokenEnd_ = taken_;
     return true;
   }
 
   /// `charactersRead` counts the one that is wrong, and the end of the text as one.
-  bool parse_error(std::size_t charactersRead, const std::string&, const Library::exception& error) override {
+  bool parse_error(std::size_t charactersRead, const std::string&, const Library::exception& error) {
     if (dynamic_cast<const Library::out_of_range*>(&error) != nullptr) {
-      const Json number = TakeNumber();
+      Json number;
+      TakeNumber(number);
       number.Fail(number.Shown() + " is out of range");
     }
     const std::string message = MessageOf(error);
@@ -136,13 +153,12 @@ class Reader : public Library::json_sax_t {
 
  private:
   static constexpr std::string_view kMarks = "[]{}:,";
-  static constexpr std::string_view kBetweenValues = " \t\r\n:,";
-  static constexpr std::string_view kOfNumbers = "+-.0123456789Ee";
+  static constexpr std::uint64_t kLineFeeds = 0x0A0A0A0A0A0A0A0A;
 
+  /// An array or object whose end has not come.
   struct Container {
-    JsonPosition position;
-    Json::Content content;  ///< an array or an object
-    std::string name;       ///< of the member whose value is being read
+    Json* json = nullptr;
+    std::size_t used = 0;  ///< elements or members that were read; those behind them are of an earlier value
   };
 
   /// What the library found wrong, without its own counting of the place and without the text, which may be anything.
@@ -153,11 +169,47 @@ class Reader : public Library::json_sax_t {
     return std::string(message.substr(0, message.find("; last read")));
   }
 
+  static bool IsBetweenValues(char character) {
+    switch (character) {
+      case ' ':
+      case '\t':
+      case '\r':
+      case '\n':
+      case ':':
+      case ',':
+        return true;
+      default:
+        return false;
+    }
+  }
+
+  static bool IsOfNumber(char character) {
+    switch (character) {
+      case '+':
+      case '-':
+      case '.':
+      case 'E':
+      case 'e':
+        return true;
+      default:
+        return character >= '0' && character <= '9';
+    }
+  }
+
   /// Where the value, name or bracket behind the last one begins.
-  std::size_t TokenStart() const { return std::min(text_.find_first_not_of(kBetweenValues, tokenEnd_), text_.size()); }
+  std::size_t TokenStart() const {
+    std::size_t start = tokenEnd_;
+    while (start < text_.size() && IsBetweenValues(text_[start])) ++start;
+    return start;
+  }
 
   /// Offsets must not descend from call to call.
   JsonPosition PositionOf(std::size_t offset) {
+    for (std::uint64_t word = 0; counted_ + sizeof(word) <= offset; counted_ += sizeof(word)) {
+      std::memcpy(&word, text_.data() + counted_, sizeof(word));
+      if (AsciiBytesIn(word) != sizeof(word) || HasZeroByte(word ^ kLineFeeds)) break;
+      position_.column += sizeof(word);
+    }
     for (; counted_ < offset; ++counted_) {
       const auto byte = static_cast<unsigned char>(text_[counted_]);
       if (byte == '\n') {
@@ -170,42 +222,66 @@ class Reader : public Library::json_sax_t {
     return position_;
   }
 
-  bool AddScalar(Json::Content content) {
-    const JsonPosition position = PositionOf(TokenStart());
+  /// The value's content, as one of the type T.
+  template <typename T>
+  static T& ContentAs(Json& json) {
+    if (auto* const content = std::get_if<T>(&json.content_)) return *content;
+    return json.content_.emplace<T>();
+  }
+
+  /// The place of the next value, which keeps what it held.
+  Json& Next() {
+    if (open_.empty()) return root_;
+    Container& container = open_.back();
+    if (auto* const members = std::get_if<Json::Object>(&container.json->content_)) {
+      return (*members)[container.used - 1].value;
+    }
+    return NextElement(std::get<Json::Array>(container.json->content_));
+  }
+
+  /// The place of the innermost container's next element.
+  template <typename Elements>
+  typename Elements::value_type& NextElement(Elements& elements) {
+    const std::size_t at = open_.back().used++;
+    return at < elements.size() ? elements[at] : elements.emplace_back();
+  }
+
+  Json& NextScalar() {
+    Json& json = Next();
+    json.position_ = PositionOf(TokenStart());
     tokenEnd_ = taken_;
-    return Attach(Json(std::move(content), position));
+    return json;
   }
 
   /// The library knows of a number's end by the character behind it, so that its count is of no use here.
-  Json TakeNumber() {
+  bool TakeNumber(Json& json) {
     const std::size_t start = TokenStart();
-    tokenEnd_ = std::min(text_.find_first_not_of(kOfNumbers, start), text_.size());
-    return Json(JsonNumber{std::string(text_.substr(start, tokenEnd_ - start))}, PositionOf(start));
+    tokenEnd_ = start;
+    while (tokenEnd_ < text_.size() && IsOfNumber(text_[tokenEnd_])) ++tokenEnd_;
+    json.position_ = PositionOf(start);
+    ContentAs<JsonNumber>(json).text.assign(text_, start, tokenEnd_ - start);
+    return true;
   }
 
-  bool Open(Json::Content content) {
+  template <typename T>
+  bool Open() {
     const JsonPosition position = PositionOf(TokenStart());
     if (open_.size() == kMaxJsonDepth) FailAt(position, "nested too deep");
-    open_.push_back({position, std::move(content), {}});
+    Json& json = Next();
+    json.position_ = position;
+    ContentAs<T>(json);
+    open_.push_back({&json});
     tokenEnd_ = taken_;
     return true;
   }
 
+  template <typename T>
   bool Close() {
-    Container container = std::move(open_.back());
+    const Container container = open_.back();
+    std::get<T>(container.json->content_).resize(container.used);
+    closed_ = container.json;
     open_.pop_back();
     tokenEnd_ = taken_;
-    return Attach(Json(std::move(container.content), container.position));
-  }
-
-  bool Attach(Json value) {
-    if (open_.empty()) {
-      root_ = std::move(value);
-    } else if (auto* const elements = std::get_if<Json::Array>(&open_.back().content)) {
-      elements->push_back(std::move(value));
-    } else {
-      std::get<Json::Object>(open_.back().content).push_back({std::move(open_.back().name), std::move(value)});
-    }
     return true;
   }
 
@@ -215,17 +291,14 @@ class Reader : public Library::json_sax_t {
   std::size_t counted_ = 0;   ///< characters that position_ has counted
   JsonPosition position_;
   std::vector<Container> open_;
-  std::size_t usualMembers_ = 0;  ///< of the object that ended last; the next one mostly has as many
-  Json root_;
+  const Json* closed_ = nullptr;  ///< the container that ended last
+  Json& root_;
 };
+
+namespace {
 
 bool IsEscaped(char character) {
   return static_cast<unsigned char>(character) < 0x20 || character == '"' || character == '\\';
-}
-
-/// Whether one of the eight bytes of `word` is zero.
-constexpr bool HasZeroByte(std::uint64_t word) {
-  return ((word - 0x0101010101010101) & ~word & 0x8080808080808080) != 0;
 }
 
 /// Whether one of the eight bytes of `word` is escaped in a text; may be wrong about bytes beside such a one.
@@ -378,8 +451,14 @@ void Json::Fail(const std::string& message) const {
   FailAt(position_, message);
 }
 
+void ReadJson(std::string_view text, Json& value, std::size_t firstLine) {
+  JsonReader(text, firstLine, value).Read();
+}
+
 Json ParseJson(std::string_view text, std::size_t firstLine) {
-  return Reader(text, firstLine).Read();
+  Json value;
+  ReadJson(text, value, firstLine);
+  return value;
 }
 
 JsonName::JsonName(std::string_view name) : text_(Quoted(name) + ':') {}

@@ -67,6 +67,8 @@ class Json {
   [[noreturn]] void Fail(const std::string& message) const;
 
  private:
+  friend class JsonReader;
+
   Content content_;  ///< at first the null
   JsonPosition position_;
 };
@@ -80,6 +82,8 @@ struct Json::Member {
 /// line in messages. Throws Failure with line and column for anything that RFC 8259 does not allow, for malformed
 /// UTF-8, unpaired surrogates, repeated member names, numbers too large for a double and nesting below kMaxJsonDepth.
 Json ParseJson(std::string_view text, std::size_t firstLine = 1);
+/// The same into `value`, whose memory is used again; after a failure it holds anything.
+void ReadJson(std::string_view text, Json& value, std::size_t firstLine = 1);
 
 /// A name of members as a text has it, for names that are written by the thousand.
 class JsonName {

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <iosfwd>
-#include <optional>
 #include <string>
 
 #include "json/Json.h"
@@ -16,9 +15,9 @@ class JsonLines {
   /// The stream must outlive the reader.
   explicit JsonLines(std::istream& in) : in_(in) {}
 
-  /// The next value; nothing at the end. Failure with line and column for a line that is not one JSON value, and when
-  /// the stream cannot be read.
-  std::optional<Json> Next();
+  /// The next value, good until the next call; null at the end. Failure with line and column for a line that is not one
+  /// JSON value, and when the stream cannot be read.
+  const Json* Next();
 
   /// Number of the line that was read last, from 1.
   std::size_t Number() const { return number_; }
@@ -26,6 +25,7 @@ class JsonLines {
  private:
   std::istream& in_;
   std::string line_;
+  Json value_;
   std::size_t number_ = 0;
 };
 

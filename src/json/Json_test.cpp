@@ -16,6 +16,22 @@ std::string MessageFor(std::string_view text) {
   return "accepted";
 }
 
+std::string PlaceOf(const Json& json) {
+  return std::to_string(json.Position().line) + ":" + std::to_string(json.Position().column);
+}
+
+/// All of a value, with the places of its parts.
+std::string Dump(const Json& json) {
+  std::string text = json.Shown() + "@" + PlaceOf(json);
+  if (const auto* const elements = json.As<Json::Array>()) {
+    for (const Json& element : *elements) text += "[" + Dump(element) + "]";
+  }
+  if (const auto* const members = json.As<Json::Object>()) {
+    for (const Json::Member& member : *members) text += "{" + member.name + ":" + Dump(member.value) + "}";
+  }
+  return text;
+}
+
 TEST(JsonRead, ScalarsOfEachKindAreRead) {
   EXPECT_TRUE(ParseJson("null").IsNull());
   EXPECT_TRUE(ParseJson(" true ").Boolean());
@@ -198,17 +214,59 @@ TEST(JsonRead, ZeroCharacterDoesNotEndTheText) {
 
 TEST(JsonRead, ValuesRememberWhereTheyStood) {
   const Json object = ParseJson("\xEF\xBB\xBF{\"\xC3\xA9\" : [ 12,\n\t-3.5 ,true, {}],\n\"b\":\"x\"}");
-  const auto place = [](const Json& json) {
-    return std::to_string(json.Position().line) + ":" + std::to_string(json.Position().column);
-  };
   const Json& array = object.At("\xC3\xA9");
-  EXPECT_EQ(place(object), "1:1");
-  EXPECT_EQ(place(array), "1:8");
-  EXPECT_EQ(place(array.Elements()[0]), "1:10");
-  EXPECT_EQ(place(array.Elements()[1]), "2:2");
-  EXPECT_EQ(place(array.Elements()[2]), "2:8");
-  EXPECT_EQ(place(array.Elements()[3]), "2:14");
-  EXPECT_EQ(place(object.At("b")), "3:5");
+  EXPECT_EQ(PlaceOf(object), "1:1");
+  EXPECT_EQ(PlaceOf(array), "1:8");
+  EXPECT_EQ(PlaceOf(array.Elements()[0]), "1:10");
+  EXPECT_EQ(PlaceOf(array.Elements()[1]), "2:2");
+  EXPECT_EQ(PlaceOf(array.Elements()[2]), "2:8");
+  EXPECT_EQ(PlaceOf(array.Elements()[3]), "2:14");
+  EXPECT_EQ(PlaceOf(object.At("b")), "3:5");
+}
+
+TEST(JsonRead, ColumnsCountCharactersBehindLongTexts) {
+  const Json json = ParseJson("[\"a text without end\",1,\n\"\u00e9t\u00e9 \u20ac et plus tard\",\"0123456\",2]");
+  const Json::Array& elements = json.Elements();
+  EXPECT_EQ(PlaceOf(elements[1]), "1:23");
+  EXPECT_EQ(PlaceOf(elements[2]), "2:1");
+  EXPECT_EQ(PlaceOf(elements[3]), "2:22");
+  EXPECT_EQ(PlaceOf(elements[4]), "2:32");
+}
+
+TEST(JsonRead, ValueThatIsReadIntoIsAsIfItWereNew) {
+  const std::vector<std::string> texts = {
+      R"({"a":"text","b":[1,2,3],"c":{"d":null,"e":true}})",
+      R"({"a":12.50,"b":[{"x":[]}]})",
+      R"({"b":"other","a":[[],["p"],"q",7],"c":false,"z":{"d":[1],"e":{}}})",
+      R"(["a",{"b":"c"}])",
+      R"("scalar")",
+      R"(1e5)",
+      R"({})",
+      R"([null, true, "", 0, {"a":1,"b":{"c":[[["deep"]]]}}])",
+      R"(null)",
+  };
+  for (const std::string& before : texts) {
+    for (const std::string& text : texts) {
+      Json value = ParseJson(before);
+      ReadJson(text, value, 3);
+      EXPECT_EQ(Dump(value), Dump(ParseJson(text, 3))) << before;
+    }
+  }
+}
+
+TEST(JsonRead, ValueWhoseReadingFailedCanBeReadIntoAgain) {
+  Json value = ParseJson(R"({"a":[1,{"b":2}],"c":"d"})");
+  EXPECT_THROW(ReadJson(R"({"a":[{"b":"x","y":[)", value), Error);
+  EXPECT_THROW(ReadJson(R"({"a":1,"a":2})", value), Error);
+  ReadJson(R"({"a":[3]})", value);
+  EXPECT_EQ(Dump(value), Dump(ParseJson(R"({"a":[3]})")));
+}
+
+TEST(JsonRead, NamesOfAnEarlierValueAreNotRepeatedOnes) {
+  Json value = ParseJson(R"({"a":1,"b":2,"c":3})");
+  ReadJson(R"({"b":1})", value);
+  EXPECT_EQ(value.Members().size(), 1u);
+  EXPECT_EQ(value.At("b").Number().text, "1");
 }
 
 TEST(JsonRead, WrongCharactersAreNotRepeatedInTheMessage) {

@@ -46,6 +46,8 @@ constexpr std::uint8_t kTextEnd = 0x00;
 constexpr std::uint8_t kMoreGroups = 0x09;
 constexpr std::size_t kGroupSize = 8;
 constexpr std::size_t kLongestKey = 510;
+/// Few keys are longer, so that one is built in one piece of memory.
+constexpr std::size_t kUsualKey = 64;
 
 constexpr SortOrder kGeneral = {0x0409, 0, 0};
 
@@ -245,6 +247,7 @@ void AppendKey(Bytes& key, const Column& column, const Value& value, bool ascend
 
 IndexKey KeyOf(const TableDefinition& table, const IndexData& index, std::span<const Value> values) {
   IndexKey key;
+  key.bytes.reserve(kUsualKey);
   for (const IndexData::KeyColumn& part : index.columns) {
     const std::optional<std::size_t> position = table.PositionOf(part.columnId);
     if (!position || *position >= values.size()) {

@@ -27,41 +27,55 @@ std::uint64_t Bit(std::size_t position) {
   return std::uint64_t{1} << (position % kBitsPerWord);
 }
 
+Marks LoadMarks(const Page& page) {
+  std::array<std::uint8_t, kMarkWords * sizeof(std::uint64_t)> bytes{};
+  std::memcpy(bytes.data(), page.data() + kEndMarksOffset, kEndMarksSize);
+  Marks marks;
+  for (std::size_t i = 0; i < kMarkWords; ++i) {
+    marks[i] = LoadLittle<std::uint64_t>(bytes.data() + i * sizeof(std::uint64_t));
+  }
+  marks.back() &= kLastWordMask;
+  return marks;
+}
+
 void StoreMarks(Page& page, const Marks& marks) {
   std::array<std::uint8_t, kMarkWords * sizeof(std::uint64_t)> bytes;
   for (std::size_t i = 0; i < kMarkWords; ++i) StoreLittle(bytes.data() + i * sizeof(std::uint64_t), marks[i]);
   std::memcpy(page.data() + kEndMarksOffset, bytes.data(), kEndMarksSize);
 }
 
-/// Takes out the bits behind `position`, from the word of `position` on; the bits up to it stay.
-Marks TakeBehind(Marks& marks, std::size_t position) {
-  Marks taken{};
+/// Bits `distance` (below 64) up: those of `low` that come over, and those of `high` that stay.
+std::uint64_t Joined(std::uint64_t low, std::uint64_t high, std::size_t distance) {
+  return distance == 0 ? high : high << distance | low >> (kBitsPerWord - distance);
+}
+
+/// Moves the bits behind `position` up, those up to it stay. The last one comes to stand at `end`.
+void ShiftUp(Marks& marks, std::size_t position, std::size_t distance, std::size_t end) {
+  const std::size_t words = distance / kBitsPerWord;
+  const std::size_t bits = distance % kBitsPerWord;
   const std::size_t first = position / kBitsPerWord;
-  taken[first] = marks[first] & ~MaskUpTo(position);
-  marks[first] &= MaskUpTo(position);
-  for (std::size_t i = first + 1; i < kMarkWords; ++i) {
-    taken[i] = marks[i];
-    marks[i] = 0;
+  const std::uint64_t kept = marks[first] & MaskUpTo(position);
+  marks[first] &= ~MaskUpTo(position);
+  for (std::size_t i = end / kBitsPerWord; i > first + words; --i) {
+    marks[i] = Joined(marks[i - words - 1], marks[i - words], bits);
   }
-  return taken;
+  marks[first + words] = marks[first] << bits;
+  for (std::size_t i = first; i < first + words; ++i) marks[i] = 0;
+  marks[first] |= kept;
 }
 
-void AddShiftedUp(Marks& marks, const Marks& bits, std::size_t distance) {
+/// Moves the bits behind `position` + `distance` down; those behind `position` that they come upon are gone.
+void ShiftDown(Marks& marks, std::size_t position, std::size_t distance) {
   const std::size_t words = distance / kBitsPerWord;
-  const std::size_t rest = distance % kBitsPerWord;
-  for (std::size_t i = words; i < kMarkWords; ++i) {
-    marks[i] |= bits[i - words] << rest;
-    if (rest != 0 && i > words) marks[i] |= bits[i - words - 1] >> (kBitsPerWord - rest);
+  const std::size_t bits = distance % kBitsPerWord;
+  const std::size_t first = position / kBitsPerWord;
+  const std::uint64_t kept = marks[first] & MaskUpTo(position);
+  const auto wordAt = [&](std::size_t i) { return i < kMarkWords ? marks[i] : 0; };
+  for (std::size_t i = first; i < kMarkWords; ++i) {
+    const std::uint64_t low = wordAt(i + words);
+    marks[i] = bits == 0 ? low : low >> bits | wordAt(i + words + 1) << (kBitsPerWord - bits);
   }
-}
-
-void AddShiftedDown(Marks& marks, const Marks& bits, std::size_t distance) {
-  const std::size_t words = distance / kBitsPerWord;
-  const std::size_t rest = distance % kBitsPerWord;
-  for (std::size_t i = words; i < kMarkWords; ++i) {
-    marks[i - words] |= bits[i] >> rest;
-    if (rest != 0 && i + 1 < kMarkWords) marks[i - words] |= bits[i + 1] << (kBitsPerWord - rest);
-  }
+  marks[first] = (marks[first] & ~MaskUpTo(position)) | kept;
 }
 
 /// Negative, zero or positive as `left` is below, equal to or above `right`; a beginning is below the whole.
@@ -99,6 +113,10 @@ RowId EntryBytes::Row() const {
   return RowId::FromWord(LoadBig<std::uint32_t>(bytes_.data() + size_ - kRowAddressSize));
 }
 
+bool EntryBytes::StartsWith(ByteView beginning) const {
+  return jet::StartsWith(View(), beginning);
+}
+
 ByteView EntryList::operator[](std::size_t index) const {
   return ByteView(bytes_).subspan(StartOf(index), Size(index, index + 1));
 }
@@ -133,7 +151,7 @@ std::size_t EntryRange::StoredSize(std::size_t prefix) const {
 }
 
 IndexPageView::IndexPageView(const PageFile& file, PageNumber number, PageNumber owner)
-    : page_(file.Read(number)), number_(number), used_(MarkUpTo(kEntryAreaSize)) {
+    : page_(file.Read(number)), number_(number), used_(LastMark()) {
   const PageKind kind = KindOf(page_);
   if (kind != PageKind::IndexLeaf && kind != PageKind::IndexNode) Damaged("is no index page");
   if (Word(kIndexOwnerOffset) != owner) Damaged("belongs to another table");
@@ -159,6 +177,21 @@ std::uint64_t IndexPageView::MarkWord(std::size_t index) const {
   return index + 1 == kMarkWords ? word & kLastWordMask : word;
 }
 
+/// The last end mark of all; 0 when there is none. Half of a page's marks may have to be looked through for it.
+std::size_t IndexPageView::LastMark() const {
+  constexpr std::size_t kStep = 4;
+  static_assert((kMarkWords - 1) % kStep == 0);
+  if (MarkWord(kMarkWords - 1) != 0) return MarkUpTo(kEntryAreaSize);
+  const auto wordAt = [marks = page_.data() + kEndMarksOffset](std::size_t i) {
+    return LoadLittle<std::uint64_t>(marks + i * sizeof(std::uint64_t));
+  };
+  std::size_t words = kMarkWords - 1;
+  while (words > 0 && (wordAt(words - 1) | wordAt(words - 2) | wordAt(words - 3) | wordAt(words - 4)) == 0) {
+    words -= kStep;
+  }
+  return words == 0 ? 0 : MarkUpTo(words * kBitsPerWord - 1);
+}
+
 /// The last end mark that is not behind `position`; 0 when there is none, which is where the first entry begins.
 std::size_t IndexPageView::MarkUpTo(std::size_t position) const {
   std::size_t index = position / kBitsPerWord;
@@ -180,10 +213,6 @@ std::size_t IndexPageView::EndOf(std::size_t at) const {
   const std::size_t end = MarkBehind(at);
   if (end == 0) Damaged("has an entry without an end");
   return end;
-}
-
-std::size_t IndexPageView::LastStart() const {
-  return MarkUpTo(Used() - 1);
 }
 
 std::size_t IndexPageView::IndexOf(std::size_t at) const {
@@ -275,6 +304,13 @@ void IndexPage::SetPrefixLength(std::size_t length) {
   StoreLittle(bytes_.data() + kIndexPrefixOffset, static_cast<std::uint16_t>(length));
 }
 
+template <typename Change>
+void IndexPage::ChangeMarks(Change change) {
+  Marks marks = LoadMarks(page_);
+  change(marks);
+  StoreMarks(bytes_, marks);
+}
+
 /// Moves the bytes from `at` on up and puts `bytes` there, whose last one ends an entry.
 void IndexPage::InsertBytes(std::size_t at, ByteView bytes) {
   const std::size_t used = Used();
@@ -282,13 +318,11 @@ void IndexPage::InsertBytes(std::size_t at, ByteView bytes) {
   std::memmove(gap + bytes.size(), gap, used - at);
   std::memcpy(gap, bytes.data(), bytes.size());
 
-  Marks marks;
-  for (std::size_t i = 0; i < kMarkWords; ++i) marks[i] = MarkWord(i);
-  const Marks behind = TakeBehind(marks, at);
-  AddShiftedUp(marks, behind, bytes.size());
   const std::size_t end = at + bytes.size();
-  marks[end / kBitsPerWord] |= Bit(end);
-  StoreMarks(bytes_, marks);
+  ChangeMarks([&](Marks& marks) {
+    ShiftUp(marks, at, bytes.size(), used + bytes.size());
+    marks[end / kBitsPerWord] |= Bit(end);
+  });
   StoreUsed(used + bytes.size());
 }
 
@@ -300,12 +334,10 @@ void IndexPage::EraseBytes(std::size_t start, std::size_t end) {
   std::memmove(area + start, area + end, used - end);
   std::memset(area + left, 0, used - left);
 
-  Marks marks;
-  for (std::size_t i = 0; i < kMarkWords; ++i) marks[i] = MarkWord(i);
-  marks[end / kBitsPerWord] &= ~Bit(end);
-  const Marks behind = TakeBehind(marks, start);
-  AddShiftedDown(marks, behind, end - start);
-  StoreMarks(bytes_, marks);
+  ChangeMarks([&](Marks& marks) {
+    marks[end / kBitsPerWord] &= ~Bit(end);
+    ShiftDown(marks, start, end - start);
+  });
   StoreUsed(left);
 }
 

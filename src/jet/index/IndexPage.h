@@ -73,6 +73,7 @@ class EntryBytes {
   /// The parts of a leaf entry.
   ByteView Key() const { return View().first(size_ - kRowAddressSize); }
   RowId Row() const;
+  bool StartsWith(ByteView beginning) const;
   /// The parts of a node entry.
   ByteView KeyAndRow() const { return View().first(size_ - kChildSize); }
 
@@ -142,7 +143,9 @@ class IndexPageView {
   bool IsEmpty() const { return used_ == 0; }
   std::size_t EndOf(std::size_t at) const;
   /// Where the last entry begins. Needs !IsEmpty().
-  std::size_t LastStart() const;
+  std::size_t LastStart() const { return StartBefore(Used()); }
+  /// Where the entry in front of `at` begins. Needs at > 0.
+  std::size_t StartBefore(std::size_t at) const { return MarkUpTo(at - 1); }
   /// How many entries begin before `at`.
   std::size_t IndexOf(std::size_t at) const;
 
@@ -163,6 +166,7 @@ class IndexPageView {
  protected:
   std::uint32_t Word(std::size_t offset) const { return LoadLittle<std::uint32_t>(page_.data() + offset); }
   std::uint64_t MarkWord(std::size_t index) const;
+  std::size_t LastMark() const;
   std::size_t MarkUpTo(std::size_t position) const;
   std::size_t MarkBehind(std::size_t position) const;
   ByteView Area() const { return ByteView(page_).subspan(kEntriesOffset); }
@@ -206,6 +210,9 @@ class IndexPage : public IndexPageView {
   void Store(EntryRange entries, std::size_t prefix);
   void StoreUsed(std::size_t used);
   void SetPrefixLength(std::size_t length);
+
+  template <typename Change>
+  void ChangeMarks(Change change);
 
   Page& bytes_;  ///< the page of the base class, to change
 };

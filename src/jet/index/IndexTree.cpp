@@ -21,8 +21,12 @@ constexpr std::size_t kMaxDepth = kHighestIndexLevel + std::size_t{1};
 template <typename LargerPart>
 std::size_t Balanced(std::size_t first, std::size_t last, LargerPart largerPart) {
   std::size_t best = first;
+  std::size_t smallest = largerPart(first);
   for (std::size_t place = first + 1; place < last; ++place) {
-    if (largerPart(place) < largerPart(best)) best = place;
+    const std::size_t size = largerPart(place);
+    if (size >= smallest) continue;
+    best = place;
+    smallest = size;
   }
   return best;
 }
@@ -96,12 +100,14 @@ class IndexTree::Path {
 
   struct Step {
     PageNumber page = 0;
-    std::size_t at = kTail;  ///< where the entry begins whose child comes next; meaningless in the last step
+    /// Where the entry begins whose child comes next; in the leaf, where the entry that was sought stands or would.
+    std::size_t at = kTail;
   };
 
   /// The leaf's place in the path; 0 when the root is a leaf.
   std::size_t LeafDepth() const { return size_ - 1; }
   PageNumber Leaf() const { return steps_[size_ - 1].page; }
+  std::size_t PlaceInLeaf() const { return steps_[size_ - 1].at; }
   const Step& operator[](std::size_t depth) const { return steps_[depth]; }
 
   void Append(Step step) {
@@ -181,11 +187,11 @@ IndexTree::Path IndexTree::PathTo(ByteView entry) const {
   PageNumber page = root_;
   while (true) {
     const IndexPageView view = View(page);
+    const std::size_t at = view.LowerBound(entry);
     if (view.IsLeaf()) {
-      path.Append({page});
+      path.Append({page, at});
       return path;
     }
-    const std::size_t at = view.LowerBound(entry);
     const bool isBehind = at == view.Used();
     path.Append({page, isBehind ? Path::kTail : at});
     if (!view.HasTail()) path.NoteMissingTail();
@@ -252,11 +258,10 @@ template <typename Visitor>
 void IndexTree::VisitKey(ByteView key, Visitor visit) const {
   if (key.size() > kLongestPageKey) return;
   const EntryBytes lowest(key, RowId{});
-  const PageNumber leaf = PathTo(lowest.View()).Leaf();
-  VisitEntries(leaf, View(leaf).LowerBound(lowest.View()), [&](const EntryBytes& entry) {
+  const Path path = PathTo(lowest.View());
+  VisitEntries(path.Leaf(), path.PlaceInLeaf(), [&](const EntryBytes& entry) {
     // Longer keys that begin with this one may stand among its entries.
-    const ByteView bytes = entry.View();
-    if (bytes.size() < key.size() || !std::equal(key.begin(), key.end(), bytes.begin())) return false;
+    if (!entry.StartsWith(key)) return false;
     return entry.Key().size() != key.size() || visit(entry.Row());
   });
 }
@@ -281,8 +286,8 @@ std::vector<RowId> IndexTree::FindAll(ByteView key, std::size_t most) const {
 
 std::vector<IndexTree::Entry> IndexTree::FindBeginning(ByteView beginning) const {
   std::vector<Entry> entries;
-  const PageNumber leaf = PathTo(beginning).Leaf();
-  VisitEntries(leaf, View(leaf).LowerBound(beginning), [&](const EntryBytes& entry) {
+  const Path path = PathTo(beginning);
+  VisitEntries(path.Leaf(), path.PlaceInLeaf(), [&](const EntryBytes& entry) {
     const ByteView key = entry.Key();
     const bool beginsSo = key.size() >= beginning.size() && std::equal(beginning.begin(), beginning.end(), key.begin());
     if (beginsSo) entries.push_back({Bytes(key.begin(), key.end()), entry.Row()});
@@ -302,18 +307,61 @@ bool IndexTree::FindByRow(RowId row, EntryBytes& found) const {
 }
 
 void IndexTree::Insert(ByteView key, RowId row) {
+  const EntryBytes entry = EntryToInsert(key, row);
+  Path path = PathToChange(entry.View());
+  InsertAt(path, entry.View());
+}
+
+bool IndexTree::InsertAndTell(ByteView key, RowId row) {
+  const EntryBytes entry = EntryToInsert(key, row);
+  Path path = PathToChange(entry.View());
+  const std::optional<bool> hasKey = HasKeyBeside(path, key);
+  const bool isNewKey = hasKey ? !*hasKey : !Find(key);
+  InsertAt(path, entry.View());
+  return isNewKey;
+}
+
+EntryBytes IndexTree::EntryToInsert(ByteView key, RowId row) {
   if (key.size() > kLongestKey) {
     throw UnsupportedError("an index key of more than " + std::to_string(kLongestKey) + " bytes");
   }
-  const EntryBytes entry(key, row);
-  Path path = PathTo(entry.View());
-  PrepareChange(path, entry.View());
+  return EntryBytes(key, row);
+}
+
+/// The path to an entry's place in a leaf, its nodes ready for changes.
+IndexTree::Path IndexTree::PathToChange(ByteView entry) {
+  Path path = PathTo(entry);
+  PrepareChange(path, entry);
+  return path;
+}
+
+/// Whether an entry beside the place that the path leads to, where one with this key is to go, has the same key;
+/// nothing when the leaf alone does not tell.
+std::optional<bool> IndexTree::HasKeyBeside(const Path& path, ByteView key) const {
+  const IndexPageView leaf = View(path.Leaf());
+  const std::size_t at = path.PlaceInLeaf();
+  const bool isLast = at == leaf.Used();
+  if (at == 0 || (isLast && !path.IsRightmost(path.LeafDepth()))) return std::nullopt;
+  EntryBytes entry;
+  for (const std::size_t beside : {leaf.StartBefore(at), at}) {
+    if (beside == leaf.Used()) continue;
+    leaf.ReadEntry(beside, entry);
+    if (!entry.StartsWith(key)) continue;
+    // A longer key that begins with this one: the entries of this one may lie behind it.
+    if (entry.Key().size() != key.size()) return std::nullopt;
+    return true;
+  }
+  return false;
+}
+
+/// Adds an entry where the path leads.
+void IndexTree::InsertAt(Path& path, ByteView entry) {
   IndexPage leaf = Edit(path.Leaf());
-  const std::size_t at = leaf.LowerBound(entry.View());
-  if (leaf.Holds(at, entry.View())) DamagedTree(root_, "has an entry for a row that is new");
-  const std::optional<Overfull> overfull = Overfull::Insert(leaf, at, entry.View());
+  const std::size_t at = path.PlaceInLeaf();
+  if (leaf.Holds(at, entry)) DamagedTree(root_, "has an entry for a row that is new");
+  const std::optional<Overfull> overfull = Overfull::Insert(leaf, at, entry);
   if (!overfull) return;
-  Split split = SplitLeaf(path, *overfull);
+  const Split split = SplitLeaf(path, *overfull);
   PassUp(path, path.LeafDepth(), split);
 }
 
@@ -402,11 +450,9 @@ bool IndexTree::Remove(ByteView key, RowId row) {
   if (key.size() <= kLongestPageKey) {
     const EntryBytes entry(key, row);
     Path path = PathTo(entry.View());
-    const IndexPageView leaf = View(path.Leaf());
-    const std::size_t at = leaf.LowerBound(entry.View());
-    if (leaf.Holds(at, entry.View())) {
+    if (View(path.Leaf()).Holds(path.PlaceInLeaf(), entry.View())) {
       PrepareChange(path, entry.View());
-      RemoveAt(path, at);
+      RemoveAt(path);
       return true;
     }
   }
@@ -414,15 +460,15 @@ bool IndexTree::Remove(ByteView key, RowId row) {
   if (!FindByRow(row, entry)) return false;
   Path path = PathTo(entry.View());
   PrepareChange(path, entry.View());
-  const IndexPageView leaf = View(path.Leaf());
-  const std::size_t at = leaf.LowerBound(entry.View());
-  if (!leaf.Holds(at, entry.View())) DamagedTree(root_, "has entries out of order");
-  RemoveAt(path, at);
+  if (!View(path.Leaf()).Holds(path.PlaceInLeaf(), entry.View())) DamagedTree(root_, "has entries out of order");
+  RemoveAt(path);
   return true;
 }
 
-void IndexTree::RemoveAt(Path& path, std::size_t at) {
+/// Removes the entry that the path leads to.
+void IndexTree::RemoveAt(Path& path) {
   IndexPage leaf = Edit(path.Leaf());
+  const std::size_t at = path.PlaceInLeaf();
   const bool wasLast = leaf.EndOf(at) == leaf.Used();
   leaf.Remove(at);
   if (leaf.IsEmpty()) return RemoveEmptyPages(path);

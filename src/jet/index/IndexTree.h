@@ -34,6 +34,8 @@ class IndexTree {
   /// Adds an entry. Needs that it is not there; DamagedFileError when it is. UnsupportedError for a key of more than
   /// kLongestKey bytes.
   void Insert(ByteView key, RowId row);
+  /// The same; returns true when no other row had an entry with this key.
+  bool InsertAndTell(ByteView key, RowId row);
   /// Removes an entry. When the key is not there under this row, looks through the leaves for the row's address and
   /// removes that entry. Returns false when the row has no entry at all.
   bool Remove(ByteView key, RowId row);
@@ -69,6 +71,11 @@ class IndexTree {
   void VisitKey(ByteView key, Visitor visit) const;
   bool FindByRow(RowId row, EntryBytes& found) const;
 
+  static EntryBytes EntryToInsert(ByteView key, RowId row);
+  Path PathToChange(ByteView entry);
+  std::optional<bool> HasKeyBeside(const Path& path, ByteView key) const;
+  void InsertAt(Path& path, ByteView entry);
+
   Split SplitLeaf(Path& path, const Overfull& leaf);
   Split SplitNode(Path& path, std::size_t depth, const Overfull& node);
   void StoreNodePair(PageNumber lower, PageNumber upper, const EntryList& entries, std::size_t middle);
@@ -76,7 +83,7 @@ class IndexTree {
   void PassUp(Path& path, std::size_t depth, Split split);
   void PushRootDown(Path& path);
 
-  void RemoveAt(Path& path, std::size_t at);
+  void RemoveAt(Path& path);
   void RemoveEmptyPages(Path& path);
   bool DetachChild(Path& path, std::size_t depth);
   void UpdateAncestorEntry(Path& path, std::size_t depth, ByteView last);

@@ -450,6 +450,24 @@ TEST_F(IndexTreeTest, FindAllLeavesOutLongerKeysThatBeginAlike) {
   EXPECT_EQ(tree_->FindAll(shorter), (std::vector<RowId>{RowOf(0), RowOf(3)}));
 }
 
+TEST_F(IndexTreeTest, InsertTellsWhetherTheKeyIsNewAlsoAtTheEdgesOfLeaves) {
+  for (int i = 0; i < 40; ++i) EXPECT_TRUE(tree_->InsertAndTell(WideKey(2 * i, kWide), RowOf(2 * i)));
+  for (int i = 0; i < 40; ++i) EXPECT_FALSE(tree_->InsertAndTell(WideKey(2 * i, kWide), RowOf(2 * i + 1)));
+  for (int i = 0; i < 40; ++i) EXPECT_TRUE(tree_->InsertAndTell(WideKey(2 * i + 1, kWide), RowOf(100 + i)));
+  for (int i = 39; i >= 0; --i) EXPECT_FALSE(tree_->InsertAndTell(WideKey(2 * i + 1, kWide), RowOf(50 - i)));
+}
+
+TEST_F(IndexTreeTest, InsertTellsAKeyFromLongerOnesThatBeginAlike) {
+  const Bytes shorter = LongKey(5);
+  Bytes longer = shorter;
+  longer.push_back(0);
+  // Its entry stands between those of the shorter key's rows 0 and 3.
+  EXPECT_TRUE(tree_->InsertAndTell(longer, RowOf(1)));
+  EXPECT_TRUE(tree_->InsertAndTell(shorter, RowOf(0)));
+  EXPECT_FALSE(tree_->InsertAndTell(shorter, RowOf(3)));
+  EXPECT_FALSE(tree_->InsertAndTell(longer, RowOf(2)));
+}
+
 TEST_F(IndexTreeTest, FindOfAUniqueKeyExceptItsOwnRowFindsNothing) {
   for (int i = 0; i < 2000; ++i) tree_->Insert(LongKey(i), RowOf(i));
   EXPECT_EQ(tree_->Find(LongKey(1234), RowOf(1234)), std::nullopt);
@@ -712,8 +730,10 @@ TEST_P(IndexTreeStorm, KeepsEveryRuleAndEqualsASortedSet) {
       const Bytes key = GetParam().key(random);
       const RowId row{static_cast<PageNumber>(20 + random() % 40000), static_cast<std::uint8_t>(random() % 255)};
       if (!rows.insert(row).second) continue;
+      const auto sameKey = model.lower_bound({key, RowId{}});
+      const bool isNewKey = sameKey == model.end() || sameKey->first != key;
       model.emplace(key, row);
-      tree_->Insert(key, row);
+      ASSERT_EQ(tree_->InsertAndTell(key, row), isNewKey) << "step " << step;
     } else {
       auto victim = model.lower_bound({GetParam().key(random), RowId{}});
       if (victim == model.end()) victim = model.begin();

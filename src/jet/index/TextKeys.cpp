@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Ascii.h"
 #include "base/Utf.h"
 #include "jet/index/TextWeights.h"
 
@@ -244,7 +245,9 @@ std::optional<char32_t> AppendTextKey(Bytes& key, std::string_view text) {
   if (AppendSimpleKey(key, text)) return std::nullopt;
   KeyParts parts;
   for (std::size_t at = 0; at < text.size() && !parts.Full();) {
-    const char32_t character = NextCodePoint(text, at);
+    const auto byte = static_cast<unsigned char>(text[at]);
+    const char32_t character = byte < 0x80 ? byte : NextCodePoint(text, at);
+    if (byte < 0x80) ++at;
     if (character > 0xFFFF) return character;
     if (const auto unknown = parts.Add(static_cast<char16_t>(character))) return *unknown;
   }
@@ -274,6 +277,7 @@ std::optional<std::size_t> CertainPartOfTextKey(ByteView key) {
 }
 
 bool MayHaveOtherKeys(std::string_view text) {
+  if (IsAscii(text)) return false;
   constexpr std::u32string_view kSuchCharacters = U"\u0462\u0463\u04B6\u04B7\uFFFD";
   for (std::size_t at = 0; at < text.size();) {
     if (kSuchCharacters.find(NextCodePoint(text, at)) != kSuchCharacters.npos) return true;

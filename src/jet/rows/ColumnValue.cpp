@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/Ascii.h"
 #include "base/ByteOrder.h"
 #include "base/Error.h"
 #include "base/Utf.h"
@@ -82,12 +83,18 @@ std::string& TextIn(Value& value) {
 }
 
 void StoreText(Bytes& out, const Column& column, const std::string& text) {
-  std::u16string units = Utf16FromUtf8(text);
   const std::size_t longest = LongestText(column);
+  const bool compressed = column.IsCompressed() && !column.IsFixed();
+  const TextForm form = compressed ? TextForm::CompressedUnlessLonger : TextForm::Plain;
+  if (!column.IsFixed() && IsAscii(text)) {
+    if (text.size() > longest) ThrowTooLong();
+    out = EncodeText(text, form);
+    return;
+  }
+  std::u16string units = Utf16FromUtf8(text);
   if (units.size() > longest) ThrowTooLong();
   if (column.IsFixed()) units.resize(longest, u' ');
-  const bool compressed = column.IsCompressed() && !column.IsFixed();
-  out = StoredText(units, compressed ? TextForm::CompressedUnlessLonger : TextForm::Plain);
+  out = StoredText(units, form);
 }
 
 void StoreRaw(Bytes& out, const Column& column, const Bytes& bytes) {

@@ -30,7 +30,7 @@ constexpr std::string_view kApplyHelp =
 
 void ApplyLines(RowChanges& rows, JsonLines& lines) {
   const ChangeReader reader(rows.Definition());
-  while (const std::optional<Json> line = lines.Next()) {
+  while (const Json* const line = lines.Next()) {
     Change change = reader.FromJson(*line);
     try {
       rows.Make(std::move(change));

@@ -48,7 +48,7 @@ constexpr std::string_view kLike = "--like";
 constexpr std::string_view kSchema = "--schema";
 
 void AddRecords(TableFileWriter& writer, const TableFileHeader& table, JsonLines& lines) {
-  while (const std::optional<Json> line = lines.Next()) {
+  while (const Json* const line = lines.Next()) {
     const HandheldRecord record = RecordFromJson(*line, table);
     try {
       writer.Add(record);
@@ -70,8 +70,8 @@ std::optional<DataType> TypeOfColumn(const TableFileHeader& table, const std::st
 }
 
 TableFileHeader HeaderFromLine(JsonLines& lines, const std::string& source, const std::string& path) {
-  const std::optional<Json> first = lines.Next();
-  if (!first) throw Failure(source + " is empty; its first line must describe the fields");
+  const Json* const first = lines.Next();
+  if (first == nullptr) throw Failure(source + " is empty; its first line must describe the fields");
   return HeaderFromJson(*first, NameWithoutExtension(path));
 }
 

@@ -47,12 +47,14 @@ std::string RowChanges::Counts() const {
 
 /// The values of a new row, by position.
 std::vector<Value> RowChanges::NewRow(Change change) const {
-  std::vector<std::optional<Value>> given(Definition().columns.size());
-  for (std::size_t i = 0; i < change.columns.size(); ++i) given[change.columns[i]] = std::move(change.values[i]);
-  std::vector<Value> values;
-  values.reserve(given.size());
-  for (std::size_t column = 0; column < given.size(); ++column) {
-    values.push_back(given[column] ? std::move(*given[column]) : table_.DefaultOf(column));
+  std::vector<Value> values(Definition().columns.size());
+  std::vector<bool> isGiven(values.size());
+  for (std::size_t i = 0; i < change.columns.size(); ++i) {
+    values[change.columns[i]] = std::move(change.values[i]);
+    isGiven[change.columns[i]] = true;
+  }
+  for (std::size_t column = 0; column < values.size(); ++column) {
+    if (!isGiven[column]) values[column] = table_.DefaultOf(column);
   }
   return values;
 }

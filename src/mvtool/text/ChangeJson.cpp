@@ -22,22 +22,26 @@ std::size_t ChangeReader::ColumnOf(const Json::Member& member, std::size_t expec
   return found->second;
 }
 
-std::vector<IndexedTable::Condition> ChangeReader::ValuesFromJson(const Json& json) const {
-  const Json::Object& members = json.Members();
-  std::vector<IndexedTable::Condition> conditions;
-  conditions.reserve(members.size());
+/// Hands each column's position and value on to `take`.
+template <typename Take>
+void ChangeReader::ReadValues(const Json& json, Take take) const {
   std::vector<bool> seen(table_.columns.size());
   std::size_t next = 0;
-  for (const Json::Member& member : members) {
+  for (const Json::Member& member : json.Members()) {
     const std::size_t column = ColumnOf(member, next);
     if (seen[column]) member.value.Fail("a second value for column \"" + member.name + "\"");
     seen[column] = true;
     next = column + 1;
     const jet::Column& target = table_.columns[column];
-    conditions.push_back(
-        {column, ValueFromJson({DataTypeOf(target.type), table_.name, target.name, target.precision, target.scale},
-                               member.value)});
+    take(column, ValueFromJson({DataTypeOf(target.type), table_.name, target.name, target.precision, target.scale},
+                               member.value));
   }
+}
+
+std::vector<IndexedTable::Condition> ChangeReader::ValuesFromJson(const Json& json) const {
+  std::vector<IndexedTable::Condition> conditions;
+  conditions.reserve(json.Members().size());
+  ReadValues(json, [&](std::size_t column, Value value) { conditions.push_back({column, std::move(value)}); });
   return conditions;
 }
 
@@ -65,13 +69,12 @@ Change ChangeReader::FromJson(const Json& json) const {
     if (change.where.empty()) where.Fail("a column that tells the row is missing");
   }
   if (values == nullptr) return change;
-  std::vector<IndexedTable::Condition> assignments = ValuesFromJson(*values);
-  change.columns.reserve(assignments.size());
-  change.values.reserve(assignments.size());
-  for (IndexedTable::Condition& assigned : assignments) {
-    change.columns.push_back(assigned.column);
-    change.values.push_back(std::move(assigned.value));
-  }
+  change.columns.reserve(values->Members().size());
+  change.values.reserve(values->Members().size());
+  ReadValues(*values, [&](std::size_t column, Value value) {
+    change.columns.push_back(column);
+    change.values.push_back(std::move(value));
+  });
   return change;
 }
 

@@ -40,6 +40,8 @@ class ChangeReader {
 
  private:
   std::size_t ColumnOf(const Json::Member& member, std::size_t expected) const;
+  template <typename Take>
+  void ReadValues(const Json& json, Take take) const;
 
   const jet::TableDefinition& table_;
   std::map<std::string, std::size_t> columns_;  ///< positions by name, as written and in one case

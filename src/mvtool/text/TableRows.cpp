@@ -9,8 +9,10 @@ void WriteRows(const jet::Table& table, RowFormat format, std::ostream& out) {
   std::vector<std::string> names;
   for (const jet::Column& column : table.Definition().columns) names.push_back(column.name);
   const auto writer = MakeRowWriter(format, out, std::move(names));
+  std::vector<Value> values;
   for (std::optional<jet::RowId> row = table.First(); row; row = table.Next(*row)) {
-    writer->Write(table.ReadRow(*row));
+    table.ReadRow(*row, values);
+    writer->Write(values);
     table.ForgetOldPages();
   }
 }
