@@ -84,7 +84,7 @@ function(mv_unite united name)
       DEPENDS ${${kind}} ${CMAKE_SOURCE_DIR}/tools/unite-sources
       VERBATIM)
     # The compiler knows what is said once from what a header says to many by the name of the file, which "#line" changes.
-    set_source_files_properties(${outputs} PROPERTIES COMPILE_OPTIONS -Wno-subobject-linkage)
+    set_source_files_properties(${outputs} PROPERTIES COMPILE_OPTIONS "$<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>")
     list(APPEND all ${outputs})
   endforeach()
   set(${united} ${all} PARENT_SCOPE)

@@ -53,7 +53,6 @@ class IndexEntryCheck {
   Previous previous_;
   std::vector<Bytes> otherKeys_;
   bool isOther_ = false;  ///< the entry under check was built by other rules
-  bool isUnique_ = false;
   std::size_t unknownKeys_ = 0;
 };
 

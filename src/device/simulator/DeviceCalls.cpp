@@ -21,8 +21,7 @@ constexpr std::uint32_t kInvalidArgument = 0x80070057;  // E_INVALIDARG
 constexpr std::uint32_t kObjectId = 0x01000042;
 constexpr std::size_t kMostSearches = 1000;
 
-/// Bytes of a find record: of the fields before the name, and of the whole.
-constexpr std::size_t kRecordHead = 40;
+/// Bytes of a find record.
 constexpr std::size_t kRecordSize = 560;
 
 void Result(MessageWriter& results, std::uint32_t lastError, std::uint32_t value) {

@@ -8,11 +8,11 @@ namespace mv::jet {
 namespace {
 
 constexpr std::string_view kForm = "{xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx}";
+constexpr std::string_view kGuidDigits = "0123456789ABCDEF";
 
 std::uint8_t HexDigit(char c) {
-  constexpr std::string_view kUpper = "0123456789ABCDEF";
   constexpr std::string_view kLower = "0123456789abcdef";
-  const std::size_t value = std::min(kUpper.find(c), kLower.find(c));
+  const std::size_t value = std::min(kGuidDigits.find(c), kLower.find(c));
   if (value == std::string_view::npos) throw StandardError(errors::kTypeMismatch);
   return static_cast<std::uint8_t>(value);
 }
@@ -35,13 +35,12 @@ GuidBytes GuidFromText(std::string_view text) {
 }
 
 std::string TextOfGuid(const GuidBytes& guid) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string text(kForm);
   std::size_t digits = 0;
   for (char& c : text) {
     if (c != 'x') continue;
     const std::uint8_t byte = guid[digits / 2];
-    c = kDigits[digits++ % 2 == 0 ? byte >> 4 : byte & 15];
+    c = kGuidDigits[digits++ % 2 == 0 ? byte >> 4 : byte & 15];
   }
   return text;
 }
