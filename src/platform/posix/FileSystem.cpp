@@ -97,6 +97,7 @@ class PosixFile : public File {
       if (count < 0) throw ErrorFromErrno(errno, native_);
       done += static_cast<std::size_t>(count);
     }
+    StartWriting(data.size());
   }
 
   void Resize(std::uint64_t size) override {
@@ -141,8 +142,18 @@ class PosixFile : public File {
   const std::string& Native() const { return native_; }
 
  private:
+  /// Has the disk begin with what a large file has written so far, so that a Sync at its end waits for the rest alone.
+  void StartWriting(std::size_t bytes) {
+    constexpr std::size_t kPiece = std::size_t{4} << 20;
+    waiting_ += bytes;
+    if (waiting_ < kPiece) return;
+    ::sync_file_range(Number(), 0, 0, SYNC_FILE_RANGE_WRITE);
+    waiting_ = 0;
+  }
+
   Descriptor descriptor_;
   std::string native_;
+  std::size_t waiting_ = 0;  ///< bytes written since the disk was last asked to begin
 };
 
 /// Some network and memory file systems know no locks; there nobody can hold one either.
