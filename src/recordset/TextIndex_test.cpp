@@ -40,19 +40,20 @@ TEST(TextIndexTest, ATextWhoseRowsAllWentTakesNewOnes) {
 
 TEST(TextIndexTest, AnyRowsThatComeAndGoAreFoundAsInASortedList) {
   std::mt19937 random(20261122);
+  const auto below = [&](unsigned count) { return static_cast<TextIndex::RowNumber>(random() % count); };
   TextIndex index;
   std::map<std::string, std::set<TextIndex::RowNumber>> expected;
   for (int step = 0; step < 20000; ++step) {
-    const std::string text = "key " + std::to_string(random() % 700);
+    const std::string text = "key " + std::to_string(below(700));
     std::set<TextIndex::RowNumber>& rows = expected[text];
-    const TextIndex::RowNumber row = random() % 100;
+    const TextIndex::RowNumber row = below(100);
     if (rows.insert(row).second) {
       index.Add(Value(text), row);
     } else {
       rows.erase(row);
       index.Remove(Value(text), row);
     }
-    const TextIndex::RowNumber start = random() % 100;
+    const TextIndex::RowNumber start = below(100);
     ASSERT_EQ(index.FirstFrom(text, start), FirstOf(rows, start)) << text << " from " << start;
   }
 }
