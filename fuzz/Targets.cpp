@@ -4,6 +4,7 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -157,7 +158,8 @@ class HostileReplies : public wire::CallChannel {
  public:
   explicit HostileReplies(ByteView input) : messages_(input) {}
 
-  std::optional<wire::Reply> Exchange(ByteView, std::chrono::milliseconds, const wire::ReplyRoom& room) override {
+  std::optional<wire::Reply> Exchange(std::span<const ByteView>, std::chrono::milliseconds,
+                                      const wire::ReplyRoom& room) override {
     const std::optional<ByteView> body = messages_.Next();
     if (!body) return std::nullopt;
     if (body->size() <= room.beginning) return wire::Reply{*body};

@@ -250,21 +250,21 @@ void cFileIO::DetectUnicode() {
   if (!unicode_) cursor_ = 0;
 }
 
-bool cFileIO::CloseFile() {
+bool cFileIO::CloseFile(OnDisk onDisk) {
   if (!file_) return true;
   const bool finished = Try(kCloseTag, [&] {
-    if (canWrite_) FinishWriting();
+    if (canWrite_) FinishWriting(onDisk);
   });
   file_.reset();
   return finished;
 }
 
-void cFileIO::FinishWriting() {
+void cFileIO::FinishWriting(OnDisk onDisk) {
   if (truncateOnClose_) {
     if (cursor_ < 0) throw StandardError(errors::kSubscriptOutOfRange);
     file_->Resize(static_cast<std::uint64_t>(cursor_));
   }
-  file_->Sync();
+  if (onDisk == OnDisk::Now) file_->Sync();
 }
 
 void cFileIO::DeleteFile() {
@@ -290,6 +290,7 @@ bool cFileIO::MoveFile(const std::string& fullName) {
     RequireMissing(fullName);
     try {
       files_.RenameFile(FullFileName(), fullName);
+      files_.SyncFolder(fullName.substr(0, FolderLength(fullName)));
     } catch (const Error&) {
       // Another volume, or a real failure, which the copy then reports.
       files_.CopyWhole(FullFileName(), fullName);
@@ -309,6 +310,7 @@ bool cFileIO::RenameFile(const std::string& name) {
   return Try(kRenameTag, [&] {
     RequireMissing(filePath_ + name);
     files_.RenameFile(FullFileName(), filePath_ + name);
+    files_.SyncFolder(filePath_);
     fileName_ = name;
   });
 }

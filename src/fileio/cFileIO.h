@@ -18,6 +18,12 @@
 
 namespace mv {
 
+/// When what was written is to be on the disk.
+enum class OnDisk {
+  Now,
+  Later,  ///< with another close, for what is written now is soon written anew
+};
+
 /// A file with a cursor of its own: reads and writes start at the cursor and move it. One object has at most one file
 /// open, kept from all others while it is; the table file class owns one.
 ///
@@ -93,7 +99,7 @@ class cFileIO {
   bool OpenFile(const std::string& name, const std::string& mode, const std::string& path = {});
   /// Closes the file. One that may be written ends at the cursor, which is its logical end, and is on the disk when
   /// this returns. False, with an error to read, when that failed; the file is closed all the same.
-  bool CloseFile();
+  bool CloseFile(OnDisk onDisk = OnDisk::Now);
 
   /// These five close the file first.
   /// Deletes the file; failures are ignored.
@@ -155,7 +161,7 @@ class cFileIO {
   void SetError(const std::string& tag, const Error& error);
 
   void DetectUnicode();
-  void FinishWriting();
+  void FinishWriting(OnDisk onDisk);
   platform::File& RequireOpen(bool allowed);
   /// Moves the cursor to `position` and behind the mark FF FE.
   void MoveTo(std::int32_t position);

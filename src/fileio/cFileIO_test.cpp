@@ -238,6 +238,19 @@ TEST_F(cFileIOTest, AFileOpenedForReadingIsNotCut) {
   EXPECT_EQ(Content("some"), "abc");
 }
 
+TEST_F(cFileIOTest, WhatIsWrittenIsOnTheDiskAfterCloseFileUnlessThatMayComeLater) {
+  Put("some", "old");
+  ASSERT_TRUE(Open("some", "W"));
+  EXPECT_TRUE(file_.WriteData("abcd"));
+  EXPECT_TRUE(file_.CloseFile(OnDisk::Later));
+  EXPECT_EQ(Content("some"), "abcd");
+  EXPECT_EQ(files_.AfterPowerCut({}).at("C:/data/some"), (Bytes{'o', 'l', 'd'}));
+  ASSERT_TRUE(Open("some", "RW"));
+  file_.SetCursorPos(2);
+  EXPECT_TRUE(file_.CloseFile());
+  EXPECT_EQ(files_.AfterPowerCut({}).at("C:/data/some"), (Bytes{'a', 'b'}));
+}
+
 TEST_F(cFileIOTest, CloseFileReportsWhatCouldNotBeCutOrFlushed) {
   ASSERT_TRUE(Open("some", "W"));
   files_.FailSync(1);
@@ -572,6 +585,15 @@ TEST_F(cFileIOTest, CopyFileReplacesTheTargetAndKeepsItsOwnName) {
   file_.FullFileName("C:\\data\\none");
   EXPECT_FALSE(file_.CopyFile("C:\\data\\taken"));
   EXPECT_EQ(ErrorNumber(), errors::kFileNotFound);
+}
+
+TEST_F(cFileIOTest, ANewNameIsOnTheDisk) {
+  Put("some", "abc");
+  file_.FullFileName("C:\\data\\some");
+  EXPECT_TRUE(file_.RenameFile("other"));
+  EXPECT_TRUE(files_.AfterPowerCut({}).contains("C:/data/other"));
+  EXPECT_TRUE(file_.MoveFile("C:\\data\\third"));
+  EXPECT_TRUE(files_.AfterPowerCut({}).contains("C:/data/third"));
 }
 
 TEST_F(cFileIOTest, RenameFileStaysInTheFolder) {

@@ -25,6 +25,10 @@ std::string NameOf(const std::string& path) {
   return path.substr(FolderLength(path));
 }
 
+std::string FolderOf(const std::string& path) {
+  return path.substr(0, FolderLength(path));
+}
+
 /// The time in the name of an entry; nothing when its digits are no date.
 std::optional<CivilTime> TimeOf(const std::string& entry) {
   std::string text = entry;
@@ -40,6 +44,7 @@ std::optional<CivilTime> TimeOf(const std::string& entry) {
 bool Link(platform::FileSystem& files, const std::string& file, const std::string& name) {
   try {
     files.LinkFile(file, name);
+    files.SyncFolder(FolderOf(name));
     return true;
   } catch (const Error& error) {
     if (error.Number() != errors::kPathFileAccess) throw;
@@ -85,7 +90,10 @@ std::vector<std::string> HistoryFolder::Entries() const {
 }
 
 std::string HistoryFolder::Create(CivilTime now) {
-  files_.CreateFolders(path_);
+  if (!files_.FolderExists(path_)) {
+    files_.CreateFolders(path_);
+    files_.SyncFolder(FolderOf(path_));
+  }
   // Names are what tells which run came last, also where the clock went back: at the end of summer time, for example.
   for (const std::string& newest : Entries()) {
     const std::optional<CivilTime> time = TimeOf(newest);
@@ -96,6 +104,8 @@ std::string HistoryFolder::Create(CivilTime now) {
   while (!files_.CreateFolder(PathOf(TimeStamp(now)))) now = SecondAfter(now);
   const std::string entry = TimeStamp(now);
   for (const char* folder : {kHandheldFolder, kResultFolder}) files_.CreateFolder(JoinPath(PathOf(entry), folder));
+  // What is kept in the entry is of use only while the entry is there. Its own names are synced with its first files.
+  files_.SyncFolder(path_);
   return entry;
 }
 
@@ -142,6 +152,7 @@ void HistoryFolder::KeepCopy(const std::string& file, const std::string& kept) {
   source.reset();
   // Not through StagedWrite, which holds what it replaces: `kept` may be a second name of `file` itself.
   files_.RenameFile(files_.StagedName(kept), kept);
+  files_.SyncFolder(FolderOf(kept));
 }
 
 void HistoryFolder::KeepContent(const Bytes& content, const std::string& kept) {

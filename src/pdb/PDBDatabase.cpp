@@ -346,16 +346,17 @@ void PDBDatabase::Update(std::int32_t index, std::int32_t uniqueID, std::int16_t
 
 // --- Writing --------------------------------------------------------------------------------------------------------
 
-void PDBDatabase::CloseDatabase() {
+void PDBDatabase::CloseDatabase(OnDisk onDisk) {
   if (created_ || dirty_) {
     if (!created_) LoadEverything();
     file_.CloseFile();
-    WriteFile(Assemble());
+    WriteFile(Assemble(), onDisk);
     ForgetData();
     created_ = false;
     dirty_ = false;
   }
   file_.CloseFile();
+  if (isUnsynced_ && onDisk == OnDisk::Now) SyncFile();
   content_ = Bytes();  // its memory too, which "= {}" would keep
 }
 
@@ -473,7 +474,7 @@ Bytes PDBDatabase::EntryBytes() const {
   return stream.ByteArray();
 }
 
-void PDBDatabase::WriteFile(const Bytes& content) {
+void PDBDatabase::WriteFile(const Bytes& content, OnDisk onDisk) {
   if (!file_.OpenFile(FileName(), "W")) RaiseFileFailure();
   file_.Reset();
   try {
@@ -483,7 +484,16 @@ void PDBDatabase::WriteFile(const Bytes& content) {
     file_.CloseFile();
     throw;
   }
+  if (!file_.CloseFile(onDisk)) RaiseFileFailure();
+  isUnsynced_ = onDisk == OnDisk::Later;
+}
+
+/// Opened for writing and closed at its end: only who may write to a file may sync it everywhere.
+void PDBDatabase::SyncFile() {
+  if (!file_.OpenFile(FileName(), "RW")) RaiseFileFailure();
+  file_.SetCursorPos(file_.FileSize());
   if (!file_.CloseFile()) RaiseFileFailure();
+  isUnsynced_ = false;
 }
 
 }  // namespace mv

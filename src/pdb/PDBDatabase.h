@@ -84,8 +84,9 @@ class PDBDatabase {
   /// Starts an empty database, to be written by CloseDatabase; name, folder and creator stay. Always true.
   bool CreateDatabase();
   /// Writes the file when the database is new or was edited, in place (readers are not expected meanwhile), and
-  /// closes it. When writing fails, that is raised and the file is left empty rather than cut.
-  void CloseDatabase();
+  /// closes it. When writing fails, that is raised and the file is left empty rather than cut. The file is on the disk
+  /// then, also when a call with OnDisk::Later wrote it and this one has nothing to write.
+  void CloseDatabase(OnDisk onDisk = OnDisk::Now);
   /// Deletes the file; failures are ignored.
   void RemoveDatabase();
 
@@ -180,7 +181,8 @@ class PDBDatabase {
   void AssignOffsets(std::int32_t dataStart);
   Bytes HeaderBytes() const;
   Bytes EntryBytes() const;
-  void WriteFile(const Bytes& content);
+  void WriteFile(const Bytes& content, OnDisk onDisk);
+  void SyncFile();
 
   cFileIO file_;
   const platform::Clock& clock_;
@@ -197,6 +199,7 @@ class PDBDatabase {
   std::int32_t iterationIndex_ = 0;
   bool created_ = false;
   bool dirty_ = false;
+  bool isUnsynced_ = false;  ///< the file, as this object last wrote it
   std::optional<Error> openFailure_;
 };
 

@@ -129,6 +129,26 @@ class PDBDatabaseTest : public ::testing::Test {
   std::optional<PDBDatabase> database_;
 };
 
+TEST_F(PDBDatabaseTest, FileThatIsLeftForLaterIsOnTheDiskAfterTheNextCloseThoughNothingWasAdded) {
+  files_.Put(kFile, Bytes{1});
+  database_->CreateDatabase();
+  database_->CloseDatabase(OnDisk::Later);
+  const Bytes written = files_.Content(kFile);
+  const auto onDisk = [&] { return files_.AfterPowerCut({}).begin()->second; };
+  EXPECT_EQ(onDisk(), Bytes{1});
+  ASSERT_TRUE(database_->OpenDatabase());
+  database_->CloseDatabase();
+  EXPECT_EQ(onDisk(), written);
+  EXPECT_EQ(files_.Content(kFile), written);
+}
+
+TEST_F(PDBDatabaseTest, FileThatIsLeftForLaterAndCannotBeSyncedIsAnError) {
+  database_->CreateDatabase();
+  database_->CloseDatabase(OnDisk::Later);
+  files_.FailSync(1);
+  EXPECT_EQ(ErrorNumberOf([&] { database_->CloseDatabase(); }), errors::kDiskFull);
+}
+
 // --- The worked example of docs/formats/pdb.md ----------------------------------------------------------------------
 
 TEST_F(PDBDatabaseTest, TheWorkedExampleByteForByte) {

@@ -132,7 +132,8 @@ class FileSystem {
 
   /// Error 53 when missing.
   virtual void RemoveFile(const std::string& path) = 0;
-  /// Moves a file within a volume, replacing `to` in one step.
+  /// Moves a file within a volume, replacing `to` in one step. Which of its names it has after a power cut is certain
+  /// once SyncFolder was called for the folder of `to`.
   virtual void RenameFile(const std::string& from, const std::string& to) = 0;
   /// The folder and every missing one above it. An existing one is no error.
   virtual void CreateFolders(const std::string& folder) = 0;
@@ -141,10 +142,14 @@ class FileSystem {
   virtual bool CreateFolder(const std::string& folder) = 0;
   /// Removes an empty folder. Error 75 when it is not.
   virtual void RemoveFolder(const std::string& folder) = 0;
-  /// Gives the file at `from` a second name, on disk on return. It is the same file under both: whoever writes into it
-  /// by one name changes what the other shows, whoever replaces a name leaves the other. Error 58 when `name` is taken,
-  /// 75 where the system has no such names or they would be on two volumes.
+  /// Gives the file at `from` a second name, which outlives a power cut once SyncFolder was called for its folder. It
+  /// is the same file under both: whoever writes into it by one name changes what the other shows, whoever replaces a
+  /// name leaves the other. Error 58 when `name` is taken, 75 where the system has no such names or they would be on
+  /// two volumes.
   virtual void LinkFile(const std::string& from, const std::string& name) = 0;
+  /// Returns when the names of the files and folders in `folder` are on the disk, as far as the system has a call for
+  /// it. Never raises: network shares and the like refuse it, which is no reason to call a file lost.
+  virtual void SyncFolder(const std::string& folder) { static_cast<void>(folder); }
 
   /// Copies `from` over `to`: at every instant `to` holds its old content or all of the new, and on return the new is
   /// on disk. A new file has the mode of `from`. Error 70 when somebody else has either of them locked or open without

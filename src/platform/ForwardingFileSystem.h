@@ -34,6 +34,7 @@ class ForwardingFileSystem : public FileSystem {
   bool CreateFolder(const std::string& folder) override { return files_.CreateFolder(folder); }
   void RemoveFolder(const std::string& folder) override { files_.RemoveFolder(folder); }
   void LinkFile(const std::string& from, const std::string& name) override { files_.LinkFile(from, name); }
+  void SyncFolder(const std::string& folder) override { files_.SyncFolder(folder); }
   std::unique_ptr<File> CreateStaged(const std::string& path, const std::string& like) override {
     return files_.CreateStaged(path, like);
   }

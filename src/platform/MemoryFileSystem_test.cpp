@@ -81,6 +81,42 @@ TEST_F(MemoryFileSystemTest, APathWithALeadingSeparatorLeadsToTheRootAndOneWitho
   EXPECT_EQ(files_.List(""), (std::vector<std::string>{"C:", "sync"}));
 }
 
+TEST_F(MemoryFileSystemTest, APowerCutLeavesWhatWasSyncedAndOfTheRestWhatIsChosen) {
+  const auto left = [&](bool names, bool contents) { return files_.AfterPowerCut({names, contents}); };
+  using Left = std::map<std::string, Bytes>;
+  auto file = OpenFile();
+  file->WriteAt(0, Bytes{9});
+  EXPECT_EQ(left(true, false), (Left{{"C:/file", {1, 2, 3, 4}}}));
+  EXPECT_EQ(left(false, true), (Left{{"C:/file", {9, 2, 3, 4}}}));
+  file->Sync();
+  EXPECT_EQ(left(false, false), (Left{{"C:/file", {9, 2, 3, 4}}}));
+
+  files_.LinkFile("C:\\file", "C:\\second");
+  EXPECT_EQ(left(false, false), (Left{{"C:/file", {9, 2, 3, 4}}}));
+  EXPECT_EQ(left(true, false), (Left{{"C:/file", {9, 2, 3, 4}}, {"C:/second", {9, 2, 3, 4}}}));
+  files_.SyncFolder("C:\\");
+  EXPECT_EQ(left(false, false), left(true, true));
+  file.reset();
+  files_.RemoveFile("C:\\second");
+  EXPECT_TRUE(left(false, false).contains("C:/second")) << "a name is gone when its folder is synced";
+}
+
+TEST_F(MemoryFileSystemTest, AReplacedFileIsOnTheDiskWithItsName) {
+  int steps = 0;
+  files_.LookAtEachStep([&] {
+    ++steps;
+    const Bytes content = files_.AfterPowerCut({}).at("C:/file");
+    EXPECT_TRUE(content == (Bytes{1, 2, 3, 4}) || content == Bytes{5});
+  });
+  auto current = OpenFile();
+  auto staged = files_.CreateStaged("C:\\file", {});
+  staged->WriteAt(0, Bytes{5});
+  files_.ReplaceOpen(staged, current, "C:\\file", Existing::Replace);
+  files_.LookAtEachStep([] {});
+  EXPECT_GT(steps, 4);
+  EXPECT_EQ(files_.AfterPowerCut({}).at("C:/file"), Bytes{5});
+}
+
 TEST_F(MemoryFileSystemTest, AFileMayOutliveTheFileSystem) {
   std::unique_ptr<File> file;
   {

@@ -345,6 +345,8 @@ void RunJournal::Committed(const std::string& table) {
 
 void RunJournal::ResultWritten(const std::string& table, const std::string& file) {
   InHistory([&] { archive_.KeepResultFile(file, table); });
+  // A transfer that is cut off may have destroyed the handheld's table; one name of the result is on the disk before.
+  if (!keepsHistory_) run_.files.SyncFolder(file.substr(0, FolderLength(file)));
 }
 
 void RunJournal::ResultFailed(const std::string& table, Recordset& desktop) {

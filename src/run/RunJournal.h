@@ -54,7 +54,8 @@ class RunJournal {
   void MergeFailed(const Error& error, Recordset& desktop);
   /// The desktop has the merged rows, on disk.
   void Committed(const std::string& table);
-  /// `file` is what the handheld is to get.
+  /// `file` is what the handheld is to get; on return it is on disk under a name, the history's or where there is none
+  /// its own.
   void ResultWritten(const std::string& table, const std::string& file);
   /// Names the rows that are beyond what the handheld takes.
   void ResultFailed(const std::string& table, Recordset& desktop);

@@ -270,7 +270,7 @@ void clsSyncableRS_PDB::createDB(const std::string& fileName, const Recordset& t
     if (!IsFlagField(field.name)) definition.AddFieldName(field.name, adoTypeToPDBType(field.type));
   }
   database_.WriteAppInfoBlock(definition.AppInfoBlock());
-  database_.CloseDatabase();
+  database_.CloseDatabase(OnDisk::Later);
 }
 
 void clsSyncableRS_PDB::openDB(const std::string& fileName) {

@@ -40,12 +40,12 @@ class clsSyncableRS_PDB : public ISyncableRS {
   /// raised behind them. A null goes out as the type's zero: "", 0, false, 1904-01-01. The flags of the record are
   /// clear.
   bool copyRecordToNative(ISyncableRS& source) override;
-  /// Creates the table file, without records, with the fields of `templateRS` but `_M` and `_D`. Error -1 for a field
-  /// of a type that handhelds do not have; the file is not written then.
+  /// Creates the table file, without records, with the fields of `templateRS` but `_M` and `_D`; it is on the disk
+  /// after closeDB. Error -1 for a field of a type that handhelds do not have; the file is not written then.
   void createDB(const std::string& fileName, const Recordset& templateRS) override;
   /// Opens a table file for appending. One that cannot be opened is no error; the next record then is.
   void openDB(const std::string& fileName) override;
-  /// Writes the records that were appended, if any, and closes the file.
+  /// Writes the records that were appended, if any, and closes the file, which is on the disk then.
   void closeDB() override;
   /// Reads the table file called name() into the recordset: its fields in order, then `_D` and `_M`, and one row for
   /// each record; in mode "Overwrite PDA" no rows. A field of an unknown type is reported and left out, and fields

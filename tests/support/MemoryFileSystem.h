@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <set>
@@ -21,16 +23,36 @@ namespace mv::testing {
 /// the current drive, "x" in the current folder.
 class MemoryFileSystem : public platform::FileSystem {
  public:
-  /// Creates or replaces a file and the folders above it. Not counted, never fails.
+  /// Creates or replaces a file and the folders above it, on the disk. Not counted, never fails.
   void Put(const std::string& path, Bytes content) {
     CreateFolders(FolderOf(Normal(path)));
-    NodeOf(Normal(path))->content = std::move(content);
+    const std::shared_ptr<Node> node = NodeOf(Normal(path));
+    node->synced = content;
+    node->content = std::move(content);
+    synced_[Normal(path)] = node;
   }
   /// Gives a file a second name. Not counted, never fails.
   void Link(const std::string& path, const std::string& name) {
     CreateFolders(FolderOf(Normal(name)));
     files_[Normal(name)] = NodeAt(Normal(path));
   }
+
+  /// What may have reached the disk unasked before a power cut.
+  struct Survivors {
+    bool names = false;     ///< all that were given, changed or taken away
+    bool contents = false;  ///< all that was written
+  };
+  /// What a power cut at this moment would leave: each file by its path, with "/" for separators. What was synced is as
+  /// it was then. Folders are taken to be there.
+  std::map<std::string, Bytes> AfterPowerCut(Survivors survivors) const {
+    std::map<std::string, Bytes> left;
+    for (const auto& [path, node] : survivors.names ? files_ : synced_) {
+      left[path] = survivors.contents ? node->content : node->synced;
+    }
+    return left;
+  }
+  /// From now on `look` is called after each step that changes what a power cut would leave.
+  void LookAtEachStep(std::function<void()> look) { disk_->look = std::move(look); }
   /// From now on LinkFile fails, as on file systems that know one name for a file.
   void RefuseLinks() { refusesLinks_ = true; }
   /// Whoever asks is told that files may not be made in this folder, by this spelling; nothing stops who makes one.
@@ -74,6 +96,7 @@ class MemoryFileSystem : public platform::FileSystem {
     auto file = std::make_unique<MemoryFile>(disk_, node, access, sharing);
     if (disposition == platform::Disposition::CreateAlways) node->content.clear();
     ++opens_;
+    disk_->look();
     return file;
   }
 
@@ -124,6 +147,7 @@ class MemoryFileSystem : public platform::FileSystem {
     if (folders_.contains(name)) throw StandardError(errors::kPathFileAccess);
     RequireFree(*NodeAt(name));
     files_.erase(name);
+    disk_->look();
   }
 
   void RenameFile(const std::string& from, const std::string& to) override {
@@ -133,6 +157,7 @@ class MemoryFileSystem : public platform::FileSystem {
     if (FileExists(to)) RequireFree(*files_.at(Normal(to)));
     files_.erase(Normal(from));
     files_[Normal(to)] = node;
+    disk_->look();
   }
 
   void CreateFolders(const std::string& folder) override {
@@ -160,6 +185,15 @@ class MemoryFileSystem : public platform::FileSystem {
     if (refusesLinks_) throw StandardError(errors::kPathFileAccess);
     if (files_.contains(Normal(name))) throw StandardError(errors::kFileAlreadyExists);
     files_[Normal(name)] = node;
+    disk_->look();
+  }
+
+  void SyncFolder(const std::string& folder) override {
+    const std::string name = Normal(folder);
+    const auto isInFolder = [&](const auto& file) { return FolderOf(file.first) == name; };
+    std::erase_if(synced_, isInFolder);
+    std::copy_if(files_.begin(), files_.end(), std::inserter(synced_, synced_.end()), isInFolder);
+    disk_->look();
   }
 
   void CopyWhole(const std::string& from, const std::string& to) override {
@@ -177,8 +211,11 @@ class MemoryFileSystem : public platform::FileSystem {
     disk_->writeFault.Count();
     const auto node = std::make_shared<Node>();
     node->content.assign(content.begin(), content.end());
+    node->synced = node->content;
     node->modified = static_cast<std::int64_t>(disk_->writes);
     files_[name] = node;
+    synced_[name] = node;
+    disk_->look();
   }
 
   std::unique_ptr<platform::File> ReplaceOpen(std::unique_ptr<platform::File>& staged,
@@ -196,6 +233,8 @@ class MemoryFileSystem : public platform::FileSystem {
     staged->Sync();
     files_.erase(from);
     files_[to] = node;
+    disk_->look();
+    SyncFolder(FolderOf(to));
     staged.reset();
     current.reset();
     return std::make_unique<MemoryFile>(disk_, node, platform::Access::ReadWrite, platform::Sharing::None);
@@ -243,6 +282,7 @@ class MemoryFileSystem : public platform::FileSystem {
     std::size_t writes = 0;
     std::uint64_t bytesWritten = 0;
     bool sharesBlocks = false;
+    std::function<void()> look = [] {};
   };
   struct Opening {
     platform::Access access;
@@ -255,6 +295,7 @@ class MemoryFileSystem : public platform::FileSystem {
   };
   struct Node {
     Bytes content;
+    Bytes synced;               ///< the content that is on the disk for certain
     std::int64_t modified = 0;  ///< the number of the write that was its last
     std::vector<Opening> openings;
   };
@@ -307,9 +348,14 @@ class MemoryFileSystem : public platform::FileSystem {
       disk_->writeFault.Count();
       node_->content.resize(static_cast<std::size_t>(size));
       node_->modified = static_cast<std::int64_t>(disk_->writes);
+      disk_->look();
     }
 
-    void Sync() override { disk_->syncFault.Count(); }
+    void Sync() override {
+      disk_->syncFault.Count();
+      node_->synced = node_->content;
+      disk_->look();
+    }
 
     bool StampTime() override { return true; }
     bool IsOpenHereOnly() override { return node_->openings.size() == 1; }
@@ -331,6 +377,7 @@ class MemoryFileSystem : public platform::FileSystem {
       if (node_->content.size() < start + data.size()) node_->content.resize(start + data.size());
       std::copy(data.begin(), data.end(), node_->content.begin() + static_cast<std::ptrdiff_t>(start));
       node_->modified = static_cast<std::int64_t>(disk_->writes);
+      disk_->look();
     }
 
     std::shared_ptr<Disk> disk_;
@@ -386,6 +433,7 @@ class MemoryFileSystem : public platform::FileSystem {
 
   std::shared_ptr<Disk> disk_ = std::make_shared<Disk>();
   std::map<std::string, std::shared_ptr<Node>> files_;
+  std::map<std::string, std::shared_ptr<Node>> synced_;  ///< the names that are on the disk for certain
   std::map<std::string, OpenFault> openFaults_;
   std::set<std::string> folders_ = {"", "/"};
   std::size_t opens_ = 0;

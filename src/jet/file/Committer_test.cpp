@@ -149,6 +149,40 @@ TEST_F(CommitterTest, FromTheThirdCommitOnWritesThePagesOfTwoCommits) {
   EXPECT_EQ(Commit({0}), 3 * kPageSize);
 }
 
+TEST_F(CommitterTest, PowerCutAtAnyStepLeavesADatabaseThatWasCommittedAndTheHistorysAsItWas) {
+  const std::string kept = "C:\\data\\kept";
+  files_.Link(kPath, kept);
+  files_.SyncFolder(kFolder);
+  const Bytes original = files_.Content(kPath);
+  Bytes before = original;
+  Bytes coming = original;
+  bool mayBeBefore = true;
+  std::size_t looks = 0;
+  const auto look = [&] {
+    for (const bool names : {false, true}) {
+      for (const bool contents : {false, true}) {
+        const auto left = files_.AfterPowerCut({names, contents});
+        const Bytes& database = left.at("C:/data/Motorva.db");
+        ASSERT_TRUE(database == coming || (mayBeBefore && database == before)) << "step " << looks;
+        ASSERT_EQ(left.at("C:/data/kept"), original);
+      }
+    }
+    ++looks;
+  };
+  files_.LookAtEachStep(look);
+  for (PageNumber page = 1; page <= 6; ++page) {
+    for (const PageNumber changed : {page, page + 300}) database_.Change(changed);
+    coming = database_.Expected();
+    mayBeBefore = true;
+    database_.Commit();
+    mayBeBefore = false;
+    look();
+    before = coming;
+  }
+  files_.LookAtEachStep([] {});
+  EXPECT_GT(looks, 40u);
+}
+
 TEST_F(CommitterTest, SpareIsOfUseFromOneOpeningOfTheDatabaseToTheNext) {
   MakeSpare();
   CloseAndOpen();
