@@ -8,12 +8,12 @@
 namespace mv::history {
 
 template <typename Action>
-auto RoomMaker::WithRoom(Action action) {
+auto RoomMaker::WithRoom(const std::string& path, Action action) {
   while (true) {
     try {
       return action();
     } catch (const Error& error) {
-      if (error.Number() != errors::kDiskFull || !GiveUpOldest()) throw;
+      if (error.Number() != errors::kDiskFull || !IsServed(path) || !GiveUpOldest()) throw;
     }
   }
 }
@@ -21,18 +21,19 @@ auto RoomMaker::WithRoom(Action action) {
 /// A file whose writes make room.
 class RoomMaker::RoomyFile : public platform::File {
  public:
-  RoomyFile(RoomMaker& maker, std::unique_ptr<platform::File> file) : maker_(maker), file_(std::move(file)) {}
+  RoomyFile(RoomMaker& maker, std::unique_ptr<platform::File> file, std::string path)
+      : maker_(maker), file_(std::move(file)), path_(std::move(path)) {}
 
   std::uint64_t Size() const override { return file_->Size(); }
   std::size_t ReadAt(std::uint64_t offset, ByteSpan out) override { return file_->ReadAt(offset, out); }
   void WriteAt(std::uint64_t offset, ByteView data) override {
-    maker_.WithRoom([&] { file_->WriteAt(offset, data); });
+    maker_.WithRoom(path_, [&] { file_->WriteAt(offset, data); });
   }
   void Resize(std::uint64_t size) override {
-    maker_.WithRoom([&] { file_->Resize(size); });
+    maker_.WithRoom(path_, [&] { file_->Resize(size); });
   }
   void Sync() override {
-    maker_.WithRoom([&] { file_->Sync(); });
+    maker_.WithRoom(path_, [&] { file_->Sync(); });
   }
   bool StampTime() override { return file_->StampTime(); }
   bool TakeTimeOf(const platform::File& from) override { return file_->TakeTimeOf(from); }
@@ -45,6 +46,7 @@ class RoomMaker::RoomyFile : public platform::File {
  private:
   RoomMaker& maker_;
   std::unique_ptr<platform::File> file_;
+  std::string path_;
 };
 
 void RoomMaker::Serve(const std::string& database, const std::string& own) {
@@ -59,12 +61,12 @@ bool RoomMaker::IsServed(const std::string& path) {
 }
 
 std::unique_ptr<platform::File> RoomMaker::Roomy(std::unique_ptr<platform::File> file, const std::string& path) {
-  if (!IsServed(path)) return file;
-  return std::make_unique<RoomyFile>(*this, std::move(file));
+  if (!history_) return file;
+  return std::make_unique<RoomyFile>(*this, std::move(file), path);
 }
 
 bool RoomMaker::GiveUpOldest() {
-  return history_ && history_->RemoveOldest(own_);
+  return history_->RemoveOldest(own_);
 }
 
 std::unique_ptr<platform::File> RoomMaker::Open(const std::string& path, platform::Access access,
@@ -74,25 +76,21 @@ std::unique_ptr<platform::File> RoomMaker::Open(const std::string& path, platfor
 }
 
 void RoomMaker::CopyWhole(const std::string& from, const std::string& to) {
-  if (!IsServed(to)) return Inner().CopyWhole(from, to);
-  WithRoom([&] { Inner().CopyWhole(from, to); });
+  WithRoom(to, [&] { Inner().CopyWhole(from, to); });
 }
 
 void RoomMaker::WriteWhole(const std::string& path, ByteView content) {
-  if (!IsServed(path)) return Inner().WriteWhole(path, content);
-  WithRoom([&] { Inner().WriteWhole(path, content); });
+  WithRoom(path, [&] { Inner().WriteWhole(path, content); });
 }
 
 std::unique_ptr<platform::File> RoomMaker::CreateStaged(const std::string& path, const std::string& like) {
-  if (!IsServed(path)) return Inner().CreateStaged(path, like);
-  return Roomy(WithRoom([&] { return Inner().CreateStaged(path, like); }), path);
+  return Roomy(WithRoom(path, [&] { return Inner().CreateStaged(path, like); }), path);
 }
 
 std::unique_ptr<platform::File> RoomMaker::ReplaceOpen(std::unique_ptr<platform::File>& staged,
                                                        std::unique_ptr<platform::File>& current,
                                                        const std::string& path, platform::Existing existing) {
-  if (!IsServed(path)) return Inner().ReplaceOpen(staged, current, path, existing);
-  return Roomy(WithRoom([&] { return Inner().ReplaceOpen(staged, current, path, existing); }), path);
+  return Roomy(WithRoom(path, [&] { return Inner().ReplaceOpen(staged, current, path, existing); }), path);
 }
 
 }  // namespace mv::history

@@ -32,8 +32,10 @@ class RoomMaker : public platform::ForwardingFileSystem {
  private:
   class RoomyFile;
 
+  /// Does what writes to the file `path`.
   template <typename Action>
-  auto WithRoom(Action action);
+  auto WithRoom(const std::string& path, Action action);
+  /// Asked when a disk is full and not before: to learn where a path leads takes a call for each folder of it.
   bool IsServed(const std::string& path);
   std::unique_ptr<platform::File> Roomy(std::unique_ptr<platform::File> file, const std::string& path);
   /// False when there was nothing to give up.

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/StagedWrite.h"
 #include "support/ExpectError.h"
 
 namespace mv::platform {
@@ -101,7 +102,7 @@ TEST_F(MemoryFileSystemTest, APowerCutLeavesWhatWasSyncedAndOfTheRestWhatIsChose
   EXPECT_TRUE(left(false, false).contains("C:/second")) << "a name is gone when its folder is synced";
 }
 
-TEST_F(MemoryFileSystemTest, AReplacedFileIsOnTheDiskWithItsName) {
+TEST_F(MemoryFileSystemTest, TheContentOfAReplacedFileIsOnTheDiskAndItsNameWhenItsFolderIs) {
   int steps = 0;
   files_.LookAtEachStep([&] {
     ++steps;
@@ -114,7 +115,24 @@ TEST_F(MemoryFileSystemTest, AReplacedFileIsOnTheDiskWithItsName) {
   files_.ReplaceOpen(staged, current, "C:\\file", Existing::Replace);
   files_.LookAtEachStep([] {});
   EXPECT_GT(steps, 4);
+  EXPECT_EQ(files_.AfterPowerCut({}).at("C:/file"), (Bytes{1, 2, 3, 4}));
+  EXPECT_EQ(files_.AfterPowerCut({true, false}).at("C:/file"), Bytes{5});
+  files_.SyncFolder("C:\\");
   EXPECT_EQ(files_.AfterPowerCut({}).at("C:/file"), Bytes{5});
+}
+
+TEST_F(MemoryFileSystemTest, AStagedWriteIsOnTheDiskWithItsNameOrWithoutIt) {
+  StagedWrite first(files_, "C:\\file");
+  first.Contents().WriteAt(0, Bytes{5});
+  first.FinishContents();
+  EXPECT_EQ(files_.AfterPowerCut({}).at("C:/file"), (Bytes{1, 2, 3, 4}));
+  StagedWrite second(files_, "C:\\file");
+  second.Contents().WriteAt(0, Bytes{6});
+  second.Finish();
+  EXPECT_EQ(files_.AfterPowerCut({}).at("C:/file"), Bytes{6});
+  StagedWrite third(files_, "C:\\new");
+  third.FinishNew();
+  EXPECT_TRUE(files_.AfterPowerCut({}).contains("C:/new"));
 }
 
 TEST_F(MemoryFileSystemTest, AFileMayOutliveTheFileSystem) {

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "base/Text.h"
+
 namespace mv::platform {
 namespace {
 
@@ -44,6 +46,11 @@ StagedWrite::~StagedWrite() {
 std::unique_ptr<File> StagedWrite::Place(Existing existing) {
   std::unique_ptr<File> placed = files_.ReplaceOpen(staged_, current_, path_, existing);
   placed_ = true;
+  return placed;
+}
+
+std::unique_ptr<File> StagedWrite::OnDisk(std::unique_ptr<File> placed) {
+  files_.SyncFolder(path_.substr(0, FolderLength(path_)));
   return placed;
 }
 

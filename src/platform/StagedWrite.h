@@ -36,15 +36,18 @@ class StagedWrite {
   File& Contents() { return *staged_; }
   /// On return the new file is on disk under its name; it is returned, opened ReadWrite and Sharing::None. When this
   /// raises the old file is in place. The last call.
-  std::unique_ptr<File> Finish() { return Place(Existing::Replace); }
+  std::unique_ptr<File> Finish() { return OnDisk(Place(Existing::Replace)); }
   /// The same for a name that is free: error 58 when a file has come there by now, which stays.
-  std::unique_ptr<File> FinishNew() { return Place(Existing::Keep); }
+  std::unique_ptr<File> FinishNew() { return OnDisk(Place(Existing::Keep)); }
+  /// Finish, but for the name: a power cut may leave the old file under it until FileSystem::SyncFolder was called.
+  std::unique_ptr<File> FinishContents() { return Place(Existing::Replace); }
 
  private:
   struct WrittenAlready {};
   /// `current` null: this object's own, which is empty.
   StagedWrite(FileSystem& files, const std::string& path, std::unique_ptr<File>* current, WrittenAlready);
   std::unique_ptr<File> Place(Existing existing);
+  std::unique_ptr<File> OnDisk(std::unique_ptr<File> placed);
 
   FileSystem& files_;
   std::string path_;

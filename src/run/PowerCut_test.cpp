@@ -218,16 +218,20 @@ TEST_F(PowerCutTest, TheResultIsInTheHistoryBeforeTheHandheldGetsIt) {
   }
 }
 
-TEST_F(PowerCutTest, WithoutAHistoryTheResultIsInItsFolderBeforeTheHandheldGetsIt) {
+TEST_F(PowerCutTest, WithoutAHistoryBothTableFilesAreInTheirFoldersBeforeTheHandheldGetsOne) {
   world_.state.history.keep = 0;
-  std::map<std::string, std::set<Bytes>> found;
+  std::map<std::string, std::set<Bytes>> fetched;
+  std::map<std::string, std::set<Bytes>> results;
   LookAtRun([&](const Disk& left) {
     for (const std::string& table : {kFuel, kTrip}) {
-      if (HasTransferBegun(table)) found[table].insert(ContentOf(left, "C:/Cars/sync/dest/" + table + ".pdb"));
+      if (!HasTransferBegun(table)) continue;
+      fetched[table].insert(ContentOf(left, "C:/Cars/sync/source/" + table + ".pdb"));
+      results[table].insert(ContentOf(left, "C:/Cars/sync/dest/" + table + ".pdb"));
     }
   });
   for (const std::string& table : {kFuel, kTrip}) {
-    EXPECT_EQ(found[table], std::set<Bytes>{Now().at(OnHandheld(table))}) << table;
+    EXPECT_EQ(fetched[table], std::set<Bytes>{before_.at(OnHandheld(table))}) << table;
+    EXPECT_EQ(results[table], std::set<Bytes>{Now().at(OnHandheld(table))}) << table;
   }
 }
 

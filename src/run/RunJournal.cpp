@@ -203,7 +203,7 @@ void RunJournal::NotRetrieved(const std::string& table, std::int32_t code) {
 void RunJournal::Retrieved(const std::string& table, const std::string& file) {
   fetched_ = file;
   RecordOf(table).state = TableState::Retrieved;
-  InHistory([&] { archive_.KeepHandheldFile(file, table); });
+  KeepByName(file, [&] { archive_.KeepHandheldFile(file, table); });
 }
 
 void RunJournal::BeforeResult(const std::string& table, const std::string& file) {
@@ -344,9 +344,8 @@ void RunJournal::Committed(const std::string& table) {
 }
 
 void RunJournal::ResultWritten(const std::string& table, const std::string& file) {
-  InHistory([&] { archive_.KeepResultFile(file, table); });
-  // A transfer that is cut off may have destroyed the handheld's table; one name of the result is on the disk before.
-  if (!keepsHistory_) run_.files.SyncFolder(file.substr(0, FolderLength(file)));
+  // A transfer that is cut off may have destroyed the handheld's table.
+  KeepByName(file, [&] { archive_.KeepResultFile(file, table); });
 }
 
 void RunJournal::ResultFailed(const std::string& table, Recordset& desktop) {
@@ -440,6 +439,12 @@ void RunJournal::InHistory(Action action) {
     keepsHistory_ = false;
     Warn(journal_texts::NoHistory(error));
   }
+}
+
+template <typename Action>
+void RunJournal::KeepByName(const std::string& file, Action keep) {
+  InHistory(keep);
+  if (!keepsHistory_) run_.files.SyncFolder(file.substr(0, FolderLength(file)));
 }
 
 history::TableRecord& RunJournal::RecordOf(const std::string& table) {

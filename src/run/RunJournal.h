@@ -41,7 +41,7 @@ class RunJournal {
 
   void BeginTable(const std::string& table);
   void NotRetrieved(const std::string& table, std::int32_t code);
-  /// `file`: the fetched table.
+  /// `file`: the fetched table; on return it is on disk under a name, the history's or where there is none its own.
   void Retrieved(const std::string& table, const std::string& file);
   /// An earlier run's table `file` is about to give way to the one of this run.
   void BeforeResult(const std::string& table, const std::string& file);
@@ -75,6 +75,9 @@ class RunJournal {
   /// Does what the history needs; an error of it is told once and turns the history off.
   template <typename Action>
   void InHistory(Action action);
+  /// Gives `file` its name in the history by `keep`, and has one name of it on disk.
+  template <typename Action>
+  void KeepByName(const std::string& file, Action keep);
   history::TableRecord& RecordOf(const std::string& table);
   void TakeCounts(const history::TableRecord& counts);
   std::optional<history::RowSet> HandheldBefore(const SyncTable& table);

@@ -53,9 +53,10 @@ class ArrivingFile {
   ArrivingFile& operator=(const ArrivingFile&) = delete;
 
   std::string Path() const { return files_.StagedName(place_); }
+  /// That its name outlives a power cut is for the caller to see to.
   bool PutInPlace() {
     try {
-      platform::StagedWrite::TakeOver(files_, place_)->Finish();
+      platform::StagedWrite::TakeOver(files_, place_)->FinishContents();
       placed_ = true;
     } catch (const Error&) {
       // A result to the caller: the copy failed at its end.

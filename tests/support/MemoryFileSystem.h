@@ -234,7 +234,6 @@ class MemoryFileSystem : public platform::FileSystem {
     files_.erase(from);
     files_[to] = node;
     disk_->look();
-    SyncFolder(FolderOf(to));
     staged.reset();
     current.reset();
     return std::make_unique<MemoryFile>(disk_, node, platform::Access::ReadWrite, platform::Sharing::None);

@@ -278,11 +278,24 @@ std::optional<std::string> ResolvedExisting(const std::string& native) {
   return std::string(found.get());
 }
 
-/// A run asks this of each file that it opens to write, several times; the library's way for paths of any kind takes
-/// three times the system calls.
+/// The same for a file that is still to be made, in a folder that is there; also for a link that leads nowhere, which
+/// keeps its own name.
+std::optional<std::string> ResolvedNew(const std::string& native) {
+  const fs::path path(native);
+  const fs::path name = path.filename();
+  if (name.empty() || name == "." || name == "..") return std::nullopt;
+  // With a separator behind it, so that a file does not count.
+  const auto folder = ResolvedExisting((path.has_parent_path() ? path.parent_path().native() : ".") + '/');
+  if (!folder) return std::nullopt;
+  return (fs::path(*folder) / name).native();
+}
+
+/// A run asks this of each file that it opens to write; the library's way for paths of any kind takes three times the
+/// system calls.
 std::string Resolved(const std::string& path) {
   const std::string native = NativePath(path);
   if (auto existing = ResolvedExisting(native)) return *std::move(existing);
+  if (auto made = ResolvedNew(native)) return *std::move(made);
   std::error_code code;
   const fs::path resolved = fs::weakly_canonical(fs::absolute(native, code), code);
   return code ? native : resolved.string();
@@ -427,7 +440,6 @@ class PosixFileSystem : public FileSystem {
     const int result = replaces ? ::rename(from.c_str(), to.c_str()) : RenameToFreeName(from.c_str(), to.c_str());
     if (result != 0 && !replaces && errno == EEXIST) throw StandardError(errors::kFileAlreadyExists);
     if (result != 0) throw ErrorFromErrno(errno, to);
-    SyncNativeFolder(FolderOf(to));
     // Held until the new file, held as well, has its name.
     current.reset();
     return std::move(staged);

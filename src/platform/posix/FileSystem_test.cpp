@@ -77,6 +77,21 @@ TEST_F(PosixFiles, LinksOfBothKindsAreTheSameFile) {
   }
 }
 
+TEST_F(PosixFiles, RealPathOfAFileThatIsStillToBeMadeIsInItsRealFolder) {
+  fs::create_directories(Native("real/inner"));
+  fs::create_directory_symlink("real", Native("folder"));
+  fs::create_symlink("nowhere", Native("dangling"));
+  const std::string root = fs::canonical(Native("")).string();
+  const auto real = [&](const std::string& path) { return files_->RealPath(folder_.Path() + "/" + path); };
+  EXPECT_EQ(real("folder/new"), root + "/real/new");
+  EXPECT_EQ(real("folder//inner/../new"), root + "/real/new");
+  EXPECT_EQ(real("folder/none/new"), root + "/real/none/new");
+  EXPECT_EQ(real("folder/inner/.."), root + "/real");
+  EXPECT_EQ(real("dangling"), root + "/dangling");
+  EXPECT_EQ(real("file/new"), root + "/file/new");
+  EXPECT_EQ(files_->RealPath("/no such file"), "/no such file");
+}
+
 TEST_F(PosixFiles, ReaderWithoutLocksIsNoticed) {
   folder_.Write("file", "x");
   const auto file = files_->Open(folder_.File("file"), Access::ReadWrite, Disposition::OpenExisting, Sharing::None);
