@@ -169,10 +169,10 @@ class FileSystem {
   virtual std::unique_ptr<File> CreateStaged(const std::string& path, const std::string& like);
   /// Puts a completely written file in the place of another in one step. `staged` was opened on StagedName(path) with
   /// Sharing::None, `current` on `path` likewise, or is null. On success both are given up, and `path` is returned
-  /// opened anew (ReadWrite, Sharing::None), its content on disk; the name is once SyncFolder was called for its folder.
-  /// When it fails the old file is in place, and it may be tried again: both files are still open, except on Windows,
-  /// which renames and replaces closed files only.
-  /// Error 58 when `existing` is Keep and there is a file at `path`.
+  /// opened anew (ReadWrite, Sharing::None), its content on disk; the name is once SyncFolder was called for its
+  /// folder. When it fails the old file is in place, and it may be tried again: both files are still open, except on
+  /// Windows, which renames and replaces closed files only. Error 58 when `existing` is Keep and there is a file at
+  /// `path`.
   virtual std::unique_ptr<File> ReplaceOpen(std::unique_ptr<File>& staged, std::unique_ptr<File>& current,
                                             const std::string& path, Existing existing) = 0;
   /// Closes and removes the file StagedName(path), and is silent about failures: a left-over means nothing.
