@@ -2,11 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 
-#include "base/Bytes.h"
+#include "base/FileContent.h"
 #include "device/DeviceHooks.h"
 #include "device/Rapi.h"
 #include "device/modWinCERAPIConnectionHandler.h"
@@ -26,21 +25,6 @@ enum class DeviceCopyResult : std::int32_t {
 };
 
 enum class Overwrite { No, Yes };
-
-/// A whole file in memory. The memory is not cleared before the file is read into it, which would cost a copy a tenth.
-class FileContent {
- public:
-  FileContent() = default;
-  explicit FileContent(std::size_t size) : bytes_(std::make_unique_for_overwrite<std::uint8_t[]>(size)), size_(size) {}
-
-  std::size_t Size() const { return size_; }
-  ByteView View() const { return {bytes_.get(), size_}; }
-  ByteSpan Span() { return {bytes_.get(), size_}; }
-
- private:
-  std::unique_ptr<std::uint8_t[]> bytes_;
-  std::size_t size_ = 0;
-};
 
 /// Copies whole files between the desktop and the handheld, one at a time, each held in memory.
 ///

@@ -349,6 +349,15 @@ Bytes cFileIO::ReadByteArray(std::int32_t count, std::int32_t position) {
   return bytes;
 }
 
+std::size_t cFileIO::ReadInto(ByteSpan out, std::int32_t position) {
+  std::size_t count = 0;
+  Try(kReadTag, [&] {
+    count = RequireOpen(canRead_).ReadAt(static_cast<std::uint64_t>(position), out);
+    cursor_ = CheckedAdd(position, CheckedCast<std::int32_t>(count));
+  });
+  return count;
+}
+
 std::string cFileIO::ReadData(std::int32_t count, std::int32_t position) {
   return TextFromFile(ReadByteArray(count, position), TextEncoding());
 }

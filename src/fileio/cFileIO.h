@@ -118,6 +118,9 @@ class cFileIO {
   /// At most `count` bytes, fewer only when the file ends before. Of a file with the mark FF FE: whole 16-bit units,
   /// each as two bytes, low byte first.
   Bytes ReadByteArray(std::int32_t count = kToEnd, std::int32_t position = kAtCursor);
+  /// Fills `out` from `position` on, whatever the file's mark; the count is less than its size only when the file ends
+  /// before, and 0 after a failure.
+  std::size_t ReadInto(ByteSpan out, std::int32_t position);
   /// The text up to the next CR LF or the file's end; the cursor moves behind the CR LF.
   std::string InputLine();
   /// The text from the cursor to the file's end.

@@ -145,6 +145,21 @@ TEST_F(cFileIOTest, ModeWDoesNotRead) {
   EXPECT_EQ(ErrorText(), "modMain.ReadData():Bad file mode");
 }
 
+TEST_F(cFileIOTest, ReadIntoGivesWhatTheFileHoldsAndMovesTheCursor) {
+  Put("some", "abcdef");
+  ASSERT_TRUE(Open("some", "R"));
+  Bytes room(4, '.');
+  EXPECT_EQ(file_.ReadInto(room, 1), 4U);
+  EXPECT_EQ(room, BytesOf("bcde"));
+  EXPECT_EQ(file_.CurrentPos(), 5);
+  EXPECT_EQ(file_.ReadInto(room, 4), 2U);
+  EXPECT_EQ(room, BytesOf("efde"));
+  EXPECT_TRUE(file_.IsEOF());
+  files_.FailRead(1);
+  EXPECT_EQ(file_.ReadInto(room, 0), 0U);
+  EXPECT_EQ(ErrorNumber(), errors::kDeviceIo);
+}
+
 TEST_F(cFileIOTest, AFailedOpeningSaysWhyUnderTheNameAsGiven) {
   EXPECT_FALSE(file_.OpenFile("C:\\data\\none", "R"));
   EXPECT_EQ(ErrorText(), "modMain.OpenFile(C:\\data\\none):File not found");

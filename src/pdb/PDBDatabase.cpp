@@ -41,16 +41,35 @@ std::int32_t SizeBetween(std::int32_t start, std::int32_t end, std::int32_t file
   return end - start;
 }
 
-/// Writes a piece at its offset; what it reaches over is replaced, a gap before it is zero.
-void Put(Bytes& file, std::int32_t offset, ByteView piece) {
-  const auto start = static_cast<std::size_t>(offset);
-  if (file.size() > start + piece.size()) {
-    std::copy(piece.begin(), piece.end(), file.begin() + static_cast<std::ptrdiff_t>(start));
-    return;
+/// Puts a file together from its start on and writes it by and by, so that it need not fit into memory once more.
+class FileWriter {
+ public:
+  explicit FileWriter(cFileIO& file) : file_(file) {}
+
+  /// Adds a piece at its offset, which lies at the end of what was put or one byte before: that spare byte is replaced.
+  /// A gap before it is zero. False when the file cannot be written.
+  bool Put(std::int32_t offset, ByteView piece) {
+    if (piece.empty()) return true;
+    waiting_.resize(static_cast<std::size_t>(offset - written_));
+    waiting_.insert(waiting_.end(), piece.begin(), piece.end());
+    return waiting_.size() < kPiece || Write(waiting_.size() - 1);
   }
-  file.resize(start);
-  file.insert(file.end(), piece.begin(), piece.end());
-}
+  bool Finish() { return Write(waiting_.size()); }
+
+ private:
+  static constexpr std::size_t kPiece = 256 * 1024;
+
+  bool Write(std::size_t count) {
+    if (!file_.WriteByteArray(ByteView(waiting_).first(count))) return false;
+    waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<std::ptrdiff_t>(count));
+    written_ += static_cast<std::int32_t>(count);
+    return true;
+  }
+
+  cFileIO& file_;
+  Bytes waiting_;
+  std::int32_t written_ = 0;
+};
 
 }  // namespace
 
@@ -121,7 +140,7 @@ void PDBDatabase::ReadFile() {
   pool_ = BytePool();
   appInfo_.clear();
   sortInfo_.clear();
-  content_.clear();
+  content_ = {};
   iterationIndex_ = 0;
 }
 
@@ -174,7 +193,17 @@ std::vector<PDBDatabase::Entry> PDBDatabase::ReadEntries(std::int32_t count, std
 /// Exactly `size` bytes of the file. The utility gives no more than the file holds, so a false size costs nothing.
 Bytes PDBDatabase::ReadPiece(std::int32_t offset, std::int32_t size) {
   Bytes piece = file_.ReadByteArray(size, offset);
-  if (piece.size() == static_cast<std::size_t>(size)) return piece;
+  if (piece.size() != static_cast<std::size_t>(size)) RaiseCutShort();
+  return piece;
+}
+
+FileContent PDBDatabase::ReadContent() {
+  FileContent content(static_cast<std::size_t>(file_.FileSize()));
+  if (file_.ReadInto(content.Span(), 0) != content.Size()) RaiseCutShort();
+  return content;
+}
+
+void PDBDatabase::RaiseCutShort() const {
   RaiseFileFailure();
   RaiseOutOfRange();
 }
@@ -218,11 +247,11 @@ void PDBDatabase::WriteSortInfoBlock(Bytes block) {
 
 ByteView PDBDatabase::Content(const Entry& entry) {
   if (entry.offset == 0) return entry.data;
-  if (content_.empty()) content_ = ReadPiece(0, file_.FileSize());
+  if (content_.Size() == 0) content_ = ReadContent();
   const auto start = static_cast<std::size_t>(entry.offset);
   const auto length = static_cast<std::size_t>(entry.length);
-  if (start > content_.size() || length > content_.size() - start) RaiseOutOfRange();
-  return ByteView(content_).subspan(start, length);
+  if (start > content_.Size() || length > content_.Size() - start) RaiseOutOfRange();
+  return content_.View().subspan(start, length);
 }
 
 Bytes PDBDatabase::ReadNext(std::int32_t& index, std::int32_t& uniqueID, std::int16_t& category,
@@ -291,7 +320,7 @@ bool PDBDatabase::CreateDatabase() {
   appInfoSize_ = 0;
   sortInfoSize_ = 0;
   RemoveAll();
-  content_.clear();
+  content_ = {};
   created_ = true;
   dirty_ = true;
   return true;
@@ -350,14 +379,14 @@ void PDBDatabase::CloseDatabase(OnDisk onDisk) {
   if (created_ || dirty_) {
     if (!created_) LoadEverything();
     file_.CloseFile();
-    WriteFile(Assemble(), onDisk);
+    WriteFile(PrepareToWrite(), onDisk);
     ForgetData();
     created_ = false;
     dirty_ = false;
   }
   file_.CloseFile();
   if (isUnsynced_ && onDisk == OnDisk::Now) SyncFile();
-  content_ = Bytes();  // its memory too, which "= {}" would keep
+  content_ = {};
 }
 
 /// Takes everything that still lies in the opened file alone into memory.
@@ -374,22 +403,13 @@ void PDBDatabase::ForgetData() {
   pool_ = BytePool();
 }
 
-Bytes PDBDatabase::Assemble() {
+/// Raises what is wrong with the database before the file is touched.
+PDBDatabase::Head PDBDatabase::PrepareToWrite() {
   const std::int32_t dataStart = LayOut();
   if (databaseFor_ != kWithoutIds) AssignUniqueIds();
   AssignOffsets(dataStart);
   header_.modificationDate = PDBUtils::DateToPalmLong(DateFromCivil(clock_.Now()));
-
-  Bytes file;
-  file.reserve(FileSize());
-  Put(file, 0, HeaderBytes());
-  Put(file, kHeaderSize, EntryBytes());
-  if (appInfoSize_ > 0) Put(file, header_.appInfoOffset, appInfo_);
-  if (sortInfoSize_ > 0) Put(file, header_.sortInfoOffset, sortInfo_);
-  for (const Entry& entry : entries_) {
-    if (entry.IsPresent()) Put(file, entry.offset, entry.data);
-  }
-  return file;
+  return {HeaderBytes(), EntryBytes()};
 }
 
 /// Places the blocks; returns where the records' part of the file starts. Entries that are dropped from the list keep
@@ -431,15 +451,6 @@ void PDBDatabase::AssignOffsets(std::int32_t dataStart) {
   }
 }
 
-/// Of records that have their offsets, or a little less for none.
-std::size_t PDBDatabase::FileSize() const {
-  std::size_t size = 0;
-  for (const Entry& entry : entries_) {
-    if (entry.IsPresent()) size = std::max(size, static_cast<std::size_t>(entry.offset) + entry.data.size());
-  }
-  return size;
-}
-
 Bytes PDBDatabase::HeaderBytes() const {
   PDBByteStream stream = NewStream();
   std::int32_t pos = 0;
@@ -474,18 +485,29 @@ Bytes PDBDatabase::EntryBytes() const {
   return stream.ByteArray();
 }
 
-void PDBDatabase::WriteFile(const Bytes& content, OnDisk onDisk) {
+void PDBDatabase::WriteFile(const Head& head, OnDisk onDisk) {
   if (!file_.OpenFile(FileName(), "W")) RaiseFileFailure();
   file_.Reset();
   try {
-    if (!file_.WriteByteArray(content)) RaiseFileFailure();
+    WriteContent(head);
   } catch (const Error&) {
-    // The cursor still stands at the start: closing there leaves an empty file, which nobody takes for a table.
+    // Closed with the cursor at the start it is an empty file, which nobody takes for a table.
+    file_.Reset();
     file_.CloseFile();
     throw;
   }
   if (!file_.CloseFile(onDisk)) RaiseFileFailure();
   isUnsynced_ = onDisk == OnDisk::Later;
+}
+
+void PDBDatabase::WriteContent(const Head& head) {
+  FileWriter writer(file_);
+  bool isWritten = writer.Put(0, head.header) && writer.Put(kHeaderSize, head.entries) &&
+                   writer.Put(header_.appInfoOffset, appInfo_) && writer.Put(header_.sortInfoOffset, sortInfo_);
+  for (const Entry& entry : entries_) {
+    if (entry.IsPresent()) isWritten = isWritten && writer.Put(entry.offset, entry.data);
+  }
+  if (!isWritten || !writer.Finish()) RaiseFileFailure();
 }
 
 /// Opened for writing and closed at its end: only who may write to a file may sync it everywhere.

@@ -9,6 +9,7 @@
 
 #include "base/Bytes.h"
 #include "base/Error.h"
+#include "base/FileContent.h"
 #include "fileio/cFileIO.h"
 #include "pdb/BytePool.h"
 #include "pdb/PDBByteStream.h"
@@ -119,7 +120,7 @@ class PDBDatabase {
   /// call that edits or closes; of a file that was not edited, as long as what TakeContent gave.
   ByteView DataAt(std::int32_t i, std::int32_t& attributes);
   /// Gives the open file's content away, with the data of all its entries.
-  Bytes TakeContent() { return std::move(content_); }
+  FileContent TakeContent() { return std::exchange(content_, {}); }
 
   /// Removes the first entry with that ID; without one nothing changes but IterationIndex.
   void Remove(std::int32_t id);
@@ -159,6 +160,12 @@ class PDBDatabase {
     bool IsPresent() const { return length != 0; }
   };
 
+  /// What a file to be written begins with.
+  struct Head {
+    Bytes header;
+    Bytes entries;
+  };
+
   std::string FileName() const { return header_.name + ".pdb"; }
   std::int32_t EntryCount() const { return static_cast<std::int32_t>(entries_.size()); }
   Entry& EntryAt(std::int32_t index);
@@ -168,20 +175,22 @@ class PDBDatabase {
   Header ReadHeader();
   std::vector<Entry> ReadEntries(std::int32_t count, std::int32_t fileSize);
   Bytes ReadPiece(std::int32_t offset, std::int32_t size);
+  FileContent ReadContent();
+  [[noreturn]] void RaiseCutShort() const;
   ByteView Content(const Entry& entry);
   std::optional<Error> FileFailure(const std::string& source) const;
   void RaiseFileFailure() const;
 
-  std::size_t FileSize() const;
   void LoadEverything();
   void ForgetData();
-  Bytes Assemble();
+  Head PrepareToWrite();
   std::int32_t LayOut();
   void AssignUniqueIds();
   void AssignOffsets(std::int32_t dataStart);
   Bytes HeaderBytes() const;
   Bytes EntryBytes() const;
-  void WriteFile(const Bytes& content, OnDisk onDisk);
+  void WriteFile(const Head& head, OnDisk onDisk);
+  void WriteContent(const Head& head);
   void SyncFile();
 
   cFileIO file_;
@@ -195,7 +204,7 @@ class PDBDatabase {
   std::vector<Entry> entries_;
   BytePool pool_;
   /// The open file as a whole, from the first record read on.
-  Bytes content_;
+  FileContent content_;
   std::int32_t iterationIndex_ = 0;
   bool created_ = false;
   bool dirty_ = false;

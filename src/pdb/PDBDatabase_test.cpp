@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <optional>
 
 #include "pdb/HandheldType.h"
@@ -684,10 +686,10 @@ TEST_F(PDBDatabaseTest, DataLiesWhereTheContentIsThatWasTaken) {
   const ByteView second = database_->DataAt(2, attributes);
   EXPECT_EQ(attributes, 0x80);
   EXPECT_EQ(database_->IterationIndex(), 0);
-  const Bytes content = database_->TakeContent();
+  const FileContent content = database_->TakeContent();
   database_->CloseDatabase();
-  EXPECT_EQ(content, ThreeRecords());
-  EXPECT_EQ(second.data(), content.data() + 0x6A);
+  EXPECT_EQ(ToHex(content.View()), ToHex(ThreeRecords()));
+  EXPECT_EQ(second.data(), content.View().data() + 0x6A);
   EXPECT_EQ(ToHex(second), "B1 B2 B3");
 }
 
@@ -770,6 +772,34 @@ TEST_F(PDBDatabaseTest, AFullDiskIsRaisedAndLeavesAnEmptyFileInsteadOfACutOne) {
   EXPECT_EQ(error.Description(), "modMain.WriteData():Disk full");
   EXPECT_TRUE(files_.Content(kFile).empty());
   EXPECT_NO_THROW(files_.RemoveFile(kFile)) << "still open";
+}
+
+TEST_F(PDBDatabaseTest, ALargeFileIsWrittenInPiecesAndHoldsEveryByte) {
+  constexpr std::size_t kRecords = 2000;
+  constexpr std::size_t kLength = 700;
+  constexpr std::size_t kDataStart = 78 + 8 * kRecords + 2;
+  database_->CreateDatabase();
+  const std::size_t writesBefore = files_.Writes();
+  for (std::size_t i = 0; i < kRecords; ++i) {
+    Bytes record(kLength, static_cast<std::uint8_t>(i % 251 + 1));
+    record.push_back(0);
+    database_->Update(-1, 0, 0, 0, record);
+  }
+  database_->CloseDatabase();
+  EXPECT_GE(files_.Writes() - writesBefore, 5u);
+  const Bytes saved = files_.Content(kFile);
+  ASSERT_EQ(saved.size(), kDataStart + kRecords * kLength + 1);
+  for (std::size_t i = 0; i < kRecords; ++i) {
+    const ByteView record = ByteView(saved).subspan(kDataStart + i * kLength, kLength);
+    ASSERT_TRUE(std::all_of(record.begin(), record.end(), [&](std::uint8_t byte) { return byte == i % 251 + 1; })) << i;
+  }
+  EXPECT_EQ(saved.back(), 0);
+
+  database_->CreateDatabase();
+  for (std::size_t i = 0; i < kRecords; ++i) database_->Update(-1, 0, 0, 0, Bytes(kLength, 7));
+  files_.FailWrite(3);
+  EXPECT_EQ(ErrorNumberOf([&] { database_->CloseDatabase(); }), errors::kDiskFull);
+  EXPECT_TRUE(files_.Content(kFile).empty()) << "two pieces were written";
 }
 
 TEST_F(PDBDatabaseTest, AFailingCutOrFlushIsRaised) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Bytes.h"
+#include "base/FileContent.h"
 #include "pdb/HandheldType.h"
 #include "recordset/StoredRows.h"
 
@@ -24,7 +25,7 @@ class HandheldRows : public StoredRows {
   /// long; it is not added then. `record` must lie in what Keep gets.
   void Add(ByteView record, std::int32_t attributes);
   /// Takes over the bytes in which the records lie.
-  void Keep(Bytes content) { content_ = std::move(content); }
+  void Keep(FileContent content) { content_ = std::move(content); }
 
   const std::vector<HandheldType>& Types() const { return types_; }
   /// The bytes of a row's fields: a record without what stands behind them.
@@ -42,7 +43,7 @@ class HandheldRows : public StoredRows {
 
   std::vector<HandheldType> types_;
   std::vector<Record> records_;
-  Bytes content_;
+  FileContent content_;
 };
 
 }  // namespace mv

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "base/Error.h"
 #include "pdb/RecordFlags.h"
 #include "support/ExpectError.h"
@@ -20,9 +22,11 @@ HandheldRows LongAndText() {
 
 TEST(HandheldRows, FieldsAreFollowedByTheFlags) {
   HandheldRows rows = LongAndText();
-  Bytes content = FromHex("00 00 00 07 61 00 05 | FF FF FF FE 00 06");
-  rows.Add(ByteView(content).first(7), kRecordDeleted);
-  rows.Add(ByteView(content).subspan(7), kRecordModified | 1);
+  const Bytes records = FromHex("00 00 00 07 61 00 05 | FF FF FF FE 00 06");
+  FileContent content(records.size());
+  std::copy(records.begin(), records.end(), content.Span().begin());
+  rows.Add(content.View().first(7), kRecordDeleted);
+  rows.Add(content.View().subspan(7), kRecordModified | 1);
   EXPECT_EQ(ToHex(rows.FieldBytes(0)), "00 00 00 07 61 00 05");
   rows.Keep(std::move(content));
   ASSERT_EQ(rows.Count(), 2U);
