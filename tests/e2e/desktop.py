@@ -458,9 +458,10 @@ class App(Program):
     def status(self, window):
         return self.probe.ask("status", self.child(window, **{"class": "msctls_statusbar32"})["hwnd"])
 
-    def capture(self, path, window=None):
+    def capture(self, path, window=None, settled=True):
         box = window and self.probe.ask("window", window["hwnd"])["rect"]
-        self.wine.screen.settle()
+        if settled:
+            self.wine.screen.settle()
         self.wine.screen.capture(path, box and (box["left"], box["top"], box["right"], box["bottom"]))
 
     def close(self, window):

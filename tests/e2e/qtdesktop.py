@@ -413,10 +413,11 @@ class QtApp(Program):
         self.probe.ask("settext", name["id"], str(file))
         self.keys(browse, "Enter")
 
-    def capture(self, path, window=None):
-        """With the frame that the window manager draws."""
+    def capture(self, path, window=None, settled=True):
+        """With the frame that the window manager draws. `settled`: once nothing is painted any more."""
         box = window and self.box_of(window)
-        self.desk.screen.settle()
+        if settled:
+            self.desk.screen.settle()
         self.desk.screen.capture(path, box and (box["left"] - 1, box["top"] - 20, box["right"] + 1, box["bottom"] + 5))
 
     def end(self):
