@@ -57,6 +57,10 @@ TEST_F(RoomMakerTest, AFullCardIsNoReasonToGiveHistoryUp) {
   files_.CreateFolders("D:\\card");
   files_.FailWrite(1);
   EXPECT_EQ(ErrorNumberOf([&] { maker_.WriteWhole("D:\\card\\table", Bytes{7}); }), errors::kDiskFull);
+  const auto file = maker_.Open("D:\\card\\table", platform::Access::Write, platform::Disposition::CreateAlways,
+                                platform::Sharing::None);
+  files_.FailWrite(1);
+  EXPECT_EQ(ErrorNumberOf([&] { file->WriteAt(0, Bytes{7}); }), errors::kDiskFull);
   EXPECT_EQ(Entries().size(), 3u);
 }
 
