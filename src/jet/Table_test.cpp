@@ -141,7 +141,7 @@ TEST(Table, InsertedValuesBecomeThoseThatTheRowReadsAs) {
                                   .PrimaryKey("ID"));
   std::vector<Value> values;
   for (int i = 0; i < 2; ++i) {
-    values = {Null(), std::int32_t{12}, Null(), Text("7.5"), Text("01234567-89ab-cdef-0123-456789abcdef"), 1.5};
+    values = {Null(), std::int32_t{12}, Null(), Text("7.5"), Text("{01234567-89ab-cdef-0123-456789abcdef}"), 1.5};
     const RowId row = table.Insert(std::span(values));
     EXPECT_EQ(values, table.ReadRow(row));
     EXPECT_EQ(values[0], Value(std::int32_t{i + 1}));
