@@ -19,8 +19,8 @@ class LineBlocks {
   /// Takes the next lines, each with its end, as far as the stream has them at hand. Never waits for more; false when
   /// there is not one whole line.
   bool TakeReady(std::string& block);
-  /// The same, but waits for one line; the last line of all may have no end. False at the end of the stream, Failure
-  /// when it cannot be read.
+  /// The same, but waits for one line; the last line of all may have no end. False at the end of the stream. Failure
+  /// when it cannot be read, which may lose what came in the same piece before the place that cannot.
   bool Take(std::string& block);
 
  private:
