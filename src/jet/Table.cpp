@@ -69,9 +69,11 @@ void Table::BindIndexes() {
   sharesMaps_ = SharesMaps(definition_);
   trees_.clear();
   keyPositions_.clear();
+  whyNotWritable_.clear();
   for (const IndexData& index : definition_.indexData) {
     trees_.emplace_back(file_, freePages_, definition_.page, index);
     keyPositions_.push_back(definition_.PositionsOf(index));
+    whyNotWritable_.push_back(jet::WhyNotWritable(definition_, index));
   }
   relatedColumns_ = RelatedColumns(definition_, keyPositions_);
 }

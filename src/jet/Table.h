@@ -83,7 +83,9 @@ class Table {
   Value DefaultOf(std::size_t column) const;
   /// Adds a row, taking nulls as they are; but null in an autonumber column draws the next number. Returns its address.
   /// Error 3001 when the number of values is not that of the columns.
-  RowId Insert(std::vector<Value> values);
+  RowId Insert(std::vector<Value> values) { return Insert(std::span(values)); }
+  /// The same; `values` become those that the row reads as, and keep their memory. After an error they are anything.
+  RowId Insert(std::span<Value> values);
   /// Replaces the values at `columns` (positions) of a row; the address stays. Values of other columns keep their
   /// bytes, and a row whose values are equal already is not written at all. Error 3021 for a row that is not live.
   void Update(RowId row, std::span<const std::size_t> columns, std::span<const Value> values);
@@ -92,6 +94,12 @@ class Table {
 
   /// True when an index has an entry with this key, leaving out that of the row `except`.
   bool HasKey(std::size_t index, const IndexKey& key, std::optional<RowId> except = std::nullopt) const;
+
+  /// Why the engine could not keep an index (number of the data block) right; empty when it can. See
+  /// jet::WhyNotWritable.
+  const std::string& WhyNotWritable(std::size_t index) const { return whyNotWritable_.at(index); }
+  /// The columns of an index (number of the data block), by position.
+  const std::vector<std::size_t>& KeyPositions(std::size_t index) const { return keyPositions_.at(index); }
 
   /// Takes over a definition that was given other indexes; the columns are the same.
   void Redefine(TableDefinition definition);
@@ -132,7 +140,7 @@ class Table {
   void RequireRelationsKept() const;
   void RequireWritable(std::size_t index) const;
   void RequireAllWritable() const;
-  Value CheckedValue(std::size_t column, Value value) const;
+  void CheckValue(std::size_t column, Value& value) const;
   void SetCell(Draft& draft, std::size_t column, Value& value) const;
   Draft& EmptyDraft();
   Draft& DraftOf(const RowLayout::Row& row);
@@ -143,7 +151,7 @@ class Table {
   void RemoveLongValue(const RowLayout::Row& row, std::size_t column);
   std::size_t FixedAreaOfNewRows();
 
-  void DrawAutonumbers(std::vector<Value>& values) const;
+  void DrawAutonumbers(std::span<Value> values) const;
   void NoteAutonumber(std::size_t column, const Value& value);
 
   bool IsPrimaryKey(std::size_t index) const;
@@ -158,7 +166,7 @@ class Table {
 
   std::optional<RowChange> RelatedChange(RowId row, const RowLayout::Row& oldRow,
                                          const std::vector<std::optional<Value>>& changed) const;
-  std::vector<Value> RelatedValues(const std::vector<Value>& values) const;
+  std::vector<Value> RelatedValues(std::span<const Value> values) const;
   std::vector<Value> RelatedValues(const RowLayout::Row& row) const;
   void FollowRelations(RowChange change);
 
@@ -173,6 +181,7 @@ class Table {
   std::vector<std::optional<LongValues>> longValues_;   ///< by position of the column
   std::vector<IndexTree> trees_;                        ///< by number of the index data block
   std::vector<std::vector<std::size_t>> keyPositions_;  ///< columns of each index, by position
+  std::vector<std::string> whyNotWritable_;             ///< by number of the index data block
   std::vector<std::size_t> relatedColumns_;             ///< positions of the columns that relations connect, ascending
   std::optional<std::size_t> fixedAreaOfNewRows_;
   Draft draft_;              ///< of the statement under way, until its row is on a page

@@ -60,13 +60,13 @@ bool IsAutonumber(const Column& column) {
 
 }  // namespace
 
-RowId Table::Insert(std::vector<Value> values) {
+RowId Table::Insert(std::span<Value> values) {
   if (values.size() != definition_.columns.size()) throw StandardError(errors::kRecordsetArgument);
   RequireAllWritable();
   DrawAutonumbers(values);
   Draft& draft = EmptyDraft();
   for (std::size_t column = 0; column < values.size(); ++column) {
-    values[column] = CheckedValue(column, std::move(values[column]));
+    CheckValue(column, values[column]);
     SetCell(draft, column, values[column]);
   }
   CheckSize(draft);
@@ -103,7 +103,8 @@ void Table::Update(RowId row, std::span<const std::size_t> columns, std::span<co
     const std::size_t column = columns[i];
     if (column >= changed.size()) throw StandardError(errors::kItemNotFound);
     if (!HoldsAlready(oldRow, column, values[i], scratch)) {
-      Value value = CheckedValue(column, values[i]);
+      Value value = values[i];
+      CheckValue(column, value);
       SetCell(draft, column, value);
       if (!HoldsValue(oldRow, column, draft, value)) {
         changed[column] = std::move(value);
@@ -177,7 +178,7 @@ void Table::RequireRelationsKept() const {
 }
 
 void Table::RequireWritable(std::size_t index) const {
-  const std::string reason = WhyNotWritable(definition_, definition_.indexData[index]);
+  const std::string& reason = whyNotWritable_[index];
   if (reason.empty()) return;
   throw UnsupportedError("table '" + definition_.name + "', index '" + definition_.IndexName(index) + "': " + reason);
 }
@@ -188,19 +189,23 @@ void Table::RequireAllWritable() const {
   for (std::size_t index = 0; index < trees_.size(); ++index) RequireWritable(index);
 }
 
-/// The value as its column holds it, or the error that says why it cannot.
-Value Table::CheckedValue(std::size_t position, Value value) const {
+/// The value becomes what its column holds, or the error says why it cannot.
+void Table::CheckValue(std::size_t position, Value& value) const {
   const Column& column = definition_.columns[position];
   if (IsNull(value)) {
-    if (column.type == ColumnType::Boolean) return false;
-    if (rules_.columns[position].required) throw RequiredError(definition_, column);
-    return value;
+    if (column.type == ColumnType::Boolean) {
+      value = false;
+    } else if (rules_.columns[position].required) {
+      throw RequiredError(definition_, column);
+    }
+    return;
   }
-  Value converted = Naming(definition_, column, [&] { return ConvertedTo(DataTypeOf(column.type), std::move(value)); });
-  const auto* text = std::get_if<std::string>(&converted);
+  if (!CertainlyFits(column, value)) {
+    value = Naming(definition_, column, [&] { return ConvertedTo(DataTypeOf(column.type), std::move(value)); });
+  }
   const bool isText = column.type == ColumnType::Text || column.type == ColumnType::Memo;
-  if (isText && text->empty() && !rules_.columns[position].allowZeroLength) throw ZeroLengthError(definition_, column);
-  return converted;
+  const bool isEmptyText = isText && std::get<std::string>(value).empty();
+  if (isEmptyText && !rules_.columns[position].allowZeroLength) throw ZeroLengthError(definition_, column);
 }
 
 /// Makes the cell of a checked value; the value becomes what the cell will read as.
@@ -318,7 +323,7 @@ Value Table::DefaultOf(std::size_t column) const {
 
 // Autonumbers.
 
-void Table::DrawAutonumbers(std::vector<Value>& values) const {
+void Table::DrawAutonumbers(std::span<Value> values) const {
   for (std::size_t column = 0; column < values.size(); ++column) {
     if (!IsAutonumber(definition_.columns[column]) || !IsNull(values[column])) continue;
     const std::int64_t next = std::int64_t{LastAutonumber(file_, definition_)} + AutonumberStep(file_, definition_);
@@ -428,7 +433,7 @@ std::optional<RowChange> Table::RelatedChange(RowId row, const RowLayout::Row& o
 }
 
 /// The values of the columns that relations connect; nothing at all when there are none.
-std::vector<Value> Table::RelatedValues(const std::vector<Value>& values) const {
+std::vector<Value> Table::RelatedValues(std::span<const Value> values) const {
   if (relatedColumns_.empty()) return {};
   std::vector<Value> related(values.size());
   for (const std::size_t column : relatedColumns_) related[column] = values[column];

@@ -129,6 +129,26 @@ TEST(Table, ValuesOfOtherTypesAreConvertedToTheColumns) {
   EXPECT_EQ(table.ReadRow(row), (std::vector<Value>{std::int32_t{42}, Text("7"), true, Text("1.2345")}));
 }
 
+TEST(Table, InsertedValuesBecomeThoseThatTheRowReadsAs) {
+  JetDatabase database;
+  Table& table = database.Add(JetTable("T")
+                                  .Autonumber("ID")
+                                  .Text("TX", 40)
+                                  .Column("FLAG", ColumnType::Boolean)
+                                  .Column("CU", ColumnType::Currency)
+                                  .Column("GU", ColumnType::Guid)
+                                  .Column("DE", ColumnType::Decimal)
+                                  .PrimaryKey("ID"));
+  std::vector<Value> values;
+  for (int i = 0; i < 2; ++i) {
+    values = {Null(), std::int32_t{12}, Null(), Text("7.5"), Text("{01234567-89ab-cdef-0123-456789abcdef}"), 1.5};
+    const RowId row = table.Insert(std::span(values));
+    EXPECT_EQ(values, table.ReadRow(row));
+    EXPECT_EQ(values[0], Value(std::int32_t{i + 1}));
+    EXPECT_EQ(values[3], Value(Currency{75000}));
+  }
+}
+
 TEST(Table, CursorWalksTheRowsInPhysicalOrder) {
   JetDatabase database;
   Table& table = database.Add(JetTable("T").Text("t", 200));

@@ -3,10 +3,14 @@
 #include <cstddef>
 #include <iosfwd>
 #include <string>
+#include <string_view>
 
 #include "json/Json.h"
 
 namespace mv {
+
+/// Reads the one value of a line into `value`, as ReadJson does; false for a blank line.
+bool ReadJsonLine(std::string_view line, Json& value, std::size_t number);
 
 /// JSON values from a stream, one on each line; blank lines are skipped. Keeps one line at a time, so that an input may
 /// be of any length.

@@ -20,6 +20,14 @@ TEST(JsonLines, EachLineThatIsNotBlankIsAValue) {
   EXPECT_EQ(lines.Next(), nullptr);
 }
 
+TEST(JsonLines, LineOfItsOwnIsReadOrBlank) {
+  Json value;
+  EXPECT_TRUE(ReadJsonLine(" [1]\r", value, 7));
+  EXPECT_EQ(value.Elements().at(0).Position().line, 7u);
+  EXPECT_FALSE(ReadJsonLine(" \t\r", value, 8));
+  EXPECT_FALSE(ReadJsonLine("", value, 8));
+}
+
 TEST(JsonLines, ErrorsNameTheLine) {
   std::istringstream in("1\n\n[1,\n");
   JsonLines lines(in);

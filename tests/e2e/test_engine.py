@@ -9,6 +9,7 @@ import random
 import resource
 import subprocess
 import tempfile
+import time
 import unittest
 
 from . import jetreaders
@@ -144,6 +145,49 @@ class DeepTrees(EngineCase):
             self.assertEqual(structure_findings(self.path), "")
             self.apply(table, *changer.batch(50, (5, 3, 1)))
             self.check(table)
+
+
+class OpenPipes(EngineCase):
+    """Lines from a program that keeps the pipe open and says nothing more."""
+
+    def setUp(self):
+        super().setUp()
+        self.create([Table("T", [Column("N", "Long"), Column("M", "Memo")],
+                           [Index("PrimaryKey", [("N", False)], primary=True, unique=True, required=True)])])
+
+    def ended(self, pieces):
+        """What `mvtool apply --keep` ends with and says while the pipe is still open. The pieces come one after the other."""
+        command = [str(BIN / "mvtool"), "apply", str(self.path), "T", "--keep"]
+        pipe = subprocess.PIPE
+        with subprocess.Popen(command, stdin=pipe, stdout=pipe, stderr=pipe) as process:
+            try:
+                for piece in pieces:
+                    process.stdin.write(piece.encode("utf-8"))
+                    process.stdin.flush()
+                    time.sleep(0.02)
+                status = process.wait(timeout=60)
+            finally:
+                process.kill()
+            return status, process.stdout.read().decode("utf-8"), process.stderr.read().decode("utf-8")
+
+    def test_a_line_that_fails_ends_it(self):
+        # Fewer lines than are read at once, and many times as many.
+        for good in (0, 3, 20000):
+            for bad, why in (("x\n", ", column 1: "), (lines_of([{"op": "delete", "where": {"N": -1}}]), ": no row fits")):
+                with self.subTest(good=good, bad=bad):
+                    must(mvtool("apply", self.path, "T", text=lines_of([{"op": "insert", "row": {"N": -2}}])))
+                    inserts = lines_of({"op": "insert", "row": {"N": n, "M": "some text"}} for n in range(good))
+                    status, said, error = self.ended([inserts + bad + lines_of([{"op": "insert", "row": {"N": -1}}])])
+                    self.assertEqual((status, said), (1, f"{good} inserted, 0 updated, 0 deleted\n"))
+                    self.assertTrue(error.startswith(f"mvtool: line {good + 1}{why}"), error)
+                    deletes = [{"op": "delete", "where": {"N": n}} for n in (*range(good), -2)]
+                    must(mvtool("apply", self.path, "T", text=lines_of(deletes)))
+
+    def test_each_line_is_done_before_the_next_is_waited_for(self):
+        pieces = [lines_of([{"op": "insert", "row": {"N": n}}]) for n in range(10)]
+        status, said, error = self.ended([*pieces, pieces[4][:9], pieces[4][9:] + '{"op":"ins'])
+        self.assertEqual((status, said), (1, "10 inserted, 0 updated, 0 deleted\n"))
+        self.assertTrue(error.startswith("mvtool: line 11: The changes you requested"), error)
 
 
 class WholeTables(EngineCase):

@@ -80,8 +80,16 @@ void ShiftDown(Marks& marks, std::size_t position, std::size_t distance) {
 
 /// Negative, zero or positive as `left` is below, equal to or above `right`; a beginning is below the whole.
 int Compare(ByteView left, ByteView right) {
-  const int difference = std::memcmp(left.data(), right.data(), std::min(left.size(), right.size()));
-  if (difference != 0) return difference;
+  const std::size_t shared = std::min(left.size(), right.size());
+  std::size_t at = 0;
+  for (; shared - at >= sizeof(std::uint64_t); at += sizeof(std::uint64_t)) {
+    const auto leftWord = LoadBig<std::uint64_t>(left.data() + at);
+    const auto rightWord = LoadBig<std::uint64_t>(right.data() + at);
+    if (leftWord != rightWord) return leftWord < rightWord ? -1 : 1;
+  }
+  for (; at < shared; ++at) {
+    if (left[at] != right[at]) return static_cast<int>(left[at]) - static_cast<int>(right[at]);
+  }
   return static_cast<int>(left.size()) - static_cast<int>(right.size());
 }
 

@@ -214,6 +214,24 @@ TEST_F(IndexPageTest, LowerBoundFindsTheFirstEntryNotBelow) {
   EXPECT_EQ(View().LowerBound(FromHex("7F 30 00 00 05 11")), 19U);
 }
 
+TEST_F(IndexPageTest, LowerBoundTellsApartWhatDiffersInAnyOneByte) {
+  Bytes entry(30);
+  for (std::size_t i = 0; i < entry.size(); ++i) entry[i] = static_cast<std::uint8_t>(0x70 + i);
+  Append(entry);
+  for (std::size_t place = 0; place < entry.size(); ++place) {
+    for (const auto& [byte, bound] : {std::pair(0x00, 0U), std::pair(0xFF, 30U)}) {
+      Bytes sought = entry;
+      sought[place] = static_cast<std::uint8_t>(byte);
+      // What comes behind is of no account.
+      if (place + 1 < sought.size()) sought[place + 1] = static_cast<std::uint8_t>(~byte);
+      EXPECT_EQ(View().LowerBound(sought), bound) << place;
+    }
+    EXPECT_EQ(View().LowerBound(ByteView(entry).first(place)), 0U) << place;
+  }
+  entry.push_back(0);
+  EXPECT_EQ(View().LowerBound(entry), 30U);
+}
+
 TEST_F(IndexPageTest, LowerBoundInANodeLeavesTheChildOut) {
   Format(1);
   Append(FromHex("7F 10 | 00 00 05 10 | 00 00 00 09"));

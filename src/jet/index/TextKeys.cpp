@@ -4,9 +4,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <set>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/Ascii.h"
@@ -54,6 +54,18 @@ class Part {
 
 void Append(Bytes& key, ByteView bytes) {
   key.insert(key.end(), bytes.begin(), bytes.end());
+}
+
+using LatePart = Part<kLateRecordSize * kMaxUnits>;
+
+/// Adds the record of a character that stands behind so many primary weights.
+void PushLate(LatePart& late, std::size_t weights, std::uint8_t code) {
+  const unsigned position =
+      kLatePositionFlag | (kLatePositionBase + kLatePositionStep * static_cast<unsigned>(weights));
+  late.Push(static_cast<std::uint8_t>(position >> 8));
+  late.Push(static_cast<std::uint8_t>(position & 0xFF));
+  late.Push(kLateMark);
+  late.Push(code);
 }
 
 /// Collects the parts of one key, unit by unit.
@@ -109,7 +121,7 @@ class KeyParts {
       case TextWeight::Kind::Kana:
         return AddKana(entry, kKanaCode);
       case TextWeight::Kind::Late:
-        return AddLate(entry.detail);
+        return PushLate(late_, weights_, entry.detail);
       case TextWeight::Kind::AddOn:
         return AddToSecondary(entry.detail);
       case TextWeight::Kind::Letters:
@@ -142,15 +154,6 @@ class KeyParts {
 
   void AddLetters(const LetterWeights& letters) {
     for (std::size_t i = 0; i < letters.count; ++i) AddWeight(letters.primary[i], letters.secondary[i]);
-  }
-
-  void AddLate(std::uint8_t code) {
-    const unsigned position =
-        kLatePositionFlag | (kLatePositionBase + kLatePositionStep * static_cast<unsigned>(weights_));
-    late_.Push(static_cast<std::uint8_t>(position >> 8));
-    late_.Push(static_cast<std::uint8_t>(position & 0xFF));
-    late_.Push(kLateMark);
-    late_.Push(code);
   }
 
   /// A combining mark adds to the weight before it; before the first weight it makes a byte of its own.
@@ -187,28 +190,37 @@ class KeyParts {
   Part<2 * kMaxWeights> primary_;
   Part<kMaxWeights + 1> secondary_;
   Part<kMaxUnits> kana_;
-  Part<kLateRecordSize * kMaxUnits> late_;
+  LatePart late_;
 };
 
-/// Appends the key of a text whose characters are ASCII and add one primary byte each, which is nearly every text there
-/// is. Returns false, with the key as it was, for all others.
+/// Appends the key of a text whose characters are ASCII and add one primary byte each, or a hyphen or the like, which
+/// is nearly every text there is. Returns false, with the key as it was, for all others.
 bool AppendSimpleKey(Bytes& key, std::string_view text) {
   if (text.size() > kMaxUnits) return false;
   text = text.substr(0, text.find_last_not_of(' ') + 1);
   const std::size_t from = key.size();
-  key.resize(from + text.size() + 2);
-  std::uint8_t* out = key.data() + from;
+  key.resize(from + text.size());
+  std::uint8_t* const weights = key.data() + from;
+  std::size_t count = 0;
+  LatePart late;
   for (const char character : text) {
     const auto byte = static_cast<std::uint8_t>(character);
     const TextWeight entry = kLatinWeights[byte];
-    if (byte > 0x7F || entry.kind != TextWeight::Kind::Weight || entry.detail != 0 || entry.primary > 0xFF) {
+    const bool isPlain = entry.kind == TextWeight::Kind::Weight && entry.detail == 0 && entry.primary <= 0xFF;
+    if (byte <= 0x7F && isPlain) {
+      weights[count++] = static_cast<std::uint8_t>(entry.primary);
+    } else if (byte <= 0x7F && entry.kind == TextWeight::Kind::Late) {
+      PushLate(late, count, entry.detail);
+    } else {
       key.resize(from);
       return false;
     }
-    *out++ = static_cast<std::uint8_t>(entry.primary);
   }
-  *out++ = kSeparator;
-  *out = kEnd;
+  key.resize(from + count);
+  key.push_back(kSeparator);
+  if (!late.Empty()) key.insert(key.end(), 3, kSeparator);
+  Append(key, late.View());
+  key.push_back(kEnd);
   return true;
 }
 
@@ -222,21 +234,36 @@ char32_t CharacterAt(std::u16string_view units, std::size_t at) {
   return 0x10000u + (static_cast<char32_t>(units[at] & 0x3FF) << 10 | (units[at + 1] & 0x3FFu));
 }
 
+/// By their first byte.
+using WeightsByFirst = std::array<std::vector<std::string>, 256>;
+
 /// The primary weights of each character that stands for several letters, as keys hold them.
-const std::vector<std::string>& WeightsOfLetters() {
-  static const std::vector<std::string> kWeights = [] {
-    std::set<std::string> weights;
+const WeightsByFirst& WeightsOfLetters() {
+  static const WeightsByFirst kWeights = [] {
+    WeightsByFirst result;
     for (const LetterWeights& letters : AllLetters()) {
       std::string bytes;
       for (const std::uint16_t weight : std::span(letters.primary).first(letters.count)) {
         if (weight > 0xFF) bytes += static_cast<char>(weight >> 8);
         bytes += static_cast<char>(weight & 0xFF);
       }
-      weights.insert(bytes);
+      std::vector<std::string>& alike = result[static_cast<std::uint8_t>(bytes.front())];
+      if (std::find(alike.begin(), alike.end(), bytes) == alike.end()) alike.push_back(std::move(bytes));
     }
-    return std::vector<std::string>(weights.begin(), weights.end());
+    return result;
   }();
   return kWeights;
+}
+
+/// Whether such a character may be among those with these weights.
+bool MayHaveLetters(std::string_view weights) {
+  const WeightsByFirst& letters = WeightsOfLetters();
+  for (; !weights.empty(); weights.remove_prefix(1)) {
+    const std::vector<std::string>& alike = letters[static_cast<std::uint8_t>(weights.front())];
+    const auto beginsSo = [weights](const std::string& one) { return weights.starts_with(one); };
+    if (std::any_of(alike.begin(), alike.end(), beginsSo)) return true;
+  }
+  return false;
 }
 
 }  // namespace
@@ -270,9 +297,7 @@ std::optional<std::size_t> CertainPartOfTextKey(ByteView key) {
   const std::string_view bytes(reinterpret_cast<const char*>(key.data()), key.size());
   // A weight's second byte may be 01 in no run, so the first one ends the weights.
   const std::string_view weights = bytes.substr(0, bytes.find(static_cast<char>(kSeparator)));
-  const bool mayBeOne = std::any_of(WeightsOfLetters().begin(), WeightsOfLetters().end(),
-                                    [&](const std::string& letters) { return weights.find(letters) != weights.npos; });
-  if (!mayBeOne) return std::nullopt;
+  if (!MayHaveLetters(weights)) return std::nullopt;
   return weights.size() + 1;
 }
 

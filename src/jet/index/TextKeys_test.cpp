@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 
 #include "base/Text.h"
@@ -248,6 +249,20 @@ TEST(TextKeys, UnitsAndUtf8GiveTheSameKey) {
   EXPECT_EQ(KeyOfUnits(u"M\u00E9xico-\u3042 \u4E2D"), KeyOf("M\u00E9xico-\u3042 \u4E2D"));
 }
 
+/// Texts of ASCII have a way of their own when they come as UTF-8, and none as units.
+TEST(TextKeys, UnitsAndUtf8GiveTheSameKeyForTextsOfAnyAsciiCharacters) {
+  std::mt19937 random(3);
+  for (int i = 0; i < 5000; ++i) {
+    // Mostly what identifiers are made of, else anything.
+    const std::string_view usual = "AZaz09 -'.";
+    std::string text(random() % 300, ' ');
+    for (char& character : text) {
+      character = i % 4 != 0 ? usual[random() % usual.size()] : static_cast<char>(random() % 0x80);
+    }
+    ASSERT_EQ(KeyOf(text), KeyOfUnits(std::u16string(text.begin(), text.end()))) << text;
+  }
+}
+
 class Fnv {
  public:
   void Add(ByteView bytes) {
@@ -311,10 +326,13 @@ TEST(TextKeys, OfATextThatMayHaveTwoLettersInOneOnlyTheWeightsAreCertain) {
   EXPECT_EQ(CertainPartOf("Gro\u00DF-\u00C9"), std::optional<std::size_t>(7));
   EXPECT_EQ(CertainPartOf("gross-\u00E9"), std::optional<std::size_t>(7));
   EXPECT_EQ(CertainPartOf("Caf\u00E9 \u00C6"), std::optional<std::size_t>(8));
+  EXPECT_EQ(CertainPartOf("ae-"), std::optional<std::size_t>(3));
+  EXPECT_EQ(CertainPartOf("x-ffi"), std::optional<std::size_t>(5));
 }
 
 TEST(TextKeys, AllOfOtherKeysIsCertain) {
-  for (const char* text : {"", "gross", "Gro\u00DF", "Caf\u00E9", "co-op", "a'b", "S\u00E9jour", "\u3042"}) {
+  for (const char* text :
+       {"", "gross", "Gro\u00DF", "Caf\u00E9", "co-op", "a'b", "a-be", "-f", "S\u00E9jour", "\u3042"}) {
     EXPECT_EQ(CertainPartOf(text), std::nullopt) << text;
   }
 }

@@ -88,8 +88,7 @@ void StoreText(Bytes& out, const Column& column, const std::string& text) {
   const TextForm form = compressed ? TextForm::CompressedUnlessLonger : TextForm::Plain;
   if (!column.IsFixed() && IsAscii(text)) {
     if (text.size() > longest) ThrowTooLong();
-    out = EncodeText(text, form);
-    return;
+    return EncodeText(text, form, out);
   }
   std::u16string units = Utf16FromUtf8(text);
   if (units.size() > longest) ThrowTooLong();

@@ -130,14 +130,15 @@ Bytes EncodeText(std::u16string_view units, TextForm form) {
   return compressed.size() <= longest ? compressed : PlainForm(units);
 }
 
-Bytes EncodeText(std::string_view text, TextForm form) {
-  if (!IsNarrowAscii(text) || form == TextForm::Plain || text.size() < kFewestUnits)
-    return EncodeText(Utf16FromUtf8(text), form);
+void EncodeText(std::string_view text, TextForm form, Bytes& out) {
+  if (!IsNarrowAscii(text) || form == TextForm::Plain || text.size() < kFewestUnits) {
+    out = EncodeText(Utf16FromUtf8(text), form);
+    return;
+  }
   // From three characters on the two bytes of the mark are always made good.
-  Bytes bytes(sizeof kMark + text.size());
-  std::memcpy(bytes.data(), kMark, sizeof kMark);
-  std::memcpy(bytes.data() + sizeof kMark, text.data(), text.size());
-  return bytes;
+  out.resize(sizeof kMark + text.size());
+  std::memcpy(out.data(), kMark, sizeof kMark);
+  std::memcpy(out.data() + sizeof kMark, text.data(), text.size());
 }
 
 std::u16string DecodeUnits(ByteView stored) {

@@ -24,8 +24,8 @@ enum class TextForm {
 
 /// Byte for byte what Jet writes: one switch at every change between narrow and wide, however short the run.
 Bytes EncodeText(std::u16string_view units, TextForm form);
-/// The same for UTF-8.
-Bytes EncodeText(std::string_view text, TextForm form);
+/// The same for UTF-8, in place of what `out` holds and in its memory.
+void EncodeText(std::string_view text, TextForm form, Bytes& out);
 
 /// The text of stored bytes as valid UTF-8; lone surrogates become U+FFFD.
 /// Throws DamagedFileError when a compressed text ends within a character or a plain one has an odd number of bytes.

@@ -1,11 +1,10 @@
 #include <optional>
 #include <ostream>
 #include <string>
-#include <utility>
 
 #include "base/Error.h"
 #include "jet/Database.h"
-#include "json/JsonLines.h"
+#include "json/JsonLinesAhead.h"
 #include "mvtool/commands/Command.h"
 #include "mvtool/commands/RowChanges.h"
 #include "mvtool/text/ChangeJson.h"
@@ -28,12 +27,12 @@ constexpr std::string_view kApplyHelp =
     "  the line and changes nothing.\n"
     "    --keep  keeps what the lines before it changed\n";
 
-void ApplyLines(RowChanges& rows, JsonLines& lines) {
+void ApplyLines(RowChanges& rows, std::istream& in) {
   const ChangeReader reader(rows.Definition());
-  while (const Json* const line = lines.Next()) {
-    Change change = reader.FromJson(*line);
+  JsonLinesAhead<Change> lines(in, [&reader](const Json& json, Change& change) { reader.Read(json, change); });
+  while (Change* const change = lines.Next()) {
     try {
-      rows.Make(std::move(change));
+      rows.Make(*change);
     } catch (const Error& error) {
       throw At("line " + std::to_string(lines.Number()), error);
     }
@@ -44,13 +43,12 @@ void Apply(const Arguments& arguments, ToolContext& context) {
   const auto database = jet::Database::Open(context.files, arguments.Operand(0), jet::PageFile::Mode::ReadWrite,
                                             {[&context] { return context.clock.Now(); }, jet::RandomGuid});
   RowChanges rows(database->OpenTable(arguments.Operand(1)));
-  JsonLines lines(context.in);
   const auto keep = [&] {
     database->Commit();
     context.out << rows.Counts() << '\n';
   };
   try {
-    ApplyLines(rows, lines);
+    ApplyLines(rows, context.in);
   } catch (const Error&) {
     if (arguments.Has(kKeep)) keep();
     throw;

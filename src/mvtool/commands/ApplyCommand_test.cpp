@@ -136,6 +136,52 @@ TEST_F(ApplyTest, KeepKeepsWhatCameBefore) {
   EXPECT_TRUE(Shown("x.db", "Shop").starts_with("{\"KY_ID\":\"b\""));
 }
 
+class LongApplyTest : public ApplyTest {
+ protected:
+  /// More lines than are read at once: each adds a row.
+  static std::string ManyInserts(int first) {
+    std::string lines;
+    for (int i = first; i < first + kMany; ++i) lines += Insert(std::to_string(i));
+    return lines;
+  }
+  static std::string Insert(const std::string& key) {
+    return "{\"op\":\"insert\",\"row\":{\"KY_ID\":\"" + key + "\",\"TX\":\"a text\"}}\n";
+  }
+  void ExpectKept(const std::string& lines, int inserted, const std::string& message) {
+    ExpectRefused(lines, message);
+    EXPECT_EQ(Run({"apply", "x.db", "Shop", "--keep"}, lines), kOperationFailed);
+    EXPECT_EQ(out_, std::to_string(inserted) + " inserted, 0 updated, 0 deleted\n");
+    EXPECT_EQ(err_, "mvtool: " + message + "\n");
+    const std::string shown = Shown("x.db", "Shop");
+    EXPECT_EQ(std::count(shown.begin(), shown.end(), '\n'), inserted + 3);
+  }
+
+  static constexpr int kMany = 1500;
+};
+
+TEST_F(LongApplyTest, LineThatCannotBeReadCountsBehindAllBeforeIt) {
+  ExpectKept(ManyInserts(0) + "x\n" + ManyInserts(kMany), kMany,
+             "line 1501, column 1: syntax error while parsing value - invalid literal");
+}
+
+TEST_F(LongApplyTest, LineThatCannotBeDoneComesBeforeOneThatCannotBeRead) {
+  const std::string message =
+      "line 1501: The field is too small to accept the amount of data you attempted to add. Try "
+      "inserting or pasting less data. Table 'Shop', column 'KY_ID'.";
+  ExpectKept(ManyInserts(0) + Insert("toolong") + "x\n" + ManyInserts(kMany), kMany, message);
+}
+
+TEST_F(LongApplyTest, LineThatCannotBeDoneEndsItWhateverComesAfter) {
+  ExpectKept(Insert("1") + Insert("toolong") + ManyInserts(2) + "x\n", 1,
+             "line 2: The field is too small to accept the amount of data you attempted to add. Try inserting or "
+             "pasting less data. Table 'Shop', column 'KY_ID'.");
+}
+
+TEST_F(LongApplyTest, AllLinesAreDone) {
+  EXPECT_EQ(Apply(ManyInserts(0) + ManyInserts(kMany)), kSucceeded) << err_;
+  EXPECT_EQ(out_, "3000 inserted, 0 updated, 0 deleted\n");
+}
+
 TEST_F(ApplyTest, MistakesInALineAreNamedWithTheirPlace) {
   ExpectRefused("x", "line 1, column 1: syntax error while parsing value - invalid literal");
   ExpectRefused("[]", "line 1, column 1: an object is wanted here");

@@ -66,7 +66,7 @@ void PutRow(RowChanges& rows, const ChangeReader& reader, const Json& json, cons
       change.columns.push_back(value.column);
       change.values.push_back(std::move(value.value));
     }
-    rows.Make(std::move(change));
+    rows.Make(change);
   } catch (const Error& error) {
     throw At("line " + std::to_string(json.Position().line), error);
   }

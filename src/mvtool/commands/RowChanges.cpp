@@ -11,11 +11,11 @@ RowChanges::RowChanges(jet::Table& table) : table_(table) {
   if (Definition().IsSystem()) throw Failure("\"" + Definition().name + "\" is a table of the system");
 }
 
-void RowChanges::Make(Change change) {
+void RowChanges::Make(Change& change) {
   const Change::Kind kind = change.kind;
   switch (kind) {
     case Change::Kind::Insert:
-      table_.Insert(NewRow(std::move(change)));
+      table_.Insert(NewRow(change));
       break;
     case Change::Kind::Update:
       table_.Update(WantedRow(change), change.columns, change.values);
@@ -35,7 +35,7 @@ void RowChanges::Put(std::vector<IndexedTable::Condition> values, std::span<cons
     change.values.push_back(std::move(value.value));
   }
   const std::optional<jet::RowId> row = table_.Find(change.where);
-  if (!row) return Make(std::move(change));
+  if (!row) return Make(change);
   table_.Update(*row, change.columns, change.values);
   ++counts_[static_cast<std::size_t>(Change::Kind::Update)];
 }
@@ -46,17 +46,17 @@ std::string RowChanges::Counts() const {
 }
 
 /// The values of a new row, by position.
-std::vector<Value> RowChanges::NewRow(Change change) const {
-  std::vector<Value> values(Definition().columns.size());
-  std::vector<bool> isGiven(values.size());
+std::span<Value> RowChanges::NewRow(Change& change) {
+  row_.resize(Definition().columns.size());
+  isGiven_.assign(row_.size(), false);
   for (std::size_t i = 0; i < change.columns.size(); ++i) {
-    values[change.columns[i]] = std::move(change.values[i]);
-    isGiven[change.columns[i]] = true;
+    row_[change.columns[i]].swap(change.values[i]);
+    isGiven_[change.columns[i]] = true;
   }
-  for (std::size_t column = 0; column < values.size(); ++column) {
-    if (!isGiven[column]) values[column] = table_.DefaultOf(column);
+  for (std::size_t column = 0; column < row_.size(); ++column) {
+    if (!isGiven_[column]) row_[column] = table_.DefaultOf(column);
   }
-  return values;
+  return row_;
 }
 
 jet::RowId RowChanges::WantedRow(const Change& change) {

@@ -20,8 +20,9 @@ class RowChanges {
 
   const jet::TableDefinition& Definition() const { return table_.Definition(); }
 
-  /// Failure when no row fits the change; the errors of jet::Table.
-  void Make(Change change);
+  /// Failure when no row fits the change; the errors of jet::Table. The change is used up: its values are others then,
+  /// which only lend their memory to the next ones.
+  void Make(Change& change);
   /// Gives the row that has these values in the columns `key` (positions, each among `values`) the others too; without
   /// such a row adds one. The errors of jet::Table.
   void Put(std::vector<IndexedTable::Condition> values, std::span<const std::size_t> key);
@@ -30,10 +31,12 @@ class RowChanges {
   std::string Counts() const;
 
  private:
-  std::vector<Value> NewRow(Change change) const;
+  std::span<Value> NewRow(Change& change);
   jet::RowId WantedRow(const Change& change);
 
   IndexedTable table_;
+  std::vector<Value> row_;      ///< a new row, by position; one is used for all, for its memory
+  std::vector<bool> isGiven_;   ///< which of its values the change has
   std::size_t counts_[3] = {};  ///< by Change::Kind
 };
 

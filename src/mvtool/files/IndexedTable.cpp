@@ -116,17 +116,16 @@ std::optional<RowId> IndexedTable::Walk(const Criteria& criteria) const {
 
 // Indexes of the table.
 
-bool IndexedTable::CanAnswer(const jet::IndexData& index, const Criteria& criteria) const {
-  const jet::TableDefinition& table = Definition();
-  if (!jet::WhyNotWritable(table, index).empty()) return false;
+bool IndexedTable::CanAnswer(std::size_t index, const Criteria& criteria) const {
+  if (!table_.WhyNotWritable(index).empty()) return false;
   bool allNull = true;
-  for (const std::size_t position : table.PositionsOf(index)) {
+  for (const std::size_t position : table_.KeyPositions(index)) {
     const auto criterion = std::find_if(criteria.begin(), criteria.end(),
                                         [position](const Criterion& one) { return one.column == position; });
-    if (criterion == criteria.end() || !HasOneKey(table.columns[position], criterion->text)) return false;
+    if (criterion == criteria.end() || !HasOneKey(Definition().columns[position], criterion->text)) return false;
     allNull = allNull && !criterion->text;
   }
-  return !(allNull && index.IgnoresNulls());
+  return !(allNull && Definition().indexData[index].IgnoresNulls());
 }
 
 /// A unique one, else the one of the most columns.
@@ -134,7 +133,7 @@ std::optional<std::size_t> IndexedTable::BestIndex(const Criteria& criteria) con
   const std::vector<jet::IndexData>& indexes = Definition().indexData;
   std::optional<std::size_t> best;
   for (std::size_t i = 0; i < indexes.size(); ++i) {
-    if (!CanAnswer(indexes[i], criteria)) continue;
+    if (!CanAnswer(i, criteria)) continue;
     const auto rank = [&](std::size_t at) { return std::pair(indexes[at].IsUnique(), indexes[at].columns.size()); };
     if (!best || rank(i) > rank(*best)) best = i;
   }
@@ -194,9 +193,9 @@ void IndexedTable::NoteOwnChange() {
   ++changesSeen_;
 }
 
-void IndexedTable::Insert(std::vector<Value> values) {
+void IndexedTable::Insert(std::span<Value> values) {
   DropStaleIndexes();
-  const RowId row = table_.Insert(std::move(values));
+  const RowId row = table_.Insert(values);
   NoteOwnChange();
   for (OwnIndex& index : ownIndexes_) index.rows.Add(KeyOfRow(index, row), row.Word());
 }

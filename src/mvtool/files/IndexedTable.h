@@ -43,7 +43,8 @@ class IndexedTable {
   std::optional<jet::RowId> Find(std::span<const Condition> where);
 
   /// As those of jet::Table.
-  void Insert(std::vector<Value> values);
+  void Insert(std::vector<Value> values) { Insert(std::span(values)); }
+  void Insert(std::span<Value> values);
   void Update(jet::RowId row, std::span<const std::size_t> columns, std::span<const Value> values);
   void Delete(jet::RowId row);
 
@@ -68,7 +69,7 @@ class IndexedTable {
 
   Criteria CriteriaOf(std::span<const Condition> where) const;
   bool Meets(jet::RowId row, const Criteria& criteria) const;
-  bool CanAnswer(const jet::IndexData& index, const Criteria& criteria) const;
+  bool CanAnswer(std::size_t index, const Criteria& criteria) const;
   std::optional<std::size_t> BestIndex(const Criteria& criteria) const;
   Answer AskIndex(const Criteria& criteria) const;
   OwnIndex& AddOwnIndex(const Criteria& criteria);

@@ -1,7 +1,5 @@
 #include "mvtool/text/ChangeJson.h"
 
-#include <utility>
-
 #include "base/Text.h"
 #include "mvtool/files/ColumnTypes.h"
 #include "mvtool/text/ValueText.h"
@@ -22,10 +20,11 @@ std::size_t ChangeReader::ColumnOf(const Json::Member& member, std::size_t expec
   return found->second;
 }
 
-/// Hands each column's position and value on to `take`.
-template <typename Take>
-void ChangeReader::ReadValues(const Json& json, Take take) const {
+/// Reads the value of each member into what `place` answers to its number and the position of its column.
+template <typename Place>
+void ChangeReader::ReadValues(const Json& json, Place place) const {
   std::vector<bool> seen(table_.columns.size());
+  std::size_t number = 0;
   std::size_t next = 0;
   for (const Json::Member& member : json.Members()) {
     const std::size_t column = ColumnOf(member, next);
@@ -33,21 +32,27 @@ void ChangeReader::ReadValues(const Json& json, Take take) const {
     seen[column] = true;
     next = column + 1;
     const jet::Column& target = table_.columns[column];
-    take(column, ValueFromJson({DataTypeOf(target.type), table_.name, target.name, target.precision, target.scale},
-                               member.value));
+    ReadValue({DataTypeOf(target.type), table_.name, target.name, target.precision, target.scale}, member.value,
+              place(number++, column));
   }
+}
+
+void ChangeReader::ReadConditions(const Json& json, std::vector<IndexedTable::Condition>& conditions) const {
+  conditions.resize(json.Members().size());
+  ReadValues(json, [&](std::size_t number, std::size_t column) -> Value& {
+    conditions[number].column = column;
+    return conditions[number].value;
+  });
 }
 
 std::vector<IndexedTable::Condition> ChangeReader::ValuesFromJson(const Json& json) const {
   std::vector<IndexedTable::Condition> conditions;
-  conditions.reserve(json.Members().size());
-  ReadValues(json, [&](std::size_t column, Value value) { conditions.push_back({column, std::move(value)}); });
+  ReadConditions(json, conditions);
   return conditions;
 }
 
-Change ChangeReader::FromJson(const Json& json) const {
+void ChangeReader::Read(const Json& json, Change& change) const {
   const Json& op = json.At("op");
-  Change change;
   const Json* values = nullptr;
   if (op.Text() == "insert") {
     json.AllowOnly({"op", "row"});
@@ -65,17 +70,16 @@ Change ChangeReader::FromJson(const Json& json) const {
   }
   if (change.kind != Change::Kind::Insert) {
     const Json& where = json.At("where");
-    change.where = ValuesFromJson(where);
+    ReadConditions(where, change.where);
     if (change.where.empty()) where.Fail("a column that tells the row is missing");
   }
-  if (values == nullptr) return change;
-  change.columns.reserve(values->Members().size());
-  change.values.reserve(values->Members().size());
-  ReadValues(*values, [&](std::size_t column, Value value) {
-    change.columns.push_back(column);
-    change.values.push_back(std::move(value));
+  if (values == nullptr) return;
+  change.columns.resize(values->Members().size());
+  change.values.resize(values->Members().size());
+  ReadValues(*values, [&](std::size_t number, std::size_t column) -> Value& {
+    change.columns[number] = column;
+    return change.values[number];
   });
-  return change;
 }
 
 }  // namespace mv::tool

@@ -15,7 +15,7 @@ namespace mv::tool {
 struct Change {
   enum class Kind { Insert, Update, Delete };
   Kind kind = Kind::Insert;
-  std::vector<IndexedTable::Condition> where;  ///< Update and Delete: which row; at least one
+  std::vector<IndexedTable::Condition> where;  ///< Update and Delete: which row; at least one. Else anything
   std::vector<std::size_t> columns;            ///< Insert and Update: positions of the columns that get a value
   std::vector<Value> values;                   ///< these values
 };
@@ -32,16 +32,17 @@ class ChangeReader {
   /// `table` must outlive the reader.
   explicit ChangeReader(const jet::TableDefinition& table);
 
-  /// Failure with line and column for anything that is not of the form above, unknown columns and values of another
-  /// type than their column's among it.
-  Change FromJson(const Json& json) const;
+  /// Reads one into `change`, whose memory is used again. Failure with line and column for anything that is not of the
+  /// form above, unknown columns and values of another type than their column's among it.
+  void Read(const Json& json, Change& change) const;
   /// An object of columns and their values; each column once.
   std::vector<IndexedTable::Condition> ValuesFromJson(const Json& json) const;
 
  private:
   std::size_t ColumnOf(const Json::Member& member, std::size_t expected) const;
-  template <typename Take>
-  void ReadValues(const Json& json, Take take) const;
+  template <typename Place>
+  void ReadValues(const Json& json, Place place) const;
+  void ReadConditions(const Json& json, std::vector<IndexedTable::Condition>& conditions) const;
 
   const jet::TableDefinition& table_;
   std::map<std::string, std::size_t> columns_;  ///< positions by name, as written and in one case

@@ -106,46 +106,57 @@ Integer IntegerFromJson(const Json& json) {
   return static_cast<Integer>(json.Integer(std::numeric_limits<Integer>::min(), std::numeric_limits<Integer>::max()));
 }
 
-Value ConvertJson(const ValueTarget& target, const Json& json) {
+void ConvertJson(const ValueTarget& target, const Json& json, Value& value) {
   switch (target.type) {
     case DataType::Boolean:
-      return json.Boolean();
+      value = json.Boolean();
+      return;
     case DataType::UnsignedTinyInt:
-      return IntegerFromJson<std::uint8_t>(json);
+      value = IntegerFromJson<std::uint8_t>(json);
+      return;
     case DataType::SmallInt:
-      return IntegerFromJson<std::int16_t>(json);
+      value = IntegerFromJson<std::int16_t>(json);
+      return;
     case DataType::Integer:
-      return IntegerFromJson<std::int32_t>(json);
+      value = IntegerFromJson<std::int32_t>(json);
+      return;
     case DataType::Single:
-      return FloatFromJson<float>(json, &ParseSingle);
+      value = FloatFromJson<float>(json, &ParseSingle);
+      return;
     case DataType::Double:
-      return FloatFromJson<double>(json, &ParseDouble);
+      value = FloatFromJson<double>(json, &ParseDouble);
+      return;
     case DataType::Currency:
-      return Currency{ParseCurrency(ExactText(json, kCurrencyPlaces))};
+      value = Currency{ParseCurrency(ExactText(json, kCurrencyPlaces))};
+      return;
     case DataType::Date:
     case DataType::DBDate:
     case DataType::DBTimeStamp:
-      return DateValueFromJson(target, json);
+      value = DateValueFromJson(target, json);
+      return;
     case DataType::Numeric:
-      return DecimalFromJson(target, json);
+      value = DecimalFromJson(target, json);
+      return;
     case DataType::Binary:
     case DataType::VarBinary:
     case DataType::LongVarBinary:
-      return BytesFromJson(json);
+      value = BytesFromJson(json);
+      return;
     case DataType::BStr:
     case DataType::Guid:
     case DataType::Char:
     case DataType::WChar:
     case DataType::VarWChar:
     case DataType::LongVarWChar:
-      return json.Text();
+      value = json.Text();
+      return;
   }
   json.Fail("a field of this type cannot be given a value");
 }
 
-Value ReadValue(const ValueTarget& target, const Json& json) {
+void ConvertOrSayWhy(const ValueTarget& target, const Json& json, Value& value) {
   try {
-    return ConvertJson(target, json);
+    ConvertJson(target, json, value);
   } catch (const Error& error) {
     if (error.Number() == errors::kTypeMismatch) json.Fail("a number is wanted here");
     if (error.Number() == errors::kOverflow) json.Fail("a number within the column's range is wanted here");
@@ -176,14 +187,23 @@ void AppendCsvField(std::string& line, const Value& value) {
   if (line.size() == start && !IsNull(value)) line += "\"\"";
 }
 
-Value ValueFromJson(const ValueTarget& target, const Json& json) {
-  if (json.IsNull()) return Null{};
+void ReadValue(const ValueTarget& target, const Json& json, Value& value) {
+  if (json.IsNull()) {
+    value = Null();
+    return;
+  }
   try {
-    return ReadValue(target, json);
+    ConvertOrSayWhy(target, json, value);
   } catch (const Error& error) {
     throw Failure(error.Description() + ", not " + json.Shown() + ". Table '" + std::string(target.table) +
                   "', column '" + std::string(target.column) + "'.");
   }
+}
+
+Value ValueFromJson(const ValueTarget& target, const Json& json) {
+  Value value;
+  ReadValue(target, json, value);
+  return value;
 }
 
 }  // namespace mv::tool

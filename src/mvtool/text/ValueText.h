@@ -29,5 +29,7 @@ struct ValueTarget {
 /// decimals too, and for a date as days. Floating-point columns take the nearest number there is, all others only what
 /// they hold exactly. Throws Failure with the place, the column and the value when it does not fit.
 Value ValueFromJson(const ValueTarget& target, const Json& json);
+/// The same into `value`; the memory of the text it held is used again. After a failure it holds anything.
+void ReadValue(const ValueTarget& target, const Json& json, Value& value);
 
 }  // namespace mv::tool
