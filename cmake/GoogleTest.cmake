@@ -16,13 +16,14 @@ if(MV_CLANG)
   list(PREPEND MV_TEST_LAUNCHER ${CMAKE_SOURCE_DIR}/tools/clang-for-gcc ${CMAKE_CXX_COMPILER})
 endif()
 
-# Google Test: the installed library for a native build; for a cross build, and with sanitizers, its Debian source package
-# is built along. Without it the programs are built all the same, and no tests.
+# Google Test: the installed library for a native build, with sanitizers too, which look at what is tested; for a cross build
+# its Debian source package is built along. Without either the programs are built all the same, and no tests.
 set(MV_GTEST_SOURCE /usr/src/googletest CACHE PATH "Google Test sources, used when no built library fits")
 
-if(NOT CMAKE_CROSSCOMPILING AND NOT MV_SANITIZE)
+if(NOT CMAKE_CROSSCOMPILING)
   find_package(GTest QUIET)
-elseif(EXISTS ${MV_GTEST_SOURCE}/CMakeLists.txt)
+endif()
+if(NOT TARGET GTest::gmock_main AND EXISTS ${MV_GTEST_SOURCE}/CMakeLists.txt)
   set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
   add_subdirectory(${MV_GTEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
   foreach(target gtest gtest_main gmock gmock_main)
