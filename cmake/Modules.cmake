@@ -8,6 +8,8 @@ else()
   set(MV_OTHER_FOLDERS "windows|win32|qt")
 endif()
 
+add_custom_target(tests)
+
 # mv_module(NAME [DEPENDS ...] [WINDOWS_LIBRARIES ...] [TEST_DEPENDS ...] [TEST_PARTS n]): the sources of src/NAME and of the folders
 # in it as the library mv_NAME, and their *_test.cpp files as the test program NAME_tests. Not taken: folders of other
 # systems, folders in folders, main.cpp files. WINDOWS_LIBRARIES: import libraries that its Windows folder needs.
@@ -92,7 +94,7 @@ endfunction()
 
 # mv_test(NAME [PARTS n] SOURCES ... DEPENDS ...): a Google Test program; a cross build runs it through MV_TEST_RUNNER
 # (Wine). PARTS: how many processes share its tests, when they take long. Each writes a report into the build folder's
-# results. Not with MV_FUZZ.
+# results. The target "tests" is all of these programs. Not with MV_FUZZ.
 function(mv_test name)
   cmake_parse_arguments(ARG "" "PARTS" "SOURCES;DEPENDS" ${ARGN})
   if(NOT ARG_PARTS)
@@ -103,8 +105,10 @@ function(mv_test name)
   endif()
   mv_unite(sources ${name} TESTS ${ARG_SOURCES})
   add_executable(${name} ${sources})
+  add_dependencies(tests ${name})
   target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} mv_testing GTest::gmock_main)
   target_compile_options(${name} PRIVATE ${MV_TEST_OPTIONS})
+  set_target_properties(${name} PROPERTIES CXX_COMPILER_LAUNCHER "${MV_TEST_LAUNCHER}")
   target_link_options(${name} PRIVATE ${MV_TEST_LINK_OPTIONS})
   target_precompile_headers(${name} REUSE_FROM mv_test_headers)
   math(EXPR last "${ARG_PARTS} - 1")

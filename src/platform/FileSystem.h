@@ -55,9 +55,9 @@ class File {
   virtual std::size_t ReadAt(std::uint64_t offset, ByteSpan out) = 0;
   /// Writes all of `data`; a gap before `offset` is filled with zeros. Error 61 when the disk is full, 57 else.
   virtual void WriteAt(std::uint64_t offset, ByteView data) = 0;
-  /// Cuts or extends (with zeros) to `size` bytes.
+  /// Cuts or extends (with zeros) to `size` bytes. Errors as of WriteAt.
   virtual void Resize(std::uint64_t size) = 0;
-  /// Returns when the contents are on the disk.
+  /// Returns when the contents are on the disk. Errors as of WriteAt.
   virtual void Sync() = 0;
 
   // What not every system or file system gives.

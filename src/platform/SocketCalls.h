@@ -28,9 +28,9 @@ Outcome Accept(const Socket& listener, Socket& accepted);
 Outcome Connect(const Socket& socket, const SocketAddress& peer);
 /// Result of an attempt to connect that has ended.
 Outcome ConnectResult(const Socket& socket);
-/// With one call so many places of memory are read; what lies in more is left to the next.
+/// One call sends this many pieces at most; the rest is left to the next call.
 inline constexpr std::size_t kMostPieces = 4;
-/// The first of `pieces`, or a part of them; the count tells.
+/// Sends the first of `pieces`, or a part of them; the count says how many bytes.
 Outcome Send(const Socket& socket, std::span<const ByteView> pieces);
 /// What `out` has no room for goes to `behind`. A connection that the peer has closed gives Closed.
 Outcome Receive(const Socket& socket, ByteSpan out, ByteSpan behind);

@@ -25,8 +25,11 @@ class UserInterface {
   virtual void AddProgressLine(const std::string& text) = 0;
   /// Next spinner frame, or the first one when `reset`.
   virtual void AdvanceSpinner(bool reset) = 0;
+  /// Shows a message box and returns the user's answer. `text`: its lines are separated by carriage returns. `title`:
+  /// empty for the program's name.
   virtual MessageAnswer ShowMessage(const std::string& text, const std::string& title, MessageButtons buttons,
                                     MessageIcon icon) = 0;
+  /// Shows the hourglass pointer, or the usual one again.
   virtual void SetHourglass(bool on) = 0;
   /// Lets pending window messages run once.
   virtual void ProcessMessages() = 0;

@@ -23,7 +23,8 @@ struct ConfigAdditions {
 /// Behaviour of the settings dialog. It edits the settings in memory; they reach the store when the main window closes.
 /// The mode and a browsed path are in force at once, before OK, and Cancel does not take them back.
 ///
-/// The view calls a handler for each of the user's actions. Handlers never raise.
+/// The view calls a handler for each of the user's actions. Handlers never raise. `index`: the mode or the browse
+/// button, as in frmConfigView.
 class frmConfig {
  public:
   /// All arguments must outlive the dialog.

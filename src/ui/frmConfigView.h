@@ -39,7 +39,8 @@ class HandheldSectionView {
 };
 
 /// The settings dialog as its toolkit shows it, with the controls of ConfigLayout.h. Rows of paths: 0 the desktop
-/// database, 1 the handheld's folder, 2 the sync log. Browse buttons: 0 for the database, 1 for the log.
+/// database, 1 the handheld's folder, 2 the sync log. Browse buttons: 0 for the database, 1 for the log. Modes: 0
+/// Synchronize, 1 Overwrite PDA, 2 Overwrite PC; at most one is selected, at first none.
 class frmConfigView {
  public:
   static constexpr std::size_t kModes = 3;

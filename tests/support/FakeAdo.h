@@ -288,13 +288,13 @@ class FakeAdoRecordset : public FakeComObject<UnusedAdoRecordset, ado::IAdoRecor
   }
 
   HRESULT STDMETHODCALLTYPE MoveFirst() override {
-    return Move("Recordset.MoveFirst", [this] {
+    return MoveRecord("Recordset.MoveFirst", [this] {
       if (NextLive(0) == rows_.size()) isEmpty_ = true;
       at_ = NextLive(0);
     });
   }
   HRESULT STDMETHODCALLTYPE MoveLast() override {
-    return Move("Recordset.MoveLast", [this] {
+    return MoveRecord("Recordset.MoveLast", [this] {
       std::size_t last = rows_.size();
       while (last > 0 && !IsLive(last - 1)) --last;
       at_ = last == 0 ? rows_.size() : last - 1;
@@ -302,13 +302,13 @@ class FakeAdoRecordset : public FakeComObject<UnusedAdoRecordset, ado::IAdoRecor
   }
   HRESULT STDMETHODCALLTYPE MoveNext() override {
     if (at_ == rows_.size()) return NoCurrentRecord();
-    return Move("Recordset.MoveNext", [this] { at_ = NextLive(at_ + 1); });
+    return MoveRecord("Recordset.MoveNext", [this] { at_ = NextLive(at_ + 1); });
   }
 
   HRESULT STDMETHODCALLTYPE AddNew(VARIANT, VARIANT) override {
     const HRESULT result = ado_.Call("Recordset.AddNew", "");
     if (FAILED(result)) return result;
-    const HRESULT saved = Save();
+    const HRESULT saved = SaveRecord();
     if (FAILED(saved)) return saved;
     mode_ = Mode::Adding;
     edited_.clear();
@@ -317,7 +317,7 @@ class FakeAdoRecordset : public FakeComObject<UnusedAdoRecordset, ado::IAdoRecor
   }
   HRESULT STDMETHODCALLTYPE Update(VARIANT, VARIANT) override {
     const HRESULT result = ado_.Call("Recordset.Update", "");
-    return FAILED(result) ? result : Save();
+    return FAILED(result) ? result : SaveRecord();
   }
   HRESULT STDMETHODCALLTYPE CancelUpdate() override {
     const HRESULT result = ado_.Call("Recordset.CancelUpdate", "");
@@ -380,12 +380,12 @@ class FakeAdoRecordset : public FakeComObject<UnusedAdoRecordset, ado::IAdoRecor
   }
   HRESULT DeletedRow() { return ado_.ProviderError(ado::results::kDeletedRow, "Record is deleted."); }
 
-  HRESULT Move(const std::string& member, const std::function<void()>& move) {
+  HRESULT MoveRecord(const std::string& member, const std::function<void()>& move) {
     ++ado_.moves;
     const HRESULT result = ado_.Call(member, "");
     if (FAILED(result)) return result;
     if (isEmpty_ && mode_ == Mode::Reading) return NoCurrentRecord();
-    const HRESULT saved = Save();
+    const HRESULT saved = SaveRecord();
     if (FAILED(saved)) return saved;
     move();
     return S_OK;
@@ -401,7 +401,7 @@ class FakeAdoRecordset : public FakeComObject<UnusedAdoRecordset, ado::IAdoRecor
     }
     return false;
   }
-  HRESULT Save() {
+  HRESULT SaveRecord() {
     if (mode_ == Mode::Reading) return S_OK;
     if (IsDuplicate()) {
       return ado_.ProviderError(static_cast<HRESULT>(0x80040E21), "The changes would create duplicate values.");

@@ -110,7 +110,7 @@ void WriteRegistryFile(platform::FileSystem& files, const std::string& root, con
   const DemoPaths paths(root);
   RegistryFile file(place);
   SaveAll(file, root, paths);
-  // Unlike a settings file of its own it meets what is there already.
+  // A registry, unlike a settings file of its own, may name another connection already.
   file.SaveSetting(kSettingsApplication, "Handheld", "Connection", "folder");
   files.WriteWhole(paths.registry, file.Content());
 }

@@ -31,7 +31,7 @@ std::optional<Diagnosis> MissingDatabase(const platform::FileSystem& files, cons
   return Broken(kSubject, Shown(database) + " is empty", "put a copy of it back (docs/user/recovery.md)");
 }
 
-/// Whether a run would get the file; the error of one who asks for it.
+/// Asks for the file as a run does, and says whether it would get it.
 Diagnosis DiagnoseUse(platform::FileSystem& files, const std::string& database) {
   if (RunLock::IsHeld(files, database)) {
     return Doubtful("database in use", "a run is going on", "wait for its end");

@@ -33,6 +33,7 @@ using Diagnoses = std::vector<Diagnosis>;
 std::size_t CountOf(const Diagnoses& diagnoses, Level level);
 void Append(Diagnoses& diagnoses, Diagnoses more);
 
+// Diagnoses of the levels Ok, Warning and Failure.
 Diagnosis Well(std::string subject, std::string text);
 Diagnosis Doubtful(std::string subject, std::string text, std::string advice);
 Diagnosis Broken(std::string subject, std::string text, std::string advice);

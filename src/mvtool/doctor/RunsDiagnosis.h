@@ -9,7 +9,7 @@
 
 namespace mv::tool {
 
-/// How the last run ended, and what runs and restores before left undone.
+/// How the last run ended, and what earlier runs and restores left undone.
 Diagnoses DiagnoseRuns(platform::FileSystem& files, const std::string& database, const HistoryLimits& limits);
 
 /// Whether runs start by themselves. `registered`: see RegisteredAutoStart.

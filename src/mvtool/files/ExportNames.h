@@ -10,7 +10,7 @@ namespace mv::tool {
 /// Names of files for tables, in the same order: the table's name and ".csv", with each byte that a file name cannot
 /// have everywhere written as "%" and two hex digits, so that it reads back:
 ///
-///   < > : " / \ | ? * %, control characters    always
+///   < > : " / \ | ? * %, control characters    wherever they stand
 ///   the first character                        when the name, up to its first dot, is that of a device (CON, NUL,
 ///                                              COM1 ...), which Windows does not take for a file
 ///   as many characters from the start as it    when the name, case apart, is that of a table before it

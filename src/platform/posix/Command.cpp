@@ -17,7 +17,7 @@ using SteadyClock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kBetweenLooks(5);
 
-/// The signals that this process keeps from itself are none of the program's business.
+/// Starts the program with no signal blocked, whatever this process blocks. Negative when it does not start.
 pid_t Spawn(std::vector<char*>& arguments) {
   posix_spawn_file_actions_t quiet;
   ::posix_spawn_file_actions_init(&quiet);

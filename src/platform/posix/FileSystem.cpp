@@ -199,7 +199,7 @@ void RefuseSpecialFileAt(const std::string& native) {
 std::unique_ptr<PosixFile> OpenOnce(const std::string& native, Access access, Disposition disposition, Sharing sharing,
                                     mode_t mode) {
   RefuseSpecialFileAt(native);
-  // Not to wait, should a pipe have come there by now.
+  // Does not wait when a pipe has come there by now.
   const int number = ::open(native.c_str(), OpenFlags(access, disposition) | O_NONBLOCK | O_NOCTTY, mode);
   if (number < 0) throw ErrorFromErrno(errno, native);
   auto file = std::make_unique<PosixFile>(number, native);

@@ -8,7 +8,7 @@
 namespace mv::platform {
 namespace {
 
-/// Blocked, they wait to be fetched: no handler, and nothing is interrupted in its middle.
+/// They are blocked and wait to be fetched, so there is no handler and nothing is interrupted in its middle.
 sigset_t Signals() {
   sigset_t signals;
   ::sigemptyset(&signals);
@@ -39,7 +39,7 @@ bool Interruption::WaitFor(std::chrono::milliseconds duration) {
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
   const std::chrono::nanoseconds rest = duration - seconds;
   const timespec limit{static_cast<time_t>(seconds.count()), static_cast<long>(rest.count())};
-  // Interrupted by another signal the wait is short; whoever called waits again.
+  // Another signal cuts the wait short; whoever called waits again.
   wasWished_ = ::sigtimedwait(&signals, nullptr, &limit) > 0;
   return wasWished_;
 }

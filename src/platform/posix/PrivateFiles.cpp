@@ -24,7 +24,7 @@ Error CannotUse(const std::string& path) {
   return StandardError(errors::kPathFileAccess, path);
 }
 
-/// Not through a link, which may be somebody else's.
+/// False for a link: it may lead to somebody else's folder.
 bool IsOwnFolder(const std::string& path) {
   struct stat status = {};
   return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() &&

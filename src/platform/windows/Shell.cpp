@@ -11,14 +11,14 @@ namespace {
 
 /// The shell would also take a folder with all that it holds, and "*" for every file.
 bool IsFile(const std::wstring& native) {
-  // Of what does not exist every attribute is set, that of folders too.
+  // What does not exist has every attribute set, that of folders too.
   return (::GetFileAttributesW(native.c_str()) & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
 }  // namespace
 
 bool SystemShell::Recycle(const std::string& path) {
-  // Only of a full path does the shell keep what it removes.
+  // The shell keeps what it removes only when it is given a full path.
   std::wstring names = FullPath(NativePath(path));
   if (!IsFile(names)) return false;
   // The list of names ends with an empty one: two zeros.

@@ -37,12 +37,13 @@ class Keyboard {
   /// Bytes other than ASCII are of that charset; what a terminal without one sends is tried as UTF-8.
   explicit Keyboard(platform::Terminal::Charset charset) : charset_(charset) {}
 
+  /// Takes bytes as the terminal sent them; a key's may come in several calls.
   void Feed(std::string_view bytes);
   /// The next key; nothing when there is none, or when more bytes must come first.
   std::optional<Key> Take();
   /// True when a key has begun. The Escape key looks like the beginning of others: wait a moment, then call EndPending.
   bool Pending() const { return !bytes_.empty(); }
-  /// What has begun is all there is.
+  /// No more bytes of the key that has begun will come; it becomes a key as it is, or nothing.
   void EndPending();
 
  private:

@@ -12,6 +12,7 @@ class LineEditor {
  public:
   explicit LineEditor(const std::string& text);
 
+  /// Changes the line or moves the cursor. Keys that do neither are ignored.
   void Press(const Key& key);
   std::string Text() const;
 
