@@ -66,14 +66,6 @@ class PageFile {
     if (number < entries_.size() && entries_[number].page) return *entries_[number].page;
     return Load(number);
   }
-  /// Has the processor fetch the page if it is in memory. In large databases most pages lie outside its caches: who
-  /// names a page before looking at it does not wait for it.
-  void Prefetch(PageNumber number) const {
-    constexpr std::size_t kCacheLine = 64;
-    if (number >= entries_.size() || !entries_[number].page) return;
-    const std::uint8_t* const bytes = entries_[number].page->data();
-    for (std::size_t at = 0; at < kPageSize; at += kCacheLine) __builtin_prefetch(bytes + at);
-  }
   /// The page's bytes to change; it will be written by Commit. Throws as Read, and Error 70 on a file opened ReadOnly.
   /// The reference is for changes within the statement under way only: ask again in the next one.
   Page& Write(PageNumber number) {

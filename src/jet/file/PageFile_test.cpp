@@ -54,15 +54,6 @@ TEST_F(PageFileTest, MissingFileAndMissingFolderAreNotFoundUnderTheNameGiven) {
             "Could not find file 'D:\\x\\y.db'.");
 }
 
-TEST_F(PageFileTest, PrefetchReadsNothingAndTakesAnyNumber) {
-  const auto file = OpenWith(3);
-  files_.Put(kPath, FileOf(0));
-  file->Prefetch(1);
-  file->Prefetch(3);
-  file->Prefetch(0xFFFFFFFF);
-  EXPECT_EQ(ErrorNumberOf([&] { file->Read(1); }), errors::kJetGeneral);
-}
-
 TEST_F(PageFileTest, FolderInPlaceOfAFileCannotBeOpened) {
   files_.CreateFolders(kPath);
   EXPECT_EQ(ErrorOf([&] { PageFile::Open(files_, kPath, Mode::ReadWrite); }).Description(),

@@ -196,8 +196,6 @@ IndexTree::Path IndexTree::PathTo(ByteView entry) const {
     path.Append({page, isBehind ? Path::kTail : at});
     if (!view.HasTail()) path.NoteMissingTail();
     page = isBehind ? view.LastChild() : view.ChildAt(at);
-    // A leaf: looked for in many places of the page, and often changed. A wrong level costs time only.
-    if (view.Level() <= 1) file_.Prefetch(page);
   }
 }
 
