@@ -8,8 +8,7 @@
 
 namespace mv {
 
-/// A whole file in memory. The memory is not cleared before the file is read into it, which for a table of some
-/// megabytes takes as long as the reading.
+/// A whole file in memory. The memory is not cleared before the file is read into it, which would cost a copy a tenth.
 class FileContent {
  public:
   FileContent() = default;

@@ -24,8 +24,7 @@ namespace mv {
 /// The caller notices nothing of that but the time:
 /// - A line that cannot be read, or made into an item, counts when its turn comes and not before.
 /// - The stream is read by the caller's thread alone, inside Next, and is not waited for while there are lines that
-/// were
-///   read and not given. So no line waits for another one, and the second thread never for input.
+///   were read and not given. So no line waits for another one, and the second thread never for input.
 /// - However long the input is, no more than kBatches blocks of it are in memory, and what was made of them.
 ///
 /// An input that is no longer than a block, or does not come faster than it is asked for, starts no thread.
