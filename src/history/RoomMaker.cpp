@@ -38,12 +38,19 @@ class RoomMaker::RoomyFile : public platform::File {
   bool StampTime() override { return file_->StampTime(); }
   bool TakeTimeOf(const platform::File& from) override { return file_->TakeTimeOf(from); }
   bool IsOpenHereOnly() override { return file_->IsOpenHereOnly(); }
-  bool ShareContentOf(platform::File& from) override {
-    auto* const roomy = dynamic_cast<RoomyFile*>(&from);
-    return file_->ShareContentOf(roomy != nullptr ? *roomy->file_ : from);
+  bool ShareContentOf(platform::File& from) override { return file_->ShareContentOf(Plain(from)); }
+  /// Makes no room: that is not for a second thread. A copy that fails is begun anew by whoever needs it.
+  std::unique_ptr<platform::ContentCopy> BeginCopyOf(platform::File& from) override {
+    return file_->BeginCopyOf(Plain(from));
   }
+  void NotNeededSoon() override { file_->NotNeededSoon(); }
 
  private:
+  static platform::File& Plain(platform::File& file) {
+    auto* const roomy = dynamic_cast<RoomyFile*>(&file);
+    return roomy != nullptr ? *roomy->file_ : file;
+  }
+
   RoomMaker& maker_;
   std::unique_ptr<platform::File> file_;
   std::string path_;

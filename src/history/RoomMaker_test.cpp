@@ -35,6 +35,18 @@ TEST_F(RoomMakerTest, AFullDiskCostsTheOldestEntryAndTheWriteSucceeds) {
   EXPECT_EQ(Entries(), (std::vector<std::string>{"20261122-063003", "20261122-063002"}));
 }
 
+TEST_F(RoomMakerTest, ACopyBesideTheRunTakesNoHistory) {
+  files_.CopyAhead(testing::MemoryFileSystem::CopiesAhead::AtItsEnd);
+  const auto from =
+      maker_.Open(kDatabase, platform::Access::ReadWrite, platform::Disposition::OpenExisting, platform::Sharing::None);
+  const auto staged = maker_.CreateStaged(kDatabase, {});
+  files_.FailWrite(1);
+  EXPECT_FALSE(staged->BeginCopyOf(*from)->Finish());
+  EXPECT_TRUE(staged->BeginCopyOf(*from)->Finish());
+  EXPECT_EQ(files_.Content(kDatabase + ".writing"), Bytes{1});
+  EXPECT_EQ(Entries().size(), 3u);
+}
+
 TEST_F(RoomMakerTest, ReplacingAFileMakesRoomToo) {
   auto staged = maker_.CreateStaged(kDatabase, {});
   staged->WriteAt(0, Bytes{7});

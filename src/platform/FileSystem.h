@@ -44,6 +44,16 @@ struct FileTrace {
   friend bool operator==(const FileTrace&, const FileTrace&) = default;
 };
 
+/// A copy of a file's content that is under way on a thread of its own. Until Finish has come back, or this object is
+/// gone, both files must stay open, and the one that is copied to must not be touched; the other may be read.
+class ContentCopy {
+ public:
+  /// Stops. What was copied until then is undefined.
+  virtual ~ContentCopy() = default;
+  /// Copies what is left, the caller's thread helping. False when any of it failed. The last call.
+  virtual bool Finish() = 0;
+};
+
 /// One open file. Not opened for appending: every read and write names its offset. The destructor closes silently.
 class File {
  public:
@@ -78,6 +88,15 @@ class File {
     static_cast<void>(from);
     return false;
   }
+  /// Begins to make the content of this file, which is empty, that of `from` as long as it is now. Null where that
+  /// cannot be done beside the caller's work.
+  virtual std::unique_ptr<ContentCopy> BeginCopyOf(File& from) {
+    static_cast<void>(from);
+    return nullptr;
+  }
+  /// Tells that nobody is expected to read this file soon: memory in which the system keeps its content may serve other
+  /// files. To be called after a Sync.
+  virtual void NotNeededSoon() {}
 };
 
 /// The operating system's files. Paths are UTF-8 and may use "\" and "/" alike.

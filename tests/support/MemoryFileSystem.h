@@ -61,6 +61,10 @@ class MemoryFileSystem : public platform::FileSystem {
   void SetFreeBytes(std::uint64_t bytes) { freeBytes_ = bytes; }
   /// From now on files can share their blocks, or no more.
   void ShareBlocks(bool shares) { disk_->sharesBlocks = shares; }
+  /// When a copy that was begun beside its caller's work (File::BeginCopyOf) is made.
+  enum class CopiesAhead { Never, AtOnce, AtItsEnd };
+  /// From now on such copies can be begun, or no more.
+  void CopyAhead(CopiesAhead copies) { disk_->copiesAhead = copies; }
   /// Bytes written so far by WriteAt.
   std::uint64_t BytesWritten() const { return disk_->bytesWritten; }
   /// What a file holds. Error 53.
@@ -281,6 +285,7 @@ class MemoryFileSystem : public platform::FileSystem {
     std::size_t writes = 0;
     std::uint64_t bytesWritten = 0;
     bool sharesBlocks = false;
+    CopiesAhead copiesAhead = CopiesAhead::Never;
     std::function<void()> look = [] {};
   };
   struct Opening {
@@ -363,6 +368,12 @@ class MemoryFileSystem : public platform::FileSystem {
       node_->content = dynamic_cast<MemoryFile&>(from).node_->content;
       return true;
     }
+    std::unique_ptr<platform::ContentCopy> BeginCopyOf(platform::File& from) override {
+      if (disk_->copiesAhead == CopiesAhead::Never) return nullptr;
+      auto copy = std::make_unique<MemoryCopy>(from, *this);
+      if (disk_->copiesAhead == CopiesAhead::AtOnce) copy->Finish();
+      return copy;
+    }
 
    private:
     void RequireWritable() const {
@@ -382,6 +393,26 @@ class MemoryFileSystem : public platform::FileSystem {
     std::shared_ptr<Disk> disk_;
     std::shared_ptr<Node> node_;
     Opening opening_;
+  };
+
+  /// Made in one step, by the caller's thread.
+  class MemoryCopy : public platform::ContentCopy {
+   public:
+    MemoryCopy(platform::File& from, platform::File& to) : from_(from), to_(to) {}
+    bool Finish() override {
+      try {
+        if (!done_) to_.WriteAt(0, platform::ReadWhole(from_));
+        done_ = true;
+      } catch (const Error&) {
+        return false;
+      }
+      return true;
+    }
+
+   private:
+    platform::File& from_;
+    platform::File& to_;
+    bool done_ = false;
   };
 
   /// "C:\data\\x" and "C:/data/x/" as "C:/data/x".

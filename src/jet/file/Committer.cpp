@@ -12,7 +12,7 @@
 namespace mv::jet {
 namespace {
 
-/// Pages copied in one piece: 1 MiB. A database that is no larger is written as a whole: it takes one write.
+/// Pages written in one piece: 1 MiB. A database that is no larger is written as a whole: it takes one write.
 constexpr std::size_t kPiecePages = 256;
 
 std::uint64_t FileOffset(PageNumber number) {
@@ -54,28 +54,57 @@ Page HeaderOf(platform::File& file) {
   return header;
 }
 
-struct NewFile {
-  std::unique_ptr<platform::StagedWrite> staged;
-  bool sharesBlocks = false;  ///< with the old one
-};
-
-/// The new file beside the old one, complete.
-NewFile WriteWhole(platform::FileSystem& files, const std::string& path, std::unique_ptr<platform::File>& current,
-                   const PagesToCommit& pages) {
-  NewFile file{std::make_unique<platform::StagedWrite>(files, path, current)};
-  platform::File& contents = file.staged->Contents();
-  file.sharesBlocks = current && contents.ShareContentOf(*current);
-  WritePages(contents, file.sharesBlocks ? pages.changed : AllPages(pages.count), pages.read);
-  if (file.sharesBlocks) contents.Resize(FileOffset(pages.count));
-  return file;
-}
-
 /// The second name that the old file has until the new one is in its place.
 std::string LinkName(const std::string& path) {
   return path + ".spare";
 }
 
 }  // namespace
+
+struct NewFile {
+  std::unique_ptr<platform::StagedWrite> staged;
+  bool sharesBlocks = false;                    ///< with the old one, whose content it then has
+  platform::FileTrace trace;                    ///< of the old one, when it was copied
+  std::unique_ptr<platform::ContentCopy> copy;  ///< of the old one's content, when that is under way
+};
+
+namespace {
+
+NewFile Create(platform::FileSystem& files, const std::string& path, std::unique_ptr<platform::File>& current) {
+  NewFile file{std::make_unique<platform::StagedWrite>(files, path, current), false, files.TraceOf(path), nullptr};
+  file.sharesBlocks = current && file.staged->Contents().ShareContentOf(*current);
+  return file;
+}
+
+/// Into a file with the content of the database in its place.
+void WriteChanges(platform::File& contents, const std::vector<PageNumber>& changed, const PagesToCommit& pages) {
+  WritePages(contents, changed, pages.read);
+  contents.Resize(FileOffset(pages.count));
+}
+
+bool HasContentOfOldFile(NewFile& file) {
+  return file.copy ? file.copy->Finish() : file.sharesBlocks;
+}
+
+NewFile WriteWhole(platform::FileSystem& files, const std::string& path, std::unique_ptr<platform::File>& current,
+                   const PagesToCommit& pages) {
+  NewFile file = Create(files, path, current);
+  platform::File& contents = file.staged->Contents();
+  if (file.sharesBlocks) {
+    WriteChanges(contents, pages.changed, pages);
+  } else {
+    WritePages(contents, AllPages(pages.count), pages.read);
+  }
+  return file;
+}
+
+}  // namespace
+
+Committer::Committer(platform::FileSystem& files) : files_(files) {}
+
+Committer::~Committer() {
+  Rest();
+}
 
 std::unique_ptr<platform::File> CommitOnce(platform::FileSystem& files, const std::string& path,
                                            std::unique_ptr<platform::File>& current, const PagesToCommit& pages) {
@@ -89,6 +118,42 @@ void Committer::Adopt(const std::string& path) {
   RemoveLeftOvers();
 }
 
+void Committer::Changing(std::unique_ptr<platform::File>& current) {
+  const bool hasSpare = left_ && left_->spare;
+  if (ahead_ || hasSpare || !current) return;
+  try {
+    if (!IsWorthCopying(current->Size())) return;
+    auto file = std::make_unique<NewFile>(Create(files_, path_, current));
+    if (!file->sharesBlocks) file->copy = file->staged->Contents().BeginCopyOf(*current);
+    if (file->sharesBlocks || file->copy) ahead_ = std::move(file);
+  } catch (const Error&) {
+    // The commit tries again, and tells what it meets.
+  }
+}
+
+/// A copy made before it is needed must not take the room of what is written before the commit.
+bool Committer::IsWorthCopying(std::uint64_t bytes) const {
+  return bytes > FileOffset(kPiecePages) && files_.FreeBytes(path_.substr(0, FolderLength(path_))) / 2 > bytes;
+}
+
+void Committer::Unchanged() {
+  ahead_.reset();
+}
+
+/// Empty when nothing was copied ahead, or nothing that can be trusted.
+NewFile Committer::WriteIntoCopy(const PagesToCommit& pages) {
+  const auto ahead = std::exchange(ahead_, nullptr);
+  try {
+    if (!ahead || !HasContentOfOldFile(*ahead)) return {};
+    const platform::FileTrace& then = ahead->trace;
+    if (then.content.empty() || files_.TraceOf(path_) != then) return {};
+    WriteChanges(ahead->staged->Contents(), pages.changed, pages);
+    return std::move(*ahead);
+  } catch (const Error&) {
+    return {};  // writing all pages may still succeed
+  }
+}
+
 std::unique_ptr<platform::File> Committer::Commit(const std::string& path, std::unique_ptr<platform::File>& current,
                                                   const PagesToCommit& pages) {
   if (path != path_) return CommitOnce(files_, path, current, pages);
@@ -96,11 +161,13 @@ std::unique_ptr<platform::File> Committer::Commit(const std::string& path, std::
   if (before && !IsAsLeft(*before, current.get())) before.reset();
   NewFile file;
   if (before && before->spare) file.staged = WriteIntoSpare(*before->spare, current, pages);
+  if (!file.staged) file = WriteIntoCopy(pages);
   if (!file.staged) file = WriteWhole(files_, path, current, pages);
 
   Left now{{}, HeaderOf(file.staged->Contents()), std::nullopt};
   const bool isStamped = file.staged->Contents().StampTime();
   const bool isLinked = before && isStamped && !file.sharesBlocks && LinkOldFile(*before, pages);
+  if (current && !isLinked) current->NotNeededSoon();
   try {
     auto held = file.staged->Finish();
     now.trace = files_.TraceOf(path);
@@ -127,8 +194,7 @@ std::unique_ptr<platform::StagedWrite> Committer::WriteIntoSpare(const Spare& sp
     const bool isTrusted = files_.TraceOf(files_.StagedName(path_)) == spare.trace &&
                            HeaderOf(contents) == spare.header && contents.IsOpenHereOnly();
     if (!isTrusted) return nullptr;
-    WritePages(contents, Together(spare.differ, pages.changed, pages.count), pages.read);
-    contents.Resize(FileOffset(pages.count));
+    WriteChanges(contents, Together(spare.differ, pages.changed, pages.count), pages);
     return staged;
   } catch (const Error&) {
     return nullptr;  // writing all pages into a new file may still succeed
@@ -163,6 +229,7 @@ void Committer::KeepOldFile(const Left& before, Left& now, const std::vector<Pag
 }
 
 void Committer::Rest() {
+  ahead_.reset();
   if (!path_.empty()) RemoveLeftOvers();
   left_.reset();
 }

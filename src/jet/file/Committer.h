@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -22,6 +23,9 @@ struct PagesToCommit {
   PageReader read;                  ///< may read from that file
 };
 
+/// The file that is to take the place of a database, beside it.
+struct NewFile;
+
 /// Makes a database durable as a complete new file in the place of the old one: the file under its name is whole at
 /// every instant, for any reader, whenever he opened it. It gets there by one rename.
 ///
@@ -38,17 +42,28 @@ struct PagesToCommit {
 ///
 /// No spare is kept of a database of less than a megabyte, nor where the volume has no room for another copy. One that
 /// a killed program left means nothing and goes with the next Adopt.
+///
+/// Copy ahead. A commit that has to write all pages of a large database can find most of its work done: the first
+/// change after a commit (Changing) begins to copy the file on a second thread, and the commit writes what has changed
+/// into that copy. It counts only when the database is untouched since then; otherwise the commit writes all pages
+/// itself.
 class Committer {
  public:
   /// `files` must outlive this object.
-  explicit Committer(platform::FileSystem& files) : files_(files) {}
-  ~Committer() { Rest(); }
+  explicit Committer(platform::FileSystem& files);
+  ~Committer();
   Committer(const Committer&) = delete;
   Committer& operator=(const Committer&) = delete;
 
   /// To be told before a database is opened whose commits it is to make, one at a time; what killed programs left of
   /// spares beside it goes. `path`: links resolved.
   void Adopt(const std::string& path);
+
+  /// To be told of the first change since the database was opened or committed: a commit is likely to come. `current`:
+  /// the file as it is held, which must stay so until Commit or Unchanged. Never raises.
+  void Changing(std::unique_ptr<platform::File>& current);
+  /// The database is about to be closed: there will be no Commit.
+  void Unchanged();
 
   /// `current` is the old file as it is held, or null when there is none. Returns the new one, held likewise and on
   /// disk. When it raises the old file is in place, and `current` is null where the system had to let go of it. The
@@ -73,8 +88,10 @@ class Committer {
   };
 
   bool IsAsLeft(const Left& left, platform::File* current) const;
+  bool IsWorthCopying(std::uint64_t bytes) const;
   std::unique_ptr<platform::StagedWrite> WriteIntoSpare(const Spare& spare, std::unique_ptr<platform::File>& current,
                                                         const PagesToCommit& pages);
+  NewFile WriteIntoCopy(const PagesToCommit& pages);
   bool LinkOldFile(const Left& left, const PagesToCommit& pages);
   void KeepOldFile(const Left& before, Left& now, const std::vector<PageNumber>& changed);
   void RemoveLeftOvers();
@@ -83,6 +100,7 @@ class Committer {
   platform::FileSystem& files_;
   std::string path_;  ///< of the adopted database; empty before the first
   std::optional<Left> left_;
+  std::unique_ptr<NewFile> ahead_;  ///< begun by Changing
 };
 
 /// The same without a spare file, for who commits once.

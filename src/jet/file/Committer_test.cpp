@@ -7,7 +7,9 @@
 #include <random>
 #include <set>
 #include <string>
+#include <thread>
 #include <utility>
+#include <vector>
 
 #include "base/Error.h"
 #include "support/MemoryFileSystem.h"
@@ -49,10 +51,15 @@ class PagedDatabase {
         files_.Open(path_, platform::Access::ReadWrite, platform::Disposition::OpenExisting, platform::Sharing::None);
     pages_ = static_cast<PageNumber>(held_->Size() / kPageSize);
   }
-  void Close() { held_.reset(); }
+  void Close() {
+    committer_.Unchanged();
+    held_.reset();
+    changed_.clear();
+  }
 
   /// Fills a page, at the end of the file or in it, with bytes that no page has had.
   void Change(PageNumber number) {
+    if (changed_.empty()) committer_.Changing(held_);
     Page page;
     page.fill(static_cast<std::uint8_t>(++lastFill_));
     StoreLittle(page.data() + 8, lastFill_);
@@ -105,9 +112,9 @@ class CommitterTest : public ::testing::Test {
 
   /// Commits changes of these pages and returns the bytes that this wrote.
   std::uint64_t Commit(const std::vector<PageNumber>& pages) {
+    const std::uint64_t before = files_.BytesWritten();
     for (const PageNumber page : pages) database_.Change(page);
     const Bytes expected = database_.Expected();
-    const std::uint64_t before = files_.BytesWritten();
     database_.Commit();
     EXPECT_EQ(files_.Content(kPath), expected);
     return files_.BytesWritten() - before;
@@ -149,7 +156,30 @@ TEST_F(CommitterTest, FromTheThirdCommitOnWritesThePagesOfTwoCommits) {
   EXPECT_EQ(Commit({0}), 3 * kPageSize);
 }
 
-TEST_F(CommitterTest, PowerCutAtAnyStepLeavesADatabaseThatWasCommittedAndTheHistorysAsItWas) {
+/// Where copies can be begun ahead, and where they cannot.
+class AnyCommitterTest : public CommitterTest, public ::testing::WithParamInterface<MemoryFileSystem::CopiesAhead> {
+ protected:
+  AnyCommitterTest() { files_.CopyAhead(GetParam()); }
+};
+
+std::string NameOf(const ::testing::TestParamInfo<MemoryFileSystem::CopiesAhead>& copies) {
+  switch (copies.param) {
+    case MemoryFileSystem::CopiesAhead::Never:
+      return "NoCopies";
+    case MemoryFileSystem::CopiesAhead::AtOnce:
+      return "CopiesAtOnce";
+    case MemoryFileSystem::CopiesAhead::AtItsEnd:
+      return "CopiesAtTheirEnd";
+  }
+  return {};
+}
+
+INSTANTIATE_TEST_SUITE_P(Ahead, AnyCommitterTest,
+                         ::testing::Values(MemoryFileSystem::CopiesAhead::Never, MemoryFileSystem::CopiesAhead::AtOnce,
+                                           MemoryFileSystem::CopiesAhead::AtItsEnd),
+                         NameOf);
+
+TEST_P(AnyCommitterTest, PowerCutAtAnyStepLeavesADatabaseThatWasCommittedAndTheHistorysAsItWas) {
   const std::string kept = "C:\\data\\kept";
   files_.Link(kPath, kept);
   files_.SyncFolder(kFolder);
@@ -171,9 +201,9 @@ TEST_F(CommitterTest, PowerCutAtAnyStepLeavesADatabaseThatWasCommittedAndTheHist
   };
   files_.LookAtEachStep(look);
   for (PageNumber page = 1; page <= 6; ++page) {
+    mayBeBefore = true;
     for (const PageNumber changed : {page, page + 300}) database_.Change(changed);
     coming = database_.Expected();
-    mayBeBefore = true;
     database_.Commit();
     mayBeBefore = false;
     look();
@@ -198,7 +228,7 @@ TEST_F(CommitterTest, GrowingDatabaseGrowsInBothFiles) {
   EXPECT_EQ(Commit({1}), 2 * kPageSize);
 }
 
-TEST_F(CommitterTest, AnyChangesInAnyOrderGiveTheFileThatIsExpected) {
+TEST_P(AnyCommitterTest, AnyChangesInAnyOrderGiveTheFileThatIsExpected) {
   std::mt19937 random(20261122);
   PageNumber count = kPages;
   for (int commit = 0; commit < 60; ++commit) {
@@ -329,7 +359,7 @@ TEST_F(CommitterTest, WhatAKilledProgramLeftGoesWhenTheDatabaseIsOpenedNext) {
   ExpectOnly({"Motorva.db"});
 }
 
-TEST_F(CommitterTest, FailureAnywhereLeavesTheOldFileOrTheNewAndTheNextCommitSucceeds) {
+TEST_P(AnyCommitterTest, FailureAnywhereLeavesTheOldFileOrTheNewAndTheNextCommitSucceeds) {
   for (const bool syncs : {false, true}) {
     for (std::size_t at = 1; at <= 6; ++at) {
       database_.Close();
@@ -337,9 +367,9 @@ TEST_F(CommitterTest, FailureAnywhereLeavesTheOldFileOrTheNewAndTheNextCommitSuc
       database_.Open();
       MakeSpare();
       const Bytes before = files_.Content(kPath);
+      syncs ? files_.FailSync(at) : files_.FailWrite(at);
       database_.Change(20);
       const Bytes after = database_.Expected();
-      syncs ? files_.FailSync(at) : files_.FailWrite(at);
       const bool failed = CommitFails();
       syncs ? files_.FailSync(0) : files_.FailWrite(0);
       EXPECT_TRUE(files_.Content(kPath) == (failed ? before : after)) << at;
@@ -349,6 +379,76 @@ TEST_F(CommitterTest, FailureAnywhereLeavesTheOldFileOrTheNewAndTheNextCommitSuc
   }
   database_.Close();
   database_.Rest();
+  ExpectOnly({"Motorva.db"});
+}
+
+class CopyAheadTest : public CommitterTest {
+ protected:
+  CopyAheadTest() { files_.CopyAhead(MemoryFileSystem::CopiesAhead::AtOnce); }
+
+  /// What is written of the file in the database's place before there is a commit.
+  std::uint64_t WrittenByChanging(PageNumber page) {
+    const std::uint64_t before = files_.BytesWritten();
+    database_.Change(page);
+    return files_.BytesWritten() - before;
+  }
+};
+
+TEST_F(CopyAheadTest, CommitThatWouldWriteAllPagesWritesWhatChangedSinceTheCopyWasBegun) {
+  EXPECT_EQ(WrittenByChanging(3), kWhole);
+  EXPECT_EQ(Commit({3, 4}), 2 * kPageSize);
+  CloseAndOpen();
+  EXPECT_EQ(WrittenByChanging(9), kWhole);
+  EXPECT_EQ(Commit({kPages}), 2 * kPageSize) << "a page that was added, too";
+}
+
+TEST_F(CopyAheadTest, NothingIsCopiedWhereThereIsASpare) {
+  MakeSpare();
+  EXPECT_EQ(WrittenByChanging(1), 0u);
+  EXPECT_EQ(Commit({2}), 3 * kPageSize);
+}
+
+TEST_F(CopyAheadTest, CopyBelongsToOneOpeningOfTheDatabase) {
+  database_.Change(1);
+  EXPECT_TRUE(files_.FileExists(kSpare));
+  CloseAndOpen();
+  ExpectOnly({"Motorva.db"});
+  EXPECT_EQ(Commit({2}), kWhole + kPageSize);
+}
+
+TEST_F(CopyAheadTest, SmallDatabaseIsNotCopied) {
+  database_.Close();
+  files_.Put(kPath, Bytes(256 * kPageSize));
+  database_.Open();
+  EXPECT_EQ(WrittenByChanging(1), 0u);
+}
+
+TEST_F(CopyAheadTest, NothingIsCopiedWhereItCouldTakeTheRoomOfTheRun) {
+  files_.SetFreeBytes(2 * kWhole);
+  EXPECT_EQ(WrittenByChanging(1), 0u);
+  EXPECT_EQ(Commit({2}), kWhole);
+}
+
+TEST_F(CopyAheadTest, CopyThatFailsIsMadeAnewByTheCommit) {
+  files_.CopyAhead(MemoryFileSystem::CopiesAhead::AtItsEnd);
+  database_.Change(1);
+  files_.FailWrite(1);
+  EXPECT_EQ(Commit({}), kWhole + kWhole / 2);
+  ExpectOnly({"Motorva.db"});
+}
+
+TEST_F(CopyAheadTest, FileOfAnotherProgramInTheWayIsNoFailure) {
+  auto writer =
+      files_.Open(kSpare, platform::Access::ReadWrite, platform::Disposition::OpenAlways, platform::Sharing::None);
+  EXPECT_EQ(WrittenByChanging(1), 0u);
+  writer.reset();
+  EXPECT_EQ(Commit({}), kWhole);
+}
+
+TEST_F(CopyAheadTest, WhereBlocksCanBeSharedTheyAreShared) {
+  files_.ShareBlocks(true);
+  EXPECT_EQ(WrittenByChanging(1), 0u);
+  EXPECT_EQ(Commit({5}), 2 * kPageSize);
   ExpectOnly({"Motorva.db"});
 }
 
@@ -408,6 +508,31 @@ TEST_F(CommitterOnDiskTest, WriteRightAfterACommitIsSeen) {
   Commit(2);
   const Bytes content = ContentOfHeld();
   for (PageNumber round = 0; round < 20; ++round) EXPECT_EQ(content[(300 + round) * kPageSize], round + 1);
+}
+
+TEST_F(CommitterOnDiskTest, PageThatSomebodyChangesAfterItWasCopiedAheadIsKept) {
+  for (PageNumber commit = 1; commit <= 2; ++commit) {
+    database_.Change(commit);
+    while (files_->FactsOf(path_ + ".writing").bytes < kPages * kPageSize) std::this_thread::yield();
+    try {
+      WriteInPlace(*files_, path_, (300 + commit) * kPageSize, Bytes(10, 0x77));
+    } catch (const Error& error) {
+      // Where the database is kept from everybody there is nothing to show.
+      EXPECT_EQ(error.Number(), errors::kPermissionDenied);
+      return;
+    }
+    database_.Commit();
+    EXPECT_EQ(ContentOfHeld()[(300 + commit) * kPageSize], 0x77);
+  }
+}
+
+TEST_F(CommitterOnDiskTest, DatabaseThatIsClosedWithoutACommitLeavesNothingBesideIt) {
+  for (int time = 0; time < 20; ++time) {
+    database_.Change(1);
+    database_.Close();
+    EXPECT_FALSE(files_->FileExists(path_ + ".writing"));
+    database_.Open();
+  }
 }
 
 TEST_F(CommitterOnDiskTest, WhoOpenedTheDatabaseReadsWhatHeOpened) {

@@ -41,6 +41,10 @@ PageFile::PageFile(Key, platform::FileSystem& files, const std::string& path, Mo
                    std::shared_ptr<Committer> committer)
     : files_(files), committer_(std::move(committer)), path_(path), realPath_(files.RealPath(path)), mode_(mode) {}
 
+PageFile::~PageFile() {
+  if (committer_) committer_->Unchanged();
+}
+
 std::unique_ptr<PageFile> PageFile::Open(platform::FileSystem& files, const std::string& path, Mode mode,
                                          std::shared_ptr<Committer> committer) {
   auto pages = std::make_unique<PageFile>(Key(), files, path, mode, std::move(committer));
@@ -106,7 +110,7 @@ Page& PageFile::MakeWritable(PageNumber number) {
   Read(number);
   if (depth_ > 0 && number < countAtBegin_) KeepOldContent(number);
   Entry& entry = entries_[number];
-  if (!entry.changed) ++changedCount_;
+  if (!entry.changed) CountChanged();
   entry.changed = true;
   entry.writableIn = writableNow_;
   return *entry.page;
@@ -115,8 +119,12 @@ Page& PageFile::MakeWritable(PageNumber number) {
 PageNumber PageFile::Append() {
   CheckMayWrite();
   entries_.push_back({std::make_unique<Page>(), writableNow_, true});
-  ++changedCount_;
+  CountChanged();
   return PageCount() - 1;
+}
+
+void PageFile::CountChanged() {
+  if (changedCount_++ == 0 && committer_) committer_->Changing(file_);
 }
 
 void PageFile::KeepOldContent(PageNumber number) {

@@ -48,6 +48,7 @@ class PageFile {
     Key() = default;
   };
   PageFile(Key, platform::FileSystem& files, const std::string& path, Mode mode, std::shared_ptr<Committer> committer);
+  ~PageFile();
   PageFile(const PageFile&) = delete;
   PageFile& operator=(const PageFile&) = delete;
 
@@ -114,6 +115,7 @@ class PageFile {
   std::size_t RunLength(PageNumber number) const;
   Page& MakeWritable(PageNumber number);
   void KeepOldContent(PageNumber number);
+  void CountChanged();
   void RestoreOldContents();
   void DropOldContents();
   void CheckMayWrite() const;

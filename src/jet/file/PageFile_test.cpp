@@ -278,6 +278,52 @@ TEST_F(PageFileTest, CommitThatCannotReadTheOldFileChangesNothing) {
   ExpectNothingLeftBeside();
 }
 
+class PageFileCopiedAheadTest : public PageFileTest {
+ protected:
+  PageFileCopiedAheadTest() {
+    files_.CopyAhead(MemoryFileSystem::CopiesAhead::AtOnce);
+    files_.Put(kPath, FileOf(kPages));
+    file_ = PageFile::Open(files_, kPath, Mode::ReadWrite, committer_);
+  }
+  bool IsBegun() const { return files_.FileExists(files_.StagedName(kPath)); }
+
+  static constexpr PageNumber kPages = 300;
+  std::shared_ptr<Committer> committer_ = std::make_shared<Committer>(files_);
+  std::unique_ptr<PageFile> file_;
+};
+
+TEST_F(PageFileCopiedAheadTest, FirstChangeBeginsTheNewFile) {
+  file_->Read(1);
+  EXPECT_FALSE(IsBegun());
+  file_->Write(1).fill(0x55);
+  EXPECT_TRUE(IsBegun());
+  file_->Commit();
+  EXPECT_FALSE(IsBegun());
+  file_->Append();
+  EXPECT_TRUE(IsBegun()) << "an added page is a change, too";
+}
+
+TEST_F(PageFileCopiedAheadTest, WhatIsUndoneIsNotInTheNewFile) {
+  file_->Write(1).fill(0x55);
+  file_->Write(file_->Append()).fill(0x55);
+  file_->Discard();
+  file_->Begin();
+  file_->Write(2).fill(0x55);
+  file_->Rollback();
+  file_->Write(3).fill(0x66);
+  file_->Commit();
+  Bytes expected = FileOf(kPages);
+  std::fill_n(expected.begin() + 3 * kPageSize, kPageSize, 0x66);
+  EXPECT_TRUE(files_.Content(kPath) == expected);
+}
+
+TEST_F(PageFileCopiedAheadTest, ClosingWithoutACommitLeavesNothingBesideTheDatabase) {
+  file_->Write(1).fill(0x55);
+  file_.reset();
+  ExpectNothingLeftBeside();
+  EXPECT_TRUE(files_.Content(kPath) == FileOf(kPages));
+}
+
 TEST_F(PageFileTest, DiscardForgetsChangesAndPagesAdded) {
   const auto file = OpenWith(3);
   file->Write(1).fill(0x55);

@@ -8,6 +8,7 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
@@ -20,6 +21,7 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "platform/BackgroundCopy.h"
 #include "platform/posix/Descriptor.h"
 #include "platform/posix/Paths.h"
 
@@ -138,6 +140,10 @@ class PosixFile : public File {
     return other != nullptr && ::ioctl(Number(), FICLONE, other->Number()) == 0;
   }
 
+  std::unique_ptr<ContentCopy> BeginCopyOf(File& from) override { return BackgroundCopy::Begin(from, *this); }
+
+  void NotNeededSoon() override { ::posix_fadvise(Number(), 0, 0, POSIX_FADV_DONTNEED); }
+
   int Number() const { return descriptor_.Number(); }
   const std::string& Native() const { return native_; }
 
@@ -145,15 +151,15 @@ class PosixFile : public File {
   /// Has the disk begin with what a large file has written so far, so that a Sync at its end waits for the rest alone.
   void StartWriting(std::size_t bytes) {
     constexpr std::size_t kPiece = std::size_t{4} << 20;
-    waiting_ += bytes;
-    if (waiting_ < kPiece) return;
-    ::sync_file_range(Number(), 0, 0, SYNC_FILE_RANGE_WRITE);
+    if (waiting_.fetch_add(bytes) + bytes < kPiece) return;
     waiting_ = 0;
+    ::sync_file_range(Number(), 0, 0, SYNC_FILE_RANGE_WRITE);
   }
 
   Descriptor descriptor_;
   std::string native_;
-  std::size_t waiting_ = 0;  ///< bytes written since the disk was last asked to begin
+  /// Bytes written since the disk was last asked to begin; two threads write while a copy is under way.
+  std::atomic<std::size_t> waiting_ = 0;
 };
 
 /// Some network and memory file systems know no locks; there nobody can hold one either.

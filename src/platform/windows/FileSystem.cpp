@@ -8,6 +8,7 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
+#include "platform/BackgroundCopy.h"
 #include "platform/windows/Handle.h"
 #include "platform/windows/PrivateProfile.h"
 #include "platform/windows/RenameByHandle.h"
@@ -123,6 +124,8 @@ class WindowsFile : public File {
     Resize(0);
     return false;
   }
+
+  std::unique_ptr<ContentCopy> BeginCopyOf(File& from) override { return BackgroundCopy::Begin(from, *this); }
 
   HANDLE Get() const { return handle_.Get(); }
 
