@@ -6,11 +6,6 @@
 #include <system_error>
 
 namespace mv::platform {
-namespace {
-
-constexpr std::size_t kCopyPiece = std::size_t{256} << 10;
-
-}  // namespace
 
 std::unique_ptr<ContentCopy> BackgroundCopy::Begin(File& from, File& to) {
   try {
@@ -21,40 +16,39 @@ std::unique_ptr<ContentCopy> BackgroundCopy::Begin(File& from, File& to) {
 }
 
 BackgroundCopy::BackgroundCopy(File& from, File& to)
-    : from_(from), to_(to), size_(from.Size()), thread_([this] { CopyPieces(); }) {}
+    : from_(from), to_(to), size_(from.Size()), thread_([this] { Copy(); }) {}
 
 BackgroundCopy::~BackgroundCopy() {
   if (!thread_.joinable()) return;
-  ended_ = true;
+  isWanted_ = false;
   thread_.join();
 }
 
+/// That the caller's thread copies a part saves no time: the system lets one thread at a time write into a file.
 bool BackgroundCopy::Finish() {
-  CopyPieces();
   thread_.join();
-  return !ended_;
+  return succeeded_;
 }
 
-void BackgroundCopy::CopyPieces() {
+void BackgroundCopy::Copy() {
   try {
-    const auto buffer = std::make_unique_for_overwrite<std::uint8_t[]>(kCopyPiece);
-    CopyPieces(ByteSpan(buffer.get(), kCopyPiece));
+    succeeded_ = CopyAll();
   } catch (const std::exception&) {
-    ended_ = true;  // told by Finish
+    succeeded_ = false;
   }
 }
 
-void BackgroundCopy::CopyPieces(ByteSpan buffer) {
-  while (!ended_) {
-    const std::uint64_t at = next_.fetch_add(buffer.size());
-    if (at >= size_) return;
-    const ByteSpan piece = buffer.first(static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), size_ - at)));
-    if (from_.ReadAt(at, piece) != piece.size()) {
-      ended_ = true;  // it was cut
-      return;
-    }
+/// False when it was given up, or the file was cut.
+bool BackgroundCopy::CopyAll() {
+  constexpr std::size_t kPiece = std::size_t{256} << 10;
+  const auto buffer = std::make_unique_for_overwrite<std::uint8_t[]>(kPiece);
+  for (std::uint64_t at = 0; at < size_; at += kPiece) {
+    if (!isWanted_) return false;
+    const ByteSpan piece(buffer.get(), static_cast<std::size_t>(std::min<std::uint64_t>(kPiece, size_ - at)));
+    if (from_.ReadAt(at, piece) != piece.size()) return false;
     to_.WriteAt(at, piece);
   }
+  return true;
 }
 
 }  // namespace mv::platform

@@ -9,8 +9,7 @@
 
 namespace mv::platform {
 
-/// A copy for files that may be read and written, each at its own place, by two threads at once. Takes 256 KiB of
-/// memory a thread.
+/// A copy for files that another thread may read meanwhile. Takes 256 KiB of memory.
 class BackgroundCopy : public ContentCopy {
  public:
   /// Null when the system grants no thread.
@@ -24,14 +23,14 @@ class BackgroundCopy : public ContentCopy {
   bool Finish() override;
 
  private:
-  void CopyPieces();
-  void CopyPieces(ByteSpan buffer);
+  void Copy();
+  bool CopyAll();
 
   File& from_;
   File& to_;
   const std::uint64_t size_;
-  std::atomic<std::uint64_t> next_ = 0;  ///< where the first piece begins that nobody has taken
-  std::atomic<bool> ended_ = false;      ///< failed, or not wanted any more
+  std::atomic<bool> isWanted_ = true;
+  bool succeeded_ = false;  ///< known when the thread has ended
   std::thread thread_;
 };
 

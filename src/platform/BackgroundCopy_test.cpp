@@ -18,7 +18,7 @@ namespace {
 
 using mv::testing::TempFolder;
 
-constexpr std::size_t kPiece = std::size_t{256} << 10;  ///< that a thread copies at a time
+constexpr std::size_t kPiece = std::size_t{256} << 10;  ///< that is copied at a time
 /// So long that it is no wait on any machine, and so short that a test which waits for nothing ends.
 constexpr std::chrono::seconds kLongWait(20);
 
@@ -29,7 +29,7 @@ Bytes AnyBytes(std::size_t count) {
   return bytes;
 }
 
-/// A file in memory that two threads may use; what is read and written can be watched and refused.
+/// A file in memory; what is read and written can be watched and refused.
 class WatchedFile : public File {
  public:
   explicit WatchedFile(Bytes content = {}) : content_(std::move(content)) {}
@@ -43,7 +43,6 @@ class WatchedFile : public File {
   }
   void WriteAt(std::uint64_t offset, ByteView data) override {
     onWrite(offset);
-    const std::scoped_lock lock(mutex_);
     if (content_.size() < offset + data.size()) content_.resize(static_cast<std::size_t>(offset) + data.size());
     std::copy(data.begin(), data.end(), content_.begin() + static_cast<std::ptrdiff_t>(offset));
   }
@@ -56,7 +55,6 @@ class WatchedFile : public File {
   std::function<void(std::uint64_t offset)> onWrite = [](std::uint64_t) {};
 
  private:
-  std::mutex mutex_;
   Bytes content_;
 };
 
@@ -102,27 +100,6 @@ TEST(BackgroundCopy, GoesOnWhileNobodyWaitsForIt) {
   BackgroundCopy copy(from, to);
   EXPECT_TRUE(last.Wait());
   EXPECT_TRUE(copy.Finish());
-}
-
-TEST(BackgroundCopy, WhoWaitsForItHelps) {
-  WatchedFile from(AnyBytes(5 * kPiece));
-  WatchedFile to;
-  Event begun;
-  Event last;
-  const auto waiting = std::this_thread::get_id();
-  // The other thread's first piece lasts until all others are copied.
-  from.onRead = [&](std::uint64_t offset) {
-    if (std::this_thread::get_id() == waiting) return;
-    begun.Set();
-    if (offset == 0) EXPECT_TRUE(last.Wait());
-  };
-  to.onWrite = [&](std::uint64_t offset) {
-    if (offset == 4 * kPiece) last.Set();
-  };
-  BackgroundCopy copy(from, to);
-  ASSERT_TRUE(begun.Wait());
-  EXPECT_TRUE(copy.Finish());
-  EXPECT_TRUE(to.Content() == from.Content());
 }
 
 TEST(BackgroundCopy, PieceThatFailsIsTold) {

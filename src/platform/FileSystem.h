@@ -50,7 +50,7 @@ class ContentCopy {
  public:
   /// Stops. What was copied until then is undefined.
   virtual ~ContentCopy() = default;
-  /// Copies what is left, the caller's thread helping. False when any of it failed. The last call.
+  /// Waits for its end. False when it failed. The last call.
   virtual bool Finish() = 0;
 };
 

@@ -8,7 +8,6 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
@@ -151,15 +150,15 @@ class PosixFile : public File {
   /// Has the disk begin with what a large file has written so far, so that a Sync at its end waits for the rest alone.
   void StartWriting(std::size_t bytes) {
     constexpr std::size_t kPiece = std::size_t{4} << 20;
-    if (waiting_.fetch_add(bytes) + bytes < kPiece) return;
-    waiting_ = 0;
+    waiting_ += bytes;
+    if (waiting_ < kPiece) return;
     ::sync_file_range(Number(), 0, 0, SYNC_FILE_RANGE_WRITE);
+    waiting_ = 0;
   }
 
   Descriptor descriptor_;
   std::string native_;
-  /// Bytes written since the disk was last asked to begin; two threads write while a copy is under way.
-  std::atomic<std::size_t> waiting_ = 0;
+  std::size_t waiting_ = 0;  ///< bytes written since the disk was last asked to begin
 };
 
 /// Some network and memory file systems know no locks; there nobody can hold one either.
