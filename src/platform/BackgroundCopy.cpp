@@ -34,7 +34,17 @@ void BackgroundCopy::Copy() {
   try {
     succeeded_ = CopyAll();
   } catch (const std::exception&) {
-    succeeded_ = false;
+    // Finish tells it.
+  }
+  if (!succeeded_) GiveRoomBack();
+}
+
+/// On a full disk the caller may need the room before it asks how the copy ended.
+void BackgroundCopy::GiveRoomBack() {
+  try {
+    to_.Resize(0);
+  } catch (const std::exception&) {
+    // Whoever removes the file gives the room back, too.
   }
 }
 

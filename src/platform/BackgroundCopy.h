@@ -24,6 +24,7 @@ class BackgroundCopy : public ContentCopy {
 
  private:
   void Copy();
+  void GiveRoomBack();
   bool CopyAll();
 
   File& from_;

@@ -112,6 +112,7 @@ TEST(BackgroundCopy, PieceThatFailsIsTold) {
       };
       BackgroundCopy copy(from, to);
       EXPECT_FALSE(copy.Finish()) << failing << (reads ? " read" : " written");
+      EXPECT_TRUE(to.Content().empty()) << "the room is given back";
     }
   }
 }

@@ -50,7 +50,7 @@ class ContentCopy {
  public:
   /// Stops. What was copied until then is undefined.
   virtual ~ContentCopy() = default;
-  /// Waits for its end. False when it failed. The last call.
+  /// Waits for its end. False when it failed; the file that was copied to is then empty. The last call.
   virtual bool Finish() = 0;
 };
 

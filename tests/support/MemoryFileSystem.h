@@ -404,6 +404,7 @@ class MemoryFileSystem : public platform::FileSystem {
         if (!done_) to_.WriteAt(0, platform::ReadWhole(from_));
         done_ = true;
       } catch (const Error&) {
+        to_.Resize(0);
         return false;
       }
       return true;
