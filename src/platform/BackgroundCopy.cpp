@@ -24,7 +24,7 @@ BackgroundCopy::~BackgroundCopy() {
   thread_.join();
 }
 
-/// That the caller's thread copies a part saves no time: the system lets one thread at a time write into a file.
+/// To help would save no time: the system lets one thread at a time write into a file.
 bool BackgroundCopy::Finish() {
   thread_.join();
   return succeeded_;
