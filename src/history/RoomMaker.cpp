@@ -43,7 +43,6 @@ class RoomMaker::RoomyFile : public platform::File {
   std::unique_ptr<platform::ContentCopy> BeginCopyOf(platform::File& from) override {
     return file_->BeginCopyOf(Plain(from));
   }
-  void NotNeededSoon() override { file_->NotNeededSoon(); }
 
  private:
   static platform::File& Plain(platform::File& file) {

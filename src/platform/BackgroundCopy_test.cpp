@@ -181,11 +181,12 @@ TEST_F(CopyOnDisk, FileThatIsNotNeededSoonKeepsItsContent) {
   const auto file = Open("file");
   const Bytes content = AnyBytes(kPiece);
   file->WriteAt(0, content);
-  file->NotNeededSoon();
+  files_->NotNeededSoon(folder_.File("file"));
   EXPECT_TRUE(ReadWhole(*file) == content) << "what was not synced stays too";
   file->Sync();
-  file->NotNeededSoon();
+  files_->NotNeededSoon(folder_.File("file"));
   EXPECT_TRUE(ReadWhole(*file) == content);
+  files_->NotNeededSoon(folder_.File("none"));  // never raises
 }
 
 }  // namespace

@@ -94,9 +94,6 @@ class File {
     static_cast<void>(from);
     return nullptr;
   }
-  /// Tells that nobody is expected to read this file soon: memory in which the system keeps its content may serve other
-  /// files. To be called after a Sync.
-  virtual void NotNeededSoon() {}
 };
 
 /// The operating system's files. Paths are UTF-8 and may use "\" and "/" alike.
@@ -169,6 +166,9 @@ class FileSystem {
   /// Returns when the names of the files and folders in `folder` are on the disk, as far as the system has a call for
   /// it. Never raises: network shares and the like refuse it, which is no reason to call a file lost.
   virtual void SyncFolder(const std::string& folder) { static_cast<void>(folder); }
+  /// Tells the system, where it has a call for it, that nobody is expected to read a file soon: the memory in which it
+  /// keeps what is on the disk may serve other files. Never raises.
+  virtual void NotNeededSoon(const std::string& path) { static_cast<void>(path); }
 
   /// Copies `from` over `to`: at every instant `to` holds its old content or all of the new, and on return the new is
   /// on disk. A new file has the mode of `from`. Error 70 when somebody else has either of them locked or open without

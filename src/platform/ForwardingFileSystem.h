@@ -35,6 +35,7 @@ class ForwardingFileSystem : public FileSystem {
   void RemoveFolder(const std::string& folder) override { files_.RemoveFolder(folder); }
   void LinkFile(const std::string& from, const std::string& name) override { files_.LinkFile(from, name); }
   void SyncFolder(const std::string& folder) override { files_.SyncFolder(folder); }
+  void NotNeededSoon(const std::string& path) override { files_.NotNeededSoon(path); }
   std::unique_ptr<File> CreateStaged(const std::string& path, const std::string& like) override {
     return files_.CreateStaged(path, like);
   }

@@ -30,17 +30,6 @@ void CommitAfterError(Connection& connection) {
   }
 }
 
-/// What was read from a file is in this program's memory, and no step of the run reads it again: the memory in which
-/// the system holds it serves the files that are written next.
-void ForgetContentOf(platform::FileSystem& files, const std::string& path) {
-  try {
-    files.Open(path, platform::Access::Read, platform::Disposition::OpenExisting, platform::Sharing::All)
-        ->NotNeededSoon();
-  } catch (const Error&) {
-    // Nothing depends on it.
-  }
-}
-
 /// A file that somebody else writes, by its path, before it takes its place.
 class ArrivingFile {
  public:
@@ -116,7 +105,7 @@ void TableDriver::SynchronizeTable(const std::string& table) {
 
   clsSyncableRS_PDB source(context_);
   LoadSource(source, table);
-  ForgetContentOf(run_.files, paths.source);
+  run_.files.NotNeededSoon(paths.source);  // it is in memory, and no step reads it again
   const std::unique_ptr<Connection> connection = OpenDatabase();
   {
     clsSyncableRS_ADO desktop;

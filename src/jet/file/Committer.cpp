@@ -64,14 +64,14 @@ std::string LinkName(const std::string& path) {
 struct NewFile {
   std::unique_ptr<platform::StagedWrite> staged;
   bool sharesBlocks = false;                    ///< with the old one, whose content it then has
-  platform::FileTrace trace;                    ///< of the old one, when it was copied
+  platform::FileTrace trace;                    ///< of the old one before it was copied ahead
   std::unique_ptr<platform::ContentCopy> copy;  ///< of the old one's content, when that is under way
 };
 
 namespace {
 
 NewFile Create(platform::FileSystem& files, const std::string& path, std::unique_ptr<platform::File>& current) {
-  NewFile file{std::make_unique<platform::StagedWrite>(files, path, current), false, files.TraceOf(path), nullptr};
+  NewFile file{std::make_unique<platform::StagedWrite>(files, path, current), false, {}, nullptr};
   file.sharesBlocks = current && file.staged->Contents().ShareContentOf(*current);
   return file;
 }
@@ -118,12 +118,14 @@ void Committer::Adopt(const std::string& path) {
   RemoveLeftOvers();
 }
 
-void Committer::Changing(std::unique_ptr<platform::File>& current) {
+void Committer::Changing(const std::string& path, std::unique_ptr<platform::File>& current) {
   const bool hasSpare = left_ && left_->spare;
-  if (ahead_ || hasSpare || !current) return;
+  if (path != path_ || ahead_ || hasSpare || !current) return;
   try {
     if (!IsWorthCopying(current->Size())) return;
+    platform::FileTrace trace = files_.TraceOf(path_);
     auto file = std::make_unique<NewFile>(Create(files_, path_, current));
+    file->trace = std::move(trace);
     if (!file->sharesBlocks) file->copy = file->staged->Contents().BeginCopyOf(*current);
     if (file->sharesBlocks || file->copy) ahead_ = std::move(file);
   } catch (const Error&) {
@@ -131,9 +133,13 @@ void Committer::Changing(std::unique_ptr<platform::File>& current) {
   }
 }
 
+std::uint64_t Committer::FreeBytesBeside() const {
+  return files_.FreeBytes(path_.substr(0, FolderLength(path_)));
+}
+
 /// A copy made before it is needed must not take the room of what is written before the commit.
 bool Committer::IsWorthCopying(std::uint64_t bytes) const {
-  return bytes > FileOffset(kPiecePages) && files_.FreeBytes(path_.substr(0, FolderLength(path_))) / 2 > bytes;
+  return bytes > FileOffset(kPiecePages) && FreeBytesBeside() / 2 > bytes;
 }
 
 void Committer::Unchanged() {
@@ -167,7 +173,7 @@ std::unique_ptr<platform::File> Committer::Commit(const std::string& path, std::
   Left now{{}, HeaderOf(file.staged->Contents()), std::nullopt};
   const bool isStamped = file.staged->Contents().StampTime();
   const bool isLinked = before && isStamped && !file.sharesBlocks && LinkOldFile(*before, pages);
-  if (current && !isLinked) current->NotNeededSoon();
+  if (!isLinked) files_.NotNeededSoon(path);
   try {
     auto held = file.staged->Finish();
     now.trace = files_.TraceOf(path);
@@ -204,8 +210,7 @@ std::unique_ptr<platform::StagedWrite> Committer::WriteIntoSpare(const Spare& sp
 /// Gives the old file a name under which it outlives its replacement. False when it is not to be kept.
 bool Committer::LinkOldFile(const Left& left, const PagesToCommit& pages) {
   if (pages.count <= kPiecePages || left.trace.names != 1) return false;
-  const std::string folder = path_.substr(0, FolderLength(path_));
-  if (files_.FreeBytes(folder) < FileOffset(pages.count)) return false;
+  if (FreeBytesBeside() < FileOffset(pages.count)) return false;
   try {
     files_.LinkFile(path_, LinkName(path_));
     return true;

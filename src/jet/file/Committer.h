@@ -59,9 +59,9 @@ class Committer {
   /// spares beside it goes. `path`: links resolved.
   void Adopt(const std::string& path);
 
-  /// To be told of the first change since the database was opened or committed: a commit is likely to come. `current`:
-  /// the file as it is held, which must stay so until Commit or Unchanged. Never raises.
-  void Changing(std::unique_ptr<platform::File>& current);
+  /// To be told of the first change since the database was opened or committed: a commit is likely to come. `path` and
+  /// `current` as of that Commit; the file must stay held until then, or until Unchanged. Never raises.
+  void Changing(const std::string& path, std::unique_ptr<platform::File>& current);
   /// The database is about to be closed: there will be no Commit.
   void Unchanged();
 
@@ -88,6 +88,7 @@ class Committer {
   };
 
   bool IsAsLeft(const Left& left, platform::File* current) const;
+  std::uint64_t FreeBytesBeside() const;
   bool IsWorthCopying(std::uint64_t bytes) const;
   std::unique_ptr<platform::StagedWrite> WriteIntoSpare(const Spare& spare, std::unique_ptr<platform::File>& current,
                                                         const PagesToCommit& pages);

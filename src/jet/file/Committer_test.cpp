@@ -59,7 +59,7 @@ class PagedDatabase {
 
   /// Fills a page, at the end of the file or in it, with bytes that no page has had.
   void Change(PageNumber number) {
-    if (changed_.empty()) committer_.Changing(held_);
+    if (changed_.empty()) committer_.Changing(path_, held_);
     Page page;
     page.fill(static_cast<std::uint8_t>(++lastFill_));
     StoreLittle(page.data() + 8, lastFill_);

@@ -124,7 +124,7 @@ PageNumber PageFile::Append() {
 }
 
 void PageFile::CountChanged() {
-  if (changedCount_++ == 0 && committer_) committer_->Changing(file_);
+  if (changedCount_++ == 0 && committer_) committer_->Changing(realPath_, file_);
 }
 
 void PageFile::KeepOldContent(PageNumber number) {

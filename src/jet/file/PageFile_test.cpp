@@ -317,6 +317,19 @@ TEST_F(PageFileCopiedAheadTest, WhatIsUndoneIsNotInTheNewFile) {
   EXPECT_TRUE(files_.Content(kPath) == expected);
 }
 
+TEST_F(PageFileCopiedAheadTest, ChangesOfAnotherDatabaseDoNotBeginItsNewFile) {
+  const char* const other = "C:\\data\\other.db";
+  files_.Put(other, Bytes(kPages * kPageSize, 0xBB));
+  const auto second = PageFile::Open(files_, other, Mode::ReadWrite, committer_);
+  file_->Write(1).fill(0x55);
+  EXPECT_FALSE(files_.FileExists(files_.StagedName(other)));
+  second->Write(2).fill(0x66);
+  second->Commit();
+  Bytes expected(kPages * kPageSize, 0xBB);
+  std::fill_n(expected.begin() + 2 * kPageSize, kPageSize, 0x66);
+  EXPECT_TRUE(files_.Content(other) == expected);
+}
+
 TEST_F(PageFileCopiedAheadTest, ClosingWithoutACommitLeavesNothingBesideTheDatabase) {
   file_->Write(1).fill(0x55);
   file_.reset();

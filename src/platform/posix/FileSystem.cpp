@@ -141,8 +141,6 @@ class PosixFile : public File {
 
   std::unique_ptr<ContentCopy> BeginCopyOf(File& from) override { return BackgroundCopy::Begin(from, *this); }
 
-  void NotNeededSoon() override { ::posix_fadvise(Number(), 0, 0, POSIX_FADV_DONTNEED); }
-
   int Number() const { return descriptor_.Number(); }
   const std::string& Native() const { return native_; }
 
@@ -421,6 +419,11 @@ class PosixFileSystem : public FileSystem {
   }
 
   void SyncFolder(const std::string& folder) override { SyncNativeFolder(folder.empty() ? "." : NativePath(folder)); }
+
+  void NotNeededSoon(const std::string& path) override {
+    const Descriptor descriptor(::open(NativePath(path).c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (descriptor.IsOpen()) ::posix_fadvise(descriptor.Number(), 0, 0, POSIX_FADV_DONTNEED);
+  }
 
   std::unique_ptr<File> CreateStaged(const std::string& path, const std::string& like) override {
     RemoveLeftOver(NativePath(StagedName(path)));
