@@ -282,6 +282,10 @@ class QtApp(Program):
         others = [n for w in self.tops() if w["id"] != window["id"] for n in self.numbers(w)]
         return not any("_NET_WM_STATE_MODAL" in self.desk.tool("xprop", "-id", n, "_NET_WM_STATE") for n in others)
 
+    def wait_for_turn(self, window):
+        """Returns once it gets what is typed. The window manager has placed it by then."""
+        wait_for(lambda: self.probe.ask("window", window["id"]).get("active"), f"the keyboard of {window['text']!r}")
+
     def box_of(self, window):
         return self.probe.ask("window", window["id"])["rect"]
 
@@ -364,6 +368,7 @@ class QtApp(Program):
         return self.find(box, lambda n: n["role"] == "label" and n["text"])["text"].replace("\n", "\r")
 
     def box_icon(self, box):
+        self.wait_for_turn(box)
         return self.pictures(box)[0]["rect"]
 
     def box_buttons(self, box):
@@ -388,7 +393,7 @@ class QtApp(Program):
 
     def keys(self, window, *chords):
         """Types into a window, once it is the one that gets what is typed."""
-        wait_for(lambda: self.probe.ask("window", window["id"]).get("active"), f"the keyboard of {window['text']!r}")
+        self.wait_for_turn(window)
         self.desk.tool("xdotool", "key", *("+".join(KEYS.get(k, k.lower()) for k in chord.split("+")) for chord in chords))
 
     def rest(self, window):
@@ -400,7 +405,7 @@ class QtApp(Program):
         self.desk.tool("xdotool", "mousemove", str(x), str(y), "click", "--repeat", str(clicks), "--delay", "20", "1")
 
     def click_tool(self, main, index, clicks=1):
-        wait_for(lambda: self.probe.ask("window", main["id"]).get("active"), "the window's turn")
+        self.wait_for_turn(main)
         self.click(self.toolbar(main)[index - 1]["rect"], clicks)
 
     def end_session(self, main):

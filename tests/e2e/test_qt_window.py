@@ -25,6 +25,11 @@ class QtCase:
     def make_desk(cls):
         return qtdesktop.QtDesk(cls.DPI)
 
+    def open(self):
+        app, main = super().open()
+        app.wait_for_turn(main)
+        return app, main
+
 
 FOLDER = "Folder in the Handheld's Place"
 BROWSE_HANDHELD = "Browse to Set Handheld Folder"
@@ -211,6 +216,7 @@ class Layout(QtCase, scenes.Scene):
         self.leave(app, main)
 
     def check(self, app, window):
+        app.wait_for_turn(window)
         outer = app.box_of(window)
         # What holds others encloses them.
         controls = [n for n in app.nodes(window) if n["showing"] and not n["children"] and n["role"] != "filler"]

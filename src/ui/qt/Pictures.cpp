@@ -1,11 +1,7 @@
 #include "ui/qt/Pictures.h"
 
-#include <chrono>
-
 namespace mv::qt {
 namespace {
-
-constexpr std::chrono::milliseconds kShortestView(50);
 
 /// As cmake/WindowPart.cmake renders them.
 constexpr int kSizes[] = {16, 24, 32, 48, 64, 96, 144, 192};
@@ -27,19 +23,14 @@ QIcon ModePicture(int mode) {
 
 PictureLabel::PictureLabel(int size, QWidget* parent) : QLabel(parent), size_(size) {
   setAlignment(Qt::AlignCenter);
-  later_.setSingleShot(true);
-  connect(&later_, &QTimer::timeout, this, [this] { Render(); });
 }
 
 void PictureLabel::Show(const QIcon& picture) {
   picture_ = picture;
-  if (later_.isActive()) return;
-  if (shown_.isValid() && shown_.elapsed() < kShortestView.count()) return later_.start(kShortestView);
   Render();
 }
 
 void PictureLabel::Render() {
-  shown_.start();
   renderedAt_ = devicePixelRatioF();
   setPixmap(picture_.pixmap(QSize(size_, size_), renderedAt_));
 }

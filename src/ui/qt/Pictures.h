@@ -1,9 +1,7 @@
 #pragma once
 
-#include <QElapsedTimer>
 #include <QIcon>
 #include <QLabel>
-#include <QTimer>
 
 #include "ui/frmMainView.h"
 
@@ -21,7 +19,6 @@ class PictureLabel : public QLabel {
  public:
   /// `size`: of the picture, in units of 1/96 inch.
   PictureLabel(int size, QWidget* parent);
-  /// Pictures that follow each other faster than the eye are left out: a run changes the spinner's thousands of times.
   void Show(const QIcon& picture);
 
  protected:
@@ -33,8 +30,6 @@ class PictureLabel : public QLabel {
   int size_;
   QIcon picture_;
   qreal renderedAt_ = 0;  ///< the screen's scaling
-  QElapsedTimer shown_;   ///< since the picture that is to be seen
-  QTimer later_;          ///< for the last one of many
 };
 
 }  // namespace mv::qt

@@ -6,8 +6,6 @@ namespace mv::win32 {
 namespace {
 
 constexpr const wchar_t* kClass = L"MotorvaPicture";
-constexpr UINT kShortestView = 50;  // milliseconds
-constexpr UINT_PTR kTimer = 1;
 
 }  // namespace
 
@@ -34,17 +32,6 @@ void PictureControl::Show(int pictureId) {
   if (pictureId != 0 && !icons_.contains(pictureId)) {
     icons_.emplace(pictureId, LoadPicture(pictureId, pixels_, pixels_));
   }
-  PaintSoon();
-}
-
-void PictureControl::PaintSoon() {
-  if (waiting_) return;
-  const DWORD now = ::GetTickCount();
-  if (now - painted_ < kShortestView) {
-    waiting_ = ::SetTimer(window_, kTimer, kShortestView, nullptr) != 0;
-    if (waiting_) return;
-  }
-  painted_ = now;
   ::InvalidateRect(window_, nullptr, FALSE);
 }
 
@@ -63,13 +50,6 @@ LRESULT CALLBACK PictureControl::Procedure(HWND window, UINT message, WPARAM wid
   auto* const self = reinterpret_cast<PictureControl*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
   if (self && message == WM_PAINT) {
     self->Paint();
-    return 0;
-  }
-  if (self && message == WM_TIMER) {
-    ::KillTimer(window, kTimer);
-    self->waiting_ = false;
-    self->painted_ = 0;
-    self->PaintSoon();
     return 0;
   }
   // Paint covers everything; erasing first would flicker.

@@ -18,8 +18,7 @@ class PictureControl {
   ~PictureControl();
 
   HWND Window() const { return window_; }
-  /// A picture of the resources; 0 shows none. Pictures that follow each other faster than the eye are left out: a run
-  /// changes the spinner's thousands of times.
+  /// A picture of the resources; 0 shows none.
   void Show(int pictureId);
   /// The window may have come to a screen of another scaling.
   void Rescale();
@@ -29,7 +28,6 @@ class PictureControl {
   void Paint() const;
   void Draw(HDC canvas, const RECT& area) const;
   HICON Shown() const;
-  void PaintSoon();
 
   int size_;
   int background_;
@@ -37,8 +35,6 @@ class PictureControl {
   int pixels_ = 0;
   std::map<int, Icon> icons_;  ///< the pictures shown so far, in this size
   HWND window_;
-  DWORD painted_ = 0;     ///< when it was last asked to be painted, in milliseconds of a clock that wraps around
-  bool waiting_ = false;  ///< a timer will ask for it
 };
 
 }  // namespace mv::win32
