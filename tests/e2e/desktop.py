@@ -14,6 +14,7 @@ import zlib
 from .windows import SETTINGS_KEY, WINDOWS_BIN, windows_path
 from .world import BIN, ROOT
 
+WINE = str(ROOT / "tools" / "wine")
 PATIENCE = float(os.environ.get("MV_PATIENCE", 60))
 
 WM_CLOSE = 0x0010
@@ -175,7 +176,7 @@ class Wine:
         subprocess.run(["wineserver", "-w"], env=self.environment, check=False)
 
     def run(self, *words):
-        subprocess.run(["wine", *words], env=self.environment, check=True, stdout=subprocess.DEVNULL,
+        subprocess.run([WINE, *words], env=self.environment, check=True, stdout=subprocess.DEVNULL,
                        stderr=subprocess.DEVNULL, timeout=300)
 
     @staticmethod
@@ -206,7 +207,7 @@ class Probe:
     """windowprobe.exe, one for all tests of a Wine."""
 
     def __init__(self, wine):
-        self.process = subprocess.Popen(["wine", str(WINDOWS_BIN / "windowprobe.exe")], env=wine.environment,
+        self.process = subprocess.Popen([WINE, str(WINDOWS_BIN / "windowprobe.exe")], env=wine.environment,
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                                         encoding="utf-8")
 
@@ -329,7 +330,7 @@ class App(Program):
     def __init__(self, wine, *arguments):
         self.wine = wine
         self.probe = wine.probe
-        self.process = subprocess.Popen(["wine", str(WINDOWS_BIN / "MVPPCSync.exe"), *arguments],
+        self.process = subprocess.Popen([WINE, str(WINDOWS_BIN / "MVPPCSync.exe"), *arguments],
                                         env=wine.environment,
                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
