@@ -337,7 +337,13 @@ class QtApp(Program):
 
     def picture_in(self, node):
         box = node["rect"]
-        return hash(tuple(self.desk.screen.colours(box["left"], box["top"], box["right"], box["bottom"])))
+        before = None
+        while True:
+            now = hash(tuple(self.desk.screen.colours(box["left"], box["top"], box["right"], box["bottom"])))
+            # Else it was being painted.
+            if now == before:
+                return now
+            before = now
 
     def texts(self, window):
         """The texts in the order of the controls; of a line to type in what it holds."""
