@@ -197,15 +197,17 @@ class Listening(unittest.TestCase):
             self.skipTest(f"no network of its own for this test: {reason}")
 
     def check_that_another_gets_the_place_of_a_vanished_one(self, network):
-        with self.world.listener("--run", "none") as listener, PlayedHandheld(self.world.control):
-            listener.wait_for("at 127.0.0.2: locked with a password")
-            network.cut()
-            began = time.monotonic()
-            listener.wait_for("the handheld at 127.0.0.2 has gone: it is out of reach", patience=60)
-            self.assertGreater(time.monotonic() - began, 15, "a moment without a link is no end")
-            network.connect()
-            with PlayedHandheld(self.world.control, "127.0.0.3"):
-                listener.wait_for("at 127.0.0.3: locked with a password")
+        with self.world.listener("--run", "none") as listener:
+            listener.wait_for("listening at")
+            with PlayedHandheld(self.world.control):
+                listener.wait_for("at 127.0.0.2: locked with a password")
+                network.cut()
+                began = time.monotonic()
+                listener.wait_for("the handheld at 127.0.0.2 has gone: it is out of reach", patience=60)
+                self.assertGreater(time.monotonic() - began, 15, "a moment without a link is no end")
+                network.connect()
+                with PlayedHandheld(self.world.control, "127.0.0.3"):
+                    listener.wait_for("at 127.0.0.3: locked with a password")
 
     def test_listener_that_was_killed_is_in_nobodys_way(self):
         with self.world.listener("--run", "none") as listener:
