@@ -336,14 +336,12 @@ class QtApp(Program):
         return self.picture_in(self.parts["spinner"])
 
     def picture_in(self, node):
+        """What tells one picture from another: of two looks that agree, as one alone may meet the picture half painted."""
         box = node["rect"]
-        before = None
-        while True:
-            now = hash(tuple(self.desk.screen.colours(box["left"], box["top"], box["right"], box["bottom"])))
-            # Else it was being painted.
-            if now == before:
-                return now
-            before = now
+        before, now = None, ()
+        while now != before:
+            before, now = now, tuple(self.desk.screen.colours(box["left"], box["top"], box["right"], box["bottom"]))
+        return hash(now)
 
     def texts(self, window):
         """The texts in the order of the controls; of a line to type in what it holds."""

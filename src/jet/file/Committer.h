@@ -60,7 +60,7 @@ class Committer {
   void Adopt(const std::string& path);
 
   /// To be told of the first change since the database was opened or committed: a commit is likely to come. `path` and
-  /// `current` as of that Commit; the file must stay held until then, or until Unchanged. Never raises.
+  /// `current` are those of that Commit; the file must stay held until then, or until Unchanged. Never raises.
   void Changing(const std::string& path, std::unique_ptr<platform::File>& current);
   /// The database is about to be closed: there will be no Commit.
   void Unchanged();
